@@ -1,0 +1,31 @@
+# Compiler flags that hold for every target of ours.
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+
+if(NOT CMAKE_BUILD_TYPE)
+    set(CMAKE_BUILD_TYPE Release)
+endif()
+
+find_program(OMBREL_CCACHE ccache)
+if(OMBREL_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${OMBREL_CCACHE})
+endif()
+
+add_library(ombrel_flags INTERFACE)
+target_compile_options(ombrel_flags INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Werror
+    # A fused multiply-add rounds once where two operations round twice: results would hang on the processor.
+    -ffp-contract=off)
+
+if(OMBREL_SANITIZE)
+    # Not "vptr": it compares type names by address, and a plug-in that hides its symbols has copies of its own.
+    set(sanitizers -fsanitize=address,undefined -fno-sanitize=vptr -fno-sanitize-recover=all)
+    target_compile_options(ombrel_flags INTERFACE ${sanitizers} -fno-omit-frame-pointer -D_GLIBCXX_ASSERTIONS)
+    target_link_options(ombrel_flags INTERFACE ${sanitizers})
+endif()

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "host/Types.h"
+
+namespace zt {
+
+// One numbering for the pixels of frames and for the values of parameters.
+enum DataType : u8 {
+    DT_I8 = 0,
+    DT_U8 = 1,
+    DT_I16 = 2,
+    DT_U16 = 3,
+    DT_I32 = 4,
+    DT_U32 = 5,
+    DT_I64 = 6,
+    DT_U64 = 7,
+    DT_FLOAT = 8,
+    DT_DOUBLE = 9,
+    DT_BOOL = 10,   // parameters only
+    DT_STRING = 11, // parameters only
+};
+
+} // namespace zt

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "host/IDev.h"
+#include "host/IMpxFrame.h"
+#include "host/IPixelCfg.h"
+#include "host/Types.h"
+
+namespace zt {
+
+// A pixel detector. It outlives its filters, and its acquired frames live as long as it does.
+class IDevMpx : public IDev {
+public:
+    // Frames of the last acquisition. The first is what the beam-hardening filter asks, the second what the
+    // flat-field filter asks.
+    virtual int acqFrameCount() const = 0;
+    virtual int acqFrameCountAll() const = 0;
+    // A measured frame with one reference for the caller, or null.
+    virtual IMpxFrame* lastAcqFrame() = 0;
+    virtual IMpxFrame* acqFrame(u32 index) = 0;
+    // Owned by the device; never null.
+    virtual IPixelCfg* pixelCfg() = 0;
+    virtual u32 width() const = 0;
+    virtual u32 height() const = 0;
+    virtual u32 pixelCount() const = 0; // width() * height()
+};
+
+} // namespace zt

@@ -1,0 +1,62 @@
+#pragma once
+
+#include "host/IData.h"
+#include "host/IDataBuff.h"
+#include "host/IPtrList.h"
+#include "host/IRefDataBuff.h"
+#include "host/IString.h"
+#include "host/PtrList.h"
+#include "host/String.h"
+#include "host/Types.h"
+
+#include <string>
+#include <vector>
+
+namespace zt {
+
+// A frame: width() x height() pixels of one data type, row-major, pixel (x, y) at index y * width + x.
+//
+// A frame must own room for width() + 1 more elements behind its pixels, since binning of odd sizes reads and
+// writes there.
+class IMpxFrame : public IData {
+public:
+    // Copies the pixels into the buffer, converted to `dataType` (DataType, 0 to 9).
+    virtual void getData(IByteBuff* out, u8 dataType) = 0;
+    // Points the buffer at the frame's own pixels in their present type: writes through it change the frame.
+    // Valid until the frame is converted or freed. Filters pass 0.0.
+    virtual void refData(IRefByteBuff* out, double zero) = 0;
+    // The pixels of a frame of type DT_DOUBLE. Filters pass 0.0.
+    virtual double* doubleData(double zero) = 0;
+    virtual u64 size() const = 0; // width() * height()
+    virtual u32 width() const = 0;
+    virtual u32 height() const = 0;
+    virtual u8 frameDataType() const = 0;
+    // Converts the pixels in place.
+    virtual void convertToType(u8 dataType) = 0;
+    virtual void frameName(IString* out) const = 0;
+    // Sets all pixels to 0.
+    virtual void clear() = 0;
+    // Here for its place among the operations; it is IData's own.
+    IData* clone() const override = 0;
+    // Adds the pixels of a frame of the same size to this one's.
+    virtual void addFrame(IMpxFrame* other) = 0;
+    virtual void multiplyBy(double factor) = 0;
+    virtual double acqTime() const = 0; // seconds; 0 when unknown
+    virtual int subFrameCount() const = 0;
+    // Appends the sub-frames. The frame keeps owning them.
+    virtual void subFrames(IPtrList<IMpxFrame*>* out) const = 0;
+
+    std::vector<IMpxFrame*> subFrames() const {
+        PtrList<IMpxFrame*> list;
+        subFrames(&list);
+        return list.vect();
+    }
+
+    std::string frameName() const {
+        String name;
+        frameName(&name);
+        return name.get();
+    }
+};
+
+} // namespace zt

@@ -1,0 +1,91 @@
+#pragma once
+
+#include "host/IStrList.h"
+#include "host/IString.h"
+#include "host/StrList.h"
+#include "host/String.h"
+#include "host/Types.h"
+
+#include <string>
+#include <vector>
+
+namespace zt {
+
+class IParam;
+
+// Called when a parameter changed; returns 0. `userData` is what was given when the parameter was created. A
+// change of value arrives with `flag` false.
+using ParamCallback = int (*)(IParam* param, bool flag, long userData);
+
+// Flags given when a parameter is created.
+enum ParamCreateFlag : int {
+    PARAM_CREATE_READ_ONLY = 1,
+    PARAM_CREATE_EDITABLE = 2,
+};
+
+// Flags read back from a parameter.
+enum ParamFlag : u32 {
+    PARAM_READ_ONLY = 1u << 0,
+    PARAM_HAS_ALIASES = 1u << 2, // edited as a list of named values
+};
+
+// One named value of a filter. Its manager owns it.
+class IParam {
+public:
+    virtual const char* name() const = 0;
+    virtual const char* description() const = 0;
+    virtual int type() const = 0; // DataType, 0 to 11
+
+    // Each getter gives the value converted to its type.
+    virtual i8 getI8() const = 0;
+    virtual u8 getU8() const = 0;
+    virtual bool getBool() const = 0;
+    virtual i16 getI16() const = 0;
+    virtual u16 getU16() const = 0;
+    virtual i32 getInt() const = 0;
+    virtual u32 getUInt() const = 0;
+    virtual i64 getI64() const = 0;
+    virtual u64 getU64() const = 0;
+    virtual float getFloat() const = 0;
+    virtual double getDouble() const = 0;
+    virtual void getString(IString* out) const = 0;
+
+    // Each setter stores the value, converted to the parameter's type, and calls the callback.
+    virtual void setI8(i8 value) = 0;
+    virtual void setU8(u8 value) = 0;
+    virtual void setBool(bool value) = 0;
+    virtual void setI16(i16 value) = 0;
+    virtual void setU16(u16 value) = 0;
+    virtual void setInt(i32 value) = 0;
+    virtual void setUInt(u32 value) = 0;
+    virtual void setI64(i64 value) = 0;
+    virtual void setU64(u64 value) = 0;
+    virtual void setFloat(float value) = 0;
+    virtual void setDouble(double value) = 0;
+    virtual void setString(const char* value) = 0;
+
+    virtual u32 flags() const = 0; // ParamFlag
+    virtual void getAliasValues(IStrList* out) const = 0;
+    virtual void setAliasValue(const char* value) = 0;
+    virtual void getAliasValue(IString* out) const = 0;
+
+    std::string getString() const {
+        String value;
+        getString(&value);
+        return value.get();
+    }
+
+    std::vector<std::string> getAliasValues() const {
+        StrList values;
+        getAliasValues(&values);
+        return values.vect();
+    }
+
+    std::string getAliasValue() const {
+        String value;
+        getAliasValue(&value);
+        return value.get();
+    }
+};
+
+} // namespace zt

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "host/IDev.h"
+#include "host/IZenteo.h"
+#include "host/IZtPlugin.h"
+
+namespace PluginOmbrel {
+
+// The plug-in as the host sees it. There is one object; it owns nothing and outlives every filter.
+class Ombrel : public zt::IZtPlugin {
+public:
+    static const char* PLUGIN_NAME;
+    static const char* PLUGIN_DESC;
+
+    int initialize(zt::IZenteo* zenteo) override;
+    void onStart() override {}
+    void onClose() override {}
+    const char* name() const override { return PLUGIN_NAME; }
+    const char* description() const override { return PLUGIN_DESC; }
+    void* privateInterface() override { return nullptr; }
+
+    // The plug-in brings no view of its own.
+    void createView() {}
+    // True for the device types that are pixel detectors, so that the object is an IDevMpx.
+    virtual bool isMpxDevice(zt::IDev* dev);
+
+private:
+    // Registers a set of filters for each pixel detector that the host knows at this moment.
+    void addFilters();
+
+    zt::IZenteo* host = nullptr;
+};
+
+} // namespace PluginOmbrel
