@@ -22,7 +22,7 @@ public:
     // The plug-in brings no view of its own.
     void createView() {}
     // True for the device types that are pixel detectors, so that the object is an IDevMpx.
-    virtual bool isMpxDevice(zt::IDev* dev);
+    static bool isMpxDevice(zt::IDev* dev);
 
 private:
     // Registers a set of filters for each pixel detector that the host knows at this moment.

@@ -1,0 +1,85 @@
+#include "filters/Binning2x2.h"
+
+#include "filters/ClonedFrame.h"
+#include "filters/LogMessage.h"
+#include "host/DataType.h"
+#include "host/IMpxFrame.h"
+#include "host/RefDataBuff.h"
+
+#include <cstdarg>
+#include <cstddef>
+
+namespace PluginOmbrel {
+
+namespace {
+
+constexpr const char* notAFrame = "Cannot filter data that is not of type IMpxFrame";
+
+// The blocks are walked in reading order without a look at the last odd row or column: a block that reaches over
+// the end of its row takes in, and overwrites, the first pixel of the next one before that row's turn comes.
+void binPixels(double* pixels, std::size_t width, std::size_t height) {
+    for (std::size_t y = 0; y < height; y += 2) {
+        double* upper = pixels + width * y;
+        double* lower = upper + width;
+        for (std::size_t x = 0; x < width; x += 2) {
+            const double sum = upper[x] + upper[x + 1] + lower[x] + lower[x + 1];
+            upper[x] = sum;
+            upper[x + 1] = sum;
+            lower[x] = sum;
+            lower[x + 1] = sum;
+        }
+    }
+}
+
+void binFrame(zt::IMpxFrame& frame) {
+    frame.convertToType(zt::DT_DOUBLE);
+    zt::RefDataBuff<double> pixels;
+    frame.refData(&pixels, 0.0);
+    binPixels(pixels.data(), frame.width(), frame.height());
+}
+
+} // namespace
+
+Binning2x2::Binning2x2(zt::IZenteo* zenteo, zt::IDevMpx* device)
+    : host(zenteo), dev(device), params(zenteo->createParamMgr()) {
+    initParams();
+}
+
+Binning2x2::~Binning2x2() {
+    if (params)
+        params->destroy();
+}
+
+void Binning2x2::initParams() {
+    params->createString("Version", "Version", "1.0", nullptr, nullptr, zt::PARAM_CREATE_READ_ONLY);
+}
+
+bool Binning2x2::isDataSupported(zt::IData* data) const {
+    return data->type() == zt::IData::TYPE_FRAME;
+}
+
+zt::IData* Binning2x2::filter(const zt::IData* data) {
+    if (data->type() != zt::IData::TYPE_FRAME)
+        return logError<zt::IData*>(nullptr, notAFrame);
+    ClonedFrame copy = cloneFrame(*data);
+    binFrame(*copy);
+    return copy.release();
+}
+
+int Binning2x2::filterReplace(zt::IData* data) {
+    if (data->type() != zt::IData::TYPE_FRAME)
+        return logError(0, notAFrame);
+    binFrame(static_cast<zt::IMpxFrame&>(*data));
+    return 0;
+}
+
+template <typename T>
+T Binning2x2::logError(T value, const char* format, ...) const {
+    va_list arguments;
+    va_start(arguments, format);
+    logMessage(*host, 0, format, arguments);
+    va_end(arguments);
+    return value;
+}
+
+} // namespace PluginOmbrel

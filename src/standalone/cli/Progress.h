@@ -1,0 +1,40 @@
+#pragma once
+
+#include "host/Types.h"
+#include "standalone/cli/Console.h"
+
+#include <chrono>
+
+namespace ombrel::cli {
+
+// How far a walk over frames has come: a bar with rate and time left on a terminal, a plain line now and then
+// otherwise, nothing when quiet.
+class Progress {
+public:
+    Progress(Console& out, zt::u64 frames, bool beQuiet);
+    ~Progress();
+
+    Progress(const Progress&) = delete;
+    Progress& operator=(const Progress&) = delete;
+
+    // One more frame is through.
+    void advance();
+
+    zt::u64 framesDone() const { return done; }
+    double seconds() const;
+    double framesPerSecond() const;
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    void show();
+
+    Console& console;
+    zt::u64 total;
+    zt::u64 done = 0;
+    bool quiet;
+    Clock::time_point start = Clock::now();
+    Clock::time_point shown = start;
+};
+
+} // namespace ombrel::cli

@@ -1,0 +1,63 @@
+#include "standalone/simulation/DetectorModel.h"
+
+#include "standalone/simulation/Random.h"
+
+#include <cmath>
+#include <numbers>
+
+namespace ombrel::simulation {
+
+namespace {
+
+constexpr double gainSpread = 0.03;
+constexpr double waveDepth = 0.05;
+constexpr double edgeGain = 1.6; // pixels at a chip's edge collect from the gap as well
+constexpr std::size_t chipSide = 128;
+constexpr double faultsPerPixel = 0.0005; // dead, and as many hot
+
+bool isChipEdge(std::size_t position, std::size_t length) {
+    const std::size_t within = position % chipSide;
+    const bool atStart = within == 0 && position != 0;
+    const bool atEnd = within == chipSide - 1 && position != length - 1;
+    return atStart || atEnd;
+}
+
+double wave(std::size_t x, std::size_t y) {
+    const double angle = 2 * std::numbers::pi;
+    const double radius = std::hypot(static_cast<double>(x) + 40, static_cast<double>(y) + 90);
+    return waveDepth * std::sin(angle * radius / 37) * std::cos(angle * static_cast<double>(y) / 190);
+}
+
+} // namespace
+
+DetectorModel::DetectorModel(std::size_t width, std::size_t height, std::uint64_t seed)
+    : columns(width), rows(height) {
+    makeResponse(seed);
+    spoilPixels(seed + 1);
+}
+
+void DetectorModel::makeResponse(std::uint64_t seed) {
+    Random random(seed);
+    responseMap.reserve(pixelCount());
+    for (std::size_t y = 0; y < rows; ++y) {
+        for (std::size_t x = 0; x < columns; ++x) {
+            const double edge = (isChipEdge(x, columns) ? edgeGain : 1) * (isChipEdge(y, rows) ? edgeGain : 1);
+            responseMap.push_back((1 + gainSpread * random.gaussian()) * (1 + wave(x, y)) * edge);
+        }
+    }
+}
+
+void DetectorModel::spoilPixels(std::uint64_t seed) {
+    Random random(seed);
+    for (std::size_t pixel = 0; pixel < pixelCount(); ++pixel) {
+        const double lot = random.uniform();
+        if (lot < faultsPerPixel) {
+            dead.push_back(pixel);
+            responseMap[pixel] = 0;
+        } else if (lot < 2 * faultsPerPixel) {
+            hot.push_back(pixel);
+        }
+    }
+}
+
+} // namespace ombrel::simulation
