@@ -1,0 +1,87 @@
+#include "standalone/cli/CommandLine.h"
+
+#include "standalone/Error.h"
+#include "standalone/cli/Commands.h"
+#include "standalone/cli/UsageError.h"
+
+#include <csignal>
+#include <exception>
+#include <new>
+#include <stdexcept>
+#include <string>
+
+namespace ombrel::cli {
+
+namespace {
+
+constexpr const char* about = "Corrects recorded frames of pixel detectors with the filters of a plug-in.";
+
+constexpr const char* examples =
+    "Examples:\n"
+    "  ombrel simulate data\n"
+    "  ombrel info data/frames.h5\n"
+    "  ombrel run -f \"Binning 2x2\" data/frames.h5 -o binned.h5\n"
+    "\n"
+    "\"ombrel COMMAND --help\" tells what a command takes.";
+
+// The first line of what the parser has to say, with the way to more.
+std::string usageText(const CLI::App& program, const std::string& problem) {
+    std::string command = "ombrel";
+    for (const CLI::App* used : program.get_subcommands())
+        command += " " + used->get_name();
+    return problem.substr(0, problem.find('\n')) + " (see " + command + " --help)";
+}
+
+int parse(CLI::App& program, int argc, char** argv, Console& console) {
+    try {
+        program.parse(argc, argv);
+        console.flushResults();
+        return EXIT_ALL_DONE;
+    } catch (const CLI::CallForHelp&) {
+        const auto used = program.get_subcommands();
+        console.result(used.empty() ? program.help() : used.front()->help());
+    } catch (const CLI::CallForVersion& version) {
+        console.result(std::string(version.what()) + "\n");
+    } catch (const CLI::ParseError& error) {
+        console.message(usageText(program, error.what()));
+        return EXIT_USAGE;
+    }
+    console.flushResults();
+    return EXIT_ALL_DONE;
+}
+
+} // namespace
+
+int runCommandLine(int argc, char** argv, Console& console) {
+    // A write beyond a limit or to a reader that has gone is to fail as a write, not to end the program.
+    std::signal(SIGXFSZ, SIG_IGN);
+    std::signal(SIGPIPE, SIG_IGN);
+
+    CLI::App program(about, "ombrel");
+    program.require_subcommand(1);
+    program.set_version_flag("--version", "ombrel " OMBREL_VERSION);
+    program.footer(examples);
+    program.get_formatter()->column_width(34);
+
+    int exitCode = EXIT_ALL_DONE;
+    const CommandContext context{program, console, exitCode};
+    addFiltersCommand(context);
+    addInfoCommand(context);
+    addRunCommand(context);
+    addSimulateCommand(context);
+
+    try {
+        const int parsed = parse(program, argc, argv, console);
+        return parsed != EXIT_ALL_DONE ? parsed : exitCode;
+    } catch (const UsageError& error) {
+        console.message(error.what());
+        return EXIT_USAGE;
+    } catch (const std::bad_alloc&) {
+        console.message("not enough memory");
+    } catch (const std::exception& error) {
+        console.message(error.what());
+    }
+    return EXIT_FAILED;
+}
+
+} // namespace ombrel::cli

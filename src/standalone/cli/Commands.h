@@ -1,0 +1,22 @@
+#pragma once
+
+#include "standalone/cli/Console.h"
+
+#include <CLI/CLI.hpp>
+
+namespace ombrel::cli {
+
+// Each adds one command with its options to the program. Its work starts while the command line is parsed, after
+// all of it was found right; it throws UsageError, or Error, or sets `exitCode` and returns.
+struct CommandContext {
+    CLI::App& program;
+    Console& console;
+    int& exitCode;
+};
+
+void addFiltersCommand(const CommandContext& context);
+void addInfoCommand(const CommandContext& context);
+void addRunCommand(const CommandContext& context);
+void addSimulateCommand(const CommandContext& context);
+
+} // namespace ombrel::cli

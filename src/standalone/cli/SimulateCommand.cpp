@@ -1,0 +1,55 @@
+#include "standalone/cli/Commands.h"
+#include "standalone/cli/FrameSize.h"
+#include "standalone/cli/Progress.h"
+#include "standalone/simulation/SimulatedSet.h"
+
+#include <memory>
+#include <string>
+
+namespace ombrel::cli {
+
+namespace {
+
+struct SimulateOptions {
+    simulation::SetPlan plan;
+    std::string size = "256x256";
+    bool quiet = false;
+};
+
+void simulate(SimulateOptions options, Console& console) {
+    const FrameSize size = parseFrameSize("--size", options.size);
+    options.plan.width = size.width;
+    options.plan.height = size.height;
+    Progress progress(console, simulation::framesOf(options.plan), options.quiet);
+    for (const std::string& file : simulation::writeSet(options.plan, [&] { progress.advance(); }))
+        console.result(file + "\n");
+}
+
+} // namespace
+
+void addSimulateCommand(const CommandContext& context) {
+    auto options = std::make_shared<SimulateOptions>();
+    CLI::App* command = context.program.add_subcommand("simulate", "Write a data set of a simulated detector");
+    command->add_option("DIR", options->plan.directory, "Folder for the files; it is made when it is not there")
+        ->required();
+    command->add_option("--size", options->size, "Width and height of the detector, in pixels")
+        ->type_name("WxH")
+        ->capture_default_str();
+    command->add_option("--frames", options->plan.frames, "Frames with the sample")
+        ->check(CLI::Range(1, 1'000'000))
+        ->type_name("N")
+        ->capture_default_str();
+    command->add_option("--flux", options->plan.flux, "Photons a pixel and frame in the open beam")
+        ->check(CLI::Range(1.0, 10'000.0))
+        ->type_name("PHOTONS")
+        ->capture_default_str();
+    command->add_option("--seed", options->plan.seed, "Another seed gives another detector and other noise")
+        ->type_name("N")
+        ->capture_default_str();
+    command->add_flag("--force", options->plan.force, "Replace files that are there");
+    command->add_flag("-q,--quiet", options->quiet, "No progress");
+    command->footer("Example:\n  ombrel simulate data --frames 500 --size 512x512");
+    command->callback([=, &console = context.console] { simulate(*options, console); });
+}
+
+} // namespace ombrel::cli
