@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/IMpxFrame.h"
+#include "standalone/FramePool.h"
 
 #include <atomic>
 #include <cstddef>
@@ -22,14 +23,17 @@ using FramePtr = std::unique_ptr<Frame, ReleaseFrame>;
 
 // A frame of the open host, of any pixel type.
 //
-// Behind the pixels there is room for width + 1 elements in every pixel type, since filters may read and write
-// there (binning of odd sizes does). zeroRoom() is called each time the frame is handed to a filter, so that no
-// result depends on what stood there. References are checked in debug builds: to release a dead frame, or to
-// destroy one that others still hold, ends the program.
+// Behind the pixels there is room for width + 1 elements in every pixel type, since filters may read and
+// write there (binning of odd sizes does). zeroRoom() is called each time the frame is handed to a filter, so
+// that no result depends on what stood there. References are checked in debug builds: to release a dead
+// frame, or to destroy one that others still hold, ends the program.
 class Frame final : public zt::IMpxFrame {
 public:
-    // A frame of zeros with one reference. Throws std::bad_alloc or std::length_error for sizes out of reach.
+    // A frame of zeros with one reference. Throws std::bad_alloc or std::length_error for sizes out of reach
+    // and std::invalid_argument when `dataType` is no pixel type.
     static FramePtr create(zt::u32 width, zt::u32 height, zt::u8 dataType);
+    // The same with undefined pixels, for those who write them all.
+    static FramePtr createUnfilled(zt::u32 width, zt::u32 height, zt::u8 dataType);
 
     // Frames alive in this process; a test that ends with what it began with has leaked none.
     static std::size_t aliveCount();
@@ -53,8 +57,8 @@ public:
 
     void zeroRoom();
 
-    // Whether convertToType(DT_DOUBLE) was called since the last forgetConversion(). A filter that answers 0 to
-    // filterReplace without it has refused the frame.
+    // Whether convertToType(DT_DOUBLE) was called since the last forgetConversion(). A filter that answers 0
+    // to filterReplace without it has refused the frame.
     bool convertedToDouble() const { return sawConversion; }
     void forgetConversion() { sawConversion = false; }
 
@@ -62,10 +66,12 @@ public:
     void addRef() override;
     void release() override;
     void destroy() override;
+    // The copy has sub-frames of its own.
     IData* clone() const override;
 
     void getData(zt::IByteBuff* out, zt::u8 dataType) override;
     void refData(zt::IRefByteBuff* out, double zero) override;
+    // Throws std::logic_error when the pixels are no doubles.
     double* doubleData(double zero) override;
     zt::u64 size() const override { return zt::u64{frameWidth} * frameHeight; }
     zt::u32 width() const override { return frameWidth; }
@@ -75,7 +81,10 @@ public:
     using zt::IMpxFrame::frameName;
     void frameName(zt::IString* out) const override;
     void clear() override;
+    // The other frame's pixels are converted to this frame's type and then added; sums of integers are
+    // clamped to the range of the type. Throws std::invalid_argument when the sizes differ.
     void addFrame(zt::IMpxFrame* other) override;
+    // Products are rounded and clamped like conversions from double.
     void multiplyBy(double factor) override;
     double acqTime() const override { return time; }
     int subFrameCount() const override { return static_cast<int>(children.size()); }
@@ -86,8 +95,8 @@ private:
     Frame(zt::u32 width, zt::u32 height, zt::u8 dataType);
     ~Frame();
 
-    // Bytes of the pixels and of the room behind them.
-    std::size_t storageSize(zt::u8 dataType) const;
+    // Pixels and the elements of the room behind them.
+    std::size_t storedCount() const { return static_cast<std::size_t>(size()) + frameWidth + 1; }
 
     std::atomic<int> references{1};
     zt::u32 frameWidth;
@@ -96,7 +105,7 @@ private:
     bool sawConversion = false;
     double time = 0;
     std::string name;
-    std::unique_ptr<std::byte[]> storage;
+    FramePool::Block storage;
     std::vector<FramePtr> children;
 };
 

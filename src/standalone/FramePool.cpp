@@ -1,0 +1,81 @@
+#include "standalone/FramePool.h"
+
+#include <algorithm>
+#include <iterator>
+#include <new>
+#include <sanitizer/asan_interface.h>
+
+namespace ombrel {
+
+namespace {
+
+constexpr std::align_val_t cacheLine{64};
+
+// Four frames of 4096 x 4096 doubles; thousands of small ones.
+constexpr std::size_t sharedBound = std::size_t{512} << 20;
+
+void freeBlock(std::byte* block) {
+    ::operator delete(block, cacheLine);
+}
+
+} // namespace
+
+FramePool& FramePool::shared() {
+    // Left alive on purpose: static objects may hold frames beyond the end of main().
+    static FramePool* const pool = new FramePool(sharedBound);
+    return *pool;
+}
+
+FramePool::~FramePool() {
+    for (const Idle& entry : idle) {
+        ASAN_UNPOISON_MEMORY_REGION(entry.block, entry.bytes);
+        freeBlock(entry.block);
+    }
+}
+
+FramePool::Block FramePool::take(std::size_t bytes) {
+    std::byte* block = takeIdle(bytes);
+    if (!block)
+        block = static_cast<std::byte*>(::operator new(bytes, cacheLine));
+    return Block(block, GiveBack{this, bytes});
+}
+
+std::size_t FramePool::idleBytes() const {
+    const std::lock_guard lock(mutex);
+    return total;
+}
+
+std::byte* FramePool::takeIdle(std::size_t bytes) {
+    const std::lock_guard lock(mutex);
+    // From the back: what was given back last is most likely still in the cache.
+    const auto found =
+        std::find_if(idle.rbegin(), idle.rend(), [&](const Idle& entry) { return entry.bytes == bytes; });
+    if (found == idle.rend())
+        return nullptr;
+    std::byte* const block = found->block;
+    idle.erase(std::next(found).base());
+    total -= bytes;
+    ASAN_UNPOISON_MEMORY_REGION(block, bytes);
+    return block;
+}
+
+void FramePool::giveBack(Idle block) noexcept {
+    std::unique_lock lock(mutex);
+    try {
+        idle.push_back(block);
+    } catch (const std::bad_alloc&) {
+        freeBlock(block.block);
+        return;
+    }
+    total += block.bytes;
+    ASAN_POISON_MEMORY_REGION(block.block, block.bytes);
+    while (total > bound) {
+        const Idle oldest = idle.front();
+        idle.pop_front();
+        total -= oldest.bytes;
+        ASAN_UNPOISON_MEMORY_REGION(oldest.block, oldest.bytes);
+        freeBlock(oldest.block);
+    }
+}
+
+} // namespace ombrel
