@@ -1,0 +1,148 @@
+#include "support/MatrixFile.h"
+
+#include "support/ClassicNumbers.h"
+#include "support/FileResult.h"
+#include "support/StdioFile.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstddef>
+#include <cstring>
+#include <optional>
+
+namespace {
+
+static_assert(std::endian::native == std::endian::little, "low bits of a value stand in its first bytes");
+
+// How a value is scanned, and how many of its bytes go to the buffer, where elements are `elementSize` apart.
+struct ElementScan {
+    const char* format;
+    std::size_t elementSize;
+    std::size_t storedSize;
+};
+
+std::optional<ElementScan> elementScan(_DataType type) {
+    switch (type) {
+    case DT_U8:
+        return ElementScan{"%u", 1, 1};
+    case DT_I16:
+        return ElementScan{"%d", 2, 2};
+    case DT_U16:
+        // The upper half goes to the next element, if there is one, until that one's own value comes.
+        return ElementScan{"%u", 2, 4};
+    case DT_I32:
+        return ElementScan{"%d", 4, 4};
+    case DT_U32:
+        return ElementScan{"%u", 4, 4};
+    case DT_DOUBLE:
+        return ElementScan{"%lf", 8, 8};
+    default:
+        return std::nullopt;
+    }
+}
+
+struct Matrix {
+    const void* values;
+    unsigned long size;
+    unsigned long width;
+};
+
+// Prints a matrix by a format that takes a value and the character behind it. False when a value can't be
+// written.
+template <typename T>
+bool printValues(std::FILE* file, const Matrix& matrix, const char* format) {
+    for (unsigned long i = 0; i < matrix.size; ++i) {
+        T value;
+        std::memcpy(&value, static_cast<const std::byte*>(matrix.values) + i * sizeof(T), sizeof(T));
+        const char separator = (i + 1) % matrix.width == 0 ? '\n' : ' ';
+        if (std::fprintf(file, format, value, separator) < 0)
+            return false;
+    }
+    return true;
+}
+
+struct ElementPrint {
+    bool (*print)(std::FILE* file, const Matrix& matrix, const char* format);
+    const char* format;
+};
+
+std::optional<ElementPrint> decimalPrint(_DataType type) {
+    switch (type) {
+    case DT_U8:
+        return ElementPrint{printValues<unsigned char>, "%u%c"};
+    case DT_I16:
+        return ElementPrint{printValues<short>, "%hd%c"};
+    case DT_U16:
+        return ElementPrint{printValues<unsigned short>, "%u%c"};
+    case DT_I32:
+        return ElementPrint{printValues<int>, "%d%c"};
+    case DT_U32:
+        return ElementPrint{printValues<unsigned int>, "%u%c"};
+    case DT_FLOAT:
+        return ElementPrint{printValues<float>, "%lf%c"};
+    case DT_DOUBLE:
+        return ElementPrint{printValues<double>, "%lf%c"};
+    default:
+        return std::nullopt;
+    }
+}
+
+std::optional<ElementPrint> hexPrint(_DataType type) {
+    switch (type) {
+    case DT_U8:
+        return ElementPrint{printValues<unsigned char>, "%02X%c"};
+    case DT_I16:
+        return ElementPrint{printValues<short>, "%04X%c"};
+    case DT_U16:
+        return ElementPrint{printValues<unsigned short>, "%04X%c"};
+    case DT_I32:
+        return ElementPrint{printValues<int>, "%08X%c"};
+    case DT_U32:
+        return ElementPrint{printValues<unsigned int>, "%08X%c"};
+    default:
+        return std::nullopt;
+    }
+}
+
+int writeMatrix(const char* path, const Matrix& matrix, std::optional<ElementPrint> element, bool append) {
+    StdioFile file = openStdioFile(path, append ? "a+" : "w");
+    if (!file)
+        return FILE_NOT_OPENED;
+    if (!element)
+        return FILE_TYPE_REFUSED;
+    const ClassicNumbers classic;
+    const bool whole = element->print(file.get(), matrix, element->format);
+    return closeWritten(std::move(file)) && whole ? FILE_OK : FILE_NOT_WRITTEN;
+}
+
+} // namespace
+
+int readAsciiMatrix(const char* path, _DataType type, unsigned long size, void* buffer) {
+    const StdioFile file = openStdioFile(path, "r");
+    if (!file)
+        return FILE_NOT_OPENED;
+    const std::optional<ElementScan> scan = elementScan(type);
+    if (!scan)
+        return FILE_TYPE_REFUSED;
+
+    const ClassicNumbers classic;
+    auto* const bytes = static_cast<std::byte*>(buffer);
+    const std::size_t byteSize = size * scan->elementSize;
+    for (std::size_t at = 0; at < byteSize; at += scan->elementSize) {
+        alignas(double) std::byte value[sizeof(double)];
+        if (std::fscanf(file.get(), scan->format, value) != 1)
+            return FILE_TOO_SHORT;
+        std::memcpy(bytes + at, value, std::min(scan->storedSize, byteSize - at));
+    }
+    return FILE_OK;
+}
+
+int writeAsciiMatrix(const char* path, _DataType type, void* buffer, unsigned long size, unsigned long width,
+                     bool append) {
+    return writeMatrix(path, {buffer, size, width}, decimalPrint(type), append);
+}
+
+int writeAsciiMatrixHex(const char* path, _DataType type, void* buffer, unsigned long size,
+                        unsigned long width, bool append) {
+    return writeMatrix(path, {buffer, size, width}, hexPrint(type), append);
+}
