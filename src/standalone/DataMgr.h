@@ -1,0 +1,72 @@
+#pragma once
+
+#include "host/IDataMgr.h"
+#include "standalone/Frame.h"
+#include "standalone/FrameFile.h"
+
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace ombrel {
+
+// One frame of a file.
+struct FrameSource {
+    std::string path;
+    FrameRole role = FrameRole::Any;
+    zt::u32 index = 0; // among the frames of that role
+};
+
+// Makes frames and reads them from files, for filters. What goes wrong gives null, 0 or false, and
+// takeError() tells why. Safe to use from any thread.
+//
+// A host decides what a path means: a name that is defined here stands for frames of any number of files, or
+// for a frame that is at hand, wherever a filter takes a path.
+class DataMgr final : public zt::IDataMgr {
+public:
+    void defineFrames(const std::string& name, std::vector<FrameSource> frames);
+    // Each loadFrame() of the name gives a copy.
+    void defineFrame(const std::string& name, FramePtr frame);
+    void undefine(const std::string& name);
+
+    // The reason of the last failure, and forgets it; empty when nothing failed since.
+    std::string takeError();
+    // The file read last is kept open, so that a walk over its frames does not open it anew each time.
+    void closeFile();
+
+    zt::IMpxFrame* createFrame(zt::u32 width, zt::u32 height, zt::u8 dataType) override;
+    zt::IMpxFrame* loadFrame(const char* path, zt::u32 frameIndex) override;
+    zt::u32 frameCountInFile(const char* path) override;
+    bool isFrameFile(const char* path) override;
+
+private:
+    using Definition = std::variant<std::vector<FrameSource>, FramePtr>;
+
+    // What a file was when it was opened; a file that was written anew since is opened again.
+    struct FileStamp {
+        zt::u64 device = 0;
+        zt::u64 inode = 0;
+        zt::u64 bytes = 0;
+        zt::i64 changed = 0; // nanoseconds
+        bool operator==(const FileStamp&) const = default;
+    };
+
+    static FileStamp stampOf(const std::string& path);
+    FrameFile& fileOf(const std::string& path, FrameRole role);
+    FramePtr frameOf(const std::string& path, zt::u32 index);
+    // The result of `work`, or `failure` with the reason kept.
+    template <typename Result, typename Work>
+    Result guarded(Result failure, Work work);
+
+    std::mutex mutex;
+    std::map<std::string, Definition> definitions;
+    std::unique_ptr<FrameFile> openFile;
+    FrameRole openRole = FrameRole::Any;
+    FileStamp openStamp;
+    std::string error;
+};
+
+} // namespace ombrel

@@ -1,0 +1,55 @@
+#pragma once
+
+#include "standalone/FilterMgr.h"
+#include "standalone/Frame.h"
+
+#include <string>
+
+namespace ombrel {
+
+class Host;
+
+// How a filter is asked: for a corrected copy, or to correct in place.
+enum class ApplyMode { Copy, Replace };
+
+// A corrected frame, or none and the reason in one line.
+struct FrameResult {
+    FramePtr frame;
+    std::string failure;
+
+    explicit operator bool() const { return frame != nullptr; }
+};
+
+// One filter of a chain, an instance of its own. All calls into it stand under a catch. Lines that the filter
+// logs become part of the failure's text; when nothing failed they go on to the host's log.
+//
+// The link must end before its host.
+class FilterLink {
+public:
+    // A new instance of the filter of that name that is registered for the device. Throws Error when there is
+    // none (with the list of those there are), or when it could not be made.
+    FilterLink(Host& zenteo, const zt::IDev& device, const std::string& filterName);
+
+    const std::string& name() const { return ownName; }
+    zt::IDataFilter& filter() const { return *instance; }
+
+    // Loads the filter from a settings file. Throws Error when the file is none, or the filter answers
+    // anything but 0, throws or logs a line.
+    void loadSettings(const std::string& path);
+
+    // "PARAM=VALUE". Throws Error when the parameter is unknown (with the list of those there are) or
+    // read-only, when the value does not read as its type, or when the filter throws or logs a line at the
+    // change.
+    void setParam(const std::string& assignment);
+
+    // Hands the frame to the filter, with the room behind its pixels zeroed. In-place correction that answers
+    // 0 without having converted the frame to double is a refusal.
+    FrameResult apply(FramePtr frame, ApplyMode mode);
+
+private:
+    Host* host;
+    std::string ownName;
+    FilterPtr instance;
+};
+
+} // namespace ombrel

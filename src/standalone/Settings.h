@@ -1,0 +1,71 @@
+#pragma once
+
+#include "host/ISettings.h"
+#include "standalone/SettingsTree.h"
+
+#include <functional>
+#include <string>
+
+namespace ombrel {
+
+// A settings store on an XML file:
+//
+//     <settings>
+//       <group name="FF">
+//         <item key="CoeffsSize" type="int">65536</item>
+//
+// with the types bool, int, double, string and blob (base64). The store is empty until it is loaded or set.
+//
+// Getters convert between int and double where no part of the value is lost. For a value of any other type
+// they log a line and give the default.
+class Settings final : public zt::ISettings {
+public:
+    using Log = std::function<void(const std::string& line)>;
+
+    // `lineLog` gets what goes wrong in the operations that can't tell it in another way.
+    Settings(std::string filePath, Log lineLog);
+
+    // Replaces what the store holds by what the file holds. Throws Error naming path, line and column, with
+    // the store as it was, when the file can't be read or is no settings file.
+    void loadFile();
+    // Replaces the file in one step: whatever ends the program, the file is the old or the new one, whole.
+    // Its mode is kept, and a symbolic link goes on leading to it. A store that holds nothing leaves the file
+    // alone. Throws Error, with the file as it was.
+    void saveFile() const;
+
+    const SettingsTree& contents() const { return tree; }
+
+    // loadFile() and saveFile(), which log the failure and go on.
+    void load() override;
+    void save() override;
+
+    void setString(const char* group, const char* key, const char* value) override;
+    void setInt(const char* group, const char* key, int value) override;
+    void setDouble(const char* group, const char* key, double value) override;
+    void setBool(const char* group, const char* key, bool value) override;
+    void setBlob(const char* group, const char* key, const void* data, zt::u64 byteSize) override;
+
+    using zt::ISettings::getString;
+    void getString(const char* group, const char* key, const char* defaultValue, zt::IString* out) override;
+    int getInt(const char* group, const char* key, int defaultValue) override;
+    double getDouble(const char* group, const char* key, double defaultValue) override;
+    bool getBool(const char* group, const char* key, bool defaultValue) override;
+    void getBlob(const char* group, const char* key, void* buffer, zt::u64* byteSize) override;
+
+    using zt::ISettings::getFilePath;
+    void getFilePath(zt::IString* out) const override;
+    void destroy() override { delete this; }
+
+private:
+    // The value of type T; null when there is none, or, after a line in the log, when it is of another type.
+    template <typename T>
+    const T* find(const char* group, const char* key) const;
+    void logWrongType(const char* group, const char* key, const SettingsValue& value,
+                      std::string_view asked) const;
+
+    std::string path;
+    Log log;
+    SettingsTree tree;
+};
+
+} // namespace ombrel

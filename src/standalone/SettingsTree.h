@@ -1,0 +1,41 @@
+#pragma once
+
+#include "standalone/Blob.h"
+
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+namespace ombrel {
+
+using SettingsValue = std::variant<bool, int, double, std::string, Blob>;
+
+struct SettingsItem {
+    std::string key;
+    SettingsValue value;
+};
+
+struct SettingsGroup {
+    std::string name;
+    std::vector<SettingsItem> items;
+
+    // Null when there is none.
+    const SettingsItem* find(std::string_view key) const;
+};
+
+// What a settings store holds. Groups and keys keep the order in which they came.
+struct SettingsTree {
+    std::vector<SettingsGroup> groups;
+
+    // Null when there is none.
+    const SettingsGroup* find(std::string_view group) const;
+    const SettingsValue* find(std::string_view group, std::string_view key) const;
+    // Replaces the value in its place, or appends it.
+    void set(std::string_view group, std::string_view key, SettingsValue value);
+};
+
+// "int", "blob" and so on, as in the type attribute of the files.
+std::string_view settingsTypeName(const SettingsValue& value);
+
+} // namespace ombrel
