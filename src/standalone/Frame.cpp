@@ -1,10 +1,10 @@
 #include "standalone/Frame.h"
 
 #include "host/RefDataBuff.h"
+#include "standalone/ClampedCast.h"
 #include "standalone/FrameCheck.h"
 #include "standalone/PixelConversion.h"
 #include "standalone/PixelType.h"
-#include "standalone/PixelValue.h"
 
 #include <algorithm>
 #include <array>
@@ -32,7 +32,7 @@ T sum(T a, T b) {
     if constexpr (std::is_floating_point_v<T>) {
         return a + b;
     } else if constexpr (sizeof(T) < 8) {
-        return pixelValue<T>(std::int64_t{a} + std::int64_t{b});
+        return clampedCast<T>(std::int64_t{a} + std::int64_t{b});
     } else {
         T result;
         if (!__builtin_add_overflow(a, b, &result))
@@ -44,9 +44,9 @@ T sum(T a, T b) {
 template <typename T>
 T product(T pixel, double factor) {
     if constexpr (std::is_integral_v<T> && sizeof(T) == 8)
-        return pixelValue<T>(static_cast<long double>(pixel) * factor); // double does not hold every pixel
+        return clampedCast<T>(static_cast<long double>(pixel) * factor); // double does not hold every pixel
     else
-        return pixelValue<T>(pixel * factor);
+        return clampedCast<T>(pixel * factor);
 }
 
 } // namespace

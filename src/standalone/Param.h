@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/DataType.h"
 #include "host/IParam.h"
 
 #include <string>

@@ -1,7 +1,7 @@
 #include "standalone/PixelConversion.h"
 
+#include "standalone/ClampedCast.h"
 #include "standalone/PixelType.h"
-#include "standalone/PixelValue.h"
 
 #include <cstring>
 #include <type_traits>
@@ -16,7 +16,7 @@ void convertAll(const From* from, To* to, std::size_t count) {
         std::memcpy(to, from, count * sizeof(To));
     } else {
         for (std::size_t i = 0; i < count; ++i)
-            to[i] = pixelValue<To>(from[i]);
+            to[i] = clampedCast<To>(from[i]);
     }
 }
 

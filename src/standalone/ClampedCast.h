@@ -9,7 +9,7 @@
 
 namespace ombrel {
 
-namespace pixel_value {
+namespace clamped_cast {
 
 template <typename To, typename From>
 constexpr To clampedInteger(From value) {
@@ -48,20 +48,20 @@ To roundedWide(Real value) {
     return static_cast<To>(rounded);
 }
 
-} // namespace pixel_value
+} // namespace clamped_cast
 
 // The value as a number of type To. To integers: rounded to the nearest (halves to even), clamped to the
 // range, NaN becomes 0. To float: rounded to the nearest, infinite beyond the range.
 template <typename To, typename From>
-To pixelValue(From value) {
+To clampedCast(From value) {
     if constexpr (std::is_floating_point_v<To>)
         return static_cast<To>(value);
     else if constexpr (std::is_integral_v<From>)
-        return pixel_value::clampedInteger<To>(value);
+        return clamped_cast::clampedInteger<To>(value);
     else if constexpr (sizeof(To) <= 4)
-        return pixel_value::roundedSmall<To>(static_cast<double>(value));
+        return clamped_cast::roundedSmall<To>(static_cast<double>(value));
     else
-        return pixel_value::roundedWide<To>(value);
+        return clamped_cast::roundedWide<To>(value);
 }
 
 } // namespace ombrel
