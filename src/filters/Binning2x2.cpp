@@ -15,8 +15,9 @@ namespace {
 
 constexpr const char* notAFrame = "Cannot filter data that is not of type IMpxFrame";
 
-// The blocks are walked in reading order without a look at the last odd row or column: a block that reaches over
-// the end of its row takes in, and overwrites, the first pixel of the next one before that row's turn comes.
+// The blocks are walked in reading order without a look at the last odd row or column: a block that reaches
+// over the end of its row takes in, and overwrites, the first pixel of the next one before that row's turn
+// comes.
 void binPixels(double* pixels, std::size_t width, std::size_t height) {
     for (std::size_t y = 0; y < height; y += 2) {
         double* upper = pixels + width * y;

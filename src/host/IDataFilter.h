@@ -16,13 +16,13 @@ public:
     virtual void filterDescriptionStr(IString* out) const = 0;
     virtual IDevMpx* device() const = 0;
     virtual bool isDataSupported(IData* data) const = 0;
-    // A filter of the same class for the same host and device, as freshly made: no configuration is copied. The
-    // caller ends it with destroy().
+    // A filter of the same class for the same host and device, as freshly made: no configuration is copied.
+    // The caller ends it with destroy().
     virtual IDataFilter* createNewInstance() const = 0;
     // A corrected copy that the caller owns, or null on failure. The input stays as it was.
     virtual IData* filter(const IData* data) = 0;
-    // Corrects in place; the frame becomes DT_DOUBLE. Some failures are logged only and return 0: a frame that
-    // was refused was not converted.
+    // Corrects in place; the frame becomes DT_DOUBLE. Some failures are logged only and return 0: a frame
+    // that was refused was not converted.
     virtual int filterReplace(IData* data) = 0;
     // The filter's parameters, owned by it; may be null.
     virtual IParamMgr* parameters() const = 0;

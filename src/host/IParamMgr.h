@@ -6,8 +6,8 @@
 
 namespace zt {
 
-// The parameters of one filter, in the order of their creation. Who created the manager ends it with destroy(),
-// and its parameters with it.
+// The parameters of one filter, in the order of their creation. Who created the manager ends it with
+// destroy(), and its parameters with it.
 class IParamMgr {
 public:
     // Each creates a parameter that the manager owns, with a value of the type in the name. The texts are

@@ -27,7 +27,8 @@ public:
     virtual int getInt(const char* group, const char* key, int defaultValue) = 0;
     virtual double getDouble(const char* group, const char* key, double defaultValue) = 0;
     virtual bool getBool(const char* group, const char* key, bool defaultValue) = 0;
-    // Copies at most *byteSize bytes into the buffer and sets *byteSize to the number copied, 0 without the key.
+    // Copies at most *byteSize bytes into the buffer and sets *byteSize to the number copied, 0 without the
+    // key.
     virtual void getBlob(const char* group, const char* key, void* buffer, u64* byteSize) = 0;
 
     virtual void getFilePath(IString* out) const = 0;

@@ -12,8 +12,8 @@ namespace zt {
 // The host. It outlives every filter. None of the operations that return a pointer returns null.
 class IZenteo {
 public:
-    // Writes a line to the host's log. `source` is the plug-in's name. The plug-in passes its finished text as
-    // `format` and no arguments, so a host that formats it reads percent signs of the text again.
+    // Writes a line to the host's log. `source` is the plug-in's name. The plug-in passes its finished text
+    // as `format` and no arguments, so a host that formats it reads percent signs of the text again.
     virtual void log(const char* source, int flag, const char* format, ...) = 0;
     // Appends every known device. The host keeps owning them.
     virtual void devices(IPtrList<IDev*>* out) = 0;

@@ -1,6 +1,7 @@
 #include "standalone/PreviewImage.h"
 
 #include <QPainter>
+
 #include <algorithm>
 #include <cmath>
 #include <vector>
@@ -16,7 +17,8 @@ constexpr int gap = 8;
 constexpr int wantedSide = 400;
 
 double quantile(std::vector<double>& values, double part) {
-    const auto at = values.begin() + static_cast<std::ptrdiff_t>(part * static_cast<double>(values.size() - 1));
+    const auto at =
+        values.begin() + static_cast<std::ptrdiff_t>(part * static_cast<double>(values.size() - 1));
     std::nth_element(values.begin(), at, values.end());
     return *at;
 }
@@ -34,13 +36,15 @@ QRgb greyOf(double pixel, const ScaleLimits& limits) {
 
 ScaleLimits robustLimits(std::span<const double> pixels) {
     std::vector<double> finite;
-    std::ranges::copy_if(pixels, std::back_inserter(finite), [](double pixel) { return std::isfinite(pixel); });
+    std::ranges::copy_if(pixels, std::back_inserter(finite),
+                         [](double pixel) { return std::isfinite(pixel); });
     if (finite.empty())
         return {};
     const ScaleLimits limits{quantile(finite, lowQuantile), quantile(finite, highQuantile)};
     if (limits.low < limits.high)
         return limits;
-    return {limits.low - std::max(1.0, std::abs(limits.low)), limits.low + std::max(1.0, std::abs(limits.low))};
+    return {limits.low - std::max(1.0, std::abs(limits.low)),
+            limits.low + std::max(1.0, std::abs(limits.low))};
 }
 
 QImage greyImage(std::span<const double> pixels, zt::u32 width, const ScaleLimits& limits) {
@@ -58,8 +62,8 @@ QImage greyImage(std::span<const double> pixels, zt::u32 width, const ScaleLimit
 QImage besideEachOther(const QImage& left, const QImage& right) {
     const int side = std::max({left.width(), left.height(), 1});
     const int factor = std::max(1, (wantedSide + side - 1) / side);
-    QImage both(factor * (left.width() + right.width()) + gap, factor * std::max(left.height(), right.height()),
-                QImage::Format_RGB32);
+    QImage both(factor * (left.width() + right.width()) + gap,
+                factor * std::max(left.height(), right.height()), QImage::Format_RGB32);
     both.fill(Qt::white);
     QPainter painter(&both);
     painter.drawImage(0, 0, left.scaled(factor * left.size()));

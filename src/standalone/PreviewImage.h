@@ -3,6 +3,7 @@
 #include "host/Types.h"
 
 #include <QImage>
+
 #include <span>
 
 namespace ombrel {

@@ -16,13 +16,12 @@ namespace {
 
 constexpr const char* about = "Corrects recorded frames of pixel detectors with the filters of a plug-in.";
 
-constexpr const char* examples =
-    "Examples:\n"
-    "  ombrel simulate data\n"
-    "  ombrel info data/frames.h5\n"
-    "  ombrel run -f \"Binning 2x2\" data/frames.h5 -o binned.h5\n"
-    "\n"
-    "\"ombrel COMMAND --help\" tells what a command takes.";
+constexpr const char* examples = "Examples:\n"
+                                 "  ombrel simulate data\n"
+                                 "  ombrel info data/frames.h5\n"
+                                 "  ombrel run -f \"Binning 2x2\" data/frames.h5 -o binned.h5\n"
+                                 "\n"
+                                 "\"ombrel COMMAND --help\" tells what a command takes.";
 
 // The first line of what the parser has to say, with the way to more.
 std::string usageText(const CLI::App& program, const std::string& problem) {

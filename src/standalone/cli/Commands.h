@@ -6,8 +6,8 @@
 
 namespace ombrel::cli {
 
-// Each adds one command with its options to the program. Its work starts while the command line is parsed, after
-// all of it was found right; it throws UsageError, or Error, or sets `exitCode` and returns.
+// Each adds one command with its options to the program. Its work starts while the command line is parsed,
+// after all of it was found right; it throws UsageError, or Error, or sets `exitCode` and returns.
 struct CommandContext {
     CLI::App& program;
     Console& console;

@@ -11,8 +11,8 @@ namespace ombrel::cli {
 // `text` as one printable line: control characters, which a path may hold, are written as \xHH.
 std::string oneLine(std::string_view text);
 
-// Where a command writes. Results go to what was standard output when the program started; descriptor 1 itself is
-// turned away, since a filter may print lines of its own there. Messages go to standard error.
+// Where a command writes. Results go to what was standard output when the program started; descriptor 1
+// itself is turned away, since a filter may print lines of its own there. Messages go to standard error.
 //
 // Messages may come from several threads.
 class Console {
@@ -20,8 +20,8 @@ public:
     // Takes over descriptor 1; one object a program, made first of all.
     Console();
 
-    // From now on messages are appended to the file as well, and what is printed to descriptor 1 ends there too.
-    // Throws Error.
+    // From now on messages are appended to the file as well, and what is printed to descriptor 1 ends there
+    // too. Throws Error.
     void openLog(const std::string& path);
 
     void result(std::string_view text);

@@ -21,7 +21,8 @@ std::optional<zt::u64> parseEnd(std::string_view text, const std::string& whole)
     zt::u64 value = 0;
     const auto [rest, error] = std::from_chars(text.data(), text.data() + text.size(), value);
     if (error != std::errc() || rest != text.data() + text.size())
-        throw UsageError("--frames " + whole + ": not a range; write A:B for frames A to B-1, counted from 0");
+        throw UsageError("--frames " + whole +
+                         ": not a range; write A:B for frames A to B-1, counted from 0");
     return value;
 }
 

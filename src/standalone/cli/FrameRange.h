@@ -14,8 +14,8 @@ struct FrameRange {
     zt::u64 count() const { return end - begin; }
 };
 
-// Reads "A:B", where either side may be left out, for a stack of `frames` frames. Throws UsageError when the text
-// is no range, or names frames that are not there, or none.
+// Reads "A:B", where either side may be left out, for a stack of `frames` frames. Throws UsageError when the
+// text is no range, or names frames that are not there, or none.
 FrameRange parseFrameRange(const std::string& text, zt::u64 frames);
 
 // Throws UsageError when the text is no range, whatever the stack will hold.

@@ -29,7 +29,8 @@ int showFiles(const std::vector<std::string>& files, Console& console) {
 
 void addInfoCommand(const CommandContext& context) {
     auto files = std::make_shared<std::vector<std::string>>();
-    CLI::App* command = context.program.add_subcommand("info", "Show what files hold: kind, frames, size, type, range");
+    CLI::App* command =
+        context.program.add_subcommand("info", "Show what files hold: kind, frames, size, type, range");
     command->add_option("FILE", *files, "Frame files; of an HDF5 file one dataset by FILE::/path/of/dataset")
         ->required();
     command->callback([=, &console = context.console, &exitCode = context.exitCode] {

@@ -28,7 +28,8 @@ std::string timeText(double seconds) {
 
 } // namespace
 
-Progress::Progress(Console& out, zt::u64 frames, bool beQuiet) : console(out), total(frames), quiet(beQuiet) {}
+Progress::Progress(Console& out, zt::u64 frames, bool beQuiet)
+    : console(out), total(frames), quiet(beQuiet) {}
 
 Progress::~Progress() {
     if (!quiet && console.hasTerminal())

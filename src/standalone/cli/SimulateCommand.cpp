@@ -29,8 +29,10 @@ void simulate(SimulateOptions options, Console& console) {
 
 void addSimulateCommand(const CommandContext& context) {
     auto options = std::make_shared<SimulateOptions>();
-    CLI::App* command = context.program.add_subcommand("simulate", "Write a data set of a simulated detector");
-    command->add_option("DIR", options->plan.directory, "Folder for the files; it is made when it is not there")
+    CLI::App* command =
+        context.program.add_subcommand("simulate", "Write a data set of a simulated detector");
+    command
+        ->add_option("DIR", options->plan.directory, "Folder for the files; it is made when it is not there")
         ->required();
     command->add_option("--size", options->size, "Width and height of the detector, in pixels")
         ->type_name("WxH")

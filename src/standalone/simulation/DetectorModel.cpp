@@ -41,7 +41,8 @@ void DetectorModel::makeResponse(std::uint64_t seed) {
     responseMap.reserve(pixelCount());
     for (std::size_t y = 0; y < rows; ++y) {
         for (std::size_t x = 0; x < columns; ++x) {
-            const double edge = (isChipEdge(x, columns) ? edgeGain : 1) * (isChipEdge(y, rows) ? edgeGain : 1);
+            const double edge =
+                (isChipEdge(x, columns) ? edgeGain : 1) * (isChipEdge(y, rows) ? edgeGain : 1);
             responseMap.push_back((1 + gainSpread * random.gaussian()) * (1 + wave(x, y)) * edge);
         }
     }

@@ -40,8 +40,8 @@ double Random::poissonByProducts(double mean) {
     return count;
 }
 
-// Transformed rejection with squeeze: W. Hoermann, "The transformed rejection method for generating Poisson random
-// variables", Insurance: Mathematics and Economics 12 (1993), algorithm PTRS.
+// Transformed rejection with squeeze: W. Hoermann, "The transformed rejection method for generating Poisson
+// random variables", Insurance: Mathematics and Economics 12 (1993), algorithm PTRS.
 double Random::poissonByRejection(double mean) {
     const double logMean = std::log(mean);
     const double b = 0.931 + 2.53 * std::sqrt(mean);
@@ -57,7 +57,8 @@ double Random::poissonByRejection(double mean) {
             return count;
         if (count < 0 || (us < 0.013 && v > us))
             continue;
-        if (std::log(v * inverseAlpha / (a / (us * us) + b)) <= count * logMean - mean - std::lgamma(count + 1))
+        if (std::log(v * inverseAlpha / (a / (us * us) + b)) <=
+            count * logMean - mean - std::lgamma(count + 1))
             return count;
     }
 }

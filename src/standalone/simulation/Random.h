@@ -5,8 +5,8 @@
 
 namespace ombrel::simulation {
 
-// Seeded randomness of the simulator. It gives the same numbers on every machine, unlike the distributions of the
-// standard library, whose methods are each vendor's own.
+// Seeded randomness of the simulator. It gives the same numbers on every machine, unlike the distributions of
+// the standard library, whose methods are each vendor's own.
 class Random {
 public:
     explicit Random(std::uint64_t seed) : engine(seed) {}

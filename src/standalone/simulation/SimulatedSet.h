@@ -25,9 +25,8 @@ struct SetPlan {
 zt::u64 framesOf(const SetPlan& plan);
 
 // Writes the set and returns the paths of its files:
-//   frames.h5        /exchange/data: the sample moving through the beam; /exchange/data_white: the open beam
-//   device-mask.tif  u8, 0 for the dead and hot pixels
-//   simulation.json  the plan, and the dead and hot pixels by index
+//   frames.h5       /exchange/data: the sample moving through the beam; /exchange/data_white: the open beam
+//   simulation.json the plan, and the dead and hot pixels by index
 // Throws Error: files that are there (without force), or that can't be written.
 std::vector<std::string> writeSet(const SetPlan& plan, const std::function<void()>& advanced);
 

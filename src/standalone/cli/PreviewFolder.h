@@ -1,0 +1,25 @@
+#pragma once
+
+#include "host/Types.h"
+
+#include <filesystem>
+#include <span>
+#include <string>
+
+namespace ombrel::cli {
+
+// A folder of pictures, one a frame: raw beside corrected, each with robust limits of its own.
+class PreviewFolder {
+public:
+    // Makes the folder when it is not there. Throws Error.
+    explicit PreviewFolder(const std::string& folderPath);
+
+    // Writes "frame-000012.png". Throws Error.
+    void write(zt::u64 frame, std::span<const double> raw, std::span<const double> corrected,
+               zt::u32 width) const;
+
+private:
+    std::filesystem::path folder;
+};
+
+} // namespace ombrel::cli

@@ -1,0 +1,67 @@
+#include "standalone/cli/Commands.h"
+#include "standalone/cli/RunFrames.h"
+
+#include <memory>
+
+namespace ombrel::cli {
+
+namespace {
+
+void addOptions(CLI::App& command, RunOptions& options) {
+    command
+        .add_option("INPUT", options.inputs,
+                    "Frame files; of an HDF5 file one dataset by FILE::/path/of/dataset")
+        ->required();
+    command.add_option("-o,--output", options.output, "Output: .h5, .hdf5, .nxs, .tif or .tiff")
+        ->required()
+        ->type_name("FILE");
+    command.add_option("-f,--filter", options.filters, "A filter, with its settings; repeat it for a chain")
+        ->required()
+        ->allow_extra_args(false)
+        ->type_name("NAME[=SETTINGS.xml]");
+    command
+        .add_option("-p,--param", options.params, "Set a parameter once all settings are loaded; repeatable")
+        ->allow_extra_args(false)
+        ->type_name("FILTER:PARAM=VALUE");
+    command.add_option("--output-type", options.outputType, "Pixels of the output")
+        ->check(CLI::IsMember({"f32", "f64"}))
+        ->type_name("f32|f64")
+        ->capture_default_str();
+    command.add_option("--frames", options.frames, "Frames A to B-1 of all inputs taken together")
+        ->type_name("A:B");
+    command.add_option("--acq-time", options.acqTime, "Acquisition time of every frame")
+        ->check(CLI::PositiveNumber)
+        ->type_name("SECONDS");
+    command.add_flag("--replace", options.replace, "Correct in place instead of asking for a copy");
+    command.add_flag("--force", options.force, "Replace an output that exists");
+    command.add_option("--device-type", options.deviceType, "Type of the device behind the chain")
+        ->type_name("N")
+        ->capture_default_str();
+    command.add_option("--device-mask", options.deviceMask, "Pixel mask of the device: a frame, 0 is masked")
+        ->type_name("FILE");
+    command.add_option("--preview", options.preview, "A picture of each frame, raw beside corrected")
+        ->type_name("DIR");
+    command.add_option("--log", options.log, "Append messages to a file, and what filters print")
+        ->type_name("FILE");
+    command
+        .add_option("--plugin", options.plugin, "The plug-in's library, where it is not the installed one")
+        ->type_name("FILE");
+    command.add_flag("-q,--quiet", options.quiet, "No progress and no summary");
+}
+
+} // namespace
+
+void addRunCommand(const CommandContext& context) {
+    auto options = std::make_shared<RunOptions>();
+    CLI::App* command = context.program.add_subcommand("run", "Pass frames through a chain of filters");
+    addOptions(*command, *options);
+    command->footer(
+        "Examples:\n"
+        "  ombrel run -f \"Binning 2x2\" frames.h5 -o binned.h5\n"
+        "  ombrel run -f \"Binning 2x2\" --frames 0:10 --output-type f64 a.tif b.tif -o binned.tif");
+    command->callback([=, &console = context.console, &exitCode = context.exitCode] {
+        exitCode = runFrames(*options, console);
+    });
+}
+
+} // namespace ombrel::cli

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "standalone/FilterLink.h"
+#include "standalone/Host.h"
+#include "standalone/PluginLibrary.h"
+#include "standalone/cli/Console.h"
+
+#include <string>
+#include <vector>
+
+namespace ombrel::cli {
+
+// The device that stands behind the filters of a command.
+struct DevicePlan {
+    int type = 1;
+    zt::u32 width = 256;
+    zt::u32 height = 256;
+};
+
+// The host with one device and the plug-in loaded for it. What is logged goes to the console.
+class Session {
+public:
+    // `pluginPath` empty finds the plug-in. Throws Error.
+    Session(Console& console, const std::string& pluginPath, const DevicePlan& plan);
+
+    Host& host() { return zenteo; }
+    Device& device() { return detector; }
+    zt::IZtPlugin& plugin() { return library.plugin(); }
+    const std::string& pluginPath() const { return library.path(); }
+
+    // The filters as they were registered for the device.
+    std::vector<zt::IDataFilter*> filters() { return zenteo.filters().filtersOf(detector); }
+    // A new instance of a filter. Throws UsageError that lists the known ones when there is none of that
+    // name.
+    FilterLink makeLink(const std::string& filterName);
+
+private:
+    Host zenteo;
+    Device& detector;
+    PluginLibrary library;
+};
+
+// The short name of a filter.
+std::string filterName(const zt::IDataFilter& filter);
+
+} // namespace ombrel::cli
