@@ -1,3 +1,4 @@
+#include "host/DataType.h"
 #include "host/String.h"
 #include "standalone/cli/Commands.h"
 #include "standalone/cli/Session.h"
