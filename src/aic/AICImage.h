@@ -18,7 +18,7 @@ public:
     AICImage() = default;
     // Zeros.
     AICImage(int cols, int rows) { zeros(cols, rows); }
-    // An image whose pixels the caller writes before anyone reads them.
+    // An image whose pixels the caller writes before anyone reads them; see resize().
     static AICImage uninitialized(int cols, int rows);
 
     int rows() const { return imageRows; }
@@ -40,8 +40,10 @@ public:
     // Throws std::invalid_argument for 0.
     void reshape_r(int rows);
     void reshape_c(int cols);
-    // Replaces shape and contents. The product of the sides is a 32-bit integer; a negative one throws
-    // std::length_error.
+    // Sets shape and number of pixels, and leaves them without values. The product of the sides is a 32-bit
+    // integer; a negative one throws std::length_error and changes nothing.
+    void resize(int cols, int rows);
+    // resize(), and a value for all.
     void zeros(int cols, int rows);
     void ones(int cols, int rows);
 
@@ -102,7 +104,8 @@ public:
 private:
     // The index wraps as a 32-bit integer does, and must then lie inside.
     std::size_t checkedIndex(int x, int y) const;
-    void checkRegion(int x, int y, int w, int h) const;
+    // The rows, w pixels from (x, y) on, must lie among the first `pixelCount` pixels.
+    void checkRegion(int x, int y, int w, int h, std::size_t pixelCount) const;
 
     std::vector<float, PixelAllocator<float>> values;
     int imageCols = 0;
