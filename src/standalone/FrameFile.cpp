@@ -1,0 +1,70 @@
+#include "standalone/FrameFile.h"
+
+#include "host/DataType.h"
+#include "standalone/Error.h"
+#include "standalone/FileDescriptor.h"
+#include "standalone/FileKind.h"
+#include "standalone/Hdf5File.h"
+#include "standalone/TiffFile.h"
+
+namespace ombrel {
+
+std::unique_ptr<FrameFile> FrameFile::open(const std::string& path, FrameRole role) {
+    const auto [file, dataset] = splitDatasetPath(path);
+    switch (fileKind(FileDescriptor::openForReading(file))) {
+    case FileKind::Tiff:
+        if (!dataset.empty())
+            throw Error(path + ": a TIFF file holds no datasets; leave out what follows \"::\"");
+        return std::make_unique<TiffFile>(file);
+    case FileKind::Hdf5:
+        return std::make_unique<Hdf5File>(path, role);
+    case FileKind::Empty:
+        throw Error(file + ": the file is empty");
+    case FileKind::Directory:
+        throw Error(file + ": is a directory, not a file of frames");
+    case FileKind::Special:
+        throw Error(file + ": is no regular file");
+    default:
+        throw Error(file + ": is neither TIFF nor HDF5");
+    }
+}
+
+bool FrameFile::looksLikeFrames(const std::string& path) {
+    try {
+        const FileKind kind = fileKind(FileDescriptor::openForReading(splitDatasetPath(path).file));
+        return kind == FileKind::Tiff || kind == FileKind::Hdf5;
+    } catch (const Error&) {
+        return false;
+    }
+}
+
+double FrameFile::acqTime(zt::u32) const {
+    return fileInfo.acqTime.value_or(0);
+}
+
+std::string FrameFile::where(zt::u32 frame) const {
+    return fileInfo.path + ", frame " + std::to_string(frame);
+}
+
+FramePtr FrameFile::readFrame(zt::u32 frame) {
+    const auto readOne = [&](zt::u32 subFrame) {
+        FramePtr image = Frame::createUnfilled(fileInfo.width, fileInfo.height, fileInfo.pixelType);
+        readImage(frame, subFrame, image->bytes());
+        image->setName(where(frame));
+        image->setAcqTime(acqTime(frame));
+        return image;
+    };
+    if (fileInfo.subFrames == 0)
+        return readOne(0);
+    FramePtr sum = Frame::create(fileInfo.width, fileInfo.height, zt::DT_DOUBLE);
+    sum->setName(where(frame));
+    sum->setAcqTime(acqTime(frame));
+    for (zt::u32 subFrame = 0; subFrame < fileInfo.subFrames; ++subFrame) {
+        FramePtr image = readOne(subFrame);
+        sum->addFrame(image.get());
+        sum->addSubFrame(std::move(image));
+    }
+    return sum;
+}
+
+} // namespace ombrel

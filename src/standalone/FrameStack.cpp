@@ -1,0 +1,47 @@
+#include "standalone/FrameStack.h"
+
+#include "standalone/Error.h"
+
+#include <algorithm>
+
+namespace ombrel {
+
+namespace {
+
+std::string sizeText(const FrameFileInfo& info) {
+    return info.path + " has " + std::to_string(info.width) + " x " + std::to_string(info.height);
+}
+
+} // namespace
+
+FrameStack::FrameStack(const std::vector<std::string>& paths, FrameRole role) {
+    if (paths.empty())
+        throw Error("no input files");
+    zt::u64 begin = 0;
+    for (const std::string& path : paths) {
+        auto file = FrameFile::open(path, role);
+        const FrameFileInfo& info = file->info();
+        const FrameFileInfo& first = parts.empty() ? info : parts.front().file->info();
+        if (info.width != first.width || info.height != first.height)
+            throw Error("the frames differ in size: " + sizeText(first) + ", but " + sizeText(info));
+        const zt::u64 end = begin + info.frames;
+        parts.push_back({std::move(file), begin, end});
+        begin = end;
+    }
+}
+
+const FrameStack::Part& FrameStack::partOf(zt::u64 frame) const {
+    return *std::ranges::upper_bound(parts, frame, {}, &Part::end);
+}
+
+FramePtr FrameStack::readFrame(zt::u64 frame) {
+    const Part& part = partOf(frame);
+    return part.file->readFrame(static_cast<zt::u32>(frame - part.begin));
+}
+
+std::string FrameStack::where(zt::u64 frame) const {
+    const Part& part = partOf(frame);
+    return part.file->where(static_cast<zt::u32>(frame - part.begin));
+}
+
+} // namespace ombrel

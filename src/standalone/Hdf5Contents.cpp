@@ -1,0 +1,89 @@
+#include "standalone/Hdf5Contents.h"
+
+#include <algorithm>
+#include <exception>
+
+namespace ombrel {
+
+namespace {
+
+struct Group {
+    std::string path;  // "" for the root
+    Hdf5Object object; // kept open for its identity
+    Hdf5Identity identity;
+};
+
+// Goes through the groups, those near the root first.
+class Walk {
+public:
+    explicit Walk(hid_t file) { addGroup("", Hdf5Object{H5Oopen(file, "/", H5P_DEFAULT)}); }
+
+    Hdf5Contents run() {
+        for (std::size_t index = 0; index < groups.size(); ++index) {
+            current = index;
+            H5Literate(groups[index].object, H5_INDEX_NAME, H5_ITER_INC, nullptr, visitLink, this);
+            if (failure)
+                std::rethrow_exception(failure);
+        }
+        return std::move(contents);
+    }
+
+private:
+    // The library's C code calls this, so no exception may leave it.
+    static herr_t visitLink(hid_t group, const char* name, const H5L_info_t*, void* walk) {
+        auto& self = *static_cast<Walk*>(walk);
+        try {
+            self.addLink(self.groups[self.current].path + '/' + name,
+                         Hdf5Object{H5Oopen(group, name, H5P_DEFAULT)});
+            return 0;
+        } catch (...) {
+            self.failure = std::current_exception();
+            return -1;
+        }
+    }
+
+    void addLink(const std::string& path, Hdf5Object object) {
+        if (!object.isOpen())
+            contents.others.push_back(path + " (a link that leads nowhere)");
+        else if (H5Iget_type(object) == H5I_GROUP)
+            addGroup(path, std::move(object));
+        else if (auto shape = shapeOfImages(object))
+            addDataset(path, std::move(object), std::move(*shape));
+        else if (H5Iget_type(object) == H5I_DATASET)
+            contents.others.push_back(path);
+    }
+
+    void addGroup(const std::string& path, Hdf5Object object) {
+        const auto identity = Hdf5Identity::of(object);
+        if (std::ranges::find(groups, identity, &Group::identity) == groups.end())
+            groups.push_back({path, std::move(object), identity});
+    }
+
+    void addDataset(const std::string& path, Hdf5Object object, Hdf5Shape shape) {
+        const auto identity = Hdf5Identity::of(object);
+        const auto known = std::ranges::find(contents.candidates, identity, &Hdf5Candidate::identity);
+        if (known != contents.candidates.end())
+            known->paths.push_back(path);
+        else
+            contents.candidates.push_back({{path}, std::move(object), identity, std::move(shape)});
+    }
+
+    Hdf5Contents contents;
+    std::vector<Group> groups;
+    std::size_t current = 0;
+    std::exception_ptr failure;
+};
+
+} // namespace
+
+Hdf5Identity Hdf5Identity::of(hid_t object) {
+    H5O_info_t info{};
+    return H5Oget_info2(object, &info, H5O_INFO_BASIC) < 0 ? Hdf5Identity{}
+                                                           : Hdf5Identity{info.fileno, info.addr};
+}
+
+Hdf5Contents listContents(hid_t file) {
+    return Walk(file).run();
+}
+
+} // namespace ombrel

@@ -1,0 +1,143 @@
+#include "standalone/Hdf5File.h"
+
+#include "standalone/Error.h"
+#include "standalone/Hdf5RunState.h"
+#include "standalone/Hdf5Select.h"
+#include "standalone/Hdf5Values.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+namespace ombrel {
+
+namespace {
+
+// The values that an image_key has.
+enum ImageKey { SAMPLE_KEY = 0, FLAT_KEY = 1, DARK_KEY = 2 };
+
+Hdf5FileHandle openFile(const std::string& path) {
+    const Hdf5Properties access{H5Pcreate(H5P_FILE_ACCESS)};
+    // A lock would refuse files on disks that know none, and our own outputs while they grow.
+    H5Pset_file_locking(access, false, true);
+    Hdf5FileHandle file{H5Fopen(path.c_str(), H5F_ACC_RDONLY, access)};
+    if (!file.isOpen())
+        throw Error(path + ": this HDF5 file is cut off or damaged" + Hdf5Session::reason());
+    return file;
+}
+
+// The first dataset of that name, beside the frames or another link to them, that has one of two lengths.
+std::optional<Hdf5Numbers> numbersBeside(hid_t file, const std::vector<std::string>& groups,
+                                         const std::string& name, std::array<std::size_t, 2> lengths) {
+    for (const std::string& group : groups)
+        if (auto numbers = numbersAt(file, group + '/' + name))
+            if (std::ranges::find(lengths, numbers->values.size()) != lengths.end())
+                return numbers;
+    return std::nullopt;
+}
+
+double secondsPer(const std::string& unit) {
+    constexpr std::array<std::pair<std::string_view, double>, 4> units{
+        {{"ms", 1e-3}, {"us", 1e-6}, {"ns", 1e-9}, {"min", 60.0}}};
+    const auto known = std::ranges::find(units, unit, &std::pair<std::string_view, double>::first);
+    return known == units.end() ? 1.0 : known->second;
+}
+
+zt::u32 framesAt(hid_t file, const std::string& path) {
+    const Hdf5Object object{H5Oopen(file, path.c_str(), H5P_DEFAULT)};
+    const auto shape = object.isOpen() ? shapeOfImages(object) : std::nullopt;
+    return shape ? shape->frames() : 0;
+}
+
+// Files in the Data Exchange layout keep flat and dark fields in datasets of their own.
+std::optional<FrameKinds> exchangeKinds(hid_t file) {
+    const FrameKinds kinds{framesAt(file, "/exchange/data"), framesAt(file, "/exchange/data_white"),
+                           framesAt(file, "/exchange/data_dark")};
+    return kinds.flat + kinds.dark > 0 ? std::optional(kinds) : std::nullopt;
+}
+
+} // namespace
+
+Hdf5File::Hdf5File(const std::string& path, FrameRole role) {
+    const Hdf5Session session;
+    const DatasetPath place = splitDatasetPath(path);
+    file = openFile(place.file);
+    const Hdf5Selection selection = selectDataset(file, place, role);
+    images.emplace(file, selection.dataset, place.file);
+    fillInfo(path, selection.dataset);
+    readTimes(selection.groups);
+    chooseFrames(role, selection.groups);
+    if (fileInfo.acqTime)
+        fileInfo.acqTime = acqTime(0);
+}
+
+void Hdf5File::fillInfo(const std::string& path, const std::string& dataset) {
+    const Hdf5Shape& shape = images->shape();
+    fileInfo.path = path;
+    fileInfo.format = "HDF5";
+    fileInfo.dataset = dataset;
+    fileInfo.width = shape.width();
+    fileInfo.height = shape.height();
+    fileInfo.pixelType = shape.pixelType;
+    fileInfo.frames = shape.frames();
+    fileInfo.subFrames = shape.subFrames();
+    if (dataset == outputlayout::data)
+        fileInfo.run = readRunState(file);
+    if (fileInfo.run)
+        fileInfo.frames = std::min(fileInfo.frames, fileInfo.run->framesDone);
+    if (fileInfo.frames == 0)
+        throw Error(path + ": the run that wrote this file did no frame");
+}
+
+void Hdf5File::readTimes(const std::vector<std::string>& groups) {
+    const zt::u32 frames = images->shape().frames();
+    auto time = numbersBeside(file, groups, "count_time", {frames, 1});
+    if (!time)
+        return;
+    const double factor = secondsPer(time->unit);
+    for (double& seconds : time->values)
+        seconds = std::isfinite(seconds) && seconds > 0 ? seconds * factor : 0;
+    fileInfo.acqTime = time->values.front();
+    if (time->values.size() == frames)
+        times = std::move(time->values);
+}
+
+void Hdf5File::chooseFrames(FrameRole role, const std::vector<std::string>& groups) {
+    const zt::u32 frames = images->shape().frames();
+    const auto keys = numbersBeside(file, groups, "image_key", {frames, frames});
+    if (!keys) {
+        if (fileInfo.dataset.starts_with("/exchange/"))
+            fileInfo.kinds = exchangeKinds(file);
+        return;
+    }
+    const auto count = [&](ImageKey key) {
+        return static_cast<zt::u32>(std::ranges::count(keys->values, static_cast<double>(key)));
+    };
+    fileInfo.kinds = FrameKinds{count(SAMPLE_KEY), count(FLAT_KEY), count(DARK_KEY)};
+    if (role == FrameRole::Any)
+        return;
+    const double wanted = role == FrameRole::Flat ? FLAT_KEY : SAMPLE_KEY;
+    for (zt::u32 frame = 0; frame < frames; ++frame)
+        if (keys->values[frame] == wanted)
+            chosen.push_back(frame);
+    if (chosen.empty())
+        throw Error(
+            fileInfo.path + ": no frame is marked as " +
+            (role == FrameRole::Flat ? "a flat field (image_key 1)" : "one of the sample (image_key 0)"));
+    fileInfo.frames = static_cast<zt::u32>(chosen.size());
+}
+
+double Hdf5File::acqTime(zt::u32 frame) const {
+    return times.empty() ? fileInfo.acqTime.value_or(0) : times[storedFrame(frame)];
+}
+
+void Hdf5File::readImage(zt::u32 frame, zt::u32 subFrame, std::span<std::byte> pixels) {
+    const Hdf5Session session;
+    try {
+        images->read(storedFrame(frame), subFrame, pixels);
+    } catch (const Error& error) {
+        throw Error(where(frame) + ": " + error.what());
+    }
+}
+
+} // namespace ombrel

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "standalone/FrameFile.h"
+#include "standalone/Hdf5Images.h"
+
+#include <optional>
+#include <vector>
+
+namespace ombrel {
+
+// The frames of one dataset of an HDF5 file.
+class Hdf5File final : public FrameFile {
+public:
+    // `path` may go on with "::/path/of/dataset".
+    Hdf5File(const std::string& path, FrameRole role);
+
+    void readImage(zt::u32 frame, zt::u32 subFrame, std::span<std::byte> pixels) override;
+    double acqTime(zt::u32 frame) const override;
+
+private:
+    void fillInfo(const std::string& path, const std::string& dataset);
+    void chooseFrames(FrameRole role, const std::vector<std::string>& groups);
+    void readTimes(const std::vector<std::string>& groups);
+    zt::u32 storedFrame(zt::u32 frame) const { return chosen.empty() ? frame : chosen[frame]; }
+
+    Hdf5FileHandle file;
+    std::optional<Hdf5Images> images;
+    std::vector<zt::u32> chosen; // the frames of the role in the dataset; empty when all are
+    std::vector<double> times;   // of each frame in the dataset, when they differ
+};
+
+} // namespace ombrel

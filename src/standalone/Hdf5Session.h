@@ -1,0 +1,22 @@
+#pragma once
+
+#include <mutex>
+#include <string>
+
+namespace ombrel {
+
+// Holds the HDF5 library for one thread, which is not made for several, and keeps it from printing errors and
+// from doing things at exit (where it may crash after a close that failed). Every use of the library stands
+// in the scope of one; scopes may be nested.
+class Hdf5Session {
+public:
+    Hdf5Session();
+
+    // ": the library's words" for the last error, or nothing.
+    static std::string reason();
+
+private:
+    std::unique_lock<std::recursive_mutex> lock;
+};
+
+} // namespace ombrel

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "host/Types.h"
+#include "standalone/Hdf5Handle.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace ombrel {
+
+// A dataset seen as a stack of images: rank 2 is one frame, rank 3 frames, rank 4 frames by sub-frames.
+struct Hdf5Shape {
+    std::vector<hsize_t> extent; // slowest axis first
+    zt::u8 pixelType = 0;
+
+    zt::u32 width() const { return static_cast<zt::u32>(extent.back()); }
+    zt::u32 height() const { return static_cast<zt::u32>(extent[extent.size() - 2]); }
+    zt::u32 frames() const { return extent.size() == 2 ? 1 : static_cast<zt::u32>(extent[0]); }
+    zt::u32 subFrames() const { return extent.size() == 4 ? static_cast<zt::u32>(extent[1]) : 0; }
+};
+
+// The pixel type that holds every value of an HDF5 type; none when it is no number, or a wider one.
+std::optional<zt::u8> pixelTypeOfHdf5(hid_t type);
+
+// The HDF5 type of pixels in memory.
+hid_t nativeHdf5Type(zt::u8 pixelType);
+
+// None for an object that is no dataset of numbers of rank 2 to 4 with at least one pixel.
+std::optional<Hdf5Shape> shapeOfImages(hid_t object);
+
+// "100 x 512 x 512 u16".
+std::string shapeText(const Hdf5Shape& shape);
+
+} // namespace ombrel

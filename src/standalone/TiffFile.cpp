@@ -1,0 +1,92 @@
+#include "standalone/TiffFile.h"
+
+#include "standalone/Error.h"
+#include "standalone/PixelType.h"
+
+#include <algorithm>
+
+namespace ombrel {
+
+namespace {
+
+std::string kindText(const TiffPage& page) {
+    return std::to_string(page.width) + " x " + std::to_string(page.height) + ' ' +
+           std::string(pixelTypeName(page.pixelType));
+}
+
+} // namespace
+
+TiffFile::TiffFile(const std::string& path) : file{FileDescriptor::openForReading(path)}, tiff{path} {
+    fileInfo.path = path;
+    fileInfo.format = "TIFF";
+    gatherPages();
+    fileInfo.width = pages.front().width;
+    fileInfo.height = pages.front().height;
+    fileInfo.pixelType = pages.front().pixelType;
+    fileInfo.frames = static_cast<zt::u32>(pages.size());
+}
+
+void TiffFile::gatherPages() {
+    const zt::u64 fileSize = file.size();
+    for (;;) {
+        const std::string page = where(static_cast<zt::u32>(pages.size()));
+        pages.push_back(examineTiffPage(tiff, page, fileSize));
+        checkLikeFirst(pages.back(), page);
+        if (TIFFLastDirectory(tiff.get()))
+            return;
+        if (TIFFReadDirectory(tiff.get()) != 1)
+            throw Error(page + ": the file is cut off or damaged behind this page" + tiff.reason());
+    }
+}
+
+void TiffFile::checkLikeFirst(const TiffPage& page, const std::string& name) const {
+    const TiffPage& first = pages.front();
+    if (page.width != first.width || page.height != first.height || page.pixelType != first.pixelType)
+        throw Error(name + " is " + kindText(page) + ", but frame 0 is " + kindText(first) +
+                    "; the frames of one file must be alike");
+}
+
+void TiffFile::readImage(zt::u32 frame, zt::u32, std::span<std::byte> pixels) {
+    const TiffPage& page = pages.at(frame);
+    if (page.pixelOffset) {
+        file.readAt(*page.pixelOffset, pixels);
+        return;
+    }
+    if (TIFFCurrentDirOffset(tiff.get()) != page.directoryOffset &&
+        TIFFSetSubDirectory(tiff.get(), page.directoryOffset) != 1)
+        throw Error(where(frame) + ": cannot be read" + tiff.reason());
+    TIFFIsTiled(tiff.get()) ? readTiles(where(frame), pixels) : readStrips(where(frame), pixels);
+}
+
+void TiffFile::readStrips(const std::string& page, std::span<std::byte> pixels) const {
+    const zt::u32 count = TIFFNumberOfStrips(tiff.get());
+    for (zt::u32 strip = 0; strip < count; ++strip) {
+        const auto size = std::min<std::size_t>(pixels.size(), TIFFStripSize64(tiff.get()));
+        if (TIFFReadEncodedStrip(tiff.get(), strip, pixels.data(), static_cast<tmsize_t>(size)) !=
+            static_cast<tmsize_t>(size))
+            throw Error(page + ": strip " + std::to_string(strip) + " cannot be read" + tiff.reason());
+        pixels = pixels.subspan(size);
+    }
+}
+
+void TiffFile::readTiles(const std::string& page, std::span<std::byte> pixels) {
+    zt::u32 tileWidth = 0;
+    zt::u32 tileHeight = 0;
+    TIFFGetField(tiff.get(), TIFFTAG_TILEWIDTH, &tileWidth);
+    TIFFGetField(tiff.get(), TIFFTAG_TILELENGTH, &tileHeight);
+    tile.resize(TIFFTileSize64(tiff.get()));
+    const std::size_t pixelBytes = pixelSize(fileInfo.pixelType);
+    for (zt::u32 top = 0; top < fileInfo.height; top += tileHeight)
+        for (zt::u32 left = 0; left < fileInfo.width; left += tileWidth) {
+            if (TIFFReadTile(tiff.get(), tile.data(), left, top, 0, 0) != static_cast<tmsize_t>(tile.size()))
+                throw Error(page + ": the tile at " + std::to_string(left) + ", " + std::to_string(top) +
+                            " cannot be read" + tiff.reason());
+            const std::size_t rowBytes = std::min(tileWidth, fileInfo.width - left) * pixelBytes;
+            const zt::u32 rows = std::min(tileHeight, fileInfo.height - top);
+            for (zt::u32 row = 0; row < rows; ++row)
+                std::copy_n(tile.data() + std::size_t{row} * tileWidth * pixelBytes, rowBytes,
+                            pixels.data() + ((std::size_t{top} + row) * fileInfo.width + left) * pixelBytes);
+        }
+}
+
+} // namespace ombrel

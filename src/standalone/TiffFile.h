@@ -1,0 +1,33 @@
+#pragma once
+
+#include "standalone/FileDescriptor.h"
+#include "standalone/FrameFile.h"
+#include "standalone/TiffHandle.h"
+#include "standalone/TiffPage.h"
+
+#include <vector>
+
+namespace ombrel {
+
+// The pages of a TIFF file as frames.
+class TiffFile final : public FrameFile {
+public:
+    // Looks at every page, so that a file that is cut off is found here and any frame is reached at once
+    // later.
+    explicit TiffFile(const std::string& path);
+
+    void readImage(zt::u32 frame, zt::u32 subFrame, std::span<std::byte> pixels) override;
+
+private:
+    void gatherPages();
+    void checkLikeFirst(const TiffPage& page, const std::string& name) const;
+    void readStrips(const std::string& page, std::span<std::byte> pixels) const;
+    void readTiles(const std::string& page, std::span<std::byte> pixels);
+
+    FileDescriptor file;
+    TiffHandle tiff;
+    std::vector<TiffPage> pages;
+    std::vector<std::byte> tile;
+};
+
+} // namespace ombrel
