@@ -1,5 +1,6 @@
 #include "standalone/cli/FrameRange.h"
 
+#include "standalone/Error.h"
 #include "standalone/cli/UsageError.h"
 
 #include <charconv>
@@ -41,6 +42,8 @@ Ends parseEnds(const std::string& text) {
 
 FrameRange parseFrameRange(const std::string& text, zt::u64 frames) {
     const Ends ends = parseEnds(text);
+    if (frames == 0)
+        throw Error("the inputs hold no frame");
     const FrameRange range{ends.begin.value_or(0), ends.end.value_or(frames)};
     if (range.begin >= range.end || range.end > frames)
         throw UsageError("--frames " + text + ": the inputs hold frames 0 to " + std::to_string(frames - 1));

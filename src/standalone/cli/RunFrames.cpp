@@ -123,11 +123,14 @@ int runFrames(const RunOptions& options, Console& console) {
     Chain chain = makeChain(session, options);
     const auto preview = options.preview.empty() ? nullptr : std::make_unique<PreviewFolder>(options.preview);
 
-    BatchPlan plan{.stack = stack, .chain = chain, .begin = range.begin, .end = range.end};
-    plan.acqTime = options.acqTime;
-    plan.outputPath = options.output;
-    plan.outputType = options.outputType == "f64" ? zt::DT_DOUBLE : zt::DT_FLOAT;
-    plan.mode = options.replace ? ApplyMode::Replace : ApplyMode::Copy;
+    const BatchPlan plan{.stack = stack,
+                         .chain = chain,
+                         .begin = range.begin,
+                         .end = range.end,
+                         .acqTime = options.acqTime,
+                         .outputPath = options.output,
+                         .outputType = options.outputType == "f64" ? zt::DT_DOUBLE : zt::DT_FLOAT,
+                         .mode = options.replace ? ApplyMode::Replace : ApplyMode::Copy};
 
     const Interrupt interrupt;
     Progress progress(console, range.count(), options.quiet);

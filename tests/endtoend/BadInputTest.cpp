@@ -1,0 +1,184 @@
+// What goes wrong: one clear line, the right exit code, nothing left behind that looks whole.
+
+#include "fixtures/FrameFiles.h"
+#include "fixtures/Program.h"
+#include "fixtures/TemporaryFolder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <sys/resource.h>
+
+using ::testing::AllOf;
+using ::testing::EndsWith;
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// A name that would be read as a format somewhere down the line.
+constexpr const char* nastyName = "100%s%n%d";
+
+class BadInput : public ::testing::Test {
+protected:
+    void SetUp() override {
+        writeTiff(good, stack);
+        writeHdf5(goodHdf5, stack);
+    }
+
+    static ProgramResult runOn(std::vector<std::string> arguments) {
+        arguments.insert(arguments.begin(), "run");
+        return runOmbrel(arguments);
+    }
+
+    // One line that holds the words, the exit code, and no output.
+    void expectRefusal(const ProgramResult& result, int exitCode, const std::vector<std::string>& words) {
+        EXPECT_EQ(result.exitCode, exitCode) << result.messages;
+        EXPECT_EQ(std::ranges::count(result.messages, '\n'), 1) << result.messages;
+        EXPECT_THAT(result.messages, StartsWith("ombrel: "));
+        for (const std::string& word : words)
+            EXPECT_THAT(result.messages, HasSubstr(word));
+        EXPECT_EQ(result.output, "");
+        EXPECT_FALSE(fs::exists(output)) << result.messages;
+    }
+
+    void expectUnreadable(const std::string& input, const std::vector<std::string>& words) {
+        std::vector<std::string> all = words;
+        all.push_back(input);
+        expectRefusal(runOn({"-f", "Binning 2x2", input, "-o", output}), 1, all);
+        EXPECT_EQ(runOmbrel({"info", input}).exitCode, 1);
+    }
+
+    void truncate(const std::string& path, double part) {
+        fs::resize_file(path, static_cast<std::uintmax_t>(static_cast<double>(fs::file_size(path)) * part));
+    }
+
+    const TemporaryFolder folder;
+    const ImageStack<zt::u16> stack{6, 4, std::vector<zt::u16>(6 * 4 * 3, 5)};
+    const std::string good = folder / "good.tif";
+    const std::string goodHdf5 = folder / "good.h5";
+    const std::string output = folder / "out.h5";
+};
+
+} // namespace
+
+TEST_F(BadInput, FilesThatAreNoFrames) {
+    expectUnreadable(folder / "missing.tif", {"No such file"});
+    expectUnreadable(folder / "", {"directory"});
+    std::ofstream(folder / nastyName);
+    expectUnreadable(folder / nastyName, {});
+    std::ofstream(folder / "words.tif") << "these are words";
+    expectUnreadable(folder / "words.tif", {});
+    expectUnreadable(goodHdf5 + "::/no/such", {"/no/such"});
+}
+
+TEST_F(BadInput, FilesThatAreCutOff) {
+    for (const double part : {0.02, 0.5, 0.95}) {
+        writeTiff(good, stack);
+        truncate(good, part);
+        expectUnreadable(good, {});
+        writeHdf5(goodHdf5, stack);
+        truncate(goodHdf5, part);
+        expectUnreadable(goodHdf5, {});
+    }
+}
+
+TEST_F(BadInput, FramesOfTwoSizes) {
+    writeTiff(folder / "other.tif", ImageStack<zt::u16>{5, 4, std::vector<zt::u16>(20)});
+    expectRefusal(runOn({"-f", "Binning 2x2", good, folder / "other.tif", "-o", output}), 1,
+                  {"good.tif", "other.tif", "6 x 4", "5 x 4"});
+    expectRefusal(runOn({"-f", "Binning 2x2", good, "-o", output, "--device-mask", folder / "other.tif"}), 1,
+                  {"other.tif", "6 x 4", "5 x 4"});
+}
+
+TEST_F(BadInput, WrongCommandLines) {
+    expectRefusal(runOn({"-f", "Sharpen", good, "-o", output}), 2, {"\"Sharpen\"", "\"Binning 2x2\""});
+    expectRefusal(runOn({"-f", nastyName, good, "-o", output}), 2, {nastyName});
+    expectRefusal(runOn({"-f", "Binning 2x2", good, "-o", output, "--sharpen"}), 2, {"--sharpen"});
+    expectRefusal(runOn({"-f", "Binning 2x2", "-o", output}), 2, {"INPUT"});
+    expectRefusal(runOn({"-f", "Binning 2x2", good}), 2, {"--output"});
+    expectRefusal(runOn({"-f", "Binning 2x2", good, "-o", folder / "out.png"}), 2, {"out.png", ".h5"});
+    for (const char* range : {"2", "1:1", "2:1", "x:2", "0:4", "3:", "-1:2"})
+        expectRefusal(runOn({"-f", "Binning 2x2", good, "-o", output, "--frames", range}), 2, {"--frames"});
+    EXPECT_EQ(runOmbrel({"sharpen"}).exitCode, 2);
+    EXPECT_EQ(runOmbrel({}).exitCode, 2);
+    EXPECT_EQ(runOmbrel({"--help"}).exitCode, 0);
+}
+
+TEST_F(BadInput, AnOutputThatExistsIsKept) {
+    std::ofstream(output) << "precious";
+    const auto refused = runOn({"-f", "Binning 2x2", good, "-o", output});
+    EXPECT_EQ(refused.exitCode, 1);
+    EXPECT_THAT(refused.messages, AllOf(HasSubstr(output), HasSubstr("--force")));
+    EXPECT_EQ(fs::file_size(output), 8u);
+    EXPECT_EQ(runOn({"-f", "Binning 2x2", good, "-o", output, "--force"}).exitCode, 0);
+    EXPECT_EQ(runOn({"-f", "Binning 2x2", good, "-o", good, "--force"}).exitCode, 1);
+    EXPECT_EQ(readAllFrames(good), std::vector<double>(6 * 4 * 3, 5));
+}
+
+TEST_F(BadInput, PlacesThatCannotBeWritten) {
+    expectRefusal(runOn({"-f", "Binning 2x2", good, "-o", folder / "no/such/out.h5"}), 1, {"out.h5"});
+    expectRefusal(runOn({"-f", "Binning 2x2", good, "-o", "/proc/out.h5"}), 1, {"/proc/out.h5"});
+}
+
+// A limit on the size of files stands for a disk that is full: writes fail in the same way.
+TEST_F(BadInput, NoRoomForTheOutput) {
+    rlimit before{};
+    getrlimit(RLIMIT_FSIZE, &before);
+    rlimit small = before;
+    small.rlim_cur = 4096;
+    writeHdf5(goodHdf5, ImageStack<zt::u16>{60, 40, std::vector<zt::u16>(60 * 40 * 3)});
+    setrlimit(RLIMIT_FSIZE, &small);
+    const auto hdf5 = runOn({"-f", "Binning 2x2", goodHdf5, "-o", output});
+    const auto tiff = runOn({"-f", "Binning 2x2", goodHdf5, "-o", folder / "out.tif"});
+    setrlimit(RLIMIT_FSIZE, &before);
+    expectRefusal(hdf5, 1, {"out.h5"});
+    EXPECT_EQ(tiff.exitCode, 1) << tiff.messages;
+    EXPECT_THAT(tiff.messages, HasSubstr("out.tif"));
+    for (const auto& entry : fs::directory_iterator(folder.path))
+        EXPECT_THAT(entry.path().filename().string(), ::testing::AnyOf("good.tif", "good.h5"));
+}
+
+TEST_F(BadInput, SettingsThatAreNone) {
+    const std::string settings = folder / "settings.xml";
+    const auto refuse = [&](const std::string& text, const std::vector<std::string>& words) {
+        std::ofstream(settings) << text;
+        expectRefusal(runOn({"-f", "Binning 2x2=" + settings, good, "-o", output}), 1, words);
+    };
+    refuse("not XML", {settings});
+    refuse("<settings><group name=\"A\"><item key=\"K\" type=\"int\">many</item></group></settings>",
+           {settings, "many"});
+    refuse("<settings><group name=\"A\">", {settings});
+    expectRefusal(runOn({"-f", "Binning 2x2=" + (folder / nastyName), good, "-o", output}), 1, {nastyName});
+}
+
+TEST_F(BadInput, ParametersThatCannotBeSet) {
+    expectRefusal(runOn({"-f", "Binning 2x2", "-p", "Binning 2x2:Version=2", good, "-o", output}), 1,
+                  {"Version", "read-only"});
+    expectRefusal(runOn({"-f", "Binning 2x2", "-p", "Binning 2x2:Depth=2", good, "-o", output}), 1,
+                  {"Depth", "Version"});
+    EXPECT_NE(runOn({"-f", "Binning 2x2", "-p", "Flat:Version=2", good, "-o", output}).exitCode, 0);
+}
+
+TEST_F(BadInput, PluginsThatAreNone) {
+    std::ofstream(folder / nastyName) << "no library";
+    for (const std::string& plugin : {folder / nastyName, folder / "missing.so", std::string("libm.so.6")})
+        expectRefusal(runOn({"-f", "Binning 2x2", good, "-o", output, "--plugin", plugin}), 1, {plugin});
+}
+
+TEST_F(BadInput, PathsThatReadAsFormatsWorkEverywhere) {
+    fs::create_directory(folder / nastyName);
+    const std::string base = folder / (std::string(nastyName) + "/");
+    writeTiff(base + nastyName + ".tif", stack);
+    const auto result = runOn({"-f", "Binning 2x2", base + nastyName + ".tif", "-o", base + nastyName + ".h5",
+                               "--log", base + nastyName + ".log", "--preview", base + nastyName});
+    EXPECT_EQ(result.exitCode, 0) << result.messages;
+    EXPECT_THAT(result.messages, EndsWith(base + nastyName + ".h5\n"));
+    EXPECT_TRUE(fs::exists(base + nastyName + ".log"));
+}

@@ -1,0 +1,164 @@
+// The plug-in as a host loads it.
+
+#include "fixtures/PlainBinning.h"
+#include "host/DataType.h"
+#include "host/String.h"
+#include "standalone/Frame.h"
+#include "standalone/Host.h"
+#include "standalone/PluginLibrary.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <dlfcn.h>
+#include <memory>
+#include <numeric>
+#include <string>
+#include <vector>
+
+using ombrel::Frame;
+using ombrel::FramePtr;
+using ::testing::ElementsAre;
+using ::testing::ElementsAreArray;
+
+namespace {
+
+// A host with devices of the given types, which the plug-in was started for.
+struct LoadedHost {
+    explicit LoadedHost(const std::vector<int>& deviceTypes)
+        : host([this](const std::string& line) { logged.push_back(line); }) {
+        for (const int type : deviceTypes)
+            devices.push_back(&host.addDevice(type, 4, 2));
+        ombrel::PluginLibrary library(OMBREL_PLUGIN);
+        library.start(host);
+    }
+
+    zt::IDataFilter& filter(const std::string& name) {
+        for (const auto& entry : host.filters().registrations())
+            if (nameOf(*entry.filter) == name)
+                return *entry.filter;
+        throw std::runtime_error("no filter " + name);
+    }
+
+    static std::string nameOf(const zt::IDataFilter& filter) {
+        zt::String name;
+        filter.filterNameStr(&name);
+        return name.get();
+    }
+
+    std::vector<std::string> logged;
+    ombrel::Host host;
+    std::vector<ombrel::Device*> devices;
+};
+
+FramePtr frameOf(zt::u32 width, zt::u32 height, const std::vector<zt::u16>& pixels) {
+    FramePtr frame = Frame::create(width, height, zt::DT_U16);
+    std::ranges::copy(pixels, frame->pixels<zt::u16>().begin());
+    return frame;
+}
+
+// Data that is no frame.
+struct OtherData : zt::IData {
+    int type() const override { return 2; }
+    void addRef() override {}
+    void release() override {}
+    void destroy() override {}
+    IData* clone() const override { return nullptr; }
+};
+
+} // namespace
+
+TEST(Plugin, IsOneObjectBehindOneEntry) {
+    const ombrel::PluginLibrary first(OMBREL_PLUGIN);
+    const ombrel::PluginLibrary second(OMBREL_PLUGIN);
+    EXPECT_EQ(&first.plugin(), &second.plugin());
+    EXPECT_STREQ(first.plugin().name(), "ombrel");
+    EXPECT_STREQ(first.plugin().description(), "Plugin that manages filters");
+    EXPECT_EQ(first.plugin().privateInterface(), nullptr);
+}
+
+TEST(Plugin, GivesEachPixelDetectorItsFiltersAndOthersNone) {
+    const std::vector<std::string> names = {"Binning 2x2"};
+    LoadedHost two({1, 5, 10});
+    std::vector<std::string> registered;
+    for (const auto& entry : two.host.filters().registrations()) {
+        registered.push_back(LoadedHost::nameOf(*entry.filter));
+        EXPECT_EQ(static_cast<zt::IDev*>(entry.filter->device()), entry.device);
+    }
+    std::vector<std::string> expected = names;
+    expected.insert(expected.end(), names.begin(), names.end());
+    EXPECT_THAT(registered, ElementsAreArray(expected));
+    EXPECT_EQ(two.host.filters().filtersOf(*two.devices[0]).size(), names.size());
+    EXPECT_TRUE(two.host.filters().filtersOf(*two.devices[1]).empty());
+
+    EXPECT_TRUE(LoadedHost({5}).host.filters().registrations().empty());
+    EXPECT_TRUE(LoadedHost({}).host.filters().registrations().empty());
+    for (const int type : {1, 2, 3, 4, 10})
+        EXPECT_EQ(LoadedHost({type}).host.filters().registrations().size(), names.size()) << type;
+    for (const int type : {0, -1, 5, 9, 11})
+        EXPECT_TRUE(LoadedHost({type}).host.filters().registrations().empty()) << type;
+}
+
+TEST(Plugin, RegistersASecondSetWhenInitializedAgain) {
+    LoadedHost loaded({2});
+    const std::size_t once = loaded.host.filters().registrations().size();
+    ombrel::PluginLibrary library(OMBREL_PLUGIN);
+    EXPECT_EQ(library.plugin().initialize(&loaded.host), 0);
+    EXPECT_EQ(loaded.host.filters().registrations().size(), 2 * once);
+}
+
+TEST(Binning, SumsBlocksInACopyAndLeavesTheInput) {
+    LoadedHost loaded({1});
+    const FramePtr input = frameOf(4, 2, {1, 2, 30, 40, 3, 4, 50, 60});
+    input->setAcqTime(2.5);
+    input->addSubFrame(frameOf(2, 1, {7, 8}));
+    const FramePtr output(static_cast<Frame*>(loaded.filter("Binning 2x2").filter(input.get())));
+    ASSERT_TRUE(output);
+    EXPECT_THAT(output->pixels<double>(), ElementsAre(10, 10, 180, 180, 10, 10, 180, 180));
+    EXPECT_EQ(output->frameDataType(), zt::DT_DOUBLE);
+    EXPECT_EQ(output->acqTime(), 2.5);
+    const auto children = output->subFrames();
+    ASSERT_EQ(children.size(), 1u);
+    EXPECT_THAT(static_cast<Frame*>(children[0])->pixels<zt::u16>(), ElementsAre(7, 8));
+
+    EXPECT_EQ(input->frameDataType(), zt::DT_U16);
+    EXPECT_THAT(input->pixels<zt::u16>(), ElementsAre(1, 2, 30, 40, 3, 4, 50, 60));
+}
+
+TEST(Binning, WorksInPlaceForEverySizeOddOnesIncluded) {
+    LoadedHost loaded({1});
+    for (const auto [width, height] :
+         {std::pair<zt::u32, zt::u32>{33, 17}, {33, 16}, {32, 17}, {1, 1}, {5, 0}}) {
+        std::vector<zt::u16> pixels(width * height);
+        std::iota(pixels.begin(), pixels.end(), zt::u16{1});
+        const FramePtr frame = frameOf(width, height, pixels);
+        EXPECT_EQ(loaded.filter("Binning 2x2").filterReplace(frame.get()), 0);
+        EXPECT_EQ(frame->frameDataType(), zt::DT_DOUBLE);
+        EXPECT_THAT(frame->pixels<double>(),
+                    ElementsAreArray(binnedPlainly({pixels.begin(), pixels.end()}, width, height)))
+            << width << " x " << height;
+    }
+}
+
+TEST(Binning, RefusesOtherDataInOneLineEach) {
+    LoadedHost loaded({1});
+    OtherData other;
+    zt::IDataFilter& filter = loaded.filter("Binning 2x2");
+    EXPECT_FALSE(filter.isDataSupported(&other));
+    EXPECT_EQ(filter.filter(&other), nullptr);
+    EXPECT_EQ(filter.filterReplace(&other), 0);
+    const std::string words = "Cannot filter data that is not of type IMpxFrame";
+    EXPECT_THAT(loaded.logged, ElementsAre(words, words));
+}
+
+TEST(Binning, LeavesNoFrameBehind) {
+    const std::size_t before = Frame::aliveCount();
+    {
+        LoadedHost loaded({1});
+        const FramePtr input = frameOf(3, 3, {1, 2, 3, 4, 5, 6, 7, 8, 9});
+        const ombrel::FilterPtr instance(loaded.filter("Binning 2x2").createNewInstance());
+        EXPECT_EQ(instance->parameters()->param("Version")->getString(), "1.0");
+        instance->filter(input.get())->release();
+    }
+    EXPECT_EQ(Frame::aliveCount(), before);
+}

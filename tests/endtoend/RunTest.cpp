@@ -1,0 +1,118 @@
+// `ombrel run` on files of every kind.
+
+#include "fixtures/FrameFiles.h"
+#include "fixtures/PlainBinning.h"
+#include "fixtures/Program.h"
+#include "fixtures/TemporaryFolder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <random>
+
+using ::testing::ElementsAreArray;
+using ::testing::HasSubstr;
+
+namespace {
+
+// Values that fill the type's range, but stay exact as doubles.
+template <typename T>
+ImageStack<T> randomStack(zt::u32 width, zt::u32 height, zt::u32 images) {
+    std::mt19937 engine(7);
+    ImageStack<T> stack{width, height, std::vector<T>(width * height * images)};
+    for (T& pixel : stack.pixels)
+        pixel = std::is_floating_point_v<T> ? static_cast<T>(static_cast<double>(engine()) / 65536 - 30000)
+                                            : static_cast<T>(engine());
+    return stack;
+}
+
+template <typename T>
+std::vector<double> expectedBinning(const ImageStack<T>& stack) {
+    std::vector<double> all;
+    const std::size_t size = stack.width * stack.height;
+    for (std::size_t i = 0; i < stack.pixels.size(); i += size) {
+        const std::vector<double> frame(stack.pixels.begin() + i, stack.pixels.begin() + i + size);
+        const auto binned = binnedPlainly(frame, stack.width, stack.height);
+        all.insert(all.end(), binned.begin(), binned.end());
+    }
+    return all;
+}
+
+template <typename T>
+class RunOnPixels : public ::testing::Test {};
+
+using PixelTypes = ::testing::Types<zt::u8, zt::u16, zt::u32, zt::i16, zt::i32, float, double>;
+TYPED_TEST_SUITE(RunOnPixels, PixelTypes);
+
+} // namespace
+
+TYPED_TEST(RunOnPixels, GivesTheExactBlockSumsForEvenAndOddSizes) {
+    const TemporaryFolder folder;
+    for (const auto [width, height] : {std::pair<zt::u32, zt::u32>{34, 18}, {33, 17}, {34, 17}, {33, 18}}) {
+        const auto stack = randomStack<TypeParam>(width, height, 3);
+        writeTiff(folder / "in.tif", stack);
+        writeHdf5(folder / "in.h5", stack);
+        for (const char* input : {"in.tif", "in.h5"}) {
+            for (const char* mode : {"--output-type=f64", "--replace"}) {
+                const auto result =
+                    runOmbrel({"run", "-f", "Binning 2x2", folder / input, "-o", folder / "out.h5",
+                               "--output-type", "f64", "--force", "--plugin", OMBREL_PLUGIN,
+                               mode == std::string("--replace") ? "--replace" : "--quiet"});
+                ASSERT_EQ(result.exitCode, 0) << result.messages;
+                EXPECT_THAT(readAllFrames(folder / "out.h5"), ElementsAreArray(expectedBinning(stack)))
+                    << input << " " << width << " x " << height << " " << mode;
+            }
+        }
+    }
+}
+
+TEST(Run, TakesARangeOfAllInputsTogether) {
+    const TemporaryFolder folder;
+    const auto stack = randomStack<zt::u16>(8, 6, 4);
+    writeTiff(folder / "a.tif", stack);
+    writeHdf5(folder / "b.h5", stack);
+    const auto result = runOmbrel({"run", "-f", "Binning 2x2", folder / "a.tif", folder / "b.h5", "-o",
+                                   folder / "out.tif", "--frames", "3:6"});
+    ASSERT_EQ(result.exitCode, 0) << result.messages;
+    EXPECT_EQ(result.output, "");
+    EXPECT_THAT(result.messages, HasSubstr("3 frames"));
+    const auto all = expectedBinning(stack);
+    std::vector<double> expected(all.begin() + 3 * 48, all.end());
+    expected.insert(expected.end(), all.begin(), all.begin() + 2 * 48);
+    EXPECT_THAT(readAllFrames(folder / "out.tif"), ElementsAreArray(expected));
+}
+
+TEST(Run, WritesAPictureOfEachFrame) {
+    const TemporaryFolder folder;
+    writeTiff(folder / "in.tif", randomStack<zt::u16>(8, 6, 2));
+    const auto result = runOmbrel({"run", "-q", "-f", "Binning 2x2", folder / "in.tif", "-o",
+                                   folder / "out.h5", "--preview", folder / "pictures"});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.messages, "");
+    EXPECT_TRUE(std::filesystem::exists(folder / "pictures/frame-000001.png"));
+}
+
+TEST(Run, CorrectsASimulatedSetAndShowsWhatItHolds) {
+    const TemporaryFolder folder;
+    ASSERT_EQ(runOmbrel({"simulate", folder / "set", "--size", "40x30", "--frames", "5", "-q"}).exitCode, 0);
+    const auto info = runOmbrel({"info", folder / "set/frames.h5"});
+    EXPECT_EQ(info.exitCode, 0);
+    EXPECT_THAT(info.output, HasSubstr("40 x 30"));
+    EXPECT_THAT(info.output, HasSubstr("u16"));
+    const auto result =
+        runOmbrel({"run", "-f", "Binning 2x2", folder / "set/frames.h5", "-o", folder / "out.h5"});
+    EXPECT_EQ(result.exitCode, 0) << result.messages;
+    const auto again = runOmbrel({"simulate", folder / "set", "--size", "40x30", "--frames", "5", "-q"});
+    EXPECT_EQ(again.exitCode, 1);
+    EXPECT_THAT(again.messages, HasSubstr("--force"));
+}
+
+TEST(Filters, AreShownAsTextAndAsJson) {
+    const auto text = runOmbrel({"filters"});
+    EXPECT_EQ(text.exitCode, 0);
+    EXPECT_THAT(text.output, HasSubstr("Binning 2x2"));
+    EXPECT_THAT(text.output, HasSubstr("Version = 1.0"));
+    const auto json = runOmbrel({"filters", "--json"});
+    EXPECT_THAT(json.output, HasSubstr("\"name\": \"Binning 2x2\""));
+}
