@@ -1,0 +1,140 @@
+#include "standalone/AtomicFile.h"
+
+#include "standalone/Error.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <fcntl.h>
+#include <filesystem>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace ombrel {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* notWritten = "cannot be written";
+
+// The file that a chain of symbolic links ends at, there or not.
+std::string behindLinks(const std::string& path) {
+    constexpr int mostLinks = 40;
+    fs::path current = path;
+    std::error_code failed;
+    for (int links = 0; fs::is_symlink(current, failed); ++links) {
+        if (links == mostLinks)
+            throw Error(systemErrorText(path, notWritten, ELOOP));
+        const fs::path next = fs::read_symlink(current, failed);
+        if (failed)
+            throw Error(systemErrorText(path, notWritten, failed.value()));
+        current = current.parent_path() / next; // an absolute link replaces all
+    }
+    return current.string();
+}
+
+std::string directoryOf(const std::string& path) {
+    const std::string directory = fs::path(path).parent_path().string();
+    return directory.empty() ? "." : directory;
+}
+
+std::string besideTarget(const std::string& target) {
+    constexpr std::size_t longestName = 255;
+    const std::string suffix = ".new";
+    const std::string name = fs::path(target).filename().string();
+    return directoryOf(target) + "/." + name.substr(0, longestName - 1 - suffix.size()) + suffix;
+}
+
+// What may not be replaced is refused: renaming alone would replace a file that is write-protected.
+void checkReplaceable(const std::string& shownPath, const std::string& target) {
+    struct stat status {};
+    if (::stat(target.c_str(), &status) != 0)
+        return; // a new file; where it can't be made, making it tells
+    if (!S_ISREG(status.st_mode))
+        throw Error(shownPath + ": " + notWritten + ": it is no regular file");
+    if (::access(target.c_str(), W_OK) != 0)
+        throw Error(systemErrorText(shownPath, notWritten, errno));
+}
+
+bool isStillNamed(int descriptor, const std::string& path) {
+    struct stat mine {};
+    struct stat named {};
+    return ::fstat(descriptor, &mine) == 0 && ::lstat(path.c_str(), &named) == 0 &&
+           mine.st_dev == named.st_dev && mine.st_ino == named.st_ino;
+}
+
+// Waits for the lock. File systems without locks go without.
+void lock(int descriptor) {
+    while (::flock(descriptor, LOCK_EX) != 0 && errno == EINTR) {
+    }
+}
+
+// Opens the file beside the target; `isMine` tells whether it was made or had been there.
+int openFresh(const std::string& path, bool& isMine) {
+    for (;;) {
+        int descriptor = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+        isMine = descriptor >= 0 || errno != EEXIST;
+        if (isMine)
+            return descriptor;
+        descriptor = ::open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
+        if (descriptor >= 0 || errno != ENOENT)
+            return descriptor;
+    }
+}
+
+// Makes the file beside the target and locks it. Its maker holds the lock until it has renamed or removed it,
+// so that one that stands there and can be locked is left over from a program that was killed.
+FileDescriptor makeFresh(const std::string& shownPath, const std::string& freshPath) {
+    for (;;) {
+        bool isMine = false;
+        FileDescriptor file(openFresh(freshPath, isMine), shownPath);
+        if (file.get() < 0)
+            throw Error(systemErrorText(isMine ? shownPath : freshPath, notWritten, errno));
+        lock(file.get());
+        if (!isStillNamed(file.get(), freshPath))
+            continue; // its maker was done, or another took it for left over
+        if (isMine)
+            return file;
+        if (::unlink(freshPath.c_str()) != 0)
+            throw Error(systemErrorText(freshPath, notWritten, errno));
+    }
+}
+
+void keepMode(const std::string& target, int descriptor) {
+    struct stat status {};
+    if (::stat(target.c_str(), &status) == 0)
+        ::fchmod(descriptor, status.st_mode & 07777);
+}
+
+} // namespace
+
+AtomicFile::AtomicFile(const std::string& path)
+    : shownPath(path), target(behindLinks(path)), freshPath(besideTarget(target)),
+      fresh((checkReplaceable(shownPath, target), makeFresh(shownPath, freshPath))) {}
+
+AtomicFile::~AtomicFile() {
+    if (!committed)
+        ::unlink(freshPath.c_str());
+}
+
+void AtomicFile::write(std::span<const std::byte> bytes) {
+    fresh.writeAt(length, bytes);
+    length += bytes.size();
+}
+
+void AtomicFile::commit() {
+    keepMode(target, fresh.get());
+    if (::fsync(fresh.get()) != 0 || std::rename(freshPath.c_str(), target.c_str()) != 0)
+        throw Error(systemErrorText(shownPath, notWritten, errno));
+    committed = true;
+    // The rename itself must last, too. Not every file system can sync a directory; there it is as good as
+    // done.
+    const int directory = ::open(directoryOf(target).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (directory >= 0) {
+        ::fsync(directory);
+        ::close(directory);
+    }
+}
+
+} // namespace ombrel

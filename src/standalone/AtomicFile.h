@@ -1,0 +1,40 @@
+#pragma once
+
+#include "host/Types.h"
+#include "standalone/FileDescriptor.h"
+
+#include <cstddef>
+#include <span>
+#include <string>
+
+namespace ombrel {
+
+// A file that is replaced in one step: whatever ends the program, the file is the old or the new one, whole.
+//
+// The new contents go to a file beside it, ".NAME.new", which takes its place at commit(). One that a killed
+// program left behind is cleared away by the next who writes the same file; those who write it at once wait
+// for each other. The mode of the file is kept, and a symbolic link goes on leading to it. Throws Error with
+// the path and the system's reason.
+class AtomicFile {
+public:
+    explicit AtomicFile(const std::string& path);
+    // Without commit() the file stays as it was.
+    ~AtomicFile();
+    AtomicFile(const AtomicFile&) = delete;
+    AtomicFile& operator=(const AtomicFile&) = delete;
+
+    const std::string& path() const { return shownPath; }
+    void write(std::span<const std::byte> bytes);
+    // Returns when the new contents stand on the disk under the file's name.
+    void commit();
+
+private:
+    const std::string shownPath;
+    const std::string target; // what links lead to
+    const std::string freshPath;
+    FileDescriptor fresh;
+    zt::u64 length = 0;
+    bool committed = false;
+};
+
+} // namespace ombrel

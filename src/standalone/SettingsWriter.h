@@ -1,0 +1,13 @@
+#pragma once
+
+#include "standalone/AtomicFile.h"
+#include "standalone/SettingsTree.h"
+
+namespace ombrel {
+
+// Writes the contents as XML. A string that XML can't hold (control characters, bytes that are no UTF-8) is
+// written in base64, marked by encoding="base64". Throws Error when a name can't be written, or writing
+// fails.
+void writeSettings(const SettingsTree& tree, AtomicFile& file);
+
+} // namespace ombrel
