@@ -2,6 +2,7 @@
 
 #include "aic/ImageContainer.h"
 
+#include <cstddef>
 #include <fstream>
 #include <string>
 #include <string_view>
@@ -57,9 +58,9 @@ public:
     // Loads a heap file and interpolates. An interpolation other than 0 and 1 counts as 0. A failure leaves
     // the store partly filled and not to be used. Throws std::length_error for an image with one negative
     // side.
-    int Init(std::string path, InterpolationType interpolation, std::ofstream& log);
+    int Init(std::string path, InterpolationType interpolation, std::ofstream& logStream);
     // An empty store with a log.
-    int Init(std::ofstream& log);
+    int Init(std::ofstream& logStream);
 
     // Reads one image block: columns and rows as signed 32-bit integers, then the pixels as floats, row by
     // row. Where the file ends before the pixels do, the missing ones are 0; but an image of more than 2^28
@@ -129,7 +130,22 @@ public:
     VectorsType VectorType = VectorsGeneric;
 
 private:
-    void log(std::string_view text) const;
+    struct GridVectors;
+    struct AxisBase;
+
+    void writeLog(std::string_view text) const;
+    // Writes the line and gives -1.
+    int fail(std::string_view text) const;
+
+    int readGrid(std::ifstream& file, GridVectors& grid);
+    int readGridPoints(std::ifstream& file, const GridVectors& grid);
+    int readGridPoint(std::ifstream& file, ImageContainer& point);
+    // The first image at `stride`, 2 * stride, ... from `start`; false where none is on the same line of the
+    // grid.
+    bool findOnLine(Position start, std::ptrdiff_t stride, ParamType axis, bool includeInterpolated,
+                    Position& found);
+
+    int findBase(Position point, bool includeInterpolated, AxisBase& base);
 
     // Size of the first image that has pixels, or 0 x 0 before there is one.
     int imageCols = 0;
