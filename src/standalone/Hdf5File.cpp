@@ -1,6 +1,7 @@
 #include "standalone/Hdf5File.h"
 
 #include "standalone/Error.h"
+#include "standalone/Hdf5OutputLayout.h"
 #include "standalone/Hdf5RunState.h"
 #include "standalone/Hdf5Select.h"
 #include "standalone/Hdf5Values.h"

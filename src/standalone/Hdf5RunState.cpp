@@ -1,5 +1,6 @@
 #include "standalone/Hdf5RunState.h"
 
+#include "standalone/Hdf5OutputLayout.h"
 #include "standalone/Hdf5Values.h"
 
 #include <algorithm>

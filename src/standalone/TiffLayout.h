@@ -1,0 +1,40 @@
+#pragma once
+
+#include "standalone/FrameOutput.h"
+
+#include <cstddef>
+#include <vector>
+
+namespace ombrel {
+
+// Where things stand in a TIFF file of equal pages, each one strip of floating-point pixels with its
+// directory behind it, in this processor's byte order:
+//
+//     header, link to 0 | pixels 0 | directory 0, link to 1 | pixels 1 | directory 1, link to 2 | ...
+class TiffLayout {
+public:
+    explicit TiffLayout(const OutputPlan& plan);
+
+    zt::u64 pixelOffset(zt::u64 page) const { return headerBytes() + page * pageBytes(); }
+    zt::u64 directoryOffset(zt::u64 page) const { return pixelOffset(page) + frameBytes; }
+    // Where the link to a page stands.
+    zt::u64 linkOffset(zt::u64 page) const;
+
+    // Bytes to write: the header with a link to nothing, the directory of a page with a link to nothing, a
+    // link.
+    std::vector<std::byte> header() const;
+    std::vector<std::byte> directory(zt::u64 page) const;
+    std::vector<std::byte> linkTo(zt::u64 page) const;
+
+private:
+    zt::u64 headerBytes() const { return big ? 16 : 8; }
+    zt::u64 linkBytes() const { return big ? 8 : 4; }
+    zt::u64 directoryBytes() const;
+    zt::u64 pageBytes() const;
+
+    OutputPlan plan;
+    zt::u64 frameBytes;
+    bool big = false; // BigTIFF: 8 bytes an offset in place of 4
+};
+
+} // namespace ombrel
