@@ -32,7 +32,7 @@ public:
     void defineFrame(const std::string& name, FramePtr frame);
     void undefine(const std::string& name);
 
-    // The reason of the last failure, and forgets it; empty when nothing failed since.
+    // The reason of the last failure, which is then forgotten; empty when there was none.
     std::string takeError();
     // The file read last is kept open, so that a walk over its frames does not open it anew each time.
     void closeFile();
@@ -57,6 +57,7 @@ private:
     static FileStamp stampOf(const std::string& path);
     FrameFile& fileOf(const std::string& path, FrameRole role);
     FramePtr frameOf(const std::string& path, zt::u32 index);
+    FramePtr frameOf(const FrameSource& source);
     // The result of `work`, or `failure` with the reason kept.
     template <typename Result, typename Work>
     Result guarded(Result failure, Work work);

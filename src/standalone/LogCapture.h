@@ -19,8 +19,6 @@ public:
 
     void add(std::string line) { collected.push_back(std::move(line)); }
     const std::vector<std::string>& lines() const { return collected; }
-    // All lines in one, with "; " between them.
-    std::string joined() const;
 
 private:
     LogCapture* outer;

@@ -17,6 +17,10 @@ public:
     // "ztGetPlugin", an entry that gives nothing.
     explicit PluginLibrary(const std::string& libraryPath);
 
+    // What the entry gives; for messages it is that of the library at `path`. Throws Error when it gives
+    // nothing.
+    static zt::IZtPlugin& instanceOf(zt::GetPluginFunction entry, const std::string& path);
+
     const std::string& path() const { return filePath; }
     zt::IZtPlugin& plugin() const { return *instance; }
 
@@ -25,7 +29,7 @@ public:
 
 private:
     std::string filePath;
-    zt::IZtPlugin* instance = nullptr;
+    zt::IZtPlugin* instance;
 };
 
 } // namespace ombrel
