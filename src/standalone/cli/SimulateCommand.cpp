@@ -20,7 +20,7 @@ void simulate(SimulateOptions options, Console& console) {
     const FrameSize size = parseFrameSize("--size", options.size);
     options.plan.width = size.width;
     options.plan.height = size.height;
-    Progress progress(console, simulation::framesOf(options.plan), options.quiet);
+    Progress progress(console, simulation::imagesOf(options.plan), options.quiet);
     for (const std::string& file : simulation::writeSet(options.plan, [&] { progress.advance(); }))
         console.result(file + "\n");
 }

@@ -2,6 +2,7 @@
 
 #include "standalone/simulation/Random.h"
 
+#include <algorithm>
 #include <cmath>
 #include <numbers>
 
@@ -10,9 +11,12 @@ namespace ombrel::simulation {
 namespace {
 
 constexpr double gainSpread = 0.03;
-constexpr double waveDepth = 0.05;
 constexpr double edgeGain = 1.6; // pixels at a chip's edge collect from the gap as well
 constexpr std::size_t chipSide = 128;
+constexpr double waveDepth = 0.15;
+constexpr double waveBias = 150;      // volts at which the waves have that depth
+constexpr double thresholdLoss = 0.6; // part of the photons lost when the threshold reaches the energy
+constexpr double thresholdSpread = 0.35;
 constexpr double faultsPerPixel = 0.0005; // dead, and as many hot
 
 bool isChipEdge(std::size_t position, std::size_t length) {
@@ -22,7 +26,7 @@ bool isChipEdge(std::size_t position, std::size_t length) {
     return atStart || atEnd;
 }
 
-double wave(std::size_t x, std::size_t y) {
+double waveAt(std::size_t x, std::size_t y) {
     const double angle = 2 * std::numbers::pi;
     const double radius = std::hypot(static_cast<double>(x) + 40, static_cast<double>(y) + 90);
     return waveDepth * std::sin(angle * radius / 37) * std::cos(angle * static_cast<double>(y) / 190);
@@ -32,20 +36,17 @@ double wave(std::size_t x, std::size_t y) {
 
 DetectorModel::DetectorModel(std::size_t width, std::size_t height, std::uint64_t seed)
     : columns(width), rows(height) {
-    makeResponse(seed);
-    spoilPixels(seed + 1);
-}
-
-void DetectorModel::makeResponse(std::uint64_t seed) {
     Random random(seed);
-    responseMap.reserve(pixelCount());
     for (std::size_t y = 0; y < rows; ++y) {
         for (std::size_t x = 0; x < columns; ++x) {
             const double edge =
                 (isChipEdge(x, columns) ? edgeGain : 1) * (isChipEdge(y, rows) ? edgeGain : 1);
-            responseMap.push_back((1 + gainSpread * random.gaussian()) * (1 + wave(x, y)) * edge);
+            gain.push_back((1 + gainSpread * random.gaussian()) * edge);
+            wave.push_back(waveAt(x, y));
+            thresholdScatter.push_back(random.gaussian());
         }
     }
+    spoilPixels(seed + 1);
 }
 
 void DetectorModel::spoilPixels(std::uint64_t seed) {
@@ -54,11 +55,22 @@ void DetectorModel::spoilPixels(std::uint64_t seed) {
         const double lot = random.uniform();
         if (lot < faultsPerPixel) {
             dead.push_back(pixel);
-            responseMap[pixel] = 0;
+            gain[pixel] = 0;
         } else if (lot < 2 * faultsPerPixel) {
             hot.push_back(pixel);
         }
     }
+}
+
+std::vector<double> DetectorModel::response(const OperatingPoint& point) const {
+    const double depth = waveBias / point.bias;
+    const double loss = thresholdLoss * point.threshold / point.energy;
+    std::vector<double> map(pixelCount());
+    for (std::size_t i = 0; i < map.size(); ++i) {
+        const double passed = 1 - loss * (1 + thresholdSpread * thresholdScatter[i]);
+        map[i] = gain[i] * (1 + depth * wave[i]) * std::clamp(passed, 0.05, 1.0);
+    }
+    return map;
 }
 
 } // namespace ombrel::simulation

@@ -6,10 +6,22 @@
 
 namespace ombrel::simulation {
 
+// Settings of the detector and the tube that change the fixed pattern.
+struct OperatingPoint {
+    double bias = 150;     // volts at the sensor
+    double threshold = 10; // keV
+    double energy = 25;    // keV, of the beam
+};
+
 // A pixel detector with the faults that a flat-field correction is there for. All maps are row-major.
 //
-// A pixel's response is the product of what differs from pixel to pixel (3 % of gain), of slow waves over the
-// sensor (its doping varies as it was grown), and of the wider pixels along the edges of its chips.
+// The response of a pixel is the product of
+//   - its gain, 3 % from pixel to pixel, and more at the edges of the sensor's chips, whose pixels are wider
+//   - waves over the sensor, from its doping as the crystal grew: the weaker the bias, the deeper
+//   - the part of the photons that its threshold lets through: the threshold scatters from pixel to pixel,
+//   and what
+//     it costs grows with threshold over energy
+// so that the pattern itself, not its level alone, changes with each of the three settings.
 class DetectorModel {
 public:
     DetectorModel(std::size_t width, std::size_t height, std::uint64_t seed);
@@ -18,8 +30,8 @@ public:
     std::size_t height() const { return rows; }
     std::size_t pixelCount() const { return columns * rows; }
 
-    // Counts per arriving photon, around 1; 0 for a dead pixel.
-    const std::vector<double>& response() const { return responseMap; }
+    // Counts per arriving photon, around 0.8; 0 for a dead pixel.
+    std::vector<double> response(const OperatingPoint& point) const;
     const std::vector<std::size_t>& deadPixels() const { return dead; }
     // Pixels that count on their own, whatever arrives.
     const std::vector<std::size_t>& hotPixels() const { return hot; }
@@ -27,12 +39,13 @@ public:
     static double hotCounts(double flux) { return 4 * flux; }
 
 private:
-    void makeResponse(std::uint64_t seed);
     void spoilPixels(std::uint64_t seed);
 
     std::size_t columns;
     std::size_t rows;
-    std::vector<double> responseMap;
+    std::vector<double> gain;
+    std::vector<double> wave;
+    std::vector<double> thresholdScatter; // in standard deviations
     std::vector<std::size_t> dead;
     std::vector<std::size_t> hot;
 };

@@ -7,11 +7,19 @@ namespace ombrel::simulation {
 
 // What stands before the detector. Maps are row-major and cover width x height pixels.
 
-// Intensity of the open beam, 1 in the middle and falling off towards the corners.
-std::vector<double> beamProfile(std::size_t width, std::size_t height);
+// Intensity of the open beam, 1 in the middle and falling off towards the corners, the more the higher its
+// energy.
+std::vector<double> beamProfile(std::size_t width, std::size_t height, double energyKeV);
 
-// Part of the beam that passes the sample, 1 where it is open. The sample is a rod, a ring, a wedge and a
-// plate of fine holes; `shift` moves it to the right, in frame widths.
-std::vector<double> sampleTransmission(std::size_t width, std::size_t height, double shift);
+// Thickness of the sample in millimetres, 0 to 2.4, 0 where the beam is open: a rod, a ring, a wedge and a
+// plate with holes. `shift` moves it to the right, in frame widths.
+std::vector<double> sampleThickness(std::size_t width, std::size_t height, double shift);
+
+// Part of a beam of one energy that passes a sample of those thicknesses.
+std::vector<double> transmission(std::vector<double> thickness);
+
+// Part of a beam with a spectrum that passes that thickness: the soft part is lost first, so that its
+// logarithm is not straight in the thickness.
+double spectrumTransmission(double thickness);
 
 } // namespace ombrel::simulation

@@ -21,13 +21,12 @@ struct SetPlan {
     bool force = false; // replace files that are there
 };
 
-// Images that writeSet() makes, one call of its `advanced` each.
-zt::u64 framesOf(const SetPlan& plan);
+// Images that writeSet() makes.
+zt::u64 imagesOf(const SetPlan& plan);
 
-// Writes the set and returns the paths of its files:
-//   frames.h5       /exchange/data: the sample moving through the beam; /exchange/data_white: the open beam
-//   simulation.json the plan, and the dead and hot pixels by index
-// Throws Error: files that are there (without force), or that can't be written.
+// Writes the set, calls `advanced` once an image, and returns the paths of its files. simulation.json tells
+// the plan and lists the dead and hot pixels by index; the other files are told at their parts. The same plan
+// gives the same pixels. Throws Error: files that are there (without force), or that can't be written.
 std::vector<std::string> writeSet(const SetPlan& plan, const std::function<void()>& advanced);
 
 } // namespace ombrel::simulation

@@ -2,8 +2,11 @@
 
 #include "standalone/Error.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
+#include <limits>
+#include <vector>
 
 namespace ombrel::simulation {
 
@@ -13,6 +16,10 @@ Hdf5Properties makeGroupsOnTheWay() {
     Hdf5Properties properties(H5Pcreate(H5P_LINK_CREATE));
     H5Pset_create_intermediate_group(properties, 1);
     return properties;
+}
+
+zt::u32 largestCount(CountType type) {
+    return type == CountType::U16 ? std::numeric_limits<zt::u16>::max() : std::numeric_limits<zt::u32>::max();
 }
 
 } // namespace
@@ -26,33 +33,39 @@ StackFile::StackFile(const std::string& filePath) : path(filePath), temporaryPat
 
 StackFile::~StackFile() {
     if (file.isOpen()) {
+        stack.close();
         file.close();
         std::remove(temporaryPath.c_str());
     }
 }
 
-Hdf5Dataset StackFile::addStack(const std::string& dataset, zt::u32 images, zt::u32 width, zt::u32 height) {
+void StackFile::beginStack(const std::string& dataset, const StackShape& shape) {
     const Hdf5Session session;
-    const std::array<hsize_t, 3> sides{images, height, width};
+    const std::array<hsize_t, 3> sides{shape.images, shape.height, shape.width};
     const Hdf5Space space(H5Screate_simple(3, sides.data(), nullptr));
-    Hdf5Dataset stack(H5Dcreate2(file, dataset.c_str(), H5T_STD_U16LE, space, makeGroupsOnTheWay(),
-                                 H5P_DEFAULT, H5P_DEFAULT));
+    const hid_t type = shape.type == CountType::U16 ? H5T_STD_U16LE : H5T_STD_U32LE;
+    stack = Hdf5Dataset(
+        H5Dcreate2(file, dataset.c_str(), type, space, makeGroupsOnTheWay(), H5P_DEFAULT, H5P_DEFAULT));
     if (!stack.isOpen())
         throw Error(path + ": can't make " + dataset + Hdf5Session::reason());
-    return stack;
+    stackShape = shape;
+    nextImage = 0;
 }
 
-void StackFile::writeImage(const Hdf5Dataset& stack, zt::u32 index, std::span<const zt::u16> pixels) {
+void StackFile::writeImage(std::span<const zt::u32> counts) {
+    std::vector<zt::u32> fitting(counts.begin(), counts.end());
+    for (zt::u32& count : fitting)
+        count = std::min(count, largestCount(stackShape.type));
+
     const Hdf5Session session;
+    const std::array<hsize_t, 3> start{nextImage, 0, 0};
+    const std::array<hsize_t, 3> count{1, stackShape.height, stackShape.width};
     const Hdf5Space space(H5Dget_space(stack));
-    std::array<hsize_t, 3> sides{};
-    H5Sget_simple_extent_dims(space, sides.data(), nullptr);
-    const std::array<hsize_t, 3> start{index, 0, 0};
-    const std::array<hsize_t, 3> count{1, sides[1], sides[2]};
     H5Sselect_hyperslab(space, H5S_SELECT_SET, start.data(), nullptr, count.data(), nullptr);
     const Hdf5Space memory(H5Screate_simple(3, count.data(), nullptr));
-    if (H5Dwrite(stack, H5T_NATIVE_UINT16, memory, space, H5P_DEFAULT, pixels.data()) < 0)
-        throw Error(path + ": can't write image " + std::to_string(index) + Hdf5Session::reason());
+    if (H5Dwrite(stack, H5T_NATIVE_UINT32, memory, space, H5P_DEFAULT, fitting.data()) < 0)
+        throw Error(path + ": can't write image " + std::to_string(nextImage) + Hdf5Session::reason());
+    ++nextImage;
 }
 
 void StackFile::addNumber(const std::string& dataset, double value) {
@@ -65,7 +78,8 @@ void StackFile::addNumber(const std::string& dataset, double value) {
 }
 
 void StackFile::finish() {
-    if (!file.close() || std::rename(temporaryPath.c_str(), path.c_str()) != 0) {
+    const bool closed = stack.close() && file.close();
+    if (!closed || std::rename(temporaryPath.c_str(), path.c_str()) != 0) {
         std::remove(temporaryPath.c_str());
         throw Error(path + ": can't write the file" + Hdf5Session::reason());
     }

@@ -8,19 +8,29 @@
 
 namespace ombrel::simulation {
 
-// A new HDF5 file of u16 image stacks. It is made under a temporary name; only finish() gives it its own, so
-// that nobody meets a half-written file.
+// How a stack's counts are stored; what does not fit is cut to the largest count that does.
+enum class CountType { U16, U32 };
+
+struct StackShape {
+    zt::u32 images = 0;
+    zt::u32 width = 0;
+    zt::u32 height = 0;
+    CountType type = CountType::U16;
+};
+
+// A new HDF5 file of image stacks. It is made under a temporary name; only finish() gives it its own, so that
+// nobody meets a half-written file.
 class StackFile {
 public:
-    // Throws Error.
+    // Throws Error, as every operation does.
     explicit StackFile(const std::string& path);
     ~StackFile();
     StackFile(const StackFile&) = delete;
     StackFile& operator=(const StackFile&) = delete;
 
-    // A dataset for `images` images; groups on its way are made. Close it before finish().
-    Hdf5Dataset addStack(const std::string& dataset, zt::u32 images, zt::u32 width, zt::u32 height);
-    void writeImage(const Hdf5Dataset& stack, zt::u32 index, std::span<const zt::u16> pixels);
+    // A dataset for images, which are then written one by one; groups on its way are made.
+    void beginStack(const std::string& dataset, const StackShape& shape);
+    void writeImage(std::span<const zt::u32> counts);
     void addNumber(const std::string& dataset, double value);
     void finish();
 
@@ -28,6 +38,9 @@ private:
     std::string path;
     std::string temporaryPath;
     Hdf5FileHandle file;
+    Hdf5Dataset stack;
+    StackShape stackShape;
+    zt::u32 nextImage = 0;
 };
 
 } // namespace ombrel::simulation
