@@ -127,7 +127,7 @@ TEST(Binning, SumsBlocksInACopyAndLeavesTheInput) {
 
 TEST(Binning, WorksInPlaceForEverySizeOddOnesIncluded) {
     LoadedHost loaded({1});
-    for (const auto [width, height] :
+    for (const auto& [width, height] :
          {std::pair<zt::u32, zt::u32>{33, 17}, {33, 16}, {32, 17}, {1, 1}, {5, 0}}) {
         std::vector<zt::u16> pixels(width * height);
         std::iota(pixels.begin(), pixels.end(), zt::u16{1});

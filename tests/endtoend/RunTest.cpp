@@ -49,7 +49,7 @@ TYPED_TEST_SUITE(RunOnPixels, PixelTypes);
 
 TYPED_TEST(RunOnPixels, GivesTheExactBlockSumsForEvenAndOddSizes) {
     const TemporaryFolder folder;
-    for (const auto [width, height] : {std::pair<zt::u32, zt::u32>{34, 18}, {33, 17}, {34, 17}, {33, 18}}) {
+    for (const auto& [width, height] : {std::pair<zt::u32, zt::u32>{34, 18}, {33, 17}, {34, 17}, {33, 18}}) {
         const auto stack = randomStack<TypeParam>(width, height, 3);
         writeTiff(folder / "in.tif", stack);
         writeHdf5(folder / "in.h5", stack);
