@@ -31,6 +31,21 @@ std::string usageText(const CLI::App& program, const std::string& problem) {
     return problem.substr(0, problem.find('\n')) + " (see " + command + " --help)";
 }
 
+// The parser itself names neither a command that it does not know nor those that it does.
+void checkCommand(const CLI::App& program, int argc, char** argv) {
+    const std::string word = argc > 1 ? argv[1] : "";
+    if (word.starts_with('-'))
+        return;
+    std::string known;
+    for (const CLI::App* command : program.get_subcommands([](const CLI::App*) { return true; })) {
+        if (word == command->get_name())
+            return;
+        known += (known.empty() ? "" : ", ") + command->get_name();
+    }
+    throw UsageError((word.empty() ? "no command given" : "unknown command \"" + word + "\"") +
+                     "; commands: " + known + " (see ombrel --help)");
+}
+
 int parse(CLI::App& program, int argc, char** argv, Console& console) {
     try {
         program.parse(argc, argv);
@@ -70,6 +85,7 @@ int runCommandLine(int argc, char** argv, Console& console) {
     addSimulateCommand(context);
 
     try {
+        checkCommand(program, argc, argv);
         const int parsed = parse(program, argc, argv, console);
         return parsed != EXIT_ALL_DONE ? parsed : exitCode;
     } catch (const UsageError& error) {

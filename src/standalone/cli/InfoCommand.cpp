@@ -32,7 +32,8 @@ void addInfoCommand(const CommandContext& context) {
     CLI::App* command =
         context.program.add_subcommand("info", "Show what files hold: kind, frames, size, type, range");
     command->add_option("FILE", *files, "Frame files; of an HDF5 file one dataset by FILE::/path/of/dataset")
-        ->required();
+        ->required()
+        ->type_name("PATH");
     command->callback([=, &console = context.console, &exitCode = context.exitCode] {
         exitCode = showFiles(*files, console);
     });

@@ -11,7 +11,8 @@ void addOptions(CLI::App& command, RunOptions& options) {
     command
         .add_option("INPUT", options.inputs,
                     "Frame files; of an HDF5 file one dataset by FILE::/path/of/dataset")
-        ->required();
+        ->required()
+        ->type_name("FILE");
     command.add_option("-o,--output", options.output, "Output: .h5, .hdf5, .nxs, .tif or .tiff")
         ->required()
         ->type_name("FILE");
@@ -24,13 +25,13 @@ void addOptions(CLI::App& command, RunOptions& options) {
         ->allow_extra_args(false)
         ->type_name("FILTER:PARAM=VALUE");
     command.add_option("--output-type", options.outputType, "Pixels of the output")
-        ->check(CLI::IsMember({"f32", "f64"}))
+        ->check(CLI::IsMember({"f32", "f64"}).description(""))
         ->type_name("f32|f64")
         ->capture_default_str();
     command.add_option("--frames", options.frames, "Frames A to B-1 of all inputs taken together")
         ->type_name("A:B");
     command.add_option("--acq-time", options.acqTime, "Acquisition time of every frame")
-        ->check(CLI::PositiveNumber)
+        ->check(CLI::Validator(CLI::PositiveNumber).description(""))
         ->type_name("SECONDS");
     command.add_flag("--replace", options.replace, "Correct in place instead of asking for a copy");
     command.add_flag("--force", options.force, "Replace an output that exists");

@@ -33,16 +33,17 @@ void addSimulateCommand(const CommandContext& context) {
         context.program.add_subcommand("simulate", "Write a data set of a simulated detector");
     command
         ->add_option("DIR", options->plan.directory, "Folder for the files; it is made when it is not there")
-        ->required();
+        ->required()
+        ->type_name("PATH");
     command->add_option("--size", options->size, "Width and height of the detector, in pixels")
         ->type_name("WxH")
         ->capture_default_str();
     command->add_option("--frames", options->plan.frames, "Frames with the sample")
-        ->check(CLI::Range(1, 1'000'000))
+        ->check(CLI::Range(1, 1'000'000).description(""))
         ->type_name("N")
         ->capture_default_str();
     command->add_option("--flux", options->plan.flux, "Photons a pixel and frame in the open beam")
-        ->check(CLI::Range(1.0, 10'000.0))
+        ->check(CLI::Range(1.0, 10'000.0).description(""))
         ->type_name("PHOTONS")
         ->capture_default_str();
     command->add_option("--seed", options->plan.seed, "Another seed gives another detector and other noise")
