@@ -22,6 +22,19 @@ std::string shown(const std::string& text) {
     return '"' + (text.size() <= longest ? text : text.substr(0, longest) + "...") + '"';
 }
 
+// In the file, counted from 1.
+struct Position {
+    qint64 line;
+    qint64 column;
+};
+
+Position behind(const Position& start, std::string_view text) {
+    const std::size_t lineEnd = text.rfind('\n');
+    if (lineEnd == text.npos)
+        return {start.line, start.column + static_cast<qint64>(text.size())};
+    return {start.line + std::ranges::count(text, '\n'), static_cast<qint64>(text.size() - lineEnd)};
+}
+
 class Reader {
 public:
     explicit Reader(const std::string& filePath)
@@ -32,11 +45,6 @@ public:
     SettingsTree read();
 
 private:
-    struct Position {
-        qint64 line;
-        qint64 column;
-    };
-
     Position here() const { return {xml.lineNumber(), xml.columnNumber() + 1}; }
     [[noreturn]] void fail(Position position, const std::string& text) const;
     [[noreturn]] void fail(const std::string& text) const { fail(here(), text); }
@@ -99,7 +107,7 @@ bool Reader::nextElement() {
         if (token == QXmlStreamReader::EndElement)
             return false;
         if (!xml.isWhitespace())
-            fail("text outside of an item: " + shown(xml.text().toString().toStdString()));
+            fail("text outside of an item: " + shown(xml.text().trimmed().toString().toStdString()));
     }
 }
 
@@ -199,22 +207,18 @@ std::string Reader::readText() {
 Blob Reader::readBlob() {
     Blob blob;
     Base64Decoder decoder(blob);
+    Position position = here();
     if (!feed.atEmptyElement()) {
-        Position position = here();
         for (std::string_view text = feed.nextText(); !text.empty(); text = feed.nextText()) {
             const std::size_t good = decoder.decode(text);
-            const std::string_view read = text.substr(0, good);
-            const std::size_t lineEnd = read.rfind('\n');
-            position.line += std::ranges::count(read, '\n');
-            position.column = lineEnd == read.npos ? position.column + static_cast<qint64>(good)
-                                                   : static_cast<qint64>(good - lineEnd);
+            position = behind(position, text.substr(0, good));
             if (good < text.size())
                 fail(position, "a character that is not base64");
             feed.skip(good);
         }
     }
     if (!decoder.finish())
-        fail("the base64 text is cut off");
+        fail(position, "the base64 text is cut off");
     if (nextElement())
         fail("an element within an item");
     return blob;

@@ -1,0 +1,145 @@
+#include "standalone/AtomicFile.h"
+
+#include "fixtures/FileText.h"
+#include "fixtures/TemporaryFolder.h"
+#include "standalone/Error.h"
+#include "standalone/Settings.h"
+
+#include <gmock/gmock.h>
+
+#include <chrono>
+#include <filesystem>
+#include <random>
+#include <signal.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+using namespace ombrel;
+namespace fs = std::filesystem;
+
+namespace {
+
+void replaceBy(const std::string& path, const std::string& text) {
+    AtomicFile file(path);
+    file.write(std::as_bytes(std::span(text)));
+    file.commit();
+}
+
+std::size_t filesIn(const fs::path& folder) {
+    return static_cast<std::size_t>(std::distance(fs::directory_iterator(folder), fs::directory_iterator()));
+}
+
+} // namespace
+
+TEST(AtomicFile, KeepsTheModeAndFollowsLinks) {
+    const TemporaryFolder folder;
+    fs::create_directory(folder.path / "real");
+    const std::string target = folder / "real/settings.xml";
+    writeFileText(target, "old");
+    ::chmod(target.c_str(), 0640);
+    fs::create_symlink("real/settings.xml", folder.path / "link");
+    fs::create_symlink(folder.path / "link", folder.path / "link to link");
+    replaceBy(folder / "link to link", "new");
+    EXPECT_EQ(fileText(target), "new");
+    EXPECT_TRUE(fs::is_symlink(folder.path / "link"));
+    struct stat status {};
+    ASSERT_EQ(::stat(target.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777, 0640u);
+
+    fs::create_symlink("real/not yet", folder.path / "dangling");
+    replaceBy(folder / "dangling", "made");
+    EXPECT_EQ(fileText(folder / "real/not yet"), "made");
+    fs::create_symlink("circle", folder.path / "circle");
+    EXPECT_THROW(replaceBy(folder / "circle", "x"), Error);
+    EXPECT_EQ(filesIn(folder.path / "real"), 2u);
+}
+
+TEST(AtomicFile, WithoutCommitTheFileStaysAsItWas) {
+    const TemporaryFolder folder;
+    const std::string path = folder / "file";
+    writeFileText(path, "old");
+    {
+        AtomicFile file(path);
+        file.write(std::as_bytes(std::span("half", 4)));
+    }
+    EXPECT_EQ(fileText(path), "old");
+    EXPECT_EQ(filesIn(folder.path), 1u);
+    EXPECT_THROW(AtomicFile(folder / "no/such/folder"), Error);
+}
+
+TEST(AtomicFile, ClearsAwayWhatAKilledProgramLeft) {
+    const TemporaryFolder folder;
+    const std::string path = folder / std::string(255, 'n'); // the longest name there can be
+    writeFileText(folder / ("." + std::string(250, 'n') + ".new"), "a longer text than the new one");
+    replaceBy(path, "new");
+    EXPECT_EQ(fileText(path), "new");
+    EXPECT_EQ(filesIn(folder.path), 1u);
+}
+
+TEST(AtomicFile, WritersOfOneFileWaitForEachOther) {
+    const TemporaryFolder folder;
+    const std::string path = folder / "file";
+    const auto work = [&](char mark) {
+        for (int round = 0; round < 40; ++round)
+            replaceBy(path, std::string(10000, mark));
+    };
+    { std::jthread first(work, 'a'), second(work, 'b'), third(work, 'c'); }
+    const std::string text = fileText(path);
+    EXPECT_EQ(text, std::string(10000, text.front()));
+    EXPECT_EQ(filesIn(folder.path), 1u);
+}
+
+// A child process saves two stores in turn and is killed at any moment.
+TEST(AtomicFile, AKillLeavesTheOldOrTheNewSettingsWhole) {
+    const TemporaryFolder folder;
+    const std::string path = folder / "settings.xml";
+    const auto contents = [](int which) { return std::string(300'000, which ? 'o' : 'n'); };
+    const auto saveOnce = [&](int which) {
+        Settings store(path, [](const std::string&) {});
+        store.setInt("G", "which", which);
+        store.setBlob("G", "blob", contents(which).data(), contents(which).size());
+        store.saveFile();
+    };
+    using Clock = std::chrono::steady_clock;
+    const Clock::time_point start = Clock::now();
+    saveOnce(0);
+    const std::chrono::duration<double> oneSave = Clock::now() - start;
+    std::mt19937 random(11);
+    std::uniform_real_distribution<double> saves(0.5, 6);
+    int seen[2] = {0, 0};
+    int cutOff = 0;
+    const auto sawAll = [&] { return seen[0] && seen[1] && cutOff; };
+    for (int round = 0; round < 150 || (!sawAll() && round < 2000); ++round) {
+        const pid_t child = ::fork();
+        if (child == 0) {
+            for (int which = 1;; which = !which)
+                saveOnce(which);
+        }
+        ASSERT_GT(child, 0);
+        std::this_thread::sleep_for(saves(random) * oneSave);
+        ASSERT_EQ(::kill(child, SIGKILL), 0);
+        int status = 0;
+        ASSERT_EQ(::waitpid(child, &status, 0), child);
+        ASSERT_TRUE(WIFSIGNALED(status)); // it had not ended by itself
+
+        Settings left(path, [](const std::string&) {});
+        ASSERT_NO_THROW(left.loadFile());
+        const int which = left.getInt("G", "which", -1);
+        ASSERT_TRUE(which == 0 || which == 1);
+        std::string blob(400'000, ' ');
+        zt::u64 size = blob.size();
+        left.getBlob("G", "blob", blob.data(), &size);
+        blob.resize(size);
+        ASSERT_EQ(blob, contents(which));
+        ++seen[which];
+        const std::size_t files = filesIn(folder.path);
+        ASSERT_LE(files, 2u);
+        cutOff += files == 2;
+    }
+    // Else the kills never came where they could have done harm.
+    EXPECT_TRUE(sawAll()) << seen[0] << " " << seen[1] << " " << cutOff;
+    saveOnce(0);
+    EXPECT_EQ(filesIn(folder.path), 1u);
+}
