@@ -124,6 +124,11 @@ TEST(AICImage, thresholdsLeaveEqualPixelsAndNaN) {
 }
 
 TEST(AICImage, findsExtremesByTheRuleOfTheStandardLibrary) {
+    AICImage zeros(32, 1);
+    zeros.at(5, 0, -0.0f);
+    std::ranges::fill(zeros.pixels().first(5), 1.0f);
+    EXPECT_TRUE(sameBits(zeros.min_val(), -0.0f)); // the first of equals
+
     std::mt19937 random(2);
     for (int length = 1; length < 400; ++length) {
         AICImage image = hostileImage(length, 1, random);
@@ -143,7 +148,8 @@ TEST(AICImage, sumsInDoubleAndRoundsWhereTold) {
     const AICImage image = imageOf(3, 2, {big, 1, 1, 1, 1, 1});
     EXPECT_EQ(image.sum(), big + 4); // 2^24 + 5 rounded once
     EXPECT_EQ(image.sum(0, 0, 3, 2), big + 4);
-    EXPECT_EQ(image.sum(0, 0, 1, 2), big); // 2^24 + 1 rounded after the second row
+    EXPECT_EQ(image.sum(0, 0, 1, 2), big);                          // 2^24 + 1 rounded after the second row
+    EXPECT_EQ(imageOf(2, 2, {-big, 0, big, 1}).sum(0, 0, 2, 2), 1); // a row is not rounded before it is added
     EXPECT_EQ(image.sum(1, 0, 1, 0), 0);
     EXPECT_EQ(AICImage().sum(), 0);
 }
