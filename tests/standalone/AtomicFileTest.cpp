@@ -111,7 +111,7 @@ TEST(AtomicFile, AKillLeavesTheOldOrTheNewSettingsWhole) {
     int seen[2] = {0, 0};
     int cutOff = 0;
     const auto sawAll = [&] { return seen[0] && seen[1] && cutOff; };
-    for (int round = 0; round < 150 || (!sawAll() && round < 2000); ++round) {
+    for (int round = 0; round < 100 || (!sawAll() && round < 2000); ++round) {
         const pid_t child = ::fork();
         if (child == 0) {
             for (int which = 1;; which = !which)

@@ -1,0 +1,75 @@
+#include "standalone/PluginLibrary.h"
+
+#include "fixtures/FileText.h"
+#include "fixtures/TemporaryFolder.h"
+#include "standalone/Error.h"
+
+#include <QtGlobal>
+#include <gmock/gmock.h>
+
+#include <dlfcn.h>
+#include <stdexcept>
+
+using namespace ombrel;
+using testing::HasSubstr;
+
+namespace {
+
+std::string errorOf(const std::string& path) {
+    try {
+        const PluginLibrary library(path);
+    } catch (const Error& error) {
+        return error.what();
+    }
+    return "";
+}
+
+std::string entryError(zt::GetPluginFunction entry) {
+    try {
+        PluginLibrary::instanceOf(entry, "p.so");
+    } catch (const Error& error) {
+        return error.what();
+    }
+    return "";
+}
+
+// The path of a shared library that is no plug-in.
+std::string someLibrary() {
+    Dl_info info{};
+    EXPECT_NE(::dladdr(reinterpret_cast<void*>(&qVersion), &info), 0);
+    return info.dli_fname;
+}
+
+} // namespace
+
+TEST(PluginLibrary, WhatIsNoPluginIsRefusedByOneClearLine) {
+    const TemporaryFolder folder;
+    const std::string path = folder / "bad%s%n.so";
+    EXPECT_EQ(errorOf(path), path + ": cannot be opened: No such file or directory");
+    EXPECT_THAT(errorOf(folder.path.string()), HasSubstr("no regular file"));
+    writeFileText(path, "");
+    EXPECT_EQ(errorOf(path), path + ": no shared library: it is too short");
+    writeFileText(path, std::string(100, '#'));
+    EXPECT_EQ(errorOf(path), path + ": no shared library");
+
+    const std::string whole = fileText(someLibrary());
+    std::string otherMachine = whole;
+    otherMachine[18] = 0x28; // a processor that this is not
+    writeFileText(path, otherMachine);
+    EXPECT_THAT(errorOf(path), HasSubstr(path + ": cannot be loaded: "));
+    for (const std::size_t size : {whole.size() / 2, whole.size() - 1}) {
+        writeFileText(path, whole.substr(0, size));
+        EXPECT_EQ(errorOf(path), path + ": the shared library is cut off");
+    }
+    EXPECT_THAT(errorOf(someLibrary()), HasSubstr("no plug-in: it has no entry \"ztGetPlugin\""));
+}
+
+TEST(PluginLibrary, AnEntryThatGivesNothingIsRefused) {
+    EXPECT_EQ(entryError([]() -> zt::IZtPlugin* { return nullptr; }), "p.so: ztGetPlugin gave no plug-in");
+    EXPECT_EQ(entryError([]() -> zt::IZtPlugin* { throw std::runtime_error("no licence"); }),
+              "p.so: ztGetPlugin failed: no licence");
+}
+
+TEST(PluginLibrary, AGivenPathWins) {
+    EXPECT_EQ(PluginLibrary::find("some/where.so"), "some/where.so");
+}
