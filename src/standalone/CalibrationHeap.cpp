@@ -1,0 +1,109 @@
+#include "standalone/CalibrationHeap.h"
+
+#include "standalone/Error.h"
+
+#include <bit>
+#include <limits>
+#include <stdexcept>
+
+namespace ombrel {
+
+namespace {
+
+static_assert(std::endian::native == std::endian::little, "the files are written as memory holds them");
+
+// Small fields, gathered to be written at once.
+class Fields {
+public:
+    template <typename T>
+    Fields& add(T value) {
+        const auto raw = std::as_bytes(std::span(&value, 1));
+        gathered.insert(gathered.end(), raw.begin(), raw.end());
+        return *this;
+    }
+    Fields& addCounted(std::span<const float> values) {
+        add(zt::u64{values.size()});
+        for (const float value : values)
+            add(value);
+        return *this;
+    }
+    std::span<const std::byte> bytes() const { return gathered; }
+
+private:
+    std::vector<std::byte> gathered;
+};
+
+void writeBlock(AtomicFile& file, const ImageView& image) {
+    const Fields sides =
+        Fields().add(static_cast<zt::i32>(image.width)).add(static_cast<zt::i32>(image.height));
+    file.write(sides.bytes());
+    file.write(std::as_bytes(image.pixels));
+}
+
+// Readers count pixels in 32 bits.
+bool isImageSize(zt::u32 width, zt::u32 height) {
+    const zt::u64 count = zt::u64{width} * height;
+    return 0 < count && count <= static_cast<zt::u64>(std::numeric_limits<zt::i32>::max());
+}
+
+std::string sizeText(zt::u32 width, zt::u32 height) {
+    return std::to_string(width) + " x " + std::to_string(height);
+}
+
+} // namespace
+
+void writeImageBlock(const std::string& path, const ImageView& image) {
+    if (!isImageSize(image.width, image.height) || image.pixels.size() != zt::u64{image.width} * image.height)
+        throw Error(path + ": " + std::to_string(image.pixels.size()) + " pixels are no image of " +
+                    sizeText(image.width, image.height));
+    AtomicFile file(path);
+    writeBlock(file, image);
+    file.commit();
+}
+
+CalibrationHeap::CalibrationHeap(const std::string& path, const CalibrationGrid& grid,
+                                 const HeapSettings& settings)
+    : file(path), width(settings.width), height(settings.height) {
+    if (width < 2 || !isImageSize(width, height))
+        throw Error(path + ": calibration images cannot be " + sizeText(width, height) +
+                    "; they need at least two columns");
+    for (const auto& point : grid.points())
+        isHole.push_back(!point.has_value());
+    const bool masked = !settings.compensationMask.empty();
+    file.write(Fields().add(settings.elementSize).add(zt::i32{masked}).bytes());
+    if (masked) {
+        checkPixels(settings.compensationMask.size(), "the compensation mask");
+        writeBlock(file, {width, height, settings.compensationMask});
+    }
+    file.write(Fields().addCounted(grid.v()).addCounted(grid.t()).addCounted(grid.e()).bytes());
+}
+
+void CalibrationHeap::append(std::span<const float> pixels) {
+    writeHoles();
+    if (next == isHole.size())
+        throw std::logic_error("CalibrationHeap: more images than grid points");
+    checkPixels(pixels.size(), "a calibration image");
+    writeBlock(file, {width, height, pixels});
+    ++next;
+}
+
+void CalibrationHeap::commit() {
+    writeHoles();
+    if (next != isHole.size())
+        throw std::logic_error("CalibrationHeap: fewer images than grid points");
+    file.commit();
+}
+
+void CalibrationHeap::writeHoles() {
+    static constexpr float pixel[1] = {0};
+    for (; next < isHole.size() && isHole[next]; ++next)
+        writeBlock(file, {1, 1, pixel});
+}
+
+void CalibrationHeap::checkPixels(std::size_t count, const std::string& what) const {
+    if (count != zt::u64{width} * height)
+        throw Error(file.path() + ": " + what + " has " + std::to_string(count) + " pixels, not " +
+                    sizeText(width, height));
+}
+
+} // namespace ombrel
