@@ -128,6 +128,7 @@ void AtomicFile::commit() {
     if (::fsync(fresh.get()) != 0 || std::rename(freshPath.c_str(), target.c_str()) != 0)
         throw Error(systemErrorText(shownPath, notWritten, errno));
     committed = true;
+    ::flock(fresh.get(), LOCK_UN); // the lock is on the new name, which is free again
     // The rename itself must last, too. Not every file system can sync a directory; there it is as good as
     // done.
     const int directory = ::open(directoryOf(target).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);

@@ -25,6 +25,13 @@ public:
 
     const std::string& path() const { return shownPath; }
     void write(std::span<const std::byte> bytes);
+
+    // For those who fill the new file by other means: its name until commit(), its name from then on, and the
+    // file itself, which may be written to after commit(), too.
+    const std::string& newPath() const { return freshPath; }
+    const std::string& finalPath() const { return target; }
+    const FileDescriptor& descriptor() const { return fresh; }
+
     // Returns when the new contents stand on the disk under the file's name.
     void commit();
 

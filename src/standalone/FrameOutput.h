@@ -18,8 +18,8 @@ struct OutputPlan {
     zt::u8 pixelType = 0; // DT_FLOAT or DT_DOUBLE
 };
 
-// A stack of corrected frames being written, in order. Whatever ends the program, what stands on the disk opens
-// with stock tools and holds every frame that append() returned for.
+// A stack of corrected frames being written, in order. Whatever ends the program, what stands on the disk
+// opens with stock tools and holds every frame that append() returned for.
 class FrameOutput {
 public:
     // True for a path whose ending names a format.

@@ -29,7 +29,7 @@ struct Hdf5OutputAddresses {
     zt::u64 fileSize = 0;
 };
 
-// Makes the whole file with nothing done under the output's temporary name. Throws Error.
+// Makes the whole file with nothing done under the output's new name. Throws Error.
 Hdf5OutputAddresses makeHdf5Output(const OutputFile& output, const OutputPlan& plan);
 
 } // namespace ombrel

@@ -1,24 +1,24 @@
 #pragma once
 
-#include "standalone/FileDescriptor.h"
+#include "standalone/AtomicFile.h"
 
 #include <string>
 
 namespace ombrel {
 
-// A file that comes into being under a temporary name in the directory of its path, and takes the place of
-// what stands there in one step. It is gone when the object is destroyed before keep(). Throws Error naming
-// the path.
+// The file of an output: made beside its path, put in its place in one step, and filled further there. It is
+// gone when the object is destroyed before keep(). Throws Error with the path and the system's reason.
 class OutputFile {
 public:
-    explicit OutputFile(const std::string& path);
+    explicit OutputFile(const std::string& path) : file{path} {}
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
     ~OutputFile();
 
-    const std::string& path() const { return finalPath; }
-    const std::string& temporaryPath() const { return temporary; }
-    const FileDescriptor& descriptor() const { return file; }
+    const std::string& path() const { return file.path(); }
+    // Its name until publish().
+    const std::string& newPath() const { return file.newPath(); }
+    const FileDescriptor& descriptor() const { return file.descriptor(); }
 
     // Takes room on the disk for a file of that size; the file then has it.
     void reserveSize(zt::u64 bytes);
@@ -33,9 +33,7 @@ public:
     void keep() { kept = true; }
 
 private:
-    std::string finalPath;
-    std::string temporary;
-    FileDescriptor file;
+    AtomicFile file;
     bool published = false;
     bool kept = false;
 };

@@ -60,10 +60,11 @@ zt::u64 TiffLayout::directoryBytes() const {
     return count + entryCount * entry + linkBytes();
 }
 
-// Rounded up, so that the pixels of each page are aligned.
-zt::u64 TiffLayout::pageBytes() const {
-    constexpr zt::u64 alignment = 16;
-    return (frameBytes + directoryBytes() + alignment - 1) / alignment * alignment;
+// Large frames begin where pages of memory do: they are written and read at up to twice the rate.
+zt::u64 TiffLayout::aligned(zt::u64 offset) const {
+    constexpr zt::u64 large = 65536;
+    const zt::u64 alignment = frameBytes >= large ? 4096 : 16;
+    return (offset + alignment - 1) / alignment * alignment;
 }
 
 zt::u64 TiffLayout::linkOffset(zt::u64 page) const {

@@ -15,7 +15,7 @@ class TiffLayout {
 public:
     explicit TiffLayout(const OutputPlan& plan);
 
-    zt::u64 pixelOffset(zt::u64 page) const { return headerBytes() + page * pageBytes(); }
+    zt::u64 pixelOffset(zt::u64 page) const { return aligned(headerBytes()) + page * pageBytes(); }
     zt::u64 directoryOffset(zt::u64 page) const { return pixelOffset(page) + frameBytes; }
     // Where the link to a page stands.
     zt::u64 linkOffset(zt::u64 page) const;
@@ -30,7 +30,8 @@ private:
     zt::u64 headerBytes() const { return big ? 16 : 8; }
     zt::u64 linkBytes() const { return big ? 8 : 4; }
     zt::u64 directoryBytes() const;
-    zt::u64 pageBytes() const;
+    zt::u64 pageBytes() const { return aligned(frameBytes + directoryBytes()); }
+    zt::u64 aligned(zt::u64 offset) const;
 
     OutputPlan plan;
     zt::u64 frameBytes;

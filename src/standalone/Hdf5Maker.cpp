@@ -1,0 +1,92 @@
+#include "standalone/Hdf5Maker.h"
+
+#include "standalone/Error.h"
+
+#include <array>
+
+namespace ombrel {
+
+namespace {
+
+constexpr hsize_t pageBytes = 4096;
+
+// The library takes room for its own tables, some 57 bytes a frame, in blocks of this size. With one block
+// for all of them, whole pages long, the frames follow each other.
+hsize_t roomForTables(zt::u64 frames) {
+    return (64 * frames / pageBytes + 4) * pageBytes;
+}
+
+} // namespace
+
+Hdf5Maker::Hdf5Maker(const std::string& path, const std::string& pathForMessages, zt::u64 frames,
+                     zt::u64 frameBytes)
+    : shownPath{pathForMessages} {
+    const Hdf5Properties access{checked(H5Pcreate(H5P_FILE_ACCESS))};
+    check(H5Pset_file_locking(access, false, true) >= 0);
+    check(H5Pset_meta_block_size(access, roomForTables(frames)) >= 0);
+    // Large frames begin where pages of memory do: they are written at up to twice the rate.
+    constexpr hsize_t large = 65536;
+    check((frameBytes >= large ? H5Pset_alignment(access, large, pageBytes)
+                               : H5Pset_alignment(access, 1, 16)) >= 0);
+    file = Hdf5FileHandle{checked(H5Fcreate(path.c_str(), H5F_ACC_TRUNC, H5P_DEFAULT, access))};
+    linkCreation = Hdf5Properties{checked(H5Pcreate(H5P_LINK_CREATE))};
+    check(H5Pset_create_intermediate_group(linkCreation, 1) >= 0);
+}
+
+Hdf5Dataset Hdf5Maker::dataset(const char* name, hid_t type, Extent extent, Extent chunk) {
+    const Hdf5Properties creation{checked(H5Pcreate(H5P_DATASET_CREATE))};
+    check(H5Pset_alloc_time(creation, H5D_ALLOC_TIME_EARLY) >= 0);
+    check(H5Pset_fill_time(creation, H5D_FILL_TIME_NEVER) >= 0);
+    if (chunk.size() > 0)
+        check(H5Pset_chunk(creation, static_cast<int>(chunk.size()), chunk.begin()) >= 0);
+    const Hdf5Space space{checked(
+        extent.size() == 0 ? H5Screate(H5S_SCALAR)
+                           : H5Screate_simple(static_cast<int>(extent.size()), extent.begin(), nullptr))};
+    return Hdf5Dataset{checked(H5Dcreate2(file, name, type, space, linkCreation, creation, H5P_DEFAULT))};
+}
+
+zt::u64 Hdf5Maker::table(const char* name, hid_t type, Extent extent) {
+    Hdf5Dataset made = dataset(name, type, extent);
+    const haddr_t address = H5Dget_offset(made);
+    check(address != HADDR_UNDEF && made.close());
+    return address;
+}
+
+void Hdf5Maker::text(const char* name, const std::string& value) {
+    const Hdf5Type type = textType(value.size() + 1);
+    Hdf5Dataset made = dataset(name, type, {});
+    check(H5Dwrite(made, type, H5S_ALL, H5S_ALL, H5P_DEFAULT, value.c_str()) >= 0 && made.close());
+}
+
+Hdf5Type Hdf5Maker::textType(std::size_t bytes) const {
+    Hdf5Type type{checked(H5Tcopy(H5T_C_S1))};
+    check(H5Tset_size(type, bytes) >= 0);
+    check(H5Tset_cset(type, H5T_CSET_UTF8) >= 0);
+    return type;
+}
+
+zt::u64 Hdf5Maker::chunkAddress(hid_t dataset, zt::u64 index) const {
+    const std::array<hsize_t, 3> start{index, 0, 0};
+    unsigned filters = 0;
+    haddr_t address = HADDR_UNDEF;
+    hsize_t bytes = 0;
+    check(H5Dget_chunk_info_by_coord(dataset, start.data(), &filters, &address, &bytes) >= 0);
+    check(address != HADDR_UNDEF);
+    return address;
+}
+
+void Hdf5Maker::close() {
+    check(file.close());
+}
+
+void Hdf5Maker::check(bool succeeded) const {
+    if (!succeeded)
+        throw Error(shownPath + ": cannot be made" + Hdf5Session::reason());
+}
+
+hid_t Hdf5Maker::checked(hid_t identifier) const {
+    check(identifier >= 0);
+    return identifier;
+}
+
+} // namespace ombrel
