@@ -72,7 +72,8 @@ void Settings::setBlob(const char* group, const char* key, const void* data, zt:
 void Settings::logWrongType(const char* group, const char* key, const SettingsValue& value,
                             std::string_view asked) const {
     log(path + ": group \"" + std::string(textOf(group)) + "\", key \"" + std::string(textOf(key)) +
-        "\": a " + std::string(settingsTypeName(value)) + " where a " + std::string(asked) + " is asked for");
+        "\": the value is of type " + std::string(settingsTypeName(value)) + " where " + std::string(asked) +
+        " is asked for");
 }
 
 template <typename T>

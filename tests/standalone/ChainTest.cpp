@@ -158,7 +158,7 @@ TEST_F(ChainTest, LoadingSettingsFailsOnAnyLineAnswerOrException) {
     EXPECT_EQ(loading(), "");
     EXPECT_EQ(loaded, 4);
     script.load = [&](zt::ISettings* settings) { return settings->getBool("G", "k", false) ? 0 : 0; };
-    EXPECT_THAT(loading(), HasSubstr("a int where a bool is asked for"));
+    EXPECT_THAT(loading(), HasSubstr("of type int where bool is asked for"));
     script.load = [&](zt::ISettings*) {
         host.dataMgr()->loadFrame("/no/such/file", 0);
         logFromFilter("Cannot open data file");

@@ -240,7 +240,8 @@ TEST_F(SettingsTest, AValueOfAnotherTypeIsConvertedWithoutLossOrRefused) {
     EXPECT_EQ(settings.getInt("G", "text", 3), 3);
     EXPECT_EQ(settings.getBool("G", "int", true), true);
     ASSERT_EQ(log.size(), 3u);
-    EXPECT_EQ(log[1], path + ": group \"G\", key \"text\": a string where a int is asked for");
+    EXPECT_EQ(log[1],
+              path + ": group \"G\", key \"text\": the value is of type string where int is asked for");
 }
 
 TEST_F(SettingsTest, AStoreThatHoldsNothingLeavesItsFileAlone) {
