@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <functional>
 #include <limits>
 #include <stdexcept>
 
@@ -72,8 +71,6 @@ TEST(AICImage, copiesWholeOrByRegion) {
     AICImage target(3, 2);
     image.copyTo(&target, 1, 0, 2, 2);
     EXPECT_THAT(target.pixels(), ElementsAre(0, 1, 2, 0, 4, 5));
-    image.copyTo(&target, 0, 0, 3, 0);
-    EXPECT_EQ(target.at(0, 1), 0);
     image.copyTo(&target);
     target.copyTo(&target);
     EXPECT_TRUE(sameBits(target.pixels(), image.pixels()));
@@ -81,34 +78,33 @@ TEST(AICImage, copiesWholeOrByRegion) {
     EXPECT_EQ(image.at(0, 0), 0);
 }
 
-TEST(AICImage, calculatesPixelByPixelWithIeeeResults) {
-    std::mt19937 random(1);
-    const AICImage a = hostileImage(37, 3, random);
-    const AICImage b = hostileImage(37, 3, random);
-    using InPlace = void (AICImage::*)(AICImage);
-    using IntoThird = void (*)(AICImage, AICImage, AICImage*);
-    const std::tuple<InPlace, IntoThird, std::function<float(float, float)>> operations[] = {
-        {&AICImage::sub, &AICImage::sub, std::minus<float>{}},
-        {&AICImage::add, &AICImage::add, std::plus<float>{}},
-        {&AICImage::mul, &AICImage::mul, std::multiplies<float>{}},
-        {&AICImage::div, &AICImage::div, std::divides<float>{}}};
-    for (const auto& [inPlace, intoThird, plain] : operations) {
-        AICImage expected = a;
-        std::ranges::transform(a.pixels(), b.pixels(), expected.pixels().begin(), plain);
-        AICImage actual = a;
-        (actual.*inPlace)(b);
-        EXPECT_TRUE(sameBits(actual.pixels(), expected.pixels()));
-        actual = AICImage(1, 1);
-        intoThird(a, b, &actual);
-        EXPECT_TRUE(sameBits(actual.pixels(), expected.pixels()));
-        EXPECT_TRUE(actual.sameShape(a));
-    }
-    AICImage scaled = imageOf(2, 1, {3, 0});
-    scaled.mul(0.5f);
-    scaled.div(0.0f);
-    EXPECT_THAT(scaled.pixels(), ElementsAre(infinity, IsNan()));
-    AICImage::add(imageOf(3, 1, {1, 2, 3}), imageOf(1, 1, {5}), &scaled);
-    EXPECT_THAT(scaled.pixels(), ElementsAre(6, 0, 0));
+TEST(AICImage, calculatesPixelByPixelAsFarAsBothGo) {
+    const AICImage a = imageOf(4, 1, {3, 0, -1, 8});
+    const AICImage b = imageOf(3, 1,
+                               {
+                                   2,
+                                   0,
+                                   0,
+                               });
+    const auto inPlace = [&](void (AICImage::*operation)(AICImage)) {
+        AICImage image = a;
+        (image.*operation)(b);
+        return std::vector<float>(image.pixels().begin(), image.pixels().end());
+    };
+    const auto intoThird = [&](void (*operation)(AICImage, AICImage, AICImage*)) {
+        AICImage image(1, 1);
+        operation(a, b, &image);
+        EXPECT_TRUE(image.sameShape(a));
+        return std::vector<float>(image.pixels().begin(), image.pixels().end());
+    };
+    EXPECT_THAT(inPlace(&AICImage::sub), ElementsAre(1, 0, -1, 8));
+    EXPECT_THAT(inPlace(&AICImage::add), ElementsAre(5, 0, -1, 8));
+    EXPECT_THAT(inPlace(&AICImage::mul), ElementsAre(6, 0, 0, 8));
+    EXPECT_THAT(inPlace(&AICImage::div), ElementsAre(1.5, IsNan(), -infinity, 8));
+    EXPECT_THAT(intoThird(&AICImage::sub), ElementsAre(1, 0, -1, 0));
+    EXPECT_THAT(intoThird(&AICImage::add), ElementsAre(5, 0, -1, 0));
+    EXPECT_THAT(intoThird(&AICImage::mul), ElementsAre(6, 0, 0, 0));
+    EXPECT_THAT(intoThird(&AICImage::div), ElementsAre(1.5, IsNan(), -infinity, 0));
 }
 
 TEST(AICImage, thresholdsLeaveEqualPixelsAndNaN) {
@@ -155,23 +151,13 @@ TEST(AICImage, sumsInDoubleAndRoundsWhereTold) {
 }
 
 TEST(AICImage, normalizesInTheOrderOfTheFormula) {
-    std::mt19937 random(3);
-    AICImage image(19, 5);
-    std::ranges::generate(image.pixels(),
-                          [&] { return std::uniform_real_distribution<float>(-7, 1e4f)(random); });
-    const auto [min, max] = std::ranges::minmax(image.pixels());
-    AICImage expected = image;
-    for (float& pixel : expected.pixels()) {
-        const float shifted = pixel - min;
-        const float scaled = shifted * (0.9f - 0.1f);
-        const float ratio = scaled / (max - min);
-        pixel = ratio + 0.1f;
-    }
-    AICImage actual;
-    AICImage::normalize(image, &actual, 0.1f, 0.9f);
-    EXPECT_TRUE(sameBits(actual.pixels(), expected.pixels()));
-    image.normalize(0.1f, 0.9f);
-    EXPECT_TRUE(sameBits(image.pixels(), expected.pixels()));
+    const AICImage image = imageOf(3, 1, {0.1f, 0.3f, 0.5f});
+    AICImage inPlace = image;
+    AICImage third;
+    inPlace.normalize(0.1f, 1);
+    AICImage::normalize(image, &third, 0.1f, 1);
+    EXPECT_THAT(third.pixels(), ElementsAre(0.1f, 0x1.19999ap-1f, 1)); // ...9c in any other order
+    EXPECT_TRUE(sameBits(inPlace.pixels(), third.pixels()));
     AICImage flat = imageOf(2, 1, {4, 4});
     flat.normalize(0, 1);
     EXPECT_THAT(flat.pixels(), Each(IsNan()));

@@ -1,7 +1,6 @@
 #include <gmock/gmock.h>
 
-#include <cmath>
-#include <limits>
+#include <algorithm>
 
 #include "HeapFixture.h"
 #include "HostilePixels.h"
@@ -24,12 +23,10 @@ protected:
                   0);
         return result == Store::ResultOk ? found->Image.at(0, 0) : static_cast<float>(result);
     }
-    float previous(int start, Store::ParamType axis, bool includeInterpolated = true) {
+    float previous(int start, Store::ParamType axis) {
         Store::Position found{};
         auto result = Store::ResultOk;
-        EXPECT_EQ(
-            store.GetPreviousImage(store.Images.begin() + start, found, axis, &result, includeInterpolated),
-            0);
+        EXPECT_EQ(store.GetPreviousImage(store.Images.begin() + start, found, axis, &result, true), 0);
         return result == Store::ResultOk ? found->Image.at(0, 0) : static_cast<float>(result);
     }
     const AICImage& image(std::size_t point) const { return store.Images.at(point).Image; }
@@ -108,9 +105,7 @@ TEST_F(CalibrationGrid, fillsMidpointsFromTheAxisNearestToZero) {
     // Amid the grid T is cheaper than E, 1 + 2 against 1 + 3, and both than V.
     EXPECT_EQ(image(13).at(1, 0), (image(10).at(1, 0) + image(16).at(1, 0)) / 2);
     EXPECT_EQ(store.Current - store.Images.begin(), 26);
-    for (const ImageContainer& point : store.Images) {
-        EXPECT_EQ(point.Image.empty(), false);
-    }
+    EXPECT_TRUE(std::ranges::none_of(store.Images, [](const auto& point) { return point.Image.empty(); }));
 }
 
 TEST_F(CalibrationGrid, fillsStoredHolesAndForeignSizesThatHaveNeighbours) {
