@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/DataType.h"
 #include "host/IMpxFrame.h"
 #include "standalone/FramePool.h"
 
