@@ -14,6 +14,21 @@ std::string kindText(const TiffPage& page) {
            std::string(pixelTypeName(page.pixelType));
 }
 
+// Where the directory and the link behind it end. The library takes a link that is cut off for the end of the
+// pages.
+zt::u64 directoryEnd(const TiffHandle& tiff, const FileDescriptor& file, zt::u64 offset) {
+    const bool big = TIFFIsBigTIFF(tiff.get()) != 0;
+    zt::u64 wide = 0;
+    zt::u16 narrow = 0;
+    file.readAt(offset, big ? std::as_writable_bytes(std::span(&wide, 1))
+                            : std::as_writable_bytes(std::span(&narrow, 1)));
+    if (TIFFIsByteSwapped(tiff.get())) {
+        TIFFSwabLong8(&wide);
+        TIFFSwabShort(&narrow);
+    }
+    return big ? offset + 8 + wide * 20 + 8 : offset + 2 + zt::u64{narrow} * 12 + 4;
+}
+
 } // namespace
 
 TiffFile::TiffFile(const std::string& path) : file{FileDescriptor::openForReading(path)}, tiff{path} {
@@ -32,6 +47,8 @@ void TiffFile::gatherPages() {
         const std::string page = where(static_cast<zt::u32>(pages.size()));
         pages.push_back(examineTiffPage(tiff, page, fileSize));
         checkLikeFirst(pages.back(), page);
+        if (directoryEnd(tiff, file, pages.back().directoryOffset) > fileSize)
+            throw Error(page + ": the file is cut off behind this page");
         if (TIFFLastDirectory(tiff.get()))
             return;
         if (TIFFReadDirectory(tiff.get()) != 1)
