@@ -76,9 +76,11 @@ zt::IDataFilter& registeredFilter(Host& host, const zt::IDev& device, const std:
         const std::string each = nameOf(*filter);
         if (each == name)
             return *filter;
-        known += (known.empty() ? "" : ", ") + each;
+        known += (known.empty() ? "\"" : ", \"") + each + "\"";
     }
-    throw Error("unknown filter \"" + name + "\"; there are: " + (known.empty() ? "none" : known));
+    if (known.empty())
+        known = "none for a device of type " + std::to_string(device.deviceType());
+    throw UnknownFilter("unknown filter \"" + name + "\"; known filters: " + known);
 }
 
 zt::IParam& parameterOf(const zt::IDataFilter& filter, const std::string& name) {

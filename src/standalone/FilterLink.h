@@ -1,5 +1,6 @@
 #pragma once
 
+#include "standalone/Error.h"
 #include "standalone/FilterMgr.h"
 #include "standalone/Frame.h"
 
@@ -8,6 +9,11 @@
 namespace ombrel {
 
 class Host;
+
+// A filter was asked for by a name that none has; the text lists those there are.
+class UnknownFilter : public Error {
+    using Error::Error;
+};
 
 // How a filter is asked: for a corrected copy, or to correct in place.
 enum class ApplyMode { Copy, Replace };
@@ -26,8 +32,8 @@ struct FrameResult {
 // The link must end before its host.
 class FilterLink {
 public:
-    // A new instance of the filter of that name that is registered for the device. Throws Error when there is
-    // none (with the list of those there are), or when it could not be made.
+    // A new instance of the filter of that name that is registered for the device. Throws UnknownFilter when
+    // there is none, and Error when it could not be made.
     FilterLink(Host& zenteo, const zt::IDev& device, const std::string& filterName);
 
     const std::string& name() const { return ownName; }

@@ -136,7 +136,7 @@ TEST_F(ChainTest, LinesOfACallThatWentWellGoToTheLog) {
 
 TEST_F(ChainTest, UnknownFiltersAndInstancesThatAreNotMadeAreErrors) {
     EXPECT_EQ(errorOf([&] { FilterLink(host, device, "scripted"); }),
-              "unknown filter \"scripted\"; there are: Scripted");
+              "unknown filter \"scripted\"; known filters: \"Scripted\"");
     EXPECT_THAT(errorOf([&] { FilterLink(host, host.addDevice(1, 1, 1), "Scripted"); }), HasSubstr("none"));
     script.canMakeInstance = [] { return false; };
     EXPECT_THAT(errorOf([&] { FilterLink(host, device, "Scripted"); }),

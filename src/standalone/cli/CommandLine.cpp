@@ -1,6 +1,6 @@
 #include "standalone/cli/CommandLine.h"
 
-#include "standalone/Error.h"
+#include "standalone/FilterLink.h"
 #include "standalone/cli/Commands.h"
 #include "standalone/cli/UsageError.h"
 
@@ -89,6 +89,9 @@ int runCommandLine(int argc, char** argv, Console& console) {
         const int parsed = parse(program, argc, argv, console);
         return parsed != EXIT_ALL_DONE ? parsed : exitCode;
     } catch (const UsageError& error) {
+        console.message(error.what());
+        return EXIT_USAGE;
+    } catch (const UnknownFilter& error) {
         console.message(error.what());
         return EXIT_USAGE;
     } catch (const std::bad_alloc&) {

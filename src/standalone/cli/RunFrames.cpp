@@ -9,13 +9,13 @@
 #include "standalone/cli/CommandLine.h"
 #include "standalone/cli/FrameRange.h"
 #include "standalone/cli/Interrupt.h"
+#include "standalone/cli/OutputGuard.h"
 #include "standalone/cli/PreviewFolder.h"
 #include "standalone/cli/Progress.h"
 #include "standalone/cli/Session.h"
 #include "standalone/cli/UsageError.h"
 
 #include <cstdio>
-#include <filesystem>
 #include <memory>
 
 namespace ombrel::cli {
@@ -27,19 +27,6 @@ void checkOptions(const RunOptions& options) {
     checkFrameRange(options.frames);
     if (!FrameOutput::isOutputPath(options.output))
         throw UsageError("-o " + options.output + ": the name must end in .h5, .hdf5, .nxs, .tif or .tiff");
-}
-
-// The output may stand neither for an older one, unless told so, nor for what is read, ever.
-void checkOutputPath(const RunOptions& options) {
-    namespace fs = std::filesystem;
-    std::error_code ignored;
-    for (const std::string& input : options.inputs)
-        if (fs::equivalent(options.output, input.substr(0, input.find("::/")), ignored))
-            throw Error(options.output + ": is an input; choose another output");
-    if (fs::is_directory(options.output, ignored))
-        throw Error(options.output + ": is a directory; choose a file as output");
-    if (!options.force && fs::exists(fs::symlink_status(options.output, ignored)))
-        throw Error(options.output + ": exists; give --force to replace it");
 }
 
 // Masked is where the frame is 0.
@@ -115,7 +102,7 @@ int runFrames(const RunOptions& options, Console& console) {
 
     FrameStack stack(options.inputs, FrameRole::Sample);
     const FrameRange range = parseFrameRange(options.frames, stack.frameCount());
-    checkOutputPath(options);
+    checkOutputPath(options.output, options.force, options.inputs);
 
     Session session(console, options.plugin, {options.deviceType, stack.width(), stack.height()});
     if (!options.deviceMask.empty())
