@@ -30,9 +30,8 @@ public:
 
     // The filters as they were registered for the device.
     std::vector<zt::IDataFilter*> filters() { return zenteo.filters().filtersOf(detector); }
-    // A new instance of a filter. Throws UsageError that lists the known ones when there is none of that
-    // name.
-    FilterLink makeLink(const std::string& filterName);
+    // A new instance of a filter. Throws UnknownFilter or Error.
+    FilterLink makeLink(const std::string& name) { return FilterLink(zenteo, detector, name); }
 
 private:
     Host zenteo;
