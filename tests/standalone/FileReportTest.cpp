@@ -1,0 +1,72 @@
+#include "standalone/FileReport.h"
+
+#include "fixtures/Hdf5Builder.h"
+#include "fixtures/TemporaryFolder.h"
+#include "standalone/FrameOutput.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+using ombrel::fileReportText;
+using ombrel::FrameOutput;
+using ombrel::reportOnFile;
+
+namespace {
+
+constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+
+class FileReport : public ::testing::Test {
+protected:
+    const TemporaryFolder folder;
+    const std::string path = folder / "some.h5";
+};
+
+} // namespace
+
+TEST_F(FileReport, TellsWhatAScanHolds) {
+    {
+        Hdf5Builder file(path);
+        file.data<zt::i16>("/entry/data", {3, 2, 1, 2}, {5, -3, 0, 0, 1, 1, 2, 2, 7, 4, 0, 0});
+        file.data<zt::u8>("/entry/image_key", {3}, {1, 0, 0});
+        file.data<double>("/entry/count_time", {3}, {0.1, 0.2, 0.1});
+    }
+    EXPECT_EQ(fileReportText(reportOnFile(path)), path + "\n"
+                                                         "  kind          HDF5, /entry/data\n"
+                                                         "  frames        3\n"
+                                                         "  sub-frames    2 each\n"
+                                                         "  size          2 x 1, i16\n"
+                                                         "  range         -3 to 7\n"
+                                                         "  time          0.1 to 0.2 s\n"
+                                                         "  marked        2 of the sample, 1 flat, 0 dark\n");
+}
+
+TEST_F(FileReport, TellsHowFarARunCame) {
+    const auto output = FrameOutput::create({path, 2, 1, 3, zt::DT_DOUBLE});
+    output->append(std::vector{1e300, -0.5});
+    output->appendFailed("no light");
+    const auto text = [&] { return fileReportText(reportOnFile(path)); };
+    EXPECT_EQ(text(), path + "\n"
+                             "  kind          HDF5, /exchange/data\n"
+                             "  frames        2\n"
+                             "  size          2 x 1, f64\n"
+                             "  range         -0.5 to 1e+300\n"
+                             "  not a number  2 pixels\n"
+                             "  run           2 of 3 frames done, 1 failed, not complete\n");
+    output->append(std::vector{0.0, 0.0});
+    output->finish();
+    EXPECT_NE(text().find("3 of 3 frames done, 1 failed, complete"), std::string::npos);
+}
+
+TEST_F(FileReport, LeavesOutOfTheRangeWhatIsNoNumber) {
+    const auto rangeOf = [&](const std::vector<double>& pixels) {
+        writeHdf5<double>(path, {static_cast<zt::u32>(pixels.size()), 1, pixels});
+        return reportOnFile(path);
+    };
+    EXPECT_EQ(rangeOf({nan, 3, nan, -2, nan}).pixels.min, -2);
+    EXPECT_EQ(rangeOf({nan, 3, nan, -2, nan}).pixels.max, 3);
+    EXPECT_EQ(rangeOf({nan, 3, nan, -2, nan}).nanPixels, 3U);
+    EXPECT_TRUE(rangeOf({nan, nan}).pixels.isEmpty());
+    EXPECT_EQ(rangeOf({-std::numeric_limits<double>::infinity(), 1}).pixels.min,
+              -std::numeric_limits<double>::infinity());
+}

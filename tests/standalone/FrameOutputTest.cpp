@@ -1,0 +1,269 @@
+#include "standalone/FrameOutput.h"
+
+#include "fixtures/FileText.h"
+#include "fixtures/FrameFiles.h"
+#include "fixtures/TemporaryFolder.h"
+#include "standalone/Error.h"
+#include "standalone/FrameFile.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <csignal>
+#include <filesystem>
+#include <limits>
+#include <random>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+using ombrel::Error;
+using ombrel::FrameFile;
+using ombrel::FrameOutput;
+using ombrel::OutputPlan;
+using ::testing::EndsWith;
+using ::testing::HasSubstr;
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// All tests hold for both formats; the parameter is the ending.
+class FrameOutputOf : public ::testing::TestWithParam<const char*> {
+protected:
+    static constexpr zt::u32 width = 33;
+    static constexpr zt::u32 height = 17;
+    static constexpr std::size_t size = std::size_t{width} * height;
+
+    static bool isHdf5() { return std::string(GetParam()) == ".h5"; }
+
+    OutputPlan plan(zt::u64 frames, zt::u8 pixelType = zt::DT_FLOAT) const {
+        return {path, width, height, frames, pixelType};
+    }
+
+    // The pixels of a frame, each one different, and different from those of other frames.
+    static std::vector<double> pixelsOf(zt::u64 frame) {
+        std::vector<double> pixels(size);
+        for (std::size_t index = 0; index < size; ++index)
+            pixels[index] = static_cast<double>(frame * 1000 + index);
+        return pixels;
+    }
+
+    void expectFrames(zt::u32 count) const {
+        const auto file = FrameFile::open(path);
+        ASSERT_GE(file->info().frames, count);
+        for (zt::u32 frame = 0; frame < count; ++frame) {
+            const auto read = file->readFrame(frame);
+            read->convertToType(zt::DT_DOUBLE);
+            ASSERT_TRUE(std::ranges::equal(read->pixels<double>(), pixelsOf(frame))) << "frame " << frame;
+        }
+    }
+
+    std::size_t filesInFolder() const {
+        return static_cast<std::size_t>(std::distance(fs::directory_iterator(folder.path), {}));
+    }
+
+    // Runs `work` in a process whose files can't grow beyond that size; true when it returned true.
+    template <typename Work>
+    static bool withFileSizeLimit(rlim_t bytes, Work work) {
+        const pid_t child = fork();
+        if (child == 0) {
+            std::signal(SIGXFSZ, SIG_IGN);
+            const rlimit limit{bytes, bytes};
+            setrlimit(RLIMIT_FSIZE, &limit);
+            _exit(work() ? 0 : 1);
+        }
+        int status = 0;
+        waitpid(child, &status, 0);
+        return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+    }
+
+    const TemporaryFolder folder;
+    const std::string path = folder / (std::string("100%s%n") + GetParam());
+};
+
+} // namespace
+
+TEST_P(FrameOutputOf, KeepsPixelsAsTheyAreStored) {
+    using Limits = std::numeric_limits<double>;
+    const std::vector<double> hostile{0.1,
+                                      -0.0,
+                                      1e300,
+                                      -1e300,
+                                      1e-42,
+                                      Limits::infinity(),
+                                      Limits::denorm_min(),
+                                      1.0 / 3,
+                                      std::numeric_limits<float>::max()};
+    for (const zt::u8 type : {zt::DT_FLOAT, zt::DT_DOUBLE}) {
+        const auto output = FrameOutput::create({path, 3, 3, 2, type});
+        output->appendFailed("no light");
+        output->append(hostile);
+        output->finish();
+        const auto file = FrameFile::open(path);
+        ASSERT_EQ(file->info().pixelType, type);
+        const auto failed = file->readFrame(0);
+        const auto read = file->readFrame(1);
+        for (std::size_t index = 0; index < hostile.size(); ++index)
+            if (type == zt::DT_FLOAT) {
+                EXPECT_EQ(read->pixels<float>()[index], static_cast<float>(hostile[index]));
+                EXPECT_TRUE(std::isnan(failed->pixels<float>()[index]));
+            } else {
+                EXPECT_EQ(read->pixels<double>()[index], hostile[index]);
+                EXPECT_TRUE(std::isnan(failed->pixels<double>()[index]));
+            }
+    }
+}
+
+TEST_P(FrameOutputOf, StandsWithTheFramesDoneWhenTheRunStops) {
+    {
+        const auto output = FrameOutput::create(plan(5));
+        for (const zt::u64 frame : {0U, 1U, 2U}) {
+            output->append(pixelsOf(frame));
+            expectFrames(static_cast<zt::u32>(frame) + 1);
+        }
+    }
+    EXPECT_EQ(FrameFile::open(path)->info().frames, 3U);
+    expectFrames(3);
+    EXPECT_EQ(filesInFolder(), 1U);
+}
+
+TEST_P(FrameOutputOf, IsNoFileWithoutAFrame) {
+    FrameOutput::create(plan(5)).reset();
+    EXPECT_EQ(filesInFolder(), 0U);
+}
+
+TEST_P(FrameOutputOf, ReplacesWhatStandsThereWhenItIsWhole) {
+    writeFileText(path, "words");
+    const auto output = FrameOutput::create(plan(1));
+    output->append(pixelsOf(0));
+    output->finish();
+    expectFrames(1);
+    EXPECT_EQ(filesInFolder(), 1U);
+}
+
+TEST_P(FrameOutputOf, LeavesNothingWhereItFindsNoRoom) {
+    EXPECT_TRUE(withFileSizeLimit(2'000, [&] {
+        try {
+            const auto output = FrameOutput::create(plan(100));
+            EXPECT_FALSE(isHdf5()) << "the room was not taken beforehand";
+            output->append(pixelsOf(0));
+        } catch (const Error& error) {
+            const std::string text = error.what();
+            return text.starts_with(path + ": ") && text.find('\n') == std::string::npos && !HasFailure();
+        }
+        return false;
+    }));
+    EXPECT_EQ(filesInFolder(), 0U);
+}
+
+TEST_P(FrameOutputOf, KeepsWhatIsDoneWhenWritingFails) {
+    EXPECT_TRUE(withFileSizeLimit(RLIM_INFINITY, [&] {
+        const auto output = FrameOutput::create(plan(100));
+        const rlimit limit{100'000, 100'000};
+        setrlimit(RLIMIT_FSIZE, &limit);
+        zt::u64 frame = 0;
+        try {
+            for (; frame < 100; ++frame)
+                output->append(pixelsOf(frame));
+        } catch (const Error& error) {
+            return frame >= 20 && std::string(error.what()).starts_with(path + ": cannot be written");
+        }
+        return false;
+    }));
+    expectFrames(20);
+    EXPECT_LT(FrameFile::open(path)->info().frames, 100U);
+}
+
+// More frames than the first level of the library's table of chunks holds.
+TEST_P(FrameOutputOf, FindsThePlaceOfEachOfManyFrames) {
+    constexpr zt::u32 frames = 6000;
+    const auto output = FrameOutput::create({path, 2, 1, frames, zt::DT_FLOAT});
+    for (zt::u32 frame = 0; frame < frames; ++frame)
+        output->append(std::vector<double>{static_cast<double>(frame), -1});
+    output->finish();
+    const std::vector<double> pixels = readAllFrames(path);
+    ASSERT_EQ(pixels.size(), 2U * frames);
+    for (zt::u32 frame = 0; frame < frames; ++frame)
+        ASSERT_EQ(pixels[2 * frame], frame);
+}
+
+TEST_P(FrameOutputOf, HoldsEveryReportedFrameAfterAKill) {
+    std::mt19937 random(20);
+    zt::u32 mostReported = 0;
+    for (int round = 0; round < 25; ++round) {
+        fs::remove(path);
+        int pipeEnds[2];
+        ASSERT_EQ(pipe(pipeEnds), 0);
+        const pid_t child = fork();
+        if (child == 0) {
+            constexpr zt::u32 frames = 4000;
+            const auto output = FrameOutput::create(plan(frames));
+            for (zt::u32 done = 0; done < frames; ++done) {
+                output->append(pixelsOf(done));
+                if (write(pipeEnds[1], "+", 1) != 1)
+                    _exit(1);
+            }
+            pause();
+        }
+        close(pipeEnds[1]);
+        char reports[512];
+        zt::u32 reported = static_cast<zt::u32>(read(pipeEnds[0], reports, 1)); // it has begun
+        usleep(random() % 20'000);
+        kill(child, SIGKILL);
+        for (ssize_t count = 0; (count = read(pipeEnds[0], reports, sizeof reports)) > 0;)
+            reported += static_cast<zt::u32>(count);
+        close(pipeEnds[0]);
+        waitpid(child, nullptr, 0);
+        ASSERT_GE(reported, 1U);
+        expectFrames(reported);
+        mostReported = std::max(mostReported, reported);
+    }
+    EXPECT_GT(mostReported, 10U) << "the kills came before there was anything to lose";
+}
+
+TEST_P(FrameOutputOf, TellsWhyItCannotBeMade) {
+    const auto refusal = [](const std::string& place) -> std::string {
+        try {
+            FrameOutput::create({place, 1, 1, 1, zt::DT_FLOAT});
+            return "no refusal";
+        } catch (const Error& error) {
+            return error.what();
+        }
+    };
+    const std::string inMissing = folder / "missing/%s%n" + GetParam();
+    EXPECT_THAT(refusal(inMissing), ::testing::StartsWith(inMissing + ": "));
+    EXPECT_THAT(refusal(inMissing), HasSubstr("No such file or directory"));
+    fs::create_directory(path);
+    EXPECT_THAT(refusal(path), HasSubstr("no regular file"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Formats, FrameOutputOf, ::testing::Values(".h5", ".tif"),
+                         [](const auto& ending) { return std::string(ending.param + 1); });
+
+TEST(FrameOutput, IsChosenByTheEnding) {
+    for (const char* path : {"a.h5", "b/a.hdf5", "a.nxs", "a.tif", "a.TIFF"})
+        EXPECT_TRUE(FrameOutput::isOutputPath(path)) << path;
+    for (const char* path : {"a", "h5", ".h5", "a.h5.png", "tif", ""})
+        EXPECT_FALSE(FrameOutput::isOutputPath(path)) << path;
+    EXPECT_THROW(FrameOutput::create({"a.png", 1, 1, 1, zt::DT_FLOAT}), Error);
+}
+
+// The HDF5 library is not made for several threads: reading goes on in one while an output is made in
+// another.
+TEST(FrameOutput, IsMadeWhileFramesAreRead) {
+    const TemporaryFolder folder;
+    writeHdf5<zt::u16>(folder / "in.h5", {2, 2, std::vector<zt::u16>(400, 3)});
+    std::thread reader([&] {
+        for (int round = 0; round < 30; ++round)
+            EXPECT_EQ(readAllFrames(folder / "in.h5").size(), 400U);
+    });
+    for (int round = 0; round < 30; ++round) {
+        const auto output = FrameOutput::create({folder / "out.h5", 2, 2, 1, zt::DT_FLOAT});
+        output->append(std::vector<double>(4, round));
+    }
+    reader.join();
+    EXPECT_EQ(readAllFrames(folder / "out.h5"), std::vector<double>(4, 29));
+}
