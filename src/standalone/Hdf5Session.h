@@ -5,9 +5,9 @@
 
 namespace ombrel {
 
-// Holds the HDF5 library for one thread, which is not made for several, and keeps it from printing errors and
-// from doing things at exit (where it may crash after a close that failed). Every use of the library stands
-// in the scope of one; scopes may be nested.
+// Holds the HDF5 library, which is not made for several threads everywhere, for one of them; and keeps it
+// from printing errors and from doing things at exit, where it may crash after a close that failed. Every use
+// of the library stands in the scope of one; scopes may be nested.
 class Hdf5Session {
 public:
     Hdf5Session();

@@ -29,6 +29,7 @@ struct TiffVariant {
     zt::u32 tileSide; // 0 for strips
     zt::u16 compression;
     zt::u16 predictor;
+    bool backwards = false; // the last strip stands first in the file
 };
 
 void PrintTo(const TiffVariant& variant, std::ostream* out) {
@@ -58,15 +59,17 @@ protected:
         TIFFSetField(tiff, TIFFTAG_COMPRESSION, variant.compression);
         if (variant.predictor)
             TIFFSetField(tiff, TIFFTAG_PREDICTOR, variant.predictor);
-        variant.tileSide ? writeTiles(tiff, page, variant.tileSide)
-                         : writeStrips(tiff, page, variant.rowsPerStrip);
+        variant.tileSide ? writeTiles(tiff, page, variant.tileSide) : writeStrips(tiff, page, variant);
         TIFFWriteDirectory(tiff);
     }
 
-    static void writeStrips(TIFF* tiff, zt::u32 page, zt::u32 rowsPerStrip) {
-        TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, rowsPerStrip);
-        for (zt::u32 top = 0, strip = 0; top < height; top += rowsPerStrip, ++strip) {
-            auto pixels = block(page, 0, top, width, std::min(rowsPerStrip, height - top));
+    static void writeStrips(TIFF* tiff, zt::u32 page, const TiffVariant& variant) {
+        TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, variant.rowsPerStrip);
+        const zt::u32 count = (height + variant.rowsPerStrip - 1) / variant.rowsPerStrip;
+        for (zt::u32 index = 0; index < count; ++index) {
+            const zt::u32 strip = variant.backwards ? count - 1 - index : index;
+            const zt::u32 top = strip * variant.rowsPerStrip;
+            auto pixels = block(page, 0, top, width, std::min(variant.rowsPerStrip, height - top));
             TIFFWriteEncodedStrip(tiff, strip, pixels.data(),
                                   static_cast<tmsize_t>(pixels.size() * sizeof(float)));
         }
@@ -153,6 +156,7 @@ INSTANTIATE_TEST_SUITE_P(
     All, TiffFileVariants,
     ::testing::Values(TiffVariant{"oneStrip", "w", height, 0, COMPRESSION_NONE, 0},
                       TiffVariant{"strips", "w", 3, 0, COMPRESSION_NONE, 0},
+                      TiffVariant{"backwards", "w", 3, 0, COMPRESSION_NONE, 0, true},
                       TiffVariant{"bigTiff", "w8", 5, 0, COMPRESSION_NONE, 0},
                       TiffVariant{"bigEndian", "wb", 5, 0, COMPRESSION_NONE, 0},
                       TiffVariant{"bigEndianTiles", "wb8", 0, 16, COMPRESSION_NONE, 0},
