@@ -1,0 +1,48 @@
+#pragma once
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <functional>
+#include <string>
+#include <vector>
+
+// Times pieces of work against each other on a machine that others use too: they take turns in short samples,
+// so that a slow spell hits all of them, and the median of each one's samples counts.
+struct Contender {
+    std::string name;
+    std::function<void()> work;
+};
+
+// Seconds a call, one median per contender. A sample repeats its work until it lasts some milliseconds.
+inline std::vector<double> interleavedMedians(const std::vector<Contender>& contenders, int rounds = 31) {
+    using Clock = std::chrono::steady_clock;
+    const auto sample = [](const Contender& contender, int calls) {
+        const auto start = Clock::now();
+        for (int i = 0; i < calls; ++i)
+            contender.work();
+        return std::chrono::duration<double>(Clock::now() - start).count() / calls;
+    };
+
+    std::vector<int> calls;
+    for (const Contender& contender : contenders) {
+        sample(contender, 1); // first touch
+        calls.push_back(std::max(1, static_cast<int>(0.004 / std::max(1e-9, sample(contender, 1)))));
+    }
+    std::vector<std::vector<double>> seconds(contenders.size());
+    for (int round = 0; round < rounds; ++round)
+        for (std::size_t i = 0; i < contenders.size(); ++i)
+            seconds[i].push_back(sample(contenders[i], calls[i]));
+
+    std::vector<double> medians;
+    for (std::vector<double>& samples : seconds) {
+        std::ranges::nth_element(samples, samples.begin() + rounds / 2);
+        medians.push_back(samples[static_cast<std::size_t>(rounds) / 2]);
+    }
+    return medians;
+}
+
+// Keeps the compiler from leaving out work whose result nobody reads.
+inline void keep(const void* result) {
+    asm volatile("" : : "g"(result) : "memory");
+}

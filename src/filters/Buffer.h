@@ -1,0 +1,60 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <span>
+#include <utility>
+
+namespace PluginOmbrel {
+
+// An array of its own size. A resize keeps no contents, and new elements are not initialised; room that is
+// there already is used again.
+template <typename T>
+class Buffer {
+public:
+    Buffer() = default;
+    Buffer(const Buffer&) = delete;
+    Buffer& operator=(const Buffer&) = delete;
+
+    void resize(std::size_t newCount) {
+        if (newCount == count)
+            return;
+        if (room < newCount || ownerFixed)
+            reallocate(newCount);
+        count = newCount;
+    }
+
+    void swap(Buffer& other) noexcept {
+        std::swap(elements, other.elements);
+        std::swap(count, other.count);
+        std::swap(room, other.room);
+        std::swap(ownerFixed, other.ownerFixed);
+    }
+
+    T* data() { return elements.get(); }
+    const T* data() const { return elements.get(); }
+    std::size_t size() const { return count; }
+    std::size_t capacity() const { return room; }
+    bool empty() const { return count == 0; }
+    std::span<T> span() { return {elements.get(), count}; }
+    std::span<const T> span() const { return {elements.get(), count}; }
+
+    // Makes every change of size allocate anew.
+    bool ownerFixed = false;
+
+private:
+    // The old array goes first, so that both never stand in memory together.
+    void reallocate(std::size_t newCount) {
+        elements.reset();
+        count = 0;
+        room = 0;
+        elements = std::make_unique_for_overwrite<T[]>(newCount);
+        room = newCount;
+    }
+
+    std::unique_ptr<T[]> elements;
+    std::size_t count = 0;
+    std::size_t room = 0;
+};
+
+} // namespace PluginOmbrel

@@ -1,0 +1,184 @@
+#include "filters/BadPixelInterpolation.h"
+
+#include "filters/ProcessorDispatch.h"
+#include "fixtures/PlainInterpolation.h"
+
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <cstdint>
+#include <random>
+
+namespace {
+
+using PluginOmbrel::runInterpolationPasses;
+using PluginOmbrel::tInterpolateBadPixels;
+
+struct MaskedFrame {
+    MaskedFrame(int frameWidth, int frameHeight)
+        : width(frameWidth), height(frameHeight), data(size()), mask(size()) {}
+
+    std::size_t size() const { return static_cast<std::size_t>(width * height); }
+    double& at(int x, int y) { return data[static_cast<std::size_t>(y * width + x)]; }
+    unsigned char& maskAt(int x, int y) { return mask[static_cast<std::size_t>(y * width + x)]; }
+    int interpolate() {
+        return tInterpolateBadPixels(data.data(), mask.data(), static_cast<unsigned long>(width),
+                                     static_cast<unsigned long>(height));
+    }
+
+    int width;
+    int height;
+    std::vector<double> data;
+    std::vector<unsigned char> mask;
+};
+
+MaskedFrame rampFrame(int width, int height) {
+    MaskedFrame frame(width, height);
+    for (std::size_t i = 0; i < frame.size(); ++i)
+        frame.data[i] = static_cast<double>(i * i % 101);
+    return frame;
+}
+
+TEST(BadPixelInterpolation, aLonePixelBecomesTheMeanWeightedByInverseDistance) {
+    MaskedFrame frame(9, 9);
+    frame.maskAt(4, 4) = 1;
+    frame.at(4, 4) = 1e300;
+    frame.at(4, 3) = 1;  // distance 1
+    frame.at(6, 6) = 10; // distance sqrt(8)
+    ASSERT_EQ(frame.interpolate(), 0);
+    const double weights = 4 + 4 / std::sqrt(2.0) + 4 / 2.0 + 8 / std::sqrt(5.0) + 4 / std::sqrt(8.0);
+    EXPECT_NEAR(frame.at(4, 4), (1 + 10 / std::sqrt(8.0)) / weights, 1e-15);
+    EXPECT_EQ(frame.maskAt(4, 4), 1);
+}
+
+TEST(BadPixelInterpolation, theNeighbourhoodIsClippedAtTheEdges) {
+    MaskedFrame frame(6, 6);
+    frame.maskAt(0, 0) = 1;
+    std::ranges::fill(frame.data, 3.0);
+    frame.at(3, 0) = frame.at(0, 3) = 1000; // three away
+    frame.at(5, 0) = frame.at(0, 5) = 1000;
+    ASSERT_EQ(frame.interpolate(), 0);
+    EXPECT_NEAR(frame.at(0, 0), 3, 1e-15);
+}
+
+TEST(BadPixelInterpolation, moreThanThreeEighthsOfTheNeighboursMustBeKnown) {
+    // In a row the neighbourhood has 5 cells, at its ends 3: two known ones are enough, one is not.
+    MaskedFrame row(8, 1);
+    row.data = {2, 9, 9, 9, 4, 6, 8, 9};
+    row.mask = {0, 1, 1, 1, 0, 0, 0, 1};
+    ASSERT_EQ(row.interpolate(), 0);
+    EXPECT_EQ(row.at(7, 0), (6.0 * 0.5 + 8.0) / 1.5);
+    // The third has two known neighbours, so has the fourth; the second follows in the next pass.
+    EXPECT_EQ(row.at(2, 0), (2.0 * 0.5 + 4.0 * 0.5) / 1.0);
+    EXPECT_EQ(row.at(3, 0), (4.0 + 6.0 * 0.5) / 1.5);
+    EXPECT_EQ(row.at(1, 0), (2.0 + row.at(2, 0) + row.at(3, 0) * 0.5) / 2.5);
+}
+
+TEST(BadPixelInterpolation, wideHolesFillFromTheOutsideIn) {
+    MaskedFrame frame = rampFrame(11, 11);
+    for (int y = 0; y < 5; ++y)
+        for (int x = 3; x < 8; ++x) {
+            frame.maskAt(x, y) = 1;
+            frame.at(x, y) = NAN;
+        }
+    ASSERT_EQ(frame.interpolate(), 0);
+    for (const double value : frame.data)
+        EXPECT_TRUE(value >= 0 && value <= 100) << value;
+}
+
+TEST(BadPixelInterpolation, halfOfThePixelsMayBeBad) {
+    MaskedFrame frame = rampFrame(4, 4);
+    for (std::size_t i = 0; i < 16; i += 2)
+        frame.mask[i] = 7;
+    EXPECT_EQ(frame.interpolate(), 0);
+    EXPECT_EQ(frame.mask[0], 1);
+    frame.mask[1] = 5;
+    const MaskedFrame before = frame;
+    EXPECT_EQ(frame.interpolate(), -1);
+    EXPECT_EQ(frame.data, before.data);
+    EXPECT_EQ(frame.mask, before.mask);
+}
+
+TEST(BadPixelInterpolation, theStartRowRunsAheadOverCleanRows) {
+    // A block that takes two passes, at rows where the second pass begins below it.
+    MaskedFrame frame = rampFrame(9, 20);
+    for (int y = 8; y < 13; ++y)
+        for (int x = 2; x < 7; ++x) {
+            frame.maskAt(x, y) = 1;
+            frame.at(x, y) = -1;
+        }
+    ASSERT_EQ(frame.interpolate(), 0);
+    EXPECT_NE(frame.at(2, 8), -1);
+    EXPECT_EQ(frame.at(4, 10), -1);
+}
+
+TEST(BadPixelInterpolation, anEmptyFrameIsDone) {
+    EXPECT_EQ(MaskedFrame(0, 0).interpolate(), 0);
+    EXPECT_EQ(MaskedFrame(0, 5).interpolate(), 0);
+    EXPECT_EQ(MaskedFrame(5, 0).interpolate(), 0);
+}
+
+// Bad pixels alone, in lines and in blocks; `codes` is how many mask values there are.
+MaskedFrame randomFrame(int width, int height, std::mt19937& random, unsigned codes) {
+    MaskedFrame frame(width, height);
+    for (double& value : frame.data)
+        value = std::normal_distribution<double>(0, 100)(random);
+    const unsigned marks = random() % (frame.size() / 6 + 2);
+    for (unsigned i = 0; i < marks; ++i) {
+        const int x = static_cast<int>(random() % static_cast<unsigned>(width));
+        const int y = static_cast<int>(random() % static_cast<unsigned>(height));
+        const int toX = std::min(width, x + (random() % 8 == 0 ? 6 : 1));
+        const int toY = std::min(height, y + (random() % 8 == 0 ? 6 : 1));
+        for (int row = y; row < toY; ++row)
+            for (int column = x; column < toX; ++column) {
+                frame.maskAt(column, row) = static_cast<unsigned char>(1 + random() % codes);
+                if (random() % 3 == 0)
+                    frame.at(column, row) = NAN;
+            }
+    }
+    return frame;
+}
+
+void expectSame(const MaskedFrame& actual, const MaskedFrame& expected) {
+    ASSERT_EQ(actual.mask, expected.mask);
+    for (std::size_t i = 0; i < actual.size(); ++i) {
+        if (std::isnan(expected.data[i]) && std::isnan(actual.data[i]))
+            continue;
+        ASSERT_EQ(std::bit_cast<std::uint64_t>(actual.data[i]),
+                  std::bit_cast<std::uint64_t>(expected.data[i]))
+            << "at " << i << " of " << actual.width << " x " << actual.height;
+    }
+}
+
+TEST(BadPixelInterpolation, givesTheBitsOfThePlainPassesOnEveryShapeAndMask) {
+    std::mt19937 random(23);
+    const std::pair<int, int> shapes[] = {{1, 1},     {1, 40},   {40, 1},  {2, 7},  {5, 5},
+                                          {7, 3},     {16, 16},  {33, 17}, {64, 9}, {65, 40},
+                                          {100, 100}, {520, 12}, {1100, 5}};
+    for (const auto& [width, height] : shapes)
+        for (int repeat = 0; repeat < 30; ++repeat) {
+            PluginOmbrel::useBaselineKernels = repeat % 2;
+            MaskedFrame frame = randomFrame(width, height, random, 1);
+            MaskedFrame expected = frame;
+            if (frame.interpolate() != 0)
+                continue;
+            PlainInterpolation(expected.data, expected.mask, width, height).run();
+            for (unsigned char& code : expected.mask)
+                code = code != 0;
+            expectSame(frame, expected);
+        }
+    PluginOmbrel::useBaselineKernels = false;
+}
+
+TEST(BadPixelInterpolation, passesTakeAndLeaveTheCodesOfEarlierOnes) {
+    std::mt19937 random(29);
+    for (int repeat = 0; repeat < 200; ++repeat) {
+        MaskedFrame frame = randomFrame(30, 20, random, 5);
+        MaskedFrame expected = frame;
+        runInterpolationPasses(frame.data.data(), frame.mask.data(), 30, 20);
+        PlainInterpolation(expected.data, expected.mask, 30, 20).run();
+        expectSame(frame, expected);
+    }
+}
+
+} // namespace
