@@ -11,8 +11,8 @@ struct DestroyData {
     void operator()(zt::IData* data) const { data->destroy(); }
 };
 
-// A clone that a filter works on. Until it is released to the caller it is destroyed with its scope, so that a
-// filter that fails or throws half-way leaves nothing behind.
+// A clone that a filter works on. Until it is released to the caller it is destroyed with its scope, so that
+// a filter that fails or throws half-way leaves nothing behind.
 using ClonedFrame = std::unique_ptr<zt::IMpxFrame, DestroyData>;
 
 // `data` must be of type IData::TYPE_FRAME.

@@ -9,7 +9,9 @@
 namespace ombrel {
 
 // The ten pixel types are the codes 0 to 9 of zt::DataType.
-constexpr bool isPixelType(zt::u8 code) { return code <= zt::DT_DOUBLE; }
+constexpr bool isPixelType(zt::u8 code) {
+    return code <= zt::DT_DOUBLE;
+}
 
 // Calls `work` with a value of the C++ type of a pixel type, so that `decltype` names it:
 //     withPixelType(code, [&](auto pixel) { using T = decltype(pixel); ... });
