@@ -1,6 +1,6 @@
 #include "support/FileCompare.h"
 
-#include "support/StdioFile.h"
+#include "support/FileSize.h"
 
 #include <algorithm>
 #include <cstring>
@@ -10,14 +10,6 @@
 namespace {
 
 constexpr unsigned long largestBuffer = 1ul << 20;
-
-// -1 when there is no such file.
-long fileSize(const char* path) {
-    const StdioFile file = openStdioFile(path, "r");
-    if (!file || std::fseek(file.get(), 0, SEEK_END) != 0)
-        return -1;
-    return std::ftell(file.get());
-}
 
 } // namespace
 

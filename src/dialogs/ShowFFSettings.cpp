@@ -1,0 +1,9 @@
+#include "filters/FFFilter.h"
+
+namespace PluginOmbrel {
+
+void FFFilter::showConfigGUI() {
+    saveToSettingsFile();
+}
+
+} // namespace PluginOmbrel

@@ -1,0 +1,22 @@
+#include "filters/SubFrameQuestion.h"
+
+#include <QApplication>
+#include <QInputDialog>
+#include <QStringList>
+
+namespace PluginOmbrel {
+
+int askForSubFrame(const zt::IMpxFrame& frame, const char* label) {
+    // A host without windows may have no application object, or one that can't show any.
+    if (!qobject_cast<QApplication*>(QCoreApplication::instance()))
+        return -1;
+    QStringList names;
+    for (const zt::IMpxFrame* subFrame : frame.subFrames())
+        names << QString::fromStdString(subFrame->frameName());
+    bool accepted = false;
+    const QString choice =
+        QInputDialog::getItem(nullptr, "Sub-frame selection", label, names, 0, false, &accepted);
+    return accepted && !choice.isEmpty() ? static_cast<int>(names.indexOf(choice)) : -1;
+}
+
+} // namespace PluginOmbrel

@@ -1,0 +1,99 @@
+// The flat-field filter in a settings store: its switches and its finished coefficients.
+#include "filters/FFFilter.h"
+
+#include <algorithm>
+
+namespace PluginOmbrel {
+
+namespace {
+
+constexpr const char* group = "FF";
+constexpr const char* coeffsKey = "Coeffs";
+constexpr const char* tdiCoeffsKey = "TDICoeffs";
+
+void storeTable(zt::ISettings& settings, const char* key, const Buffer<double>& table) {
+    settings.setBlob(group, key, table.data(), table.span().size_bytes());
+}
+
+} // namespace
+
+int FFFilter::saveToSettings(zt::ISettings* settings) {
+    if (coeffs.empty())
+        return 0;
+    settings->setBool(group, "Interpolate", interpolateBadPixelsOn);
+    settings->setBool(group, "UseDevMask", useDevMask);
+    settings->setBool(group, "UseZeroPixels", useZeroPixels);
+    settings->setBool(group, "UseFFCoeffs", useFFCoeffs);
+    settings->setBool(group, "UseTDI", useTdi);
+    settings->setDouble(group, "BadFFOverCoeff", badFFOverCoeff);
+    settings->setDouble(group, "BadFFUnderCoeff", badFFUnderCoeff);
+    settings->setInt(group, "CoeffsSize", static_cast<int>(coeffs.size()));
+    settings->setInt(group, "TDICoeffsSize", static_cast<int>(tdiCoeffs.size()));
+    storeTable(*settings, coeffsKey, coeffs);
+    storeTable(*settings, tdiCoeffsKey, tdiCoeffs);
+    return 0;
+}
+
+void FFFilter::saveToSettingsFile() {
+    if (settingsFilePath.empty())
+        return;
+    zt::ISettings* const settings = host->createSettings(settingsFilePath.c_str(), 1);
+    saveToSettings(settings);
+    settings->save();
+    settings->destroy();
+}
+
+int FFFilter::loadFromSettings(zt::ISettings* settings) {
+    settingsFilePath = settings->getFilePath();
+    interpolateBadPixelsOn = settings->getBool(group, "Interpolate", interpolateBadPixelsOn);
+    useDevMask = settings->getBool(group, "UseDevMask", useDevMask);
+    useZeroPixels = settings->getBool(group, "UseZeroPixels", useZeroPixels);
+    useFFCoeffs = settings->getBool(group, "UseFFCoeffs", useFFCoeffs);
+    useTdi = settings->getBool(group, "UseTDI", useTdi);
+    badFFOverCoeff = settings->getDouble(group, "BadFFOverCoeff", badFFOverCoeff);
+    badFFUnderCoeff = settings->getDouble(group, "BadFFUnderCoeff", badFFUnderCoeff);
+    // Without a size of its own the table of the columns is taken to be as large as that of the pixels.
+    const int sizeNow = static_cast<int>(coeffs.size());
+    const int coeffsSize = settings->getInt(group, "CoeffsSize", sizeNow);
+    const int tdiCoeffsSize = settings->getInt(group, "TDICoeffsSize", sizeNow);
+
+    // Both tables or none.
+    Buffer<double> newCoeffs;
+    Buffer<double> newTdiCoeffs;
+    if (!readTable(*settings, coeffsKey, coeffsSize, newCoeffs) ||
+        !readTable(*settings, tdiCoeffsKey, tdiCoeffsSize, newTdiCoeffs))
+        return 0;
+    if (coeffsSize != 0)
+        coeffs.swap(newCoeffs);
+    if (tdiCoeffsSize != 0)
+        tdiCoeffs.swap(newTdiCoeffs);
+    return 0;
+}
+
+bool FFFilter::readTable(zt::ISettings& settings, const char* key, int size, Buffer<double>& table) const {
+    if (size == 0)
+        return true;
+    const auto wanted = static_cast<std::size_t>(size);
+    // A size beyond this has to be borne out by what is stored before there is room for it.
+    const std::size_t expected = std::max<std::size_t>(dev->pixelCount(), coeffs.size());
+    std::size_t room = size < 0 ? 0 : std::min(wanted, expected);
+    while (room != 0) {
+        table.resize(room);
+        zt::u64 bytes = table.span().size_bytes();
+        settings.getBlob(group, key, table.data(), &bytes);
+        if (bytes == 0 && wanted <= expected) {
+            std::ranges::fill(table.span(), 1.0);
+            logError(0, "Flat-field settings hold no %s. Each coefficient is taken for 1", key);
+            return true;
+        }
+        if (bytes < table.span().size_bytes())
+            break;
+        if (room == wanted)
+            return true;
+        room = std::min(wanted, 2 * room);
+    }
+    logError(0, "Cannot load flat-field coefficients from settings. %s does not hold %d values", key, size);
+    return false;
+}
+
+} // namespace PluginOmbrel

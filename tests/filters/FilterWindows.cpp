@@ -1,0 +1,16 @@
+#include "FilterWindows.h"
+
+#include "filters/FFFilter.h"
+#include "filters/SubFrameQuestion.h"
+
+namespace PluginOmbrel {
+
+int askForSubFrame(const zt::IMpxFrame&, const char* label) {
+    return filterwindows::subFrameAnswer(label);
+}
+
+void FFFilter::showConfigGUI() {
+    saveToSettingsFile();
+}
+
+} // namespace PluginOmbrel
