@@ -1,6 +1,7 @@
 #include "plugin/Ombrel.h"
 
 #include "filters/Binning2x2.h"
+#include "filters/FFFilter.h"
 #include "filters/PluginName.h"
 #include "host/IDevMpx.h"
 #include "host/PtrList.h"
@@ -31,6 +32,7 @@ void Ombrel::addFilters() {
         if (!isMpxDevice(dev))
             continue;
         auto* mpx = static_cast<zt::IDevMpx*>(dev);
+        host->filterMgr()->addFilter(dev, new FFFilter(host, mpx));
         host->filterMgr()->addFilter(dev, new Binning2x2(host, mpx));
     }
 }

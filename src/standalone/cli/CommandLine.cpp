@@ -82,6 +82,7 @@ int runCommandLine(int argc, char** argv, Console& console) {
     addFiltersCommand(context);
     addInfoCommand(context);
     addRunCommand(context);
+    addCalibrateCommand(context);
     addSimulateCommand(context);
 
     try {

@@ -14,6 +14,7 @@ struct CommandContext {
     int& exitCode;
 };
 
+void addCalibrateCommand(const CommandContext& context);
 void addFiltersCommand(const CommandContext& context);
 void addInfoCommand(const CommandContext& context);
 void addRunCommand(const CommandContext& context);

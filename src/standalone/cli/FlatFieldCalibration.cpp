@@ -1,0 +1,161 @@
+#include "standalone/cli/FlatFieldCalibration.h"
+
+#include "host/IFFFilter.h"
+#include "host/IObject.h"
+#include "standalone/Error.h"
+#include "standalone/FileKind.h"
+#include "standalone/FrameStack.h"
+#include "standalone/cli/FrameSize.h"
+#include "standalone/cli/OutputGuard.h"
+#include "standalone/cli/PrivateInterface.h"
+#include "standalone/cli/Session.h"
+#include "standalone/cli/SideFile.h"
+#include "standalone/cli/UsageError.h"
+
+#include <memory>
+
+namespace ombrel::cli {
+
+namespace {
+
+constexpr zt::u32 flatFieldObject = 1442418610;
+
+bool isPrepared(const std::string& path) {
+    return path.ends_with("ffc");
+}
+
+void checkOptions(const FlatFieldOptions& options) {
+    if (!options.ffcFile.empty() && !isPrepared(options.ffcFile))
+        throw UsageError("--ffc " + options.ffcFile +
+                         ": the name must end in \"ffc\", by which such files are known");
+    if (options.subFrame && !options.acquisition)
+        throw UsageError("--sub-frame goes with --acquisition");
+    std::vector<std::string> outputs{options.output};
+    for (const std::string& other : {options.ffcFile, options.asciiFile})
+        if (!other.empty())
+            outputs.push_back(other);
+    for (const std::string& output : outputs)
+        checkOutputPath(output, options.force, options.inputs);
+}
+
+// A single input that is no frame file is a matrix of numbers, or finished coefficients.
+bool isTable(const FlatFieldOptions& options) {
+    return options.inputs.size() == 1 && !FrameFile::looksLikeFrames(options.inputs.front());
+}
+
+FrameSize tableSize(const FlatFieldOptions& options) {
+    const std::string& path = options.inputs.front();
+    if (options.acquisition)
+        throw Error(path + ": is no frame file; --acquisition takes frames");
+    FileDescriptor::openForReading(path);
+    if (options.size.empty())
+        throw UsageError(path + ": does not tell the size of the frames; give --size WxH");
+    return parseFrameSize("--size", options.size);
+}
+
+// The frame without its sub-frames, or its sub-frame of that number.
+FramePtr acquiredFrame(Frame& frame, const FlatFieldOptions& options, const std::string& where) {
+    if (!options.subFrame) {
+        FramePtr whole = Frame::create(frame.width(), frame.height(), frame.frameDataType());
+        std::ranges::copy(frame.bytes(), whole->bytes().begin());
+        return whole;
+    }
+    const auto subFrames = frame.subFrames();
+    if (*options.subFrame >= subFrames.size())
+        throw Error(where + ": there is no sub-frame " + std::to_string(*options.subFrame) + "; it has " +
+                    std::to_string(subFrames.size()));
+    return FramePtr(static_cast<Frame*>(subFrames[*options.subFrame]->clone()));
+}
+
+// The flats as they are to be averaged, by one path: a single input keeps its own name, by which messages
+// know it.
+std::string defineFlats(Session& session, const FrameStack& stack, const FlatFieldOptions& options) {
+    std::vector<FrameSource> sources;
+    for (std::size_t file = 0; file < stack.fileCount(); ++file)
+        for (zt::u32 frame = 0; frame < stack.info(file).frames; ++frame)
+            sources.push_back({options.inputs[file], FrameRole::Flat, frame});
+    const std::string name = options.inputs.size() == 1 ? options.inputs.front() : "<Multiple files>";
+    session.host().frames().defineFrames(name, std::move(sources));
+    return name;
+}
+
+void loadFromAcquisition(Session& session, FrameStack& stack, const FlatFieldOptions& options,
+                         IFFFilter& filter) {
+    std::vector<FramePtr> acquired;
+    for (zt::u64 frame = 0; frame < stack.frameCount(); ++frame)
+        acquired.push_back(acquiredFrame(*stack.readFrame(frame), options, stack.where(frame)));
+    session.device().setAcquisition(std::move(acquired));
+    if (filter.loadCoefficientsFromAcquisition(true) != 0)
+        throw Error(options.inputs.front() + ": the frames gave no coefficients");
+}
+
+void loadFromFiles(Session& session, const std::string& path, IFFFilter& filter) {
+    const int code = filter.loadCoefficientsFromFile(path.c_str(), false);
+    // The filter passes over frames that it could not get.
+    if (const std::string reason = session.host().frames().takeError(); !reason.empty())
+        throw Error(reason);
+    if (code != 0)
+        throw Error(path + ": gave no coefficients");
+}
+
+void setSwitches(const FlatFieldOptions& options, IFFFilter& filter) {
+    filter.setInterpolateBadMaskedPixels(!options.noInterpolation);
+    filter.setUseDeviceMaskForBadPixels(!options.noDeviceMask);
+    if (options.bad == "ff")
+        filter.setUseFFCoeffsForBadPixels(true);
+    else
+        filter.setUseZeroPixelsForBadPixels(options.bad == "zero");
+}
+
+void writeOutputs(Session& session, FilterLink& link, const FlatFieldOptions& options) {
+    IFFFilter& filter = privateInterface<IFFFilter>(link.filter(), flatFieldObject);
+    const auto store = session.host().openSettings(options.output);
+    link.filter().saveToSettings(store.get());
+    // A table brings its own size, whatever was said of the frames.
+    const zt::u32 pixels = session.device().pixelCount();
+    if (const int values = store->getInt("FF", "CoeffsSize", 0); static_cast<zt::u32>(values) != pixels)
+        throw Error(options.inputs.front() + ": holds " + std::to_string(values) +
+                    " coefficients for frames of " + std::to_string(pixels) + " pixels");
+    const auto writeTable = [&](const std::string& path, bool ascii) {
+        if (!path.empty())
+            writeThroughSideFile(path, [&](const std::string& side) {
+                return filter.saveCoefficientsToFile(side.c_str(), ascii) == 0;
+            });
+    };
+    writeTable(options.ffcFile, false);
+    writeTable(options.asciiFile, true);
+    // The interface has no way to switch it on, but the store has.
+    store->setBool("FF", "UseTDI", options.tdi);
+    store->saveFile();
+}
+
+} // namespace
+
+void calibrateFlatField(const FlatFieldOptions& options, Console& console) {
+    checkOptions(options);
+    if (!options.log.empty())
+        console.openLog(options.log);
+
+    std::unique_ptr<FrameStack> stack;
+    FrameSize size;
+    if (isTable(options)) {
+        size = tableSize(options);
+    } else {
+        stack = std::make_unique<FrameStack>(options.inputs, FrameRole::Flat);
+        size = {stack->width(), stack->height()};
+    }
+    Session session(console, options.plugin, {1, size.width, size.height});
+    FilterLink link = session.makeLink("Flat-Field");
+    IFFFilter& filter = privateInterface<IFFFilter>(link.filter(), flatFieldObject);
+    setSwitches(options, filter);
+    if (!stack)
+        loadFromFiles(session, options.inputs.front(), filter);
+    else if (options.acquisition)
+        loadFromAcquisition(session, *stack, options, filter);
+    else
+        loadFromFiles(session, defineFlats(session, *stack, options), filter);
+    writeOutputs(session, link, options);
+    console.message((stack ? std::to_string(stack->frameCount()) + " flat fields: " : "") + options.output);
+}
+
+} // namespace ombrel::cli

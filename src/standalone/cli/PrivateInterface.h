@@ -1,0 +1,19 @@
+#pragma once
+
+#include "host/IDataFilter.h"
+#include "host/IObject.h"
+#include "standalone/Error.h"
+
+namespace ombrel::cli {
+
+// A filter's interface of its own, which must be the one of that identity. Throws Error when it is not: the
+// plug-in is another one than this program knows.
+template <typename Interface>
+Interface& privateInterface(zt::IDataFilter& filter, zt::u32 objectId) {
+    auto* object = static_cast<zt::IObject*>(filter.privateInterface());
+    if (!object || object->getObjectID() != objectId)
+        throw Error("the plug-in's filter is not of the kind that this command knows");
+    return *static_cast<Interface*>(object);
+}
+
+} // namespace ombrel::cli

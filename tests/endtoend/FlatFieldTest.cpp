@@ -1,0 +1,128 @@
+// From flat fields to corrected frames by two commands.
+
+#include "fixtures/FrameFiles.h"
+#include "fixtures/Program.h"
+#include "fixtures/TemporaryFolder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+
+using ::testing::Each;
+using ::testing::ElementsAreArray;
+using ::testing::HasSubstr;
+
+namespace {
+
+class FlatField : public ::testing::Test {
+protected:
+    ProgramResult calibrate(std::vector<std::string> arguments) const {
+        arguments.insert(arguments.begin(), {"calibrate", "flat-field"});
+        arguments.insert(arguments.end(), {"-o", settings, "--force"});
+        return runOmbrel(arguments);
+    }
+
+    std::vector<double> correct(const std::string& input) const {
+        const auto result = runOmbrel({"run", "-q", "-f", "Flat-Field=" + settings, input, "-o", output,
+                                       "--force", "--output-type", "f64"});
+        EXPECT_EQ(result.exitCode, 0) << result.messages;
+        return result.exitCode == 0 ? readAllFrames(output) : std::vector<double>();
+    }
+
+    const TemporaryFolder folder;
+    const std::string settings = folder / "ff.xml";
+    const std::string output = folder / "out.h5";
+    // Means of two flats are 2, 4, 8, 6, and the lower middle one of these is 4.
+    const ImageStack<zt::u32> flats{2, 2, {1, 4, 8, 5, 3, 4, 8, 7}};
+    const ImageStack<zt::u32> frames{2, 2, {10, 20, 30, 40}};
+    const std::vector<double> expected{10 * (4.0 / 2), 20 * 1.0, 30 * (4.0 / 8), 40 * (4.0 / 6)};
+};
+
+} // namespace
+
+TEST_F(FlatField, AveragesTheFlatsOfAllFiles) {
+    writeTiff(folder / "flats.tif", flats);
+    writeTiff(folder / "frames.tif", frames);
+    ASSERT_EQ(calibrate({folder / "flats.tif"}).exitCode, 0);
+    EXPECT_THAT(correct(folder / "frames.tif"), ElementsAreArray(expected));
+
+    writeTiff(folder / "one.tif", ImageStack<zt::u32>{2, 2, {1, 4, 8, 5}});
+    writeHdf5(folder / "other.h5", ImageStack<zt::u32>{2, 2, {3, 4, 8, 7}});
+    ASSERT_EQ(calibrate({folder / "one.tif", folder / "other.h5"}).exitCode, 0);
+    EXPECT_THAT(correct(folder / "frames.tif"), ElementsAreArray(expected));
+
+    // Sums in place of means: the division by the median brings them to scale.
+    ASSERT_EQ(calibrate({folder / "flats.tif", "--acquisition"}).exitCode, 0);
+    EXPECT_THAT(correct(folder / "frames.tif"), ElementsAreArray(expected));
+}
+
+TEST_F(FlatField, TakesTdiAndTheTableOfAnotherRun) {
+    writeTiff(folder / "flats.tif", flats);
+    writeTiff(folder / "frames.tif", frames);
+    const std::string table = folder / "table.ffc";
+    ASSERT_EQ(
+        calibrate({folder / "flats.tif", "--tdi", "--ffc", table, "--ascii", folder / "table.txt"}).exitCode,
+        0);
+    // The means of the columns are 5 and 5.
+    EXPECT_THAT(correct(folder / "frames.tif"), ElementsAreArray({10.0, 20.0, 30.0, 40.0}));
+    EXPECT_EQ(std::filesystem::file_size(table), 32u);
+    EXPECT_TRUE(std::filesystem::exists(folder / "table.txt"));
+
+    ASSERT_EQ(calibrate({table, "--size", "2x2"}).exitCode, 0);
+    EXPECT_THAT(correct(folder / "frames.tif"), ElementsAreArray(expected));
+
+    std::ofstream(folder / "flat.txt") << "2 4\n8 6\n";
+    ASSERT_EQ(calibrate({folder / "flat.txt", "--size", "2x2"}).exitCode, 0);
+    EXPECT_THAT(correct(folder / "frames.tif"), ElementsAreArray(expected));
+}
+
+TEST_F(FlatField, RefusesWhatGivesNoCoefficientsAndWritesNothing) {
+    writeTiff(folder / "flats.tif", flats);
+    writeTiff(folder / "wide.tif", ImageStack<zt::u32>{3, 2, {1, 2, 3, 4, 5, 6}});
+    std::ofstream(folder / "short.txt") << "1 2 3";
+    std::ofstream(folder / "words.txt") << "not a matrix";
+    std::ofstream(folder / "empty.ffc");
+    const auto refuse = [&](std::vector<std::string> arguments, int exitCode, const std::string& words) {
+        const auto result = calibrate(std::move(arguments));
+        EXPECT_EQ(result.exitCode, exitCode) << result.messages;
+        EXPECT_THAT(result.messages, HasSubstr(words));
+        EXPECT_FALSE(std::filesystem::exists(settings)) << words;
+    };
+    refuse({folder / "flats.tif", folder / "wide.tif"}, 1, "wide.tif");
+    refuse({folder / "flats.tif", folder / "missing.tif"}, 1, "missing.tif");
+    refuse({folder / "short.txt", "--size", "2x2"}, 1, "short.txt");
+    refuse({folder / "words.txt", "--size", "2x2"}, 1, "words.txt");
+    refuse({folder / "missing.ffc", "--size", "2x2"}, 1, "missing.ffc");
+    refuse({folder / "empty.ffc", "--size", "2x2"}, 1, "empty.ffc");
+    refuse({folder / "short.txt"}, 2, "--size");
+    refuse({folder / "flats.tif", "--acquisition", "--sub-frame", "0"}, 1, "sub-frame");
+    refuse({folder / "flats.tif", "--sub-frame", "0"}, 2, "--acquisition");
+    refuse({folder / "flats.tif", "--ffc", folder / "table.txt"}, 2, "ffc");
+    refuse({folder / "flats.tif", "--bad", "some"}, 2, "--bad");
+}
+
+TEST_F(FlatField, LeavesPhotonStatisticsInASimulatedSet) {
+    ASSERT_EQ(runOmbrel({"simulate", folder / "set", "--size", "64x64", "--frames", "4", "-q"}).exitCode, 0);
+    const std::string set = folder / "set/frames.h5";
+    ASSERT_EQ(calibrate({set, "--bad", "ff"}).exitCode, 0);
+    const std::vector<double> pixels = correct(set);
+    ASSERT_EQ(pixels.size(), 4u * 64 * 64);
+    // The lower right of the frame is open beam.
+    double sum = 0;
+    double squares = 0;
+    int count = 0;
+    for (std::size_t y = 58; y < 64; ++y)
+        for (std::size_t x = 30; x < 60; ++x) {
+            const double pixel = pixels[y * 64 + x];
+            sum += pixel;
+            squares += pixel * pixel;
+            ++count;
+        }
+    const double mean = sum / count;
+    const double spread = std::sqrt(squares / count - mean * mean) / mean;
+    EXPECT_LT(spread, 1.5 / std::sqrt(mean));
+    EXPECT_GT(spread, 0.7 / std::sqrt(mean));
+}
