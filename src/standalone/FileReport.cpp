@@ -1,5 +1,6 @@
 #include "standalone/FileReport.h"
 
+#include "host/DataType.h"
 #include "standalone/NumberText.h"
 #include "standalone/PixelType.h"
 
@@ -38,9 +39,17 @@ void addImage(const FrameFileInfo& info, std::span<const std::byte> image, FileR
     });
 }
 
+// Values of type T, which were widened to double.
+template <typename T = double>
 std::string rangeText(const ValueRange& range) {
-    const std::string min = numberText(range.min);
-    return range.min == range.max ? min : min + " to " + numberText(range.max);
+    const std::string min = numberText(static_cast<T>(range.min));
+    return range.min == range.max ? min : min + " to " + numberText(static_cast<T>(range.max));
+}
+
+std::string pixelRangeText(const FileReport& report) {
+    if (report.pixels.isEmpty())
+        return "none";
+    return report.info.pixelType == zt::DT_FLOAT ? rangeText<float>(report.pixels) : rangeText(report.pixels);
 }
 
 std::string sizeText(const FrameFileInfo& info) {
@@ -93,7 +102,7 @@ std::string fileReportText(const FileReport& report) {
     if (info.subFrames > 0)
         line("sub-frames", std::to_string(info.subFrames) + " each");
     line("size", sizeText(info));
-    line("range", report.pixels.isEmpty() ? "none" : rangeText(report.pixels));
+    line("range", pixelRangeText(report));
     if (report.nanPixels > 0)
         line("not a number", std::to_string(report.nanPixels) + " pixels");
     if (!report.acqTimes.isEmpty())
