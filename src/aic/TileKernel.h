@@ -1,0 +1,317 @@
+#pragma once
+
+#include "aic/Lanes.h"
+#include "aic/TilePass.h"
+
+// The tile kernel for the processor that the including source is compiled for. One lane is one tile: the
+// additions of a tile's row depend on each other, those of neighbouring tiles do not.
+//
+// Quotients of a row are kept in a ring of rows with, before and behind each group, copies of the columns
+// that the window of the neighbouring tiles' pixels reaches into. The row that is filtered lags behind the
+// row that is divided by half a kernel and one, so that both run in one loop: the divider and the adders work
+// at the same time.
+namespace {
+
+// Doubles for the lanes of even and of odd number. Where all values are finite, the bits of a float moved to
+// the place of a double's make that value times 2^-896, for denormals too: sums have the same bits, but for
+// the exponent. The sign bit goes.
+struct ShiftedBits {
+    static constexpr double scale = 0x1p+896;
+    static Doubles even(Floats x) {
+        return reinterpret_cast<Doubles>((reinterpret_cast<Words>(x) & 0x7fffffffU) << 29);
+    }
+    static Doubles odd(Floats x) {
+        return reinterpret_cast<Doubles>((reinterpret_cast<Words>(x) & 0x7fffffff00000000U) >> 3);
+    }
+};
+
+struct ConvertedValues {
+    static constexpr double scale = 1;
+    template <int First>
+    static Doubles everySecond(Floats x) {
+        Doubles values;
+        for (int i = 0; i < laneCount / 2; ++i) {
+            values[i] = __builtin_fabs(static_cast<double>(x[2 * i + First]));
+        }
+        return values;
+    }
+    static Doubles even(Floats x) { return everySecond<0>(x); }
+    static Doubles odd(Floats x) { return everySecond<1>(x); }
+};
+
+// The filtered value, up to its sign. `rows` point to the pixel in each row of the window, and `Step` is the
+// distance of its right neighbour. Each adds in the order of the definition: column by column, from the left
+// and the top.
+struct CrossTaps : ShiftedBits {
+    static constexpr int half = 1;
+    explicit CrossTaps(const float* taps) : centre(all(taps[0])) {}
+    template <int Step>
+    Floats at(const float* const* rows, std::ptrdiff_t i) const {
+        const Floats before = load(rows[1] + i - Step) + load(rows[0] + i);
+        return load(rows[1] + i) * centre - before - load(rows[2] + i) - load(rows[1] + i + Step);
+    }
+    Floats centre;
+};
+
+struct RingTaps : ShiftedBits {
+    static constexpr int half = 1;
+    explicit RingTaps(const float* taps) : centre(all(taps[0])) {}
+    template <int Step>
+    Floats at(const float* const* rows, std::ptrdiff_t i) const {
+        const Floats before = load(rows[0] + i - Step) + load(rows[1] + i - Step) + load(rows[2] + i - Step) +
+                              load(rows[0] + i);
+        return load(rows[1] + i) * centre - before - load(rows[2] + i) - load(rows[0] + i + Step) -
+               load(rows[1] + i + Step) - load(rows[2] + i + Step);
+    }
+    Floats centre;
+};
+
+template <int Half>
+struct SquareTaps : ConvertedValues {
+    static constexpr int half = Half;
+    explicit SquareTaps(const float* columnByColumn) : taps(columnByColumn) {}
+    template <int Step>
+    Floats at(const float* const* rows, std::ptrdiff_t i) const {
+        constexpr int side = 2 * Half + 1;
+        Floats sum = {};
+        for (int x = 0; x < side; ++x) {
+            for (int y = 0; y < side; ++y) {
+                sum += load(rows[y] + i + (x - Half) * Step) * taps[x * side + y];
+            }
+        }
+        return sum;
+    }
+    const float* taps;
+};
+
+// Places in a tile's row: only its outer columns can be out of the window's reach.
+struct Interior {
+    static constexpr bool atEdge = false;
+};
+struct Edge {
+    static constexpr bool atEdge = true;
+};
+
+// The pass for one shape of taps, one number of candidates and of masks.
+//
+// A row of the ring: for each vector of tiles, for each column of a tile and `half` more on both sides, the
+// vectors of the candidates.
+template <class Taps, int Candidates, int Masks>
+class TileKernel {
+public:
+    explicit TileKernel(const TilePass& tilePass)
+        : pass(tilePass), taps(tilePass.taps), column(tilePass.groupTiles), tile(tilePass.tile),
+          vectors((tilePass.tilesUsed + laneCount - 1) / laneCount), vectorSize((tile + 2 * half) * step),
+          totals(reinterpret_cast<Doubles*>(tilePass.work)) {
+        float* row = tilePass.work + vectors * 2 * step + half * step;
+        for (float*& ringRow : ring) {
+            ringRow = row;
+            row += vectors * vectorSize;
+        }
+    }
+
+    void run() {
+        const int scoredRows = pass.tile * pass.tilesDown;
+        const int dividedRows = scoredRows + half < pass.rows ? scoredRows + half : pass.rows;
+        const int filterEnd = scoredRows < pass.rows - half ? scoredRows : pass.rows - half;
+        clearTotals();
+        int rowsToTile = pass.tile + lag;
+        for (int divided = 0; divided < scoredRows + lag; ++divided) {
+            const int filtered = divided - lag;
+            const bool divides = divided < dividedRows;
+            const bool filters = filtered >= half && filtered < filterEnd;
+            if (divides && filters) {
+                row<true, true>(divided);
+            } else if (divides) {
+                row<true, false>(divided);
+            } else if (filters) {
+                row<false, true>(divided);
+            }
+            // A row later than it was divided: by then its pixels have left the processor's store buffer.
+            copyNeighbourColumns(ring[1]);
+            if (--rowsToTile == 0) {
+                storeTotals(filtered / pass.tile);
+                rowsToTile = pass.tile;
+            }
+            rotateRing();
+        }
+    }
+
+private:
+    static constexpr int half = Taps::half;
+    static constexpr int lag = half + 2; // from the row that is divided back to the one that is filtered
+    static constexpr int ringRows = lag + half + 1;
+    static constexpr int step = Candidates * laneCount;
+    static constexpr std::ptrdiff_t prefetchDistance = 512; // floats; measured, twice or half is no worse
+
+    // What a row of tiles is made of, at its first vector.
+    struct Row {
+        const float* frame;
+        const float* images[Candidates];
+        const float* masks[Masks + 1];
+        const std::int32_t* inside;
+        float* quotients;
+        const float* window[2 * half + 1];
+        Doubles* totals;
+    };
+
+    void rotateRing() {
+        float* const oldest = ring[ringRows - 1];
+        for (int i = ringRows - 1; i > 0; --i) {
+            ring[i] = ring[i - 1];
+        }
+        ring[0] = oldest;
+    }
+
+    template <bool Divides, bool Filters>
+    void row(int divided) const {
+        Row start;
+        start.frame = pass.frame + divided * pass.rowSize;
+        for (int c = 0; c < Candidates; ++c) {
+            start.images[c] = pass.images[c] + divided * pass.imageRowSize;
+        }
+        for (int m = 0; Divides && m < Masks; ++m) {
+            start.masks[m] = pass.maskRows[m][divided];
+        }
+        start.inside = pass.inside;
+        start.quotients = ring[0];
+        for (int i = 0; i < 2 * half + 1; ++i) {
+            start.window[i] = ring[lag + half - i];
+        }
+        start.totals = totals;
+        std::ptrdiff_t lane = 0; // in the group
+        for (std::ptrdiff_t v = 0; v < vectors; ++v) {
+            rowOfTiles<Divides, Filters>(start);
+            lane += laneCount;
+            const bool groupEnds = lane == column;
+            lane = groupEnds ? 0 : lane;
+            advance(start, groupEnds ? tile * column - column + laneCount : laneCount);
+        }
+    }
+
+    void advance(Row& row, std::ptrdiff_t distance) const {
+        row.frame += distance;
+        row.inside += distance;
+        for (const float*& image : row.images) {
+            image += distance;
+        }
+        for (int m = 0; m < Masks; ++m) {
+            row.masks[m] += distance;
+        }
+        row.quotients += vectorSize;
+        for (const float*& windowRow : row.window) {
+            windowRow += vectorSize;
+        }
+        row.totals += 2 * Candidates;
+    }
+
+    template <bool Divides, bool Filters>
+    void rowOfTiles(const Row& row) const {
+        Doubles even[Candidates] = {};
+        Doubles odd[Candidates] = {};
+        const auto pixels = [&](auto position, std::ptrdiff_t begin, std::ptrdiff_t end) {
+            std::ptrdiff_t at = begin * column;
+            for (std::ptrdiff_t i = begin * step; i < end * step; i += step, at += column) {
+                if constexpr (Divides) {
+                    const Floats dividend = load(row.frame + at);
+                    for (int c = 0; c < Candidates; ++c) {
+                        __builtin_prefetch(row.images[c] + at + prefetchDistance);
+                    }
+                    for (int c = 0; c < Candidates; ++c) {
+                        Floats quotient = dividend / load(row.images[c] + at);
+                        for (int m = 0; m < Masks; ++m) {
+                            quotient *= load(row.masks[m] + at);
+                        }
+                        store(row.quotients + i + c * laneCount, quotient);
+                    }
+                }
+                if constexpr (Filters) {
+                    for (int c = 0; c < Candidates; ++c) {
+                        Floats value = taps.template at<step>(row.window, i + c * laneCount);
+                        if constexpr (position.atEdge) {
+                            value = reinterpret_cast<Floats>(reinterpret_cast<Ints>(value) &
+                                                             *reinterpret_cast<const Ints*>(row.inside + at));
+                        }
+                        even[c] += Taps::even(value);
+                        odd[c] += Taps::odd(value);
+                    }
+                }
+            }
+        };
+        const std::ptrdiff_t interiorEnd = tile < 2 * half ? half : tile - half;
+        pixels(Edge{}, 0, half);
+        pixels(Interior{}, half, interiorEnd);
+        pixels(Edge{}, interiorEnd, tile);
+        // A tile's total is a float after each row.
+        for (int c = 0; Filters && c < Candidates; ++c) {
+            Doubles* const total = row.totals + 2 * c;
+            total[0] = roundedToFloat(total[0] + even[c] * Taps::scale);
+            total[1] = roundedToFloat(total[1] + odd[c] * Taps::scale);
+        }
+    }
+
+    void copyNeighbourColumns(float* row) const {
+        for (std::ptrdiff_t v = 0; v < vectors; ++v, row += vectorSize) {
+            for (std::ptrdiff_t i = 0; i < half * step; i += laneCount) {
+                const float* const last = row + tile * step - half * step + i;
+                float* const before = row - half * step + i;
+                storeUnaligned(before, loadUnaligned(last - 1));
+                before[0] = v == 0 ? 0 : last[laneCount - 1 - vectorSize];
+                const float* const first = row + i;
+                float* const behind = row + tile * step + i;
+                storeUnaligned(behind, loadUnaligned(first + 1));
+                behind[laneCount - 1] = v + 1 == vectors ? 0 : first[vectorSize];
+            }
+        }
+    }
+
+    void storeTotals(int tileRow) const {
+        for (int c = 0; c < Candidates; ++c) {
+            for (int k = 0; k < pass.tilesAcross; ++k) {
+                const int lane = k % laneCount;
+                const Doubles& total = totals[2 * (k / laneCount * Candidates + c) + lane % 2];
+                pass.sums[c][k * pass.tilesDown + tileRow] = static_cast<float>(total[lane / 2]);
+            }
+        }
+        clearTotals();
+    }
+
+    void clearTotals() const {
+        for (std::ptrdiff_t i = 0; i < 2 * vectors * Candidates; ++i) {
+            totals[i] = Doubles{};
+        }
+    }
+
+    const TilePass& pass;
+    const Taps taps;
+    const std::ptrdiff_t column; // in an image, from a pixel of a tile to its right neighbour
+    const std::ptrdiff_t tile;
+    const std::ptrdiff_t vectors;    // of tiles, in a row
+    const std::ptrdiff_t vectorSize; // in the ring
+    float* ring[ringRows];           // latest row first
+    Doubles* const totals;           // of each vector and candidate, even lanes and odd lanes
+};
+
+template <class Taps, int Masks>
+void runTileKernel(const TilePass& pass) {
+    if (pass.candidates == 1) {
+        TileKernel<Taps, 1, Masks>(pass).run();
+    } else {
+        TileKernel<Taps, 2, Masks>(pass).run();
+    }
+}
+
+inline void sumTiles(const TilePass& pass) {
+    switch (pass.shape) {
+    case TapShape::Cross:
+        return pass.masks == 0 ? runTileKernel<CrossTaps, 0>(pass) : runTileKernel<CrossTaps, 1>(pass);
+    case TapShape::Ring:
+        return pass.masks == 0 ? runTileKernel<RingTaps, 0>(pass) : runTileKernel<RingTaps, 1>(pass);
+    case TapShape::Square3:
+        return runTileKernel<SquareTaps<1>, 2>(pass);
+    case TapShape::Square5:
+        return runTileKernel<SquareTaps<2>, 2>(pass);
+    }
+}
+
+} // namespace
