@@ -1,0 +1,111 @@
+#include "aic/AIC.h"
+#include "aic/AICWork.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+// The kernel's passes and the operations on single images meet here: both are scored by the same sums.
+
+bool c_AIC::refusesQualityOf(const AICImage& image) {
+    if (!work->highPass.complete()) {
+        writeLog("c_AIC::QualityFunctionPreProcess kernel has too few values for its window");
+        return true;
+    }
+    if (!qualityMasksFit(image)) {
+        writeLog("c_AIC::QualityFunctionPreProcess mask size does not match image size");
+        return true;
+    }
+    return false;
+}
+
+int c_AIC::QualityFunctionPreProcess(AICImage image, AICImage* result) {
+    if (refusesQualityOf(image)) {
+        return -1;
+    }
+    *result = highPassMagnitude(std::move(image));
+    return 0;
+}
+
+int c_AIC::QualityFunction(AICImage image, float* value) {
+    if (refusesQualityOf(image)) {
+        return -1;
+    }
+    if (Cfg.QfTileSize < 1) {
+        *value = highPassMagnitude(std::move(image)).sum();
+        return 0;
+    }
+    return scoreTiles(tileSums(image), value);
+}
+
+int c_AIC::QualityMatrix(AICImage image, int, AICImage* result) {
+    if (refusesQualityOf(image)) {
+        return -1;
+    }
+    result->release();
+    if (Cfg.QfTileSize < 1) {
+        writeLog("c_AIC::QualityMatrix size of windows = 0");
+        return 0;
+    }
+    const int tilesAcross = image.cols() / Cfg.QfTileSize;
+    const std::span<const float> sums = tileSums(image);
+    if (tilesAcross > 0) {
+        result->resize(tilesAcross, static_cast<int>(sums.size()) / tilesAcross);
+        std::ranges::copy(sums, result->pixels().begin());
+    }
+    return 0;
+}
+
+AICImage c_AIC::highPassMagnitude(AICImage image) {
+    float* const pixels = image.pixels().data();
+    if (CustomMaskEnabled) {
+        work->loops.multiply(pixels, CustomMask.pixels().data(), image.pixels().size());
+    }
+    if (BorderMaskEnabled) {
+        work->loops.multiply(pixels, BorderMask.pixels().data(), image.pixels().size());
+    }
+    AICImage filtered;
+    AICImage::filter2D(std::move(image), &filtered, KernelData.get(), KernelSize);
+    filtered.abs();
+    return filtered;
+}
+
+std::span<const float> c_AIC::tileSums(const AICImage& image) {
+    std::vector<float>& sums = work->sums[0];
+    const int tile = Cfg.QfTileSize;
+    if (TileSums::serves(image.cols(), image.rows(), tile, work->highPass)) {
+        const TileOrder order(image.cols(), image.rows(), tile);
+        const QualityMasks masks = {CustomMaskEnabled ? &CustomMask : nullptr,
+                                    BorderMaskEnabled ? &BorderMask : nullptr};
+        TileSums kernel(order, work->highPass, masks, work->loops);
+        sums.resize(order.tileCount());
+        kernel.setFrame(image.pixels());
+        kernel.sumFrame(sums.data());
+        return sums;
+    }
+    const AICImage filtered = highPassMagnitude(image);
+    sums.clear();
+    for (int x = 0; x < image.cols() / tile; ++x) {
+        for (int y = 0; y < image.rows() / tile; ++y) {
+            sums.push_back(filtered.sum(x * tile, y * tile, tile, tile));
+        }
+    }
+    return sums;
+}
+
+int c_AIC::scoreTiles(std::span<const float> sums, float* value) {
+    if (sums.empty()) {
+        writeLog("c_AIC::Histogram no data passed");
+        writeLog("c_AIC::Quantile histogram calculation error");
+        return fail("c_AIC::QuailityFunction preprocessing quantile");
+    }
+    work->counts.start(static_cast<int>(sums.size()), *std::ranges::max_element(sums));
+    work->counts.add(sums);
+    const float cut = work->counts.quantile(Cfg.QfTileThreshold / 100.0f);
+    double total = 0;
+    for (const float sum : sums) {
+        total += sum > cut ? 0 : sum;
+    }
+    *value = static_cast<float>(total);
+    return 0;
+}

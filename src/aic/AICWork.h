@@ -1,0 +1,35 @@
+#pragma once
+
+#include "aic/AICImage.h"
+#include "aic/BinCounts.h"
+#include "aic/HighPass.h"
+#include "aic/Kernels.h"
+#include "aic/OrderedGrid.h"
+#include "aic/OutlierRepair.h"
+#include "aic/TileSums.h"
+
+#include <array>
+#include <optional>
+#include <vector>
+
+// What the engine keeps for itself: what is worked out once for all frames, and storage that frames use
+// again.
+struct AICWork {
+    explicit AICWork(const Kernels& kernels) : loops(kernels), outliers(kernels) {}
+
+    const Kernels loops;
+    bool ready = false; // the last Init succeeded
+    HighPass highPass;
+    bool badPixelsAreBinary = false;
+    std::vector<bool> repaired; // by grid point: its image in the store has no pixel left to repair
+
+    // For frames of the grid's size, where the kernel serves.
+    std::optional<TileSums> gridSums;
+    OrderedGrid grid;
+
+    OutlierRepair outliers;
+    BinCounts counts;
+    AICImage image;                                    // the pre-processed frame
+    std::vector<c_CalibrationImages::Position> points; // of a search, in the order of its walk
+    std::array<std::vector<float>, TilePass::maxCandidates> sums;
+};

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+// Counts of values in equal bins over [0, range]: 128 bins, or one for each 128 values where that is more.
+// The last bin is for the range's end alone. Keeps its storage from one use to the next.
+class BinCounts {
+public:
+    // Empties the bins for so many values.
+    void start(int valueCount, float range);
+    int binCount() const { return static_cast<int>(counts.size() / tables); }
+    float binWidth() const;
+
+    // Both throw std::out_of_range for what no bin takes: a value outside the range or NaN, a bin of -1.
+    void add(std::span<const float> values);
+    void addBins(std::span<const std::int32_t> bins);
+
+    // Values in a bin, as adding them up in single precision tells: 2^24 at most.
+    float count(int bin) const;
+    // Where the running sum of the bins, each as a portion of all values, first reaches a portion. The
+    // position is the bin over the number of bins, though the bins are as wide as if there were one less.
+    float quantile(float portion) const;
+
+private:
+    // Each bin is counted in turn in several places, since many values in a row may fall into one bin.
+    static constexpr std::size_t tables = 4;
+
+    std::vector<std::uint32_t> counts;
+    int total = 0;
+    float fullRange = 0;
+};
