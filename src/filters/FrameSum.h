@@ -21,6 +21,8 @@ public:
 
     bool empty() const { return count == 0; }
     std::span<const double> pixels() const;
+    // Null when empty; otherwise of type double, and the sum's own.
+    const zt::IMpxFrame* frame() const { return sum ? sum->get() : nullptr; }
 
 private:
     zt::IDataMgr& frames;

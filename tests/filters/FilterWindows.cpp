@@ -1,5 +1,6 @@
 #include "FilterWindows.h"
 
+#include "filters/BHFilter.h"
 #include "filters/FFFilter.h"
 #include "filters/SubFrameQuestion.h"
 
@@ -10,6 +11,10 @@ int askForSubFrame(const zt::IMpxFrame&, const char* label) {
 }
 
 void FFFilter::showConfigGUI() {
+    saveToSettingsFile();
+}
+
+void BHFilter::showConfigGUI() {
     saveToSettingsFile();
 }
 

@@ -1,0 +1,9 @@
+#include "filters/BHFilter.h"
+
+namespace PluginOmbrel {
+
+void BHFilter::showConfigGUI() {
+    saveToSettingsFile();
+}
+
+} // namespace PluginOmbrel

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "host/IMpxFrame.h"
+#include "host/IObject.h"
+
+// The beam-hardening filter's interface of its own, which its privateInterface() gives: object ID 1442418600,
+// name "BHFilterInterface". Paths are UTF-8. Operations that can fail return 0 or a negative code, with the
+// reason in the host's log.
+class IBHFilter : public zt::IObject {
+public:
+    // Adds frame 0 of a file as the mask of a thickness, in the unit that results shall have. `acqTime` is
+    // its time in seconds, or -1 for the time that the frame itself tells. The masks go by the order of
+    // adding, which has to be that of ascending thickness when frames are filtered.
+    virtual int addMaskFromFile(const char* path, double thickness, double acqTime) = 0;
+    // Adds the sum of the device's acquired frames. Where these have sub-frames the user is asked which to
+    // take, so this belongs on the thread of the user interface.
+    virtual int addMaskFromAcqData(double thickness) = 0;
+    virtual int removeMask(unsigned int index) = 0;
+    virtual int removeAllMasks() = 0;
+
+    // From a frame, or from an ASCII matrix of as many values as the masks have pixels; not 0 is bad.
+    virtual int loadBadPixelsFromFile(const char* path) = 0;
+    // As an ASCII matrix of 0 and 1.
+    virtual int saveBadPixelsToFile(const char* path) = 0;
+    // Marks the pixels whose mask values do not fall from each mask to the next.
+    virtual int generateBadPixels() = 0;
+    // Fills the bad pixels of a frame of doubles from their neighbours.
+    virtual int interpolateBadPixels(zt::IMpxFrame* frame) = 0;
+    virtual void setInterpolateBadPixelsEnabled(bool on) = 0;
+    virtual bool isInterpolateBadPixelsEnabled() const = 0;
+    // Pixels of thickness 0 count as bad too.
+    virtual void setUseZeroPixelsAsBad(bool on) = 0;
+    virtual bool isUseZeroPixelsAsBadEnabled() const = 0;
+};
