@@ -166,12 +166,14 @@ private:
     template <bool Divides, bool Filters>
     void row(int divided) const {
         Row start;
-        start.frame = pass.frame + divided * pass.rowSize;
-        for (int c = 0; c < Candidates; ++c) {
-            start.images[c] = pass.images[c] + divided * pass.imageRowSize;
-        }
-        for (int m = 0; Divides && m < Masks; ++m) {
-            start.masks[m] = pass.maskRows[m][divided];
+        if constexpr (Divides) {
+            start.frame = pass.frame + divided * pass.rowSize;
+            for (int c = 0; c < Candidates; ++c) {
+                start.images[c] = pass.images[c] + divided * pass.imageRowSize;
+            }
+            for (int m = 0; m < Masks; ++m) {
+                start.masks[m] = pass.maskRows[m][divided];
+            }
         }
         start.inside = pass.inside;
         start.quotients = ring[0];
@@ -185,19 +187,22 @@ private:
             lane += laneCount;
             const bool groupEnds = lane == column;
             lane = groupEnds ? 0 : lane;
-            advance(start, groupEnds ? tile * column - column + laneCount : laneCount);
+            advance<Divides>(start, groupEnds ? tile * column - column + laneCount : laneCount);
         }
     }
 
+    template <bool Divides>
     void advance(Row& row, std::ptrdiff_t distance) const {
-        row.frame += distance;
+        if constexpr (Divides) {
+            row.frame += distance;
+            for (const float*& image : row.images) {
+                image += distance;
+            }
+            for (int m = 0; m < Masks; ++m) {
+                row.masks[m] += distance;
+            }
+        }
         row.inside += distance;
-        for (const float*& image : row.images) {
-            image += distance;
-        }
-        for (int m = 0; m < Masks; ++m) {
-            row.masks[m] += distance;
-        }
         row.quotients += vectorSize;
         for (const float*& windowRow : row.window) {
             windowRow += vectorSize;
