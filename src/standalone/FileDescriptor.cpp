@@ -42,17 +42,23 @@ zt::u64 FileDescriptor::size() const {
 }
 
 void FileDescriptor::readAt(zt::u64 offset, std::span<std::byte> bytes) const {
+    if (const auto failure = tryReadAt(offset, bytes))
+        throw Error(path + ": " + *failure);
+}
+
+std::optional<std::string> FileDescriptor::tryReadAt(zt::u64 offset, std::span<std::byte> bytes) const {
     while (!bytes.empty()) {
         const ssize_t count = ::pread(descriptor, bytes.data(), bytes.size(), static_cast<off_t>(offset));
         if (count < 0 && errno == EINTR)
             continue;
         if (count < 0)
-            throw Error(systemErrorText(path, "cannot be read", errno));
+            return "cannot be read: " + std::generic_category().message(errno);
         if (count == 0)
-            throw Error(path + ": the file ends too early");
+            return "the file ends too early";
         offset += static_cast<zt::u64>(count);
         bytes = bytes.subspan(static_cast<std::size_t>(count));
     }
+    return std::nullopt;
 }
 
 void FileDescriptor::writeAt(zt::u64 offset, std::span<const std::byte> bytes) const {

@@ -3,6 +3,7 @@
 #include "host/Types.h"
 
 #include <cstddef>
+#include <optional>
 #include <span>
 #include <string>
 #include <utility>
@@ -26,6 +27,8 @@ public:
 
     // Fills the whole span, or throws: a file that ends before is an error too.
     void readAt(zt::u64 offset, std::span<std::byte> bytes) const;
+    // The same, but tells the reason of a failure, without the path.
+    std::optional<std::string> tryReadAt(zt::u64 offset, std::span<std::byte> bytes) const;
     void writeAt(zt::u64 offset, std::span<const std::byte> bytes) const;
 
 private:

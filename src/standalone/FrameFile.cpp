@@ -5,11 +5,17 @@
 #include "standalone/FileDescriptor.h"
 #include "standalone/FileKind.h"
 #include "standalone/Hdf5File.h"
+#include "standalone/PixelType.h"
 #include "standalone/TiffFile.h"
+
+#include <algorithm>
+#include <unistd.h>
 
 namespace ombrel {
 
-std::unique_ptr<FrameFile> FrameFile::open(const std::string& path, FrameRole role) {
+namespace {
+
+std::unique_ptr<FrameFile> openByContent(const std::string& path, FrameRole role) {
     const auto [file, dataset] = splitDatasetPath(path);
     switch (fileKind(FileDescriptor::openForReading(file))) {
     case FileKind::Tiff:
@@ -27,6 +33,24 @@ std::unique_ptr<FrameFile> FrameFile::open(const std::string& path, FrameRole ro
     default:
         throw Error(file + ": is neither TIFF nor HDF5");
     }
+}
+
+// A damaged file may claim any size.
+void checkMemory(const FrameFileInfo& info) {
+    const double pixels = static_cast<double>(info.width) * info.height * std::max(info.subFrames, 1U);
+    const double memory =
+        static_cast<double>(::sysconf(_SC_PHYS_PAGES)) * static_cast<double>(::sysconf(_SC_PAGESIZE));
+    if (pixels * static_cast<double>(pixelSize(info.pixelType)) > memory)
+        throw Error(info.path + ": frames of " + std::to_string(info.width) + " x " +
+                    std::to_string(info.height) + " pixels do not fit into the memory of this machine");
+}
+
+} // namespace
+
+std::unique_ptr<FrameFile> FrameFile::open(const std::string& path, FrameRole role) {
+    auto file = openByContent(path, role);
+    checkMemory(file->info());
+    return file;
 }
 
 bool FrameFile::looksLikeFrames(const std::string& path) {

@@ -27,13 +27,12 @@ Hdf5FileHandle openFile(const std::string& path) {
     return file;
 }
 
-// The first dataset of that name, beside the frames or another link to them, that has one of two lengths.
+// The first dataset of that name with so many numbers, beside the frames or another link to them.
 std::optional<Hdf5Numbers> numbersBeside(hid_t file, const std::vector<std::string>& groups,
-                                         const std::string& name, std::array<std::size_t, 2> lengths) {
+                                         const std::string& name, zt::u64 count) {
     for (const std::string& group : groups)
-        if (auto numbers = numbersAt(file, group + '/' + name))
-            if (std::ranges::find(lengths, numbers->values.size()) != lengths.end())
-                return numbers;
+        if (auto numbers = numbersAt(file, group + '/' + name, count))
+            return numbers;
     return std::nullopt;
 }
 
@@ -83,7 +82,7 @@ void Hdf5File::fillInfo(const std::string& path, const std::string& dataset) {
     fileInfo.frames = shape.frames();
     fileInfo.subFrames = shape.subFrames();
     if (dataset == outputlayout::data)
-        fileInfo.run = readRunState(file);
+        fileInfo.run = readRunState(file, shape.frames());
     if (fileInfo.run)
         fileInfo.frames = std::min(fileInfo.frames, fileInfo.run->framesDone);
     if (fileInfo.frames == 0)
@@ -92,7 +91,9 @@ void Hdf5File::fillInfo(const std::string& path, const std::string& dataset) {
 
 void Hdf5File::readTimes(const std::vector<std::string>& groups) {
     const zt::u32 frames = images->shape().frames();
-    auto time = numbersBeside(file, groups, "count_time", {frames, 1});
+    auto time = numbersBeside(file, groups, "count_time", frames);
+    if (!time)
+        time = numbersBeside(file, groups, "count_time", 1);
     if (!time)
         return;
     const double factor = secondsPer(time->unit);
@@ -105,7 +106,7 @@ void Hdf5File::readTimes(const std::vector<std::string>& groups) {
 
 void Hdf5File::chooseFrames(FrameRole role, const std::vector<std::string>& groups) {
     const zt::u32 frames = images->shape().frames();
-    const auto keys = numbersBeside(file, groups, "image_key", {frames, frames});
+    const auto keys = numbersBeside(file, groups, "image_key", frames);
     if (!keys) {
         if (fileInfo.dataset.starts_with("/exchange/"))
             fileInfo.kinds = exchangeKinds(file);

@@ -87,7 +87,8 @@ void Hdf5Images::findContiguousPixels(const std::string& where) {
 void Hdf5Images::read(zt::u32 frame, zt::u32 subFrame, std::span<std::byte> pixels) {
     const zt::u64 index = zt::u64{frame} * std::max(imageShape.subFrames(), 1U) + subFrame;
     if (file) {
-        file->readAt(firstPixel + index * pixels.size(), pixels);
+        if (const auto failure = file->tryReadAt(firstPixel + index * pixels.size(), pixels))
+            throw Error(*failure);
         return;
     }
     std::vector<hsize_t> start(imageShape.extent.size(), 0);

@@ -19,7 +19,7 @@ public:
 
     const Hdf5Shape& shape() const { return imageShape; }
 
-    // Reads an image in the shape's pixel type. Throws Error with the library's reason alone.
+    // Reads an image in the shape's pixel type. Throws Error with the reason alone.
     void read(zt::u32 frame, zt::u32 subFrame, std::span<std::byte> pixels);
 
 private:

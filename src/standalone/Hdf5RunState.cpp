@@ -7,15 +7,15 @@
 
 namespace ombrel {
 
-std::optional<RunState> readRunState(hid_t file) {
-    const auto done = numbersAt(file, outputlayout::framesDone);
-    const auto complete = numbersAt(file, outputlayout::complete);
-    const auto failed = numbersAt(file, outputlayout::failed);
+std::optional<RunState> readRunState(hid_t file, zt::u32 frames) {
+    const auto done = numbersAt(file, outputlayout::framesDone, 1);
+    const auto complete = numbersAt(file, outputlayout::complete, 1);
+    const auto failed = numbersAt(file, outputlayout::failed, frames);
     if (!done || !complete || !failed)
         return std::nullopt;
     RunState state;
-    state.framesPlanned = static_cast<zt::u32>(failed->values.size());
-    state.framesDone = static_cast<zt::u32>(std::min<double>(done->values[0], state.framesPlanned));
+    state.framesPlanned = frames;
+    state.framesDone = static_cast<zt::u32>(std::clamp<double>(done->values[0], 0, frames));
     state.framesFailed = static_cast<zt::u32>(
         std::count(failed->values.begin(), failed->values.begin() + state.framesDone, 1.0));
     state.complete = complete->values[0] == 1;

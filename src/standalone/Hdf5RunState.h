@@ -7,7 +7,7 @@
 
 namespace ombrel {
 
-// None for a file that is no output of ours.
-std::optional<RunState> readRunState(hid_t file);
+// None for a file that is no output of ours with that many frames.
+std::optional<RunState> readRunState(hid_t file, zt::u32 frames);
 
 } // namespace ombrel

@@ -2,6 +2,9 @@
 
 #include <hdf5.h>
 
+#include <algorithm>
+#include <string_view>
+
 namespace ombrel {
 
 namespace {
@@ -9,6 +12,20 @@ namespace {
 std::recursive_mutex& libraryMutex() {
     static std::recursive_mutex mutex;
     return mutex;
+}
+
+// What the library says of a failed system call goes over two lines, with times and addresses: only what
+// failed and why is kept.
+std::string oneLine(std::string text) {
+    constexpr std::string_view mark = "error message = '";
+    const auto details = text.find(": time = ");
+    const auto begin = text.find(mark);
+    if (details != std::string::npos && begin != std::string::npos) {
+        const auto message = begin + mark.size();
+        text = text.substr(0, details) + ": " + text.substr(message, text.find('\'', message) - message);
+    }
+    std::ranges::replace(text, '\n', ' ');
+    return text;
 }
 
 } // namespace
@@ -24,7 +41,7 @@ std::string Hdf5Session::reason() {
     const auto keepFirst = [](unsigned, const H5E_error2_t* error, void* kept) -> herr_t {
         auto& first = *static_cast<std::string*>(kept);
         if (first.empty() && error->desc)
-            first = std::string(": ") + error->desc;
+            first = ": " + oneLine(error->desc);
         return 0;
     };
     H5Ewalk2(H5E_DEFAULT, H5E_WALK_UPWARD, keepFirst, &text);

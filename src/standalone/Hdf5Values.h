@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/Types.h"
 #include "standalone/Hdf5Handle.h"
 
 #include <optional>
@@ -10,7 +11,7 @@ namespace ombrel {
 
 // Small things that stand in an HDF5 file. None when they are not there, or of another kind.
 
-// The first string of an attribute of text.
+// An attribute of one text.
 std::optional<std::string> textAttribute(hid_t object, const char* name);
 
 struct Hdf5Numbers {
@@ -18,7 +19,7 @@ struct Hdf5Numbers {
     std::string unit; // empty when the dataset has none
 };
 
-// A dataset of numbers of rank 0 or 1.
-std::optional<Hdf5Numbers> numbersAt(hid_t file, const std::string& path);
+// A dataset of numbers of rank 0 or 1 with `count` of them.
+std::optional<Hdf5Numbers> numbersAt(hid_t file, const std::string& path, zt::u64 count);
 
 } // namespace ombrel

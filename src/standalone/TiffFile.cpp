@@ -66,7 +66,8 @@ void TiffFile::checkLikeFirst(const TiffPage& page, const std::string& name) con
 void TiffFile::readImage(zt::u32 frame, zt::u32, std::span<std::byte> pixels) {
     const TiffPage& page = pages.at(frame);
     if (page.pixelOffset) {
-        file.readAt(*page.pixelOffset, pixels);
+        if (const auto failure = file.tryReadAt(*page.pixelOffset, pixels))
+            throw Error(where(frame) + ": " + *failure);
         return;
     }
     if (TIFFCurrentDirOffset(tiff.get()) != page.directoryOffset &&
