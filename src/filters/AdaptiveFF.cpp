@@ -1,0 +1,101 @@
+#include "filters/AdaptiveFF.h"
+
+#include "filters/AdaptiveFFSettings.h"
+#include "filters/ClonedFrame.h"
+#include "filters/LogMessage.h"
+#include "host/DataType.h"
+#include "host/ErrorCode.h"
+
+#include <algorithm>
+#include <cstdarg>
+#include <span>
+#include <utility>
+
+namespace PluginOmbrel {
+
+namespace {
+
+constexpr const char* notAFrame = "Cannot filter data that is not of type IMpxFrame";
+constexpr const char* notLoaded = "No adaptive correction loaded";
+constexpr const char* notCorrected = "Cannot filter data - compensation error";
+
+} // namespace
+
+AdaptiveFF::AdaptiveFF(zt::IZenteo* zenteo, zt::IDevMpx* device)
+    : host(zenteo), dev(device), engine(std::make_unique<c_AIC>()),
+      config(std::make_unique<c_AIC::AICCfg>()) {
+    params = host->createParamMgr();
+}
+
+AdaptiveFF::~AdaptiveFF() {
+    if (params)
+        params->destroy();
+}
+
+bool AdaptiveFF::isDataSupported(zt::IData* data) const {
+    return data->type() == zt::IData::TYPE_FRAME;
+}
+
+zt::IData* AdaptiveFF::filter(const zt::IData* data) {
+    if (data->type() != zt::IData::TYPE_FRAME)
+        return logError<zt::IData*>(nullptr, notAFrame);
+    if (!loaded)
+        return logError<zt::IData*>(nullptr, notLoaded);
+    ClonedFrame copy = cloneFrame(*data);
+    if (!correct(*copy)) {
+        copy.reset();
+        return logError<zt::IData*>(nullptr, notCorrected);
+    }
+    return copy.release();
+}
+
+int AdaptiveFF::filterReplace(zt::IData* data) {
+    if (data->type() != zt::IData::TYPE_FRAME)
+        return logError<int>(zt::ERR_NONE, notAFrame);
+    if (!loaded)
+        return logError<int>(zt::ERR_NONE, notLoaded);
+    if (!correct(static_cast<zt::IMpxFrame&>(*data)))
+        return logError<int>(zt::ERR_CANNOT_CORRECT, notCorrected);
+    return zt::ERR_NONE;
+}
+
+bool AdaptiveFF::correct(zt::IMpxFrame& frame) {
+    frame.convertToType(zt::DT_DOUBLE);
+    const std::span pixels(frame.doubleData(0.0), frame.size());
+    AICImage image;
+    setAicImageData(pixels.data(), frame.width(), frame.height(), &image);
+
+    ImageContainer result;
+    float quality = 0;
+    if (engine->CompensateImage(std::move(image), &result, &quality, "", true) != 0)
+        return false;
+    // A search that no candidate won leaves an image without pixels.
+    const std::span<const float> corrected = std::as_const(result.Image).pixels();
+    if (corrected.empty() || corrected.size() < pixels.size())
+        return false;
+    std::copy_n(corrected.begin(), pixels.size(), pixels.begin());
+    return true;
+}
+
+void AdaptiveFF::setAicImageData(const double* data, std::size_t cols, std::size_t rows, AICImage* image) {
+    const std::size_t present = image->pixels().size();
+    image->resize(static_cast<int>(present + cols * rows), 1);
+    std::ranges::transform(std::span(data, cols * rows), image->pixels().subspan(present).begin(),
+                           [](double pixel) { return static_cast<float>(pixel); });
+    image->reshape_r(static_cast<int>(rows));
+}
+
+template <typename T>
+T AdaptiveFF::logError(T value, const char* format, ...) const {
+    va_list arguments;
+    va_start(arguments, format);
+    logMessage(*host, 1, format, arguments);
+    va_end(arguments);
+    return value;
+}
+
+// The class's other file uses these two.
+template int AdaptiveFF::logError<int>(int, const char*, ...) const;
+template bool AdaptiveFF::logError<bool>(bool, const char*, ...) const;
+
+} // namespace PluginOmbrel
