@@ -46,6 +46,12 @@ void addSimulateCommand(const CommandContext& context) {
         ->check(CLI::Range(1.0, 10'000.0).description(""))
         ->type_name("PHOTONS")
         ->capture_default_str();
+    command
+        ->add_option("--grid-steps", options->plan.gridSteps,
+                     "Values of each of V, T and E in the grid for the adaptive filter; 0: no grid")
+        ->check(CLI::IsMember({0, 2, 3, 4, 5, 6, 7, 8, 9}).description(""))
+        ->type_name("N")
+        ->capture_default_str();
     command->add_option("--seed", options->plan.seed, "Another seed gives another detector and other noise")
         ->type_name("N")
         ->capture_default_str();

@@ -17,6 +17,9 @@ constexpr double waveDepth = 0.15;
 constexpr double waveBias = 150;      // volts at which the waves have that depth
 constexpr double thresholdLoss = 0.6; // part of the photons lost when the threshold reaches the energy
 constexpr double thresholdSpread = 0.35;
+constexpr double collectionSpread = 0.06; // of the charge lost or won, when the bias is half of waveBias
+constexpr double thicknessSpread = 0.10;  // likewise, when the energy is half of plainEnergy
+constexpr double plainEnergy = 25;        // keV
 constexpr double faultsPerPixel = 0.0005; // dead, and as many hot
 
 bool isChipEdge(std::size_t position, std::size_t length) {
@@ -47,6 +50,15 @@ DetectorModel::DetectorModel(std::size_t width, std::size_t height, std::uint64_
         }
     }
     spoilPixels(seed + 1);
+    scatterSensor(seed + 2);
+}
+
+void DetectorModel::scatterSensor(std::uint64_t seed) {
+    Random random(seed);
+    for (std::size_t pixel = 0; pixel < pixelCount(); ++pixel) {
+        collectionScatter.push_back(random.gaussian());
+        thicknessScatter.push_back(random.gaussian());
+    }
 }
 
 void DetectorModel::spoilPixels(std::uint64_t seed) {
@@ -68,7 +80,9 @@ std::vector<double> DetectorModel::response(const OperatingPoint& point) const {
     std::vector<double> map(pixelCount());
     for (std::size_t i = 0; i < map.size(); ++i) {
         const double passed = 1 - loss * (1 + thresholdSpread * thresholdScatter[i]);
-        map[i] = gain[i] * (1 + depth * wave[i]) * std::clamp(passed, 0.05, 1.0);
+        const double collected = 1 + collectionSpread * collectionScatter[i] * (depth - 1);
+        const double stopped = 1 + thicknessSpread * thicknessScatter[i] * (plainEnergy / point.energy - 1);
+        map[i] = gain[i] * (1 + depth * wave[i]) * std::clamp(passed, 0.05, 1.0) * collected * stopped;
     }
     return map;
 }

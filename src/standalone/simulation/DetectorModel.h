@@ -18,10 +18,13 @@ struct OperatingPoint {
 // The response of a pixel is the product of
 //   - its gain, 3 % from pixel to pixel, and more at the edges of the sensor's chips, whose pixels are wider
 //   - waves over the sensor, from its doping as the crystal grew: the weaker the bias, the deeper
+//   - the charge that it collects, which scatters from pixel to pixel, the more the weaker the bias
 //   - the part of the photons that its threshold lets through: the threshold scatters from pixel to pixel,
-//   and what
-//     it costs grows with threshold over energy
-// so that the pattern itself, not its level alone, changes with each of the three settings.
+//     and what it costs grows with threshold over energy
+//   - the part of the photons that stops in its sensor, which scatters with its thickness, the more the
+//     harder the beam
+// so that the pattern itself, from pixel to pixel and not in its level alone, changes with each of the three
+// settings. At the default operating point collection and thickness leave no pattern.
 class DetectorModel {
 public:
     DetectorModel(std::size_t width, std::size_t height, std::uint64_t seed);
@@ -40,12 +43,15 @@ public:
 
 private:
     void spoilPixels(std::uint64_t seed);
+    void scatterSensor(std::uint64_t seed);
 
     std::size_t columns;
     std::size_t rows;
     std::vector<double> gain;
     std::vector<double> wave;
-    std::vector<double> thresholdScatter; // in standard deviations
+    std::vector<double> thresholdScatter; // in standard deviations, as the next two
+    std::vector<double> collectionScatter;
+    std::vector<double> thicknessScatter;
     std::vector<std::size_t> dead;
     std::vector<std::size_t> hot;
 };

@@ -2,6 +2,7 @@
 
 #include "standalone/AtomicFile.h"
 #include "standalone/Error.h"
+#include "standalone/simulation/GridPart.h"
 #include "standalone/simulation/ImagingPart.h"
 #include "standalone/simulation/SetPart.h"
 
@@ -20,6 +21,7 @@ constexpr const char* aboutName = "simulation.json";
 std::vector<std::unique_ptr<SetPart>> partsOf(const SetPlan&) {
     std::vector<std::unique_ptr<SetPart>> parts;
     parts.push_back(std::make_unique<ImagingPart>());
+    parts.push_back(std::make_unique<GridPart>());
     return parts;
 }
 
@@ -56,10 +58,11 @@ QJsonArray indexList(const std::vector<std::size_t>& pixels) {
 
 QByteArray description(const SetPlan& plan, const DetectorModel& detector) {
     const QJsonObject document{
-        {"width", static_cast<qint64>(plan.width)},       {"height", static_cast<qint64>(plan.height)},
-        {"frames", static_cast<qint64>(plan.frames)},     {"flats", static_cast<qint64>(plan.flats)},
-        {"photonsPerPixelAndFrame", plan.flux},           {"seed", QString::number(plan.seed)},
-        {"deadPixels", indexList(detector.deadPixels())}, {"hotPixels", indexList(detector.hotPixels())}};
+        {"width", static_cast<qint64>(plan.width)},    {"height", static_cast<qint64>(plan.height)},
+        {"frames", static_cast<qint64>(plan.frames)},  {"flats", static_cast<qint64>(plan.flats)},
+        {"photonsPerPixelAndFrame", plan.flux},        {"gridSteps", static_cast<qint64>(plan.gridSteps)},
+        {"seed", QString::number(plan.seed)},          {"deadPixels", indexList(detector.deadPixels())},
+        {"hotPixels", indexList(detector.hotPixels())}};
     return QJsonDocument(document).toJson();
 }
 
