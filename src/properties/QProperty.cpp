@@ -1,0 +1,123 @@
+#include "properties/QProperty.h"
+
+#include "properties/PropertyColumn.h"
+
+#include <QWidget>
+
+#include <utility>
+
+QProperty::QProperty(const QString& initialName, bool canEdit) : QProperty(initialName, {}, canEdit) {}
+
+QProperty::QProperty(const QString& initialName, const QString& initialDescription, bool canEdit)
+    : name(initialName), description(initialDescription), editable(canEdit) {}
+
+QProperty::~QProperty() {
+    // The member first, so that the old parent does not call back.
+    if (QProperty* const oldParent = std::exchange(parent, nullptr))
+        oldParent->removeChild(this);
+    while (!children.isEmpty())
+        delete children.takeLast();
+}
+
+QVariant QProperty::data(int column, int role) const {
+    if (role == Qt::ToolTipRole)
+        return description;
+    const bool shown = role == Qt::DisplayRole;
+    const bool shownOrEdited = shown || role == Qt::EditRole;
+    if (column == PropertyColumn::Name && shown)
+        return name;
+    if (column == PropertyColumn::Value && shownOrEdited)
+        return value;
+    if (column == PropertyColumn::Description && shownOrEdited)
+        return description;
+    return {};
+}
+
+bool QProperty::setData(const QVariant& newValue, int role) {
+    if (role != Qt::EditRole)
+        return false;
+    const bool changed = value != newValue;
+    setValue(newValue);
+    return changed;
+}
+
+bool QProperty::paint(QPainter*, const QStyleOptionViewItem&, const QModelIndex&,
+                      const QAbstractItemDelegate*) const {
+    return false;
+}
+
+QWidget* QProperty::createEditor(QWidget*, const QStyleOptionViewItem&, const QAbstractItemDelegate*) {
+    return nullptr;
+}
+
+bool QProperty::setEditorData(QWidget*) {
+    return false;
+}
+
+QVariant QProperty::getEditorData(QWidget*) const {
+    return {};
+}
+
+Qt::ItemFlags QProperty::flags(int column) const {
+    switch (column) {
+    case PropertyColumn::Name:
+    case PropertyColumn::Description:
+        return Qt::ItemIsSelectable | Qt::ItemIsEnabled;
+    case PropertyColumn::Value:
+        return Qt::ItemIsSelectable | Qt::ItemIsEnabled |
+               (isEditable() ? Qt::ItemIsEditable : Qt::NoItemFlags);
+    default:
+        return Qt::NoItemFlags;
+    }
+}
+
+void QProperty::setValue(const QVariant& newValue) {
+    value = newValue;
+}
+
+QVariant QProperty::getValue() const {
+    return value;
+}
+
+void QProperty::setName(const QString& newName) {
+    name = newName;
+}
+
+QString QProperty::getName() const {
+    return name;
+}
+
+void QProperty::setDescription(const QString& newDescription) {
+    description = newDescription;
+}
+
+QString QProperty::getDescription() const {
+    return description;
+}
+
+bool QProperty::getUpdateParent() const {
+    return updateParent;
+}
+
+bool QProperty::getUpdateChildren() const {
+    return updateChildren;
+}
+
+void QProperty::setUpdateBehaviour(bool withParent, bool withChildren) {
+    updateParent = withParent;
+    updateChildren = withChildren;
+}
+
+bool QProperty::isEditable() const {
+    return editable;
+}
+
+void QProperty::storeAs(QMetaType::Type type, const QVariant& newValue) {
+    value = newValue;
+    value.convert(QMetaType(type));
+}
+
+void QProperty::fitEditor(QWidget& editor) const {
+    editor.setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
+    editor.setEnabled(isEditable());
+}

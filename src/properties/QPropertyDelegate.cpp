@@ -1,0 +1,80 @@
+#include "properties/QPropertyDelegate.h"
+
+#include "properties/PropertyColumn.h"
+#include "properties/QProperty.h"
+#include "properties/QPropertyModel.h"
+
+#include <QApplication>
+#include <QPainter>
+#include <QStyle>
+
+namespace {
+
+// Null for an index that is invalid or of another kind of model.
+QProperty* itemOf(const QModelIndex& index) {
+    const auto* const model = qobject_cast<const QPropertyModel*>(index.model());
+    return model ? model->getProperty(index) : nullptr;
+}
+
+} // namespace
+
+void QPropertyDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
+                              const QModelIndex& index) const {
+    const QProperty* const item = index.column() == PropertyColumn::Value ? itemOf(index) : nullptr;
+    if (!item || !item->paint(painter, option, index, this))
+        QStyledItemDelegate::paint(painter, option, index);
+    drawGridLines(painter, option);
+}
+
+QSize QPropertyDelegate::sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const {
+    const QSize base = QStyledItemDelegate::sizeHint(option, index);
+    if (rowHeight < 1)
+        return {base.width(), base.height() + 1};
+    return {base.width(), addToDefault ? rowHeight + base.height() + 1 : rowHeight};
+}
+
+QWidget* QPropertyDelegate::createEditor(QWidget* parent, const QStyleOptionViewItem& option,
+                                         const QModelIndex& index) const {
+    QProperty* const item = itemOf(index);
+    if (QWidget* const own = item ? item->createEditor(parent, option, this) : nullptr)
+        return own;
+    QWidget* const editor = QStyledItemDelegate::createEditor(parent, option, index);
+    if (editor && item && !item->isEditable())
+        editor->setEnabled(false);
+    return editor;
+}
+
+void QPropertyDelegate::setEditorData(QWidget* editor, const QModelIndex& index) const {
+    QProperty* const item = itemOf(index);
+    if (!item || !editor || !item->setEditorData(editor))
+        QStyledItemDelegate::setEditorData(editor, index);
+}
+
+void QPropertyDelegate::setModelData(QWidget* editor, QAbstractItemModel* model,
+                                     const QModelIndex& index) const {
+    const QProperty* const item = itemOf(index);
+    const QVariant edited = item && editor ? item->getEditorData(editor) : QVariant();
+    if (edited.isNull())
+        QStyledItemDelegate::setModelData(editor, model, index);
+    else
+        model->setData(index, edited, Qt::EditRole);
+}
+
+void QPropertyDelegate::setRowHeight(int height, bool addItToDefault) {
+    rowHeight = height;
+    addToDefault = addItToDefault;
+}
+
+void QPropertyDelegate::drawGridLines(QPainter* painter, const QStyleOptionViewItem& option) {
+    const QPen pen = painter->pen();
+    const int color = QApplication::style()->styleHint(QStyle::SH_Table_GridLineColor, &option);
+    painter->setPen(QColor::fromRgba(static_cast<QRgb>(color)));
+    painter->drawLine(option.rect.topRight(), option.rect.bottomRight());
+    // From the left edge of the view, so that the line also runs under the branches.
+    painter->drawLine(0, option.rect.bottom(), option.rect.right(), option.rect.bottom());
+    painter->setPen(pen);
+}
+
+void QPropertyDelegate::initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const {
+    QStyledItemDelegate::initStyleOption(option, index);
+}

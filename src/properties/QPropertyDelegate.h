@@ -1,0 +1,32 @@
+#pragma once
+
+#include <QStyledItemDelegate>
+
+// Hands the editing and painting of a value to its QProperty, falls back on Qt's way, and draws grid lines.
+// For views on a QPropertyModel; on any other model it works in Qt's way.
+class QPropertyDelegate : public QStyledItemDelegate {
+    Q_OBJECT
+
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+    void paint(QPainter* painter, const QStyleOptionViewItem& option,
+               const QModelIndex& index) const override;
+    QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override;
+    QWidget* createEditor(QWidget* parent, const QStyleOptionViewItem& option,
+                          const QModelIndex& index) const override;
+    void setEditorData(QWidget* editor, const QModelIndex& index) const override;
+    void setModelData(QWidget* editor, QAbstractItemModel* model, const QModelIndex& index) const override;
+
+    // Rows of `height` pixels, or with `addToDefault` that many more than Qt's and one for the grid line.
+    // Below 1: Qt's height and the grid line.
+    void setRowHeight(int height, bool addToDefault);
+
+protected:
+    void initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const override;
+    static void drawGridLines(QPainter* painter, const QStyleOptionViewItem& option);
+
+private:
+    int rowHeight = 0;
+    bool addToDefault = false;
+};

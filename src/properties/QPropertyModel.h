@@ -1,0 +1,80 @@
+#pragma once
+
+#include <QAbstractItemModel>
+#include <QMap>
+#include <QString>
+
+#include <array>
+#include <memory>
+
+class QProperty;
+
+// Shows a tree of QProperty items in the columns of PropertyColumn. It owns the items, from an invisible root
+// down. An item may be given a key, any string, by which it is found again; parents are named by their keys.
+//
+// Two oddities that a caller meets:
+// - A view that already shows the model does not show top-level rows that are added later: add them before
+//   setModel(), or right after clear(), in the same turn of the event loop.
+// - Each row is searched among its siblings when it is added: a flat list costs the square of its length.
+class QPropertyModel : public QAbstractItemModel {
+    Q_OBJECT
+
+public:
+    explicit QPropertyModel(QObject* parent = nullptr);
+    ~QPropertyModel() override;
+
+    QModelIndex index(int row, int column, const QModelIndex& parent = {}) const override;
+    QModelIndex parent(const QModelIndex& index) const override;
+    int rowCount(const QModelIndex& parent = {}) const override;
+    int columnCount(const QModelIndex& parent = {}) const override;
+    QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
+    // An edit: hands the value to the item and, when that changed, announces it. Always true. The item may be
+    // gone when it returns, since whoever hears of the change may clear the model.
+    bool setData(const QModelIndex& index, const QVariant& value, int role = Qt::EditRole) override;
+    QVariant headerData(int section, Qt::Orientation orientation, int role = Qt::DisplayRole) const override;
+    Qt::ItemFlags flags(const QModelIndex& index) const override;
+
+    // Appends the property to the item with the key `parentKey`, or to the top level when there is none, and
+    // takes it over. An empty key gives it none; one that is taken passes to it. Views hear of it with
+    // `notify`. False, with nothing taken over, for null and for what is a child of that parent already.
+    virtual bool addProperty(QProperty* property, const QString& key, const QString& parentKey,
+                             bool notify = true);
+    // An editable plain QProperty, added with notification.
+    virtual QProperty* createProperty(const QString& key, const QString& name, const QString& parentKey,
+                                      const QVariant& value);
+    // Null when there is none.
+    virtual QProperty* getProperty(const QString& key);
+    // Edits the value of a property.
+    virtual bool setData(QProperty* property, const QVariant& value, int role);
+    // False when there is no such key.
+    virtual bool setData(QString key, const QVariant& value, int role);
+    // Deletes all items.
+    virtual void clear();
+    // Has the views read everything again.
+    virtual void setDataChanged();
+    // Whether there is a column for descriptions. Set it before a view is attached: views hear nothing of it.
+    virtual void setShowDescription(bool show);
+    virtual bool isDescriptionShown() const;
+    // The root for an invalid index.
+    virtual QProperty* getProperty(const QModelIndex& index) const;
+    // Invalid for null and for a column beyond the one after the last.
+    virtual QModelIndex getIndexFromProperty(QProperty* property, int column) const;
+    // Forgets the first key of the property, which stays in the tree.
+    virtual void deletePropertyFromMaps(QProperty* property);
+    virtual void addPropertyToMaps(QProperty* property, const QString& key);
+
+public slots:
+    // To be called after QProperty::setValue(): views show the new value. No edit is announced, so that what
+    // the program changes does not come back to it as the user's.
+    void onDataChangedByModel(QProperty* property);
+
+signals:
+    // The value of the property was edited. A slot may clear the model, or delete it.
+    void onDataChangedByEditor(QProperty* property);
+
+private:
+    QMap<QString, QProperty*> propertyByKey;
+    std::unique_ptr<QProperty> root;
+    std::array<QString, 3> headers;
+    bool showDescription = false;
+};
