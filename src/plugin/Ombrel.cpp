@@ -1,6 +1,7 @@
 #include "plugin/Ombrel.h"
 
 #include "filters/AdaptiveFF.h"
+#include "filters/BHFilter.h"
 #include "filters/Binning2x2.h"
 #include "filters/FFFilter.h"
 #include "filters/PluginName.h"
@@ -34,6 +35,7 @@ void Ombrel::addFilters() {
             continue;
         auto* mpx = static_cast<zt::IDevMpx*>(dev);
         host->filterMgr()->addFilter(dev, new FFFilter(host, mpx));
+        host->filterMgr()->addFilter(dev, new BHFilter(host, mpx));
         host->filterMgr()->addFilter(dev, new Binning2x2(host, mpx));
         host->filterMgr()->addFilter(dev, new AdaptiveFF(host, mpx));
     }

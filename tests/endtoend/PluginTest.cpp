@@ -78,7 +78,7 @@ TEST(Plugin, IsOneObjectBehindOneEntry) {
 }
 
 TEST(Plugin, GivesEachPixelDetectorItsFiltersAndOthersNone) {
-    const std::vector<std::string> names = {"Flat-Field", "Binning 2x2", "AdaptiveFF"};
+    const std::vector<std::string> names = {"Flat-Field", "Beam-hardening", "Binning 2x2", "AdaptiveFF"};
     LoadedHost two({1, 5, 10});
     std::vector<std::string> registered;
     for (const auto& entry : two.host.filters().registrations()) {
