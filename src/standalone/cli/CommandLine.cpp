@@ -52,8 +52,8 @@ int parse(CLI::App& program, int argc, char** argv, Console& console) {
         console.flushResults();
         return EXIT_ALL_DONE;
     } catch (const CLI::CallForHelp&) {
-        const auto used = program.get_subcommands();
-        console.result(used.empty() ? program.help() : used.front()->help());
+        const std::string help = program.help();
+        console.result(help.ends_with('\n') ? help : help + '\n');
     } catch (const CLI::CallForVersion& version) {
         console.result(std::string(version.what()) + "\n");
     } catch (const CLI::ParseError& error) {
