@@ -8,8 +8,10 @@ namespace PluginOmbrel {
 
 BHFilter::BHFilter(zt::IZenteo* zenteo, zt::IDevMpx* device) : host(zenteo), dev(device) {}
 
-// The dialog is not the filter's to delete.
-BHFilter::~BHFilter() = default;
+BHFilter::~BHFilter() {
+    if (leaveConfigDialog)
+        leaveConfigDialog();
+}
 
 template <typename T>
 T BHFilter::logError(T value, const char* format, ...) const {

@@ -10,6 +10,7 @@
 #include "host/IParamMgr.h"
 #include "host/IZenteo.h"
 
+#include <functional>
 #include <memory>
 #include <span>
 #include <string>
@@ -93,6 +94,8 @@ public:
     void saveToSettingsFile();
 
 private:
+    friend class DlgBHStg;
+
     // Why the data can't be corrected and the code for it; null when it can.
     const char* refusal(const zt::IData& data, int& code) const;
     int walkPixels(std::span<double> pixels, double acqTime);
@@ -122,10 +125,11 @@ private:
     zt::IParamMgr* params = nullptr;
     Masks maskList;
     std::string settingsFilePath;
-    Buffer<unsigned char> badPixels; // one byte a pixel; a bad pixel's is not 0
-    Buffer<unsigned char> workMask;  // what interpolation knows of pixels, from frame to frame
-    DlgBHStg* configDialog = nullptr;
-    zt::u64 frameSize = 0; // pixels of each mask
+    Buffer<unsigned char> badPixels;         // one byte a pixel; a bad pixel's is not 0
+    Buffer<unsigned char> workMask;          // what interpolation knows of pixels, from frame to frame
+    DlgBHStg* configDialog = nullptr;        // never deleted here
+    std::function<void()> leaveConfigDialog; // tells the window, which may stand longer, that the filter ends
+    zt::u64 frameSize = 0;                   // pixels of each mask
     bool useZeroAsBad = false;
     bool interpolateOn = true;
     bool settingsLoaded = false; // from a store with at least one mask
