@@ -1,14 +1,14 @@
 #include "filters/SubFrameQuestion.h"
 
-#include <QApplication>
+#include "dialogs/WindowSystem.h"
+
 #include <QInputDialog>
 #include <QStringList>
 
 namespace PluginOmbrel {
 
 int askForSubFrame(const zt::IMpxFrame& frame, const char* label) {
-    // A host without windows may have no application object, or one that can't show any.
-    if (!qobject_cast<QApplication*>(QCoreApplication::instance()))
+    if (!canShowWindows())
         return -1;
     QStringList names;
     for (const zt::IMpxFrame* subFrame : frame.subFrames())

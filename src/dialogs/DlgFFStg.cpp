@@ -1,0 +1,141 @@
+#include "dialogs/DlgFFStg.h"
+
+#include "dialogs/FilesPicker.h"
+#include "dialogs/QLastDir.h"
+#include "dialogs/QMyFileDialog.h"
+#include "filters/FFFilter.h"
+
+#include <QSignalBlocker>
+
+#include "ui_DlgFFStg.h"
+
+namespace PluginOmbrel {
+
+namespace {
+
+constexpr const char* allCoeffs = "All coefficients (*.txt *.ffc *.zmf)";
+constexpr const char* asciiCoeffs = "Flat-field coefficients - ASCII matrix (*.txt)";
+constexpr const char* binaryCoeffs = "Flat-field coefficients - binary (*.ffc)";
+constexpr const char* asciiMask = "Flat-field bad pixels mask - ASCII matrix (*.txt)";
+constexpr const char* binaryMask = "Flat-field bad pixels mask - binary (*.ffm)";
+
+// Coefficients and masks share one remembered directory.
+constexpr const char* directoryKey = "ff/save";
+
+QString joined(const QStringList& nameFilters) {
+    return nameFilters.join(";;");
+}
+
+} // namespace
+
+DlgFFStg::DlgFFStg(QWidget* parent, FFFilter* ffFilter)
+    : QDialog(parent), ui(std::make_unique<Ui_DlgFFStg>()), filter(ffFilter) {
+    ui->setupUi(this);
+    showFilterState();
+}
+
+DlgFFStg::~DlgFFStg() = default;
+
+void DlgFFStg::showFilterState() {
+    showCoeffsSource();
+    showMaskName();
+    ui->chbInterpolate->setChecked(filter->interpolateBadAndMaskedPixels());
+    ui->chbTDI->setChecked(filter->isUsingTDI());
+
+    const QSignalBlocker zeroPixels(ui->rbZeroPixels);
+    const QSignalBlocker maskFile(ui->rbMaskFile);
+    const QSignalBlocker devMask(ui->chbDevMask);
+    const QSignalBlocker badFF(ui->rbBadFF);
+    ui->chbDevMask->setChecked(filter->useDeviceMaskForBadPixels());
+    ui->rbBadFF->setChecked(filter->useFFCoeffsForBadPixels());
+    ui->rbZeroPixels->setChecked(filter->useZeroPixelsForBadPixels());
+    // The filter has no switch for a file: it is the lack of the other two.
+    ui->rbMaskFile->setChecked(!filter->useFFCoeffsForBadPixels() && !filter->useZeroPixelsForBadPixels());
+}
+
+void DlgFFStg::showCoeffsSource() {
+    ui->edCoeffsData->setText(QString::fromStdString(filter->coeffsSourceName));
+}
+
+void DlgFFStg::showMaskName() {
+    ui->edMaskData->setText(QString::fromStdString(filter->badPixelMaskName));
+}
+
+void DlgFFStg::on_btCoeffLoad_clicked() {
+    const PickedFiles picked =
+        pickFiles(this, "Load Flat-field coefficients", joined({allCoeffs, binaryCoeffs, asciiCoeffs}));
+    if (picked.files.isEmpty())
+        return;
+    const bool ascii = picked.nameFilter != binaryCoeffs;
+    if (filter->loadCoefficientsFromFile(nativePaths(picked.files), ascii) == 0)
+        showCoeffsSource();
+}
+
+void DlgFFStg::on_btCoeffSave_clicked() {
+    QString nameFilter;
+    const QString path =
+        QMyFileDialog::getSaveFileName(nullptr, "Load Flat-field coefficients", QLastDir(directoryKey).dir,
+                                       binaryCoeffs, &nameFilter, {}, {});
+    if (path.isEmpty())
+        return;
+    const bool ascii = nameFilter != binaryCoeffs;
+    filter->saveCoefficientsToFile(path.toUtf8().constData(), ascii);
+}
+
+void DlgFFStg::on_btCoeffAllFrames_clicked() {
+    takeAcquisition(true);
+}
+
+void DlgFFStg::on_btCoeffLastFrame_clicked() {
+    takeAcquisition(false);
+}
+
+void DlgFFStg::takeAcquisition(bool allFrames) {
+    if (filter->loadCoefficientsFromAcquisition(allFrames) == 0)
+        showCoeffsSource();
+}
+
+void DlgFFStg::on_chbInterpolate_clicked() {
+    filter->setInterpolateBadMaskedPixels(ui->chbInterpolate->isChecked());
+}
+
+void DlgFFStg::on_chbDevMask_clicked() {
+    filter->setUseDeviceMaskForBadPixels(ui->chbDevMask->isChecked());
+    showMaskName();
+}
+
+void DlgFFStg::on_chbTDI_clicked() {
+    filter->useTDI(ui->chbTDI->isChecked());
+}
+
+void DlgFFStg::on_rbBadFF_clicked() {
+    filter->setUseFFCoeffsForBadPixels(ui->rbBadFF->isChecked());
+    showMaskName();
+}
+
+// A cancel only moves the mark to "Bad in FF": the filter keeps its source, which the field goes on telling.
+void DlgFFStg::on_rbMaskFile_clicked() {
+    QString nameFilter;
+    const QString path =
+        QMyFileDialog::getOpenFileName(nullptr, "Load Flat-field bad pixel mask", QLastDir(directoryKey).dir,
+                                       joined({asciiMask, binaryMask}), &nameFilter, {});
+    if (path.isEmpty()) {
+        ui->rbBadFF->setChecked(true);
+        return;
+    }
+    const bool ascii = nameFilter != binaryMask;
+    if (filter->loadBadPixelMaskFromFile(path.toUtf8().constData(), ascii) != 0)
+        ui->rbBadFF->setChecked(true);
+    showMaskName();
+}
+
+void DlgFFStg::on_rbZeroPixels_clicked() {
+    filter->setUseZeroPixelsForBadPixels(true);
+    showMaskName();
+}
+
+void DlgFFStg::on_btClose_clicked() {
+    close();
+}
+
+} // namespace PluginOmbrel

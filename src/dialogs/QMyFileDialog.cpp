@@ -1,0 +1,88 @@
+#include "dialogs/QMyFileDialog.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QRegularExpression>
+#include <QSettings>
+
+namespace {
+
+// What was remembered for a directory argument.
+class DirectoryMemory {
+public:
+    explicit DirectoryMemory(const QString& dir) {
+        if (dir.startsWith("::"))
+            key = dir.mid(2);
+        else
+            given = dir;
+    }
+
+    // Where the dialog is to open; empty when nothing is remembered.
+    QString start() const {
+        const QString wanted = key.isEmpty() ? given : store.value(key).toString();
+        return wanted.isEmpty() ? store.value(anyKey).toString() : wanted;
+    }
+
+    void rememberDirectoryOf(const QString& file) {
+        const QString directory = QFileInfo(file).absolutePath();
+        if (!key.isEmpty())
+            store.setValue(key, directory);
+        store.setValue(anyKey, directory);
+    }
+
+    QString filter() const { return store.value(filterKey).toString(); }
+    void rememberFilter(const QString& filter) { store.setValue(filterKey, filter); }
+
+private:
+    static constexpr const char* anyKey = "DefaultOpenFileDir";
+    static constexpr const char* filterKey = "SelectedFilter";
+
+    QSettings store{QSettings::IniFormat, QSettings::UserScope, "Morvane", "Zenteo"};
+    QString key;   // empty for a directory that is not to be remembered by itself
+    QString given; // empty for a key
+};
+
+// The suffix that a file type like "Text (*.txt)" stands for. Several patterns are not told apart.
+QString suffixOf(const QString& filter) {
+    static const QRegularExpression pattern(R"(.*\(\*\.(.*)\))");
+    return pattern.match(filter).captured(1);
+}
+
+} // namespace
+
+QString QMyFileDialog::getOpenFileName(QWidget* parent, const QString& caption, const QString& dir,
+                                       const QString& filter, QString* selectedFilter,
+                                       QFileDialog::Options options) {
+    DirectoryMemory memory(dir);
+    const QString file =
+        QFileDialog::getOpenFileName(parent, caption, memory.start(), filter, selectedFilter, options);
+    if (!file.isEmpty())
+        memory.rememberDirectoryOf(file);
+    return QDir::toNativeSeparators(file);
+}
+
+QString QMyFileDialog::getSaveFileName(QWidget* parent, const QString& caption, const QString& dir,
+                                       const QString& filter, QString* selectedFilter,
+                                       QFileDialog::Options options, QString defaultName) {
+    DirectoryMemory memory(dir);
+    QString chosenFilter = selectedFilter ? *selectedFilter : QString();
+    if (chosenFilter.isEmpty())
+        chosenFilter = memory.filter();
+    QString start = memory.start();
+    if (!defaultName.isEmpty())
+        start = QDir::toNativeSeparators(QFileInfo(start).absoluteDir().absolutePath() + "/" + defaultName);
+
+    QString file = QFileDialog::getSaveFileName(parent, caption, start, filter, &chosenFilter, options);
+    if (!file.isEmpty()) {
+        memory.rememberDirectoryOf(file);
+        if (!chosenFilter.isEmpty())
+            memory.rememberFilter(chosenFilter);
+        // A name that ends in a dot counts as one without a suffix.
+        if (const QString suffix = suffixOf(chosenFilter);
+            QFileInfo(file).suffix().isEmpty() && !suffix.isEmpty())
+            file += "." + suffix;
+    }
+    if (selectedFilter)
+        *selectedFilter = chosenFilter;
+    return QDir::toNativeSeparators(file);
+}

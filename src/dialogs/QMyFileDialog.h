@@ -1,0 +1,24 @@
+#pragma once
+
+#include <QFileDialog>
+#include <QString>
+
+// Qt's file dialogs with a memory in the per-user settings: each opens where the user last chose a file under
+// the same key (see QLastDir), else where the user last chose one at all. A cancelled dialog changes nothing
+// there.
+//
+// `dir` is a directory or a key in marked form. Both return the chosen path with native separators, or an
+// empty string when the user cancelled.
+class QMyFileDialog {
+public:
+    static QString getOpenFileName(QWidget* parent, const QString& caption, const QString& dir,
+                                   const QString& filter, QString* selectedFilter,
+                                   QFileDialog::Options options);
+    // A name without a suffix gets that of the chosen file type. The file type that was last chosen in any of
+    // these dialogs is offered first, where `selectedFilter` names none; on return it holds the chosen one,
+    // or, after a cancel, the one that was offered. A `defaultName` is offered in the directory that holds
+    // the remembered one.
+    static QString getSaveFileName(QWidget* parent, const QString& caption, const QString& dir,
+                                   const QString& filter, QString* selectedFilter,
+                                   QFileDialog::Options options, QString defaultName);
+};
