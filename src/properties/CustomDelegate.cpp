@@ -1,6 +1,7 @@
 #include "properties/CustomDelegate.h"
 
 #include "properties/PropertyColumn.h"
+#include "properties/ReadableText.h"
 
 #include <QPainter>
 
@@ -16,7 +17,7 @@ QColor backgroundOf(const QModelIndex& index) {
         if (text.contains('='))
             return {200, 255, 200};
     }
-    return index.row() % 2 == 0 ? QColor(253, 253, 253) : QColor(247, 247, 247);
+    return CustomDelegate::rowColor(index.row());
 }
 
 } // namespace
@@ -24,8 +25,14 @@ QColor backgroundOf(const QModelIndex& index) {
 void CustomDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
                            const QModelIndex& index) const {
     QStyleOptionViewItem colored = option;
-    colored.palette.setBrush(QPalette::All, QPalette::Base, backgroundOf(index));
+    const QColor background = backgroundOf(index);
+    colored.palette.setBrush(QPalette::All, QPalette::Base, background);
+    setReadableText(colored.palette, background);
     painter->fillRect(colored.rect, colored.palette.base());
     QStyledItemDelegate::paint(painter, colored, index);
     drawGridLines(painter, option);
+}
+
+QColor CustomDelegate::rowColor(int row) {
+    return row % 2 == 0 ? QColor(253, 253, 253) : QColor(247, 247, 247);
 }

@@ -12,4 +12,7 @@ public:
 
     void paint(QPainter* painter, const QStyleOptionViewItem& option,
                const QModelIndex& index) const override;
+
+    // The colour of a row beside its value.
+    static QColor rowColor(int row);
 };

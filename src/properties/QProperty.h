@@ -5,6 +5,11 @@
 #include <QString>
 #include <QVariant>
 
+// Qt's headers of bindable properties hold a template of this name, and its collecting headers hold those.
+#ifdef QPROPERTY_H
+#error "QProperty of Qt is here already: include the Qt classes one by one, not <QtCore> or <QtWidgets>"
+#endif
+
 class QAbstractItemDelegate;
 class QModelIndex;
 class QPainter;

@@ -3,10 +3,13 @@
 #include "properties/PropertyColumn.h"
 #include "properties/QProperty.h"
 #include "properties/QPropertyModel.h"
+#include "properties/ReadableText.h"
 
 #include <QApplication>
 #include <QPainter>
 #include <QStyle>
+
+#include <algorithm>
 
 namespace {
 
@@ -60,6 +63,19 @@ void QPropertyDelegate::setModelData(QWidget* editor, QAbstractItemModel* model,
         model->setData(index, edited, Qt::EditRole);
 }
 
+void QPropertyDelegate::updateEditorGeometry(QWidget* editor, const QStyleOptionViewItem& option,
+                                             const QModelIndex& index) const {
+    QStyledItemDelegate::updateEditorGeometry(editor, option, index);
+    QRect place = editor->geometry();
+    const int missing = editor->minimumSizeHint().height() - place.height();
+    if (missing <= 0)
+        return;
+    place.adjust(0, -missing / 2, 0, missing - missing / 2);
+    if (const QWidget* const viewport = editor->parentWidget())
+        place.moveTop(std::max(0, std::min(place.top(), viewport->height() - place.height())));
+    editor->setGeometry(place);
+}
+
 void QPropertyDelegate::setRowHeight(int height, bool addItToDefault) {
     rowHeight = height;
     addToDefault = addItToDefault;
@@ -77,4 +93,12 @@ void QPropertyDelegate::drawGridLines(QPainter* painter, const QStyleOptionViewI
 
 void QPropertyDelegate::initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const {
     QStyledItemDelegate::initStyleOption(option, index);
+    if (option->backgroundBrush.style() != Qt::NoBrush && !index.data(Qt::ForegroundRole).isValid())
+        setReadableText(option->palette, option->backgroundBrush.color());
+    // A boolean item answers every role with its value: as a decoration that would leave a gap before the
+    // text, and as an alignment lift the text to the top of the cell.
+    if (option->icon.isNull())
+        option->features &= ~QStyleOptionViewItem::ViewItemFeatures(QStyleOptionViewItem::HasDecoration);
+    if (index.data(Qt::TextAlignmentRole).typeId() == QMetaType::Bool)
+        option->displayAlignment = Qt::AlignLeft | Qt::AlignVCenter;
 }

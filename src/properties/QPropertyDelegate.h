@@ -17,6 +17,9 @@ public:
                           const QModelIndex& index) const override;
     void setEditorData(QWidget* editor, const QModelIndex& index) const override;
     void setModelData(QWidget* editor, QAbstractItemModel* model, const QModelIndex& index) const override;
+    // An editor is at least as high as its text needs, also where that reaches over the rows beside it.
+    void updateEditorGeometry(QWidget* editor, const QStyleOptionViewItem& option,
+                              const QModelIndex& index) const override;
 
     // Rows of `height` pixels, or with `addToDefault` that many more than Qt's and one for the grid line.
     // Below 1: Qt's height and the grid line.

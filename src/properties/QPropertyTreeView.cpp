@@ -2,6 +2,7 @@
 
 #include "properties/QPropertyDelegate.h"
 #include "properties/QPropertyModel.h"
+#include "properties/ReadableText.h"
 
 #include <QPainter>
 
@@ -30,7 +31,16 @@ void QPropertyTreeView::setRowHeight(int height, bool addToDefault) {
 
 void QPropertyTreeView::drawBranches(QPainter* painter, const QRect& rect, const QModelIndex& index) const {
     // The grey of a heading reaches the left edge of the view.
-    if (!selectedIndexes().contains(index))
-        painter->fillRect(rect, qvariant_cast<QBrush>(index.data(Qt::BackgroundRole)));
+    if (!selectedIndexes().contains(index)) {
+        branchBackground = qvariant_cast<QBrush>(index.data(Qt::BackgroundRole));
+        painter->fillRect(rect, branchBackground);
+    }
     QTreeView::drawBranches(painter, rect, index);
+    branchBackground = {};
+}
+
+void QPropertyTreeView::initViewItemOption(QStyleOptionViewItem* option) const {
+    QTreeView::initViewItemOption(option);
+    if (branchBackground.style() != Qt::NoBrush)
+        setReadableText(option->palette, branchBackground.color());
 }

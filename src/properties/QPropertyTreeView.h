@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QBrush>
 #include <QTreeView>
 
 class QPropertyDelegate;
@@ -21,7 +22,9 @@ public:
 
 protected:
     void drawBranches(QPainter* painter, const QRect& rect, const QModelIndex& index) const override;
+    void initViewItemOption(QStyleOptionViewItem* option) const override;
 
 private:
     QPropertyDelegate* propertyDelegate = nullptr;
+    mutable QBrush branchBackground; // while branches are drawn on one
 };
