@@ -1,0 +1,54 @@
+#include "filters/SubFrameQuestion.h"
+
+#include <QComboBox>
+#include <QInputDialog>
+
+#include "DialogFixture.h"
+
+using PluginOmbrel::askForSubFrame;
+
+namespace {
+
+class SubFrameQuestion : public DialogFixture {
+protected:
+    static ombrel::FramePtr frameWithSubFrames(std::initializer_list<const char*> names) {
+        auto frame = ombrel::Frame::create(2, 2, zt::DT_DOUBLE);
+        for (const char* name : names) {
+            auto subFrame = ombrel::Frame::create(2, 2, zt::DT_DOUBLE);
+            subFrame->setName(name);
+            frame->addSubFrame(std::move(subFrame));
+        }
+        return frame;
+    }
+
+    int ask(const ombrel::Frame& frame, const std::function<void(QInputDialog&)>& reaction) {
+        user.meets<QInputDialog>(reaction);
+        return askForSubFrame(frame, "Select sub-frame for a test");
+    }
+};
+
+TEST_F(SubFrameQuestion, GivesTheFirstIndexOfTheChosenName) {
+    const auto frame = frameWithSubFrames({"ToT", "ToA", "\xC3\xBC", "ToA"});
+    for (const auto& [row, index] : {std::pair(0, 0), std::pair(2, 2), std::pair(3, 1)}) {
+        const int answer = ask(*frame, [choice = row](QInputDialog& dialog) {
+            auto* const names = dialog.findChild<QComboBox*>();
+            EXPECT_EQ(dialog.windowTitle(), "Sub-frame selection");
+            EXPECT_EQ(dialog.labelText(), "Select sub-frame for a test");
+            EXPECT_EQ(names->count(), 4);
+            EXPECT_EQ(names->currentIndex(), 0);
+            EXPECT_FALSE(names->isEditable());
+            for (int i = 0; i < choice; ++i)
+                QTest::keyClick(names, Qt::Key_Down);
+            QTest::keyClick(&dialog, Qt::Key_Return);
+        });
+        EXPECT_EQ(answer, index);
+    }
+}
+
+TEST_F(SubFrameQuestion, TakesTheWholeFrameOnCancelAndForANamelessChoice) {
+    const auto frame = frameWithSubFrames({"", "ToA"});
+    EXPECT_EQ(ask(*frame, [](QInputDialog& dialog) { cancel(dialog); }), -1);
+    EXPECT_EQ(ask(*frame, [](QInputDialog& dialog) { QTest::keyClick(&dialog, Qt::Key_Return); }), -1);
+}
+
+} // namespace
