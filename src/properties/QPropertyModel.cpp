@@ -1,7 +1,6 @@
 #include "properties/QPropertyModel.h"
 
 #include "properties/PropertyColumn.h"
-#include "properties/QProperty.h"
 
 #include <QPersistentModelIndex>
 

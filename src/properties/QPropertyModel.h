@@ -1,13 +1,13 @@
 #pragma once
 
+#include "properties/QProperty.h"
+
 #include <QAbstractItemModel>
 #include <QMap>
 #include <QString>
 
 #include <array>
 #include <memory>
-
-class QProperty;
 
 // Shows a tree of QProperty items in the columns of PropertyColumn. It owns the items, from an invisible root
 // down. An item may be given a key, any string, by which it is found again; parents are named by their keys.

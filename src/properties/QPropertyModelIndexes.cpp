@@ -1,6 +1,5 @@
 // What views read from QPropertyModel: where an item stands, and what it shows there.
 #include "properties/PropertyColumn.h"
-#include "properties/QProperty.h"
 #include "properties/QPropertyModel.h"
 
 QModelIndex QPropertyModel::index(int row, int column, const QModelIndex& parent) const {
