@@ -19,6 +19,7 @@ void addCalibrateCommand(const CommandContext& context) {
         context.program.add_subcommand("calibrate", "Make the settings of a filter from measured frames");
     command->require_subcommand(1);
     addFlatFieldCalibration(*command, context);
+    addBeamHardeningCalibration(*command, context);
 }
 
 } // namespace ombrel::cli

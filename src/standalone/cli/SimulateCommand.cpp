@@ -52,6 +52,12 @@ void addSimulateCommand(const CommandContext& context) {
         ->check(CLI::IsMember({0, 2, 3, 4, 5, 6, 7, 8, 9}).description(""))
         ->type_name("N")
         ->capture_default_str();
+    command
+        ->add_option("--wedge-steps", options->plan.wedgeSteps,
+                     "Thicknesses of the wedge for the beam-hardening filter, 0.3 mm apart; 0: no wedge")
+        ->check(CLI::Range(0, 20).description(""))
+        ->type_name("N")
+        ->capture_default_str();
     command->add_option("--seed", options->plan.seed, "Another seed gives another detector and other noise")
         ->type_name("N")
         ->capture_default_str();

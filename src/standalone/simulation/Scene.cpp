@@ -83,4 +83,11 @@ double spectrumTransmission(double thickness) {
     return passed;
 }
 
+double spectrumAttenuation(double thickness) {
+    double lost = 0;
+    for (const SpectralLine& line : spectrum)
+        lost += line.attenuation * line.part * std::exp(-line.attenuation * thickness);
+    return lost / spectrumTransmission(thickness);
+}
+
 } // namespace ombrel::simulation

@@ -21,5 +21,7 @@ std::vector<double> transmission(std::vector<double> thickness);
 // Part of a beam with a spectrum that passes that thickness: the soft part is lost first, so that its
 // logarithm is not straight in the thickness.
 double spectrumTransmission(double thickness);
+// What the next millimetre behind that thickness takes off the logarithm of such a beam, per millimetre.
+double spectrumAttenuation(double thickness);
 
 } // namespace ombrel::simulation

@@ -5,6 +5,7 @@
 #include "standalone/simulation/GridPart.h"
 #include "standalone/simulation/ImagingPart.h"
 #include "standalone/simulation/SetPart.h"
+#include "standalone/simulation/WedgePart.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -22,6 +23,7 @@ std::vector<std::unique_ptr<SetPart>> partsOf(const SetPlan&) {
     std::vector<std::unique_ptr<SetPart>> parts;
     parts.push_back(std::make_unique<ImagingPart>());
     parts.push_back(std::make_unique<GridPart>());
+    parts.push_back(std::make_unique<WedgePart>());
     return parts;
 }
 
@@ -57,12 +59,16 @@ QJsonArray indexList(const std::vector<std::size_t>& pixels) {
 }
 
 QByteArray description(const SetPlan& plan, const DetectorModel& detector) {
-    const QJsonObject document{
-        {"width", static_cast<qint64>(plan.width)},    {"height", static_cast<qint64>(plan.height)},
-        {"frames", static_cast<qint64>(plan.frames)},  {"flats", static_cast<qint64>(plan.flats)},
-        {"photonsPerPixelAndFrame", plan.flux},        {"gridSteps", static_cast<qint64>(plan.gridSteps)},
-        {"seed", QString::number(plan.seed)},          {"deadPixels", indexList(detector.deadPixels())},
-        {"hotPixels", indexList(detector.hotPixels())}};
+    const QJsonObject document{{"width", static_cast<qint64>(plan.width)},
+                               {"height", static_cast<qint64>(plan.height)},
+                               {"frames", static_cast<qint64>(plan.frames)},
+                               {"flats", static_cast<qint64>(plan.flats)},
+                               {"photonsPerPixelAndFrame", plan.flux},
+                               {"gridSteps", static_cast<qint64>(plan.gridSteps)},
+                               {"wedgeSteps", static_cast<qint64>(plan.wedgeSteps)},
+                               {"seed", QString::number(plan.seed)},
+                               {"deadPixels", indexList(detector.deadPixels())},
+                               {"hotPixels", indexList(detector.hotPixels())}};
     return QJsonDocument(document).toJson();
 }
 

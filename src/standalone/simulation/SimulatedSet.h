@@ -16,8 +16,9 @@ struct SetPlan {
     zt::u32 height = 256;
     zt::u32 frames = 100;
     zt::u32 flats = 20;
-    double flux = 5000;    // photons a pixel and frame in the middle of the open beam
-    zt::u32 gridSteps = 3; // values of each setting in the adaptive filter's grid; 0: none, else 2 or more
+    double flux = 5000;      // photons a pixel and frame in the middle of the open beam
+    zt::u32 gridSteps = 3;   // values of each setting in the adaptive filter's grid; 0: none, else 2 or more
+    zt::u32 wedgeSteps = 10; // thicknesses of the beam-hardening filter's wedge, 0.3 mm apart; 0: none
     std::uint64_t seed = 1;
     bool force = false; // replace files that are there
 };

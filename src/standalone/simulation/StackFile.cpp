@@ -22,6 +22,10 @@ zt::u32 largestCount(CountType type) {
     return type == CountType::U16 ? std::numeric_limits<zt::u16>::max() : std::numeric_limits<zt::u32>::max();
 }
 
+hid_t storedType(CountType type) {
+    return type == CountType::U16 ? H5T_STD_U16LE : type == CountType::U32 ? H5T_STD_U32LE : H5T_IEEE_F64LE;
+}
+
 } // namespace
 
 StackFile::StackFile(const std::string& filePath) : path(filePath), temporaryPath(filePath + ".part") {
@@ -43,9 +47,8 @@ void StackFile::beginStack(const std::string& dataset, const StackShape& shape) 
     const Hdf5Session session;
     const std::array<hsize_t, 3> sides{shape.images, shape.height, shape.width};
     const Hdf5Space space(H5Screate_simple(3, sides.data(), nullptr));
-    const hid_t type = shape.type == CountType::U16 ? H5T_STD_U16LE : H5T_STD_U32LE;
-    stack = Hdf5Dataset(
-        H5Dcreate2(file, dataset.c_str(), type, space, makeGroupsOnTheWay(), H5P_DEFAULT, H5P_DEFAULT));
+    stack = Hdf5Dataset(H5Dcreate2(file, dataset.c_str(), storedType(shape.type), space, makeGroupsOnTheWay(),
+                                   H5P_DEFAULT, H5P_DEFAULT));
     if (!stack.isOpen())
         throw Error(path + ": can't make " + dataset + Hdf5Session::reason());
     stackShape = shape;
@@ -56,14 +59,21 @@ void StackFile::writeImage(std::span<const zt::u32> counts) {
     std::vector<zt::u32> fitting(counts.begin(), counts.end());
     for (zt::u32& count : fitting)
         count = std::min(count, largestCount(stackShape.type));
+    writePixels(fitting.data(), H5T_NATIVE_UINT32);
+}
 
+void StackFile::writeImage(std::span<const double> values) {
+    writePixels(values.data(), H5T_NATIVE_DOUBLE);
+}
+
+void StackFile::writePixels(const void* pixels, hid_t memoryType) {
     const Hdf5Session session;
     const std::array<hsize_t, 3> start{nextImage, 0, 0};
     const std::array<hsize_t, 3> count{1, stackShape.height, stackShape.width};
     const Hdf5Space space(H5Dget_space(stack));
     H5Sselect_hyperslab(space, H5S_SELECT_SET, start.data(), nullptr, count.data(), nullptr);
     const Hdf5Space memory(H5Screate_simple(3, count.data(), nullptr));
-    if (H5Dwrite(stack, H5T_NATIVE_UINT32, memory, space, H5P_DEFAULT, fitting.data()) < 0)
+    if (H5Dwrite(stack, memoryType, memory, space, H5P_DEFAULT, pixels) < 0)
         throw Error(path + ": can't write image " + std::to_string(nextImage) + Hdf5Session::reason());
     ++nextImage;
 }

@@ -8,8 +8,9 @@
 
 namespace ombrel::simulation {
 
-// How a stack's counts are stored; what does not fit is cut to the largest count that does.
-enum class CountType { U16, U32 };
+// How a stack's pixels are stored: counts, of which those that do not fit are cut to the largest that does,
+// or doubles.
+enum class CountType { U16, U32, F64 };
 
 struct StackShape {
     zt::u32 images = 0;
@@ -31,10 +32,13 @@ public:
     // A dataset for images, which are then written one by one; groups on its way are made.
     void beginStack(const std::string& dataset, const StackShape& shape);
     void writeImage(std::span<const zt::u32> counts);
+    void writeImage(std::span<const double> values);
     void addNumber(const std::string& dataset, double value);
     void finish();
 
 private:
+    void writePixels(const void* pixels, hid_t memoryType);
+
     std::string path;
     std::string temporaryPath;
     Hdf5FileHandle file;
