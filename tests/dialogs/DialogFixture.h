@@ -11,6 +11,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <utility>
@@ -39,6 +41,12 @@ protected:
         file.data<zt::u16>("exchange/data", {count, 2, 3}, std::vector<zt::u16>(count * 6, value));
         file.number("exchange/count_time", seconds);
         return path;
+    }
+
+    // A path that nobody can write to, whatever their rights are: a link into a folder that is not there.
+    std::string unwritable(const std::string& name) const {
+        std::filesystem::create_symlink(folder / "gone/file", folder / name);
+        return folder / name;
     }
 
     static ombrel::FramePtr frameOf(const Values& pixels) {
