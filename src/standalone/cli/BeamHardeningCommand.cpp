@@ -21,7 +21,6 @@ void addBeamHardeningCalibration(CLI::App& calibrate, const CommandContext& cont
     command
         ->add_option("--acq-time", options->acqTime,
                      "Acquisition time of every frame, for files that do not tell it")
-        ->check(CLI::Validator(CLI::PositiveNumber).description(""))
         ->type_name("SECONDS");
     command->add_flag("--no-interpolate", options->noInterpolation, "Leave bad pixels as they are");
     command->add_flag("--zero-as-bad", options->zeroAsBad, "Pixels that come out as 0 are bad too");
