@@ -18,6 +18,7 @@ void addCalibrateCommand(const CommandContext& context) {
     CLI::App* command =
         context.program.add_subcommand("calibrate", "Make the settings of a filter from measured frames");
     command->require_subcommand(1);
+    addAdaptiveCalibration(*command, context);
     addFlatFieldCalibration(*command, context);
     addBeamHardeningCalibration(*command, context);
 }

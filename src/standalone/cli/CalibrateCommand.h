@@ -17,6 +17,7 @@ struct CalibrateOptions {
 void addCalibrateOptions(CLI::App& command, CalibrateOptions& options);
 
 // Each adds one calibration to the command "calibrate".
+void addAdaptiveCalibration(CLI::App& calibrate, const CommandContext& context);
 void addBeamHardeningCalibration(CLI::App& calibrate, const CommandContext& context);
 void addFlatFieldCalibration(CLI::App& calibrate, const CommandContext& context);
 

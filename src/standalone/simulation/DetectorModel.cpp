@@ -17,8 +17,8 @@ constexpr double waveDepth = 0.15;
 constexpr double waveBias = 150;      // volts at which the waves have that depth
 constexpr double thresholdLoss = 0.6; // part of the photons lost when the threshold reaches the energy
 constexpr double thresholdSpread = 0.35;
-constexpr double collectionSpread = 0.06; // of the charge lost or won, when the bias is half of waveBias
-constexpr double thicknessSpread = 0.10;  // likewise, when the energy is half of plainEnergy
+constexpr double collectionSpread = 0.08; // of the charge lost or won, when the bias is half of waveBias
+constexpr double thicknessSpread = 0.15;  // likewise, when the energy is half of plainEnergy
 constexpr double plainEnergy = 25;        // keV
 constexpr double faultsPerPixel = 0.0005; // dead, and as many hot
 

@@ -13,7 +13,7 @@ struct Axis {
 
 constexpr Axis bias{120, 180};   // volts
 constexpr Axis threshold{8, 12}; // keV
-constexpr Axis energy{20, 30};   // keV
+constexpr Axis energy{22, 28};   // keV
 
 // Three numbers of 0 to steps - 1 become parts of the axes; `shift` is in steps.
 std::vector<OperatingPoint> combinations(std::size_t count, std::size_t steps, double shift) {

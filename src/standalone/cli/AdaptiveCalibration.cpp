@@ -1,0 +1,167 @@
+#include "standalone/cli/AdaptiveCalibration.h"
+
+#include "standalone/AtomicFile.h"
+#include "standalone/CsvLine.h"
+#include "standalone/Error.h"
+#include "standalone/FrameFile.h"
+#include "standalone/NumberText.h"
+#include "standalone/SettingsWriter.h"
+#include "standalone/cli/AdaptiveHeaps.h"
+#include "standalone/cli/AdaptiveSettings.h"
+#include "standalone/cli/AdaptiveTuner.h"
+#include "standalone/cli/FormerFile.h"
+#include "standalone/cli/Interrupt.h"
+#include "standalone/cli/OutputGuard.h"
+#include "standalone/cli/Progress.h"
+#include "standalone/cli/UsageError.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+
+namespace ombrel::cli {
+
+namespace {
+
+constexpr double levelsDiffer = 1.02;
+
+GridPoint parseHole(const std::string& text) {
+    const auto fields = splitCsvLine(text);
+    std::vector<float> values;
+    for (const std::string& field : fields.value_or(std::vector<std::string>()))
+        if (const auto value = readNumber<float>(field))
+            values.push_back(*value + 0.0f); // not -0
+    if (values.size() != 3 || fields->size() != 3)
+        throw UsageError("--hole " + text + ": must be V,T,E");
+    return {values[0], values[1], values[2]};
+}
+
+std::vector<GridPoint> parseHoles(const std::vector<std::string>& texts) {
+    std::vector<GridPoint> holes;
+    std::ranges::transform(texts, std::back_inserter(holes), parseHole);
+    return holes;
+}
+
+CalibrationGrid gridOf(const AdaptiveOptions& options, const std::vector<GridRow>& rows,
+                       const std::vector<GridPoint>& holes) {
+    std::vector<GridPoint> points;
+    std::ranges::transform(rows, std::back_inserter(points), &GridRow::point);
+    try {
+        return {points, holes};
+    } catch (const Error& error) {
+        throw Error(options.grid + ": " + error.what());
+    }
+}
+
+void checkOutputs(const AdaptiveOptions& options, const std::vector<GridRow>& rows) {
+    std::vector<std::string> inputs{options.grid};
+    std::ranges::transform(rows, std::back_inserter(inputs), &GridRow::file);
+    if (!options.compensationMask.empty())
+        inputs.push_back(options.compensationMask);
+    checkOutputPath(options.output, options.force, inputs);
+    checkOutputPath(heapPathOf(options.output), options.force, inputs);
+}
+
+void tellAbout(const AdaptiveHeaps& heaps, bool normalised, Console& console) {
+    if (heaps.singleFrames() != 0)
+        console.message(std::to_string(heaps.singleFrames()) +
+                        " grid points have a single frame, which is tried on itself: what is found there is "
+                        "better than what other frames will get");
+    if (heaps.levelRatio() > levelsDiffer && !normalised) {
+        char text[160];
+        std::snprintf(text, sizeof text,
+                      "the means of the flat fields differ by a factor of %.2f, which favours the brighter "
+                      "ones; --normalise divides each by its mean",
+                      heaps.levelRatio());
+        console.message(text);
+    }
+}
+
+// Frames that pass the filter while `choices` and what follows them are tried.
+zt::u64 trialFrames(const AdaptiveHeaps& heaps, const AdaptiveChoices& choices, bool triesInterpolation) {
+    return heaps.tests().size() * (choices.count() + searchKinds) +
+           (triesInterpolation ? heaps.testsBetween().size() * interpolationKinds : 0);
+}
+
+struct TunePlan {
+    const AdaptiveHeaps& heaps;
+    const AdaptiveHeapPaths& paths;
+    SettingsTree settings;
+    std::set<std::string> fixed; // keys that keep their value
+    zt::u32 shortSide;
+};
+
+SettingsTree tune(const TunePlan& plan, Session& session, const AdaptiveOptions& options, Console& console) {
+    const AdaptiveChoices choices(plan.settings, plan.fixed, plan.shortSide);
+    const bool triesInterpolation =
+        !plan.heaps.testsBetween().empty() && !plan.fixed.contains("Interpolation");
+    Progress progress(console, trialFrames(plan.heaps, choices, triesInterpolation), options.quiet);
+    AdaptiveTrial trial(session, [&] { progress.advance(); });
+    AdaptiveTuner tuner(trial, console);
+
+    const TrialSet set{plan.paths.trial, plan.heaps.tests()};
+    SettingsTree settings = tuner.chooseQuality(set, plan.settings, choices);
+    if (triesInterpolation)
+        settings = tuner.chooseInterpolation({plan.paths.coarse, plan.heaps.testsBetween()}, settings);
+    tuner.showSearches(set, settings);
+    return settings;
+}
+
+void writeCalibration(AdaptiveHeaps& heaps, const SettingsTree& settings, const std::string& output) {
+    AtomicFile file(output);
+    writeSettings(settings, file);
+    FormerFile formerHeap(heapPathOf(output));
+    heaps.commit();
+    file.commit();
+    formerHeap.keepNew();
+}
+
+} // namespace
+
+std::string heapPathOf(const std::string& settingsPath) {
+    return std::filesystem::path(settingsPath).replace_extension(".bin").string();
+}
+
+std::vector<float> readCompensationMask(const std::string& path, zt::u32 width, zt::u32 height) {
+    if (path.empty())
+        return {};
+    const FramePtr mask = FrameFile::open(path)->readFrame(0);
+    if (mask->width() != width || mask->height() != height)
+        throw Error(path + ": the mask has " + std::to_string(mask->width()) + " x " +
+                    std::to_string(mask->height()) + " pixels, the flat fields have " +
+                    std::to_string(width) + " x " + std::to_string(height));
+    mask->convertToType(zt::DT_FLOAT);
+    const auto pixels = std::as_const(*mask).pixels<float>();
+    return {pixels.begin(), pixels.end()};
+}
+
+void calibrateAdaptive(const AdaptiveOptions& options, Console& console) {
+    const std::vector<GridPoint> holes = parseHoles(options.holes);
+    const std::vector<GridRow> rows = readGridTable(options.grid);
+    checkOutputs(options, rows);
+    const CalibrationGrid grid = gridOf(options, rows, holes);
+    const CalibrationGridFlats flats(options.grid, rows);
+    const auto mask = readCompensationMask(options.compensationMask, flats.width(), flats.height());
+    Session session(console, options.plugin, {1, flats.width(), flats.height()});
+    SettingsTree settings = defaultAdaptiveSettings(session);
+    const std::set<std::string> fixed = assignSettings(settings, options.assignments);
+
+    const Interrupt interrupt;
+    const TrialFolder folder(std::filesystem::path(options.output).parent_path());
+    const AdaptiveHeapPaths paths{heapPathOf(options.output), folder / "trial.bin", folder / "coarse.bin"};
+    const HeapSettings heapSettings{.elementSize =
+                                        options.element.value_or(static_cast<zt::i32>(flats.width())),
+                                    .width = flats.width(),
+                                    .height = flats.height(),
+                                    .compensationMask = mask};
+    Progress reading(console, rows.size(), options.quiet);
+    AdaptiveHeaps heaps({grid, flats, heapSettings, options.normalise}, paths, [&] { reading.advance(); });
+    tellAbout(heaps, options.normalise, console);
+    settings = tune({heaps, paths, settings, fixed, std::min(flats.width(), flats.height())}, session,
+                    options, console);
+    writeCalibration(heaps, settings, options.output);
+    console.message(std::to_string(rows.size()) + " flat fields: " + options.output + " and " +
+                    heapPathOf(options.output));
+}
+
+} // namespace ombrel::cli

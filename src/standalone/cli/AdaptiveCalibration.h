@@ -1,0 +1,37 @@
+#pragma once
+
+#include "host/Types.h"
+#include "standalone/cli/CalibrateCommand.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace ombrel::cli {
+
+// The command line of `ombrel calibrate adaptive`.
+struct AdaptiveOptions : CalibrateOptions {
+    std::string grid;
+    std::string check; // settings to try in place of an output
+    std::vector<std::string> holes;
+    std::optional<zt::i32> element;
+    std::string compensationMask;
+    bool normalise = false;
+    std::vector<std::string> assignments; // "KEY=VALUE"
+    bool quiet = false;
+};
+
+// The work of the command: writes NAME.xml and NAME.bin, both or neither. Throws UsageError or Error.
+void calibrateAdaptive(const AdaptiveOptions& options, Console& console);
+
+// Tries NAME.xml with NAME.bin, as they are, beside the settings that a calibration would try. Writes
+// nothing. Throws UsageError or Error.
+void checkAdaptive(const AdaptiveOptions& options, Console& console);
+
+// The pixels of the mask, none when no file is named. Throws Error when it has another size.
+std::vector<float> readCompensationMask(const std::string& path, zt::u32 width, zt::u32 height);
+
+// NAME.bin for NAME.xml.
+std::string heapPathOf(const std::string& settingsPath);
+
+} // namespace ombrel::cli

@@ -1,0 +1,87 @@
+#include "standalone/cli/AdaptiveChoices.h"
+
+#include "standalone/cli/AdaptiveSettings.h"
+
+#include <algorithm>
+
+namespace ombrel::cli {
+
+namespace {
+
+struct NamedKernel {
+    const char* text;
+    const char* name;
+};
+
+// A kernel whose values sum to 0 sees what a quotient varies, and not how bright it is.
+constexpr NamedKernel namedKernels[] = {
+    {"0,-1,0,-1,4,-1,0,-1,0", "zero-sum of 4"},
+    {"-1,-1,-1,-1,8,-1,-1,-1,-1", "zero-sum of 8"},
+    {"0,-1,0,-1,5,-1,0,-1,0", "default"},
+};
+
+std::vector<SettingsValue> kernelTexts() {
+    std::vector<SettingsValue> texts;
+    for (const NamedKernel& kernel : namedKernels)
+        texts.emplace_back(std::string(kernel.text));
+    return texts;
+}
+
+// With less than four tiles nothing is left once the strongest are dropped.
+std::vector<SettingsValue> fittingTiles(zt::u32 shortSide) {
+    std::vector<SettingsValue> sizes;
+    for (const int size : {16, 8, 32, 64})
+        if (2 * size <= static_cast<int>(shortSide))
+            sizes.emplace_back(size);
+    if (sizes.empty())
+        sizes.emplace_back(std::max(1, static_cast<int>(shortSide) / 2));
+    return sizes;
+}
+
+std::vector<SettingsTree> product(const SettingsTree& base, const char* key,
+                                  const std::vector<SettingsValue>& values, const char* otherKey,
+                                  const std::vector<SettingsValue>& otherValues) {
+    std::vector<SettingsTree> all;
+    for (const SettingsValue& value : values)
+        for (const SettingsValue& other : otherValues) {
+            all.push_back(base);
+            all.back().set(adaptiveGroup, key, value);
+            all.back().set(adaptiveGroup, otherKey, other);
+        }
+    return all;
+}
+
+} // namespace
+
+AdaptiveChoices::AdaptiveChoices(const SettingsTree& settings, const std::set<std::string>& fixed,
+                                 zt::u32 shortSide) {
+    const auto choose = [&](const char* key, std::vector<SettingsValue> values) {
+        if (fixed.contains(key))
+            values = {*settings.find(adaptiveGroup, key)};
+        return values;
+    };
+    kernels = choose("Kernel", kernelTexts());
+    preProcessing = choose("PPEnabled", {false, true});
+    tileSizes = choose("QfTileSize", fittingTiles(shortSide));
+    thresholds = choose("QfTileThreshold", {80, 90, 100});
+}
+
+std::vector<SettingsTree> AdaptiveChoices::first(const SettingsTree& base) const {
+    SettingsTree settings = base;
+    settings.set(adaptiveGroup, "QfTileSize", tileSizes.front());
+    settings.set(adaptiveGroup, "QfTileThreshold", thresholds.front());
+    return product(settings, "Kernel", kernels, "PPEnabled", preProcessing);
+}
+
+std::vector<SettingsTree> AdaptiveChoices::second(const SettingsTree& best) const {
+    auto all = product(best, "QfTileSize", tileSizes, "QfTileThreshold", thresholds);
+    all.erase(all.begin()); // tried with the kernels
+    return all;
+}
+
+std::string kernelName(const std::string& kernel) {
+    const auto known = std::ranges::find(namedKernels, kernel, &NamedKernel::text);
+    return known == std::end(namedKernels) ? kernel : known->name;
+}
+
+} // namespace ombrel::cli
