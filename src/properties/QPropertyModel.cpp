@@ -25,7 +25,7 @@ bool QPropertyModel::addProperty(QProperty* property, const QString& key, const 
         return false;
     QProperty* const named = getProperty(parentKey);
     QProperty* const parent = named ? named : root.get();
-    if (parent->getChildRow(property) >= 0)
+    if (property->getParent() == parent)
         return false;
     if (notify) {
         const int row = parent->getRowCount();

@@ -4,11 +4,13 @@
 int QProperty::addChild(QProperty* child) {
     if (child && child->getParent() != this)
         child->setParent(this); // comes back here and appends
-    const int row = getChildRow(child);
+    // What was appended just now is found without a search, which would cost as much as appending it.
+    const int last = static_cast<int>(children.size()) - 1;
+    const int row = child && getChild(last) == child ? last : getChildRow(child);
     if (!child || row >= 0)
         return row;
     children.append(child);
-    return static_cast<int>(children.size()) - 1;
+    return last + 1;
 }
 
 QList<QProperty*>& QProperty::getChildren() {
@@ -34,7 +36,7 @@ void QProperty::setParent(QProperty* newParent) {
     parent = newParent;
     if (oldParent)
         oldParent->removeChild(this);
-    if (newParent && newParent->getChildRow(this) < 0)
+    if (newParent)
         newParent->addChild(this);
 }
 
