@@ -1,11 +1,16 @@
 #include "standalone/Error.h"
 #include "standalone/FileReport.h"
+#include "standalone/FramePicture.h"
 #include "standalone/RegionReport.h"
+#include "standalone/ResidualReport.h"
 #include "standalone/cli/CommandLine.h"
 #include "standalone/cli/Commands.h"
+#include "standalone/cli/UsageError.h"
 
+#include <cmath>
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,14 +21,35 @@ namespace {
 struct InfoOptions {
     std::vector<std::string> files;
     std::vector<zt::u32> region; // x, y, width, height
+    std::string raw;
+    std::string mask;
+    bool eachFrame = false;
+    std::string picture;
 };
 
+Region regionOf(const std::vector<zt::u32>& sides) {
+    return {sides[0], sides[1], sides[2], sides[3]};
+}
+
 std::string regionText(const std::string& file, const std::vector<zt::u32>& sides) {
-    const RegionReport report = reportOnRegion(file, {sides[0], sides[1], sides[2], sides[3]});
+    const RegionReport report = reportOnRegion(file, regionOf(sides));
     char text[128];
     std::snprintf(text, sizeof text, "  region        mean %.6g, spread %.2f %%, photon statistics %.2f %%\n",
                   report.mean, 100 * report.spread, 100 * report.statistics);
     return text;
+}
+
+std::string residualText(const std::string& file, const InfoOptions& options) {
+    const ResidualReport report = reportOnResidual(file, options.raw, options.mask);
+    char text[128];
+    std::snprintf(text, sizeof text, "  residual      mean %.3f, worst %.3f, times photon statistics\n",
+                  report.mean, report.worst);
+    std::string all = text;
+    for (std::size_t i = 0; options.eachFrame && i < report.frames.size(); ++i) {
+        std::snprintf(text, sizeof text, "  frame %-7zu residual %.3f\n", i, report.frames[i].value_or(NAN));
+        all += text;
+    }
+    return all;
 }
 
 // A file that can't be read is told, and the others are shown all the same.
@@ -34,12 +60,23 @@ int showFiles(const InfoOptions& options, Console& console) {
             console.result(fileReportText(reportOnFile(file)));
             if (!options.region.empty())
                 console.result(regionText(file, options.region));
+            if (!options.raw.empty())
+                console.result(residualText(file, options));
         } catch (const Error& error) {
             console.message(error.what());
             exitCode = EXIT_FAILED;
         }
     }
     return exitCode;
+}
+
+int showInfo(const InfoOptions& options, Console& console) {
+    if (options.raw.empty() && (!options.mask.empty() || options.eachFrame))
+        throw UsageError("--mask and --each-frame go with --raw");
+    if (!options.picture.empty())
+        writeFramePicture(options.picture, options.files,
+                          options.region.empty() ? std::nullopt : std::optional(regionOf(options.region)));
+    return showFiles(options, console);
 }
 
 } // namespace
@@ -61,8 +98,23 @@ void addInfoCommand(const CommandContext& context) {
         ->delimiter(',')
         ->expected(4)
         ->type_name("X,Y,W,H");
+    command
+        ->add_option("--raw", options->raw,
+                     "Tell what a correction leaves of the fixed pattern: the frames before it, whose photon "
+                     "statistics it is held against")
+        ->type_name("FILE");
+    command
+        ->add_option("--mask", options->mask,
+                     "With --raw: a frame that is 0 where the sample is, and bad pixels")
+        ->type_name("FILE");
+    command->add_flag("--each-frame", options->eachFrame, "With --raw: a line for each frame as well");
+    command
+        ->add_option(
+            "--picture", options->picture,
+            "Write a picture of the first frame of each file, side by side; of the region if one is given")
+        ->type_name("FILE.png");
     command->callback([=, &console = context.console, &exitCode = context.exitCode] {
-        exitCode = showFiles(*options, console);
+        exitCode = showInfo(*options, console);
     });
 }
 
