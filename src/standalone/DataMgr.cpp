@@ -33,7 +33,8 @@ void DataMgr::undefine(const std::string& name) {
 
 std::string DataMgr::takeError() {
     const std::lock_guard lock(mutex);
-    return std::exchange(error, {});
+    const auto found = errors.extract(std::this_thread::get_id());
+    return found ? std::move(found.mapped()) : std::string();
 }
 
 void DataMgr::closeFile() {
@@ -47,9 +48,9 @@ Result DataMgr::guarded(Result failure, Work work) {
     try {
         return work();
     } catch (const std::bad_alloc&) {
-        error = "there is not enough memory";
+        errors[std::this_thread::get_id()] = "there is not enough memory";
     } catch (const std::exception& thrown) {
-        error = thrown.what();
+        errors[std::this_thread::get_id()] = thrown.what();
     }
     return failure;
 }

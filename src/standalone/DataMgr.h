@@ -8,6 +8,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <variant>
 #include <vector>
 
@@ -32,7 +33,7 @@ public:
     void defineFrame(const std::string& name, FramePtr frame);
     void undefine(const std::string& name);
 
-    // The reason of the last failure, which is then forgotten; empty when there was none.
+    // The reason of the last failure on this thread, which is then forgotten; empty when there was none.
     std::string takeError();
     // The file read last is kept open, so that a walk over its frames does not open it anew each time.
     void closeFile();
@@ -67,7 +68,7 @@ private:
     std::unique_ptr<FrameFile> openFile;
     FrameRole openRole = FrameRole::Any;
     FileStamp openStamp;
-    std::string error;
+    std::map<std::thread::id, std::string> errors;
 };
 
 } // namespace ombrel

@@ -7,6 +7,7 @@
 #include "standalone/Host.h"
 #include "standalone/LogCapture.h"
 #include "standalone/ParamText.h"
+#include "standalone/SettingsFiles.h"
 
 #include <optional>
 #include <vector>
@@ -139,13 +140,16 @@ FilterLink::FilterLink(Host& zenteo, const zt::IDev& device, const std::string& 
     passOn(zenteo, outcome);
 }
 
-void FilterLink::loadSettings(const std::string& path) {
-    const std::unique_ptr<Settings> store = host->openSettings(path);
-    store->loadFile();
+void FilterLink::loadSettings(const SettingsSource& source) {
+    const std::unique_ptr<Settings> store = host->openSettings(source.path);
+    store->loadFile(source.contents);
+    settingsFiles = filesUsedBy(store->contents(), source.path);
+    if (source.change)
+        source.change(*store);
     int answer = zt::ERR_NONE;
     const Outcome outcome = callGuarded(*host, [&] { answer = instance->loadFromSettings(store.get()); });
     if (!outcome.isClean() || answer != zt::ERR_NONE)
-        throw Error(ownName + ": settings " + path + ": " +
+        throw Error(ownName + ": settings " + source.path + ": " +
                     outcome.reason("the filter answered " + std::to_string(answer)));
 }
 

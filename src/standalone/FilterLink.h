@@ -4,7 +4,9 @@
 #include "standalone/FilterMgr.h"
 #include "standalone/Frame.h"
 
+#include <functional>
 #include <string>
+#include <vector>
 
 namespace ombrel {
 
@@ -26,6 +28,13 @@ struct FrameResult {
     explicit operator bool() const { return frame != nullptr; }
 };
 
+// Settings on their way into a filter.
+struct SettingsSource {
+    std::string path;                                    // what the filter is told
+    std::string contents;                                // the file that is read
+    std::function<void(zt::ISettings& settings)> change; // of what was read; may be empty
+};
+
 // One filter of a chain, an instance of its own. All calls into it stand under a catch. Lines that the filter
 // logs become part of the failure's text; when nothing failed they go on to the host's log.
 //
@@ -41,7 +50,10 @@ public:
 
     // Loads the filter from a settings file. Throws Error when the file is none, or the filter answers
     // anything but 0, throws or logs a line.
-    void loadSettings(const std::string& path);
+    void loadSettings(const std::string& path) { loadSettings(SettingsSource{path, path, {}}); }
+    void loadSettings(const SettingsSource& source);
+    // The files that the filter read besides; see filesUsedBy().
+    const std::vector<std::string>& filesRead() const { return settingsFiles; }
 
     // "PARAM=VALUE". Throws Error when the parameter is unknown (with the list of those there are) or
     // read-only, when the value does not read as its type, or when the filter throws or logs a line at the
@@ -56,6 +68,7 @@ private:
     Host* host;
     std::string ownName;
     FilterPtr instance;
+    std::vector<std::string> settingsFiles;
 };
 
 } // namespace ombrel

@@ -20,8 +20,8 @@ std::string_view textOf(const char* text) {
 
 Settings::Settings(std::string filePath, Log lineLog) : path(std::move(filePath)), log(std::move(lineLog)) {}
 
-void Settings::loadFile() {
-    tree = readSettings(path);
+void Settings::loadFile(const std::string& source) {
+    tree = readSettings(source);
 }
 
 void Settings::saveFile() const {

@@ -27,7 +27,9 @@ public:
 
     // Replaces what the store holds by what the file holds. Throws Error naming path, line and column, with
     // the store as it was, when the file can't be read or is no settings file.
-    void loadFile();
+    void loadFile() { loadFile(path); }
+    // The same from another file than the store's own.
+    void loadFile(const std::string& source);
     // Replaces the file in one step: whatever ends the program, the file is the old or the new one, whole.
     // Its mode is kept, and a symbolic link goes on leading to it. A store that holds nothing leaves the file
     // alone. Throws Error, with the file as it was.
