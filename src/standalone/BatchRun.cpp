@@ -1,122 +1,153 @@
 #include "standalone/BatchRun.h"
 
 #include "host/DataType.h"
-#include "standalone/Chain.h"
+#include "standalone/BatchMemory.h"
 #include "standalone/Error.h"
-#include "standalone/Frame.h"
-#include "standalone/FrameOutput.h"
 #include "standalone/FrameStack.h"
+#include "standalone/LateOutput.h"
+#include "standalone/OrderedPipeline.h"
 #include "standalone/PixelConversion.h"
+#include "standalone/PixelHash.h"
 
-#include <memory>
+#include <chrono>
+#include <utility>
 #include <vector>
 
 namespace ombrel {
 
 namespace {
 
-// Makes the output at the first good frame; what failed before that is written then.
-class LateOutput {
-public:
-    explicit LateOutput(const BatchPlan& batch) : plan(batch) {}
-
-    void append(Frame& frame) {
-        if (!output)
-            make(frame.width(), frame.height());
-        if (frame.width() != width || frame.height() != height)
-            throw Error(plan.outputPath + ": a corrected frame has " +
-                        sizeText(frame.width(), frame.height()) + " pixels, the first one had " +
-                        sizeText(width, height));
-        output->append(frame.pixels<double>());
-    }
-
-    void appendFailed(const std::string& reason) {
-        if (output)
-            output->appendFailed(reason);
-        else
-            earlyFailures.push_back(reason);
-    }
-
-    bool exists() const { return output != nullptr; }
-
-    void finish() {
-        if (output)
-            output->finish();
-    }
-
-private:
-    static std::string sizeText(zt::u32 columns, zt::u32 rows) {
-        return std::to_string(columns) + " x " + std::to_string(rows);
-    }
-
-    void make(zt::u32 columns, zt::u32 rows) {
-        width = columns;
-        height = rows;
-        output =
-            FrameOutput::create({plan.outputPath, width, height, plan.end - plan.begin, plan.outputType});
-        for (const std::string& reason : earlyFailures)
-            output->appendFailed(reason);
-    }
-
-    const BatchPlan& plan;
-    std::unique_ptr<FrameOutput> output;
-    zt::u32 width = 0;
-    zt::u32 height = 0;
-    std::vector<std::string> earlyFailures;
+// A frame on its way.
+struct BatchFrame {
+    zt::u64 index = 0;
+    FramePtr frame; // as read, then as stored; null once it failed
+    FrameRow row;
+    // For a listener that wants to see them.
+    std::vector<double> raw;
+    std::vector<double> corrected;
 };
 
-// The pixels as doubles, for a listener that wants to see the frame before it was changed.
-std::vector<double> copyOfPixels(const Frame& frame) {
+std::vector<double> doublesOf(const Frame& frame) {
     std::vector<double> pixels(frame.size());
     convertPixels(frame.bytes().data(), frame.frameDataType(), reinterpret_cast<std::byte*>(pixels.data()),
                   zt::DT_DOUBLE, pixels.size());
     return pixels;
 }
 
-FrameResult correctFrame(const BatchPlan& plan, const BatchListener& listener, zt::u64 index) {
-    FramePtr frame;
-    try {
-        frame = plan.stack.readFrame(index);
-    } catch (const Error& error) {
-        return {nullptr, error.what()};
-    }
-    if (plan.acqTime)
-        frame->setAcqTime(*plan.acqTime);
-    const std::vector<double> raw = listener.frameCorrected ? copyOfPixels(*frame) : std::vector<double>();
-    FrameResult result = plan.chain.apply(std::move(frame), plan.mode);
-    if (result.frame) {
-        result.frame->convertToType(zt::DT_DOUBLE);
-        if (listener.frameCorrected)
-            listener.frameCorrected(index, raw, result.frame->pixels<double>());
-    }
-    return result;
+void fail(BatchFrame& item, const std::string& reason) {
+    item.frame.reset();
+    item.row.failed = true;
+    item.row.reason = reason;
 }
+
+class Batch {
+public:
+    Batch(const BatchPlan& batchPlan, const BatchListener& batchListener)
+        : plan(batchPlan), listener(batchListener), output(plan),
+          firstToStore(plan.begin + (plan.begun ? plan.begun->framesDone : 0)),
+          next(plan.remembers ? plan.begin : firstToStore) {}
+
+    BatchResult run() {
+        using Pipeline = OrderedPipeline<BatchFrame>;
+        const Pipeline::Steps steps{
+            [&](BatchFrame& item) { return read(item); },
+            [&](std::size_t worker, BatchFrame& item) { correct(plan.workers[worker], worker, item); },
+            [&](BatchFrame& item) { store(item); },
+        };
+        Pipeline::run(steps, plan.workers.size(), framesInFlight(plan));
+        result.hasOutput = output.exists();
+        if (!result.stopped)
+            output.finish();
+        return result;
+    }
+
+private:
+    bool read(BatchFrame& item) {
+        result.stopped = next < plan.end && listener.wantsStop && listener.wantsStop();
+        if (next == plan.end || result.stopped)
+            return false;
+        item.index = next++;
+        try {
+            item.frame = plan.stack.readFrame(item.index);
+            item.row.inputHash = pixelHash(std::as_const(*item.frame).bytes());
+        } catch (const Error& error) {
+            fail(item, error.what());
+        }
+        return true;
+    }
+
+    void correct(Chain& chain, std::size_t worker, BatchFrame& item) const {
+        if (!item.frame)
+            return;
+        if (plan.acqTime)
+            item.frame->setAcqTime(*plan.acqTime);
+        item.row.input = figuresOf(*item.frame);
+        if (listener.frameCorrected)
+            item.raw = doublesOf(*item.frame);
+        const auto start = std::chrono::steady_clock::now();
+        FrameResult corrected = chain.apply(std::move(item.frame), plan.mode);
+        item.row.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+        if (plan.choice)
+            item.row.choice = plan.choice(worker);
+        if (!corrected)
+            return fail(item, corrected.failure);
+        item.frame = std::move(corrected.frame);
+        if (listener.frameCorrected)
+            item.corrected = doublesOf(*item.frame);
+        item.row.output = figuresOf(*item.frame);
+        item.frame->convertToType(plan.output.pixelType);
+        item.row.outputHash = pixelHash(std::as_const(*item.frame).bytes());
+    }
+
+    void store(const BatchFrame& item) {
+        if (item.index < firstToStore)
+            return;
+        output.append(item.frame.get(), item.row);
+        ++(item.row.failed ? result.failed : result.corrected);
+        if (listener.frameRow)
+            listener.frameRow(item.index, item.row);
+        if (listener.frameCorrected && item.frame)
+            listener.frameCorrected(item.index, item.raw, item.corrected);
+        if (listener.frameDone)
+            listener.frameDone(item.index);
+    }
+
+    const BatchPlan& plan;
+    const BatchListener& listener;
+    LateOutput output;
+    zt::u64 firstToStore;
+    zt::u64 next;
+    BatchResult result;
+};
 
 } // namespace
 
 BatchResult runBatch(const BatchPlan& plan, const BatchListener& listener) {
-    BatchResult result;
-    LateOutput output(plan);
-    for (zt::u64 index = plan.begin; index < plan.end; ++index) {
-        result.stopped = listener.wantsStop && listener.wantsStop();
-        if (result.stopped)
-            break;
-        if (const FrameResult corrected = correctFrame(plan, listener, index); corrected.frame) {
-            output.append(*corrected.frame);
-            ++result.corrected;
-        } else {
-            output.appendFailed(corrected.failure);
-            if (listener.frameFailed)
-                listener.frameFailed(index, corrected.failure);
-            ++result.failed;
+    return Batch(plan, listener).run();
+}
+
+void completeRows(OutputState& state, FrameStack& stack, zt::u64 begin) {
+    if (state.rows.size() == state.framesDone)
+        return;
+    const auto output = FrameFile::open(state.plan.path);
+    for (zt::u64 i = state.rows.size(); i < state.framesDone; ++i) {
+        FrameRow row;
+        try {
+            const FramePtr raw = stack.readFrame(begin + i);
+            row.inputHash = pixelHash(std::as_const(*raw).bytes());
+            row.input = figuresOf(*raw);
+        } catch (const Error& error) {
+            row.reason = error.what();
         }
-        if (listener.frameDone)
-            listener.frameDone(index);
+        const FramePtr corrected = output->readFrame(static_cast<zt::u32>(i));
+        row.output = figuresOf(*corrected);
+        row.failed = row.output.notFinite == corrected->size();
+        if (!row.failed)
+            row.outputHash = pixelHash(std::as_const(*corrected).bytes());
+        else if (row.reason.empty())
+            row.reason = "the reason was lost when the run was cut off";
+        state.rows.push_back(row);
     }
-    result.hasOutput = output.exists();
-    if (!result.stopped)
-        output.finish();
-    return result;
 }
 
 } // namespace ombrel

@@ -1,8 +1,9 @@
 #pragma once
 
-#include "host/DataType.h"
 #include "host/Types.h"
-#include "standalone/FilterLink.h"
+#include "standalone/Chain.h"
+#include "standalone/FrameOutput.h"
+#include "standalone/GridChoice.h"
 
 #include <functional>
 #include <optional>
@@ -11,29 +12,34 @@
 
 namespace ombrel {
 
-class Chain;
 class FrameStack;
 
-// Frames `begin` to `end` - 1 of a stack through a chain into an output.
+// Frames `begin` to `end` - 1 of a stack through chains into an output.
 struct BatchPlan {
     FrameStack& stack;
-    Chain& chain;
+    std::span<Chain> workers; // at least one; each corrects frames of its own at the same time as the others
     zt::u64 begin = 0;
     zt::u64 end = 0;
     std::optional<double> acqTime; // seconds, for every frame; else what the file tells
-    std::string outputPath;
-    zt::u8 outputType = zt::DT_FLOAT; // or DT_DOUBLE
     ApplyMode mode = ApplyMode::Copy;
+    OutputPlan output; // width, height and frames are found out
+    // An output that was cut off, to go on with behind its frames.
+    std::optional<OutputState> begun;
+    // The filters remember from frame to frame: the frames that are done already go through them once more,
+    // and there must be one worker.
+    bool remembers = false;
+    // What the worker's adaptive filter chose for the frame that it has just corrected; may be empty.
+    std::function<std::optional<GridChoice>(std::size_t worker)> choice;
 };
 
-// What the walk tells as it goes, each for one frame by its index in the stack. All but `wantsStop` may be
-// empty.
+// What the walk tells as it goes, for one frame after the other, in order, by its index in the stack. Each of
+// them may be empty.
 struct BatchListener {
-    std::function<void(zt::u64 frame)> frameDone; // good or failed, behind the others
-    std::function<void(zt::u64 frame, const std::string& reason)> frameFailed;
+    std::function<void(zt::u64 frame)> frameDone; // good or failed, and stored
+    std::function<void(zt::u64 frame, const FrameRow& row)> frameRow;
     std::function<void(zt::u64 frame, std::span<const double> raw, std::span<const double> corrected)>
         frameCorrected;
-    std::function<bool()> wantsStop; // asked before each frame
+    std::function<bool()> wantsStop; // asked before each frame, on another thread
 };
 
 struct BatchResult {
@@ -44,10 +50,14 @@ struct BatchResult {
     bool hasOutput = false;
 };
 
-// Walks the frames in order. A frame that can't be read, that a filter refuses or on which it throws is a
-// failed frame; it stands in the output as NaN, so that indexes keep. The output is made at the first good
-// frame, when its size is known. Throws Error when the output can't be written; what stands there then is
-// whole up to that frame.
+// Reads, corrects and writes the frames, all at once, and stores them in order. A frame that can't be read,
+// that a filter refuses or on which it throws is a failed frame; it stands in the output as NaN, so that
+// indexes keep. The output is made at the first good frame, when its size is known. Throws Error when the
+// output can't be written; what stands there then is whole up to that frame.
 BatchResult runBatch(const BatchPlan& plan, const BatchListener& listener);
+
+// Adds the rows that a killed run could not write any more: their hashes and figures are found out again from
+// input and output, why a frame failed is not. Throws Error.
+void completeRows(OutputState& state, FrameStack& stack, zt::u64 begin);
 
 } // namespace ombrel

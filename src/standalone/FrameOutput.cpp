@@ -1,11 +1,13 @@
 #include "standalone/FrameOutput.h"
 
 #include "standalone/Error.h"
+#include "standalone/FileLock.h"
 #include "standalone/Hdf5Output.h"
 #include "standalone/TiffOutput.h"
 
 #include <algorithm>
 #include <array>
+#include <filesystem>
 #include <string_view>
 
 namespace ombrel {
@@ -38,6 +40,25 @@ std::unique_ptr<FrameOutput> FrameOutput::create(const OutputPlan& plan) {
         return std::make_unique<TiffOutput>(plan);
     throw Error(plan.path +
                 ": the ending tells the format of an output; it must be .h5, .hdf5, .nxs, .tif or .tiff");
+}
+
+std::optional<OutputState> FrameOutput::stateOf(const std::string& path) {
+    if (!std::filesystem::exists(path))
+        return std::nullopt;
+    if (isBeingWritten(path))
+        throw Error(path + ": another run is writing it");
+    return hasEnding(path, tiffEndings) ? TiffRecord::read(path) : readHdf5Output(path);
+}
+
+std::unique_ptr<FrameOutput> FrameOutput::resume(const OutputState& state) {
+    if (hasEnding(state.plan.path, tiffEndings))
+        return std::make_unique<TiffOutput>(state);
+    return std::make_unique<Hdf5Output>(state);
+}
+
+std::string FrameOutput::settingsIn(const std::string& path, std::size_t index) {
+    return hasEnding(path, tiffEndings) ? TiffRecord::settings(path, index)
+                                        : settingsInHdf5Output(path, index);
 }
 
 } // namespace ombrel

@@ -1,11 +1,14 @@
 #pragma once
 
 #include "host/Types.h"
+#include "standalone/FrameRow.h"
 
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
+#include <vector>
 
 namespace ombrel {
 
@@ -15,26 +18,44 @@ struct OutputPlan {
     zt::u32 width = 0;
     zt::u32 height = 0;
     zt::u64 frames = 0;
-    zt::u8 pixelType = 0; // DT_FLOAT or DT_DOUBLE
+    zt::u8 pixelType = 0;                   // DT_FLOAT or DT_DOUBLE
+    std::string record;                     // what the run is, as JSON; see RunRecord
+    std::vector<std::string> settingsFiles; // files that are stored byte for byte
+};
+
+// An output as it stands on the disk.
+struct OutputState {
+    OutputPlan plan; // without the settings files
+    zt::u64 framesDone = 0;
+    bool complete = false;      // the run came to its end
+    std::vector<FrameRow> rows; // of frames done; a TIFF file may lack those of the last ones
 };
 
 // A stack of corrected frames being written, in order. Whatever ends the program, what stands on the disk
-// opens with stock tools and holds every frame that append() returned for.
+// opens with stock tools and holds every frame that append() returned for. While it is written, others who
+// would write the same file are refused.
 class FrameOutput {
 public:
     // True for a path whose ending names a format.
     static bool isOutputPath(const std::string& path);
 
     // Makes the file with its room on the disk; one that stands at the path is replaced in one step. Throws
-    // Error: an unknown ending, no room, a place that can't be written.
+    // Error: an unknown ending, no room, a place that can't be written, a file that is being written.
     static std::unique_ptr<FrameOutput> create(const OutputPlan& plan);
+
+    // The output that stands at the path; none when there is nothing. Throws Error when what is there was not
+    // made by this program, or is being written.
+    static std::optional<OutputState> stateOf(const std::string& path);
+    // Goes on behind the frames that are done. Throws Error.
+    static std::unique_ptr<FrameOutput> resume(const OutputState& state);
+    // The bytes of a settings file that the output at the path was made with. Throws Error.
+    static std::string settingsIn(const std::string& path, std::size_t index);
 
     virtual ~FrameOutput() = default;
 
-    // Writes the next frame: width * height doubles, stored in the plan's pixel type. Throws Error.
-    virtual void append(std::span<const double> pixels) = 0;
-    // Writes NaN for a frame that failed, so that the indexes of the others keep. `reason` is one line.
-    virtual void appendFailed(const std::string& reason) = 0;
+    // Writes the next frame, width * height pixels of the plan's type. A failed one is stored as NaN, so that
+    // the indexes of the others keep, and has no pixels here. Throws Error.
+    virtual void append(std::span<const std::byte> pixels, const FrameRow& row) = 0;
     // Marks the output as complete. Throws Error.
     virtual void finish() = 0;
 };

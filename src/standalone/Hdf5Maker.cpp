@@ -65,16 +65,6 @@ Hdf5Type Hdf5Maker::textType(std::size_t bytes) const {
     return type;
 }
 
-zt::u64 Hdf5Maker::chunkAddress(hid_t dataset, zt::u64 index) const {
-    const std::array<hsize_t, 3> start{index, 0, 0};
-    unsigned filters = 0;
-    haddr_t address = HADDR_UNDEF;
-    hsize_t bytes = 0;
-    check(H5Dget_chunk_info_by_coord(dataset, start.data(), &filters, &address, &bytes) >= 0);
-    check(address != HADDR_UNDEF);
-    return address;
-}
-
 void Hdf5Maker::close() {
     check(file.close());
 }
@@ -87,6 +77,17 @@ void Hdf5Maker::check(bool succeeded) const {
 hid_t Hdf5Maker::checked(hid_t identifier) const {
     check(identifier >= 0);
     return identifier;
+}
+
+zt::u64 chunkAddress(hid_t dataset, zt::u64 index) {
+    const std::array<hsize_t, 3> start{index, 0, 0};
+    unsigned filters = 0;
+    haddr_t address = HADDR_UNDEF;
+    hsize_t bytes = 0;
+    if (H5Dget_chunk_info_by_coord(dataset, start.data(), &filters, &address, &bytes) < 0 ||
+        address == HADDR_UNDEF)
+        throw Error("frame " + std::to_string(index) + " has no place in the file" + Hdf5Session::reason());
+    return address;
 }
 
 } // namespace ombrel

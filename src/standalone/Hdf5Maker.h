@@ -24,14 +24,10 @@ public:
     // A dataset in one piece; returns its address.
     zt::u64 table(const char* name, hid_t type, Extent extent);
     void text(const char* name, const std::string& value);
-    Hdf5Type textType(std::size_t bytes) const;
-
-    // The address of chunk `index` along the first axis of a dataset of rank 3.
-    zt::u64 chunkAddress(hid_t dataset, zt::u64 index) const;
-
     void close();
 
 private:
+    Hdf5Type textType(std::size_t bytes) const;
     void check(bool succeeded) const;
     hid_t checked(hid_t identifier) const;
 
@@ -39,5 +35,9 @@ private:
     Hdf5FileHandle file;
     Hdf5Properties linkCreation;
 };
+
+// The address of chunk `index` along the first axis of a dataset of rank 3. Throws Error with the reason
+// alone.
+zt::u64 chunkAddress(hid_t dataset, zt::u64 index);
 
 } // namespace ombrel

@@ -1,55 +1,52 @@
 #include "standalone/Hdf5Output.h"
 
 #include "standalone/Error.h"
+#include "standalone/FailedFrame.h"
+#include "standalone/Hdf5FrameTable.h"
 
-#include <array>
-#include <cstring>
+#include <algorithm>
 #include <stdexcept>
 
 namespace ombrel {
 
-namespace {
-
-using ReasonText = std::array<char, outputlayout::reasonBytes>;
-
-// Cut to the room there is, but not within a character of UTF-8.
-ReasonText reasonText(const std::string& reason) {
-    ReasonText text{};
-    std::size_t length = std::min(reason.size(), text.size() - 1);
-    const auto isContinuation = [&](std::size_t index) { return (reason[index] & 0xC0) == 0x80; };
-    while (length > 0 && length < reason.size() && isContinuation(length))
-        --length;
-    std::memcpy(text.data(), reason.data(), length);
-    return text;
-}
-
-} // namespace
-
-Hdf5Output::Hdf5Output(const OutputPlan& plan) : file{plan.path}, stored{plan} {
+Hdf5Output::Hdf5Output(const OutputPlan& plan) : file{plan.path}, failedFrame{failedFramePixels(plan)} {
     if (plan.frames == 0)
         throw std::invalid_argument("an output of no frames");
     // A full disk is found here, before the library could be caught by it half-way.
-    file.reserveSize(plan.frames * stored.frameBytes());
+    file.reserveSize(plan.frames * failedFrame.size());
     addresses = makeHdf5Output(file, plan);
     file.reserveSize(addresses.fileSize);
+    storeSettings(plan);
     file.publish();
 }
 
-void Hdf5Output::append(std::span<const double> pixels) {
-    write(stored.store(pixels), false, {});
+Hdf5Output::Hdf5Output(const OutputState& state)
+    : file{OutputFile::reopen(state.plan.path)}, failedFrame{failedFramePixels(state.plan)},
+      addresses{addressesInHdf5Output(state.plan.path)}, framesDone{state.framesDone} {}
+
+void Hdf5Output::storeSettings(const OutputPlan& plan) {
+    std::vector<std::byte> buffer(std::size_t{1} << 20);
+    for (std::size_t i = 0; i < plan.settingsFiles.size(); ++i) {
+        const auto source = FileDescriptor::openForReading(plan.settingsFiles[i]);
+        const zt::u64 size = source.size();
+        for (zt::u64 offset = 0; offset < size; offset += buffer.size()) {
+            const auto piece = std::span(buffer).first(std::min<zt::u64>(buffer.size(), size - offset));
+            source.readAt(offset, piece);
+            file.descriptor().writeAt(addresses.settings[i] + offset, piece);
+        }
+    }
 }
 
-void Hdf5Output::appendFailed(const std::string& reason) {
-    write(stored.storeFailed(), true, reason);
-}
-
-void Hdf5Output::write(std::span<const std::byte> frame, bool failed, const std::string& reason) {
+void Hdf5Output::append(std::span<const std::byte> pixels, const FrameRow& row) {
+    const std::span<const std::byte> frame = row.failed ? failedFrame : pixels;
+    if (frame.size() != failedFrame.size())
+        throw std::invalid_argument("a frame of another size than planned");
+    if (framesDone >= addresses.frames.size())
+        throw std::out_of_range("more frames than planned");
     const FileDescriptor& descriptor = file.descriptor();
-    const zt::u8 failedRow = failed ? 1 : 0;
-    const ReasonText reasonRow = reasonText(reason);
-    descriptor.writeAt(addresses.frames.at(framesDone), frame);
-    descriptor.writeAt(addresses.failed + framesDone, std::as_bytes(std::span(&failedRow, 1)));
-    descriptor.writeAt(addresses.reason + framesDone * reasonRow.size(), std::as_bytes(std::span(reasonRow)));
+    const StoredFrameRow stored = storedRow(row);
+    descriptor.writeAt(addresses.frames[framesDone], frame);
+    descriptor.writeAt(addresses.rows + framesDone * sizeof stored, std::as_bytes(std::span(&stored, 1)));
     const zt::u64 count = framesDone + 1;
     descriptor.writeAt(addresses.framesDone, std::as_bytes(std::span(&count, 1)));
     framesDone = count;

@@ -14,22 +14,29 @@ namespace outputlayout {
 inline constexpr char data[] = "/exchange/data";
 inline constexpr char framesDone[] = "/process/ombrel/frames_done"; // u64
 inline constexpr char complete[] = "/process/ombrel/complete";      // u8: 1 when the run came to its end
-inline constexpr char failed[] = "/process/ombrel/failed";          // u8 a frame: 1 when it failed
-inline constexpr char reason[] = "/process/ombrel/reason";          // text a frame: why it failed
-inline constexpr std::size_t reasonBytes = 128;                     // the last one is 0
+inline constexpr char frames[] = "/process/ombrel/frames";          // a row a frame, see StoredFrameRow
+inline constexpr char record[] = "/process/ombrel/record";          // text: the run as JSON
+inline constexpr char settings[] = "/process/ombrel/settings/";     // and a number: bytes of a file
 } // namespace outputlayout
 
 // The same as addresses in the file, by which it is filled without the library.
 struct Hdf5OutputAddresses {
     std::vector<zt::u64> frames;
+    std::vector<zt::u64> settings;
     zt::u64 framesDone = 0;
     zt::u64 complete = 0;
-    zt::u64 failed = 0;
-    zt::u64 reason = 0;
+    zt::u64 rows = 0;
     zt::u64 fileSize = 0;
 };
 
-// Makes the whole file with nothing done under the output's new name. Throws Error.
+// Makes the whole file with nothing done under the output's new name; the places of the settings files are
+// yet to be filled. Throws Error.
 Hdf5OutputAddresses makeHdf5Output(const OutputFile& output, const OutputPlan& plan);
+
+// The output that stands at a path, where its things are, and the bytes of a settings file that it was made
+// with. Throw Error.
+OutputState readHdf5Output(const std::string& path);
+Hdf5OutputAddresses addressesInHdf5Output(const std::string& path);
+std::string settingsInHdf5Output(const std::string& path, std::size_t index);
 
 } // namespace ombrel

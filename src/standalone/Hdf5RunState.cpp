@@ -1,5 +1,7 @@
 #include "standalone/Hdf5RunState.h"
 
+#include "standalone/Error.h"
+#include "standalone/Hdf5FrameTable.h"
 #include "standalone/Hdf5OutputLayout.h"
 #include "standalone/Hdf5Values.h"
 
@@ -10,15 +12,21 @@ namespace ombrel {
 std::optional<RunState> readRunState(hid_t file, zt::u32 frames) {
     const auto done = numbersAt(file, outputlayout::framesDone, 1);
     const auto complete = numbersAt(file, outputlayout::complete, 1);
-    const auto failed = numbersAt(file, outputlayout::failed, frames);
-    if (!done || !complete || !failed)
+    const Hdf5Object table{H5Oopen(file, outputlayout::frames, H5P_DEFAULT)};
+    if (!done || !complete || !table.isOpen() || H5Iget_type(table) != H5I_DATASET)
+        return std::nullopt;
+    const Hdf5Space space{H5Dget_space(table)};
+    if (H5Sget_simple_extent_npoints(space) != static_cast<hssize_t>(frames))
         return std::nullopt;
     RunState state;
     state.framesPlanned = frames;
     state.framesDone = static_cast<zt::u32>(std::clamp<double>(done->values[0], 0, frames));
-    state.framesFailed = static_cast<zt::u32>(
-        std::count(failed->values.begin(), failed->values.begin() + state.framesDone, 1.0));
     state.complete = complete->values[0] == 1;
+    try {
+        state.framesFailed = static_cast<zt::u32>(countFailed(table, state.framesDone));
+    } catch (const Error&) { // another program's table of that name
+        return std::nullopt;
+    }
     return state;
 }
 

@@ -1,10 +1,12 @@
 #include "standalone/OutputFile.h"
 
 #include "standalone/Error.h"
+#include "standalone/FileLock.h"
 
 #include <cerrno>
 #include <fcntl.h>
 #include <unistd.h>
+#include <utility>
 
 namespace ombrel {
 
@@ -17,9 +19,27 @@ namespace {
 
 } // namespace
 
+OutputFile::OutputFile(const std::string& path) : shownPath{path}, present{-1, path} {
+    if (isBeingWritten(path))
+        throw Error(path + ": another run is writing it");
+    fresh = std::make_unique<AtomicFile>(path);
+    lockForWriting(fresh->descriptor().get(), path);
+}
+
+OutputFile::OutputFile(const std::string& path, FileDescriptor file)
+    : shownPath{path}, present{std::move(file)}, published{true}, kept{true} {}
+
+OutputFile OutputFile::reopen(const std::string& path) {
+    FileDescriptor file(::open(path.c_str(), O_RDWR | O_CLOEXEC), path);
+    if (file.get() < 0)
+        throw Error(systemErrorText(path, "cannot be written", errno));
+    lockForWriting(file.get(), path);
+    return OutputFile(path, std::move(file));
+}
+
 OutputFile::~OutputFile() {
-    if (published && !kept)
-        ::unlink(file.finalPath().c_str());
+    if (fresh && published && !kept)
+        ::unlink(fresh->finalPath().c_str());
 }
 
 void OutputFile::reserveSize(zt::u64 bytes) {
@@ -39,7 +59,7 @@ void OutputFile::cut(zt::u64 bytes) {
 }
 
 void OutputFile::publish() {
-    file.commit();
+    fresh->commit();
     published = true;
 }
 

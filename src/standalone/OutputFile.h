@@ -2,23 +2,27 @@
 
 #include "standalone/AtomicFile.h"
 
+#include <memory>
 #include <string>
 
 namespace ombrel {
 
 // The file of an output: made beside its path, put in its place in one step, and filled further there. It is
-// gone when the object is destroyed before keep(). Throws Error with the path and the system's reason.
+// gone when the object is destroyed before keep(). Throws Error with the path and the system's reason, and
+// when another run is writing the file.
 class OutputFile {
 public:
-    explicit OutputFile(const std::string& path) : file{path} {}
-    OutputFile(const OutputFile&) = delete;
-    OutputFile& operator=(const OutputFile&) = delete;
+    explicit OutputFile(const std::string& path);
+    // The file that stands at the path, to be filled further. It stays, whatever happens.
+    static OutputFile reopen(const std::string& path);
+    OutputFile(OutputFile&&) noexcept = default;
+    OutputFile& operator=(OutputFile&&) = delete;
     ~OutputFile();
 
-    const std::string& path() const { return file.path(); }
+    const std::string& path() const { return shownPath; }
     // Its name until publish().
-    const std::string& newPath() const { return file.newPath(); }
-    const FileDescriptor& descriptor() const { return file.descriptor(); }
+    const std::string& newPath() const { return fresh->newPath(); }
+    const FileDescriptor& descriptor() const { return fresh ? fresh->descriptor() : present; }
 
     // Takes room on the disk for a file of that size; the file then has it.
     void reserveSize(zt::u64 bytes);
@@ -33,7 +37,11 @@ public:
     void keep() { kept = true; }
 
 private:
-    AtomicFile file;
+    OutputFile(const std::string& path, FileDescriptor file);
+
+    std::string shownPath;
+    std::unique_ptr<AtomicFile> fresh; // null for a file that stood there
+    FileDescriptor present;
     bool published = false;
     bool kept = false;
 };

@@ -1,52 +1,61 @@
 #include "standalone/TiffOutput.h"
 
 #include "standalone/Error.h"
+#include "standalone/FailedFrame.h"
 
 #include <stdexcept>
 
 namespace ombrel {
 
 TiffOutput::TiffOutput(const OutputPlan& plan)
-    : file{plan.path}, stored{plan}, layout{plan}, framesPlanned{plan.frames} {
+    : file{plan.path}, failedFrame{failedFramePixels(plan)}, layout{plan}, record{plan}, framesPlanned{
+                                                                                             plan.frames} {
     file.reserveBehind(layout.pixelOffset(plan.frames));
     file.descriptor().writeAt(0, layout.header());
 }
 
+TiffOutput::TiffOutput(const OutputState& state)
+    : file{OutputFile::reopen(state.plan.path)}, failedFrame{failedFramePixels(state.plan)},
+      layout{state.plan}, record{state}, framesPlanned{state.plan.frames}, framesDone{state.framesDone} {
+    file.reserveBehind(layout.pixelOffset(framesPlanned));
+}
+
 TiffOutput::~TiffOutput() {
+    if (framesDone == 0)
+        return;
     try {
-        if (framesDone > 0)
-            file.cut(size());
-    } catch (const Error&) { // the room stays taken; the file is right all the same
+        record.write();
+        file.cut(size());
+    } catch (const std::exception&) { // the room stays taken; the file is right all the same
     }
 }
 
-void TiffOutput::append(std::span<const double> pixels) {
-    write(stored.store(pixels));
-}
-
-// A TIFF file has no place for the reason.
-void TiffOutput::appendFailed(const std::string&) {
-    write(stored.storeFailed());
-}
-
-void TiffOutput::write(std::span<const std::byte> frame) {
+void TiffOutput::append(std::span<const std::byte> pixels, const FrameRow& row) {
+    const std::span<const std::byte> frame = row.failed ? failedFrame : pixels;
+    if (frame.size() != failedFrame.size())
+        throw std::invalid_argument("a frame of another size than planned");
     if (framesDone >= framesPlanned)
         throw std::out_of_range("more frames than planned");
     const FileDescriptor& descriptor = file.descriptor();
     descriptor.writeAt(layout.pixelOffset(framesDone), frame);
     descriptor.writeAt(layout.directoryOffset(framesDone), layout.directory(framesDone));
+    if (framesDone == 0)
+        record.write();
     descriptor.writeAt(layout.linkOffset(framesDone), layout.linkTo(framesDone));
     if (framesDone++ == 0) {
         file.publish();
         file.keep();
     }
+    record.add(row);
 }
 
 zt::u64 TiffOutput::size() const {
     return layout.directoryOffset(framesDone - 1) + layout.directory(framesDone - 1).size();
 }
 
-// The pages tell all there is; the destructor gives back the room that is left.
-void TiffOutput::finish() {}
+void TiffOutput::finish() {
+    record.setComplete();
+    record.write();
+}
 
 } // namespace ombrel

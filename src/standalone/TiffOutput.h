@@ -2,8 +2,8 @@
 
 #include "standalone/FrameOutput.h"
 #include "standalone/OutputFile.h"
-#include "standalone/StoredPixels.h"
 #include "standalone/TiffLayout.h"
+#include "standalone/TiffRecord.h"
 
 namespace ombrel {
 
@@ -13,20 +13,21 @@ namespace ombrel {
 class TiffOutput final : public FrameOutput {
 public:
     explicit TiffOutput(const OutputPlan& plan);
+    // Goes on with an output that stands on the disk.
+    explicit TiffOutput(const OutputState& state);
     ~TiffOutput() override;
 
-    void append(std::span<const double> pixels) override;
-    void appendFailed(const std::string& reason) override;
+    void append(std::span<const std::byte> pixels, const FrameRow& row) override;
     void finish() override;
 
 private:
-    void write(std::span<const std::byte> frame);
     // The file's size with the pages that are done.
     zt::u64 size() const;
 
     OutputFile file;
-    StoredPixels stored;
+    std::vector<std::byte> failedFrame;
     TiffLayout layout;
+    TiffRecord record;
     zt::u64 framesPlanned;
     zt::u64 framesDone = 0;
 };

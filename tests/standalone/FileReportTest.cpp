@@ -1,6 +1,7 @@
 #include "standalone/FileReport.h"
 
 #include "fixtures/Hdf5Builder.h"
+#include "fixtures/OutputFrames.h"
 #include "fixtures/TemporaryFolder.h"
 #include "standalone/FrameOutput.h"
 
@@ -42,9 +43,9 @@ TEST_F(FileReport, TellsWhatAScanHolds) {
 }
 
 TEST_F(FileReport, TellsHowFarARunCame) {
-    const auto output = FrameOutput::create({path, 2, 1, 3, zt::DT_DOUBLE});
-    output->append(std::vector{1e300, -0.5});
-    output->appendFailed("no light");
+    const auto output = FrameOutput::create(outputOf(path, 2, 1, 3, zt::DT_DOUBLE));
+    append(*output, {1e300, -0.5}, zt::DT_DOUBLE);
+    appendFailed(*output, "no light");
     const auto text = [&] { return fileReportText(reportOnFile(path)); };
     EXPECT_EQ(text(), path + "\n"
                              "  kind          HDF5, /exchange/data\n"
@@ -53,7 +54,7 @@ TEST_F(FileReport, TellsHowFarARunCame) {
                              "  range         -0.5 to 1e+300\n"
                              "  not a number  2 pixels\n"
                              "  run           2 of 3 frames done, 1 failed, not complete\n");
-    output->append(std::vector{0.0, 0.0});
+    append(*output, {0.0, 0.0}, zt::DT_DOUBLE);
     output->finish();
     EXPECT_NE(text().find("3 of 3 frames done, 1 failed, complete"), std::string::npos);
 }

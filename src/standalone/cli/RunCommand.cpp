@@ -34,12 +34,21 @@ void addOptions(CLI::App& command, RunOptions& options) {
         ->check(CLI::Validator(CLI::PositiveNumber).description(""))
         ->type_name("SECONDS");
     command.add_flag("--replace", options.replace, "Correct in place instead of asking for a copy");
-    command.add_flag("--force", options.force, "Replace an output that exists");
+    CLI::Option* force = command.add_flag("--force", options.force, "Replace an output that exists");
+    command.add_flag("--resume", options.resume, "Go on with an output that was cut off")->excludes(force);
+    command.add_flag("--dry-run", options.dryRun, "Check everything, and change nothing");
+    command
+        .add_option("-j,--jobs", options.jobs,
+                    "Correct so many frames at once; the output is the same for every number")
+        ->check(CLI::Range(1U, 1024U).description(""))
+        ->type_name("N")
+        ->capture_default_str();
     command.add_option("--device-type", options.deviceType, "Type of the device behind the chain")
         ->type_name("N")
         ->capture_default_str();
     command.add_option("--device-mask", options.deviceMask, "Pixel mask of the device: a frame, 0 is masked")
         ->type_name("FILE");
+    command.add_option("--report", options.report, "Figures of each frame, as JSON")->type_name("FILE.json");
     command.add_option("--preview", options.preview, "A picture of each frame, raw beside corrected")
         ->type_name("DIR");
     command.add_option("--log", options.log, "Append messages to a file, and what filters print")
@@ -59,7 +68,8 @@ void addRunCommand(const CommandContext& context) {
     command->footer(
         "Examples:\n"
         "  ombrel run -f \"Binning 2x2\" frames.h5 -o binned.h5\n"
-        "  ombrel run -f \"Binning 2x2\" --frames 0:10 --output-type f64 a.tif b.tif -o binned.tif");
+        "  ombrel run -f \"Binning 2x2\" --frames 0:10 --output-type f64 a.tif b.tif -o binned.tif\n"
+        "  ombrel run -f Flat-Field=ff.xml -j 4 --resume frames.h5 -o corrected.h5");
     command->callback([=, &console = context.console, &exitCode = context.exitCode] {
         exitCode = runFrames(*options, console);
     });

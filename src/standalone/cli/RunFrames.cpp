@@ -1,22 +1,28 @@
 #include "standalone/cli/RunFrames.h"
 
 #include "standalone/BatchRun.h"
-#include "standalone/Chain.h"
 #include "standalone/Error.h"
 #include "standalone/FrameOutput.h"
 #include "standalone/FrameStack.h"
 #include "standalone/PreviewImage.h"
 #include "standalone/cli/CommandLine.h"
+#include "standalone/cli/DryRun.h"
 #include "standalone/cli/FrameRange.h"
 #include "standalone/cli/Interrupt.h"
+#include "standalone/cli/MakeRecord.h"
 #include "standalone/cli/OutputGuard.h"
 #include "standalone/cli/PreviewFolder.h"
 #include "standalone/cli/Progress.h"
+#include "standalone/cli/ResumeOutput.h"
+#include "standalone/cli/RunReport.h"
 #include "standalone/cli/Session.h"
 #include "standalone/cli/UsageError.h"
+#include "standalone/cli/WorkerChains.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <memory>
+#include <optional>
 
 namespace ombrel::cli {
 
@@ -43,26 +49,14 @@ void applyDeviceMask(Device& device, const std::string& path) {
     device.pixels().setMask(bytes);
 }
 
-// All settings are loaded before the first parameter is set.
-Chain makeChain(Session& session, const RunOptions& options) {
-    Chain chain;
-    for (const std::string& text : options.filters) {
-        const auto equals = text.find('=');
-        FilterLink& link = chain.add(session.makeLink(text.substr(0, equals)));
-        if (equals != std::string::npos)
-            link.loadSettings(text.substr(equals + 1));
-    }
-    for (const std::string& assignment : options.params)
-        chain.setParam(assignment);
-    return chain;
-}
-
 BatchListener makeListener(const FrameStack& stack, Console& console, Progress& progress,
-                           const PreviewFolder* preview) {
+                           const PreviewFolder* preview, std::vector<FrameRow>& rows) {
     BatchListener listener;
     listener.frameDone = [&](zt::u64) { progress.advance(); };
-    listener.frameFailed = [&](zt::u64 frame, const std::string& reason) {
-        console.message(stack.where(frame) + ": " + reason);
+    listener.frameRow = [&](zt::u64 frame, const FrameRow& row) {
+        if (row.failed)
+            console.message(stack.where(frame) + ": " + row.reason);
+        rows.push_back(row);
     };
     if (preview)
         listener.frameCorrected = [=, width = stack.width()](zt::u64 frame, auto raw, auto corrected) {
@@ -83,14 +77,94 @@ std::string summary(const BatchResult& result, const Progress& progress, const s
     return text + (result.hasOutput ? ": " + output : "");
 }
 
-int report(const BatchResult& result, const RunOptions& options, const Progress& progress, Console& console) {
+// What was asked for, opened and checked.
+struct Run {
+    const RunOptions& options;
+    Console& console;
+    FrameStack& stack;
+    FrameRange range;
+    Session& session;
+    WorkerChains& workers;
+    std::string record;
+    std::optional<OutputState> begun;
+
+    OutputPlan outputPlan() const {
+        OutputPlan plan;
+        plan.path = options.output;
+        plan.pixelType = options.outputType == "f64" ? zt::DT_DOUBLE : zt::DT_FLOAT;
+        plan.record = record;
+        plan.settingsFiles = settingsFilesOf(options);
+        return plan;
+    }
+};
+
+void report(const Run& run, const std::vector<FrameRow>& rows) {
+    if (run.options.report.empty())
+        return;
+    const auto mask = run.session.device().pixels().maskBytes();
+    writeReport(run.options.report, {run.options.output, run.record, run.range.begin,
+                                     static_cast<zt::u64>(std::ranges::count(mask, zt::u8{0})), rows});
+}
+
+// Pictures of the frames that an earlier run has done.
+void previewEarlierFrames(const Run& run, const PreviewFolder& preview) {
+    const auto output = FrameFile::open(run.options.output);
+    for (zt::u64 i = 0; i < run.begun->framesDone; ++i) {
+        if (run.begun->rows[i].failed)
+            continue;
+        const FramePtr raw = run.stack.readFrame(run.range.begin + i);
+        const FramePtr corrected = output->readFrame(static_cast<zt::u32>(i));
+        raw->convertToType(zt::DT_DOUBLE);
+        corrected->convertToType(zt::DT_DOUBLE);
+        preview.write(run.range.begin + i, raw->pixels<double>(), corrected->pixels<double>(),
+                      run.stack.width());
+    }
+}
+
+int finish(const Run& run, const BatchResult& result, const Progress& progress) {
+    Console& console = run.console;
     if (!result.hasOutput && result.failed != 0)
         console.message("every frame failed; there is no output");
-    else if (!options.quiet)
-        console.message(summary(result, progress, options.output));
+    else if (!run.options.quiet)
+        console.message(summary(result, progress, run.options.output));
     if (result.stopped)
-        console.message("interrupted; the output holds the frames up to here");
-    return result.failed == 0 && !result.stopped ? EXIT_ALL_DONE : EXIT_FAILED;
+        console.message("interrupted; the output holds the frames up to here, --resume goes on");
+    const bool failedBefore = run.begun && std::ranges::any_of(run.begun->rows, &FrameRow::failed);
+    return result.failed == 0 && !failedBefore && !result.stopped ? EXIT_ALL_DONE : EXIT_FAILED;
+}
+
+int walk(const Run& run) {
+    const RunOptions& options = run.options;
+    const auto preview = options.preview.empty() ? nullptr : std::make_unique<PreviewFolder>(options.preview);
+    std::vector<FrameRow> rows;
+    if (run.begun) {
+        rows = run.begun->rows;
+        if (preview)
+            previewEarlierFrames(run, *preview);
+        if (run.begun->complete) {
+            report(run, rows);
+            run.console.message(options.output + ": is complete; there is nothing to do");
+            return EXIT_ALL_DONE;
+        }
+        run.console.message(options.output + ": going on behind " + std::to_string(rows.size()) + " of " +
+                            std::to_string(run.range.count()) + " frames");
+    }
+    const BatchPlan plan{.stack = run.stack,
+                         .workers = run.workers.chains,
+                         .begin = run.range.begin,
+                         .end = run.range.end,
+                         .acqTime = options.acqTime,
+                         .mode = options.replace ? ApplyMode::Replace : ApplyMode::Copy,
+                         .output = run.outputPlan(),
+                         .begun = run.begun,
+                         .remembers = run.workers.remember,
+                         .choice = {}};
+    const Interrupt interrupt;
+    Progress progress(run.console, run.range.count() - rows.size(), options.quiet);
+    const BatchResult result =
+        runBatch(plan, makeListener(run.stack, run.console, progress, preview.get(), rows));
+    report(run, rows);
+    return finish(run, result, progress);
 }
 
 } // namespace
@@ -102,27 +176,21 @@ int runFrames(const RunOptions& options, Console& console) {
 
     FrameStack stack(options.inputs, FrameRole::Sample);
     const FrameRange range = parseFrameRange(options.frames, stack.frameCount());
-    checkOutputPath(options.output, options.force, options.inputs);
+    checkOutputPath(options.output, options.force || options.resume, options.inputs);
+    if (!options.report.empty())
+        checkOutputPath(options.report, options.force || options.resume, options.inputs);
 
     Session session(console, options.plugin, {options.deviceType, stack.width(), stack.height()});
     if (!options.deviceMask.empty())
         applyDeviceMask(session.device(), options.deviceMask);
-    Chain chain = makeChain(session, options);
-    const auto preview = options.preview.empty() ? nullptr : std::make_unique<PreviewFolder>(options.preview);
-
-    const BatchPlan plan{.stack = stack,
-                         .chain = chain,
-                         .begin = range.begin,
-                         .end = range.end,
-                         .acqTime = options.acqTime,
-                         .outputPath = options.output,
-                         .outputType = options.outputType == "f64" ? zt::DT_DOUBLE : zt::DT_FLOAT,
-                         .mode = options.replace ? ApplyMode::Replace : ApplyMode::Copy};
-
-    const Interrupt interrupt;
-    Progress progress(console, range.count(), options.quiet);
-    const BatchResult result = runBatch(plan, makeListener(stack, console, progress, preview.get()));
-    return report(result, options, progress, console);
+    WorkerChains workers = makeWorkerChains(session, options, range.count(), console);
+    const RunRecord record = makeRecord(options, range, session.pluginPath(), workers.chains[0]);
+    Run run{options, console, stack, range, session, workers, record.toJson(), {}};
+    if (options.resume)
+        run.begun = outputToResume(options.output, record);
+    if (run.begun)
+        completeRows(*run.begun, stack, range.begin);
+    return options.dryRun ? dryRun(run.stack, run.range, run.workers, options, console) : walk(run);
 }
 
 } // namespace ombrel::cli

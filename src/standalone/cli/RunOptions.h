@@ -19,6 +19,10 @@ struct RunOptions {
     bool force = false;
     int deviceType = 1;
     std::string deviceMask;
+    unsigned jobs = 1;
+    bool resume = false;
+    bool dryRun = false;
+    std::string report;
     std::string preview;
     std::string plugin;
     std::string log;

@@ -1,0 +1,15 @@
+#pragma once
+
+#include "standalone/FrameOutput.h"
+#include "standalone/RunRecord.h"
+
+#include <optional>
+#include <string>
+
+namespace ombrel::cli {
+
+// The output to go on with; none when nothing stands there. Throws Error when it is no output of this
+// program, is being written, or was made by another run than `record` tells of: the text names what differs.
+std::optional<OutputState> outputToResume(const std::string& path, const RunRecord& record);
+
+} // namespace ombrel::cli

@@ -1,0 +1,34 @@
+#include "standalone/cli/RunReport.h"
+
+#include "standalone/AtomicFile.h"
+#include "standalone/FrameRowJson.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+
+namespace ombrel::cli {
+
+void writeReport(const std::string& path, const RunReport& report) {
+    QJsonArray frames;
+    qint64 failed = 0;
+    for (std::size_t i = 0; i < report.rows.size(); ++i) {
+        QJsonObject frame = toJson(report.rows[i]);
+        frame.insert("frame", static_cast<qint64>(report.begin + i));
+        frames.append(frame);
+        failed += report.rows[i].failed;
+    }
+    const QJsonObject json{
+        {"output", QString::fromStdString(report.output)},
+        {"record", QJsonDocument::fromJson(QByteArray::fromStdString(report.record)).object()},
+        {"masked_pixels", static_cast<qint64>(report.maskedPixels)},
+        {"corrected", static_cast<qint64>(report.rows.size()) - failed},
+        {"failed", failed},
+        {"frames", frames},
+    };
+    const QByteArray text = QJsonDocument(json).toJson();
+    AtomicFile file(path);
+    file.write(std::as_bytes(std::span(text.data(), static_cast<std::size_t>(text.size()))));
+    file.commit();
+}
+
+} // namespace ombrel::cli

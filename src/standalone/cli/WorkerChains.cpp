@@ -1,0 +1,63 @@
+#include "standalone/cli/WorkerChains.h"
+
+#include "host/IBHFilter.h"
+#include "standalone/BatchMemory.h"
+#include "standalone/cli/PrivateInterface.h"
+
+#include <algorithm>
+
+namespace ombrel::cli {
+
+namespace {
+
+constexpr zt::u32 beamHardeningId = 1442418600;
+
+// All settings are loaded before the first parameter is set.
+Chain makeChain(Session& session, const RunOptions& options) {
+    Chain chain;
+    for (const std::string& text : options.filters) {
+        const auto equals = text.find('=');
+        FilterLink& link = chain.add(session.makeLink(text.substr(0, equals)));
+        if (equals != std::string::npos)
+            link.loadSettings(text.substr(equals + 1));
+    }
+    for (const std::string& assignment : options.params)
+        chain.setParam(assignment);
+    return chain;
+}
+
+// Beam hardening with zero pixels as bad: what it filled in one frame counts in the next.
+bool remembers(FilterLink& link) {
+    if (link.name() != "Beam-hardening")
+        return false;
+    auto& filter = privateInterface<IBHFilter>(link.filter(), beamHardeningId);
+    return filter.isUseZeroPixelsAsBadEnabled() && filter.isInterpolateBadPixelsEnabled();
+}
+
+} // namespace
+
+WorkerChains makeWorkerChains(Session& session, const RunOptions& options, zt::u64 frames, Console& console) {
+    WorkerChains workers;
+    const zt::u64 before = residentMemory();
+    workers.chains.push_back(makeChain(session, options));
+    const zt::u64 grown = residentMemory() - std::min(before, residentMemory());
+    workers.remember = std::ranges::any_of(workers.chains[0].links(), remembers);
+
+    if (workers.remember && options.jobs > 1)
+        console.message("one job: Beam-hardening with zero pixels as bad remembers from frame to frame");
+    if (workers.remember)
+        return workers;
+    const zt::u64 wanted = std::min<zt::u64>(options.jobs, frames);
+    constexpr zt::u64 spare = zt::u64{256} << 20; // for the frames, and for what else runs
+    while (workers.chains.size() < wanted) {
+        if (availableMemory() < grown + spare) {
+            console.message(std::to_string(workers.chains.size()) + " of " + std::to_string(options.jobs) +
+                            " jobs: there is no memory for more");
+            break;
+        }
+        workers.chains.push_back(makeChain(session, options));
+    }
+    return workers;
+}
+
+} // namespace ombrel::cli

@@ -1,0 +1,213 @@
+// Runs that are cut off and gone on with, several jobs, and what outputs tell of themselves.
+
+#include "fixtures/FileText.h"
+#include "fixtures/FrameFiles.h"
+#include "fixtures/Program.h"
+#include "fixtures/TemporaryFolder.h"
+#include "standalone/FrameOutput.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <filesystem>
+#include <random>
+
+using ::testing::AllOf;
+using ::testing::HasSubstr;
+
+namespace {
+
+namespace fs = std::filesystem;
+
+ImageStack<zt::u16> randomFrames(zt::u32 frames, zt::u32 side) {
+    std::mt19937 random(3);
+    ImageStack<zt::u16> stack{side, side, std::vector<zt::u16>(frames * side * side)};
+    for (zt::u16& pixel : stack.pixels)
+        pixel = static_cast<zt::u16>(100 + random() % 1000);
+    return stack;
+}
+
+// Binning of a stack into an output of the format that the parameter ends in.
+class BatchInto : public ::testing::TestWithParam<const char*> {
+protected:
+    void writeInput(zt::u32 frames, zt::u32 side) {
+        writeHdf5(input, randomFrames(frames, side));
+        const auto result = runOmbrel(commandTo(whole));
+        ASSERT_EQ(result.exitCode, 0) << result.messages;
+        expected = readAllFrames(whole);
+    }
+
+    std::vector<std::string> commandTo(const std::string& path, std::vector<std::string> more = {}) const {
+        more.insert(more.begin(), {"run", "-q", "-f", "Binning 2x2", input, "-o", path});
+        return more;
+    }
+
+    // Whatever stands there can be opened, and holds whole frames alone; then it is gone on with to the end.
+    void expectResumable(const std::string& when) const {
+        if (fs::exists(output)) {
+            const auto state = ombrel::FrameOutput::stateOf(output);
+            if (state->framesDone > 0) {
+                const auto file = ombrel::FrameFile::open(output);
+                const std::vector<double> done = readAllFrames(output);
+                ASSERT_EQ(file->info().frames, state->framesDone) << when;
+                ASSERT_TRUE(std::equal(done.begin(), done.end(), expected.begin())) << when;
+            }
+        }
+        const auto resumed = runOmbrel(commandTo(output, {"--resume"}));
+        ASSERT_EQ(resumed.exitCode, 0) << when << ": " << resumed.messages;
+        ASSERT_EQ(readAllFrames(output), expected) << when;
+        const auto state = ombrel::FrameOutput::stateOf(output);
+        ASSERT_TRUE(state->complete) << when;
+        ASSERT_EQ(state->rows.size(), state->framesDone) << when;
+    }
+
+    const TemporaryFolder folder;
+    const std::string input = folder / "in.h5";
+    const std::string whole = folder / (std::string("whole") + GetParam());
+    const std::string output = folder / (std::string("out") + GetParam());
+    std::vector<double> expected;
+};
+
+INSTANTIATE_TEST_SUITE_P(Formats, BatchInto, ::testing::Values(".h5", ".tif"),
+                         [](const auto& ending) { return std::string(ending.param + 1); });
+
+} // namespace
+
+TEST_P(BatchInto, IsGoneOnWithAfterADeathAtEachWrite) {
+    writeInput(3, 4);
+    int deaths = 0;
+    for (int call = 1;; ++call) {
+        fs::remove(output);
+        fs::remove(output + ".ombrel.json");
+        const auto result =
+            runOmbrel(commandTo(output), {"LD_PRELOAD=" OMBREL_DIE_AT_WRITE_LIBRARY,
+                                          "ASAN_OPTIONS=verify_asan_link_order=0:detect_leaks=0",
+                                          "OMBREL_DIE_AT_WRITE=" + std::to_string(call)});
+        if (result.exitCode == 0)
+            break;
+        ASSERT_EQ(result.exitCode, 128 + SIGKILL) << result.messages;
+        ++deaths;
+        expectResumable("killed at call " + std::to_string(call));
+        if (HasFatalFailure())
+            return;
+    }
+    EXPECT_GT(deaths, 15);
+}
+
+TEST_P(BatchInto, IsGoneOnWithAfterKillsAtRandomMoments) {
+    writeInput(400, 64);
+    std::mt19937 random(11);
+    for (int round = 0; round < 9; ++round) {
+        fs::remove(output);
+        fs::remove(output + ".ombrel.json");
+        // Killed while it goes on, too.
+        for (const auto& more : {std::vector<std::string>{}, {"--resume"}, {"--resume", "-j", "2"}})
+            runOmbrelAndKill(commandTo(output, more), 10'000 + random() % 60'000);
+        expectResumable("round " + std::to_string(round));
+        if (HasFatalFailure())
+            return;
+    }
+}
+
+TEST_P(BatchInto, IsTheSameForAnyNumberOfJobs) {
+    writeInput(60, 32);
+    for (const char* jobs : {"2", "8"}) {
+        const auto result = runOmbrel(commandTo(output, {"--force", "--jobs", jobs}));
+        ASSERT_EQ(result.exitCode, 0) << result.messages;
+        EXPECT_EQ(readAllFrames(output), expected);
+        const auto rows = ombrel::FrameOutput::stateOf(output)->rows;
+        const auto single = ombrel::FrameOutput::stateOf(whole)->rows;
+        ASSERT_EQ(rows.size(), 60U);
+        for (std::size_t i = 0; i < rows.size(); ++i) {
+            EXPECT_EQ(rows[i].inputHash, single[i].inputHash);
+            EXPECT_EQ(rows[i].outputHash, single[i].outputHash);
+        }
+    }
+}
+
+TEST_P(BatchInto, IsLeftAloneWhenItIsWholeOrOfAnotherRun) {
+    writeInput(4, 8);
+    const std::string before = fileText(whole);
+    auto result = runOmbrel(commandTo(whole, {"--resume"}));
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_THAT(result.messages, HasSubstr("is complete; there is nothing to do"));
+
+    result = runOmbrel(commandTo(whole, {"--resume", "--frames", "1:3", "--output-type", "f64"}));
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(result.messages,
+                AllOf(HasSubstr("was made by another run"), HasSubstr("frames: 1:3 now, 0:4 before"),
+                      HasSubstr("output type: f64 now, f32 before")));
+    writeHdf5(input, randomFrames(5, 8));
+    result = runOmbrel(commandTo(whole, {"--resume", "--frames", ":4"}));
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(result.messages, HasSubstr("input " + input + ": it has "));
+    EXPECT_EQ(fileText(whole), before);
+
+    writeFileText(output, "words");
+    result = runOmbrel(commandTo(output, {"--resume"}));
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(fileText(output), "words");
+    EXPECT_EQ(runOmbrel(commandTo(output, {"--resume", "--force"})).exitCode, 2);
+}
+
+TEST(Batch, ReportsFiguresOfAllFramesAlsoWhenItIsGoneOnWith) {
+    const TemporaryFolder folder;
+    ImageStack<float> stack{2, 2, {1, 2, 3, 4, 0, NAN, INFINITY, 8}};
+    writeHdf5(folder / "in.h5", stack);
+    const std::vector<std::string> run{"run",
+                                       "-q",
+                                       "-f",
+                                       "Binning 2x2",
+                                       folder / "in.h5",
+                                       "-o",
+                                       folder / "out.h5",
+                                       "--report",
+                                       folder / "report.json"};
+    const auto check = [&] {
+        const auto json =
+            QJsonDocument::fromJson(QByteArray::fromStdString(fileText(folder / "report.json"))).object();
+        EXPECT_EQ(json["corrected"].toInt(), 2);
+        EXPECT_EQ(json["masked_pixels"].toInt(-1), 0);
+        EXPECT_EQ(json["record"]["chain"][0]["filter"].toString(), "Binning 2x2");
+        const QJsonArray frames = json["frames"].toArray();
+        ASSERT_EQ(frames.size(), 2);
+        EXPECT_EQ(frames[0]["input"]["mean"].toDouble(), 2.5);
+        EXPECT_DOUBLE_EQ(frames[0]["input"]["spread"].toDouble(), std::sqrt(1.25) / 2.5);
+        EXPECT_EQ(frames[0]["output"]["mean"].toDouble(), 10);
+        EXPECT_EQ(frames[0]["output"]["spread"].toDouble(-1), 0);
+        EXPECT_EQ(frames[1]["frame"].toInt(), 1);
+        EXPECT_EQ(frames[1]["input"]["zero_pixels"].toInt(), 1);
+        EXPECT_EQ(frames[1]["input"]["not_finite"].toInt(), 2);
+        EXPECT_EQ(frames[1]["input"]["mean"].toDouble(), 4);
+        EXPECT_EQ(frames[1]["output"]["not_finite"].toInt(), 4);
+    };
+    ASSERT_EQ(runOmbrel(run).exitCode, 0);
+    check();
+    fs::remove(folder / "report.json");
+    auto again = run;
+    again.push_back("--resume");
+    ASSERT_EQ(runOmbrel(again).exitCode, 0);
+    check();
+}
+
+TEST(Batch, DryRunChangesNothing) {
+    const TemporaryFolder folder;
+    writeHdf5(folder / "in.h5", randomFrames(3, 8));
+    const std::vector<std::string> run{"run", "--dry-run", "-f", "Binning 2x2", folder / "in.h5", "-o"};
+    const auto dry = [&](const std::string& output) {
+        auto arguments = run;
+        arguments.push_back(output);
+        return runOmbrel(arguments);
+    };
+    auto result = dry(folder / "out.h5");
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_THAT(result.messages, HasSubstr("would correct 3 frames of 8 x 8"));
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder.path), {}), 1);
+    result = dry(folder / "none/out.h5");
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(result.messages, HasSubstr("No such file or directory"));
+}
