@@ -88,7 +88,7 @@ private:
         FrameResult corrected = chain.apply(std::move(item.frame), plan.mode);
         item.row.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
         if (plan.choice)
-            item.row.choice = plan.choice(worker);
+            item.row.choice = plan.choice(worker, item.index);
         if (!corrected)
             return fail(item, corrected.failure);
         item.frame = std::move(corrected.frame);

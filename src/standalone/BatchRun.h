@@ -29,7 +29,7 @@ struct BatchPlan {
     // and there must be one worker.
     bool remembers = false;
     // What the worker's adaptive filter chose for the frame that it has just corrected; may be empty.
-    std::function<std::optional<GridChoice>(std::size_t worker)> choice;
+    std::function<std::optional<GridChoice>(std::size_t worker, zt::u64 frame)> choice;
 };
 
 // What the walk tells as it goes, for one frame after the other, in order, by its index in the stack. Each of

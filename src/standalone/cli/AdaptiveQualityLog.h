@@ -1,15 +1,12 @@
 #pragma once
 
 #include "standalone/CalibrationGrid.h"
+#include "standalone/QualityLog.h"
 
-#include <cstddef>
 #include <optional>
 #include <string>
 
 namespace ombrel::cli {
-
-// The filter opens its log by a path of less than this many bytes.
-inline constexpr std::size_t qualityLogPathLimit = 256;
 
 // What a search made of a frame whose grid point is known, from its log.
 struct SearchOutcome {

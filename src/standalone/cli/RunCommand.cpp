@@ -48,6 +48,8 @@ void addOptions(CLI::App& command, RunOptions& options) {
         ->capture_default_str();
     command.add_option("--device-mask", options.deviceMask, "Pixel mask of the device: a frame, 0 is masked")
         ->type_name("FILE");
+    command.add_flag("--no-choice", options.noChoice,
+                     "Do not record which grid point AdaptiveFF chose for each frame");
     command.add_option("--report", options.report, "Figures of each frame, as JSON")->type_name("FILE.json");
     command.add_option("--preview", options.preview, "A picture of each frame, raw beside corrected")
         ->type_name("DIR");

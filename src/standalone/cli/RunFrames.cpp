@@ -149,20 +149,25 @@ int walk(const Run& run) {
         run.console.message(options.output + ": going on behind " + std::to_string(rows.size()) + " of " +
                             std::to_string(run.range.count()) + " frames");
     }
-    const BatchPlan plan{.stack = run.stack,
-                         .workers = run.workers.chains,
-                         .begin = run.range.begin,
-                         .end = run.range.end,
-                         .acqTime = options.acqTime,
-                         .mode = options.replace ? ApplyMode::Replace : ApplyMode::Copy,
-                         .output = run.outputPlan(),
-                         .begun = run.begun,
-                         .remembers = run.workers.remember,
-                         .choice = {}};
+    ChoiceLogs* const choices = run.workers.choices.get();
+    BatchPlan plan{.stack = run.stack,
+                   .workers = run.workers.chains,
+                   .begin = run.range.begin,
+                   .end = run.range.end,
+                   .acqTime = options.acqTime,
+                   .mode = options.replace ? ApplyMode::Replace : ApplyMode::Copy,
+                   .output = run.outputPlan(),
+                   .begun = run.begun,
+                   .remembers = run.workers.remember,
+                   .choice = {}};
+    if (choices)
+        plan.choice = [=](std::size_t worker, zt::u64 frame) { return choices->read(worker, frame); };
     const Interrupt interrupt;
     Progress progress(run.console, run.range.count() - rows.size(), options.quiet);
     const BatchResult result =
         runBatch(plan, makeListener(run.stack, run.console, progress, preview.get(), rows));
+    if (choices)
+        choices->copyToUserFile();
     report(run, rows);
     return finish(run, result, progress);
 }

@@ -22,6 +22,7 @@ struct RunOptions {
     unsigned jobs = 1;
     bool resume = false;
     bool dryRun = false;
+    bool noChoice = false;
     std::string report;
     std::string preview;
     std::string plugin;

@@ -5,6 +5,7 @@
 #include "standalone/cli/PrivateInterface.h"
 
 #include <algorithm>
+#include <string_view>
 
 namespace ombrel::cli {
 
@@ -12,17 +13,32 @@ namespace {
 
 constexpr zt::u32 beamHardeningId = 1442418600;
 
+constexpr std::string_view choiceParam = "AdaptiveFF:LogQualityValuesFile=";
+
+bool choosesGridPoints(const std::string& filter) {
+    return filter.starts_with("AdaptiveFF=");
+}
+
 // All settings are loaded before the first parameter is set.
-Chain makeChain(Session& session, const RunOptions& options) {
+Chain makeChain(Session& session, const RunOptions& options, ChoiceLogs* choices, std::size_t worker) {
     Chain chain;
     for (const std::string& text : options.filters) {
         const auto equals = text.find('=');
         FilterLink& link = chain.add(session.makeLink(text.substr(0, equals)));
-        if (equals != std::string::npos)
-            link.loadSettings(text.substr(equals + 1));
+        if (equals == std::string::npos)
+            continue;
+        const std::string path = text.substr(equals + 1);
+        SettingsSource source{path, path, {}};
+        if (choices && choosesGridPoints(text))
+            source.change = [=](zt::ISettings& settings) { choices->redirect(settings, worker); };
+        link.loadSettings(source);
     }
-    for (const std::string& assignment : options.params)
-        chain.setParam(assignment);
+    for (const std::string& assignment : options.params) {
+        if (choices && assignment.starts_with(choiceParam))
+            choices->setUserFile(assignment.substr(choiceParam.size()));
+        else
+            chain.setParam(assignment);
+    }
     return chain;
 }
 
@@ -38,8 +54,13 @@ bool remembers(FilterLink& link) {
 
 WorkerChains makeWorkerChains(Session& session, const RunOptions& options, zt::u64 frames, Console& console) {
     WorkerChains workers;
+    if (!options.noChoice && std::ranges::count_if(options.filters, choosesGridPoints) == 1)
+        workers.choices = std::make_unique<ChoiceLogs>();
+    const auto addChain = [&] {
+        workers.chains.push_back(makeChain(session, options, workers.choices.get(), workers.chains.size()));
+    };
     const zt::u64 before = residentMemory();
-    workers.chains.push_back(makeChain(session, options));
+    addChain();
     const zt::u64 grown = residentMemory() - std::min(before, residentMemory());
     workers.remember = std::ranges::any_of(workers.chains[0].links(), remembers);
 
@@ -55,7 +76,7 @@ WorkerChains makeWorkerChains(Session& session, const RunOptions& options, zt::u
                             " jobs: there is no memory for more");
             break;
         }
-        workers.chains.push_back(makeChain(session, options));
+        addChain();
     }
     return workers;
 }
