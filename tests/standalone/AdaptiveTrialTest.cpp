@@ -1,0 +1,150 @@
+// What is read from the adaptive filter's log, what is made of a frame, and what counts as best.
+
+#include "fixtures/FileText.h"
+#include "fixtures/TemporaryFolder.h"
+#include "host/DataType.h"
+#include "standalone/Error.h"
+#include "standalone/cli/AdaptiveChoices.h"
+#include "standalone/cli/AdaptiveQualityLog.h"
+#include "standalone/cli/AdaptiveRanking.h"
+#include "standalone/cli/AdaptiveSettings.h"
+#include "standalone/cli/FormerFile.h"
+#include "standalone/simulation/Random.h"
+
+#include <gmock/gmock.h>
+
+#include <cmath>
+#include <fstream>
+
+namespace {
+
+using namespace ombrel;
+using namespace ombrel::cli;
+
+class QualityLog : public ::testing::Test {
+protected:
+    std::optional<SearchOutcome> outcome(const std::string& text, const GridPoint& right) const {
+        std::ofstream(log) << text;
+        return searchOutcome(log, right);
+    }
+
+    const TemporaryFolder folder;
+    const std::string log = folder / "quality";
+};
+
+TEST_F(QualityLog, tellsWhetherTheSearchWasRightAndHowClearly) {
+    const std::string block = "[ 1, 2, 3, 10 ]\n[ 1, 2, 1e+06, 8 ]\n[ 1, 2.5, 3, nan ]\n\n";
+    const auto right = outcome(block, {1, 2, 1e6f});
+    ASSERT_TRUE(right);
+    EXPECT_TRUE(right->isRight);
+    EXPECT_DOUBLE_EQ(right->margin, 0.25);
+    EXPECT_FALSE(outcome(block, {1, 2, 3})->isRight);
+    EXPECT_DOUBLE_EQ(outcome(block, {1, 2, 3})->margin, -0.2);
+    EXPECT_FALSE(outcome(block, {7, 2, 3}));
+    EXPECT_FALSE(outcome(block, {1, 2.5, 3}));
+
+    // A second pass adds its lines behind those of the first.
+    EXPECT_FALSE(outcome(block + "[ 9, 9, 9, 7.5 ]\n\n", {1, 2, 1e6f})->isRight);
+    // The grid point has more digits than the log.
+    EXPECT_TRUE(outcome("[ 0.123457, 0, 0, 1 ]\n", {0.12345678f, 0, 0})->isRight);
+    EXPECT_THROW(searchOutcome(folder / "none", {}), Error);
+}
+
+TEST_F(QualityLog, givesEqualValuesToTheFirst) {
+    const std::string block = "[ 1, 1, 1, 5 ]\n[ 2, 1, 1, 5 ]\n";
+    EXPECT_TRUE(outcome(block, {1, 1, 1})->isRight);
+    EXPECT_FALSE(outcome(block, {2, 1, 1})->isRight);
+    EXPECT_EQ(outcome("[ 1, 1, 1, 0 ]\n[ 2, 1, 1, 0 ]\n", {1, 1, 1})->margin, 0);
+}
+
+// A frame of photon statistics and nothing else, and what dividing it by its flat field leaves.
+double residualOfPerfectCorrection(FlatOrigin origin, zt::u32 flatFrames) {
+    constexpr zt::u32 side = 64;
+    simulation::Random random(7);
+    GridFlat flat;
+    flat.frames = flatFrames;
+    flat.ofAll.assign(side * side, 0);
+    flat.ofOthers.assign(side * side, 0);
+    flat.test = Frame::create(side, side, zt::DT_DOUBLE);
+    const FramePtr corrected = Frame::create(side, side, zt::DT_DOUBLE);
+    for (std::size_t i = 1; i < flat.ofAll.size(); ++i) { // pixel 0 is dead
+        const double mean = i % 2 == 0 ? 1000 : 2000;
+        const double count = random.poisson(mean);
+        flat.test->pixels<double>()[i] = count;
+        const double others = flatFrames > 1 ? random.poisson(mean * (flatFrames - 1)) : 0;
+        flat.ofAll[i] = (others + count) / flatFrames;
+        flat.ofOthers[i] = flatFrames > 1 ? others / (flatFrames - 1) : count;
+        const double field = origin == FlatOrigin::WithTest ? flat.ofAll[i] : flat.ofOthers[i];
+        corrected->pixels<double>()[i] = count / field;
+    }
+    return AdaptiveTestFrame({}, std::move(flat), {}, origin).residual(*corrected);
+}
+
+TEST(AdaptiveTestFrame, countsTheStatisticsOfFrameAndFlatField) {
+    EXPECT_NEAR(residualOfPerfectCorrection(FlatOrigin::WithoutTest, 2), 1, 0.04);
+    EXPECT_NEAR(residualOfPerfectCorrection(FlatOrigin::WithTest, 2), 1, 0.04);
+    EXPECT_NEAR(residualOfPerfectCorrection(FlatOrigin::WithoutTest, 10), 1, 0.04);
+    EXPECT_EQ(residualOfPerfectCorrection(FlatOrigin::WithoutTest, 1), 0); // its own flat field
+}
+
+TrialResult result(std::size_t failed, double residual, std::size_t right, double mosaic, double margin) {
+    TrialResult made;
+    made.frames = 10;
+    made.failed = failed;
+    made.residual = residual;
+    made.right = right;
+    made.mosaicResidual = mosaic;
+    made.margin = margin;
+    return made;
+}
+
+TEST(AdaptiveRanking, asksItsQuestionsInOrder) {
+    const auto best = [](std::vector<TrialResult> results) { return bestOf(results); };
+    EXPECT_EQ(best({result(1, 1.0, 9, 1, 9), result(0, 5.0, 0, 5, 0)}), 1u);
+    EXPECT_EQ(best({result(0, 9.0, 10, 1, 9), result(0, 1.0, 8, 5, 0)}), 1u); // right, but spoilt frames
+    EXPECT_EQ(best({result(0, 1.01, 8, 1, 9), result(0, 1.0, 10, 5, 0)}), 1u);
+    EXPECT_EQ(best({result(0, 1.0, 10, 1.5, 9), result(0, 1.01, 10, 1.0, 0)}), 1u);
+    EXPECT_EQ(best({result(0, 1.0, 10, 1.0, 1), result(0, 1.01, 10, 1.01, 2)}), 1u);
+    EXPECT_EQ(best({result(0, 1.0, 10, 1.0, 1), result(0, 1.0, 10, 1.0, 1)}), 0u);
+    EXPECT_EQ(best({result(0, INFINITY, 0, 1, 1), result(0, 2.0, 0, 1, 0)}), 1u);
+}
+
+TEST(AdaptiveChoices, triesWhatIsNotFixedAndFitsTheFrames) {
+    SettingsTree settings;
+    settings.set(adaptiveGroup, "Kernel", std::string("1"));
+    settings.set(adaptiveGroup, "PPEnabled", true);
+    settings.set(adaptiveGroup, "QfTileSize", 5);
+    settings.set(adaptiveGroup, "QfTileThreshold", 70);
+    const AdaptiveChoices some(settings, {"Kernel", "QfTileThreshold"}, 40);
+    EXPECT_EQ(some.first(settings).size(), 2u);
+    EXPECT_EQ(some.second(settings).size(), 1u); // tiles of 16 and 8 fit, and 16 was first
+    EXPECT_EQ(some.count(), 5u);
+    for (const SettingsTree& tried : some.first(settings)) {
+        EXPECT_EQ(adaptiveSetting<std::string>(tried, "Kernel"), "1");
+        EXPECT_EQ(adaptiveSetting<int>(tried, "QfTileThreshold"), 70);
+        EXPECT_EQ(adaptiveSetting<int>(tried, "QfTileSize"), 16);
+    }
+    EXPECT_EQ(AdaptiveChoices(settings, {}, 3).tileSizes.size(), 1u);
+}
+
+TEST(FormerFile, putsBackWhatWasThereUnlessTheNewIsKept) {
+    const TemporaryFolder folder;
+    const std::string path = folder / "file";
+    const auto replaceIt = [&](bool keep) {
+        FormerFile former(path);
+        std::ofstream(folder / "fresh") << "new";
+        std::filesystem::rename(folder / "fresh", path);
+        if (keep)
+            former.keepNew();
+    };
+    replaceIt(false);
+    EXPECT_FALSE(std::filesystem::exists(path));
+    std::ofstream(path) << "old";
+    replaceIt(false);
+    EXPECT_EQ(fileText(path), "old");
+    replaceIt(true);
+    EXPECT_EQ(fileText(path), "new");
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path), {}), 1);
+}
+
+} // namespace
