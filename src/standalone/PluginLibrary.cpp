@@ -1,6 +1,7 @@
 #include "standalone/PluginLibrary.h"
 
 #include "standalone/Error.h"
+#include "standalone/ProgramFolder.h"
 #include "standalone/SharedLibrary.h"
 
 #include <filesystem>
@@ -12,11 +13,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const char* entryName = "ztGetPlugin";
-
-fs::path programFolder() {
-    std::error_code unknown;
-    return fs::read_symlink("/proc/self/exe", unknown).parent_path();
-}
 
 zt::IZtPlugin& instanceFrom(const std::string& path) {
     const auto entry = reinterpret_cast<zt::GetPluginFunction>(entryOfLibrary(path, entryName));

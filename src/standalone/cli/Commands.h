@@ -15,6 +15,7 @@ struct CommandContext {
 };
 
 void addCalibrateCommand(const CommandContext& context);
+void addConfigureCommand(const CommandContext& context);
 void addFiltersCommand(const CommandContext& context);
 void addInfoCommand(const CommandContext& context);
 void addRunCommand(const CommandContext& context);

@@ -1,0 +1,14 @@
+#include "standalone/cli/Commands.h"
+#include "standalone/cli/ConfigureOptions.h"
+#include "standalone/cli/WorkbenchProgram.h"
+
+#include <memory>
+
+namespace ombrel::cli {
+
+void addConfigureCommand(const CommandContext& context) {
+    auto options = std::make_shared<ConfigureOptions>();
+    addConfigureCommand(context.program, *options).callback([=] { becomeWorkbench(argumentsOf(*options)); });
+}
+
+} // namespace ombrel::cli

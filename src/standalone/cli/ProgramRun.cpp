@@ -1,0 +1,86 @@
+#include "standalone/cli/ProgramRun.h"
+
+#include "standalone/FilterLink.h"
+#include "standalone/cli/CommandLine.h"
+#include "standalone/cli/UsageError.h"
+
+#include <csignal>
+#include <exception>
+#include <new>
+#include <string>
+
+namespace ombrel::cli {
+
+namespace {
+
+// The first line of what the parser has to say, with the way to more.
+std::string usageText(const CLI::App& program, const std::string& problem) {
+    std::string command = program.get_name();
+    for (const CLI::App* used : program.get_subcommands())
+        command += " " + used->get_name();
+    return problem.substr(0, problem.find('\n')) + " (see " + command + " --help)";
+}
+
+// The parser itself names neither a command that it does not know nor those that it does.
+void checkCommand(const CLI::App& program, int argc, char** argv) {
+    const std::string word = argc > 1 ? argv[1] : "";
+    if (word.starts_with('-'))
+        return;
+    std::string known;
+    for (const CLI::App* command : program.get_subcommands([](const CLI::App*) { return true; })) {
+        if (word == command->get_name())
+            return;
+        known += (known.empty() ? "" : ", ") + command->get_name();
+    }
+    throw UsageError((word.empty() ? "no command given" : "unknown command \"" + word + "\"") +
+                     "; commands: " + known + " (see " + program.get_name() + " --help)");
+}
+
+int parse(CLI::App& program, int argc, char** argv, Console& console) {
+    try {
+        program.parse(argc, argv);
+        console.flushResults();
+        return EXIT_ALL_DONE;
+    } catch (const CLI::CallForHelp&) {
+        const std::string help = program.help();
+        console.result(help.ends_with('\n') ? help : help + '\n');
+    } catch (const CLI::CallForVersion& version) {
+        console.result(std::string(version.what()) + "\n");
+    } catch (const CLI::ParseError& error) {
+        console.message(usageText(program, error.what()));
+        return EXIT_USAGE;
+    }
+    console.flushResults();
+    return EXIT_ALL_DONE;
+}
+
+} // namespace
+
+int runProgram(CLI::App& program, int argc, char** argv, Console& console, const int& exitCode) {
+    // A write beyond a limit or to a reader that has gone is to fail as a write, not to end the program.
+    std::signal(SIGXFSZ, SIG_IGN);
+    std::signal(SIGPIPE, SIG_IGN);
+
+    program.require_subcommand(1);
+    program.set_version_flag("--version", program.get_name() + " " OMBREL_VERSION);
+    program.get_formatter()->column_width(34);
+
+    try {
+        checkCommand(program, argc, argv);
+        const int parsed = parse(program, argc, argv, console);
+        return parsed != EXIT_ALL_DONE ? parsed : exitCode;
+    } catch (const UsageError& error) {
+        console.message(error.what());
+        return EXIT_USAGE;
+    } catch (const UnknownFilter& error) {
+        console.message(error.what());
+        return EXIT_USAGE;
+    } catch (const std::bad_alloc&) {
+        console.message("not enough memory");
+    } catch (const std::exception& error) {
+        console.message(error.what());
+    }
+    return EXIT_FAILED;
+}
+
+} // namespace ombrel::cli

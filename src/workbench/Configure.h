@@ -1,0 +1,12 @@
+#pragma once
+
+#include "standalone/cli/ConfigureOptions.h"
+#include "standalone/cli/Console.h"
+
+namespace ombrel::workbench {
+
+// Opens the settings window of a filter on a settings file and waits until it is closed. Needs an
+// application. Throws cli::UsageError, UnknownFilter or Error.
+void configure(const cli::ConfigureOptions& options, cli::Console& console);
+
+} // namespace ombrel::workbench

@@ -1,0 +1,27 @@
+#include "workbench/WorkbenchCommandLine.h"
+
+#include "standalone/cli/CommandLine.h"
+#include "standalone/cli/ConfigureOptions.h"
+#include "standalone/cli/ProgramRun.h"
+#include "workbench/Application.h"
+#include "workbench/Configure.h"
+
+namespace ombrel::workbench {
+
+namespace {
+
+constexpr const char* about = "The windows of ombrel; \"ombrel configure\" starts it.";
+
+} // namespace
+
+int runWorkbench(int argc, char** argv, cli::Console& console) {
+    CLI::App program(about, "ombrel-workbench");
+    cli::ConfigureOptions options;
+    cli::addConfigureCommand(program, options).callback([&] {
+        Application application(console);
+        configure(options, console);
+    });
+    return cli::runProgram(program, argc, argv, console, cli::EXIT_ALL_DONE);
+}
+
+} // namespace ombrel::workbench

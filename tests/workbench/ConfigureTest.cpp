@@ -1,0 +1,177 @@
+// `configure` on the loaded plug-in: its windows are met as a host meets them, as widgets of an unknown
+// class.
+#include "workbench/Configure.h"
+
+#include "fixtures/FileText.h"
+#include "fixtures/FrameFiles.h"
+#include "fixtures/Program.h"
+#include "fixtures/TemporaryFolder.h"
+#include "fixtures/WidgetActions.h"
+#include "standalone/Error.h"
+#include "standalone/FilterLink.h"
+#include "standalone/cli/UsageError.h"
+
+#include <QApplication>
+#include <QLabel>
+#include <QTableWidget>
+#include <QTimer>
+#include <QTreeView>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <functional>
+#include <unistd.h>
+
+using testing::HasSubstr;
+
+namespace {
+
+// A console turns standard output away, on which the tests report.
+ombrel::cli::Console& console() {
+    static ombrel::cli::Console* made = nullptr;
+    if (!made) {
+        const int output = dup(STDOUT_FILENO);
+        static ombrel::cli::Console first;
+        made = &first;
+        dup2(output, STDOUT_FILENO);
+        close(output);
+    }
+    return *made;
+}
+
+class Configure : public testing::Test {
+protected:
+    // Configures, and hands the window of that title to `user`, who ends by closing it.
+    void configure(const ombrel::cli::ConfigureOptions& options, const QString& title,
+                   const std::function<void(QWidget&)>& user) {
+        bool met = false;
+        QTimer look;
+        look.callOnTimeout([&] {
+            for (QWidget* window : QApplication::topLevelWidgets())
+                if (window->isVisible() && window->windowTitle() == title) {
+                    look.stop();
+                    met = true;
+                    user(*window);
+                    EXPECT_FALSE(window->isVisible());
+                    window->close();
+                    return;
+                }
+        });
+        look.start(1);
+        ombrel::workbench::configure(options, console());
+        EXPECT_TRUE(met) << title.toStdString();
+        for (const QWidget* window : QApplication::topLevelWidgets())
+            EXPECT_NE(window->windowTitle(), title) << "the window outlives its filter";
+    }
+
+    ombrel::cli::ConfigureOptions optionsFor(const char* filter) const {
+        ombrel::cli::ConfigureOptions options;
+        options.filter = filter;
+        options.settings = settings;
+        options.plugin = OMBREL_PLUGIN;
+        return options;
+    }
+
+    const TemporaryFolder folder;
+    const std::string settings = folder / "set \xC3\xBC.xml";
+};
+
+TEST_F(Configure, TheFramesOfAFileAreWhatTheDeviceMeasured) {
+    writeTiff(folder / "flats.tif", ImageStack<zt::u32>{3, 2, {1, 1, 1, 1, 1, 1, 3, 1, 1, 1, 1, 1}});
+    auto options = optionsFor("Flat-Field");
+    options.frames = folder / "flats.tif";
+    configure(options, "Flat-field Filter Settings", [&](QWidget& window) {
+        EXPECT_EQ(textOf(window, "edCoeffsData"), "");
+        click(window, "btCoeffAllFrames");
+        EXPECT_EQ(textOf(window, "edCoeffsData"), "<From all measured frames>");
+        click(window, "rbBadFF");
+        EXPECT_FALSE(std::filesystem::exists(settings));
+        click(window, "btClose");
+    });
+    EXPECT_THAT(fileText(settings), HasSubstr("<item key=\"CoeffsSize\" type=\"int\">6</item>"));
+
+    options.frames.clear();
+    configure(options, "Flat-field Filter Settings", [](QWidget& window) {
+        EXPECT_TRUE(isChecked(window, "rbBadFF")) << "as it was saved";
+        click(window, "btClose");
+    });
+}
+
+TEST_F(Configure, AWindowThatIsNotModalIsWaitedFor) {
+    writeTiff(folder / "mask.tif", ImageStack<zt::u32>{3, 2, {1, 2, 3, 4, 5, 6}});
+    auto options = optionsFor("Beam-hardening");
+    options.frames = folder / "mask.tif";
+    configure(options, "Beam-hardening Filter Settings", [&](QWidget& window) {
+        click(window, "btAddMeas");
+        EXPECT_EQ(child<QTableWidget>(window, "twMasks").rowCount(), 1);
+        click(window, "btClose");
+    });
+    EXPECT_THAT(fileText(settings), HasSubstr("<item key=\"MaskCount\" type=\"int\">1</item>"));
+}
+
+TEST_F(Configure, AFilterWithoutWindowShowsItsParametersAndIsSavedOnClose) {
+    configure(optionsFor("Binning 2x2"), "Binning 2x2 Settings", [](QWidget& window) {
+        EXPECT_EQ(window.findChild<QTreeView*>()->model()->rowCount(), 1);
+        window.close();
+    });
+    EXPECT_FALSE(std::filesystem::exists(settings)) << "there is nothing to save";
+
+    // Without its calibration data this one has no parameters.
+    configure(optionsFor("AdaptiveFF"), "AdaptiveFF Settings", [](QWidget& window) {
+        EXPECT_THAT(window.findChild<QLabel*>()->text().toStdString(), HasSubstr("no parameters"));
+        window.close();
+    });
+    EXPECT_FALSE(std::filesystem::exists(settings));
+
+    writeFileText(folder / "set \xC3\xBC.bin", "no calibration");
+    configure(optionsFor("AdaptiveFF"), "AdaptiveFF Settings", [](QWidget& window) {
+        EXPECT_GT(window.findChild<QTreeView*>()->model()->rowCount(), 10);
+        window.close();
+    });
+    EXPECT_THAT(fileText(settings), HasSubstr("QfTileSize"));
+}
+
+TEST_F(Configure, LeavesASettingsFileThatCannotBeRead) {
+    writeFileText(settings, "<settings><group");
+    EXPECT_THROW(ombrel::workbench::configure(optionsFor("Flat-Field"), console()), ombrel::Error);
+    EXPECT_EQ(fileText(settings), "<settings><group");
+
+    auto options = optionsFor("Flat-Field");
+    options.settings = folder / "gone/ff.xml";
+    EXPECT_THROW(ombrel::workbench::configure(options, console()), ombrel::Error);
+    options.frames = folder / "missing.tif";
+    EXPECT_THROW(ombrel::workbench::configure(options, console()), ombrel::Error);
+    EXPECT_THROW(ombrel::workbench::configure(optionsFor("Nothing"), console()), ombrel::UnknownFilter);
+    options.frames.clear();
+    options.size = "3";
+    EXPECT_THROW(ombrel::workbench::configure(options, console()), ombrel::cli::UsageError);
+}
+
+TEST_F(Configure, TheCommandHandsItsArgumentsOver) {
+    const auto run = [&](std::vector<std::string> arguments) {
+        arguments.insert(arguments.begin(), "configure");
+        return runOmbrel(arguments);
+    };
+    // What only the program with the windows can tell.
+    const auto unknown = run({"odd name", "--settings", settings, "--size", "4x4"});
+    EXPECT_EQ(unknown.exitCode, 2);
+    EXPECT_THAT(unknown.messages, HasSubstr("\"odd name\""));
+    const auto missing = run({"Flat-Field", "--settings", settings, "--frames", folder / "missing.tif"});
+    EXPECT_EQ(missing.exitCode, 1);
+    EXPECT_THAT(missing.messages, HasSubstr("missing.tif"));
+    EXPECT_EQ(run({"Flat-Field", "--settings", settings, "--plugin", folder / "none.so"}).exitCode, 1);
+
+    EXPECT_EQ(run({"Flat-Field"}).exitCode, 2);
+    EXPECT_EQ(run({"Flat-Field", "--settings", settings, "--size", "4x4", "--frames", "a"}).exitCode, 2);
+
+    qunsetenv("QT_QPA_PLATFORM");
+    qunsetenv("DISPLAY");
+    qunsetenv("WAYLAND_DISPLAY");
+    const auto blind = run({"Flat-Field", "--settings", settings});
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    EXPECT_EQ(blind.exitCode, 1);
+    EXPECT_THAT(blind.messages, HasSubstr("display"));
+}
+
+} // namespace
