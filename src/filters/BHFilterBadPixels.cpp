@@ -10,6 +10,7 @@
 #include "support/MatrixFile.h"
 
 #include <algorithm>
+#include <array>
 
 namespace PluginOmbrel {
 
@@ -23,6 +24,11 @@ void markNotFalling(std::span<const double> before, std::span<const double> valu
                     std::span<unsigned char> bad) {
     for (std::size_t i = 0; i < bad.size(); ++i)
         bad[i] |= values[i] >= before[i] ? 1 : 0;
+}
+
+void mark(const unsigned char* isBad, unsigned char* codes, std::size_t size) {
+    for (std::size_t i = 0; i < size; ++i)
+        codes[i] = isBad[i] != 0 ? static_cast<unsigned char>(MASK_BAD) : codes[i];
 }
 
 } // namespace
@@ -116,13 +122,16 @@ void BHFilter::makeWorkMask() {
 }
 
 std::size_t BHFilter::markBadPixels(std::span<const double> pixels) {
-    const unsigned char* const bad = badPixels.data();
-    unsigned char* const work = workMask.data();
+    std::array<unsigned char, maskChunk> isBad;
     std::size_t count = 0;
-    for (std::size_t i = 0; i < pixels.size(); ++i) {
-        const bool isBad = bad[i] != 0 || (useZeroAsBad && pixels[i] == 0.0);
-        work[i] = isBad ? static_cast<unsigned char>(MASK_BAD) : work[i];
-        count += isBad;
+    for (std::size_t start = 0; start < pixels.size(); start += maskChunk) {
+        const std::size_t size = std::min(maskChunk, pixels.size() - start);
+        std::copy_n(badPixels.data() + start, size, isBad.begin());
+        if (useZeroAsBad)
+            for (std::size_t i = 0; i < size; ++i)
+                isBad[i] |= pixels[start + i] == 0.0;
+        mark(isBad.data(), workMask.data() + start, size);
+        count += countMarks(isBad.data(), size);
     }
     return count;
 }
