@@ -1,7 +1,7 @@
 #include "workbench/ParamsWindow.h"
 
-#include "properties/QParamsBrowser.h"
 #include "standalone/cli/Session.h"
+#include "workbench/ParameterPane.h"
 
 #include <QDialogButtonBox>
 #include <QLabel>
@@ -13,7 +13,7 @@ namespace ombrel::workbench {
 
 namespace {
 
-constexpr QSize browserSize(640, 420);
+constexpr QSize paneSize(640, 420);
 
 // A widget for its parent to own.
 template <typename Widget, typename... Arguments>
@@ -21,12 +21,10 @@ Widget* newChild(Arguments&&... arguments) {
     return std::make_unique<Widget>(std::forward<Arguments>(arguments)...).release();
 }
 
-QWidget* browserOf(zt::IParamMgr& parameters, QWidget* parent) {
-    auto* const browser = newChild<QParamsBrowser>(parent);
-    browser->setParams(&parameters);
-    browser->setMinimumSize(browserSize / 2);
-    browser->resizeColumnToContents(0);
-    return browser;
+QWidget* paneOf(zt::IParamMgr& parameters, QWidget* parent) {
+    auto* const pane = newChild<ParameterPane>(parameters, parent);
+    pane->setMinimumSize(paneSize / 2);
+    return pane;
 }
 
 QWidget* nothingToSet(const QString& filterName, QWidget* parent) {
@@ -48,12 +46,12 @@ ParamsWindow::ParamsWindow(const zt::IDataFilter& filter) {
     setObjectName("ParamsWindow");
     setWindowTitle(name + " Settings");
     auto* const layout = newChild<QVBoxLayout>(this);
-    layout->addWidget(isEditable ? browserOf(*filter.parameters(), this) : nothingToSet(name, this));
+    layout->addWidget(isEditable ? paneOf(*filter.parameters(), this) : nothingToSet(name, this));
     auto* const buttons = newChild<QDialogButtonBox>(QDialogButtonBox::Close, this);
     connect(buttons, &QDialogButtonBox::rejected, this, &QWidget::close);
     layout->addWidget(buttons);
     if (isEditable)
-        resize(browserSize);
+        resize(paneSize);
 }
 
 } // namespace ombrel::workbench
