@@ -45,7 +45,7 @@ public:
     Batch(const BatchPlan& batchPlan, const BatchListener& batchListener)
         : plan(batchPlan), listener(batchListener), output(plan),
           firstToStore(plan.begin + (plan.begun ? plan.begun->framesDone : 0)),
-          next(plan.remembers ? plan.begin : firstToStore) {}
+          next(plan.remembers ? 0 : firstToStore) {}
 
     BatchResult run() {
         using Pipeline = OrderedPipeline<BatchFrame>;

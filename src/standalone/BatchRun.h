@@ -25,8 +25,8 @@ struct BatchPlan {
     OutputPlan output; // width, height and frames are found out
     // An output that was cut off, to go on with behind its frames.
     std::optional<OutputState> begun;
-    // The filters remember from frame to frame: the frames that are done already go through them once more,
-    // and there must be one worker.
+    // The filters remember from frame to frame: all frames of the stack before those to store go through them
+    // first, and there must be one worker.
     bool remembers = false;
     // What the worker's adaptive filter chose for the frame that it has just corrected; may be empty.
     std::function<std::optional<GridChoice>(std::size_t worker, zt::u64 frame)> choice;

@@ -30,8 +30,8 @@ FileRecord FileRecord::of(const std::string& path, bool withHash) {
     struct stat status {};
     if (::stat(path.c_str(), &status) != 0)
         throw Error(systemErrorText(path, "cannot be read", errno));
-    return {std::filesystem::absolute(path).lexically_normal().string(), static_cast<zt::u64>(status.st_size),
-            timeText(status.st_mtim), withHash ? fileHash(path) : std::string()};
+    return {absolutePath(path), static_cast<zt::u64>(status.st_size), timeText(status.st_mtim),
+            withHash ? fileHash(path) : std::string()};
 }
 
 std::string FileRecord::changeSince(const FileRecord& before) const {
@@ -43,6 +43,10 @@ std::string FileRecord::changeSince(const FileRecord& before) const {
     if (!haveHashes && modified != before.modified)
         return "it was written at " + modified + ", before at " + before.modified;
     return {};
+}
+
+std::string absolutePath(const std::string& path) {
+    return std::filesystem::absolute(path).lexically_normal().string();
 }
 
 } // namespace ombrel

@@ -20,4 +20,7 @@ struct FileRecord {
     std::string changeSince(const FileRecord& before) const;
 };
 
+// Without dots and doubled slashes; links are kept.
+std::string absolutePath(const std::string& path);
+
 } // namespace ombrel

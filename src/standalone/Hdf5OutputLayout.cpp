@@ -77,17 +77,18 @@ auto readOutput(const std::string& path, Read read) {
 }
 
 OutputPlan planOf(hid_t file, const std::string& path) {
+    OutputPlan plan;
+    plan.path = path;
+    plan.record = textAt(file, outputlayout::record);
     const auto shape = shapeOfImages(openThing(file, outputlayout::data));
     if (!shape || shape->extent.size() != 3 ||
         (shape->pixelType != zt::DT_FLOAT && shape->pixelType != zt::DT_DOUBLE))
         throw Error(std::string(outputlayout::data) + " is no stack of corrected frames");
-    return {path,
-            shape->width(),
-            shape->height(),
-            shape->frames(),
-            shape->pixelType,
-            textAt(file, outputlayout::record),
-            {}};
+    plan.width = shape->width();
+    plan.height = shape->height();
+    plan.frames = shape->frames();
+    plan.pixelType = shape->pixelType;
+    return plan;
 }
 
 } // namespace

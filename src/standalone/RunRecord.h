@@ -16,6 +16,14 @@ struct LinkRecord {
     std::vector<FileRecord> files; // with hashes: what the settings name, or what lies beside them
 };
 
+// A part of a run, by itself in an output of its own.
+struct PartRecord {
+    std::string path; // relative to the folder of the whole
+    zt::u64 begin = 0;
+    zt::u64 end = 0;
+    std::string hash; // see partHash()
+};
+
 // All that decides what a run gives, as it stands in its output: enough to run it again.
 struct RunRecord {
     std::string version; // of this program
@@ -32,6 +40,7 @@ struct RunRecord {
     int deviceType = 1;
     std::optional<FileRecord> deviceMask; // with hash
     std::optional<double> acqTime;        // seconds, given for every frame
+    std::vector<PartRecord> parts;        // where the output only refers to those of several runs
 
     std::string toJson() const;
     // Throws Error.

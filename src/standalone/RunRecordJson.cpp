@@ -75,6 +75,25 @@ std::vector<LinkRecord> chainFromJson(const QJsonValue& json) {
     return chain;
 }
 
+QJsonArray toJson(const std::vector<PartRecord>& parts) {
+    QJsonArray json;
+    for (const PartRecord& part : parts)
+        json.append(QJsonObject{{"path", QString::fromStdString(part.path)},
+                                {"begin", static_cast<qint64>(part.begin)},
+                                {"end", static_cast<qint64>(part.end)},
+                                {"hash", QString::fromStdString(part.hash)}});
+    return json;
+}
+
+std::vector<PartRecord> partsFromJson(const QJsonValue& json) {
+    std::vector<PartRecord> parts;
+    for (const QJsonValue& part : json.toArray())
+        parts.push_back(
+            {part["path"].toString().toStdString(), static_cast<zt::u64>(part["begin"].toInteger()),
+             static_cast<zt::u64>(part["end"].toInteger()), part["hash"].toString().toStdString()});
+    return parts;
+}
+
 } // namespace
 
 std::string RunRecord::toJson() const {
@@ -94,6 +113,8 @@ std::string RunRecord::toJson() const {
         json.insert("device_mask", ombrel::toJson(*deviceMask));
     if (acqTime)
         json.insert("acq_time", *acqTime);
+    if (!parts.empty())
+        json.insert("parts", ombrel::toJson(parts));
     return QJsonDocument(json).toJson().toStdString();
 }
 
@@ -120,6 +141,7 @@ RunRecord RunRecord::fromJson(const std::string& text) {
         record.deviceMask = fileFromJson(json["device_mask"]);
     if (json["acq_time"].isDouble())
         record.acqTime = json["acq_time"].toDouble();
+    record.parts = partsFromJson(json["parts"]);
     return record;
 }
 

@@ -27,6 +27,8 @@ int runCommandLine(int argc, char** argv, Console& console) {
     addFiltersCommand(context);
     addInfoCommand(context);
     addRunCommand(context);
+    addReplayCommand(context);
+    addMergeCommand(context);
     addCalibrateCommand(context);
     addConfigureCommand(context);
     addSimulateCommand(context);

@@ -18,6 +18,8 @@ void addCalibrateCommand(const CommandContext& context);
 void addConfigureCommand(const CommandContext& context);
 void addFiltersCommand(const CommandContext& context);
 void addInfoCommand(const CommandContext& context);
+void addMergeCommand(const CommandContext& context);
+void addReplayCommand(const CommandContext& context);
 void addRunCommand(const CommandContext& context);
 void addSimulateCommand(const CommandContext& context);
 

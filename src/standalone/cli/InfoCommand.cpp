@@ -1,6 +1,8 @@
 #include "standalone/Error.h"
+#include "standalone/FileKind.h"
 #include "standalone/FileReport.h"
 #include "standalone/FramePicture.h"
+#include "standalone/MergedParts.h"
 #include "standalone/RegionReport.h"
 #include "standalone/ResidualReport.h"
 #include "standalone/cli/CommandLine.h"
@@ -57,7 +59,10 @@ int showFiles(const InfoOptions& options, Console& console) {
     int exitCode = EXIT_ALL_DONE;
     for (const std::string& file : options.files) {
         try {
-            console.result(fileReportText(reportOnFile(file)));
+            const FileReport report = reportOnFile(file);
+            console.result(fileReportText(report));
+            if (report.info.run && report.info.format == "HDF5")
+                checkPartsOf(splitDatasetPath(file).file);
             if (!options.region.empty())
                 console.result(regionText(file, options.region));
             if (!options.raw.empty())

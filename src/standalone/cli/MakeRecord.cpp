@@ -7,10 +7,20 @@ namespace ombrel::cli {
 
 namespace {
 
-LinkRecord recordOf(const std::string& filter, const FilterLink& link) {
+// The file whose bytes are the settings of the filter of that place.
+std::string contentsOf(const RunOptions& options, std::size_t filter) {
+    if (!options.settingsContents.empty() && !options.settingsContents[filter].empty())
+        return options.settingsContents[filter];
+    return FilterOption(options.filters[filter]).settings;
+}
+
+LinkRecord recordOf(const RunOptions& options, std::size_t filter, const FilterLink& link) {
     LinkRecord record{link.name(), {}, {}};
-    if (const auto equals = filter.find('='); equals != std::string::npos)
-        record.settings = FileRecord::of(filter.substr(equals + 1), true);
+    const FilterOption option(options.filters[filter]);
+    if (!option.settings.empty()) {
+        record.settings = FileRecord::of(contentsOf(options, filter), true);
+        record.settings->path = absolutePath(option.settings);
+    }
     for (const std::string& file : link.filesRead())
         record.files.push_back(FileRecord::of(file, true));
     return record;
@@ -24,7 +34,7 @@ RunRecord makeRecord(const RunOptions& options, const FrameRange& range, const s
     record.version = OMBREL_VERSION;
     record.plugin = FileRecord::of(pluginPath, true);
     for (std::size_t i = 0; i < options.filters.size(); ++i)
-        record.chain.push_back(recordOf(options.filters[i], chain.links()[i]));
+        record.chain.push_back(recordOf(options, i, chain.links()[i]));
     record.params = options.params;
     for (const std::string& assignment : options.params)
         if (const std::string file = fileUsedBy(assignment); !file.empty())
@@ -45,11 +55,15 @@ RunRecord makeRecord(const RunOptions& options, const FrameRange& range, const s
     return record;
 }
 
+SettingsSource settingsOf(const RunOptions& options, std::size_t filter) {
+    return {FilterOption(options.filters[filter]).settings, contentsOf(options, filter), {}};
+}
+
 std::vector<std::string> settingsFilesOf(const RunOptions& options) {
     std::vector<std::string> files;
-    for (const std::string& filter : options.filters)
-        if (const auto equals = filter.find('='); equals != std::string::npos)
-            files.push_back(filter.substr(equals + 1));
+    for (std::size_t i = 0; i < options.filters.size(); ++i)
+        if (const std::string file = contentsOf(options, i); !file.empty())
+            files.push_back(file);
     return files;
 }
 

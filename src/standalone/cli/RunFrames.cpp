@@ -149,6 +149,10 @@ int walk(const Run& run) {
         run.console.message(options.output + ": going on behind " + std::to_string(rows.size()) + " of " +
                             std::to_string(run.range.count()) + " frames");
     }
+    const zt::u64 firstToStore = run.range.begin + rows.size();
+    if (run.workers.remember && firstToStore > 0)
+        run.console.message("passing frames 0 to " + std::to_string(firstToStore - 1) +
+                            " through the filters first, since they remember from frame to frame");
     ChoiceLogs* const choices = run.workers.choices.get();
     BatchPlan plan{.stack = run.stack,
                    .workers = run.workers.chains,

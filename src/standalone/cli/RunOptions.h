@@ -6,11 +6,23 @@
 
 namespace ombrel::cli {
 
+// A filter as the command line names it.
+struct FilterOption {
+    std::string name;
+    std::string settings; // path; empty where there is none
+
+    explicit FilterOption(const std::string& text)
+        : name(text.substr(0, text.find('='))),
+          settings(name.size() < text.size() ? text.substr(name.size() + 1) : std::string()) {}
+};
+
 // The command line of `ombrel run`.
 struct RunOptions {
     std::vector<std::string> inputs;
     std::vector<std::string> filters; // "NAME" or "NAME=SETTINGS.xml"
-    std::vector<std::string> params;  // "FILTER:PARAM=VALUE"
+    // Where the bytes of each filter's settings stand when that is not the file that it names; else empty.
+    std::vector<std::string> settingsContents;
+    std::vector<std::string> params; // "FILTER:PARAM=VALUE"
     std::string output;
     std::string outputType = "f32";
     std::string frames = ":";

@@ -2,6 +2,7 @@
 
 #include "host/IBHFilter.h"
 #include "standalone/BatchMemory.h"
+#include "standalone/cli/MakeRecord.h"
 #include "standalone/cli/PrivateInterface.h"
 
 #include <algorithm>
@@ -22,14 +23,12 @@ bool choosesGridPoints(const std::string& filter) {
 // All settings are loaded before the first parameter is set.
 Chain makeChain(Session& session, const RunOptions& options, ChoiceLogs* choices, std::size_t worker) {
     Chain chain;
-    for (const std::string& text : options.filters) {
-        const auto equals = text.find('=');
-        FilterLink& link = chain.add(session.makeLink(text.substr(0, equals)));
-        if (equals == std::string::npos)
+    for (std::size_t i = 0; i < options.filters.size(); ++i) {
+        FilterLink& link = chain.add(session.makeLink(FilterOption(options.filters[i]).name));
+        SettingsSource source = settingsOf(options, i);
+        if (source.path.empty())
             continue;
-        const std::string path = text.substr(equals + 1);
-        SettingsSource source{path, path, {}};
-        if (choices && choosesGridPoints(text))
+        if (choices && choosesGridPoints(options.filters[i]))
             source.change = [=](zt::ISettings& settings) { choices->redirect(settings, worker); };
         link.loadSettings(source);
     }

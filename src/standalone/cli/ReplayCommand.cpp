@@ -1,0 +1,36 @@
+#include "standalone/cli/Commands.h"
+#include "standalone/cli/Replay.h"
+
+#include <memory>
+
+namespace ombrel::cli {
+
+void addReplayCommand(const CommandContext& context) {
+    auto options = std::make_shared<ReplayOptions>();
+    CLI::App* command = context.program.add_subcommand(
+        "replay", "Make an output again from what it says of itself, and compare");
+    command->add_option("OUTPUT", options->recorded, "An output of ombrel run")
+        ->required()
+        ->type_name("FILE");
+    command->add_option("-o,--output", options->output, "The new output: .h5, .hdf5, .nxs, .tif or .tiff")
+        ->required()
+        ->type_name("FILE");
+    command->add_option("-j,--jobs", options->jobs, "Correct so many frames at once")
+        ->check(CLI::Range(1U, 1024U).description(""))
+        ->type_name("N")
+        ->capture_default_str();
+    command->add_flag("--force", options->force, "Replace an output that exists");
+    command->add_option("--log", options->log, "Append messages to a file, and what filters print")
+        ->type_name("FILE");
+    command
+        ->add_option("--plugin", options->plugin, "The plug-in's library, where it is not the installed one")
+        ->type_name("FILE");
+    command->add_flag("-q,--quiet", options->quiet, "No progress and no summary");
+    command->footer("Example:\n"
+                    "  ombrel replay corrected.h5 -o again.h5");
+    command->callback([=, &console = context.console, &exitCode = context.exitCode] {
+        exitCode = replay(*options, console);
+    });
+}
+
+} // namespace ombrel::cli

@@ -1,0 +1,129 @@
+// Outputs made again from what they tell, and parts put together.
+
+#include "fixtures/FileText.h"
+#include "fixtures/FrameFiles.h"
+#include "fixtures/Program.h"
+#include "fixtures/TemporaryFolder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <filesystem>
+#include <random>
+
+using ::testing::HasSubstr;
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// Frames, flat fields, and settings made of these, beside outputs that are made with them.
+class Replay : public ::testing::Test {
+protected:
+    Replay() {
+        std::mt19937 random(5);
+        ImageStack<zt::u16> stack{16, 16, std::vector<zt::u16>(10 * 256)};
+        for (zt::u16& pixel : stack.pixels)
+            pixel = static_cast<zt::u16>(500 + random() % 100);
+        writeHdf5(frames, stack);
+        stack.pixels.resize(3 * 256);
+        writeTiff(folder / "flats.tif", stack);
+        EXPECT_EQ(runOmbrel({"calibrate", "flat-field", folder / "flats.tif", "-o", settings}).exitCode, 0);
+    }
+
+    ProgramResult run(const std::string& name, std::vector<std::string> more = {}) const {
+        more.insert(more.begin(), {"run", "-q", "-f", "Flat-Field=" + settings, frames, "-o", folder / name});
+        return runOmbrel(more);
+    }
+    ProgramResult replay(const std::string& name, const std::string& again) const {
+        return runOmbrel({"replay", "-q", folder / name, "-o", folder / again, "--force"});
+    }
+
+    const TemporaryFolder folder;
+    const std::string frames = folder / "frames.h5";
+    const std::string settings = folder / "ff.xml";
+};
+
+TEST_F(Replay, GivesTheSameFramesThoughTheSettingsAreGone) {
+    for (const char* name : {"out.h5", "out.tif"}) {
+        ASSERT_EQ(run(name, {"--output-type", "f64", "--frames", "2:9", "--replace"}).exitCode, 0);
+        const std::string kept = fileText(settings);
+        fs::remove(settings);
+        const auto result = replay(name, "again.h5");
+        EXPECT_EQ(result.exitCode, 0) << result.messages;
+        EXPECT_THAT(result.messages, HasSubstr("7 frames are the same"));
+        EXPECT_EQ(readAllFrames(folder / "again.h5"), readAllFrames(folder / name));
+        writeFileText(settings, kept);
+    }
+}
+
+TEST_F(Replay, NamesWhatHasChanged) {
+    ASSERT_EQ(run("out.h5").exitCode, 0);
+    // A pixel of frame 4 in the output, changed behind its back.
+    const std::vector<double> before = readAllFrames(folder / "out.h5");
+    std::string bytes = fileText(folder / "out.h5");
+    const auto pixel = static_cast<float>(before[4 * 256 + 7]);
+    const std::string wanted(reinterpret_cast<const char*>(&pixel), sizeof pixel);
+    const auto next = static_cast<float>(before[4 * 256 + 8]);
+    const std::size_t place = bytes.find(wanted + std::string(reinterpret_cast<const char*>(&next), 4));
+    ASSERT_NE(place, std::string::npos);
+    bytes[place] = static_cast<char>(bytes[place] ^ 1);
+    writeFileText(folder / "out.h5", bytes);
+    auto result = replay("out.h5", "again.h5");
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(result.messages,
+                HasSubstr("frame 4 is the first that differs: its stored pixels were changed"));
+
+    ImageStack<zt::u16> other{16, 16, std::vector<zt::u16>(9 * 256, 7)};
+    writeHdf5(frames, other);
+    result = replay("out.h5", "none.h5");
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(result.messages, HasSubstr("files have changed: " + frames + ": it has "));
+    EXPECT_FALSE(fs::exists(folder / "none.h5"));
+}
+
+TEST_F(Replay, PartsAreOneOutputWhereverTheyAreMovedTogether) {
+    ASSERT_EQ(run("whole.h5").exitCode, 0);
+    fs::create_directory(folder / "parts");
+    for (const char* range : {"0:3", "3:4", "4:10"})
+        ASSERT_EQ(run(std::string("parts/") + range[0] + ".h5", {"--frames", range}).exitCode, 0);
+    const auto part = [&](const char* name) { return folder / (std::string("parts/") + name + ".h5"); };
+    const auto merged = runOmbrel({"merge", part("4"), part("0"), part("3"), "-o", folder / "merged.h5"});
+    ASSERT_EQ(merged.exitCode, 0) << merged.messages;
+    fs::create_directory(folder / "moved");
+    fs::rename(folder / "merged.h5", folder / "moved/merged.h5");
+    fs::rename(folder / "parts", folder / "moved/parts");
+    EXPECT_EQ(readAllFrames(folder / "moved/merged.h5"), readAllFrames(folder / "whole.h5"));
+    EXPECT_THAT(replay("moved/merged.h5", "again.h5").messages, HasSubstr("10 frames are the same"));
+
+    fs::rename(folder / "moved/parts/3.h5", folder / "3.h5");
+    const std::vector<double> holed = readAllFrames(folder / "moved/merged.h5");
+    EXPECT_FALSE(std::isnan(holed[2 * 256]));
+    EXPECT_TRUE(std::isnan(holed[3 * 256]));
+    auto result = runOmbrel({"info", folder / "moved/merged.h5"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(result.messages, HasSubstr("3.h5 is missing"));
+    fs::copy(folder / "moved/parts/0.h5", folder / "moved/parts/3.h5");
+    result = runOmbrel({"info", folder / "moved/merged.h5"});
+    EXPECT_THAT(result.messages, HasSubstr("is another one than was merged"));
+}
+
+TEST_F(Replay, PartsThatDoNotFitAreRefused) {
+    ASSERT_EQ(run("a.h5", {"--frames", "0:3"}).exitCode, 0);
+    ASSERT_EQ(run("b.h5", {"--frames", "2:5"}).exitCode, 0);
+    ASSERT_EQ(run("c.h5", {"--frames", "6:10"}).exitCode, 0);
+    ASSERT_EQ(run("d.h5", {"--frames", "3:6", "--output-type", "f64"}).exitCode, 0);
+    const auto refusal = [&](const char* one, const char* other) {
+        const auto result = runOmbrel({"merge", folder / one, folder / other, "-o", folder / "whole.h5"});
+        EXPECT_EQ(result.exitCode, 1);
+        EXPECT_FALSE(fs::exists(folder / "whole.h5"));
+        return result.messages;
+    };
+    EXPECT_THAT(refusal("a.h5", "b.h5"), HasSubstr("hold the same frames"));
+    EXPECT_THAT(refusal("c.h5", "a.h5"), HasSubstr("frames are missing between"));
+    EXPECT_THAT(refusal("a.h5", "d.h5"), HasSubstr("output type: f64 now, f32 before"));
+    EXPECT_THAT(refusal("a.h5", "frames.h5"), HasSubstr("was not made by ombrel"));
+}
+
+} // namespace
