@@ -104,8 +104,8 @@ TEST(AdaptiveRanking, asksItsQuestionsInOrder) {
     EXPECT_EQ(best({result(0, 9.0, 10, 1, 9), result(0, 1.0, 8, 5, 0)}), 1u); // right, but spoilt frames
     EXPECT_EQ(best({result(0, 1.01, 8, 1, 9), result(0, 1.0, 10, 5, 0)}), 1u);
     EXPECT_EQ(best({result(0, 1.0, 10, 1.5, 9), result(0, 1.01, 10, 1.0, 0)}), 1u);
-    EXPECT_EQ(best({result(0, 1.0, 10, 1.0, 1), result(0, 1.01, 10, 1.01, 2)}), 1u);
-    EXPECT_EQ(best({result(0, 1.0, 10, 1.0, 1), result(0, 1.0, 10, 1.0, 1)}), 0u);
+    EXPECT_EQ(best({result(0, 1.0, 10, 1.0, 0.1), result(0, 1.01, 10, 1.01, 2)}), 1u);
+    EXPECT_EQ(best({result(0, 1.01, 10, 1.0, 1), result(0, 1.0, 10, 1.0, 2)}), 0u);
     EXPECT_EQ(best({result(0, INFINITY, 0, 1, 1), result(0, 2.0, 0, 1, 0)}), 1u);
 }
 
@@ -113,12 +113,13 @@ TEST(AdaptiveChoices, triesWhatIsNotFixedAndFitsTheFrames) {
     SettingsTree settings;
     settings.set(adaptiveGroup, "Kernel", std::string("1"));
     settings.set(adaptiveGroup, "PPEnabled", true);
+    settings.set(adaptiveGroup, "QfBorderMaskSize", 3);
     settings.set(adaptiveGroup, "QfTileSize", 5);
     settings.set(adaptiveGroup, "QfTileThreshold", 70);
     const AdaptiveChoices some(settings, {"Kernel", "QfTileThreshold"}, 40);
-    EXPECT_EQ(some.first(settings).size(), 2u);
+    EXPECT_EQ(some.first(settings).size(), 4u);
     EXPECT_EQ(some.second(settings).size(), 1u); // tiles of 16 and 8 fit, and 16 was first
-    EXPECT_EQ(some.count(), 5u);
+    EXPECT_EQ(some.count(), 7u);
     for (const SettingsTree& tried : some.first(settings)) {
         EXPECT_EQ(adaptiveSetting<std::string>(tried, "Kernel"), "1");
         EXPECT_EQ(adaptiveSetting<int>(tried, "QfTileThreshold"), 70);

@@ -38,15 +38,14 @@ std::vector<SettingsValue> fittingTiles(zt::u32 shortSide) {
     return sizes;
 }
 
-std::vector<SettingsTree> product(const SettingsTree& base, const char* key,
-                                  const std::vector<SettingsValue>& values, const char* otherKey,
-                                  const std::vector<SettingsValue>& otherValues) {
+// Each of the settings with each of the values; those of the first value come first.
+std::vector<SettingsTree> withEach(const std::vector<SettingsTree>& settings, const char* key,
+                                   const std::vector<SettingsValue>& values) {
     std::vector<SettingsTree> all;
-    for (const SettingsValue& value : values)
-        for (const SettingsValue& other : otherValues) {
+    for (const SettingsTree& base : settings)
+        for (const SettingsValue& value : values) {
             all.push_back(base);
             all.back().set(adaptiveGroup, key, value);
-            all.back().set(adaptiveGroup, otherKey, other);
         }
     return all;
 }
@@ -62,6 +61,8 @@ AdaptiveChoices::AdaptiveChoices(const SettingsTree& settings, const std::set<st
     };
     kernels = choose("Kernel", kernelTexts());
     preProcessing = choose("PPEnabled", {false, true});
+    // Where the mask begins, a kernel that sums to 0 sees an edge as high as the frame is bright.
+    borders = choose("QfBorderMaskSize", {0, 2});
     tileSizes = choose("QfTileSize", fittingTiles(shortSide));
     thresholds = choose("QfTileThreshold", {80, 90, 100});
 }
@@ -70,11 +71,12 @@ std::vector<SettingsTree> AdaptiveChoices::first(const SettingsTree& base) const
     SettingsTree settings = base;
     settings.set(adaptiveGroup, "QfTileSize", tileSizes.front());
     settings.set(adaptiveGroup, "QfTileThreshold", thresholds.front());
-    return product(settings, "Kernel", kernels, "PPEnabled", preProcessing);
+    return withEach(withEach(withEach({settings}, "Kernel", kernels), "PPEnabled", preProcessing),
+                    "QfBorderMaskSize", borders);
 }
 
 std::vector<SettingsTree> AdaptiveChoices::second(const SettingsTree& best) const {
-    auto all = product(best, "QfTileSize", tileSizes, "QfTileThreshold", thresholds);
+    auto all = withEach(withEach({best}, "QfTileSize", tileSizes), "QfTileThreshold", thresholds);
     all.erase(all.begin()); // tried with the kernels
     return all;
 }

@@ -15,20 +15,21 @@ namespace ombrel::cli {
 struct AdaptiveChoices {
     std::vector<SettingsValue> kernels;
     std::vector<SettingsValue> preProcessing;
+    std::vector<SettingsValue> borders;
     std::vector<SettingsValue> tileSizes;
     std::vector<SettingsValue> thresholds;
 
     // Keys in `fixed` keep their value of `settings`. Tiles must fit into frames of that shorter side.
     AdaptiveChoices(const SettingsTree& settings, const std::set<std::string>& fixed, zt::u32 shortSide);
 
-    // Kernel and pre-processing are tried together, with the first tile size and threshold; then, with the
-    // best of these, the other tile sizes and thresholds, and a mosaic of each tile size.
+    // Kernel, pre-processing and border are tried together, with the first tile size and threshold; then,
+    // with the best of these, the other tile sizes and thresholds, and a mosaic of each tile size.
     std::vector<SettingsTree> first(const SettingsTree& base) const;
     std::vector<SettingsTree> second(const SettingsTree& best) const;
     // Trials of all together.
     std::size_t count() const {
-        return kernels.size() * preProcessing.size() + tileSizes.size() * thresholds.size() - 1 +
-               tileSizes.size();
+        return kernels.size() * preProcessing.size() * borders.size() + tileSizes.size() * thresholds.size() -
+               1 + tileSizes.size();
     }
 };
 

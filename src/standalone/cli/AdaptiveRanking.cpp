@@ -26,6 +26,13 @@ void keepLeast(Candidates& candidates, Value value, IsLeast isLeast) {
     std::erase_if(candidates, [&](auto* candidate) { return !isLeast(value(*candidate), least); });
 }
 
+// The noise of other frames will not turn the choice. By how much more it is sure, says little: test frames
+// are quieter than frames with a sample.
+bool isSure(const TrialResult& result) {
+    constexpr double sureMargin = 0.2;
+    return result.margin.value_or(0) >= sureMargin;
+}
+
 double mosaicResidualOf(const TrialResult& result) {
     return result.mosaicResidual.value_or(std::numeric_limits<double>::infinity());
 }
@@ -43,9 +50,9 @@ std::size_t bestOf(std::span<const TrialResult> results) {
     keepLeast(candidates, residual, isAboutLeast);
     keepLeast(candidates, wrong, std::equal_to());
     keepLeast(candidates, mosaicResidualOf, isAboutLeast);
-    const TrialResult* surest = *std::ranges::max_element(
-        candidates, [](auto* one, auto* other) { return one->margin < other->margin; });
-    return static_cast<std::size_t>(surest - results.data());
+    keepLeast(
+        candidates, [](const TrialResult& result) { return !isSure(result); }, std::equal_to());
+    return static_cast<std::size_t>(candidates.front() - results.data());
 }
 
 bool isClearlyFlatter(const TrialResult& other, const TrialResult& result) {

@@ -9,8 +9,8 @@ namespace ombrel::cli {
 
 // The best of several results over the same frames. Each of these questions leaves some of them to the next:
 // the fewest frames failed; about the least residual; right most often; about the least residual of a mosaic;
-// the surest, and the first of equals. Residual comes before right, since settings may find every flat field
-// and still spoil the frames.
+// surely right, and the first of equals. Residual comes before right, since settings may find every flat
+// field and still spoil the frames.
 std::size_t bestOf(std::span<const TrialResult> results);
 
 // Whether `other` leaves clearly less than `result`.

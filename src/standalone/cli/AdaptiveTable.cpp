@@ -42,9 +42,10 @@ std::string resultText(const TrialResult& result) {
 
 std::string choiceText(const TrialResult& result) {
     char text[128];
-    std::snprintf(text, sizeof text, "%-14.60s  %-14s  %4d  %9d",
+    std::snprintf(text, sizeof text, "%-14.60s  %-14s  %6d  %4d  %9d",
                   kernelName(adaptiveSetting<std::string>(result.settings, "Kernel")).c_str(),
                   adaptiveSetting<bool>(result.settings, "PPEnabled") ? "on" : "off",
+                  adaptiveSetting<int>(result.settings, "QfBorderMaskSize"),
                   adaptiveSetting<int>(result.settings, "QfTileSize"),
                   adaptiveSetting<int>(result.settings, "QfTileThreshold"));
     return text;
@@ -72,7 +73,7 @@ std::string table(std::span<const TrialResult> results, const RowMark& mark, con
 } // namespace
 
 std::string choicesTable(std::span<const TrialResult> results, const RowMark& mark) {
-    return table(results, mark, {"kernel          pre-processing  tile  threshold", choiceText});
+    return table(results, mark, {"kernel          pre-processing  border  tile  threshold", choiceText});
 }
 
 std::string interpolationTable(std::span<const TrialResult> results, const RowMark& mark) {

@@ -15,7 +15,7 @@ struct RowMark {
     std::string text;
 };
 
-// One row for each choice of kernel, pre-processing, tile size and threshold.
+// One row for each choice of kernel, pre-processing, border, tile size and threshold.
 std::string choicesTable(std::span<const TrialResult> results, const RowMark& mark);
 // One row for each kind of interpolation.
 std::string interpolationTable(std::span<const TrialResult> results, const RowMark& mark);

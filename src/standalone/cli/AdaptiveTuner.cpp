@@ -18,7 +18,7 @@ SettingsTree AdaptiveTuner::chooseQuality(const TrialSet& set, const SettingsTre
     const std::size_t best = bestOf(results);
     console.result(choicesTable(results, {best, chosen}));
     return withSettingsOf(base, results[best].settings,
-                          {"Kernel", "PPEnabled", "QfTileSize", "QfTileThreshold"});
+                          {"Kernel", "PPEnabled", "QfBorderMaskSize", "QfTileSize", "QfTileThreshold"});
 }
 
 SettingsTree AdaptiveTuner::chooseInterpolation(const TrialSet& between, SettingsTree settings) {

@@ -20,6 +20,7 @@ SettingsTree fullSearch(SettingsTree settings) {
 bool haveSameTiles(const SettingsTree& one, const SettingsTree& other) {
     return adaptiveSetting<std::string>(one, "Kernel") == adaptiveSetting<std::string>(other, "Kernel") &&
            adaptiveSetting<bool>(one, "PPEnabled") == adaptiveSetting<bool>(other, "PPEnabled") &&
+           adaptiveSetting<int>(one, "QfBorderMaskSize") == adaptiveSetting<int>(other, "QfBorderMaskSize") &&
            adaptiveSetting<int>(one, "QfTileSize") == adaptiveSetting<int>(other, "QfTileSize");
 }
 

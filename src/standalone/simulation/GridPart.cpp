@@ -21,7 +21,7 @@ constexpr const char* maskName = "compensation-mask.h5";
 constexpr zt::u32 flatsPerPoint = 3;
 constexpr double flatFlux = 900'000; // photons, for 2 million counts in all flats of a point
 constexpr double frameFlux = 27'000; // photons, for 20,000 counts
-constexpr zt::u32 driftFrames = 40;
+constexpr zt::u32 driftFrames = 50;  // none of them half-way between two flat fields, where either is as good
 constexpr double blackTransmission = 0.001;
 constexpr zt::u32 maskedCorner = 4; // pixels; a repair of single pixels does not reach its middle
 
