@@ -1,0 +1,201 @@
+// From a grid of flat fields to corrected frames.
+
+#include "fixtures/FileText.h"
+#include "fixtures/FrameFiles.h"
+#include "fixtures/Program.h"
+#include "fixtures/TemporaryFolder.h"
+#include "standalone/ResidualReport.h"
+#include "standalone/Settings.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+namespace {
+
+class Adaptive : public ::testing::Test {
+protected:
+    ProgramResult calibrate(std::vector<std::string> arguments) const {
+        arguments.insert(arguments.begin(), {"calibrate", "adaptive", "-q", "--grid", table});
+        return runOmbrel(arguments);
+    }
+    std::size_t fileCount() const {
+        return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folder.path), {}));
+    }
+
+    const TemporaryFolder folder;
+    const std::string table = folder / "grid.csv";
+    const std::string settings = folder / "a.xml";
+    const std::string heap = folder / "a.bin";
+};
+
+// A simulated set, calibrated once for all tests.
+class AdaptiveSet : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        folder = std::make_unique<TemporaryFolder>();
+        const auto simulated =
+            runOmbrel({"simulate", folder->path.string(), "--size", "128x128", "--frames", "1", "-q"});
+        ASSERT_EQ(simulated.exitCode, 0) << simulated.messages;
+        const auto calibrated = runOmbrel({"calibrate", "adaptive", "--grid", *folder / "grid.csv", "-o",
+                                           *folder / "a.xml", "--normalise", "-q"});
+        ASSERT_EQ(calibrated.exitCode, 0) << calibrated.messages;
+    }
+    static void TearDownTestSuite() { folder.reset(); }
+
+    static ombrel::ResidualReport correct(const std::string& frames, const std::string& search = "0") {
+        const std::string output = *folder / "out.h5";
+        const auto run =
+            runOmbrel({"run", "-q", "-f", "AdaptiveFF=" + *folder / "a.xml", "-p",
+                       "AdaptiveFF:Search=" + search, *folder / frames, "-o", output, "--force"});
+        EXPECT_EQ(run.exitCode, search == "1" ? run.exitCode : 0) << run.messages;
+        return ombrel::reportOnResidual(output, *folder / frames, *folder / "open-area.h5");
+    }
+
+    // What each of the flat fields leaves in the drifting frames, when it is the one for all.
+    static std::vector<ombrel::ResidualReport> byEachFlat() {
+        std::vector<ombrel::ResidualReport> reports;
+        std::ifstream lines(*folder / "grid.csv");
+        std::string line;
+        std::getline(lines, line);
+        while (std::getline(lines, line)) {
+            const std::string flats = *folder / line.substr(line.rfind(',') + 1);
+            const std::string output = *folder / "fixed.h5";
+            EXPECT_EQ(runOmbrel({"calibrate", "flat-field", flats, "--bad", "none", "-o", *folder / "f.xml",
+                                 "--force"})
+                          .exitCode,
+                      0);
+            EXPECT_EQ(runOmbrel({"run", "-q", "-f", "Flat-Field=" + *folder / "f.xml",
+                                 *folder / "drifting.h5", "-o", output, "--force"})
+                          .exitCode,
+                      0);
+            reports.push_back(
+                ombrel::reportOnResidual(output, *folder / "drifting.h5", *folder / "open-area.h5"));
+        }
+        return reports;
+    }
+
+    static std::unique_ptr<TemporaryFolder> folder;
+};
+
+std::unique_ptr<TemporaryFolder> AdaptiveSet::folder;
+
+// The bytes of a heap file, written down field by field.
+class HeapBytes {
+public:
+    template <typename T>
+    HeapBytes& add(std::initializer_list<T> values) {
+        for (const T value : values)
+            bytes.append(reinterpret_cast<const char*>(&value), sizeof value);
+        return *this;
+    }
+    std::string bytes;
+};
+
+} // namespace
+
+TEST_F(AdaptiveSet, LeavesPhotonStatisticsOnTheGridAndBetweenItsPoints) {
+    EXPECT_LT(correct("on-grid.h5").worst, 1.05);
+    EXPECT_LT(correct("midpoints.h5").worst, 1.10);
+    // The look-around search refuses frames whose best flat field is the first on its axis of E.
+    const auto lookAround = correct("on-grid.h5", "1");
+    EXPECT_LT(lookAround.worst, 1.05);
+    EXPECT_EQ(
+        std::ranges::count(lookAround.frames, false, [](const auto& frame) { return frame.has_value(); }), 9);
+}
+
+TEST_F(AdaptiveSet, FollowsADriftThatNoSingleFlatFieldFits) {
+    const auto adaptive = correct("drifting.h5");
+    const auto fixed = byEachFlat();
+    ASSERT_EQ(fixed.size(), 27u);
+    const auto& best = *std::ranges::min_element(fixed, {}, &ombrel::ResidualReport::mean);
+    EXPECT_LT(adaptive.mean, 0.5 * best.mean);
+    for (std::size_t i = 0; i < adaptive.frames.size(); ++i)
+        EXPECT_LT(adaptive.frames[i].value(), 1.02 * best.frames[i].value()) << "frame " << i;
+}
+
+TEST_F(AdaptiveSet, WritesEverySettingAndChoosesWhatWorks) {
+    ombrel::Settings store(*folder / "a.xml", [](const std::string&) {});
+    store.loadFile();
+    EXPECT_EQ(store.contents().find("Settings")->items.size(), 15u);
+    EXPECT_FALSE(store.getBool("Settings", "PPEnabled", true));
+    EXPECT_EQ(store.getInt("Settings", "Interpolation", 0), 1);
+    EXPECT_THAT(store.getString("Settings", "Kernel", ""), Not(HasSubstr("5")));
+
+    const auto checked = runOmbrel(
+        {"calibrate", "adaptive", "-q", "--grid", *folder / "grid.csv", "--check", *folder / "a.xml"});
+    EXPECT_EQ(checked.exitCode, 0);
+    EXPECT_THAT(checked.output, HasSubstr("<- " + *folder / "a.xml"));
+    EXPECT_EQ(checked.messages, ""); // nothing better was found
+    const auto worse = runOmbrel({"calibrate", "adaptive", "-q", "--grid", *folder / "grid.csv", "--check",
+                                  *folder / "a.xml", "--set", "Kernel=1"});
+    EXPECT_EQ(worse.exitCode, 0) << worse.messages;
+}
+
+TEST_F(Adaptive, WritesTheHeapAsTheFilterReadsIt) {
+    writeTiff(folder / "a.tif", ImageStack<zt::u16>{2, 2, {1, 2, 3, 6, 3, 2, 1, 2}});
+    writeTiff(folder / "mask.tif", ImageStack<zt::u16>{2, 2, {1, 1, 0, 1}});
+    writeFileText(table, "v,t,e,file,page\n2,1,9,a.tif,1\n1,1,9,a.tif,\n1,0.5,9,a.tif,0\n");
+    const std::vector<std::string> options{"-o",
+                                           settings,
+                                           "--hole",
+                                           "2,0.5,9",
+                                           "--element",
+                                           "7",
+                                           "--compensation-mask",
+                                           folder / "mask.tif",
+                                           "--set",
+                                           "PPEnabled=false",
+                                           "--set",
+                                           "Kernel=0,1,0",
+                                           "--set",
+                                           "QfTileSize=0"};
+    const auto result = calibrate(options);
+    ASSERT_EQ(result.exitCode, 0) << result.messages;
+    EXPECT_THAT(result.messages, HasSubstr("2 grid points have a single frame"));
+    HeapBytes expected;
+    expected.add<zt::i32>({7, 1, 2, 2}).add<float>({1, 1, 0, 1});
+    expected.add<zt::u64>({2}).add<float>({1, 2});
+    expected.add<zt::u64>({2}).add<float>({0.5, 1});
+    expected.add<zt::u64>({1}).add<float>({9});
+    expected.add<zt::i32>({2, 2}).add<float>({1, 2, 3, 6});
+    expected.add<zt::i32>({2, 2}).add<float>({2, 2, 2, 4});
+    expected.add<zt::i32>({1, 1}).add<float>({0});
+    expected.add<zt::i32>({2, 2}).add<float>({3, 2, 1, 2});
+    EXPECT_EQ(fileText(heap), expected.bytes);
+    EXPECT_EQ(fileCount(), 5u); // no trial is left behind
+}
+
+TEST_F(Adaptive, RefusesWhatIsNoGridAndWritesNothing) {
+    writeTiff(folder / "a.tif", ImageStack<zt::u16>{4, 4, std::vector<zt::u16>(16, 100)});
+    const auto refuse = [&](const std::string& rows, std::vector<std::string> options, int exitCode,
+                            const std::string& words) {
+        writeFileText(table, "v,t,e,file\n" + rows);
+        const auto result = calibrate(std::move(options));
+        EXPECT_EQ(result.exitCode, exitCode) << result.messages;
+        EXPECT_THAT(result.messages, HasSubstr(words));
+        EXPECT_EQ(fileCount(), 2u) << words;
+    };
+    const std::string whole = "1,1,1,a.tif\n2,1,1,a.tif\n";
+    refuse("1,1,1,a.tif\n2,2,1,a.tif\n", {"-o", settings}, 1, "2 of 4 grid points are missing");
+    refuse("1,1,1,a.tif\n2,2,1,b.tif\n3,x,1,a.tif\n", {"-o", settings}, 1, "line 4: \"x\"");
+    refuse("1,1,1,a.tif\n2,1,1,b.tif\n", {"-o", settings}, 1, "line 3: ");
+    refuse(whole, {"-o", folder / "a.txt"}, 2, "must end in \".xml\"");
+    refuse(whole, {"-o", settings, "--check", settings}, 2, "either");
+    refuse(whole, {}, 2, "either");
+    refuse(whole, {"-o", settings, "--set", "Kernal=1"}, 2, "QfTileThreshold, Kernel");
+    refuse(whole, {"-o", settings, "--set", "QfTileSize=big"}, 2, "type int");
+    refuse(whole, {"-o", settings, "--hole", "1,1"}, 2, "V,T,E");
+    refuse(whole, {"-o", settings, "--hole", "1,2,1"}, 1, "no such point");
+    refuse(whole, {"-o", settings, "--compensation-mask", folder / "none.tif"}, 1, "none.tif");
+    refuse(whole, {"--check", settings}, 1, "a.xml");
+    // Frames of one value have no structure that settings could be chosen by.
+    refuse(whole, {"-o", settings, "--set", "PPEnabled=true"}, 1, "no test frame could be corrected");
+}
