@@ -62,9 +62,11 @@ void show(QPropertyTreeView& view, const QModelIndex& edited = {}) {
     QApplication::processEvents();
 }
 
-bool writePictures(const QString& folder, QPropertyTreeView& kinds, QPropertyTreeView& comparisons) {
-    return kinds.grab().save(folder + "/properties.png") &&
-           comparisons.grab().save(folder + "/properties-comparisons.png");
+bool writePicture(QPropertyTreeView& view, const QString& path) {
+    if (view.grab().save(path))
+        return true;
+    std::fprintf(stderr, "ombrel-properties-example: can't write %s\n", qPrintable(path));
+    return false;
 }
 
 } // namespace
@@ -88,14 +90,13 @@ int main(int argc, char** argv) {
     if (!toFolder)
         return QApplication::exec();
 
+    const QString folder = QApplication::arguments().at(1);
+    const bool written = writePicture(view, folder + "/properties.png");
     QPropertyModel conditions;
     fillComparisons(conditions);
     QPropertyTreeView comparisons(&conditions);
     comparisons.setItemDelegate(new CustomDelegate(&comparisons));
     comparisons.resize(560, 110);
     show(comparisons);
-    if (writePictures(argv[1], view, comparisons))
-        return 0;
-    std::fprintf(stderr, "ombrel-properties-example: can't write to %s\n", argv[1]);
-    return 1;
+    return written && writePicture(comparisons, folder + "/properties-comparisons.png") ? 0 : 1;
 }

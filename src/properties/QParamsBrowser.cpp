@@ -7,8 +7,6 @@
 #include "properties/QProperty.h"
 #include "properties/QPropertyModel.h"
 
-#include <QPainter>
-
 QParamsBrowser::QParamsBrowser(QWidget* parent)
     : QPropertyTreeView(parent), propertyModel(new QPropertyModel(this)) {
     propertyModel->setShowDescription(true);
@@ -55,11 +53,4 @@ void QParamsBrowser::userChangedData(QProperty* property) {
     zt::IParam* const param = manager->param(property->getName().toUtf8().constData());
     if (param)
         writeParam(*property, *param);
-}
-
-void QParamsBrowser::drawBranches(QPainter* painter, const QRect& rect, const QModelIndex& index) const {
-    // The rows are light in a dark palette too: so is the strip on their left.
-    if (!selectionModel()->isSelected(index))
-        painter->fillRect(rect, CustomDelegate::rowColor(index.row()));
-    QPropertyTreeView::drawBranches(painter, rect, index);
 }

@@ -37,9 +37,6 @@ public slots:
     // Writes the value of the row to its parameter, unless that is gone or read-only.
     void userChangedData(QProperty* property);
 
-protected:
-    void drawBranches(QPainter* painter, const QRect& rect, const QModelIndex& index) const override;
-
 private:
     zt::IParamMgr* manager = nullptr;
     QPropertyModel* propertyModel;

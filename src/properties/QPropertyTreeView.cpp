@@ -1,6 +1,6 @@
 #include "properties/QPropertyTreeView.h"
 
-#include "properties/QPropertyDelegate.h"
+#include "properties/CustomDelegate.h"
 #include "properties/QPropertyModel.h"
 #include "properties/ReadableText.h"
 
@@ -30,8 +30,11 @@ void QPropertyTreeView::setRowHeight(int height, bool addToDefault) {
 }
 
 void QPropertyTreeView::drawBranches(QPainter* painter, const QRect& rect, const QModelIndex& index) const {
-    // The grey of a heading reaches the left edge of the view.
     if (!selectedIndexes().contains(index)) {
+        // Rows that are light in a dark palette too are so from the left edge of the view on.
+        if (qobject_cast<CustomDelegate*>(itemDelegate()))
+            painter->fillRect(rect, CustomDelegate::rowColor(index.row()));
+        // The grey of a heading reaches there too.
         branchBackground = qvariant_cast<QBrush>(index.data(Qt::BackgroundRole));
         painter->fillRect(rect, branchBackground);
     }

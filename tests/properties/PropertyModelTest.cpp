@@ -237,6 +237,10 @@ TEST(PropertyModel, LeavesTopLevelRowsOutOfAViewThatIsShownAlready) {
     add("c");
     add("d");
     EXPECT_EQ(visibleRows(), 2);
+    model.addProperty(number("below a"), "below", "a");
+    view.expand(model.index(0, Name));
+    settle();
+    EXPECT_TRUE(view.visualRect(model.getIndexFromProperty(model.getProperty("below"), Name)).isValid());
     model.clear();
     add("e");
     add("f");
