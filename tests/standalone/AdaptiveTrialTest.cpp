@@ -116,14 +116,14 @@ TEST(AdaptiveChoices, triesWhatIsNotFixedAndFitsTheFrames) {
     settings.set(adaptiveGroup, "QfBorderMaskSize", 3);
     settings.set(adaptiveGroup, "QfTileSize", 5);
     settings.set(adaptiveGroup, "QfTileThreshold", 70);
-    const AdaptiveChoices some(settings, {"Kernel", "QfTileThreshold"}, 40);
+    const AdaptiveChoices some(settings, {"Kernel", "QfTileThreshold"}, 64);
     EXPECT_EQ(some.first(settings).size(), 4u);
-    EXPECT_EQ(some.second(settings).size(), 1u); // tiles of 16 and 8 fit, and 16 was first
-    EXPECT_EQ(some.count(), 7u);
+    EXPECT_EQ(some.second(settings).size(), 2u); // tiles of 16 and 32
+    EXPECT_EQ(some.count(), 9u);
     for (const SettingsTree& tried : some.first(settings)) {
         EXPECT_EQ(adaptiveSetting<std::string>(tried, "Kernel"), "1");
         EXPECT_EQ(adaptiveSetting<int>(tried, "QfTileThreshold"), 70);
-        EXPECT_EQ(adaptiveSetting<int>(tried, "QfTileSize"), 16);
+        EXPECT_EQ(adaptiveSetting<int>(tried, "QfTileSize"), 8); // eight tiles a side
     }
     EXPECT_EQ(AdaptiveChoices(settings, {}, 3).tileSizes.size(), 1u);
 }

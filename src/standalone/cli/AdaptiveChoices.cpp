@@ -27,15 +27,16 @@ std::vector<SettingsValue> kernelTexts() {
     return texts;
 }
 
-// With less than four tiles nothing is left once the strongest are dropped.
+// With less than four tiles nothing is left once the strongest are dropped. With less than eight a side,
+// dropping one more or less turns choices in frames with a sample: such sizes come last.
 std::vector<SettingsValue> fittingTiles(zt::u32 shortSide) {
-    std::vector<SettingsValue> sizes;
-    for (const int size : {16, 8, 32, 64})
-        if (2 * size <= static_cast<int>(shortSide))
-            sizes.emplace_back(size);
+    std::vector<int> sizes{16, 8, 32, 64};
+    const auto tilesASide = [&](int size) { return static_cast<int>(shortSide) / size; };
+    std::erase_if(sizes, [&](int size) { return tilesASide(size) < 2; });
+    std::ranges::stable_partition(sizes, [&](int size) { return tilesASide(size) >= 8; });
     if (sizes.empty())
-        sizes.emplace_back(std::max(1, static_cast<int>(shortSide) / 2));
-    return sizes;
+        sizes.push_back(std::max(1, static_cast<int>(shortSide) / 2));
+    return {sizes.begin(), sizes.end()};
 }
 
 // Each of the settings with each of the values; those of the first value come first.
