@@ -134,9 +134,17 @@ TEST_F(AdaptiveSet, WritesEverySettingAndChoosesWhatWorks) {
     EXPECT_EQ(checked.exitCode, 0);
     EXPECT_THAT(checked.output, HasSubstr("<- " + *folder / "a.xml"));
     EXPECT_EQ(checked.messages, ""); // nothing better was found
-    const auto worse = runOmbrel({"calibrate", "adaptive", "-q", "--grid", *folder / "grid.csv", "--check",
-                                  *folder / "a.xml", "--set", "Kernel=1"});
-    EXPECT_EQ(worse.exitCode, 0) << worse.messages;
+
+    // The same flat fields with the kernel that the filter starts with.
+    std::string worse = fileText(*folder / "a.xml");
+    worse.replace(worse.find("0,-1,0,-1,4"), 11, "0,-1,0,-1,5");
+    writeFileText(*folder / "b.xml", worse);
+    std::filesystem::copy_file(*folder / "a.bin", *folder / "b.bin");
+    const auto warned = runOmbrel(
+        {"calibrate", "adaptive", "-q", "--grid", *folder / "grid.csv", "--check", *folder / "b.xml"});
+    EXPECT_EQ(warned.exitCode, 0);
+    EXPECT_THAT(warned.messages, HasSubstr("other settings leave less"));
+    EXPECT_EQ(fileText(*folder / "b.xml"), worse);
 }
 
 TEST_F(Adaptive, WritesTheHeapAsTheFilterReadsIt) {
