@@ -139,6 +139,7 @@ protected:
 };
 
 TEST_F(DlgBHStgTest, IsOneWindowForGoodThatShowsTheFilterAtEachOpening) {
+    EXPECT_EQ(DlgBHStg(nullptr, filter.get(), &host).size(), QSize(705, 442)) << "before it is laid out";
     DlgBHStg& dialog = open();
     EXPECT_EQ(dialog.windowTitle(), "Beam-hardening Filter Settings");
     EXPECT_FALSE(dialog.isModal());

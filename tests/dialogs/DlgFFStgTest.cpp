@@ -69,6 +69,7 @@ protected:
 };
 
 TEST_F(DlgFFStgTest, ShowsTheStateOfANewFilterWithEverythingEnabled) {
+    EXPECT_EQ(DlgFFStg(nullptr, filter.get()).size(), QSize(372, 309)) << "before it is laid out";
     const auto dialog = open();
     EXPECT_EQ(dialog->windowTitle(), "Flat-field Filter Settings");
     EXPECT_EQ(textOf(*dialog, "edCoeffsData"), "");
