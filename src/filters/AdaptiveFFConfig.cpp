@@ -21,6 +21,8 @@ template <typename... Kinds>
 struct ForEachKind : Kinds... {
     using Kinds::operator()...;
 };
+template <typename... Kinds>
+ForEachKind(Kinds...) -> ForEachKind<Kinds...>;
 
 void writeSetting(const AdaptiveFFSetting& setting, const Cfg& cfg, zt::ISettings& store) {
     const char* key = setting.key;

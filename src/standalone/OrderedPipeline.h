@@ -49,7 +49,7 @@ private:
         bool done = false;
     };
 
-    OrderedPipeline(const Steps& given, std::size_t room) : steps(given), slots(room) {}
+    OrderedPipeline(const Steps& given, std::size_t room) : steps(given), ring(room) {}
 
     template <typename Work>
     void guarded(Work work) {
@@ -67,7 +67,7 @@ private:
     void makeAll() {
         for (zt::u64 number = 0;; ++number) {
             std::unique_lock lock(mutex);
-            freed.wait(lock, [&] { return stopped || number < delivered + slots.size(); });
+            freed.wait(lock, [&] { return stopped || number < delivered + ring.size(); });
             if (stopped)
                 return;
             lock.unlock();
@@ -121,10 +121,10 @@ private:
         doneOne.notify_all();
     }
 
-    Slot& slotOf(zt::u64 number) { return slots[static_cast<std::size_t>(number % slots.size())]; }
+    Slot& slotOf(zt::u64 number) { return ring[static_cast<std::size_t>(number % ring.size())]; }
 
     const Steps& steps;
-    std::vector<Slot> slots;
+    std::vector<Slot> ring;
     std::mutex mutex;
     std::condition_variable freed;
     std::condition_variable madeOne;

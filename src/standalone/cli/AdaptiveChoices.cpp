@@ -33,7 +33,7 @@ std::vector<SettingsValue> fittingTiles(zt::u32 shortSide) {
     std::vector<int> sizes{16, 8, 32, 64};
     const auto tilesASide = [&](int size) { return static_cast<int>(shortSide) / size; };
     std::erase_if(sizes, [&](int size) { return tilesASide(size) < 2; });
-    std::ranges::stable_partition(sizes, [&](int size) { return tilesASide(size) >= 8; });
+    std::stable_partition(sizes.begin(), sizes.end(), [&](int size) { return tilesASide(size) >= 8; });
     if (sizes.empty())
         sizes.push_back(std::max(1, static_cast<int>(shortSide) / 2));
     return {sizes.begin(), sizes.end()};
