@@ -29,6 +29,23 @@ void operator delete(void* memory, std::size_t) noexcept {
     std::free(memory);
 }
 
+// The sanitizers' forms for arrays would not come by here.
+void* operator new[](std::size_t size) {
+    return operator new(size);
+}
+
+void* operator new[](std::size_t size, const std::nothrow_t& nothrow) noexcept {
+    return operator new(size, nothrow);
+}
+
+void operator delete[](void* memory) noexcept {
+    std::free(memory);
+}
+
+void operator delete[](void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
+
 namespace {
 
 using FFFilterAllocationTest = FFFilterFixture;
