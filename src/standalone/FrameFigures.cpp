@@ -8,6 +8,7 @@
 #include <cmath>
 #include <limits>
 #include <numeric>
+#include <type_traits>
 
 namespace ombrel {
 
@@ -25,7 +26,7 @@ struct LaneSums {
     void add(const T* pixels, double origin) {
         for (std::size_t lane = 0; lane < lanes; ++lane) {
             const auto pixel = static_cast<double>(pixels[lane]);
-            const bool isFinite = pixel - pixel == 0;
+            const bool isFinite = std::is_integral_v<T> || pixel - pixel == 0;
             const double distance = isFinite ? pixel - origin : 0;
             sum[lane] += distance;
             squares[lane] += distance * distance;
