@@ -52,10 +52,38 @@ zt::u64 Hdf5Maker::table(const char* name, hid_t type, Extent extent) {
     return address;
 }
 
-void Hdf5Maker::text(const char* name, const std::string& value) {
-    const Hdf5Type type = textType(value.size() + 1);
-    Hdf5Dataset made = dataset(name, type, {});
-    check(H5Dwrite(made, type, H5S_ALL, H5S_ALL, H5P_DEFAULT, value.c_str()) >= 0 && made.close());
+void Hdf5Maker::value(const char* name, hid_t type, Extent extent, const void* bytes) {
+    Hdf5Dataset made = dataset(name, type, extent);
+    check(H5Dwrite(made, type, H5S_ALL, H5S_ALL, H5P_DEFAULT, bytes) >= 0 && made.close());
+}
+
+void Hdf5Maker::text(const char* name, const std::string& text) {
+    value(name, textType(text.size() + 1), {}, text.c_str());
+}
+
+void Hdf5Maker::view(const char* name, hid_t type, Extent frame, const std::vector<PartRecord>& parts,
+                     const void* fill) {
+    const zt::u64 begin = parts.front().begin;
+    std::vector<hsize_t> extent{parts.back().end - begin};
+    extent.insert(extent.end(), frame.begin(), frame.end());
+    const auto spaceOf = [&] {
+        return checked(H5Screate_simple(static_cast<int>(extent.size()), extent.data(), nullptr));
+    };
+    const Hdf5Properties creation{checked(H5Pcreate(H5P_DATASET_CREATE))};
+    check(!fill || H5Pset_fill_value(creation, type, fill) >= 0);
+    const Hdf5Space whole{spaceOf()};
+    for (const PartRecord& part : parts) {
+        std::vector<hsize_t> start(extent.size(), 0);
+        start[0] = part.begin - begin;
+        extent[0] = part.end - part.begin;
+        const Hdf5Space source{spaceOf()};
+        check(H5Sselect_hyperslab(whole, H5S_SELECT_SET, start.data(), nullptr, extent.data(), nullptr) >=
+                  0 &&
+              H5Pset_virtual(creation, whole, part.path.c_str(), name, source) >= 0);
+    }
+    check(H5Sselect_all(whole) >= 0);
+    Hdf5Dataset made{checked(H5Dcreate2(file, name, type, whole, linkCreation, creation, H5P_DEFAULT))};
+    check(made.close());
 }
 
 Hdf5Type Hdf5Maker::textType(std::size_t bytes) const {

@@ -2,9 +2,11 @@
 
 #include "host/Types.h"
 #include "standalone/Hdf5Handle.h"
+#include "standalone/RunRecord.h"
 
 #include <initializer_list>
 #include <string>
+#include <vector>
 
 namespace ombrel {
 
@@ -23,7 +25,14 @@ public:
     Hdf5Dataset dataset(const char* name, hid_t type, Extent extent, Extent chunk = {});
     // A dataset in one piece; returns its address.
     zt::u64 table(const char* name, hid_t type, Extent extent);
+    // A dataset in one piece, with its contents.
+    void value(const char* name, hid_t type, Extent extent, const void* bytes);
     void text(const char* name, const std::string& value);
+    // A dataset that is a view of the datasets of the same name in the parts' files, one behind the other
+    // along the first axis; `frame` is the extent of the others. What a missing part would hold reads as
+    // `fill`, where one is given.
+    void view(const char* name, hid_t type, Extent frame, const std::vector<PartRecord>& parts,
+              const void* fill);
     void close();
 
 private:
