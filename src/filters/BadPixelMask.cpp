@@ -41,8 +41,11 @@ void markZeroPixels(const zt::IMpxFrame& frame, std::span<unsigned char> mask) {
 
 void markExtremeCoefficients(std::span<const double> coefficients, double under, double over,
                              std::span<unsigned char> mask) {
-    for (std::size_t i = 0; i < mask.size(); ++i)
-        mask[i] = (coefficients[i] > over) | (coefficients[i] < under);
+    for (std::size_t i = 0; i < mask.size(); ++i) {
+        const int tooHigh = coefficients[i] > over;
+        const int tooLow = coefficients[i] < under;
+        mask[i] = static_cast<unsigned char>(tooHigh | tooLow);
+    }
 }
 
 void markMaskedPixels(std::span<const unsigned char> deviceMask, std::span<unsigned char> mask) {
