@@ -106,6 +106,10 @@ TEST_F(BadInput, WrongCommandLines) {
     expectRefusal(runOn({"-f", "Binning 2x2", good, "-o", folder / "out.png"}), 2, {"out.png", ".h5"});
     for (const char* range : {"2", "1:1", "2:1", "x:2", "0:4", "3:", "-1:2"})
         expectRefusal(runOn({"-f", "Binning 2x2", good, "-o", output, "--frames", range}), 2, {"--frames"});
+    for (const auto& [option, number] :
+         {std::pair("--acq-time", "nan"), {"--acq-time", "0"}, {"--jobs", "1025"}, {"--device-type", ""}})
+        expectRefusal(runOn({"-f", "Binning 2x2", good, "-o", output, option, number}), 2,
+                      {std::string(option) + ": \"" + number + "\" is not a"});
     EXPECT_EQ(runOmbrel({"sharpen"}).exitCode, 2);
     EXPECT_EQ(runOmbrel({}).exitCode, 2);
     EXPECT_EQ(runOmbrel({"--help"}).exitCode, 0);

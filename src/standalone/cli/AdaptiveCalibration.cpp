@@ -16,6 +16,7 @@
 #include "standalone/cli/UsageError.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <filesystem>
 
@@ -29,10 +30,10 @@ GridPoint parseHole(const std::string& text) {
     const auto fields = splitCsvLine(text);
     std::vector<float> values;
     for (const std::string& field : fields.value_or(std::vector<std::string>()))
-        if (const auto value = readNumber<float>(field))
+        if (const auto value = readNumber<float>(field); value && std::isfinite(*value))
             values.push_back(*value + 0.0f); // not -0
     if (values.size() != 3 || fields->size() != 3)
-        throw UsageError("--hole " + text + ": must be V,T,E");
+        throw UsageError("--hole " + text + ": not a grid point; write V,T,E, three numbers");
     return {values[0], values[1], values[2]};
 }
 

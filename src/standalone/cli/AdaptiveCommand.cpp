@@ -1,5 +1,6 @@
 #include "standalone/cli/AdaptiveCalibration.h"
 #include "standalone/cli/CalibrateCommand.h"
+#include "standalone/cli/NumberCheck.h"
 #include "standalone/cli/UsageError.h"
 
 #include <filesystem>
@@ -43,7 +44,7 @@ void addOptions(CLI::App& command, AdaptiveOptions& options) {
         ->type_name("V,T,E");
     command
         .add_option("--element", options.element, "Side of one sensor element in pixels; default: the width")
-        ->check(CLI::Validator(CLI::PositiveNumber).description(""))
+        ->check(numberCheck<zt::i32>("a whole number above 0", [](zt::i32 side) { return side > 0; }))
         ->type_name("N");
     command
         .add_option("--compensation-mask", options.compensationMask, "A frame that multiplies every frame")

@@ -8,9 +8,7 @@
 #include "standalone/cli/PrivateInterface.h"
 #include "standalone/cli/Session.h"
 #include "standalone/cli/ThicknessMasks.h"
-#include "standalone/cli/UsageError.h"
 
-#include <cmath>
 #include <cstdio>
 
 namespace ombrel::cli {
@@ -63,8 +61,6 @@ void addMasks(Session& session, IBHFilter& filter, const std::vector<ThicknessMa
 } // namespace
 
 void calibrateBeamHardening(const BeamHardeningOptions& options, Console& console) {
-    if (options.acqTime && !(*options.acqTime > 0 && std::isfinite(*options.acqTime)))
-        throw UsageError("--acq-time " + numberText(*options.acqTime) + ": must be above 0");
     const std::vector<ThicknessMask> masks = parseThicknessMasks(options.masks);
     const std::vector<std::string> files = filesOf(masks);
     checkOutputPath(options.output, options.force, files);

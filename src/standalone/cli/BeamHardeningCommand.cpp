@@ -1,5 +1,6 @@
 #include "standalone/cli/BeamHardeningCalibration.h"
 #include "standalone/cli/CalibrateCommand.h"
+#include "standalone/cli/NumberCheck.h"
 
 #include <memory>
 
@@ -21,6 +22,7 @@ void addBeamHardeningCalibration(CLI::App& calibrate, const CommandContext& cont
     command
         ->add_option("--acq-time", options->acqTime,
                      "Acquisition time of every frame, for files that do not tell it")
+        ->check(numberAboveZero())
         ->type_name("SECONDS");
     command->add_flag("--no-interpolate", options->noInterpolation, "Leave bad pixels as they are");
     command->add_flag("--zero-as-bad", options->zeroAsBad, "Pixels that come out as 0 are bad too");

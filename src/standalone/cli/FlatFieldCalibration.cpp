@@ -30,6 +30,8 @@ void checkOptions(const FlatFieldOptions& options) {
                          ": the name must end in \"ffc\", by which such files are known");
     if (options.subFrame && !options.acquisition)
         throw UsageError("--sub-frame goes with --acquisition");
+    if (!options.size.empty())
+        parseFrameSize("--size", options.size);
     std::vector<std::string> outputs{options.output};
     for (const std::string& other : {options.ffcFile, options.asciiFile})
         if (!other.empty())
@@ -155,7 +157,11 @@ void calibrateFlatField(const FlatFieldOptions& options, Console& console) {
     else
         loadFromFiles(session, defineFlats(session, *stack, options), filter);
     writeOutputs(session, link, options);
-    console.message((stack ? std::to_string(stack->frameCount()) + " flat fields: " : "") + options.output);
+    const std::string flats = !stack ? ""
+                              : stack->frameCount() == 1
+                                  ? "1 flat field: "
+                                  : std::to_string(stack->frameCount()) + " flat fields: ";
+    console.message(flats + options.output);
 }
 
 } // namespace ombrel::cli

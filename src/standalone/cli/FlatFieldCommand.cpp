@@ -1,5 +1,6 @@
 #include "standalone/cli/CalibrateCommand.h"
 #include "standalone/cli/FlatFieldCalibration.h"
+#include "standalone/cli/NumberCheck.h"
 
 #include <memory>
 
@@ -22,6 +23,7 @@ void addFlatFieldCalibration(CLI::App& calibrate, const CommandContext& context)
     command->add_flag("--acquisition", options->acquisition,
                       "Sum the frames as measured ones instead of averaging");
     command->add_option("--sub-frame", options->subFrame, "Take the N-th sub-frame of each, counted from 0")
+        ->check(wholeNumber<zt::u32>())
         ->type_name("N");
     command
         ->add_option("--bad", options->bad,

@@ -7,6 +7,7 @@
 #include "standalone/ResidualReport.h"
 #include "standalone/cli/CommandLine.h"
 #include "standalone/cli/Commands.h"
+#include "standalone/cli/NumberCheck.h"
 #include "standalone/cli/UsageError.h"
 
 #include <cmath>
@@ -102,6 +103,7 @@ void addInfoCommand(const CommandContext& context) {
             "frames, beside what photon statistics alone give")
         ->delimiter(',')
         ->expected(4)
+        ->check(wholeNumber<zt::u32>())
         ->type_name("X,Y,W,H");
     command
         ->add_option("--raw", options->raw,

@@ -16,8 +16,8 @@ namespace {
 // The first line of what the parser has to say, with the way to more.
 std::string usageText(const CLI::App& program, const std::string& problem) {
     std::string command = program.get_name();
-    for (const CLI::App* used : program.get_subcommands())
-        command += " " + used->get_name();
+    for (auto used = program.get_subcommands(); !used.empty(); used = used.front()->get_subcommands())
+        command += " " + used.front()->get_name();
     return problem.substr(0, problem.find('\n')) + " (see " + command + " --help)";
 }
 

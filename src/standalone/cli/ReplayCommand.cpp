@@ -1,4 +1,5 @@
 #include "standalone/cli/Commands.h"
+#include "standalone/cli/NumberCheck.h"
 #include "standalone/cli/Replay.h"
 
 #include <memory>
@@ -16,7 +17,7 @@ void addReplayCommand(const CommandContext& context) {
         ->required()
         ->type_name("FILE");
     command->add_option("-j,--jobs", options->jobs, "Correct so many frames at once")
-        ->check(CLI::Range(1U, 1024U).description(""))
+        ->check(wholeNumber(1, 1024))
         ->type_name("N")
         ->capture_default_str();
     command->add_flag("--force", options->force, "Replace an output that exists");

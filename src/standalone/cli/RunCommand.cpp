@@ -1,4 +1,5 @@
 #include "standalone/cli/Commands.h"
+#include "standalone/cli/NumberCheck.h"
 #include "standalone/cli/RunFrames.h"
 
 #include <memory>
@@ -31,7 +32,7 @@ void addOptions(CLI::App& command, RunOptions& options) {
     command.add_option("--frames", options.frames, "Frames A to B-1 of all inputs taken together")
         ->type_name("A:B");
     command.add_option("--acq-time", options.acqTime, "Acquisition time of every frame")
-        ->check(CLI::Validator(CLI::PositiveNumber).description(""))
+        ->check(numberAboveZero())
         ->type_name("SECONDS");
     command.add_flag("--replace", options.replace, "Correct in place instead of asking for a copy");
     CLI::Option* force = command.add_flag("--force", options.force, "Replace an output that exists");
@@ -40,10 +41,11 @@ void addOptions(CLI::App& command, RunOptions& options) {
     command
         .add_option("-j,--jobs", options.jobs,
                     "Correct so many frames at once; the output is the same for every number")
-        ->check(CLI::Range(1U, 1024U).description(""))
+        ->check(wholeNumber(1, 1024))
         ->type_name("N")
         ->capture_default_str();
     command.add_option("--device-type", options.deviceType, "Type of the device behind the chain")
+        ->check(wholeNumber<int>())
         ->type_name("N")
         ->capture_default_str();
     command.add_option("--device-mask", options.deviceMask, "Pixel mask of the device: a frame, 0 is masked")

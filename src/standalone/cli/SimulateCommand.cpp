@@ -1,5 +1,6 @@
 #include "standalone/cli/Commands.h"
 #include "standalone/cli/FrameSize.h"
+#include "standalone/cli/NumberCheck.h"
 #include "standalone/cli/Progress.h"
 #include "standalone/simulation/SimulatedSet.h"
 
@@ -39,26 +40,29 @@ void addSimulateCommand(const CommandContext& context) {
         ->type_name("WxH")
         ->capture_default_str();
     command->add_option("--frames", options->plan.frames, "Frames with the sample")
-        ->check(CLI::Range(1, 1'000'000).description(""))
+        ->check(wholeNumber(1, 1'000'000))
         ->type_name("N")
         ->capture_default_str();
     command->add_option("--flux", options->plan.flux, "Photons a pixel and frame in the open beam")
-        ->check(CLI::Range(1.0, 10'000.0).description(""))
+        ->check(numberCheck<double>("a number from 1 to 10000",
+                                    [](double flux) { return flux >= 1 && flux <= 10'000; }))
         ->type_name("PHOTONS")
         ->capture_default_str();
     command
         ->add_option("--grid-steps", options->plan.gridSteps,
                      "Values of each of V, T and E in the grid for the adaptive filter; 0: no grid")
-        ->check(CLI::IsMember({0, 2, 3, 4, 5, 6, 7, 8, 9}).description(""))
+        ->check(numberCheck<int>("0, or a whole number from 2 to 9",
+                                 [](int steps) { return steps == 0 || (steps >= 2 && steps <= 9); }))
         ->type_name("N")
         ->capture_default_str();
     command
         ->add_option("--wedge-steps", options->plan.wedgeSteps,
                      "Thicknesses of the wedge for the beam-hardening filter, 0.3 mm apart; 0: no wedge")
-        ->check(CLI::Range(0, 20).description(""))
+        ->check(wholeNumber(0, 20))
         ->type_name("N")
         ->capture_default_str();
     command->add_option("--seed", options->plan.seed, "Another seed gives another detector and other noise")
+        ->check(wholeNumber<std::uint64_t>())
         ->type_name("N")
         ->capture_default_str();
     command->add_flag("--force", options->plan.force, "Replace files that are there");
