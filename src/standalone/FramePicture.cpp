@@ -1,14 +1,12 @@
 #include "standalone/FramePicture.h"
 
-#include "host/DataType.h"
 #include "standalone/Error.h"
-#include "standalone/FrameFile.h"
 #include "standalone/PreviewImage.h"
 
 #include <QPainter>
 #include <QString>
 
-#include <span>
+#include <algorithm>
 
 namespace ombrel {
 
@@ -20,17 +18,8 @@ QImage pictureOf(const std::string& path, const std::optional<Region>& wanted) {
     const auto file = FrameFile::open(path, FrameRole::Sample);
     const FrameFileInfo& info = file->info();
     const Region part = wanted.value_or(Region{0, 0, info.width, info.height});
-    if (zt::u64{part.x} + part.width > info.width || zt::u64{part.y} + part.height > info.height)
-        throw Error(path + ": the region reaches beyond the frames of " + std::to_string(info.width) + " x " +
-                    std::to_string(info.height));
-    const FramePtr frame = file->readFrame(0);
-    frame->convertToType(zt::DT_DOUBLE);
-    const auto all = frame->pixels<double>();
-    std::vector<double> pixels;
-    for (zt::u32 y = part.y; y < part.y + part.height; ++y) {
-        const auto row = all.subspan(std::size_t{y} * info.width + part.x, part.width);
-        pixels.insert(pixels.end(), row.begin(), row.end());
-    }
+    checkRegion(part, info);
+    const auto pixels = pixelsOf(*file->readFrame(0), part);
     return greyImage(pixels, part.width, robustLimits(pixels));
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "standalone/RegionReport.h"
+#include "standalone/Region.h"
 
 #include <optional>
 #include <string>

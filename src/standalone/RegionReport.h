@@ -1,18 +1,10 @@
 #pragma once
 
-#include "host/Types.h"
+#include "standalone/Region.h"
 
 #include <string>
 
 namespace ombrel {
-
-// A rectangle of pixels.
-struct Region {
-    zt::u32 x = 0;
-    zt::u32 y = 0;
-    zt::u32 width = 0;
-    zt::u32 height = 0;
-};
 
 // How even the pixels of a region are, as the mean over all frames of a file.
 struct RegionReport {
