@@ -2,12 +2,10 @@
 
 #include "filters/AdaptiveFFSettings.h"
 #include "filters/ClonedFrame.h"
-#include "filters/LogMessage.h"
 #include "host/DataType.h"
 #include "host/ErrorCode.h"
 
 #include <algorithm>
-#include <cstdarg>
 #include <span>
 #include <utility>
 
@@ -22,19 +20,8 @@ constexpr const char* notCorrected = "Cannot filter data - compensation error";
 } // namespace
 
 AdaptiveFF::AdaptiveFF(zt::IZenteo* zenteo, zt::IDevMpx* device)
-    : host(zenteo), dev(device), engine(std::make_unique<c_AIC>()),
-      config(std::make_unique<c_AIC::AICCfg>()) {
-    params = host->createParamMgr();
-}
-
-AdaptiveFF::~AdaptiveFF() {
-    if (params)
-        params->destroy();
-}
-
-bool AdaptiveFF::isDataSupported(zt::IData* data) const {
-    return data->type() == zt::IData::TYPE_FRAME;
-}
+    : DeviceFilter(zenteo, device, zenteo->createParamMgr(), 1), engine(std::make_unique<c_AIC>()),
+      config(std::make_unique<c_AIC::AICCfg>()) {}
 
 zt::IData* AdaptiveFF::filter(const zt::IData* data) {
     if (data->type() != zt::IData::TYPE_FRAME)
@@ -84,18 +71,5 @@ void AdaptiveFF::setAicImageData(const double* data, std::size_t cols, std::size
                            [](double pixel) { return static_cast<float>(pixel); });
     image->reshape_r(static_cast<int>(rows));
 }
-
-template <typename T>
-T AdaptiveFF::logError(T value, const char* format, ...) const {
-    va_list arguments;
-    va_start(arguments, format);
-    logMessage(*host, 1, format, arguments);
-    va_end(arguments);
-    return value;
-}
-
-// The class's other file uses these two.
-template int AdaptiveFF::logError<int>(int, const char*, ...) const;
-template bool AdaptiveFF::logError<bool>(bool, const char*, ...) const;
 
 } // namespace PluginOmbrel

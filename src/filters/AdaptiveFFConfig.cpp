@@ -89,8 +89,8 @@ int AdaptiveFF::saveToSettings(zt::ISettings* settings) {
 }
 
 int AdaptiveFF::loadFromSettings(zt::ISettings* settings) {
-    settingsPath = settings->getFilePath();
-    const std::string dataFile = getFileNameWithoutExt(settingsPath.c_str()) + ".bin";
+    settingsFilePath = settings->getFilePath();
+    const std::string dataFile = getFileNameWithoutExt(settingsFilePath.c_str()) + ".bin";
     if (!fileExists(dataFile))
         return logError(0, "Cannot open data file");
 

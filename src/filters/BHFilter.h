@@ -2,13 +2,10 @@
 
 #include "filters/BHMask.h"
 #include "filters/Buffer.h"
+#include "filters/DeviceFilter.h"
 #include "filters/MaskWalk.h"
 #include "host/IBHFilter.h"
-#include "host/IDataFilter.h"
-#include "host/IDevMpx.h"
 #include "host/IMpxFrame.h"
-#include "host/IParamMgr.h"
-#include "host/IZenteo.h"
 
 #include <functional>
 #include <memory>
@@ -27,7 +24,7 @@ class DlgBHStg;
 //
 // It needs masks, added or from settings, in the order of ascending thickness. Masks, the mask of bad pixels
 // and its working copy live on from frame to frame, so one instance corrects one frame at a time.
-class BHFilter : public zt::IDataFilter, public IBHFilter {
+class BHFilter : public DeviceFilter, public IBHFilter {
 public:
     using Masks = std::vector<std::unique_ptr<BHMask>>;
 
@@ -36,18 +33,13 @@ public:
 
     BHFilter(zt::IZenteo* zenteo, zt::IDevMpx* device);
 
-    int filterType() const override { return 1; }
     void filterNameStr(zt::IString* out) const override { out->set("Beam-hardening"); }
     void filterDescriptionStr(zt::IString* out) const override {
         out->set("Beam-hardening correction of frame");
     }
-    zt::IDevMpx* device() const override { return dev; }
-    bool isDataSupported(zt::IData* data) const override { return data->type() == zt::IData::TYPE_FRAME; }
     zt::IDataFilter* createNewInstance() const override { return new BHFilter(host, dev); }
     zt::IData* filter(const zt::IData* data) override;
     int filterReplace(zt::IData* data) override;
-    // Null: the filter has no parameters.
-    zt::IParamMgr* parameters() const override { return params; }
     bool hasConfigGUI() const override { return true; }
     // Defined with the dialogs.
     void showConfigGUI() override;
@@ -55,7 +47,6 @@ public:
     // Masks that the store does not hold whole are passed over, with a line in the log each.
     int loadFromSettings(zt::ISettings* settings) override;
     void* privateInterface() override { return static_cast<IBHFilter*>(this); }
-    void destroy() override { delete this; }
     ~BHFilter() override;
 
     int addMaskFromFile(const char* path, double thickness, double acqTime) override;
@@ -90,8 +81,7 @@ public:
     // Turns the values of masks that still are counts into logarithms of the count rate. Ends, with a line in
     // the log, at a mask without a time.
     void logarithmMasks();
-    // Does nothing until settings were loaded, which tell the file.
-    void saveToSettingsFile();
+    using DeviceFilter::saveToSettingsFile;
 
 private:
     friend class DlgBHStg;
@@ -116,15 +106,7 @@ private:
     bool readTable(zt::ISettings& settings, int index, const char* key, Buffer<double>& table,
                    std::size_t size) const;
 
-    template <typename T>
-    T logError(T value, const char* format, ...) const;
-
-    mutable std::string lastErrorText;
-    zt::IZenteo* host;
-    zt::IDevMpx* dev;
-    zt::IParamMgr* params = nullptr;
     Masks maskList;
-    std::string settingsFilePath;
     Buffer<unsigned char> badPixels;         // one byte a pixel; a bad pixel's is not 0
     Buffer<unsigned char> workMask;          // what interpolation knows of pixels, from frame to frame
     DlgBHStg* configDialog = nullptr;        // never deleted here

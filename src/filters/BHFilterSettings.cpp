@@ -42,15 +42,6 @@ int BHFilter::saveToSettings(zt::ISettings* settings) {
     return 0;
 }
 
-void BHFilter::saveToSettingsFile() {
-    if (settingsFilePath.empty())
-        return;
-    zt::ISettings* const settings = host->createSettings(settingsFilePath.c_str(), 1);
-    saveToSettings(settings);
-    settings->save();
-    settings->destroy();
-}
-
 int BHFilter::loadFromSettings(zt::ISettings* settings) {
     settingsFilePath = settings->getFilePath();
     removeAllMasks();

@@ -1,12 +1,10 @@
 #include "filters/Binning2x2.h"
 
 #include "filters/ClonedFrame.h"
-#include "filters/LogMessage.h"
 #include "host/DataType.h"
 #include "host/IMpxFrame.h"
 #include "host/RefDataBuff.h"
 
-#include <cstdarg>
 #include <cstddef>
 
 namespace PluginOmbrel {
@@ -42,21 +40,12 @@ void binFrame(zt::IMpxFrame& frame) {
 } // namespace
 
 Binning2x2::Binning2x2(zt::IZenteo* zenteo, zt::IDevMpx* device)
-    : host(zenteo), dev(device), params(zenteo->createParamMgr()) {
+    : DeviceFilter(zenteo, device, zenteo->createParamMgr(), 0) {
     initParams();
-}
-
-Binning2x2::~Binning2x2() {
-    if (params)
-        params->destroy();
 }
 
 void Binning2x2::initParams() {
     params->createString("Version", "Version", "1.0", nullptr, nullptr, zt::PARAM_CREATE_READ_ONLY);
-}
-
-bool Binning2x2::isDataSupported(zt::IData* data) const {
-    return data->type() == zt::IData::TYPE_FRAME;
 }
 
 zt::IData* Binning2x2::filter(const zt::IData* data) {
@@ -72,15 +61,6 @@ int Binning2x2::filterReplace(zt::IData* data) {
         return logError(0, notAFrame);
     binFrame(static_cast<zt::IMpxFrame&>(*data));
     return 0;
-}
-
-template <typename T>
-T Binning2x2::logError(T value, const char* format, ...) const {
-    va_list arguments;
-    va_start(arguments, format);
-    logMessage(*host, 0, format, arguments);
-    va_end(arguments);
-    return value;
 }
 
 } // namespace PluginOmbrel

@@ -1,9 +1,6 @@
 #pragma once
 
-#include "host/IDataFilter.h"
-#include "host/IDevMpx.h"
-#include "host/IParamMgr.h"
-#include "host/IZenteo.h"
+#include "filters/DeviceFilter.h"
 
 namespace PluginOmbrel {
 
@@ -12,35 +9,23 @@ namespace PluginOmbrel {
 // A last odd column pairs with the first pixel of the next row, a last odd row with what lies behind the
 // pixels: a frame must own room for width + 1 more elements. It has no state, so that one instance may work
 // on several frames at once.
-class Binning2x2 : public zt::IDataFilter {
+class Binning2x2 : public DeviceFilter {
 public:
     Binning2x2(zt::IZenteo* zenteo, zt::IDevMpx* device);
 
-    int filterType() const override { return 1; }
     void filterNameStr(zt::IString* out) const override { out->set("Binning 2x2"); }
     void filterDescriptionStr(zt::IString* out) const override { out->set("Binning 2x2"); }
-    zt::IDevMpx* device() const override { return dev; }
-    bool isDataSupported(zt::IData* data) const override;
     zt::IDataFilter* createNewInstance() const override { return new Binning2x2(host, dev); }
     zt::IData* filter(const zt::IData* data) override;
     int filterReplace(zt::IData* data) override;
-    zt::IParamMgr* parameters() const override { return params; }
     bool hasConfigGUI() const override { return false; }
     void showConfigGUI() override {}
     int saveToSettings(zt::ISettings*) override { return 0; }
     int loadFromSettings(zt::ISettings*) override { return 0; }
     void* privateInterface() override { return nullptr; }
-    void destroy() override { delete this; }
-    ~Binning2x2() override;
 
 private:
     void initParams();
-    template <typename T>
-    T logError(T value, const char* format, ...) const;
-
-    zt::IZenteo* host;
-    zt::IDevMpx* dev;
-    zt::IParamMgr* params = nullptr;
 };
 
 } // namespace PluginOmbrel

@@ -1,14 +1,11 @@
 #pragma once
 
 #include "filters/Buffer.h"
+#include "filters/DeviceFilter.h"
 #include "filters/FrameSum.h"
 #include "host/DataBuff.h"
-#include "host/IDataFilter.h"
-#include "host/IDevMpx.h"
 #include "host/IFFFilter.h"
 #include "host/IMpxFrame.h"
-#include "host/IParamMgr.h"
-#include "host/IZenteo.h"
 
 #include <string>
 #include <vector>
@@ -21,27 +18,21 @@ namespace PluginOmbrel {
 //
 // It needs coefficients, from one of its loading operations or from settings, and refuses frames until then.
 // The mask of bad pixels lives on from frame to frame, so one instance corrects one frame at a time.
-class FFFilter : public zt::IDataFilter, public IFFFilter {
+class FFFilter : public DeviceFilter, public IFFFilter {
 public:
     FFFilter(zt::IZenteo* zenteo, zt::IDevMpx* device);
 
-    int filterType() const override { return 1; }
     void filterNameStr(zt::IString* out) const override { out->set("Flat-Field"); }
     void filterDescriptionStr(zt::IString* out) const override { out->set("Flat-field correction of frame"); }
-    zt::IDevMpx* device() const override { return dev; }
-    bool isDataSupported(zt::IData* data) const override { return data->type() == zt::IData::TYPE_FRAME; }
     zt::IDataFilter* createNewInstance() const override { return new FFFilter(host, dev); }
     zt::IData* filter(const zt::IData* data) override;
     int filterReplace(zt::IData* data) override;
-    zt::IParamMgr* parameters() const override { return params; }
     bool hasConfigGUI() const override { return true; }
     // Defined with the dialogs. Ends by saving to the settings file.
     void showConfigGUI() override;
     int saveToSettings(zt::ISettings* settings) override;
     int loadFromSettings(zt::ISettings* settings) override;
     void* privateInterface() override { return static_cast<IFFFilter*>(this); }
-    void destroy() override { delete this; }
-    ~FFFilter() override;
 
     int loadCoefficientsFromFile(const char* path, bool asciiFormat) override;
     // The mean of all frames of all files. A file that fails is logged and passed over; the result is the
@@ -69,8 +60,7 @@ public:
     // Makes coefficients of the flat field in the table, for pixels and for columns. Returns 0, or
     // ERR_INVALID_INPUT when the table is smaller than the device, with coefficients of 1 instead.
     int prepareCoefficients();
-    // Does nothing until settings were loaded, which tell the file.
-    void saveToSettingsFile();
+    using DeviceFilter::saveToSettingsFile;
 
     // Each makes the mask of bad pixels anew.
     void generateBadPixelMaskFromZeroPixels(const zt::IMpxFrame* frame);
@@ -107,13 +97,6 @@ private:
     // False, with a line in the log, when the store holds no table of that size.
     bool readTable(zt::ISettings& settings, const char* key, int size, Buffer<double>& table) const;
 
-    template <typename T>
-    T logError(T value, const char* format, ...) const;
-
-    zt::IZenteo* host;
-    zt::IDevMpx* dev;
-    zt::IParamMgr* params;
-    std::string settingsFilePath;
     Buffer<double> coeffs;           // one a pixel, row by row
     Buffer<double> tdiCoeffs;        // one a detector column
     Buffer<unsigned char> badPixels; // one byte a pixel; a bad pixel's is not 0

@@ -34,15 +34,6 @@ int FFFilter::saveToSettings(zt::ISettings* settings) {
     return 0;
 }
 
-void FFFilter::saveToSettingsFile() {
-    if (settingsFilePath.empty())
-        return;
-    zt::ISettings* const settings = host->createSettings(settingsFilePath.c_str(), 1);
-    saveToSettings(settings);
-    settings->save();
-    settings->destroy();
-}
-
 int FFFilter::loadFromSettings(zt::ISettings* settings) {
     settingsFilePath = settings->getFilePath();
     interpolateBadPixelsOn = settings->getBool(group, "Interpolate", interpolateBadPixelsOn);
