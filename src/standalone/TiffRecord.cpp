@@ -1,11 +1,11 @@
 #include "standalone/TiffRecord.h"
 
 #include "host/DataType.h"
-#include "standalone/AtomicFile.h"
 #include "standalone/Error.h"
 #include "standalone/FileDescriptor.h"
 #include "standalone/FrameFile.h"
 #include "standalone/FrameRowJson.h"
+#include "standalone/JsonFile.h"
 #include "standalone/PixelType.h"
 
 #include <QJsonDocument>
@@ -109,10 +109,7 @@ void TiffRecord::write() {
     const auto start = Clock::now();
     QJsonObject all = json;
     all.insert("frames", rows);
-    const QByteArray text = QJsonDocument(all).toJson();
-    AtomicFile file(path);
-    file.write(std::as_bytes(std::span(text.data(), static_cast<std::size_t>(text.size()))));
-    file.commit();
+    writeJsonFile(path, all);
     const auto end = Clock::now();
     nextWrite = end + std::max<Clock::duration>(shortest, share * (end - start));
 }

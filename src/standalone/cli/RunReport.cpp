@@ -1,7 +1,7 @@
 #include "standalone/cli/RunReport.h"
 
-#include "standalone/AtomicFile.h"
 #include "standalone/FrameRowJson.h"
+#include "standalone/JsonFile.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -25,10 +25,7 @@ void writeReport(const std::string& path, const RunReport& report) {
         {"failed", failed},
         {"frames", frames},
     };
-    const QByteArray text = QJsonDocument(json).toJson();
-    AtomicFile file(path);
-    file.write(std::as_bytes(std::span(text.data(), static_cast<std::size_t>(text.size()))));
-    file.commit();
+    writeJsonFile(path, json);
 }
 
 } // namespace ombrel::cli

@@ -1,14 +1,13 @@
 #include "standalone/simulation/SimulatedSet.h"
 
-#include "standalone/AtomicFile.h"
 #include "standalone/Error.h"
+#include "standalone/JsonFile.h"
 #include "standalone/simulation/GridPart.h"
 #include "standalone/simulation/ImagingPart.h"
 #include "standalone/simulation/SetPart.h"
 #include "standalone/simulation/WedgePart.h"
 
 #include <QJsonArray>
-#include <QJsonDocument>
 #include <QJsonObject>
 
 #include <memory>
@@ -58,18 +57,17 @@ QJsonArray indexList(const std::vector<std::size_t>& pixels) {
     return list;
 }
 
-QByteArray description(const SetPlan& plan, const DetectorModel& detector) {
-    const QJsonObject document{{"width", static_cast<qint64>(plan.width)},
-                               {"height", static_cast<qint64>(plan.height)},
-                               {"frames", static_cast<qint64>(plan.frames)},
-                               {"flats", static_cast<qint64>(plan.flats)},
-                               {"photonsPerPixelAndFrame", plan.flux},
-                               {"gridSteps", static_cast<qint64>(plan.gridSteps)},
-                               {"wedgeSteps", static_cast<qint64>(plan.wedgeSteps)},
-                               {"seed", QString::number(plan.seed)},
-                               {"deadPixels", indexList(detector.deadPixels())},
-                               {"hotPixels", indexList(detector.hotPixels())}};
-    return QJsonDocument(document).toJson();
+QJsonObject description(const SetPlan& plan, const DetectorModel& detector) {
+    return {{"width", static_cast<qint64>(plan.width)},
+            {"height", static_cast<qint64>(plan.height)},
+            {"frames", static_cast<qint64>(plan.frames)},
+            {"flats", static_cast<qint64>(plan.flats)},
+            {"photonsPerPixelAndFrame", plan.flux},
+            {"gridSteps", static_cast<qint64>(plan.gridSteps)},
+            {"wedgeSteps", static_cast<qint64>(plan.wedgeSteps)},
+            {"seed", QString::number(plan.seed)},
+            {"deadPixels", indexList(detector.deadPixels())},
+            {"hotPixels", indexList(detector.hotPixels())}};
 }
 
 } // namespace
@@ -88,10 +86,7 @@ std::vector<std::string> writeSet(const SetPlan& plan, const std::function<void(
     const SetContext context{plan, detector, exposure, advanced};
     for (const auto& part : partsOf(plan))
         part->write(context);
-    const QByteArray about = description(plan, detector);
-    AtomicFile file(context.pathOf(aboutName));
-    file.write(std::as_bytes(std::span(about.constData(), about.size())));
-    file.commit();
+    writeJsonFile(context.pathOf(aboutName), description(plan, detector));
     return filesOf(plan);
 }
 
