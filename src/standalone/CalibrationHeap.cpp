@@ -33,11 +33,9 @@ private:
     std::vector<std::byte> gathered;
 };
 
-void writeBlock(AtomicFile& file, const ImageView& image) {
-    const Fields sides =
-        Fields().add(static_cast<zt::i32>(image.width)).add(static_cast<zt::i32>(image.height));
-    file.write(sides.bytes());
-    file.write(std::as_bytes(image.pixels));
+void writeBlock(AtomicFile& file, zt::u32 width, zt::u32 height, std::span<const float> pixels) {
+    file.write(Fields().add(static_cast<zt::i32>(width)).add(static_cast<zt::i32>(height)).bytes());
+    file.write(std::as_bytes(pixels));
 }
 
 // Readers count pixels in 32 bits.
@@ -52,15 +50,6 @@ std::string sizeText(zt::u32 width, zt::u32 height) {
 
 } // namespace
 
-void writeImageBlock(const std::string& path, const ImageView& image) {
-    if (!isImageSize(image.width, image.height) || image.pixels.size() != zt::u64{image.width} * image.height)
-        throw Error(path + ": " + std::to_string(image.pixels.size()) + " pixels are no image of " +
-                    sizeText(image.width, image.height));
-    AtomicFile file(path);
-    writeBlock(file, image);
-    file.commit();
-}
-
 CalibrationHeap::CalibrationHeap(const std::string& path, const CalibrationGrid& grid,
                                  const HeapSettings& settings)
     : file(path), width(settings.width), height(settings.height) {
@@ -73,7 +62,7 @@ CalibrationHeap::CalibrationHeap(const std::string& path, const CalibrationGrid&
     file.write(Fields().add(settings.elementSize).add(zt::i32{masked}).bytes());
     if (masked) {
         checkPixels(settings.compensationMask.size(), "the compensation mask");
-        writeBlock(file, {width, height, settings.compensationMask});
+        writeBlock(file, width, height, settings.compensationMask);
     }
     file.write(Fields().addCounted(grid.v()).addCounted(grid.t()).addCounted(grid.e()).bytes());
 }
@@ -83,7 +72,7 @@ void CalibrationHeap::append(std::span<const float> pixels) {
     if (next == isHole.size())
         throw std::logic_error("CalibrationHeap: more images than grid points");
     checkPixels(pixels.size(), "a calibration image");
-    writeBlock(file, {width, height, pixels});
+    writeBlock(file, width, height, pixels);
     ++next;
 }
 
@@ -97,7 +86,7 @@ void CalibrationHeap::commit() {
 void CalibrationHeap::writeHoles() {
     static constexpr float pixel[1] = {0};
     for (; next < isHole.size() && isHole[next]; ++next)
-        writeBlock(file, {1, 1, pixel});
+        writeBlock(file, 1, 1, pixel);
 }
 
 void CalibrationHeap::checkPixels(std::size_t count, const std::string& what) const {

@@ -11,17 +11,6 @@
 
 namespace ombrel {
 
-// A float image, row by row, that someone else owns.
-struct ImageView {
-    zt::u32 width = 0;
-    zt::u32 height = 0;
-    std::span<const float> pixels;
-};
-
-// Writes a file that holds one image block, as masks of the adaptive filter are read: columns and rows as
-// signed 32-bit integers, then the pixels as floats. Replaces it in one step; throws Error.
-void writeImageBlock(const std::string& path, const ImageView& image);
-
 // What a heap file holds beside the images of its grid.
 struct HeapSettings {
     zt::i32 elementSize = 0; // side of one sensor element in pixels

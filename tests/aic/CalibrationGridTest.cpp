@@ -55,25 +55,6 @@ TEST_F(CalibrationGrid, movesItsCursorInListOrderOverHoles) {
     EXPECT_EQ(found, store.Images.begin());
 }
 
-TEST_F(CalibrationGrid, walksAlongAnAxisOverHolesButNotIntoTheNextLine) {
-    HeapBytes heap = heapOf({1, 2, 3}, {1, 2}, {1, 2, 3});
-    for (int i = 0; i < 18; ++i) {
-        i == 6 || i == 1 ? heap.hole() : heap.pair(static_cast<float>(i), 0);
-    }
-    ASSERT_EQ(load(heap), 0);
-    EXPECT_EQ(next(0, Store::ParamV), 12);
-    EXPECT_EQ(next(0, Store::ParamT), 3);
-    EXPECT_EQ(next(0, Store::ParamE), 2);
-    EXPECT_EQ(next(2, Store::ParamE), Store::ResultNoNext);
-    EXPECT_EQ(next(3, Store::ParamT), Store::ResultNoNext);
-    EXPECT_EQ(next(17, Store::ParamE), Store::ResultNoNext);
-    EXPECT_EQ(previous(12, Store::ParamV), 0);
-    EXPECT_EQ(previous(2, Store::ParamE), 0);
-    EXPECT_EQ(previous(3, Store::ParamE), Store::ResultNoPrevious);
-    EXPECT_EQ(previous(0, Store::ParamV), Store::ResultNoPrevious);
-    EXPECT_EQ(logText(), "");
-}
-
 TEST_F(CalibrationGrid, saysWhichAxisItDoesNotKnow) {
     ASSERT_EQ(load(heapOf({1}, {1}, {1}).pair(1, 2)), 0);
     Store::Position found{};
@@ -106,27 +87,6 @@ TEST_F(CalibrationGrid, fillsMidpointsFromTheAxisNearestToZero) {
     EXPECT_EQ(image(13).at(1, 0), (image(10).at(1, 0) + image(16).at(1, 0)) / 2);
     EXPECT_EQ(store.Current - store.Images.begin(), 26);
     EXPECT_TRUE(std::ranges::none_of(store.Images, [](const auto& point) { return point.Image.empty(); }));
-}
-
-TEST_F(CalibrationGrid, fillsStoredHolesAndForeignSizesThatHaveNeighbours) {
-    HeapBytes heap = heapOf({1}, {1}, {1, 2, 4, 5});
-    heap.pair(3, 3).hole().block(3, 1, {1, 1, 1}).pair(15, 15);
-    ASSERT_EQ(load(heap, 1), 0);
-    EXPECT_EQ(image(2).at(0, 0), 6);
-    EXPECT_FALSE(store.Images[2].Interpolated);
-    EXPECT_EQ(image(4).cols(), 2);
-    EXPECT_EQ(image(4).at(0, 0), 12);
-    ASSERT_EQ(load(heapOf({1}, {1}, {1, 2}).hole().pair(1, 2), 1), 0);
-    EXPECT_TRUE(image(0).empty()); // no neighbour before it
-    ASSERT_EQ(load(heap), 0);
-    EXPECT_TRUE(image(1).empty()); // without interpolation holes stay
-}
-
-TEST_F(CalibrationGrid, dividesByZeroBetweenEqualParameters) {
-    ASSERT_EQ(load(heapOf({1}, {1}, {2, 2}).pair(1, 2).pair(3, 2), 1), 0);
-    EXPECT_THAT(image(1).at(0, 0), IsNan());
-    ASSERT_EQ(load(heapOf({1}, {1}, {1}).pair(3, 2), 1), 0);
-    EXPECT_EQ(store.Images.size(), 1u);
 }
 
 TEST_F(CalibrationGrid, leavesAPointThatNoAxisCanFill) {

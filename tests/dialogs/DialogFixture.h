@@ -1,32 +1,18 @@
 #pragma once
 
 #include "fixtures/FileText.h"
+#include "fixtures/FilterTests.h"
 #include "fixtures/Hdf5Builder.h"
 #include "fixtures/ModalUser.h"
-#include "fixtures/TemporaryFolder.h"
 #include "fixtures/WidgetActions.h"
-#include "standalone/Host.h"
 
 #include <QSettings>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include <algorithm>
 #include <filesystem>
-#include <memory>
-#include <string>
-#include <utility>
-#include <vector>
 
-using Values = std::vector<double>;
-
-// A host with a device of 3 x 2 pixels, and an empty memory of file dialogs.
-class DialogFixture : public testing::Test {
+// A device of 3 x 2 pixels, and an empty memory of file dialogs.
+class DialogFixture : public FilterTests<3, 2> {
 protected:
-    struct Destroy {
-        void operator()(zt::IDataFilter* filter) const { filter->destroy(); }
-    };
-
     DialogFixture() { QSettings(QSettings::IniFormat, QSettings::UserScope, "Morvane", "Zenteo").clear(); }
 
     static std::string remembered(const char* key) {
@@ -49,12 +35,6 @@ protected:
         return folder / name;
     }
 
-    static ombrel::FramePtr frameOf(const Values& pixels) {
-        auto frame = ombrel::Frame::create(3, 2, zt::DT_DOUBLE);
-        std::ranges::copy(pixels, frame->pixels<double>().begin());
-        return frame;
-    }
-
     // Makes these the device's last acquisition, of 2 seconds a frame.
     void measure(const std::vector<Values>& frames) {
         std::vector<ombrel::FramePtr> acquired;
@@ -65,11 +45,5 @@ protected:
         device.setAcquisition(std::move(acquired));
     }
 
-    std::vector<std::string> takeLog() { return std::exchange(log, {}); }
-
-    TemporaryFolder folder;
-    std::vector<std::string> log;
-    ombrel::Host host{[this](const std::string& line) { log.push_back(line); }};
-    ombrel::Device& device = host.addDevice(1, 3, 2);
     ModalUser user;
 };

@@ -52,12 +52,7 @@ protected:
     // What the filter makes of a frame of ones.
     Values coefficients() {
         filter->setInterpolateBadMaskedPixels(false);
-        const auto frame = frameOf(Values(6, 1.0));
-        const ombrel::FramePtr result(static_cast<ombrel::Frame*>(filter->filter(frame.get())));
-        if (!result)
-            return {};
-        const auto pixels = result->pixels<double>();
-        return {pixels.begin(), pixels.end()};
+        return corrected(*filter, *frameOf(Values(6, 1.0)));
     }
 
     std::string matrixFile(const std::string& name, const std::string& numbers) {
@@ -222,26 +217,6 @@ TEST_F(DlgFFStgTest, TakesMeasuredFrames) {
     click(*dialog, "btCoeffLastFrame");
     EXPECT_EQ(textOf(*dialog, "edCoeffsData"), "<From last measured frame>");
     EXPECT_THAT(coefficients(), ElementsAre(1.0 / 3, 1, 1, 1, 1, 1.0 / 7));
-}
-
-TEST_F(DlgFFStgTest, AsksForASubFrameOfMeasuredFrames) {
-    auto frame = frameOf(Values(6, 9.0));
-    frame->addSubFrame(frameOf(Values(6, 1.0)));
-    auto second = frameOf({1, 1, 1, 1, 1, 4});
-    second->setName("second");
-    frame->addSubFrame(std::move(second));
-    std::vector<ombrel::FramePtr> acquired;
-    acquired.push_back(std::move(frame));
-    device.setAcquisition(std::move(acquired));
-
-    const auto dialog = open();
-    user.meets<QInputDialog>([](QInputDialog& question) {
-        EXPECT_EQ(question.labelText(), "Select sub-frame for Flat-Field correction");
-        question.setTextValue("second");
-        QTest::keyClick(&question, Qt::Key_Return);
-    });
-    click(*dialog, "btCoeffLastFrame");
-    EXPECT_THAT(coefficients(), ElementsAre(1, 1, 1, 1, 1, 0.25));
 }
 
 TEST_F(DlgFFStgTest, AMaskFileIsNamedInTheFieldAndSwitchesTheDeviceMaskOff) {

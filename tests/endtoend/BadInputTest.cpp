@@ -78,17 +78,6 @@ TEST_F(BadInput, FilesThatAreNoFrames) {
     expectUnreadable(goodHdf5 + "::/no/such", {"/no/such"});
 }
 
-TEST_F(BadInput, FilesThatAreCutOff) {
-    for (const double part : {0.02, 0.5, 0.95}) {
-        writeTiff(good, stack);
-        truncate(good, part);
-        expectUnreadable(good, {});
-        writeHdf5(goodHdf5, stack);
-        truncate(goodHdf5, part);
-        expectUnreadable(goodHdf5, {});
-    }
-}
-
 TEST_F(BadInput, FramesOfTwoSizes) {
     writeTiff(folder / "other.tif", ImageStack<zt::u16>{5, 4, std::vector<zt::u16>(20)});
     expectRefusal(runOn({"-f", "Binning 2x2", good, folder / "other.tif", "-o", output}), 1,

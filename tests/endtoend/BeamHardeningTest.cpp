@@ -101,27 +101,6 @@ TEST_F(BeamHardening, FillsZerosOnlyWhenTheyAreBad) {
     EXPECT_EQ(mapOf(folder / "frames.tif")[2], 0);
 }
 
-TEST_F(BeamHardening, LeavesPixelsThatAreNoNumbersWhatTheyAre) {
-    auto arguments = writeMasks();
-    arguments.push_back("--no-interpolate");
-    ASSERT_EQ(calibrate(arguments).exitCode, 0);
-    writeHdf5(folder / "frames.h5", ImageStack<double>{2, 2, {notANumber, HUGE_VAL, -HUGE_VAL, 700}});
-    const auto map = mapOf(folder / "frames.h5");
-    ASSERT_EQ(map.size(), 4u);
-    EXPECT_TRUE(std::isnan(map[0]));
-    EXPECT_EQ(map[1], -HUGE_VAL);
-    EXPECT_EQ(map[2], 0);
-    EXPECT_THAT(map[3], DoubleNear(betweenOpenAndOne, 1e-14));
-
-    // A mask pixel that is none counts like one of no counts.
-    writeHdf5(folder / "odd.h5", ImageStack<double>{2, 2, {notANumber, HUGE_VAL, -1, 2000}});
-    ASSERT_EQ(calibrate({"--mask", "0=" + folder / "odd.h5", "--mask", "1=" + folder / "two.tif",
-                         "--acq-time", "2"})
-                  .exitCode,
-              0);
-    EXPECT_EQ(mapOf(folder / "frames.h5").size(), 4u);
-}
-
 TEST_F(BeamHardening, RefusesWhatGivesNoMasksAndWritesNothing) {
     writeMasks();
     writeTiff(folder / "wide.tif", ImageStack<zt::u16>{3, 2, {1, 2, 3, 4, 5, 6}});
@@ -151,34 +130,6 @@ TEST_F(BeamHardening, TellsOfMasksThatCannotGiveThicknesses) {
                 HasSubstr("the mask of thickness 2 is no darker than that of 1 (1000 against 250 counts"));
     EXPECT_THAT(calibrate({"--mask", "1=" + folder / "two.tif", "--acq-time", "1"}).messages,
                 HasSubstr("one mask alone gives no thickness"));
-}
-
-TEST_F(BeamHardening, MeetsDamagedSettingsWithWords) {
-    const auto arguments = writeMasks();
-    writeTiff(folder / "frames.tif", ImageStack<zt::u16>{2, 2, {700, 700, 700, 700}});
-    const auto refuse = [&](const std::string& from, const std::string& to, const std::string& words) {
-        ASSERT_EQ(calibrate(arguments).exitCode, 0);
-        damage(from, to);
-        const auto result = run(folder / "frames.tif");
-        EXPECT_EQ(result.exitCode, 1) << to;
-        EXPECT_THAT(result.messages, HasSubstr(words));
-    };
-    const auto item = [](const std::string& key, const std::string& value) {
-        return "<item key=\"" + key + "\" type=\"int\">" + value + "<";
-    };
-    refuse(item("MaskCount", "3"), item("MaskCount", "2000000000"), "2000000000 masks");
-    refuse(item("MaskCount", "3"), item("MaskCount", "-3"), "-3 masks");
-    refuse(item("Size", "4"), item("Size", "2000000000"), "does not hold 2000000000 values");
-    refuse(item("Size", "4"), item("Size", "-4"), "Invalid size");
-    refuse(item("Width", "2"), item("Width", "3"), "does not hold 3 values");
-    // Masks of another size than the frames, all of them or one alone.
-    refuse(item("Size", "4"), item("Size", "3"), "Frame dimensions do not match");
-    refuse("<group name=\"Mask1\">",
-           "<group name=\"Gone\">" + item("Size", "4") +
-               "/item></group>"
-               "<group name=\"Mask1\">" +
-               item("Size", "3") + "/item></group><group name=\"Lost\">",
-           "does not hold 3 values");
 }
 
 TEST_F(BeamHardening, LeavesPhotonStatisticsInASimulatedSet) {

@@ -2,6 +2,7 @@
 
 #include "fixtures/PlainBinning.h"
 #include "host/DataType.h"
+#include "host/IObject.h"
 #include "host/String.h"
 #include "standalone/Frame.h"
 #include "standalone/Host.h"
@@ -99,6 +100,39 @@ TEST(Plugin, GivesEachPixelDetectorItsFiltersAndOthersNone) {
         EXPECT_TRUE(LoadedHost({type}).host.filters().registrations().empty()) << type;
 }
 
+TEST(Plugin, FiltersTellWhatTheyAre) {
+    LoadedHost loaded({1});
+    std::vector<std::string> told;
+    for (const auto& entry : loaded.host.filters().registrations()) {
+        zt::String description;
+        entry.filter->filterDescriptionStr(&description);
+        const auto* const own = static_cast<zt::IObject*>(entry.filter->privateInterface());
+        zt::IParamMgr* const params = entry.filter->parameters();
+        const zt::IParam* const version = params ? params->param("Version") : nullptr;
+        told.push_back(LoadedHost::nameOf(*entry.filter) + "|" + description.get() + "|" +
+                       (version ? version->getString() : "-") + "|" +
+                       (own ? std::to_string(own->getObjectID()) + own->getObjectName() : "-") +
+                       (entry.filter->hasConfigGUI() ? "|window" : ""));
+    }
+    EXPECT_THAT(
+        told,
+        ElementsAre("Flat-Field|Flat-field correction of frame|1.0|1442418610FlatFieldFilterInterface|window",
+                    "Beam-hardening|Beam-hardening correction of frame|-|1442418600BHFilterInterface|window",
+                    "Binning 2x2|Binning 2x2|1.0|-", "AdaptiveFF|Adaptive flat-field correction|-|-"));
+}
+
+TEST(Plugin, FiltersRefuseWhatIsNoFrameInOneLineEach) {
+    LoadedHost loaded({1});
+    OtherData other;
+    for (const auto& entry : loaded.host.filters().registrations()) {
+        const std::string name = LoadedHost::nameOf(*entry.filter);
+        EXPECT_FALSE(entry.filter->isDataSupported(&other));
+        EXPECT_EQ(entry.filter->filter(&other), nullptr);
+        EXPECT_EQ(entry.filter->filterReplace(&other), name == "Beam-hardening" ? -1005 : 0) << name;
+    }
+    EXPECT_EQ(loaded.logged, std::vector<std::string>(8, "Cannot filter data that is not of type IMpxFrame"));
+}
+
 TEST(Plugin, RegistersASecondSetWhenInitializedAgain) {
     LoadedHost loaded({2});
     const std::size_t once = loaded.host.filters().registrations().size();
@@ -138,17 +172,6 @@ TEST(Binning, WorksInPlaceForEverySizeOddOnesIncluded) {
                     ElementsAreArray(binnedPlainly({pixels.begin(), pixels.end()}, width, height)))
             << width << " x " << height;
     }
-}
-
-TEST(Binning, RefusesOtherDataInOneLineEach) {
-    LoadedHost loaded({1});
-    OtherData other;
-    zt::IDataFilter& filter = loaded.filter("Binning 2x2");
-    EXPECT_FALSE(filter.isDataSupported(&other));
-    EXPECT_EQ(filter.filter(&other), nullptr);
-    EXPECT_EQ(filter.filterReplace(&other), 0);
-    const std::string words = "Cannot filter data that is not of type IMpxFrame";
-    EXPECT_THAT(loaded.logged, ElementsAre(words, words));
 }
 
 TEST(Binning, LeavesNoFrameBehind) {

@@ -16,9 +16,9 @@ std::vector<double> valuesOf(const PluginOmbrel::Buffer<double>& buffer) {
 }
 
 TEST_F(BHFilterMasksTest, takesFramesOfThreeTypesAndTheMeansOfTheirColumns) {
-    EXPECT_EQ(filter->addMaskFromFrame(typedFrame<short>(zt::DT_I16, {-1, 2, 3, 4}, 2).get(), 1, 3), 0);
-    EXPECT_EQ(
-        filter->addMaskFromFrame(typedFrame<zt::u32>(zt::DT_U32, {4000000000u, 2, 3, 4}, 2).get(), 2, 3), 0);
+    EXPECT_EQ(filter->addMaskFromFrame(frameOf<short>(zt::DT_I16, {-1, 2, 3, 4}, 2).get(), 1, 3), 0);
+    EXPECT_EQ(filter->addMaskFromFrame(frameOf<zt::u32>(zt::DT_U32, {4000000000u, 2, 3, 4}, 2).get(), 2, 3),
+              0);
     EXPECT_EQ(filter->addMaskFromFrame(frameOf({0.5, 2, 3, 4}, 2).get(), 3, 3), 0);
     ASSERT_EQ(filter->masks().size(), 3u);
     EXPECT_THAT(valuesOf(filter->masks()[0]->data), ElementsAre(-1, 2, 3, 4));
@@ -30,7 +30,7 @@ TEST_F(BHFilterMasksTest, takesFramesOfThreeTypesAndTheMeansOfTheirColumns) {
 
 TEST_F(BHFilterMasksTest, refusesWhatIsNoMaskAndKeepsItsSize) {
     EXPECT_EQ(filter->addMaskFromFrame(nullptr, 1, 1), -1005);
-    EXPECT_EQ(filter->addMaskFromFrame(typedFrame<zt::u16>(zt::DT_U16, {1, 2, 3, 4}).get(), 1, 1), -1005);
+    EXPECT_EQ(filter->addMaskFromFrame(frameOf<zt::u16>(zt::DT_U16, {1, 2, 3, 4}).get(), 1, 1), -1005);
     EXPECT_THAT(takeLog(),
                 ElementsAre("Frame cannot be null", "Cannot make a mask of a frame of data type 3"));
     EXPECT_EQ(addMask(Values(12, 1), 1), 0);

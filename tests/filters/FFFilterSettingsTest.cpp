@@ -58,16 +58,6 @@ TEST_F(FFFilterSettingsTest, withoutCoefficientsNothingIsStored) {
     EXPECT_FALSE(store->getBool("FF", "UseTDI", false));
 }
 
-TEST_F(FFFilterSettingsTest, theSettingsFileIsTheOneLoadedFrom) {
-    filter = filterWith({1, 2, 3, 4, 5, 6});
-    filter->saveToSettingsFile();
-    EXPECT_FALSE(std::filesystem::exists(path));
-    filter->loadFromSettings(store.get());
-    takeLog();
-    filter->showConfigGUI();
-    EXPECT_TRUE(std::filesystem::exists(path));
-}
-
 TEST_F(FFFilterSettingsTest, theLimitsForCoefficientsAreRead) {
     filter = filterWith({1, 1, 1, 1, 3, 1});
     filter->saveToSettings(store.get());

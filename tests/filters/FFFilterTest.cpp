@@ -11,38 +11,6 @@ constexpr const char* noCoefficients = "No flat-field coefficients loaded";
 constexpr const char* sizesDiffer = "Frame dimensions do not match";
 constexpr const char* maskSizesDiffer = "Cannot interpolate bad pixels - frame dimensions do not match";
 
-struct OtherData : zt::IData {
-    int type() const override { return 2; }
-    void addRef() override {}
-    void release() override {}
-    void destroy() override {}
-    IData* clone() const override { return nullptr; }
-};
-
-TEST_F(FFFilterTest, showsWhatItIs) {
-    zt::String text;
-    filter->filterNameStr(&text);
-    EXPECT_STREQ(text.get(), "Flat-Field");
-    filter->filterDescriptionStr(&text);
-    EXPECT_STREQ(text.get(), "Flat-field correction of frame");
-    EXPECT_EQ(filter->device(), &device);
-    EXPECT_EQ(filter->parameters()->param("Version")->getString(), "1.0");
-    auto* const own = static_cast<IFFFilter*>(filter->privateInterface());
-    EXPECT_EQ(own->getObjectID(), 1442418610u);
-    EXPECT_STREQ(own->getObjectName(), "FlatFieldFilterInterface");
-    EXPECT_EQ(filter->badPixelMaskName, "<Zero pixels>");
-}
-
-TEST_F(FFFilterTest, aNewInstanceTakesNothingOver) {
-    const Filter configured = filterWith({1, 2, 3, 4, 5, 6});
-    configured->useTDI(true);
-    const Filter fresh(static_cast<PluginOmbrel::FFFilter*>(configured->createNewInstance()));
-    EXPECT_TRUE(fresh->interpolateBadAndMaskedPixels());
-    EXPECT_FALSE(fresh->isUsingTDI());
-    EXPECT_THAT(corrected(*fresh, *frameOf(Values(6, 1))), IsEmpty());
-    EXPECT_THAT(takeLog(), ElementsAre(noCoefficients));
-}
-
 TEST_F(FFFilterTest, refusesInOneLineAndLeavesTheFrame) {
     filter->setUseZeroPixelsForBadPixels(true);
     const auto frame = frameOf<zt::u16>(zt::DT_U16, {1, 2, 3, 4, 5, 6});
@@ -55,13 +23,6 @@ TEST_F(FFFilterTest, refusesInOneLineAndLeavesTheFrame) {
     EXPECT_EQ(small->filterReplace(frame.get()), 0);
     EXPECT_THAT(takeLog(), ElementsAre(sizesDiffer, sizesDiffer));
     EXPECT_EQ(frame->frameDataType(), zt::DT_U16);
-
-    OtherData other;
-    EXPECT_FALSE(filter->isDataSupported(&other));
-    EXPECT_TRUE(filter->isDataSupported(frame.get()));
-    EXPECT_EQ(filter->filter(&other), nullptr);
-    EXPECT_EQ(filter->filterReplace(&other), 0);
-    EXPECT_THAT(takeLog(), testing::Each("Cannot filter data that is not of type IMpxFrame"));
 }
 
 TEST_F(FFFilterTest, multipliesACopyOrTheFrameItself) {
@@ -99,20 +60,6 @@ TEST_F(FFFilterTest, withoutCoefficientsOfColumnsTdiTakesThoseOfPixels) {
     const auto inPlace = frameOf(Values(6, 1));
     prepared->filterReplace(inPlace.get());
     EXPECT_EQ(pixelsOf(*inPlace), (Values{1, 2, 3, 4, 5, 6}));
-}
-
-TEST_F(FFFilterTest, setsTheSourcesOfBadPixelsAsAPair) {
-    filter->setUseFFCoeffsForBadPixels(true);
-    EXPECT_TRUE(filter->useFFCoeffsForBadPixels());
-    EXPECT_FALSE(filter->useZeroPixelsForBadPixels());
-    EXPECT_EQ(filter->badPixelMaskName, "<Bad FF pixels>");
-    filter->setUseZeroPixelsForBadPixels(false);
-    EXPECT_FALSE(filter->useFFCoeffsForBadPixels());
-    EXPECT_FALSE(filter->useZeroPixelsForBadPixels());
-    EXPECT_EQ(filter->badPixelMaskName, "<Zero pixels>");
-    EXPECT_EQ(filter->loadBadPixelMaskFromFile("/a/mask.txt", true), 0);
-    EXPECT_FALSE(filter->useDeviceMaskForBadPixels());
-    EXPECT_EQ(filter->badPixelMaskName, "/a/mask.txt");
 }
 
 // Frames that are 4 but for one pixel; where that is interpolated, all are 4.

@@ -113,14 +113,6 @@ TEST(PropertyItem, TakesEditsAndSaysWhetherTheyChangedIt) {
     EXPECT_FALSE(flag.setData(false, Qt::DisplayRole));
 }
 
-TEST(PropertyItem, StoresEachKindInItsType) {
-    EXPECT_EQ(QLongProperty("", 1, 0, 9, true).getValue().typeId(), QMetaType::LongLong);
-    EXPECT_EQ(QULongProperty("", 1, 0, 9, true).getValue().typeId(), QMetaType::ULongLong);
-    EXPECT_EQ(QDoubleProperty("", 1, 0, 9, 2, true).getValue().typeId(), QMetaType::Double);
-    EXPECT_EQ(QStringProperty("", {}, true).getValue().typeId(), QMetaType::QString);
-    EXPECT_FALSE(QListProperty("", true).getValue().isValid());
-}
-
 TEST(PropertyItem, EditsIntegersWithinInt) {
     QIntegerProperty number("", 700, 0, 500, true);
     EXPECT_EQ(rangeOf(number), "500 in 0..500");

@@ -56,23 +56,6 @@ protected:
 
 } // namespace
 
-TEST_F(ChainTest, CopyLeavesTheInputAndReplaceKeepsTheFrame) {
-    const FramePtr input = frame();
-    const Frame* inPlace = nullptr;
-    script.filterReplace = [&](zt::IData* data) {
-        inPlace = static_cast<Frame*>(static_cast<zt::IMpxFrame*>(data));
-        static_cast<zt::IMpxFrame*>(data)->convertToType(zt::DT_DOUBLE);
-        return 0;
-    };
-    input->addRef();
-    const FrameResult copied = chain.apply(FramePtr(input.get()), ApplyMode::Copy);
-    EXPECT_NE(copied.frame.get(), input.get());
-    input->addRef();
-    const FrameResult replaced = chain.apply(FramePtr(input.get()), ApplyMode::Replace);
-    EXPECT_EQ(replaced.frame.get(), input.get());
-    EXPECT_EQ(inPlace, input.get());
-}
-
 TEST_F(ChainTest, EveryHandOverFindsARoomOfZeros) {
     const auto dirtyRoom = [](Frame& each) {
         std::ranges::fill(std::span(each.pixels<double>().data() + each.size(), 4), 7.0);

@@ -119,45 +119,8 @@ TEST_P(FrameOutputOf, KeepsPixelsAsTheyAreStored) {
     }
 }
 
-TEST_P(FrameOutputOf, StandsWithTheFramesDoneWhenTheRunStops) {
-    {
-        const auto output = FrameOutput::create(plan(5));
-        for (const zt::u64 frame : {0U, 1U, 2U}) {
-            append(*output, pixelsOf(frame));
-            expectFrames(static_cast<zt::u32>(frame) + 1);
-        }
-    }
-    EXPECT_EQ(FrameFile::open(path)->info().frames, 3U);
-    expectFrames(3);
-    EXPECT_EQ(filesInFolder(), isHdf5() ? 1U : 2U);
-}
-
 TEST_P(FrameOutputOf, IsNoFileWithoutAFrame) {
     FrameOutput::create(plan(5)).reset();
-    EXPECT_EQ(filesInFolder(), 0U);
-}
-
-TEST_P(FrameOutputOf, ReplacesWhatStandsThereWhenItIsWhole) {
-    writeFileText(path, "words");
-    const auto output = FrameOutput::create(plan(1));
-    append(*output, pixelsOf(0));
-    output->finish();
-    expectFrames(1);
-    EXPECT_EQ(filesInFolder(), isHdf5() ? 1U : 2U);
-}
-
-TEST_P(FrameOutputOf, LeavesNothingWhereItFindsNoRoom) {
-    EXPECT_TRUE(withFileSizeLimit(2'000, [&] {
-        try {
-            const auto output = FrameOutput::create(plan(100));
-            EXPECT_FALSE(isHdf5()) << "the room was not taken beforehand";
-            append(*output, pixelsOf(0));
-        } catch (const Error& error) {
-            const std::string text = error.what();
-            return text.starts_with(path + ": ") && text.find('\n') == std::string::npos && !HasFailure();
-        }
-        return false;
-    }));
     EXPECT_EQ(filesInFolder(), 0U);
 }
 
@@ -190,56 +153,6 @@ TEST_P(FrameOutputOf, FindsThePlaceOfEachOfManyFrames) {
     ASSERT_EQ(pixels.size(), 2U * frames);
     for (zt::u32 frame = 0; frame < frames; ++frame)
         ASSERT_EQ(pixels[2 * frame], frame);
-}
-
-TEST_P(FrameOutputOf, HoldsEveryReportedFrameAfterAKill) {
-    std::mt19937 random(20);
-    zt::u32 mostReported = 0;
-    for (int round = 0; round < 25; ++round) {
-        fs::remove(path);
-        int pipeEnds[2];
-        ASSERT_EQ(pipe(pipeEnds), 0);
-        const pid_t child = fork();
-        if (child == 0) {
-            constexpr zt::u32 frames = 4000;
-            const auto output = FrameOutput::create(plan(frames));
-            for (zt::u32 done = 0; done < frames; ++done) {
-                append(*output, pixelsOf(done));
-                if (write(pipeEnds[1], "+", 1) != 1)
-                    _exit(1);
-            }
-            pause();
-        }
-        close(pipeEnds[1]);
-        char reports[512];
-        zt::u32 reported = static_cast<zt::u32>(read(pipeEnds[0], reports, 1)); // it has begun
-        usleep(random() % 20'000);
-        kill(child, SIGKILL);
-        for (ssize_t count = 0; (count = read(pipeEnds[0], reports, sizeof reports)) > 0;)
-            reported += static_cast<zt::u32>(count);
-        close(pipeEnds[0]);
-        waitpid(child, nullptr, 0);
-        ASSERT_GE(reported, 1U);
-        expectFrames(reported);
-        mostReported = std::max(mostReported, reported);
-    }
-    EXPECT_GT(mostReported, 10U) << "the kills came before there was anything to lose";
-}
-
-TEST_P(FrameOutputOf, TellsWhyItCannotBeMade) {
-    const auto refusal = [](const std::string& place) -> std::string {
-        try {
-            FrameOutput::create(outputOf(place, 1, 1, 1));
-            return "no refusal";
-        } catch (const Error& error) {
-            return error.what();
-        }
-    };
-    const std::string inMissing = folder / "missing/%s%n" + GetParam();
-    EXPECT_THAT(refusal(inMissing), ::testing::StartsWith(inMissing + ": "));
-    EXPECT_THAT(refusal(inMissing), HasSubstr("No such file or directory"));
-    fs::create_directory(path);
-    EXPECT_THAT(refusal(path), HasSubstr("no regular file"));
 }
 
 TEST_P(FrameOutputOf, IsGoneOnWithBehindItsFrames) {

@@ -30,18 +30,3 @@ TEST(FrameStack, CountsFramesThroughAllFiles) {
     EXPECT_EQ(stack.where(3), folder / "two" + ", frame 0");
     EXPECT_EQ(stack.where(5), folder / "three" + ", frame 1");
 }
-
-TEST(FrameStack, RefusesFramesOfTwoSizes) {
-    const TemporaryFolder folder;
-    writeTiff<zt::u16>(folder / "one%n", {2, 1, {0, 0}});
-    writeHdf5<zt::u16>(folder / "two", {1, 2, {0, 0}});
-    try {
-        FrameStack({folder / "one%n", folder / "one%n", folder / "two"}, FrameRole::Any);
-        ADD_FAILURE() << "no refusal";
-    } catch (const Error& error) {
-        EXPECT_THAT(error.what(), AllOf(HasSubstr(folder / "one%n" + " has 2 x 1"),
-                                        HasSubstr(folder / "two" + " has 1 x 2")));
-    }
-    EXPECT_THROW(FrameStack({folder / "one%n", folder / "missing"}, FrameRole::Any), Error);
-    EXPECT_THROW(FrameStack({}, FrameRole::Any), Error);
-}

@@ -69,7 +69,3 @@ TEST(PluginLibrary, AnEntryThatGivesNothingIsRefused) {
     EXPECT_EQ(entryError([]() -> zt::IZtPlugin* { throw std::runtime_error("no licence"); }),
               "p.so: ztGetPlugin failed: no licence");
 }
-
-TEST(PluginLibrary, AGivenPathWins) {
-    EXPECT_EQ(PluginLibrary::find("some/where.so"), "some/where.so");
-}

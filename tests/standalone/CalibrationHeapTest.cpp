@@ -1,0 +1,36 @@
+#include "standalone/CalibrationHeap.h"
+
+#include "fixtures/FileText.h"
+#include "fixtures/TemporaryFolder.h"
+#include "standalone/Error.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <stdexcept>
+
+using ombrel::CalibrationGrid;
+using ombrel::CalibrationHeap;
+using ombrel::GridPoint;
+
+TEST(CalibrationHeap, LeavesTheOldFileAloneUntilTheNewOneIsWhole) {
+    const TemporaryFolder folder;
+    const std::string path = folder / "set.bin";
+    const CalibrationGrid grid(std::vector<GridPoint>{{1, 5, 0}, {3, 5, 0}}, {});
+    ombrel::HeapSettings settings{.elementSize = 4, .width = 3, .height = 2, .compensationMask = {}};
+    writeFileText(path, "old");
+    {
+        CalibrationHeap heap(path, grid, settings);
+        heap.append(std::vector<float>(6));
+        EXPECT_THROW(heap.append(std::vector<float>(5)), ombrel::Error);
+        EXPECT_THROW(heap.commit(), std::logic_error);
+    }
+    settings.compensationMask = std::span(grid.v());
+    EXPECT_THROW(CalibrationHeap(path, grid, settings), ombrel::Error);
+    for (const auto& [width, height] : {std::pair(1u, 2u), {2, 0}, {1 << 16, 1 << 16}}) {
+        settings = {.elementSize = 4, .width = width, .height = height, .compensationMask = {}};
+        EXPECT_THROW(CalibrationHeap(path, grid, settings), ombrel::Error);
+    }
+    EXPECT_EQ(fileText(path), "old");
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path), {}), 1);
+}
