@@ -1,7 +1,6 @@
 #include "aic/AICImage.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <limits>

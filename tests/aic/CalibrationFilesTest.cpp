@@ -10,7 +10,6 @@
 
 using ::testing::ElementsAre;
 using ::testing::EndsWith;
-using ::testing::HasSubstr;
 
 namespace {
 

@@ -15,20 +15,6 @@ using Store = c_CalibrationImages;
 
 class CalibrationGrid : public HeapFixture {
 protected:
-    // The first pixel of the grid point that a walk along an axis finds, or the outcome where there is none.
-    float next(int start, Store::ParamType axis, bool includeInterpolated = true) {
-        Store::Position found{};
-        auto result = Store::ResultOk;
-        EXPECT_EQ(store.GetNextImage(store.Images.begin() + start, found, axis, &result, includeInterpolated),
-                  0);
-        return result == Store::ResultOk ? found->Image.at(0, 0) : static_cast<float>(result);
-    }
-    float previous(int start, Store::ParamType axis) {
-        Store::Position found{};
-        auto result = Store::ResultOk;
-        EXPECT_EQ(store.GetPreviousImage(store.Images.begin() + start, found, axis, &result, true), 0);
-        return result == Store::ResultOk ? found->Image.at(0, 0) : static_cast<float>(result);
-    }
     const AICImage& image(std::size_t point) const { return store.Images.at(point).Image; }
 };
 

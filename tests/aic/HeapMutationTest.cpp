@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <cstdlib>
 #include <random>
 #include <stdexcept>
@@ -28,52 +27,24 @@ HeapBytes intactHeap() {
     return heap;
 }
 
-class Mutator {
-public:
-    explicit Mutator(unsigned seed) : random(seed) {}
-
-    void mutate(std::string& bytes) {
-        for (unsigned count = 1 + random() % 3; count > 0 && bytes.size() >= 8; --count) {
-            mutateOnce(bytes);
-        }
+void mutate(std::string& bytes, std::mt19937& random) {
+    static constexpr std::int32_t stumbles[] = {0,       1,       2,       -1,         -3,
+                                                1 << 16, 1 << 20, 1 << 28, 0x7fffffff, -0x7fffffff - 1};
+    const std::size_t place = random() % (bytes.size() - 7) & ~std::size_t{3}; // where fields begin
+    switch (random() % 4) {
+    case 0:
+        bytes[place + random() % 2] = static_cast<char>(random());
+        break;
+    case 1:
+        bytes.replace(place, 4, reinterpret_cast<const char*>(&stumbles[random() % std::size(stumbles)]), 4);
+        break;
+    case 2:
+        bytes.insert(place, bytes, random() % bytes.size(), random() % 32);
+        break;
+    default:
+        bytes.erase(place, random() % 32);
     }
-
-private:
-    void mutateOnce(std::string& bytes) {
-        std::size_t place = random() % (bytes.size() - 7);
-        if (random() % 16 != 0) {
-            place &= ~std::size_t{2}; // seldom the upper bytes of a length
-        }
-        switch (random() % 6) {
-        case 0:
-            bytes[place] = static_cast<char>(random());
-            break;
-        case 1:
-            bytes[place] = static_cast<char>(bytes[place] ^ (1 << random() % 8));
-            break;
-        case 2: // whole numbers of the kinds that lengths stumble over, where fields stand
-            overwrite(bytes, place & ~std::size_t{3});
-            break;
-        case 3:
-            bytes.resize(place);
-            break;
-        case 4:
-            bytes.insert(place, bytes, random() % bytes.size(), random() % 32);
-            break;
-        default:
-            bytes.erase(place, random() % 32);
-        }
-    }
-    void overwrite(std::string& bytes, std::size_t place) {
-        static constexpr std::int32_t numbers[] = {
-            0,          1,         2, -1, -3, 5, 255, 1 << 16, 1 << 20, 1 << 28, 0x7fffffff, -0x7fffffff - 1,
-            0x7fc00000, 0x7f800000};
-        const std::int32_t number = numbers[random() % std::size(numbers)];
-        bytes.replace(place, sizeof number, reinterpret_cast<const char*>(&number), sizeof number);
-    }
-
-    std::mt19937 random;
-};
+}
 
 // Goes everywhere a caller may go.
 void walkEverywhere(Store& store) {
@@ -89,8 +60,6 @@ void walkEverywhere(Store& store) {
         for (const auto axis : {Store::ParamV, Store::ParamT, Store::ParamE}) {
             store.GetNextImage(from, found, axis, &result, true);
             ASSERT_TRUE(result != Store::ResultOk || store.hasImage(*found));
-            store.GetPreviousImage(from, found, axis, &result, false);
-            ASSERT_TRUE(result != Store::ResultOk || store.hasImage(*found));
         }
     }
 }
@@ -98,33 +67,28 @@ void walkEverywhere(Store& store) {
 class HeapMutation : public HeapFixture {};
 
 TEST_F(HeapMutation, leavesALoadedStoreWholeOrFails) {
-    const std::string intact = intactHeap().bytes;
-    Mutator random(8);
+    std::mt19937 random(8);
     int loaded = 0;
-    int refused = 0;
     for (int round = 0; round < mutationCount(); ++round) {
         SCOPED_TRACE(round);
-        HeapBytes heap{intact};
-        random.mutate(heap.bytes);
-        Store mutated;
-        writeFileText(heapPath, heap.bytes);
-        int status = -1;
+        HeapBytes heap = intactHeap();
+        for (unsigned count = 1 + random() % 3; count > 0; --count) {
+            mutate(heap.bytes, random);
+        }
         try {
-            status = mutated.Init(heapPath, static_cast<Store::InterpolationType>(round % 2), log);
+            if (load(heap, round % 2) == 0) {
+                ++loaded;
+                walkEverywhere(store);
+            }
         } catch (const std::length_error&) {
             // an image with one negative side
-        }
-        ++(status == 0 ? loaded : refused);
-        if (status == 0) {
-            ASSERT_EQ(mutated.Current, round % 2 == 0 ? mutated.Images.begin() : mutated.Images.end() - 1);
-            walkEverywhere(mutated);
         }
         if (HasFatalFailure()) {
             return;
         }
     }
-    EXPECT_GT(loaded, 0);
-    EXPECT_GT(refused, 0);
+    EXPECT_GT(loaded, mutationCount() / 10);
+    EXPECT_LT(loaded, mutationCount());
 }
 
 } // namespace

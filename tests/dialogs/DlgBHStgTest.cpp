@@ -182,7 +182,7 @@ TEST_F(DlgBHStgTest, FilesOfOneBatchBecomeOneMask) {
     EXPECT_THAT(rows(dialog), ElementsAre("Mask 1 | 1 | 4"));
     EXPECT_EQ(mask(0).data.span()[5], 207);
 
-    user.meets<QFileDialog>([](QFileDialog& picker) { cancel(picker); });
+    user.meets<QFileDialog>(cancelling);
     click(dialog, "btAddFile");
     EXPECT_EQ(rows(dialog).size(), 1u);
     EXPECT_EQ(remembered("DefaultOpenFileDir"), "") << "this picker has no memory";
@@ -217,9 +217,6 @@ TEST_F(DlgBHStgTest, TakesDropsOfUrlsOnly) {
     QMimeData text;
     text.setText("no file");
     EXPECT_FALSE(drop(dialog, text));
-    QMimeData noUrls;
-    noUrls.setData("text/uri-list", "");
-    drop(dialog, noUrls);
     QMimeData remote;
     remote.setUrls({QUrl("https://example.org/mask.h5")});
     user.meets<QInputDialog>(answering(1)).meets<QMessageBox>(notLoaded);
@@ -299,21 +296,14 @@ TEST_F(DlgBHStgTest, ASavedConfigurationLoadsAgainButLeavesTheBoxes) {
     click(dialog, "chbZeroPixels");
     EXPECT_FALSE(filter->isInterpolateBadPixelsEnabled());
     EXPECT_TRUE(filter->isUseZeroPixelsAsBadEnabled());
-    user.meets<QFileDialog>([&](QFileDialog& picker) {
-        EXPECT_EQ(picker.windowTitle(), "Save BH config");
-        EXPECT_EQ(picker.nameFilters(), QStringList{"BH Config (*.xml)"});
-        chooseFile(picker, folder / "bh");
-    });
+    user.meets<QFileDialog>(choosingIn("Save BH config", {"BH Config (*.xml)"}, folder / "bh"));
     click(dialog, "btSaveBH");
     EXPECT_EQ(remembered("bh/save"), folder.path);
 
     click(dialog, "btRemoveAll");
     click(dialog, "chbInterpolate");
     click(dialog, "chbZeroPixels");
-    user.meets<QFileDialog>([&](QFileDialog& picker) {
-        EXPECT_EQ(picker.windowTitle(), "Load BH config");
-        chooseFile(picker, folder / "bh.xml");
-    });
+    user.meets<QFileDialog>(choosingIn("Load BH config", {"BH Config (*.xml)"}, folder / "bh.xml"));
     click(dialog, "btLoadBH");
     EXPECT_EQ(remembered("bh/load"), folder.path);
     EXPECT_THAT(rows(dialog), ElementsAre("Mask 1 | 2 | 1", "Mask 2 | 1 | 1")) << "saved unsorted";
@@ -331,19 +321,10 @@ TEST_F(DlgBHStgTest, LoadsAndSavesBadPixels) {
     addMask(1);
     writeFileText(folder / "bad.txt", "0 0 1 0 0 0");
     DlgBHStg& dialog = open();
-    user.meets<QFileDialog>([&](QFileDialog& picker) {
-        EXPECT_EQ(picker.windowTitle(), "Load Bad Pixels");
-        EXPECT_EQ(picker.nameFilters(), QStringList{"Data Files (*.txt *.zmf)"});
-        chooseFile(picker, folder / "bad.txt");
-    });
+    user.meets<QFileDialog>(choosingIn("Load Bad Pixels", {"Data Files (*.txt *.zmf)"}, folder / "bad.txt"));
     click(dialog, "btLoadBadPixels");
     EXPECT_EQ(remembered("bh/badpixload"), folder.path);
-    user.meets<QFileDialog>([&](QFileDialog& picker) {
-        EXPECT_EQ(picker.windowTitle(), "Load Bad Pixels");
-        EXPECT_EQ(picker.acceptMode(), QFileDialog::AcceptSave);
-        EXPECT_EQ(picker.nameFilters(), QStringList{"ASCII Matrix (*.txt)"});
-        chooseFile(picker, folder / "saved");
-    });
+    user.meets<QFileDialog>(choosingIn("Load Bad Pixels", {"ASCII Matrix (*.txt)"}, folder / "saved"));
     click(dialog, "btSaveBadPixels");
     EXPECT_EQ(remembered("bh/badpixsave"), folder.path);
     EXPECT_EQ(fileText(folder / "saved.txt").substr(0, 5), "0 0 1");
@@ -352,7 +333,7 @@ TEST_F(DlgBHStgTest, LoadsAndSavesBadPixels) {
     user.meets<QFileDialog>(choosing(unwritable("nowhere.txt")));
     click(dialog, "btSaveBadPixels");
     for (const char* button : {"btLoadBH", "btSaveBH", "btLoadBadPixels", "btSaveBadPixels"}) {
-        user.meets<QFileDialog>([](QFileDialog& picker) { cancel(picker); });
+        user.meets<QFileDialog>(cancelling);
         click(dialog, button);
     }
 }

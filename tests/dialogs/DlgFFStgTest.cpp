@@ -63,9 +63,9 @@ protected:
     std::unique_ptr<FFFilter, Destroy> filter{new FFFilter(&host, &device)};
 };
 
-TEST_F(DlgFFStgTest, ShowsTheStateOfANewFilterWithEverythingEnabled) {
+TEST_F(DlgFFStgTest, ShowsWhateverTheFilterIsSetToWithEverythingEnabled) {
     EXPECT_EQ(DlgFFStg(nullptr, filter.get()).size(), QSize(372, 309)) << "before it is laid out";
-    const auto dialog = open();
+    auto dialog = open();
     EXPECT_EQ(dialog->windowTitle(), "Flat-field Filter Settings");
     EXPECT_EQ(textOf(*dialog, "edCoeffsData"), "");
     EXPECT_EQ(textOf(*dialog, "edMaskData"), "<Zero pixels>");
@@ -75,15 +75,13 @@ TEST_F(DlgFFStgTest, ShowsTheStateOfANewFilterWithEverythingEnabled) {
         EXPECT_TRUE(widget->isEnabled() && widget->isVisible()) << widget->objectName().toStdString();
     for (const char* field : {"edCoeffsData", "edMaskData"})
         EXPECT_TRUE(child<QLineEdit>(*dialog, field).isReadOnly());
-}
 
-TEST_F(DlgFFStgTest, ShowsWhateverTheFilterIsSetTo) {
     filter->coeffsSourceName = "/some/where \xC3\xBC";
     filter->setInterpolateBadMaskedPixels(false);
     filter->setUseDeviceMaskForBadPixels(false);
     filter->useTDI(true);
     filter->setUseFFCoeffsForBadPixels(true);
-    const auto dialog = open();
+    dialog = open();
     EXPECT_EQ(textOf(*dialog, "edCoeffsData"), "/some/where \xC3\xBC");
     EXPECT_EQ(textOf(*dialog, "edMaskData"), "<Bad FF pixels>");
     EXPECT_THAT(boxes(*dialog), ElementsAre(false, false, true));
@@ -155,7 +153,7 @@ TEST_F(DlgFFStgTest, ALoadThatFailsOrIsCancelledLeavesTheField) {
     EXPECT_THAT(takeLog(), ElementsAre(HasSubstr("short.txt")));
     EXPECT_EQ(textOf(*open(), "edCoeffsData"), folder / "short.txt") << "until it is opened anew";
 
-    user.meets<QFileDialog>([](QFileDialog& picker) { cancel(picker); });
+    user.meets<QFileDialog>(cancelling);
     click(*dialog, "btCoeffLoad");
     EXPECT_EQ(textOf(*dialog, "edCoeffsData"), folder / "good.txt");
 }
@@ -167,12 +165,7 @@ TEST_F(DlgFFStgTest, SavesCoefficientsThatLoadAgainUnderAnyFileType) {
     const Values expected = coefficients();
     EXPECT_THAT(expected, ElementsAre(4, 2, 1, 1, 1, 0.5));
 
-    user.meets<QFileDialog>([&](QFileDialog& picker) {
-        EXPECT_EQ(picker.windowTitle(), "Load Flat-field coefficients");
-        EXPECT_EQ(picker.acceptMode(), QFileDialog::AcceptSave);
-        EXPECT_EQ(picker.nameFilters(), QStringList{binaryCoeffs});
-        chooseFile(picker, folder / "table");
-    });
+    user.meets<QFileDialog>(choosingIn("Load Flat-field coefficients", {binaryCoeffs}, folder / "table"));
     click(*dialog, "btCoeffSave");
     EXPECT_EQ(std::filesystem::file_size(folder / "table.ffc"), 48u);
     EXPECT_EQ(remembered("ff/save"), folder.path);
@@ -199,7 +192,7 @@ TEST_F(DlgFFStgTest, ASaveThatFailsIsToldByTheLogAlone) {
     click(*dialog, "btCoeffSave");
     EXPECT_THAT(takeLog(), ElementsAre(HasSubstr("table.ffc")));
 
-    user.meets<QFileDialog>([](QFileDialog& picker) { cancel(picker); });
+    user.meets<QFileDialog>(cancelling);
     click(*dialog, "btCoeffSave");
     EXPECT_THAT(log, IsEmpty());
 }
@@ -222,11 +215,7 @@ TEST_F(DlgFFStgTest, TakesMeasuredFrames) {
 TEST_F(DlgFFStgTest, AMaskFileIsNamedInTheFieldAndSwitchesTheDeviceMaskOff) {
     const std::string mask = matrixFile("mask \xC3\xA9.txt", "0 0 0 0 0 1");
     const auto dialog = open();
-    user.meets<QFileDialog>([&](QFileDialog& picker) {
-        EXPECT_EQ(picker.windowTitle(), "Load Flat-field bad pixel mask");
-        EXPECT_EQ(picker.nameFilters(), (QStringList{asciiMask, binaryMask}));
-        chooseFile(picker, mask);
-    });
+    user.meets<QFileDialog>(choosingIn("Load Flat-field bad pixel mask", {asciiMask, binaryMask}, mask));
     click(*dialog, "rbMaskFile");
     EXPECT_EQ(textOf(*dialog, "edMaskData"), mask);
     EXPECT_THAT(chosen(*dialog), ElementsAre("rbMaskFile"));
@@ -248,7 +237,7 @@ TEST_F(DlgFFStgTest, AMaskFileIsNamedInTheFieldAndSwitchesTheDeviceMaskOff) {
 
 TEST_F(DlgFFStgTest, ACancelledMaskFileSelectsBadInFFAndTellsTheFilterNothing) {
     const auto dialog = open();
-    user.meets<QFileDialog>([](QFileDialog& picker) { cancel(picker); });
+    user.meets<QFileDialog>(cancelling);
     click(*dialog, "rbMaskFile");
     EXPECT_THAT(chosen(*dialog), ElementsAre("rbBadFF"));
     EXPECT_EQ(textOf(*dialog, "edMaskData"), "<Zero pixels>");

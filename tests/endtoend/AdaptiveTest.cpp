@@ -8,12 +8,9 @@
 #include "standalone/Settings.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 
 using ::testing::HasSubstr;
 using ::testing::Not;

@@ -1,16 +1,13 @@
 // From frames through known thicknesses to thickness maps by two commands.
 
-#include "fixtures/FileText.h"
 #include "fixtures/FrameFiles.h"
 #include "fixtures/Program.h"
 #include "fixtures/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <cmath>
 #include <filesystem>
-#include <limits>
 
 using ::testing::DoubleNear;
 using ::testing::ElementsAre;
@@ -18,8 +15,6 @@ using ::testing::HasSubstr;
 using ::testing::Not;
 
 namespace {
-
-constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
 
 class BeamHardening : public ::testing::Test {
 protected:
@@ -29,14 +24,10 @@ protected:
         return runOmbrel(arguments);
     }
 
-    ProgramResult run(const std::string& input, std::vector<std::string> options = {}) const {
+    std::vector<double> mapOf(const std::string& input, std::vector<std::string> options = {}) const {
         options.insert(options.begin(), {"run", "-q", "-f", "Beam-hardening=" + settings, input, "-o", output,
                                          "--force", "--output-type", "f64"});
-        return runOmbrel(options);
-    }
-
-    std::vector<double> mapOf(const std::string& input, std::vector<std::string> options = {}) const {
-        const auto result = run(input, std::move(options));
+        const auto result = runOmbrel(options);
         EXPECT_EQ(result.exitCode, 0) << result.messages;
         return result.exitCode == 0 ? readAllFrames(output) : std::vector<double>();
     }
@@ -53,14 +44,6 @@ protected:
                 "--mask",     "0=" + folder / "open.tif" + "," + folder / "open.h5",
                 "--mask",     "1=" + folder / "one.tif",
                 "--acq-time", "2"};
-    }
-
-    // The settings with one text of theirs in place of another.
-    void damage(const std::string& from, const std::string& to) const {
-        std::string text = fileText(settings);
-        const auto place = text.find(from);
-        ASSERT_NE(place, std::string::npos) << from;
-        writeFileText(settings, text.replace(place, from.size(), to));
     }
 
     const TemporaryFolder folder;

@@ -4,7 +4,6 @@
 
 #include <QImage>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <cmath>
 #include <filesystem>

@@ -9,10 +9,8 @@
 #include "standalone/PluginLibrary.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <dlfcn.h>
-#include <memory>
 #include <numeric>
 #include <string>
 #include <vector>

@@ -3,7 +3,6 @@
 #include "filters/ThicknessBlock.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <bit>

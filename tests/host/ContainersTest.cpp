@@ -5,7 +5,6 @@
 #include "host/String.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 using ::testing::ElementsAre;
 

@@ -210,20 +210,6 @@ TEST_F(PropertyEditing, OpensNoEditorOnReadOnlyRowsAndHeadings) {
     }
 }
 
-TEST_F(PropertyEditing, NeverReachesTheComboBoxAfterTheViewDeletedIt) {
-    show({choice("list", "mosaic")});
-    auto* const item = dynamic_cast<QListProperty*>(model.getProperty("list"));
-    const QPointer<QComboBox> box = open<QComboBox>("list");
-    item->setSelectedText("linear");
-    EXPECT_EQ(box->currentText(), "linear"); // while it is open
-    press(Qt::Key_Escape);
-    settle();
-    ASSERT_EQ(box, nullptr);
-    item->setSelectedText("look around");
-    EXPECT_EQ(item->selectedText(), "look around");
-    EXPECT_EQ(valueOf("list").data(), "look around");
-}
-
 TEST_F(PropertyEditing, ClosesTheEditorWhoseEditMakesAllRowsAnew) {
     show({new QIntegerProperty("int", 5, 0, 99, true)});
     QObject::connect(&model, &QPropertyModel::onDataChangedByEditor, [this] {

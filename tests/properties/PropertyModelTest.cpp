@@ -11,12 +11,9 @@
 #include <gmock/gmock.h>
 
 #include <memory>
-#include <set>
 #include <string>
 
 using namespace PropertyColumn;
-using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::IsEmpty;
 
 namespace {
@@ -54,25 +51,6 @@ struct Announcements {
 
     QSignalSpy edits;
     QSignalSpy changes;
-};
-
-// Collects the failures that Qt's tester of models warns of.
-class TesterWarnings {
-public:
-    TesterWarnings() {
-        collected.clear();
-        previous =
-            qInstallMessageHandler([](QtMsgType, const QMessageLogContext& context, const QString& text) {
-                if (std::string_view(context.category) == "qt.modeltest")
-                    collected.insert(text.toStdString());
-            });
-    }
-    ~TesterWarnings() { qInstallMessageHandler(previous); }
-
-    static inline std::set<std::string> collected;
-
-private:
-    QtMessageHandler previous;
 };
 
 void settle() {
@@ -198,24 +176,6 @@ TEST(PropertyModel, KeepsTheRulesOfModelsOnFlatTrees) {
         model.clear(); // with the editor open
         EXPECT_EQ(printed(model), "");
     }
-}
-
-TEST(PropertyModel, BreaksTwoRulesOfModelsAndNoMoreOnTreesWithGroups) {
-    const TesterWarnings warnings;
-    QPropertyModel model;
-    const QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::Warning);
-    for (const char* group : {"g", "h"}) {
-        model.addProperty(new QEmptyProperty(group), group, "");
-        for (const char* name : {"a", "b"})
-            model.addProperty(number(name), name, group);
-    }
-    model.setData("a", 12, Qt::EditRole);
-    model.setDataChanged();
-    EXPECT_EQ(printed(model), "g=(a=3 b=3) h=(a=12 b=3)");
-    model.clear();
-    // Both cells of a row lead to its children, and "everything changed" is told without indexes.
-    EXPECT_THAT(warnings.collected,
-                ElementsAre(HasSubstr("childIndex != childIndex1"), HasSubstr("topLeft.isValid()")));
 }
 
 // A top-level row is announced below the root's own index, which no view knows of.

@@ -36,6 +36,21 @@ protected:
             std::move(value));
     }
 
+    void addOneOfEachType() {
+        add("i8", zt::i8{-128});
+        add("u8", zt::u8{200});
+        add("i16", zt::i16{-5});
+        add("u16", zt::u16{65535});
+        add("i32", zt::i32{-7});
+        add("u32", zt::u32{3000000000});
+        add("i64", zt::i64{-5000000000});
+        add("u64", std::numeric_limits<zt::u64>::max());
+        add("float", 0.5f);
+        add("double", 1e-9);
+        add("bool", true);
+        add("string", std::string("\xC3\xBC"));
+    }
+
     QPropertyModel& model() { return *browser.findChild<QPropertyModel*>(); }
     QProperty* row(const char* name) { return model().getProperty(name); }
     QModelIndex value(const char* name) { return model().getIndexFromProperty(row(name), Value); }
@@ -81,18 +96,7 @@ std::string described(QProperty& row) {
 } // namespace
 
 TEST_F(ParamsBrowser, ShowsEachTypeByAKindWithItsRange) {
-    add("i8", zt::i8{-128});
-    add("u8", zt::u8{200});
-    add("i16", zt::i16{-5});
-    add("u16", zt::u16{65535});
-    add("i32", zt::i32{-7});
-    add("u32", zt::u32{3000000000});
-    add("i64", zt::i64{-5000000000});
-    add("u64", std::numeric_limits<zt::u64>::max());
-    add("float", 0.5f);
-    add("double", 1e-9);
-    add("bool", true);
-    add("string", std::string("\xC3\xBC"));
+    addOneOfEachType();
     add("choice", zt::i32{1}).setAliases({"a", "\xC3\xA4"});
     browser.setParams(&params);
     std::vector<std::string> rows;
@@ -111,18 +115,7 @@ TEST_F(ParamsBrowser, ShowsEachTypeByAKindWithItsRange) {
 }
 
 TEST_F(ParamsBrowser, WritesEditsWithTheSetterOfTheType) {
-    add("i8", zt::i8{0});
-    add("u8", zt::u8{0});
-    add("i16", zt::i16{0});
-    add("u16", zt::u16{0});
-    add("i32", zt::i32{0});
-    add("u32", zt::u32{0});
-    add("i64", zt::i64{0});
-    add("u64", zt::u64{0});
-    add("float", 0.f);
-    add("double", 0.);
-    add("bool", false);
-    add("string", std::string());
+    addOneOfEachType();
     browser.setParams(&params);
     for (const auto& [name, edited, written] :
          std::initializer_list<std::tuple<const char*, QVariant, const char*>>{
@@ -130,14 +123,14 @@ TEST_F(ParamsBrowser, WritesEditsWithTheSetterOfTheType) {
              {"u8", 300, "44"},
              {"i16", 40000, "-25536"},
              {"u16", -1, "65535"},
-             {"i32", "-7", "-7"},
-             {"u32", 3000000000u, "3000000000"},
-             {"i64", -5000000000ll, "-5000000000"},
-             {"u64", ~0ull, "18446744073709551615"},
+             {"i32", "-8", "-8"},
+             {"u32", 4000000000u, "4000000000"},
+             {"i64", -6000000000ll, "-6000000000"},
+             {"u64", ~1ull, "18446744073709551614"},
              {"float", 0.1, "0.1"},
              {"double", 0.1, "0.1"},
-             {"bool", true, "true"},
-             {"string", "\u00FC", "\xC3\xBC"}}) {
+             {"bool", false, "false"},
+             {"string", "\u00E4", "\xC3\xA4"}}) {
         edit(name, edited);
         EXPECT_THAT(takeChanges(), ElementsAre(std::string(name) + "=" + written));
     }

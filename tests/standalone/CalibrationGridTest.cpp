@@ -5,7 +5,6 @@
 #include <gmock/gmock.h>
 
 #include <cmath>
-#include <functional>
 #include <string>
 
 using ::testing::ElementsAre;

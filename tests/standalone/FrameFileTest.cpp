@@ -7,7 +7,6 @@
 #include "standalone/PixelType.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <cstring>
 #include <filesystem>

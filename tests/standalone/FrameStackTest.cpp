@@ -2,16 +2,11 @@
 
 #include "fixtures/FrameFiles.h"
 #include "fixtures/TemporaryFolder.h"
-#include "standalone/Error.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-using ombrel::Error;
 using ombrel::FrameRole;
 using ombrel::FrameStack;
-using ::testing::AllOf;
-using ::testing::HasSubstr;
 
 TEST(FrameStack, CountsFramesThroughAllFiles) {
     const TemporaryFolder folder;

@@ -5,7 +5,6 @@
 #include "standalone/FrameFile.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstring>

@@ -4,7 +4,6 @@
 #include "standalone/FrameFile.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 using ombrel::Error;
 using ombrel::FrameFile;

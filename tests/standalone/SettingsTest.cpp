@@ -10,7 +10,6 @@
 #include <cmath>
 #include <filesystem>
 #include <limits>
-#include <numeric>
 
 using namespace ombrel;
 using testing::HasSubstr;

@@ -3,12 +3,10 @@
 #include "standalone/FrameFile.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <tiffio.h>
 
 #include <algorithm>
 #include <functional>
-#include <memory>
 #include <span>
 #include <vector>
 

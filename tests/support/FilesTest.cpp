@@ -7,7 +7,6 @@
 #include "support/WildcardMask.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <filesystem>
 

@@ -1,7 +1,6 @@
 #include "support/Str.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <stdexcept>
 
