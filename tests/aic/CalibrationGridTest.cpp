@@ -3,8 +3,6 @@
 #include <algorithm>
 
 #include "HeapFixture.h"
-#include "HostilePixels.h"
-#include "PlainGridWalk.h"
 
 using ::testing::EndsWith;
 using ::testing::IsNan;
@@ -15,6 +13,20 @@ using Store = c_CalibrationImages;
 
 class CalibrationGrid : public HeapFixture {
 protected:
+    // The first pixel of the grid point that a walk along an axis finds, or the outcome where there is none.
+    float next(int start, Store::ParamType axis, bool includeInterpolated = true) {
+        Store::Position found{};
+        auto result = Store::ResultOk;
+        EXPECT_EQ(store.GetNextImage(store.Images.begin() + start, found, axis, &result, includeInterpolated),
+                  0);
+        return result == Store::ResultOk ? found->Image.at(0, 0) : static_cast<float>(result);
+    }
+    float previous(int start, Store::ParamType axis) {
+        Store::Position found{};
+        auto result = Store::ResultOk;
+        EXPECT_EQ(store.GetPreviousImage(store.Images.begin() + start, found, axis, &result, true), 0);
+        return result == Store::ResultOk ? found->Image.at(0, 0) : static_cast<float>(result);
+    }
     const AICImage& image(std::size_t point) const { return store.Images.at(point).Image; }
 };
 
@@ -39,6 +51,25 @@ TEST_F(CalibrationGrid, movesItsCursorInListOrderOverHoles) {
     store.ResetToFirstImage();
     store.GetCurrentImage(found, &result);
     EXPECT_EQ(found, store.Images.begin());
+}
+
+TEST_F(CalibrationGrid, walksAlongAnAxisOverHolesButNotIntoTheNextLine) {
+    HeapBytes heap = heapOf({1, 2, 3}, {1, 2}, {1, 2, 3});
+    for (int i = 0; i < 18; ++i) {
+        i == 6 || i == 1 ? heap.hole() : heap.pair(static_cast<float>(i), 0);
+    }
+    ASSERT_EQ(load(heap), 0);
+    EXPECT_EQ(next(0, Store::ParamV), 12);
+    EXPECT_EQ(next(0, Store::ParamT), 3);
+    EXPECT_EQ(next(0, Store::ParamE), 2);
+    EXPECT_EQ(next(2, Store::ParamE), Store::ResultNoNext);
+    EXPECT_EQ(next(3, Store::ParamT), Store::ResultNoNext);
+    EXPECT_EQ(next(17, Store::ParamE), Store::ResultNoNext);
+    EXPECT_EQ(previous(12, Store::ParamV), 0);
+    EXPECT_EQ(previous(2, Store::ParamE), 0);
+    EXPECT_EQ(previous(3, Store::ParamE), Store::ResultNoPrevious);
+    EXPECT_EQ(previous(0, Store::ParamV), Store::ResultNoPrevious);
+    EXPECT_EQ(logText(), "");
 }
 
 TEST_F(CalibrationGrid, saysWhichAxisItDoesNotKnow) {
@@ -75,6 +106,27 @@ TEST_F(CalibrationGrid, fillsMidpointsFromTheAxisNearestToZero) {
     EXPECT_TRUE(std::ranges::none_of(store.Images, [](const auto& point) { return point.Image.empty(); }));
 }
 
+TEST_F(CalibrationGrid, fillsStoredHolesAndForeignSizesThatHaveNeighbours) {
+    HeapBytes heap = heapOf({1}, {1}, {1, 2, 4, 5});
+    heap.pair(3, 3).hole().block(3, 1, {1, 1, 1}).pair(15, 15);
+    ASSERT_EQ(load(heap, 1), 0);
+    EXPECT_EQ(image(2).at(0, 0), 6);
+    EXPECT_FALSE(store.Images[2].Interpolated);
+    EXPECT_EQ(image(4).cols(), 2);
+    EXPECT_EQ(image(4).at(0, 0), 12);
+    ASSERT_EQ(load(heapOf({1}, {1}, {1, 2}).hole().pair(1, 2), 1), 0);
+    EXPECT_TRUE(image(0).empty()); // no neighbour before it
+    ASSERT_EQ(load(heap), 0);
+    EXPECT_TRUE(image(1).empty()); // without interpolation holes stay
+}
+
+TEST_F(CalibrationGrid, dividesByZeroBetweenEqualParameters) {
+    ASSERT_EQ(load(heapOf({1}, {1}, {2, 2}).pair(1, 2).pair(3, 2), 1), 0);
+    EXPECT_THAT(image(1).at(0, 0), IsNan());
+    ASSERT_EQ(load(heapOf({1}, {1}, {1}).pair(3, 2), 1), 0);
+    EXPECT_EQ(store.Images.size(), 1u);
+}
+
 TEST_F(CalibrationGrid, leavesAPointThatNoAxisCanFill) {
     ASSERT_EQ(load(heapOf({1, 2}, {1}, {1}).pair(1, 2).pair(3, 4)), 0);
     const Store::Position point = store.Images.begin();
@@ -99,73 +151,6 @@ TEST_F(CalibrationGrid, leavesAPointThatNoAxisCanFill) {
     EXPECT_THAT(logText(),
                 EndsWith("c_CalibrationImages::GenerateInterpolatedImages interpolation mismatch\n"
                          "c_CalibrationImages::GenerateInterpolatedImages error runing interpolation\n"));
-}
-
-// A random grid with holes, foreign sizes, and parameters that repeat, tie, lie near zero or are no numbers.
-HeapBytes randomHeap(std::mt19937& random) {
-    const auto axis = [&random] {
-        std::vector<float> values;
-        const auto count = 1 + random() % 4;
-        for (unsigned i = 0; i < count; ++i) {
-            const float step = static_cast<float>(random() % 4) - 0.5f;
-            values.push_back((values.empty() ? -2 : values.back()) + step);
-        }
-        if (random() % 8 == 0) {
-            values.back() = hostilePixel(random);
-        }
-        return values;
-    };
-    const auto v = axis();
-    const auto t = axis();
-    const auto e = axis();
-    HeapBytes heap = heapOf(v, t, e);
-    for (std::size_t i = 0; i < v.size() * t.size() * e.size(); ++i) {
-        random() % 5 == 0    ? heap.hole()
-        : random() % 20 == 0 ? heap.block(3, 1, {1, 2, 3})
-                             : heap.pair(hostilePixel(random), hostilePixel(random));
-    }
-    return heap;
-}
-
-// The grid of `loaded` before its interpolation; `stored` is the same heap loaded without.
-void takeGridBack(const Store& loaded, Store& stored) {
-    auto block = stored.Images.begin();
-    auto points = loaded.Images;
-    for (ImageContainer& point : points) {
-        point.Image = point.Interpolated ? AICImage() : block++->Image;
-    }
-    stored.Images = std::move(points);
-    stored.StepV = loaded.StepV;
-    stored.StepT = loaded.StepT;
-}
-
-TEST_F(CalibrationGrid, walksAndInterpolatesAsThePlainDefinition) {
-    std::mt19937 random(7);
-    for (int round = 0; round < 400; ++round) {
-        SCOPED_TRACE(round);
-        ASSERT_EQ(load(randomHeap(random), 1), 0);
-        Store expected;
-        ASSERT_EQ(expected.Init(heapPath, Store::InterpolationNone, log), 0);
-        takeGridBack(store, expected);
-        plain::interpolateGrid(expected);
-        ASSERT_EQ(store.Images.size(), expected.Images.size());
-        for (std::size_t i = 0; i < store.Images.size(); ++i) {
-            ASSERT_TRUE(sameBits(image(i).pixels(), expected.Images[i].Image.pixels())) << "grid point " << i;
-        }
-        for (int i = 0; i < 40; ++i) {
-            const int start = static_cast<int>(random() % store.Images.size());
-            const auto axis = static_cast<Store::ParamType>(random() % 3);
-            const plain::Walk walk{store, random() % 2 == 0};
-            Store::Position found{};
-            auto result = Store::ResultOk;
-            const auto place = [&] { return result == Store::ResultOk ? found - store.Images.begin() : -1; };
-            store.GetNextImage(store.Images.begin() + start, found, axis, &result, walk.includeInterpolated);
-            ASSERT_EQ(walk.neighbour(start, axis, 1), place());
-            store.GetPreviousImage(store.Images.begin() + start, found, axis, &result,
-                                   walk.includeInterpolated);
-            ASSERT_EQ(walk.neighbour(start, axis, -1), place());
-        }
-    }
 }
 
 } // namespace

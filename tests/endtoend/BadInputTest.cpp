@@ -137,19 +137,6 @@ TEST_F(BadInput, NoRoomForTheOutput) {
         EXPECT_THAT(entry.path().filename().string(), ::testing::AnyOf("good.tif", "good.h5"));
 }
 
-TEST_F(BadInput, SettingsThatAreNone) {
-    const std::string settings = folder / "settings.xml";
-    const auto refuse = [&](const std::string& text, const std::vector<std::string>& words) {
-        std::ofstream(settings) << text;
-        expectRefusal(runOn({"-f", "Binning 2x2=" + settings, good, "-o", output}), 1, words);
-    };
-    refuse("not XML", {settings});
-    refuse("<settings><group name=\"A\"><item key=\"K\" type=\"int\">many</item></group></settings>",
-           {settings, "many"});
-    refuse("<settings><group name=\"A\">", {settings});
-    expectRefusal(runOn({"-f", "Binning 2x2=" + (folder / nastyName), good, "-o", output}), 1, {nastyName});
-}
-
 TEST_F(BadInput, ParametersThatCannotBeSet) {
     expectRefusal(runOn({"-f", "Binning 2x2", "-p", "Binning 2x2:Version=2", good, "-o", output}), 1,
                   {"Version", "read-only"});

@@ -223,13 +223,4 @@ TEST_F(AdaptiveFFTest, aChangedParameterStartsTheEngineAgain) {
     EXPECT_EQ(saved.getInt("Settings", "QfTileThreshold", 0), 50);
 }
 
-TEST_F(AdaptiveFFTest, aNewInstanceIsLoadedByItself) {
-    writeCalibration();
-    EXPECT_EQ(filter->loadFromSettings(&store), 0);
-    const std::unique_ptr<zt::IDataFilter, Destroy> instance(filter->createNewInstance());
-    EXPECT_EQ(instance->parameters()->paramCount(), 0u);
-    EXPECT_EQ(instance->filter(frameOf(flatField(1), 9).get()), nullptr);
-    EXPECT_THAT(takeLog(), ElementsAre(notLoaded));
-}
-
 } // namespace

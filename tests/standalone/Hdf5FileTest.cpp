@@ -237,14 +237,3 @@ TEST_F(Hdf5File, SumsSubFrames) {
     EXPECT_EQ(frame->subFrames()[2]->frameDataType(), zt::DT_U16);
     EXPECT_EQ(frame->subFrames()[2]->acqTime(), 0.5);
 }
-
-TEST_F(Hdf5File, ReadsASingleImage) {
-    {
-        Hdf5Builder file(path);
-        file.data<float>("/image", {2, 3}, {1, 2, 3, 4, 5, 6});
-    }
-    const auto file = FrameFile::open(path);
-    EXPECT_EQ(file->info().frames, 1U);
-    EXPECT_EQ(file->info().width, 3U);
-    EXPECT_THAT(file->readFrame(0)->pixels<float>(), ElementsAre(1, 2, 3, 4, 5, 6));
-}

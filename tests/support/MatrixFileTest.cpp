@@ -98,10 +98,7 @@ TEST_F(MatrixFileTest, readsAStreamOfNumbersInAnyLayout) {
 TEST_F(MatrixFileTest, narrowElementsKeepTheLowBits) {
     EXPECT_EQ(read<unsigned char>("300 1", DT_U8, Bytes(2), FILE_OK), (Bytes{44, 1}));
     EXPECT_EQ(read<unsigned short>("65537 65535", DT_U16, Words(2), FILE_OK), (Words{1, 65535}));
-}
-
-TEST_F(MatrixFileTest, writesNothingBehindA16BitMatrix) {
-    Words buffer{9, 9, 9};
+    Words buffer{9, 9, 9}; // of which the last lies behind the matrix
     writeFileText(path, "70000 70000 70000");
     ASSERT_EQ(readAsciiMatrix(path.c_str(), DT_U16, 2, buffer.data()), FILE_OK);
     EXPECT_EQ(buffer, (Words{4464, 4464, 9}));
