@@ -23,10 +23,6 @@ protected:
         arguments.insert(arguments.begin(), {"calibrate", "adaptive", "-q", "--grid", table});
         return runOmbrel(arguments);
     }
-    std::size_t fileCount() const {
-        return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folder.path), {}));
-    }
-
     const TemporaryFolder folder;
     const std::string table = folder / "grid.csv";
     const std::string settings = folder / "a.xml";
@@ -175,7 +171,7 @@ TEST_F(Adaptive, WritesTheHeapAsTheFilterReadsIt) {
     expected.add<zt::i32>({1, 1}).add<float>({0});
     expected.add<zt::i32>({2, 2}).add<float>({3, 2, 1, 2});
     EXPECT_EQ(fileText(heap), expected.bytes);
-    EXPECT_EQ(fileCount(), 5u); // no trial is left behind
+    EXPECT_EQ(folder.fileCount(), 5u); // no trial is left behind
 }
 
 TEST_F(Adaptive, RefusesWhatIsNoGridAndWritesNothing) {
@@ -183,10 +179,8 @@ TEST_F(Adaptive, RefusesWhatIsNoGridAndWritesNothing) {
     const auto refuse = [&](const std::string& rows, std::vector<std::string> options, int exitCode,
                             const std::string& words) {
         writeFileText(table, "v,t,e,file\n" + rows);
-        const auto result = calibrate(std::move(options));
-        EXPECT_EQ(result.exitCode, exitCode) << result.messages;
-        EXPECT_THAT(result.messages, HasSubstr(words));
-        EXPECT_EQ(fileCount(), 2u) << words;
+        expectRefusal(calibrate(std::move(options)), exitCode, words);
+        EXPECT_EQ(folder.fileCount(), 2u) << words;
     };
     const std::string whole = "1,1,1,a.tif\n2,1,1,a.tif\n";
     refuse("1,1,1,a.tif\n2,2,1,a.tif\n", {"-o", settings}, 1, "2 of 4 grid points are missing");

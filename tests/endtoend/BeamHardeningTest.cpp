@@ -90,9 +90,7 @@ TEST_F(BeamHardening, RefusesWhatGivesNoMasksAndWritesNothing) {
     const std::string one = "1=" + folder / "one.tif";
     const auto refuse = [&](const std::vector<std::string>& arguments, int exitCode,
                             const std::string& words) {
-        const auto result = calibrate(arguments);
-        EXPECT_EQ(result.exitCode, exitCode) << result.messages;
-        EXPECT_THAT(result.messages, HasSubstr(words));
+        expectRefusal(calibrate(arguments), exitCode, words);
         EXPECT_FALSE(std::filesystem::exists(settings)) << words;
     };
     refuse({"--mask", one}, 1, "Acquisition time cannot be zero");

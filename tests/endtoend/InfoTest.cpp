@@ -71,9 +71,7 @@ TEST_F(Info, RefusesWhatDoesNotGoTogether) {
     writeTiff(wide, ImageStack<zt::u16>{6, 1, std::vector<zt::u16>(12)});
     writeTiff(folder / "one.tif", ImageStack<zt::u16>{5, 1, {1, 1, 1, 1, 1}});
     const auto refuse = [&](const std::vector<std::string>& options, int exitCode, const char* words) {
-        const auto result = info(options);
-        EXPECT_EQ(result.exitCode, exitCode) << result.messages;
-        EXPECT_THAT(result.messages, HasSubstr(words));
+        expectRefusal(info(options), exitCode, words);
     };
     refuse({"--mask", mask}, 2, "go with --raw");
     refuse({"--raw", wide}, 1, "6 x 1");

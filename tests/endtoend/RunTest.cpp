@@ -97,9 +97,8 @@ TEST(Run, CorrectsASimulatedSetAndShowsWhatItHolds) {
     const auto result =
         runOmbrel({"run", "-f", "Binning 2x2", folder / "set/frames.h5", "-o", folder / "out.h5"});
     EXPECT_EQ(result.exitCode, 0) << result.messages;
-    const auto again = runOmbrel({"simulate", folder / "set", "--size", "40x30", "--frames", "5", "-q"});
-    EXPECT_EQ(again.exitCode, 1);
-    EXPECT_THAT(again.messages, HasSubstr("--force"));
+    expectRefusal(runOmbrel({"simulate", folder / "set", "--size", "40x30", "--frames", "5", "-q"}), 1,
+                  "--force");
 }
 
 TEST(Filters, AreShownAsTextAndAsJson) {

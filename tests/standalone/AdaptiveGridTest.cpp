@@ -1,10 +1,10 @@
 // The table of a calibration grid, the frames that it names, and the coarser grid within.
 
+#include "fixtures/ErrorText.h"
 #include "fixtures/FrameFiles.h"
 #include "fixtures/TemporaryFolder.h"
 #include "standalone/CalibrationGridFlats.h"
 #include "standalone/CsvLine.h"
-#include "standalone/Error.h"
 #include "standalone/cli/CoarseGrid.h"
 
 #include <gmock/gmock.h>
@@ -28,12 +28,7 @@ protected:
         return ombrel::readGridTable(table);
     }
     std::string refusal(const std::string& text) const {
-        try {
-            const ombrel::CalibrationGridFlats flats(table, read(text));
-            return "none";
-        } catch (const ombrel::Error& error) {
-            return error.what();
-        }
+        return errorOf([&] { const ombrel::CalibrationGridFlats flats(table, read(text)); });
     }
 
     const TemporaryFolder folder;

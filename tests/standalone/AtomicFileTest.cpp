@@ -3,18 +3,12 @@
 #include "fixtures/FileText.h"
 #include "fixtures/TemporaryFolder.h"
 #include "standalone/Error.h"
-#include "standalone/Settings.h"
 
 #include <gmock/gmock.h>
 
-#include <chrono>
 #include <filesystem>
-#include <random>
-#include <signal.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <thread>
-#include <unistd.h>
 
 using namespace ombrel;
 namespace fs = std::filesystem;
@@ -25,10 +19,6 @@ void replaceBy(const std::string& path, const std::string& text) {
     AtomicFile file(path);
     file.write(std::as_bytes(std::span(text)));
     file.commit();
-}
-
-std::size_t filesIn(const fs::path& folder) {
-    return static_cast<std::size_t>(std::distance(fs::directory_iterator(folder), fs::directory_iterator()));
 }
 
 } // namespace
@@ -53,7 +43,7 @@ TEST(AtomicFile, KeepsTheModeAndFollowsLinks) {
     EXPECT_EQ(fileText(folder / "real/not yet"), "made");
     fs::create_symlink("circle", folder.path / "circle");
     EXPECT_THROW(replaceBy(folder / "circle", "x"), Error);
-    EXPECT_EQ(filesIn(folder.path / "real"), 2u);
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder / "real"), {}), 2);
 }
 
 TEST(AtomicFile, WithoutCommitTheFileStaysAsItWas) {
@@ -65,7 +55,7 @@ TEST(AtomicFile, WithoutCommitTheFileStaysAsItWas) {
         file.write(std::as_bytes(std::span("half", 4)));
     }
     EXPECT_EQ(fileText(path), "old");
-    EXPECT_EQ(filesIn(folder.path), 1u);
+    EXPECT_EQ(folder.fileCount(), 1u);
     EXPECT_THROW(AtomicFile(folder / "no/such/folder"), Error);
 }
 
@@ -75,7 +65,7 @@ TEST(AtomicFile, ClearsAwayWhatAKilledProgramLeft) {
     writeFileText(folder / ("." + std::string(250, 'n') + ".new"), "a longer text than the new one");
     replaceBy(path, "new");
     EXPECT_EQ(fileText(path), "new");
-    EXPECT_EQ(filesIn(folder.path), 1u);
+    EXPECT_EQ(folder.fileCount(), 1u);
 }
 
 TEST(AtomicFile, WritersOfOneFileWaitForEachOther) {
@@ -88,5 +78,5 @@ TEST(AtomicFile, WritersOfOneFileWaitForEachOther) {
     { std::jthread first(work, 'a'), second(work, 'b'), third(work, 'c'); }
     const std::string text = fileText(path);
     EXPECT_EQ(text, std::string(10000, text.front()));
-    EXPECT_EQ(filesIn(folder.path), 1u);
+    EXPECT_EQ(folder.fileCount(), 1u);
 }

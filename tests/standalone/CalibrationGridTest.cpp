@@ -1,6 +1,6 @@
 #include "standalone/CalibrationGrid.h"
 
-#include "standalone/Error.h"
+#include "fixtures/ErrorText.h"
 
 #include <gmock/gmock.h>
 
@@ -18,12 +18,7 @@ using ombrel::GridPoint;
 
 // What is said of a grid that is refused.
 std::string refusal(const std::vector<GridPoint>& taken, const std::vector<GridPoint>& holes = {}) {
-    try {
-        CalibrationGrid grid(taken, holes);
-        return "none";
-    } catch (const ombrel::Error& error) {
-        return error.what();
-    }
+    return errorOf([&] { CalibrationGrid(taken, holes); });
 }
 
 TEST(CalibrationGrid, sortsItsValuesAndOrdersThePointsWithEFastest) {

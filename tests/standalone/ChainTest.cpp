@@ -1,9 +1,9 @@
 #include "standalone/Chain.h"
 
+#include "fixtures/ErrorText.h"
 #include "fixtures/FileText.h"
 #include "fixtures/ScriptedFilter.h"
 #include "fixtures/TemporaryFolder.h"
-#include "standalone/Error.h"
 #include "standalone/Host.h"
 #include "standalone/ParamMgr.h"
 
@@ -35,16 +35,6 @@ protected:
         return result.failure;
     }
     void logFromFilter(const char* text) { host.log("ombrel", 0, text); }
-
-    template <typename Work>
-    static std::string errorOf(Work work) {
-        try {
-            work();
-        } catch (const Error& error) {
-            return error.what();
-        }
-        return "";
-    }
 
     std::vector<std::string> log;
     FilterScript script;

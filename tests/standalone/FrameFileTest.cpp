@@ -1,9 +1,9 @@
 #include "standalone/FrameFile.h"
 
+#include "fixtures/ErrorText.h"
 #include "fixtures/FileText.h"
 #include "fixtures/FrameFiles.h"
 #include "fixtures/TemporaryFolder.h"
-#include "standalone/Error.h"
 #include "standalone/PixelType.h"
 
 #include <gmock/gmock.h>
@@ -17,6 +17,7 @@ using ombrel::Error;
 using ombrel::FrameFile;
 using ::testing::AllOf;
 using ::testing::HasSubstr;
+using ::testing::Not;
 using ::testing::StartsWith;
 
 namespace {
@@ -68,13 +69,8 @@ class FrameFileRefusal : public ::testing::Test {
 protected:
     // One line that begins with the path.
     static void expect(const std::string& path, const std::string& words) {
-        try {
-            FrameFile::open(path);
-            ADD_FAILURE() << path << " was opened";
-        } catch (const Error& error) {
-            EXPECT_THAT(error.what(), AllOf(StartsWith(path), HasSubstr(words)));
-            EXPECT_EQ(std::string(error.what()).find('\n'), std::string::npos);
-        }
+        const std::string error = errorOf([&] { FrameFile::open(path); });
+        EXPECT_THAT(error, AllOf(StartsWith(path), HasSubstr(words), Not(HasSubstr("\n"))));
     }
 
     const TemporaryFolder folder;

@@ -1,7 +1,7 @@
+#include "fixtures/ErrorText.h"
 #include "fixtures/FileText.h"
 #include "fixtures/Hdf5Builder.h"
 #include "fixtures/TemporaryFolder.h"
-#include "standalone/Error.h"
 #include "standalone/FrameFile.h"
 
 #include <gmock/gmock.h>
@@ -11,7 +11,6 @@
 #include <filesystem>
 #include <numeric>
 
-using ombrel::Error;
 using ombrel::FrameFile;
 using ombrel::FramePtr;
 using ombrel::FrameRole;
@@ -70,12 +69,7 @@ protected:
     }
 
     std::string refusal(FrameRole role = FrameRole::Any) const {
-        try {
-            FrameFile::open(path, role);
-            return "no refusal";
-        } catch (const Error& error) {
-            return error.what();
-        }
+        return errorOf([&] { FrameFile::open(path, role); });
     }
 
     const TemporaryFolder folder;

@@ -1,11 +1,10 @@
+#include "fixtures/ErrorText.h"
 #include "fixtures/Hdf5Builder.h"
 #include "fixtures/TemporaryFolder.h"
-#include "standalone/Error.h"
 #include "standalone/FrameFile.h"
 
 #include <gmock/gmock.h>
 
-using ombrel::Error;
 using ombrel::FrameFile;
 using ombrel::FrameRole;
 using ::testing::AllOf;
@@ -28,14 +27,11 @@ protected:
         return FrameFile::open(path + dataset, role)->info().dataset;
     }
 
-    // The message with which a file of that content is refused, without the path at its begin.
+    // The message with which a file of that content is refused.
     std::string refusal(Content build, const std::string& dataset = "") {
-        try {
-            return "no refusal, but " + chosen(build, dataset);
-        } catch (const Error& error) {
-            EXPECT_THAT(error.what(), StartsWith(path + ": "));
-            return std::string(error.what()).substr(path.size() + 2);
-        }
+        const std::string error = errorOf([&] { chosen(build, dataset); });
+        EXPECT_THAT(error, StartsWith(path + ": "));
+        return error;
     }
 
     const TemporaryFolder folder;

@@ -1,5 +1,5 @@
+#include "fixtures/ErrorText.h"
 #include "host/PtrList.h"
-#include "standalone/Error.h"
 #include "standalone/ParamMgr.h"
 #include "standalone/ParamText.h"
 
@@ -19,12 +19,7 @@ Param paramOf(ParamValue value) {
 }
 
 std::string refusal(zt::IParam& param, const std::string& text) {
-    try {
-        setParamFromText(param, text);
-    } catch (const Error& error) {
-        return error.what();
-    }
-    return "";
+    return errorOf([&] { setParamFromText(param, text); });
 }
 
 int countCalls(zt::IParam*, bool flag, long userData) {

@@ -1,8 +1,8 @@
 #include "standalone/PluginLibrary.h"
 
+#include "fixtures/ErrorText.h"
 #include "fixtures/FileText.h"
 #include "fixtures/TemporaryFolder.h"
-#include "standalone/Error.h"
 
 #include <QtGlobal>
 #include <gmock/gmock.h>
@@ -15,22 +15,12 @@ using testing::HasSubstr;
 
 namespace {
 
-std::string errorOf(const std::string& path) {
-    try {
-        const PluginLibrary library(path);
-    } catch (const Error& error) {
-        return error.what();
-    }
-    return "";
+std::string loadError(const std::string& path) {
+    return errorOf([&] { const PluginLibrary library(path); });
 }
 
 std::string entryError(zt::GetPluginFunction entry) {
-    try {
-        PluginLibrary::instanceOf(entry, "p.so");
-    } catch (const Error& error) {
-        return error.what();
-    }
-    return "";
+    return errorOf([&] { PluginLibrary::instanceOf(entry, "p.so"); });
 }
 
 // The path of a shared library that is no plug-in.
@@ -45,23 +35,23 @@ std::string someLibrary() {
 TEST(PluginLibrary, WhatIsNoPluginIsRefusedByOneClearLine) {
     const TemporaryFolder folder;
     const std::string path = folder / "bad%s%n.so";
-    EXPECT_EQ(errorOf(path), path + ": cannot be opened: No such file or directory");
-    EXPECT_THAT(errorOf(folder.path.string()), HasSubstr("no regular file"));
+    EXPECT_EQ(loadError(path), path + ": cannot be opened: No such file or directory");
+    EXPECT_THAT(loadError(folder.path.string()), HasSubstr("no regular file"));
     writeFileText(path, "");
-    EXPECT_EQ(errorOf(path), path + ": no shared library: it is too short");
+    EXPECT_EQ(loadError(path), path + ": no shared library: it is too short");
     writeFileText(path, std::string(100, '#'));
-    EXPECT_EQ(errorOf(path), path + ": no shared library");
+    EXPECT_EQ(loadError(path), path + ": no shared library");
 
     const std::string whole = fileText(someLibrary());
     std::string otherMachine = whole;
     otherMachine[18] = 0x28; // a processor that this is not
     writeFileText(path, otherMachine);
-    EXPECT_THAT(errorOf(path), HasSubstr(path + ": cannot be loaded: "));
+    EXPECT_THAT(loadError(path), HasSubstr(path + ": cannot be loaded: "));
     for (const std::size_t size : {whole.size() / 2, whole.size() - 1}) {
         writeFileText(path, whole.substr(0, size));
-        EXPECT_EQ(errorOf(path), path + ": the shared library is cut off");
+        EXPECT_EQ(loadError(path), path + ": the shared library is cut off");
     }
-    EXPECT_THAT(errorOf(someLibrary()), HasSubstr("no plug-in: it has no entry \"ztGetPlugin\""));
+    EXPECT_THAT(loadError(someLibrary()), HasSubstr("no plug-in: it has no entry \"ztGetPlugin\""));
 }
 
 TEST(PluginLibrary, AnEntryThatGivesNothingIsRefused) {

@@ -1,8 +1,8 @@
 #include "standalone/Settings.h"
 
+#include "fixtures/ErrorText.h"
 #include "fixtures/FileText.h"
 #include "fixtures/TemporaryFolder.h"
-#include "standalone/Error.h"
 
 #include <gmock/gmock.h>
 
@@ -27,14 +27,9 @@ protected:
     std::string errorOf(const std::string& text) {
         const std::string bad = folder / "bad.xml";
         writeFileText(bad, text);
-        try {
-            store(bad).loadFile();
-        } catch (const Error& error) {
-            const std::string all = error.what();
-            EXPECT_TRUE(all.starts_with(bad + ":")) << all;
-            return all.substr(std::min(all.size(), bad.size() + 1));
-        }
-        return "";
+        const std::string all = ::errorOf([&] { store(bad).loadFile(); });
+        EXPECT_TRUE(all.empty() || all.starts_with(bad + ":")) << all;
+        return all.substr(std::min(all.size(), bad.size() + 1));
     }
 
     std::string errorOfItem(const std::string& item) {
