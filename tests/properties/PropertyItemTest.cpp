@@ -2,8 +2,8 @@
 #include "properties/QBoolProperty.h"
 #include "properties/QDoubleProperty.h"
 #include "properties/QEmptyProperty.h"
+#include "properties/QIntegerProperty.h"
 #include "properties/QListProperty.h"
-#include "properties/QLongProperty.h"
 #include "properties/QPTVDoubleSpinBox.h"
 #include "properties/QStringProperty.h"
 
@@ -105,7 +105,7 @@ TEST(PropertyItem, TakesEditsAndSaysWhetherTheyChangedIt) {
 }
 
 TEST(PropertyItem, EditsIntegersWithinItsLimits) {
-    QLongProperty number("", 700, 0, 500, true);
+    QIntegerProperty number("", 700, 0, 500, true);
     EXPECT_EQ(editorOf<QSpinBox>(number)->value(), 500);
     number.setMinMax(-9, 900);
     EXPECT_EQ(number.getEditorData(editorOf<QSpinBox>(number).get()), QVariant(700));
