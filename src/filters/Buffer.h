@@ -1,5 +1,7 @@
 #pragma once
 
+#include "support/LargePages.h"
+
 #include <cstddef>
 #include <memory>
 #include <span>
@@ -50,6 +52,7 @@ private:
         room = 0;
         elements = std::make_unique_for_overwrite<T[]>(newCount);
         room = newCount;
+        adviseLargePages(elements.get(), newCount * sizeof(T));
     }
 
     std::unique_ptr<T[]> elements;

@@ -5,7 +5,6 @@
 
 #include <cstdint>
 #include <cstring>
-#include <limits>
 
 namespace PluginOmbrel {
 
@@ -31,64 +30,99 @@ public:
         }
         for (std::size_t i = 0; i < vectors; ++i)
             logarithms[i].join(levels[i]);
+        for (std::size_t i = 0; i < vectors; i += 2)
+            findNeighbours(i, masks);
         for (std::size_t i = 0; i < vectors; ++i)
-            findLine(lines[i], levels[i], masks, firstPixel + i * Lanes);
-        for (std::size_t i = 0; i < vectors; ++i)
-            followLine(lines[i], counts + i * Lanes);
+            followLine(neighbours[i], masks, counts + i * Lanes);
     }
 
 private:
     using Doubles = typename Vector<Lanes>::Doubles;
     using Mask = typename Vector<Lanes>::Mask;
 
-    // The straight line through the two masks, seen from the lower one.
-    struct Line {
-        Doubles level;
-        Doubles run;
-        Doubles rise;
-        Doubles thickness;
+    // The two masks that a level lies between, or those whose line it goes on.
+    struct Neighbours {
+        Doubles level; // less the lower mask
+        Doubles run;   // the upper mask less the lower
+        Mask lower;    // the place of the lower mask
     };
 
-    // Every lane sees all masks; one that has found its masks goes on with NaN, which is below nothing.
-    __attribute__((always_inline)) static void findLine(Line& line, const Doubles& level,
-                                                        std::span<const MaskTable> masks, std::size_t at) {
-        constexpr double nothing = std::numeric_limits<double>::quiet_NaN();
-        Doubles lower, upper;
-        load(lower, masks[0].values + at);
-        load(upper, masks[1].values + at);
-        Doubles rise = masks[0].rise - Doubles{};
-        Doubles thickness = masks[0].thickness - Doubles{};
-        Doubles walking = level < lower ? level : Doubles{} + nothing;
-        Doubles present = upper;
-        for (std::size_t k = 1; k + 1 < masks.size(); ++k) {
-            Doubles next;
-            load(next, masks[k + 1].values + at);
-            lower = walking < present ? present : lower;
-            upper = walking < present ? next : upper;
-            rise = walking < present ? masks[k].rise - Doubles{} : rise;
-            thickness = walking < present ? masks[k].thickness - Doubles{} : thickness;
-            walking = reinterpret_cast<Doubles>(reinterpret_cast<Mask>(walking) | ((walking < present) == 0));
+    // One vector on its way down the masks.
+    struct Walk {
+        Doubles level, lower, upper;
+        Mask walking; // lanes that were below all masks so far
+        Mask place;
+
+        __attribute__((always_inline)) Walk(const Doubles& start, const double* first, const double* second)
+            : level(start), place{} {
+            std::memcpy(&lower, first, sizeof lower);
+            std::memcpy(&upper, second, sizeof upper);
+            walking = level < lower;
+        }
+
+        // Where the walk goes on below `present`, it stands between that mask and the next.
+        __attribute__((always_inline)) void pass(const double* present, const double* following) {
+            Doubles mask, next;
+            std::memcpy(&mask, present, sizeof mask);
+            std::memcpy(&next, following, sizeof next);
+            walking &= level < mask;
+            lower = walking < 0 ? mask : lower;
+            upper = walking < 0 ? next : upper;
+            place -= walking;
+        }
+
+        __attribute__((always_inline)) Neighbours end() const {
+            return {level - lower, upper - lower, place};
+        }
+    };
+
+    // All lanes see all masks, which costs less than a branch. Two vectors go together, since they share the
+    // steps from mask to mask; the last of an odd number goes with itself.
+    __attribute__((always_inline)) void findNeighbours(std::size_t i, std::span<const MaskTable> masks) {
+        const std::size_t j = i + 1 < vectors ? i + 1 : i;
+        const std::size_t atI = firstPixel + i * Lanes;
+        const std::size_t atJ = firstPixel + j * Lanes;
+        const double* present = masks[1].values;
+        Walk first(levels[i], masks[0].values + atI, present + atI);
+        Walk second(levels[j], masks[0].values + atJ, present + atJ);
+        fetchAhead(masks[0].values + atI);
+        fetchAhead(present + atI);
+        for (std::size_t k = 2; k < masks.size(); ++k) {
+            const double* const next = masks[k].values;
+            first.pass(present + atI, next + atI);
+            second.pass(present + atJ, next + atJ);
+            fetchAhead(next + atI);
             present = next;
         }
-        line = {level - lower, upper - lower, rise, thickness};
+        neighbours[i] = first.end();
+        neighbours[j] = second.end();
     }
 
-    __attribute__((always_inline)) static void followLine(const Line& line, double* counts) {
+    // Goes along the straight line through the two masks.
+    __attribute__((always_inline)) static void followLine(const Neighbours& found,
+                                                          std::span<const MaskTable> masks, double* counts) {
+        Doubles rise, thickness;
+        for (std::size_t lane = 0; lane < Lanes; ++lane) {
+            const MaskTable& lower = masks[static_cast<std::size_t>(found.lower[lane])];
+            rise[lane] = lower.rise;
+            thickness[lane] = lower.thickness;
+        }
         Doubles count;
         std::memcpy(&count, counts, sizeof count);
-        Doubles result = line.level * (line.rise / line.run) + line.thickness;
-        result = line.run == 0 ? Doubles{} : result;
+        Doubles result = found.level * (rise / found.run) + thickness;
+        result = found.run == 0 ? Doubles{} : result;
         result = count <= 0 ? Doubles{} : result;
         std::memcpy(counts, &result, sizeof result);
     }
 
-    // Asks for what is needed two blocks on as well: that many tables are more streams than processors follow
-    // by themselves. A value is read once a frame, so it need not stay in the caches.
-    __attribute__((always_inline)) static void load(Doubles& values, const double* from) {
+    // Asks for what two vectors will need two blocks on: that many tables are more streams than processors
+    // follow by themselves.
+    __attribute__((always_inline)) static void fetchAhead(const double* values) {
         constexpr std::uintptr_t ahead = 64 * sizeof(double);
-        __builtin_prefetch(reinterpret_cast<const void*>(reinterpret_cast<std::uintptr_t>(from) + ahead), 0,
-                           0);
-        std::memcpy(&values, from, sizeof values);
+        constexpr std::uintptr_t cacheLine = 64;
+        const auto from = reinterpret_cast<std::uintptr_t>(values) + ahead;
+        for (std::uintptr_t at = 0; at < 2 * sizeof(Doubles); at += cacheLine)
+            __builtin_prefetch(reinterpret_cast<const void*>(from + at));
     }
 
     double* counts;
@@ -96,7 +130,7 @@ private:
     std::size_t vectors;
     Logarithm<Lanes> logarithms[capacity];
     Doubles levels[capacity];
-    Line lines[capacity];
+    Neighbours neighbours[capacity];
 };
 
 } // namespace PluginOmbrel

@@ -4,18 +4,32 @@
 #include <iterator>
 #include <new>
 #include <sanitizer/asan_interface.h>
+#include <sys/mman.h>
 
 namespace ombrel {
 
 namespace {
 
-constexpr std::align_val_t cacheLine{64};
+constexpr std::size_t cacheLine = 64;
+constexpr std::size_t largePage = std::size_t{2} << 20;
 
 // Four frames of 4096 x 4096 doubles; thousands of small ones.
 constexpr std::size_t sharedBound = std::size_t{512} << 20;
 
-void freeBlock(std::byte* block) {
-    ::operator delete(block, cacheLine);
+std::align_val_t alignmentOf(std::size_t bytes) {
+    return std::align_val_t{bytes < 2 * largePage ? cacheLine : largePage};
+}
+
+// Big blocks come in large pages where the system has them: filters stream through many at once.
+std::byte* newBlock(std::size_t bytes) {
+    void* const block = ::operator new(bytes, alignmentOf(bytes));
+    if (bytes >= 2 * largePage)
+        madvise(block, bytes, MADV_HUGEPAGE);
+    return static_cast<std::byte*>(block);
+}
+
+void freeBlock(std::byte* block, std::size_t bytes) {
+    ::operator delete(block, alignmentOf(bytes));
 }
 
 } // namespace
@@ -29,14 +43,14 @@ FramePool& FramePool::shared() {
 FramePool::~FramePool() {
     for (const Idle& entry : idle) {
         ASAN_UNPOISON_MEMORY_REGION(entry.block, entry.bytes);
-        freeBlock(entry.block);
+        freeBlock(entry.block, entry.bytes);
     }
 }
 
 FramePool::Block FramePool::take(std::size_t bytes) {
     std::byte* block = takeIdle(bytes);
     if (!block)
-        block = static_cast<std::byte*>(::operator new(bytes, cacheLine));
+        block = newBlock(bytes);
     return Block(block, GiveBack{this, bytes});
 }
 
@@ -64,7 +78,7 @@ void FramePool::giveBack(Idle block) noexcept {
     try {
         idle.push_back(block);
     } catch (const std::bad_alloc&) {
-        freeBlock(block.block);
+        freeBlock(block.block, block.bytes);
         return;
     }
     total += block.bytes;
@@ -74,7 +88,7 @@ void FramePool::giveBack(Idle block) noexcept {
         idle.pop_front();
         total -= oldest.bytes;
         ASAN_UNPOISON_MEMORY_REGION(oldest.block, oldest.bytes);
-        freeBlock(oldest.block);
+        freeBlock(oldest.block, oldest.bytes);
     }
 }
 
