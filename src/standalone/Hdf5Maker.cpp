@@ -24,6 +24,7 @@ Hdf5Maker::Hdf5Maker(const std::string& path, const std::string& pathForMessages
     const Hdf5Properties access{checked(H5Pcreate(H5P_FILE_ACCESS))};
     check(H5Pset_file_locking(access, false, true) >= 0);
     check(H5Pset_meta_block_size(access, roomForTables(frames)) >= 0);
+    boundCache(access);
     // Large frames begin where pages of memory do: they are written at up to twice the rate.
     constexpr hsize_t large = 65536;
     check((frameBytes >= large ? H5Pset_alignment(access, large, pageBytes)
@@ -31,6 +32,19 @@ Hdf5Maker::Hdf5Maker(const std::string& path, const std::string& pathForMessages
     file = Hdf5FileHandle{checked(H5Fcreate(path.c_str(), H5F_ACC_TRUNC, H5P_DEFAULT, access))};
     linkCreation = Hdf5Properties{checked(H5Pcreate(H5P_LINK_CREATE))};
     check(H5Pset_create_intermediate_group(linkCreation, 1) >= 0);
+}
+
+// The library would keep its tables of all chunks, some 500 bytes a frame, until the file is closed.
+void Hdf5Maker::boundCache(hid_t access) const {
+    H5AC_cache_config_t cache{};
+    cache.version = H5AC__CURR_CACHE_CONFIG_VERSION;
+    check(H5Pget_mdc_config(access, &cache) >= 0);
+    cache.set_initial_size = true;
+    cache.initial_size = cache.min_size = cache.max_size = std::size_t{1} << 20;
+    cache.incr_mode = H5C_incr__off;
+    cache.flash_incr_mode = H5C_flash_incr__off;
+    cache.decr_mode = H5C_decr__off;
+    check(H5Pset_mdc_config(access, &cache) >= 0);
 }
 
 Hdf5Dataset Hdf5Maker::dataset(const char* name, hid_t type, Extent extent, Extent chunk) {

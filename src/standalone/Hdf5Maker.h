@@ -36,6 +36,7 @@ public:
     void close();
 
 private:
+    void boundCache(hid_t access) const;
     Hdf5Type textType(std::size_t bytes) const;
     void check(bool succeeded) const;
     hid_t checked(hid_t identifier) const;

@@ -50,13 +50,14 @@ void applyDeviceMask(Device& device, const std::string& path) {
 }
 
 BatchListener makeListener(const FrameStack& stack, Console& console, Progress& progress,
-                           const PreviewFolder* preview, std::vector<FrameRow>& rows) {
+                           const PreviewFolder* preview, std::vector<FrameRow>* rows) {
     BatchListener listener;
     listener.frameDone = [&](zt::u64) { progress.advance(); };
     listener.frameRow = [&](zt::u64 frame, const FrameRow& row) {
         if (row.failed)
             console.message(stack.where(frame) + ": " + row.reason);
-        rows.push_back(row);
+        if (rows)
+            rows->push_back(row);
     };
     if (preview)
         listener.frameCorrected = [=, width = stack.width()](zt::u64 frame, auto raw, auto corrected) {
@@ -99,8 +100,6 @@ struct Run {
 };
 
 void report(const Run& run, const std::vector<FrameRow>& rows) {
-    if (run.options.report.empty())
-        return;
     const auto mask = run.session.device().pixels().maskBytes();
     writeReport(run.options.report, {run.options.output, run.record, run.range.begin,
                                      static_cast<zt::u64>(std::ranges::count(mask, zt::u8{0})), rows});
@@ -136,20 +135,24 @@ int finish(const Run& run, const BatchResult& result, const Progress& progress) 
 int walk(const Run& run) {
     const RunOptions& options = run.options;
     const auto preview = options.preview.empty() ? nullptr : std::make_unique<PreviewFolder>(options.preview);
-    std::vector<FrameRow> rows;
+    const bool wantsReport = !options.report.empty();
+    std::vector<FrameRow> rows; // for the report alone: a long run has many
+    const zt::u64 framesDone = run.begun ? run.begun->framesDone : 0;
     if (run.begun) {
-        rows = run.begun->rows;
+        if (wantsReport)
+            rows = run.begun->rows;
         if (preview)
             previewEarlierFrames(run, *preview);
         if (run.begun->complete) {
-            report(run, rows);
+            if (wantsReport)
+                report(run, rows);
             run.console.message(options.output + ": is complete; there is nothing to do");
             return EXIT_ALL_DONE;
         }
-        run.console.message(options.output + ": going on behind " + std::to_string(rows.size()) + " of " +
+        run.console.message(options.output + ": going on behind " + std::to_string(framesDone) + " of " +
                             std::to_string(run.range.count()) + " frames");
     }
-    const zt::u64 firstToStore = run.range.begin + rows.size();
+    const zt::u64 firstToStore = run.range.begin + framesDone;
     if (run.workers.remember && firstToStore > 0)
         run.console.message("passing frames 0 to " + std::to_string(firstToStore - 1) +
                             " through the filters first, since they remember from frame to frame");
@@ -167,12 +170,13 @@ int walk(const Run& run) {
     if (choices)
         plan.choice = [=](std::size_t worker, zt::u64 frame) { return choices->read(worker, frame); };
     const Interrupt interrupt;
-    Progress progress(run.console, run.range.count() - rows.size(), options.quiet);
-    const BatchResult result =
-        runBatch(plan, makeListener(run.stack, run.console, progress, preview.get(), rows));
+    Progress progress(run.console, run.range.count() - framesDone, options.quiet);
+    const BatchResult result = runBatch(
+        plan, makeListener(run.stack, run.console, progress, preview.get(), wantsReport ? &rows : nullptr));
     if (choices)
         choices->copyToUserFile();
-    report(run, rows);
+    if (wantsReport)
+        report(run, rows);
     return finish(run, result, progress);
 }
 
