@@ -5,22 +5,28 @@
 #include "standalone/FileDescriptor.h"
 #include "standalone/FrameFile.h"
 #include "standalone/FrameRowJson.h"
-#include "standalone/JsonFile.h"
 #include "standalone/PixelType.h"
 
+#include <QJsonArray>
 #include <QJsonDocument>
 
 #include <algorithm>
+#include <span>
+#include <vector>
 
 namespace ombrel {
 
 namespace {
 
-QByteArray bytesOf(const std::string& path) {
+QByteArray contentsOf(const std::string& path) {
     const FileDescriptor file = FileDescriptor::openForReading(path);
     QByteArray bytes(static_cast<qsizetype>(file.size()), Qt::Uninitialized);
     file.readAt(0, std::as_writable_bytes(std::span(bytes.data(), static_cast<std::size_t>(bytes.size()))));
     return bytes;
+}
+
+std::span<const std::byte> bytesOf(const QByteArray& text) {
+    return std::as_bytes(std::span(text.data(), static_cast<std::size_t>(text.size())));
 }
 
 QJsonObject planJson(const OutputPlan& plan) {
@@ -33,7 +39,7 @@ QJsonObject planJson(const OutputPlan& plan) {
 QJsonObject readJson(const std::string& output) {
     const std::string path = TiffRecord::pathFor(output);
     QJsonParseError error;
-    const QJsonDocument document = QJsonDocument::fromJson(bytesOf(path), &error);
+    const QJsonDocument document = QJsonDocument::fromJson(contentsOf(path), &error);
     if (!document.isObject() || !document["record"].isObject())
         throw Error(path + ": is no record of an output: " +
                     (document.isNull() ? error.errorString().toStdString() : "it has no \"record\""));
@@ -51,15 +57,16 @@ TiffRecord::TiffRecord(const OutputPlan& plan) : path{pathFor(plan.path)} {
     json.insert("output", planJson(plan));
     QJsonArray files;
     for (const std::string& file : plan.settingsFiles)
-        files.append(QString::fromLatin1(bytesOf(file).toBase64()));
+        files.append(QString::fromLatin1(contentsOf(file).toBase64()));
     json.insert("settings", files);
     json.insert("complete", false);
 }
 
 TiffRecord::TiffRecord(const OutputState& state)
     : path{pathFor(state.plan.path)}, json{readJson(state.plan.path)} {
+    json.remove("frames");
     for (const FrameRow& row : state.rows)
-        rows.append(toJson(row));
+        appendRow(row);
 }
 
 OutputState TiffRecord::read(const std::string& output) {
@@ -92,8 +99,14 @@ std::string TiffRecord::settings(const std::string& output, std::size_t index) {
         .toStdString();
 }
 
+void TiffRecord::appendRow(const FrameRow& row) {
+    if (rowsEnd > rowsBegin || !newRows.isEmpty())
+        newRows += ",\n";
+    newRows += QJsonDocument(toJson(row)).toJson(QJsonDocument::Compact);
+}
+
 void TiffRecord::add(const FrameRow& row) {
-    rows.append(toJson(row));
+    appendRow(row);
     if (Clock::now() >= nextWrite)
         write();
 }
@@ -102,14 +115,34 @@ void TiffRecord::setComplete() {
     json.insert("complete", true);
 }
 
+void TiffRecord::copyRows(AtomicFile& file) const {
+    std::vector<std::byte> piece(std::size_t{1} << 20);
+    for (zt::u64 at = rowsBegin; at < rowsEnd; at += piece.size()) {
+        piece.resize(std::min<zt::u64>(piece.size(), rowsEnd - at));
+        written->readAt(at, piece);
+        file.write(piece);
+    }
+}
+
 void TiffRecord::write() {
     // A long record is written more rarely, so that writing it takes a small part of the time.
     constexpr auto shortest = std::chrono::seconds(2);
     constexpr int share = 20;
     const auto start = Clock::now();
-    QJsonObject all = json;
-    all.insert("frames", rows);
-    writeJsonFile(path, all);
+    QByteArray head = QJsonDocument(json).toJson(QJsonDocument::Compact);
+    head.chop(1); // the brace, behind which the rows come
+    head += ",\"frames\":[\n";
+    AtomicFile file(path);
+    file.write(bytesOf(head));
+    if (written)
+        copyRows(file);
+    file.write(bytesOf(newRows));
+    file.write(bytesOf("\n]}\n"));
+    file.commit();
+    written = std::make_unique<FileDescriptor>(FileDescriptor::openForReading(path));
+    rowsEnd = static_cast<zt::u64>(head.size() + newRows.size()) + (rowsEnd - rowsBegin);
+    rowsBegin = static_cast<zt::u64>(head.size());
+    newRows.clear();
     const auto end = Clock::now();
     nextWrite = end + std::max<Clock::duration>(shortest, share * (end - start));
 }
