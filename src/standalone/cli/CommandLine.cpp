@@ -31,6 +31,7 @@ int runCommandLine(int argc, char** argv, Console& console) {
     addMergeCommand(context);
     addCalibrateCommand(context);
     addConfigureCommand(context);
+    addGuiCommand(context);
     addSimulateCommand(context);
 
     return runProgram(program, argc, argv, console, exitCode);

@@ -17,6 +17,7 @@ struct CommandContext {
 void addCalibrateCommand(const CommandContext& context);
 void addConfigureCommand(const CommandContext& context);
 void addFiltersCommand(const CommandContext& context);
+void addGuiCommand(const CommandContext& context);
 void addInfoCommand(const CommandContext& context);
 void addMergeCommand(const CommandContext& context);
 void addReplayCommand(const CommandContext& context);
