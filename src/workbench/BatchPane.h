@@ -1,0 +1,54 @@
+#pragma once
+
+#include "workbench/BatchJob.h"
+
+#include <QElapsedTimer>
+#include <QWidget>
+
+class QCheckBox;
+class QLabel;
+class QLineEdit;
+class QProgressBar;
+class QPushButton;
+class QSpinBox;
+
+namespace ombrel::workbench {
+
+// Runs the whole stack into a file: where to, how many frames at once, how far it is.
+class BatchPane final : public QWidget {
+    Q_OBJECT
+public:
+    explicit BatchPane(cli::Console& console, QWidget* parent = nullptr);
+
+    void setOutput(const QString& path);
+    QString output() const;
+    // With the output, jobs and so on of the pane.
+    void start(cli::RunOptions options);
+    bool isRunning() const { return job.isRunning(); }
+
+signals:
+    void startWanted();
+    void logged(const QString& line);
+    void finished(bool isGood);
+
+private:
+    QWidget* makeOutputRow();
+    QWidget* makeProgressRow();
+    void chooseOutput();
+    void advance(quint64 done, quint64 of);
+    void end(bool isGood, const QString& summary);
+    void showRunning(bool isRunning);
+
+    QLineEdit* outputEdit;
+    QSpinBox* jobs;
+    QCheckBox* resume;
+    QPushButton* startButton;
+    QPushButton* cancelButton;
+    QProgressBar* progress;
+    QLabel* state;
+    QElapsedTimer clock;
+    quint64 first = 0; // frames that were done when it began
+    BatchJob job;      // the last member: nothing is told to what is gone
+};
+
+} // namespace ombrel::workbench

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <QStringList>
+
+class QCPColorGradient;
+
+namespace ombrel::workbench {
+
+// The names of the colour maps that a user chooses from, in the order in which they are offered.
+QStringList colourMapNames();
+
+// For a name of these. What is not a number is not painted.
+QCPColorGradient colourMap(const QString& name);
+
+// Blue below zero, red above: for what has limits as far below zero as above.
+QCPColorGradient differenceColours();
+
+} // namespace ombrel::workbench

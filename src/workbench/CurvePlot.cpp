@@ -1,0 +1,115 @@
+#include "workbench/CurvePlot.h"
+
+#include "workbench/NewChild.h"
+#include "workbench/PlotLook.h"
+
+#include <QVBoxLayout>
+#include <qcustomplot.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace ombrel::workbench {
+
+namespace {
+
+constexpr double ownAxesFrom = 8; // times as wide
+
+QCPRange rangeOf(const QVector<double>& values) {
+    bool isFound = false;
+    QCPRange range;
+    for (const double value : values) {
+        if (std::isnan(value))
+            continue;
+        range = isFound ? QCPRange(std::min(range.lower, value), std::max(range.upper, value))
+                        : QCPRange(value, value);
+        isFound = true;
+    }
+    return range;
+}
+
+void dress(QCPGraph& graph, const QColor& colour, CurvePlot::Kind kind) {
+    graph.setPen(QPen(colour, 1.2));
+    if (kind != CurvePlot::Kind::Histogram)
+        return;
+    QColor fill = colour;
+    fill.setAlpha(70);
+    graph.setBrush(fill);
+    graph.setLineStyle(QCPGraph::lsStepLeft);
+}
+
+void colourAxis(QCPAxis& axis, const QColor& colour) {
+    axis.setTickLabelColor(colour);
+    axis.setBasePen(QPen(colour));
+    axis.setTickPen(QPen(colour));
+    axis.grid()->setVisible(false);
+}
+
+} // namespace
+
+CurvePlot::CurvePlot(Kind plotKind, QWidget* parent)
+    : QWidget(parent), kind(plotKind), plot(newChild<QCustomPlot>(this)), rawGraph(plot->addGraph()),
+      correctedGraph(plot->addGraph()),
+      ownGraph(kind == Kind::Histogram ? plot->addGraph(plot->xAxis2, plot->yAxis2)
+                                       : plot->addGraph(plot->xAxis, plot->yAxis2)) {
+    auto* const layout = newChild<QVBoxLayout>(this);
+    layout->setContentsMargins({});
+    layout->addWidget(plot);
+    fitToPalette(*plot);
+    plot->setMinimumHeight(90);
+    plot->xAxis->setLabel(kind == Kind::Histogram ? "Value of a pixel" : "Pixels along the line");
+    plot->yAxis->setLabel(kind == Kind::Histogram ? "Pixels" : "Value");
+    plot->xAxis->setLabelPadding(1);
+    plot->yAxis->setLabelPadding(1);
+    for (QCPAxis* const axis : plot->axisRect()->axes())
+        axis->ticker()->setTickCount(4);
+    dress(*rawGraph, rawColour, kind);
+    dress(*correctedGraph, correctedColour, kind);
+    dress(*ownGraph, correctedColour, kind);
+    colourAxis(*plot->xAxis2, correctedColour);
+    colourAxis(*plot->yAxis2, correctedColour);
+    rawGraph->setName("raw");
+    correctedGraph->setName("corrected");
+    plot->legend->setVisible(true);
+    plot->legend->removeItem(2);
+    plot->legend->setBrush(Qt::NoBrush);
+    plot->legend->setBorderPen(Qt::NoPen);
+    plot->legend->setTextColor(palette().color(QPalette::WindowText));
+    plot->legend->setFont(plot->xAxis->tickLabelFont());
+    plot->legend->setIconSize(16, 8);
+    plot->legend->setRowSpacing(0);
+}
+
+bool CurvePlot::needOwnAxes(const Curve& raw, const Curve& corrected) const {
+    const bool isHistogram = kind == Kind::Histogram;
+    const QCPRange first = rangeOf(isHistogram ? raw.x : raw.y);
+    const QCPRange second = rangeOf(isHistogram ? corrected.x : corrected.y);
+    if (first.size() == 0 || second.size() == 0)
+        return false;
+    // A flat curve beside one with structure is the point of a correction; one far away is of another unit.
+    const double ratio = first.size() / second.size();
+    const bool areOfOneOrder = ratio < ownAxesFrom && ratio > 1 / ownAxesFrom;
+    return !areOfOneOrder && (second.upper < first.lower || second.lower > first.upper);
+}
+
+void CurvePlot::show(const Curve& raw, const Curve& corrected) {
+    const bool own = needOwnAxes(raw, corrected);
+    const Curve none;
+    rawGraph->setData(raw.x, raw.y, true);
+    const Curve& shared = own ? none : corrected;
+    const Curve& apart = own ? corrected : none;
+    correctedGraph->setData(shared.x, shared.y, true);
+    ownGraph->setData(apart.x, apart.y, true);
+    plot->yAxis2->setVisible(own && kind == Kind::Profile);
+    plot->xAxis2->setVisible(own && kind == Kind::Histogram);
+    plot->rescaleAxes();
+    if (kind == Kind::Histogram) {
+        plot->yAxis->setRangeLower(0);
+        plot->yAxis2->setRangeLower(0);
+    } else {
+        plot->yAxis->scaleRange(1.1);
+    }
+    plot->replot(QCustomPlot::rpQueuedReplot);
+}
+
+} // namespace ombrel::workbench

@@ -1,0 +1,37 @@
+#include "workbench/DemoData.h"
+
+#include "standalone/cli/FlatFieldCalibration.h"
+#include "standalone/simulation/SimulatedSet.h"
+
+#include <filesystem>
+
+namespace ombrel::workbench {
+
+DemoData prepareDemoData(const std::string& folder, const std::string& plugin, cli::Console& console,
+                         const std::function<void(int done, int of)>& advanced) {
+    const std::filesystem::path path(folder);
+    const DemoData demo{(path / "frames.h5").string(), (path / "flat-field.xml").string()};
+    // The settings are written last: with them the set is whole.
+    if (std::filesystem::exists(demo.flatField) && std::filesystem::exists(demo.frames))
+        return demo;
+
+    simulation::SetPlan plan;
+    plan.directory = folder;
+    plan.gridSteps = 0;
+    plan.wedgeSteps = 0;
+    plan.force = true; // of one that was cut off
+    int done = 0;
+    const int of = static_cast<int>(simulation::imagesOf(plan));
+    simulation::writeSet(plan, [&] { advanced(++done, of); });
+
+    cli::FlatFieldOptions flats;
+    flats.inputs = {demo.frames};
+    flats.output = demo.flatField;
+    flats.plugin = plugin;
+    flats.bad = "ff";
+    flats.force = true;
+    cli::calibrateFlatField(flats, console);
+    return demo;
+}
+
+} // namespace ombrel::workbench

@@ -1,0 +1,66 @@
+#pragma once
+
+#include "standalone/FrameFigures.h"
+#include "standalone/GridChoice.h"
+#include "standalone/PreviewImage.h"
+#include "workbench/ChainState.h"
+#include "workbench/Histogram.h"
+#include "workbench/Image.h"
+#include "workbench/LinkReport.h"
+#include "workbench/PaneMap.h"
+
+#include <array>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace ombrel::workbench {
+
+enum PaneIndex { RAW_PANE, CORRECTED_PANE, DIFFERENCE_PANE, PANE_COUNT };
+
+// What the window wants to see. It says all, so that a newer one can stand for all before it.
+struct FrameRequest {
+    std::vector<std::string> inputs; // files; not empty
+    zt::u64 frame = 0;
+    ChainState chain;
+    MapView view;
+};
+
+// One picture, ready for its pane.
+struct PaneView {
+    ImagePtr image; // null: there is nothing to show
+    ScaleLimits limits;
+    FrameFigures figures;
+    Histogram histogram;
+};
+
+// What a frame looks like, raw and behind the chain.
+struct FrameView {
+    zt::u64 frame = 0;
+    bool isComplete = false; // else the chain is still at work on it
+    std::array<PaneView, PANE_COUNT> panes;
+    std::string failure; // why there is no raw or corrected frame
+    double seconds = 0;  // that the chain took
+    std::optional<GridChoice> choice;
+};
+
+// With its pictures, which the panes take over.
+struct ShownFrame {
+    FrameView view;
+    std::array<PaneMap, PANE_COUNT> maps;
+};
+
+using ShownFramePtr = std::shared_ptr<ShownFrame>;
+
+// What was opened.
+struct StackFacts {
+    std::vector<std::string> inputs;
+    zt::u64 frames = 0;
+    zt::u32 width = 0;
+    zt::u32 height = 0;
+    std::string pixelType;
+    std::vector<std::string> filters; // that there are for it
+};
+
+} // namespace ombrel::workbench

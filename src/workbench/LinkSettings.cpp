@@ -1,0 +1,165 @@
+#include "workbench/LinkSettings.h"
+
+#include "standalone/Error.h"
+#include "workbench/Memory.h"
+#include "workbench/StackViewer.h"
+
+#include <QDateTime>
+#include <QFileDialog>
+#include <QFileInfo>
+
+#include <filesystem>
+
+namespace ombrel::workbench {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr zt::u64 mostMeasured = 100;
+const QString nameFilter = "Settings (*.xml);;All files (*)";
+
+// Some filters have a calibration beside their settings, known by its name: without one settings elsewhere
+// would be none.
+void linkCalibration(const std::string& from, const std::string& to) {
+    const fs::path source = fs::path(from).replace_extension(".bin");
+    const fs::path target = fs::path(to).replace_extension(".bin");
+    std::error_code failure;
+    if (fs::exists(source, failure) && !fs::exists(target, failure))
+        fs::create_symlink(fs::absolute(source), target, failure);
+    if (failure)
+        throw Error(target.string() + ": can't be made: " + failure.message());
+}
+
+std::shared_ptr<FilterLink> loadedLink(PluginHost& host, const LinkState& state, const std::string& path) {
+    auto link = std::make_shared<FilterLink>(host.makeLink(state.filter));
+    const auto store = host.host().openSettings(path);
+    if (fs::exists(path))
+        store->loadFile();
+    // What the filter has to say of its settings is for its window to mend.
+    loadInto(link->filter(), state.unsaved ? *state.unsaved : *store);
+    return link;
+}
+
+} // namespace
+
+LinkSettings::LinkSettings(Workspace& model, FrameWorker& frameWorker, QWidget& parentOfDialogs)
+    : workspace(model), worker(frameWorker), dialogParent(parentOfDialogs) {
+    connect(&workspace, &Workspace::chainChanged, this, &LinkSettings::dropStale);
+}
+
+void LinkSettings::setHost(const PluginHostPtr& pluginHost) {
+    shown.clear();
+    host = pluginHost;
+}
+
+void LinkSettings::later(std::function<void()> work) {
+    QMetaObject::invokeMethod(this, std::move(work), Qt::QueuedConnection);
+}
+
+std::string LinkSettings::pathFor(const LinkState& link) const {
+    if (!link.settings.empty())
+        return link.settings;
+    const QString time = QDateTime::currentDateTime().toString("yyyyMMdd-hhmmss-zzz");
+    return QString("%1/%2-%3.xml")
+        .arg(Memory::dataFolder("settings"), QString::fromStdString(link.filter), time)
+        .toStdString();
+}
+
+void LinkSettings::configure(int id) {
+    const LinkState* const state = workspace.chain().find(id);
+    if (!state || !host)
+        return;
+    if (const auto open = shown.find(id); open != shown.end()) {
+        open->second->show();
+        return;
+    }
+    const std::string path = pathFor(*state);
+    worker.run([this, pluginHost = host, state = *state, path](StackViewer& viewer) {
+        const auto link = loadedLink(*pluginHost, state, path);
+        const auto measured = std::make_shared<std::vector<FramePtr>>(viewer.measuredFrames(mostMeasured));
+        later([this, pluginHost, id = state.id, link, path, measured] {
+            if (pluginHost == host && workspace.chain().find(id) && !shown.contains(id))
+                showWindow(id, link, path, *measured);
+        });
+    });
+}
+
+void LinkSettings::showWindow(int id, const std::shared_ptr<FilterLink>& link, const std::string& path,
+                              std::vector<FramePtr>& measured) {
+    host->device().setAcquisition(std::move(measured));
+    revisions[id] = workspace.chain().find(id)->revision;
+    ShownLink& window = *(shown[id] = std::make_unique<ShownLink>(host, link, path));
+    connect(&window, &ShownLink::changed, this, [this, id](const std::shared_ptr<Settings>& snapshot) {
+        ++revisions[id];
+        workspace.setUnsaved(id, snapshot);
+    });
+    connect(
+        &window, &ShownLink::closed, this, [this, id] { windowClosed(id); }, Qt::QueuedConnection);
+    try {
+        window.show();
+    } catch (const Error& error) {
+        emit logged(error.what());
+    }
+}
+
+void LinkSettings::windowClosed(int id) {
+    const auto found = shown.find(id);
+    if (found == shown.end() || found->second->isModalOpen())
+        return;
+    const std::string path = found->second->settingsPath();
+    shown.erase(found);
+    if (fs::exists(path))
+        workspace.setSettings(id, path);
+    else if (workspace.chain().find(id) && workspace.chain().find(id)->unsaved)
+        workspace.setUnsaved(id, nullptr);
+}
+
+void LinkSettings::dropStale() {
+    std::erase_if(shown, [this](const auto& entry) {
+        const LinkState* const link = workspace.chain().find(entry.first);
+        return !entry.second->isModalOpen() && (!link || link->revision != revisions[entry.first]);
+    });
+}
+
+void LinkSettings::load(int id) {
+    const LinkState* const link = workspace.chain().find(id);
+    if (!link)
+        return;
+    const QString path =
+        QFileDialog::getOpenFileName(&dialogParent, "Settings of " + QString::fromStdString(link->filter),
+                                     QString::fromStdString(link->settings), nameFilter);
+    if (!path.isEmpty())
+        workspace.setSettings(id, path.toStdString());
+}
+
+void LinkSettings::save(int id) {
+    const LinkState* const link = workspace.chain().find(id);
+    if (!link)
+        return;
+    const QString path = QFileDialog::getSaveFileName(
+        &dialogParent, "Save the settings of " + QString::fromStdString(link->filter),
+        QString::fromStdString(link->settings), nameFilter);
+    if (!path.isEmpty())
+        saveTo(id, path.toStdString());
+}
+
+void LinkSettings::saveTo(int id, const std::string& path) {
+    const LinkState* const link = workspace.chain().find(id);
+    if (!link)
+        return;
+    worker.run([this, chain = workspace.chain(), id, path, from = link->settings](StackViewer& viewer) {
+        // Edits that wait are to be saved too.
+        for (const LinkReport& report : viewer.follow(chain))
+            later([this, report] { emit reported(report); });
+        viewer.chain().saveSettings(id, path);
+        if (!from.empty())
+            linkCalibration(from, path);
+        later([this, id, path] {
+            workspace.setSettings(id, path);
+            emit logged("Settings saved: " + QString::fromStdString(path));
+        });
+    });
+}
+
+} // namespace ombrel::workbench

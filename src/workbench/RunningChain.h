@@ -1,0 +1,57 @@
+#pragma once
+
+#include "standalone/FilterLink.h"
+#include "standalone/GridChoice.h"
+#include "standalone/cli/ChoiceLogs.h"
+#include "workbench/ChainState.h"
+#include "workbench/LinkReport.h"
+#include "workbench/PluginHost.h"
+
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace ombrel::workbench {
+
+// The filter instances that correct the shown frames. They follow the chain that the user wants: what is new
+// is made and loaded, what is edited gets the edits, what is gone ends. All of it on one thread.
+class RunningChain {
+public:
+    explicit RunningChain(PluginHostPtr pluginHost) : host(std::move(pluginHost)) {}
+
+    // Returns the report of each link for which something was done.
+    std::vector<LinkReport> follow(const ChainState& wanted);
+    FrameResult apply(FramePtr frame);
+    // Of the first adaptive filter for the latest frame.
+    std::optional<GridChoice> choice();
+
+    // Writes settings as the link has them now, other keys of its file included. Throws Error.
+    void saveSettings(int id, const std::string& path);
+
+private:
+    struct RunningLink {
+        LinkState state; // as it was followed
+        FilterLink link;
+        LinkReport report;
+        std::map<std::string, std::string> original; // parameters as loaded
+        std::optional<std::string> ownLog;           // of quality values, where it is led elsewhere
+
+        bool isFor(const LinkState& wanted) const {
+            return state.id == wanted.id && state.revision == wanted.revision;
+        }
+    };
+
+    RunningLink makeLink(const LinkState& wanted);
+    void load(RunningLink& running);
+    // False when there was nothing to do.
+    bool applyEdits(RunningLink& running, const LinkState& wanted);
+    std::string setParam(RunningLink& running, const std::string& name, const std::string& text);
+
+    PluginHostPtr host; // the first member: filters end before it
+    std::vector<RunningLink> links;
+    cli::ChoiceLogs choices;
+    zt::u64 choicesRead = 0;
+};
+
+} // namespace ombrel::workbench

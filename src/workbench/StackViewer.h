@@ -1,0 +1,54 @@
+#pragma once
+
+#include "standalone/FrameStack.h"
+#include "workbench/FrameView.h"
+#include "workbench/RunningChain.h"
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace ombrel::workbench {
+
+// The open stack with the chain that runs on it, and the frame of it that is looked at. All of it on one
+// thread. The steps for a request are open(), read(), follow(), correct() and show(), of which only those do
+// something that have to.
+class StackViewer {
+public:
+    StackViewer(std::string plugin, Host::LogSink logSink)
+        : pluginPath(std::move(plugin)), sink(std::move(logSink)) {}
+
+    // True when another stack was opened. Throws Error, with none open.
+    bool open(const std::vector<std::string>& inputs);
+    // True when another frame was read.
+    bool read(zt::u64 frame);
+    std::vector<LinkReport> follow(const ChainState& wanted);
+    void correct();
+    ShownFramePtr show(const MapView& view) const;
+
+    StackFacts facts() const;
+    const PluginHostPtr& pluginHost() const { return host; }
+    RunningChain& chain() { return *running; }
+    // What a detector would have measured for a settings window: the flat fields of the files where they tell
+    // them apart, at most `most`, else the frame that is looked at.
+    std::vector<FramePtr> measuredFrames(zt::u64 most);
+    // How long the chain took for the last frame.
+    double lastSeconds() const { return view.seconds; }
+
+private:
+    void close();
+
+    std::string pluginPath;
+    Host::LogSink sink;
+    std::vector<std::string> openInputs;
+    PluginHostPtr host;
+    std::unique_ptr<FrameStack> stack;
+    std::unique_ptr<RunningChain> running;
+    ChainState chainState;
+    FramePtr raw;
+    FrameView view;
+};
+
+} // namespace ombrel::workbench

@@ -1,0 +1,113 @@
+#include "workbench/Workspace.h"
+
+#include <algorithm>
+
+namespace ombrel::workbench {
+
+void Workspace::setInputs(std::vector<std::string> paths) {
+    files = std::move(paths);
+    stack = {};
+    current = 0;
+    emit inputsChanged();
+}
+
+void Workspace::setFacts(const StackFacts& facts) {
+    stack = facts;
+    if (stack.frames == 0)
+        files.clear();
+    emit factsChanged();
+}
+
+void Workspace::setFrame(zt::u64 frame) {
+    frame = std::min(frame, std::max<zt::u64>(stack.frames, 1) - 1);
+    if (frame == current)
+        return;
+    current = frame;
+    emit frameChanged();
+}
+
+int Workspace::addLink(const std::string& filter, const std::string& settings) {
+    LinkState link;
+    link.id = ++lastId;
+    link.filter = filter;
+    link.settings = settings;
+    links.links.push_back(std::move(link));
+    emit chainChanged();
+    chooseLink(lastId);
+    return lastId;
+}
+
+void Workspace::removeLink(int id) {
+    const auto found = std::ranges::find(links.links, id, &LinkState::id);
+    if (found == links.links.end())
+        return;
+    const auto next = links.links.erase(found);
+    emit chainChanged();
+    if (chosen == id)
+        chooseLink(links.links.empty() ? 0 : next == links.links.end() ? links.links.back().id : next->id);
+}
+
+void Workspace::moveLink(int id, std::size_t place) {
+    auto& all = links.links;
+    const auto found = std::ranges::find(all, id, &LinkState::id);
+    const auto target = all.begin() + static_cast<std::ptrdiff_t>(std::min(place, all.size()));
+    if (found == all.end())
+        return;
+    if (found < target)
+        std::rotate(found, found + 1, target);
+    else
+        std::rotate(target, found, found + 1);
+    emit chainChanged();
+}
+
+void Workspace::setEnabled(int id, bool isEnabled) {
+    LinkState* const link = links.find(id);
+    if (!link || link->enabled == isEnabled)
+        return;
+    link->enabled = isEnabled;
+    emit chainChanged();
+}
+
+void Workspace::chooseLink(int id) {
+    if (chosen == id)
+        return;
+    chosen = id;
+    emit chosenLinkChanged();
+}
+
+void Workspace::setSettings(int id, const std::string& path) {
+    LinkState* const link = links.find(id);
+    if (!link)
+        return;
+    link->settings = path;
+    link->unsaved.reset();
+    link->params.clear();
+    ++link->revision;
+    emit chainChanged();
+}
+
+void Workspace::setUnsaved(int id, std::shared_ptr<Settings> settings) {
+    LinkState* const link = links.find(id);
+    if (!link)
+        return;
+    link->unsaved = std::move(settings);
+    ++link->revision;
+    emit chainChanged();
+}
+
+void Workspace::setParam(int id, const std::string& name, const std::string& text) {
+    LinkState* const link = links.find(id);
+    if (!link)
+        return;
+    link->params[name] = text;
+    emit chainChanged();
+}
+
+void Workspace::takeBackParam(int id, const std::string& name) {
+    LinkState* const link = links.find(id);
+    if (!link || link->params.erase(name) == 0)
+        return;
+    emit chainChanged();
+}
+
+} // namespace ombrel::workbench
