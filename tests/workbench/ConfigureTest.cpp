@@ -5,6 +5,7 @@
 #include "fixtures/FileText.h"
 #include "fixtures/FrameFiles.h"
 #include "fixtures/Program.h"
+#include "fixtures/QuietConsole.h"
 #include "fixtures/TemporaryFolder.h"
 #include "fixtures/WidgetActions.h"
 #include "standalone/Error.h"
@@ -21,24 +22,10 @@
 
 #include <filesystem>
 #include <functional>
-#include <unistd.h>
 
 using testing::HasSubstr;
 
 namespace {
-
-// A console turns standard output away, on which the tests report.
-ombrel::cli::Console& console() {
-    static ombrel::cli::Console* made = nullptr;
-    if (!made) {
-        const int output = dup(STDOUT_FILENO);
-        static ombrel::cli::Console first;
-        made = &first;
-        dup2(output, STDOUT_FILENO);
-        close(output);
-    }
-    return *made;
-}
 
 class Configure : public testing::Test {
 protected:
@@ -59,7 +46,7 @@ protected:
                 }
         });
         look.start(1);
-        ombrel::workbench::configure(options, console());
+        ombrel::workbench::configure(options, quietConsole());
         EXPECT_TRUE(met) << title.toStdString();
         for (const QWidget* window : QApplication::topLevelWidgets())
             EXPECT_NE(window->windowTitle(), title) << "the window outlives its filter";
@@ -134,18 +121,18 @@ TEST_F(Configure, AFilterWithoutWindowShowsItsParametersAndIsSavedOnClose) {
 
 TEST_F(Configure, LeavesASettingsFileThatCannotBeRead) {
     writeFileText(settings, "<settings><group");
-    EXPECT_THROW(ombrel::workbench::configure(optionsFor("Flat-Field"), console()), ombrel::Error);
+    EXPECT_THROW(ombrel::workbench::configure(optionsFor("Flat-Field"), quietConsole()), ombrel::Error);
     EXPECT_EQ(fileText(settings), "<settings><group");
 
     auto options = optionsFor("Flat-Field");
     options.settings = folder / "gone/ff.xml";
-    EXPECT_THROW(ombrel::workbench::configure(options, console()), ombrel::Error);
+    EXPECT_THROW(ombrel::workbench::configure(options, quietConsole()), ombrel::Error);
     options.frames = folder / "missing.tif";
-    EXPECT_THROW(ombrel::workbench::configure(options, console()), ombrel::Error);
-    EXPECT_THROW(ombrel::workbench::configure(optionsFor("Nothing"), console()), ombrel::UnknownFilter);
+    EXPECT_THROW(ombrel::workbench::configure(options, quietConsole()), ombrel::Error);
+    EXPECT_THROW(ombrel::workbench::configure(optionsFor("Nothing"), quietConsole()), ombrel::UnknownFilter);
     options.frames.clear();
     options.size = "3";
-    EXPECT_THROW(ombrel::workbench::configure(options, console()), ombrel::cli::UsageError);
+    EXPECT_THROW(ombrel::workbench::configure(options, quietConsole()), ombrel::cli::UsageError);
 }
 
 TEST_F(Configure, TheCommandHandsItsArgumentsOver) {

@@ -1,0 +1,313 @@
+// The whole window on the loaded plug-in, driven by keys and the mouse.
+#include "fixtures/ModalUser.h"
+#include "fixtures/Program.h"
+#include "properties/QParamsBrowser.h"
+#include "workbench/BatchPane.h"
+#include "workbench/ChainPane.h"
+#include "workbench/WorkbenchFixture.h"
+
+#include <QCheckBox>
+#include <QListWidget>
+#include <QMenu>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QSlider>
+#include <QTableWidget>
+#include <QTimer>
+#include <gmock/gmock.h>
+
+#include <cmath>
+#include <filesystem>
+
+using namespace ombrel::workbench;
+using testing::HasSubstr;
+
+namespace {
+
+class MainWindowTest : public WorkbenchTest {
+protected:
+    // By the menu of the button, as a user does.
+    void addFilter(const QString& name) {
+        QTimer::singleShot(50, [name] {
+            auto* const menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+            ASSERT_NE(menu, nullptr);
+            for (QAction* const action : menu->actions())
+                if (action->text() == name)
+                    QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(action).center());
+            menu->close();
+        });
+        const int before = framesShown;
+        click(*window, "btAdd");
+        ASSERT_TRUE(waitFor([&] { return !model().chain().links.empty() && framesShown > before; }));
+    }
+
+    QListWidget& list() { return child<QListWidget>(*window, "lwChain"); }
+    double corrected(int x, int y) { return image(CORRECTED_PANE)->at(x, y); }
+
+    // Until the corrected pane shows what is wanted.
+    bool waitForCorrected(const std::function<bool(const Image&)>& isWanted) {
+        return waitFor([&] { return image(CORRECTED_PANE) && isWanted(*image(CORRECTED_PANE)); });
+    }
+};
+
+TEST_F(MainWindowTest, OpensFilesAndGoesThroughTheirFrames) {
+    ASSERT_TRUE(open(writeFrames(30)));
+    EXPECT_EQ(lastFrame, 0);
+    EXPECT_EQ(image(RAW_PANE)->at(2, 0), 3);
+    EXPECT_EQ(image(CORRECTED_PANE), nullptr) << "there is no filter";
+
+    key(Qt::Key_Right);
+    ASSERT_TRUE(waitFor([&] { return lastFrame == 1; }));
+    EXPECT_EQ(image(RAW_PANE)->at(2, 0), 103);
+    key(Qt::Key_Right, Qt::ShiftModifier);
+    ASSERT_TRUE(waitFor([&] { return lastFrame == 11; }));
+    key(Qt::Key_End, Qt::ControlModifier);
+    ASSERT_TRUE(waitFor([&] { return lastFrame == 29; }));
+    key(Qt::Key_P);
+    EXPECT_TRUE(waitFor([&] { return lastFrame >= 2 && lastFrame < 20; })) << "the film goes round";
+    key(Qt::Key_P);
+
+    auto& slider = child<QSlider>(*window, "slFrame");
+    QTest::mouseClick(&slider, Qt::LeftButton, {}, QPoint(slider.width() - 3, slider.height() / 2));
+    EXPECT_TRUE(waitFor([&] { return lastFrame == static_cast<int>(model().frame()) && lastFrame >= 10; }));
+}
+
+TEST_F(MainWindowTest, AFileThatCannotBeReadIsToldAndLeavesTheStartPage) {
+    window->open({folder / "missing.h5"});
+    ASSERT_TRUE(waitFor([&] { return !label("lbProblem").empty(); }));
+    EXPECT_THAT(label("lbProblem"), HasSubstr("missing.h5"));
+    EXPECT_TRUE(child<QPushButton>(*window, "btDemo").isVisible());
+    EXPECT_FALSE(model().isOpen());
+    ASSERT_TRUE(open(writeFrames(2)));
+    EXPECT_FALSE(child<QPushButton>(*window, "btDemo").isVisible());
+}
+
+TEST_F(MainWindowTest, TheChainIsBuiltSwitchedAndTakenApart) {
+    ASSERT_TRUE(open(writeFrames(3)));
+    addFilter("Binning 2x2");
+    ASSERT_TRUE(waitForCorrected([](const Image& frame) { return frame.at(0, 0) == 1 + 2 + 33 + 34; }));
+    EXPECT_EQ(image(DIFFERENCE_PANE)->at(0, 0), 69);
+    model().addLink("Binning 2x2");
+    ASSERT_TRUE(waitForCorrected([](const Image& frame) { return frame.at(0, 0) == 4 * 70; }));
+
+    list().setFocus();
+    QTest::keyClick(&list(), Qt::Key_Space);
+    ASSERT_TRUE(waitForCorrected([](const Image& frame) { return frame.at(0, 0) == 70; }));
+    EXPECT_FALSE(model().chain().links[1].enabled);
+
+    const int first = model().chain().links[0].id;
+    key(Qt::Key_Up, Qt::ControlModifier);
+    EXPECT_EQ(model().chain().links[1].id, first);
+    EXPECT_EQ(list().currentRow(), 0);
+    click(*window, "btRemove");
+    click(*window, "btRemove");
+    EXPECT_TRUE(waitFor([&] { return !image(CORRECTED_PANE); }));
+    EXPECT_EQ(list().count(), 0);
+}
+
+TEST_F(MainWindowTest, AFrameThatTheChainRefusesIsToldWithItsReason) {
+    ASSERT_TRUE(open(writeFrames(2)));
+    model().addLink("AdaptiveFF");
+    ASSERT_TRUE(
+        waitFor([&] { return logText().find("No adaptive correction loaded") != std::string::npos; }));
+    EXPECT_THAT(child<QLabel>(panes().pane(CORRECTED_PANE), "lbHint").text().toStdString(),
+                HasSubstr("AdaptiveFF: No adaptive correction loaded"));
+    EXPECT_NE(image(RAW_PANE), nullptr);
+}
+
+TEST_F(MainWindowTest, EditsOfAParameterReachTheFilterAndCanBeTakenBack) {
+    ASSERT_TRUE(open(writeFrames(2)));
+    model().addLink("AdaptiveFF", writeAdaptive(side, 3));
+    ASSERT_TRUE(waitFor([&] { return image(CORRECTED_PANE) && window->findChild<QParamsBrowser*>(); }));
+    EXPECT_THAT(label("lbChoice"), HasSubstr("V ")) << "the chosen grid point";
+
+    auto& browser = child<QParamsBrowser>(*window, "");
+    const QAbstractItemModel& rows = *browser.model();
+    const auto cell = rows.match(rows.index(0, 0), Qt::DisplayRole, "QFTileSize").at(0).siblingAtColumn(1);
+    browser.scrollTo(cell);
+    QTest::mouseClick(browser.viewport(), Qt::LeftButton, {}, browser.visualRect(cell).center());
+    QWidget* const editor = browser.indexWidget(cell);
+    ASSERT_NE(editor, nullptr);
+    QTest::keyClick(editor, Qt::Key_A, Qt::ControlModifier);
+    QTest::keyClicks(editor, "4");
+    QTest::keyClick(editor, Qt::Key_Enter);
+    EXPECT_EQ(model().chain().links[0].params.at("QFTileSize"), "4");
+    ASSERT_TRUE(waitFor([&] { return label("lbEdit").find("Taken over") != std::string::npos; }));
+
+    click(*window, "btTakeBack");
+    EXPECT_TRUE(model().chain().links[0].params.empty());
+    EXPECT_EQ(rows.match(rows.index(0, 0), Qt::DisplayRole, "QFTileSize")
+                  .at(0)
+                  .siblingAtColumn(1)
+                  .data()
+                  .toString(),
+              "8");
+    EXPECT_TRUE(waitForFrame());
+}
+
+TEST_F(MainWindowTest, AModalSettingsWindowSetsTheFilterThatRuns) {
+    ASSERT_TRUE(open(writeFrames(2)));
+    model().addLink("Flat-Field", folder / "ff.xml");
+    ASSERT_TRUE(waitFor([&] { return child<QAbstractButton>(*window, "btConfigure").isEnabled(); }));
+    {
+        ModalUser user;
+        bool isDone = false;
+        user.meets<QDialog>([&](QDialog& dialog) {
+            click(dialog, "btCoeffAllFrames");
+            click(dialog, "btClose");
+            isDone = true;
+        });
+        click(*window, "btConfigure");
+        ASSERT_TRUE(waitFor([&] { return isDone; }));
+    }
+    // Coefficients of the frame itself make it even.
+    ASSERT_TRUE(waitForCorrected([](const Image& frame) {
+        return std::abs(frame.at(0, 0) - frame.at(31, 31)) < 1e-6 * frame.at(0, 0);
+    }));
+    EXPECT_TRUE(std::filesystem::exists(folder / "ff.xml"));
+    EXPECT_EQ(model().chain().links[0].unsaved, nullptr) << "it is saved";
+}
+
+TEST_F(MainWindowTest, WindowsGoWithTheirLinksAndTheirStack) {
+    ASSERT_TRUE(open(writeFrames(2)));
+    const auto openWindows = [] {
+        return std::ranges::count_if(QApplication::topLevelWidgets(), [](const QWidget* widget) {
+            return widget->isVisible() && widget->windowTitle() == "Beam-hardening Filter Settings";
+        });
+    };
+    const auto configure = [&] {
+        const int id = model().addLink("Beam-hardening", folder / "bh.xml");
+        ASSERT_TRUE(waitFor([&] { return child<QAbstractButton>(*window, "btConfigure").isEnabled(); }));
+        click(*window, "btConfigure");
+        ASSERT_TRUE(waitFor([&] { return openWindows() == 1; }));
+        ASSERT_EQ(model().chosenLink(), id);
+    };
+    configure();
+    for (QWidget* const each : QApplication::topLevelWidgets())
+        if (each->windowTitle() == "Beam-hardening Filter Settings")
+            click(*each, "btAddMeas");
+    EXPECT_TRUE(waitFor([&] { return model().chain().links[0].unsaved != nullptr; })) << "a snapshot";
+    click(*window, "btRemove");
+    EXPECT_TRUE(waitFor([&] { return openWindows() == 0; }));
+
+    configure();
+    ASSERT_TRUE(open(writeFrames(3, "other.h5")));
+    EXPECT_EQ(openWindows(), 0);
+    EXPECT_EQ(model().facts().frames, 3U);
+}
+
+TEST_F(MainWindowTest, ABatchGivesThePixelsOfTheCommandLine) {
+    const std::string frames = writeFrames(7);
+    ASSERT_TRUE(open(frames));
+    model().addLink("AdaptiveFF", writeAdaptive(side, 3));
+    model().setParam(model().chosenLink(), "QFTileSize", "4");
+    model().addLink("Binning 2x2");
+    auto& batch = *window->findChild<BatchPane*>();
+    batch.setOutput(QString::fromStdString(folder / "window.h5"));
+    bool isGood = false;
+    QObject::connect(&batch, &BatchPane::finished, &batch, [&](bool good) { isGood = good; });
+    key(Qt::Key_R, Qt::ControlModifier);
+    ASSERT_TRUE(waitFor([&] { return label("lbBatch").find("7 of 7 frames done") != std::string::npos; }))
+        << label("lbBatch");
+    EXPECT_TRUE(isGood);
+
+    ASSERT_EQ(
+        runOmbrel({"run", "-f", "AdaptiveFF=" + (folder / "adaptive.xml"), "-f", "Binning 2x2", "-p",
+                   "AdaptiveFF:QFTileSize=4", frames, "-o", folder / "command.h5", "--plugin", OMBREL_PLUGIN})
+            .exitCode,
+        0);
+    const auto window7 = ombrel::FrameFile::open(folder / "window.h5");
+    const auto command7 = ombrel::FrameFile::open(folder / "command.h5");
+    for (zt::u32 frame = 0; frame < 7; ++frame)
+        EXPECT_TRUE(
+            std::ranges::equal(window7->readFrame(frame)->bytes(), command7->readFrame(frame)->bytes()))
+            << frame;
+
+    // An output that is there is not replaced.
+    click(*window, "btRun");
+    EXPECT_TRUE(waitFor([&] { return label("lbBatch").find("exists") != std::string::npos; }));
+}
+
+TEST_F(MainWindowTest, NothingIsLostWhenItIsClosedAtWork) {
+    const std::size_t before = ombrel::Frame::aliveCount();
+    ASSERT_TRUE(open(writeFrames(40)));
+    model().addLink("AdaptiveFF", writeAdaptive(side, 20));
+    for (int frame = 0; frame < 10; ++frame) {
+        model().setFrame(static_cast<zt::u64>(frame));
+        QTest::qWait(5);
+    }
+    model().setSettings(model().chosenLink(), folder / "adaptive.xml");
+    window->open({writeFrames(2, "other.h5")});
+    model().removeLink(model().chosenLink());
+    auto& batch = *window->findChild<BatchPane*>();
+    batch.setOutput(QString::fromStdString(folder / "never.h5"));
+    model().addLink("Binning 2x2");
+    QTest::qWait(1);
+    click(*window, "btRun");
+    window->close();
+    window.reset();
+    EXPECT_EQ(ombrel::Frame::aliveCount(), before);
+}
+
+TEST_F(MainWindowTest, AFileComesBackWithItsChain) {
+    const std::string path = writeFrames(2);
+    ASSERT_TRUE(open(path));
+    model().addLink("Binning 2x2");
+    window->close();
+    window = std::make_unique<MainWindow>(quietConsole(), OMBREL_PLUGIN);
+    window->show();
+    click(*window, "btRecent");
+    ASSERT_TRUE(waitFor([&] { return model().isOpen() && image(CORRECTED_PANE); }));
+    EXPECT_EQ(model().chain().links[0].filter, "Binning 2x2");
+}
+
+TEST_F(MainWindowTest, TheDemoShowsACorrectionThatWorks) {
+    click(*window, "btDemo");
+    ASSERT_TRUE(waitFor([&] { return model().isOpen() && image(CORRECTED_PANE); })) << label("lbProblem");
+    EXPECT_EQ(model().chain().links.at(0).filter, "Flat-Field");
+    panes().setRegion({100, 236, 150, 18}); // sees the open beam
+    const auto figure = [&](const char* name) {
+        return QString::fromStdString(label(name)).split(' ')[0].toDouble();
+    };
+    EXPECT_LT(figure("Region: spread/1"), figure("Region: spread/0") / 2);
+    EXPECT_LT(figure("Region: spread/1"), 1.2 * figure("Photon statistics/0"));
+}
+
+TEST_F(MainWindowTest, TheMouseTellsValuesAndDrawsRegionsAndLines) {
+    ASSERT_TRUE(open(writeFrames(1)));
+    QWidget& plot = *panes().pane(RAW_PANE).findChild<QWidget*>("", Qt::FindDirectChildrenOnly);
+    const QPoint middle = plot.rect().center() - QPoint(20, 0);
+    QTest::mouseMove(&plot, middle);
+    ASSERT_TRUE(waitFor([&] { return !label("lbValue").empty(); }));
+    int x = 0;
+    int y = 0;
+    double raw = 0;
+    ASSERT_EQ(std::sscanf(label("lbValue").c_str(), "x %d  y %d   raw %lf", &x, &y, &raw), 3);
+    EXPECT_EQ(raw, 1 + x + 32 * y);
+
+    const auto drag = [&](Qt::KeyboardModifier modifier) {
+        QTest::mousePress(&plot, Qt::LeftButton, modifier, middle - QPoint(30, 30));
+        QTest::mouseMove(&plot, middle);
+        QTest::mouseRelease(&plot, Qt::LeftButton, modifier, middle);
+    };
+    drag(Qt::ShiftModifier);
+    EXPECT_GT(panes().region().width(), 1);
+    EXPECT_TRUE(panes().region().contains(x - 1, y - 1));
+    EXPECT_NE(label("Region: mean/0"), "\u2013");
+    drag(Qt::ControlModifier);
+    EXPECT_NEAR(panes().line().p2().x(), x + 0.5, 1);
+}
+
+TEST_F(MainWindowTest, TheKeysAreListed) {
+    ModalUser user;
+    bool isDone = false;
+    user.meets<QMessageBox>([&](QMessageBox& box) {
+        EXPECT_THAT(box.text().toStdString(), HasSubstr("Ctrl+O"));
+        isDone = true;
+        cancel(box);
+    });
+    key(Qt::Key_F1);
+    EXPECT_TRUE(waitFor([&] { return isDone; }));
+}
+
+} // namespace

@@ -1,0 +1,111 @@
+// Whether the window answers while the adaptive filter works.
+#include "workbench/WorkbenchFixture.h"
+
+#include <QElapsedTimer>
+#include <QTimer>
+
+#include <cstdlib>
+#include <ctime>
+#include <iostream>
+
+using namespace ombrel::workbench;
+
+namespace {
+
+double threadMilliseconds() {
+    timespec time{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return 1e3 * static_cast<double>(time.tv_sec) + 1e-6 * static_cast<double>(time.tv_nsec);
+}
+
+// Gaps between the ticks of a timer that fires as soon as the window's thread is free.
+class Heartbeat {
+public:
+    Heartbeat() {
+        clock.start();
+        lastWork = threadMilliseconds();
+        timer.callOnTimeout([this] { beat(); });
+        timer.start(0);
+    }
+
+    double longestWork() const { return work; }
+    // What only one in a hundred gaps is above.
+    double gap99() {
+        std::ranges::sort(gaps);
+        return gaps[gaps.size() * 99 / 100];
+    }
+    double longestGap() const { return *std::ranges::max_element(gaps); }
+
+private:
+    void beat() {
+        const double worked = threadMilliseconds();
+        gaps.push_back(1e-6 * static_cast<double>(clock.nsecsElapsed()));
+        work = std::max(work, worked - lastWork);
+        clock.restart();
+        lastWork = worked;
+    }
+
+    QTimer timer;
+    QElapsedTimer clock;
+    std::vector<double> gaps;
+    double lastWork = 0;
+    double work = 0; // processor time, which other programs do not lengthen
+};
+
+class Response : public WorkbenchTest {
+protected:
+    // OMBREL_RESPONSE_SIDE and OMBREL_RESPONSE_POINTS ask for a larger measurement than every run can afford.
+    static zt::u32 setting(const char* name, zt::u32 usual) {
+        const char* const text = std::getenv(name);
+        return text ? static_cast<zt::u32>(std::stoul(text)) : usual;
+    }
+
+    std::string writeStack(zt::u32 size, zt::u32 frames) const {
+        ImageStack<zt::u16> stack{size, size, {}};
+        for (zt::u32 frame = 0; frame < frames; ++frame)
+            for (zt::u32 i = 0; i < size * size; ++i)
+                stack.pixels.push_back(static_cast<zt::u16>(1000 + (i * 31 + frame * 17) % 199));
+        writeHdf5(folder / "large.h5", stack);
+        return folder / "large.h5";
+    }
+};
+
+TEST_F(Response, TheWindowAnswersWithin50MillisecondsWhileTheAdaptiveFilterWorks) {
+    const zt::u32 size = setting("OMBREL_RESPONSE_SIDE", 512);
+    const int points = static_cast<int>(setting("OMBREL_RESPONSE_POINTS", 27));
+    const std::string settings = writeAdaptive(size, points);
+    ASSERT_TRUE(open(writeStack(size, 12)));
+    model().addLink("AdaptiveFF", settings);
+    ASSERT_TRUE(waitFor([&] { return image(CORRECTED_PANE) != nullptr; })) << logText();
+
+    Heartbeat heart;
+    for (int round = 0; round < 12; ++round) {
+        key(round % 12 == 11 ? Qt::Key_Left : Qt::Key_Right);
+        model().setParam(model().chosenLink(), "QFTileSize", std::to_string(8 + round % 3));
+        QTest::qWait(60);
+    }
+    key(Qt::Key_Home, Qt::ControlModifier);
+    ASSERT_TRUE(waitFor([&] { return lastFrame == 0; }));
+    const double gap = heart.gap99();
+    std::cout << "window's thread: longest work " << heart.longestWork() << " ms, gaps: 99 % below " << gap
+              << " ms, longest " << heart.longestGap() << " ms\n";
+    EXPECT_LT(heart.longestWork(), 50);
+    EXPECT_LT(gap, 50);
+}
+
+TEST_F(Response, RawFramesFollowTheSliderWhileTheChainIsSlow) {
+    ASSERT_TRUE(open(writeStack(512, 30)));
+    model().addLink("AdaptiveFF", writeAdaptive(512, 27));
+    ASSERT_TRUE(waitFor([&] { return image(CORRECTED_PANE) != nullptr; })) << logText();
+    QElapsedTimer clock;
+    clock.start();
+    for (int step = 0; step < 29; ++step) {
+        key(Qt::Key_Right);
+        QTest::qWait(5);
+    }
+    ASSERT_TRUE(waitFor([&] { return lastFrame == 29; }));
+    EXPECT_LT(framesShown, 20) << "waiting frames were passed over";
+    EXPECT_EQ(image(RAW_PANE)->at(0, 0), 1000 + (29 * 17) % 199);
+}
+
+} // namespace
