@@ -28,6 +28,23 @@ QCPRange rangeOf(const QVector<double>& values) {
     return range;
 }
 
+// Where the curve goes, single pixels far off left out.
+QCPRange robustRange(QVector<double> values) {
+    values.removeIf([](double value) { return std::isnan(value); });
+    if (values.isEmpty())
+        return {};
+    const auto quantile = [&](double part) {
+        const auto at =
+            values.begin() + static_cast<qsizetype>(part * static_cast<double>(values.size() - 1));
+        std::nth_element(values.begin(), at, values.end());
+        return *at;
+    };
+    const double low = quantile(0.02);
+    const double high = quantile(0.98);
+    const double margin = 0.25 * (high - low) + 1e-9 * std::abs(high);
+    return {low - margin, high + margin};
+}
+
 void dress(QCPGraph& graph, const QColor& colour, CurvePlot::Kind kind) {
     graph.setPen(QPen(colour, 1.2));
     if (kind != CurvePlot::Kind::Histogram)
@@ -72,7 +89,9 @@ CurvePlot::CurvePlot(Kind plotKind, QWidget* parent)
     correctedGraph->setName("corrected");
     plot->legend->setVisible(true);
     plot->legend->removeItem(2);
-    plot->legend->setBrush(Qt::NoBrush);
+    QColor behind = palette().color(QPalette::Window);
+    behind.setAlpha(190);
+    plot->legend->setBrush(behind);
     plot->legend->setBorderPen(Qt::NoPen);
     plot->legend->setTextColor(palette().color(QPalette::WindowText));
     plot->legend->setFont(plot->xAxis->tickLabelFont());
@@ -107,7 +126,10 @@ void CurvePlot::show(const Curve& raw, const Curve& corrected) {
         plot->yAxis->setRangeLower(0);
         plot->yAxis2->setRangeLower(0);
     } else {
-        plot->yAxis->scaleRange(1.1);
+        QCPRange range = robustRange(raw.y);
+        if (!shared.y.isEmpty())
+            range.expand(robustRange(shared.y));
+        plot->yAxis->setRange(range);
     }
     plot->replot(QCustomPlot::rpQueuedReplot);
 }

@@ -1,5 +1,6 @@
 #include "workbench/FramePane.h"
 
+#include "workbench/DimText.h"
 #include "workbench/NewChild.h"
 #include "workbench/PlotLook.h"
 
@@ -34,7 +35,7 @@ FramePane::FramePane(const QString& title, QWidget* parent)
     head->addWidget(titleLabel(title));
     head->addWidget(noteLabel, 1, Qt::AlignRight);
     noteLabel->setTextFormat(Qt::PlainText);
-    noteLabel->setEnabled(false); // in the colour of what is less important
+    dimText(*noteLabel);
     auto* const layout = newChild<QVBoxLayout>(this);
     layout->setContentsMargins(4, 2, 4, 2);
     layout->setSpacing(2);
@@ -68,7 +69,9 @@ void FramePane::makePlot() {
     colours->setInterpolate(false);
     colours->setTightBoundary(false);
     scale = newChild<QCPColorScale>(plot);
-    plot->plotLayout()->addElement(0, 1, scale);
+    scale->setType(QCPAxis::atBottom); // pictures are limited by their width
+    plot->plotLayout()->addElement(1, 0, scale);
+    plot->plotLayout()->setRowSpacing(0);
     scale->setBarWidth(10);
     scale->setRangeDrag(true);
     scale->setRangeZoom(true);
@@ -81,8 +84,8 @@ void FramePane::makePlot() {
         axis->setSubTicks(false);
     }
     auto* const margins = newChild<QCPMarginGroup>(plot);
-    plot->axisRect()->setMarginGroup(QCP::msTop | QCP::msBottom, margins);
-    scale->setMarginGroup(QCP::msTop | QCP::msBottom, margins);
+    plot->axisRect()->setMarginGroup(QCP::msLeft | QCP::msRight, margins);
+    scale->setMarginGroup(QCP::msLeft | QCP::msRight, margins);
     plot->axisRect()->setMinimumMargins({2, 2, 2, 2});
 }
 

@@ -111,6 +111,7 @@ QWidget* MainWindow::makeWorkArea() {
     area->addWidget(curves);
     area->setStretchFactor(0, 5);
     area->setStretchFactor(1, 2);
+    area->setSizes({500, 230});
     area->setChildrenCollapsible(false);
     return area;
 }
@@ -134,16 +135,22 @@ void MainWindow::makeDocks() {
     figures = newChild<FiguresPane>();
     logPane = newChild<LogPane>();
     batch = newChild<BatchPane>(console);
-    QDockWidget* const chain = addDock("dockChain", "Chain", chainPane, Qt::LeftDockWidgetArea);
-    QDockWidget* const params = addDock("dockParameters", "Parameters", parameters, Qt::LeftDockWidgetArea);
-    QDockWidget* const numbers = addDock("dockFigures", "Figures", figures, Qt::LeftDockWidgetArea);
+    addDock("dockChain", "Chain", chainPane, Qt::LeftDockWidgetArea);
+    addDock("dockParameters", "Parameters", parameters, Qt::LeftDockWidgetArea);
+    addDock("dockFigures", "Figures", figures, Qt::LeftDockWidgetArea);
     QDockWidget* const run = addDock("dockBatch", "Batch run", batch, Qt::BottomDockWidgetArea);
     QDockWidget* const lines = addDock("dockLog", "Log", logPane, Qt::BottomDockWidgetArea);
     tabifyDockWidget(lines, run);
-    lines->raise();
-    resizeDocks({chain, params, numbers}, {200, 330, 230}, Qt::Vertical);
-    resizeDocks({chain}, {340}, Qt::Horizontal);
-    resizeDocks({lines}, {140}, Qt::Vertical);
+}
+
+// Once they are shown.
+void MainWindow::layOutDocks() {
+    if (restoreState(memory.bytes(layoutKey)))
+        return;
+    resizeDocks({docks[0], docks[1], docks[2]}, {170, 380, 240}, Qt::Vertical);
+    resizeDocks({docks[0]}, {320}, Qt::Horizontal);
+    resizeDocks({docks[4]}, {130}, Qt::Vertical);
+    docks[4]->raise();
 }
 
 void MainWindow::connectModel() {
@@ -198,7 +205,6 @@ void MainWindow::connectParts() {
 void MainWindow::restoreLook() {
     resize(firstSize);
     restoreGeometry(memory.bytes(geometryKey));
-    restoreState(memory.bytes(layoutKey));
     const QString colours = memory.text(coloursKey);
     for (QAction* const action : colourActions->actions())
         if (action->text() == colours || (colours.isEmpty() && action == colourActions->actions().first()))

@@ -20,6 +20,7 @@ class QDockWidget;
 class QLabel;
 class QSplitter;
 class QStackedWidget;
+class QToolBar;
 
 namespace ombrel::workbench {
 
@@ -60,6 +61,7 @@ private:
     void connectWorker();
     void connectParts();
     void restoreLook();
+    void layOutDocks();
 
     void makeActions();
     void makeFileActions();
@@ -116,6 +118,7 @@ private:
     BatchPane* batch = nullptr;
     std::vector<QDockWidget*> docks;
     std::vector<QAction*> openActions; // that need open frames
+    QToolBar* toolBar = nullptr;
     QAction* lockAction = nullptr;
     QActionGroup* colourActions = nullptr;
     QMenu* recentMenu = nullptr;

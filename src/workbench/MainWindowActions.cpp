@@ -53,13 +53,13 @@ void MainWindow::makeFileActions() {
     menu.addSeparator();
     addAction(menu, "&Quit", "Ctrl+Q", [this] { close(); });
 
-    QToolBar* const bar = addToolBar("Tools");
-    bar->setObjectName("toolBar");
-    bar->setMovable(false);
-    bar->setToolButtonStyle(Qt::ToolButtonTextOnly);
-    bar->addAction(openAction);
-    bar->addAction(run);
-    bar->addSeparator();
+    toolBar = addToolBar("Tools");
+    toolBar->setObjectName("toolBar");
+    toolBar->setMovable(false);
+    toolBar->setToolButtonStyle(Qt::ToolButtonTextOnly);
+    toolBar->addAction(openAction);
+    toolBar->addAction(run);
+    toolBar->addSeparator();
 }
 
 void MainWindow::makeFrameActions() {
@@ -107,12 +107,11 @@ void MainWindow::makeLinkActions() {
 
 void MainWindow::makeViewActions() {
     QMenu& menu = *menuBar()->addMenu("&View");
-    QToolBar* const bar = findChild<QToolBar*>("toolBar");
     const auto checkable = [&](const QString& text, const QString& keys, std::function<void(bool)> work) {
         QAction* const action = addAction(menu, text, keys, {});
         action->setCheckable(true);
         connect(action, &QAction::toggled, this, std::move(work));
-        bar->addAction(action);
+        toolBar->addAction(action);
         return action;
     };
     colourActions = newChild<QActionGroup>(this);
@@ -124,13 +123,13 @@ void MainWindow::makeViewActions() {
         });
         colourActions->addAction(action);
     }
-    bar->addSeparator();
+    toolBar->addSeparator();
     menu.addSeparator();
     lockAction = checkable("Lock limits", "L", [this](bool isOn) { panes->lockLimits(isOn); });
     QAction* const marks = checkable("Mark pixels", "M", [this](bool isOn) { panes->markPixels(isOn); });
     marks->setToolTip("Mark negative pixels in cyan, and those that are not finite in magenta (M)");
     lockAction->setToolTip("Keep the limits of the colours from frame to frame (L)");
-    bar->addSeparator();
+    toolBar->addSeparator();
     menu.addSeparator();
     QActionGroup* const tools = newChild<QActionGroup>(this);
     const auto tool = [&](const char* text, const char* keys, PaneTool kind) {
@@ -143,7 +142,7 @@ void MainWindow::makeViewActions() {
     tool("Region", "R", PaneTool::Region);
     tool("Line", "N", PaneTool::Line);
     tools->actions().first()->setChecked(true);
-    bar->addAction(addAction(menu, "Whole frame", "F", [this] {
+    toolBar->addAction(addAction(menu, "Whole frame", "F", [this] {
         panes->showWhole(
             {static_cast<int>(workspace.facts().width), static_cast<int>(workspace.facts().height)});
     }));

@@ -14,7 +14,9 @@
 #include <QMenu>
 #include <QMimeData>
 #include <QStackedWidget>
+#include <QToolBar>
 
+#include <cmath>
 #include <exception>
 
 namespace ombrel::workbench {
@@ -74,7 +76,9 @@ void MainWindow::opened(const StackFacts& facts, const PluginHostPtr& host) {
     frameBar->setFrames(facts.frames);
     const QSize size(static_cast<int>(facts.width), static_cast<int>(facts.height));
     panes->setRegion({});
-    panes->setLine({0, size.height() / 2.0, static_cast<double>(size.width()), size.height() / 2.0});
+    // Not along the middle, where detectors of several chips have their seams.
+    const double row = std::floor(size.height() * 0.4) + 0.5;
+    panes->setLine({0, row, static_cast<double>(size.width()), row});
     panes->showWhole(size);
     batch->setOutput(file.path() + "/" + file.completeBaseName() + "-corrected.h5");
     showWorkArea(true);
@@ -97,6 +101,9 @@ void MainWindow::showWorkArea(bool isOpen) {
     if (was != isOpen || !isOpen)
         for (QDockWidget* const dock : docks)
             dock->setVisible(isOpen);
+    toolBar->setVisible(isOpen);
+    if (isOpen && !was)
+        layOutDocks();
     enableActions();
 }
 

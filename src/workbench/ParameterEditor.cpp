@@ -3,6 +3,7 @@
 #include "properties/QParamsBrowser.h"
 #include "standalone/ParamMgr.h"
 #include "standalone/ParamText.h"
+#include "workbench/DimText.h"
 #include "workbench/NewChild.h"
 
 #include <QHBoxLayout>
@@ -29,7 +30,7 @@ ParameterEditor::ParameterEditor(Workspace& model, QWidget* parent)
     text->setObjectName("lbNoParameters");
     text->setWordWrap(true);
     text->setAlignment(Qt::AlignTop | Qt::AlignLeft);
-    text->setEnabled(false);
+    dimText(*text);
     text->setMargin(4);
     state->setObjectName("lbEdit");
     state->setTextFormat(Qt::PlainText);

@@ -1,5 +1,6 @@
 #include "workbench/StartPage.h"
 
+#include "workbench/DimText.h"
 #include "workbench/NewChild.h"
 
 #include <QFileInfo>
@@ -49,7 +50,7 @@ StartPage::StartPage(QWidget* parent)
     problemLabel->setObjectName("lbProblem");
     problemLabel->setTextFormat(Qt::PlainText);
     column->addWidget(problemLabel);
-    recentTitle->setEnabled(false);
+    dimText(*recentTitle);
     column->addSpacing(6);
     column->addWidget(recentTitle);
     column->addLayout(recent);
@@ -76,11 +77,12 @@ QPushButton* StartPage::makeButton(const char* name, const QString& text, const 
     auto* const lines = newChild<QVBoxLayout>(button);
     QLabel* const title = makeLabel(text, 1.15);
     QLabel* const small = makeLabel(about, 0.92);
-    small->setEnabled(false);
+    dimText(*small);
     lines->setContentsMargins(14, 8, 14, 8);
     lines->setSpacing(1);
     for (QLabel* const label : {title, small}) {
         label->setAttribute(Qt::WA_TransparentForMouseEvents);
+        label->setWordWrap(false);
         lines->addWidget(label);
     }
     button->setMinimumHeight(lines->sizeHint().height());

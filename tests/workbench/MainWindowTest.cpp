@@ -124,7 +124,10 @@ TEST_F(MainWindowTest, EditsOfAParameterReachTheFilterAndCanBeTakenBack) {
     auto& browser = child<QParamsBrowser>(*window, "");
     const QAbstractItemModel& rows = *browser.model();
     const auto cell = rows.match(rows.index(0, 0), Qt::DisplayRole, "QFTileSize").at(0).siblingAtColumn(1);
-    browser.scrollTo(cell);
+    ASSERT_TRUE(waitFor([&] {
+        browser.scrollTo(cell);
+        return browser.viewport()->rect().contains(browser.visualRect(cell).center());
+    }));
     QTest::mouseClick(browser.viewport(), Qt::LeftButton, {}, browser.visualRect(cell).center());
     QWidget* const editor = browser.indexWidget(cell);
     ASSERT_NE(editor, nullptr);

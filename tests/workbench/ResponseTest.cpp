@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <ctime>
 #include <iostream>
+#include <numeric>
 
 using namespace ombrel::workbench;
 
@@ -29,10 +30,14 @@ public:
     }
 
     double longestWork() const { return work; }
-    // What only one in a hundred gaps is above.
+    // At 99 of 100 moments the window is free again within this time.
     double gap99() {
         std::ranges::sort(gaps);
-        return gaps[gaps.size() * 99 / 100];
+        double rest = 0.01 * std::accumulate(gaps.begin(), gaps.end(), 0.0);
+        auto gap = gaps.rbegin();
+        for (; rest > *gap; ++gap)
+            rest -= *gap;
+        return *gap;
     }
     double longestGap() const { return *std::ranges::max_element(gaps); }
 
@@ -87,8 +92,9 @@ TEST_F(Response, TheWindowAnswersWithin50MillisecondsWhileTheAdaptiveFilterWorks
     key(Qt::Key_Home, Qt::ControlModifier);
     ASSERT_TRUE(waitFor([&] { return lastFrame == 0; }));
     const double gap = heart.gap99();
-    std::cout << "window's thread: longest work " << heart.longestWork() << " ms, gaps: 99 % below " << gap
-              << " ms, longest " << heart.longestGap() << " ms\n";
+    std::cout << "window's thread: longest work " << heart.longestWork()
+              << " ms, answer at 99 of 100 moments within " << gap << " ms, at all within "
+              << heart.longestGap() << " ms\n";
     EXPECT_LT(heart.longestWork(), 50);
     EXPECT_LT(gap, 50);
 }

@@ -38,6 +38,7 @@ protected:
                          });
         window->resize(1200, 800);
         window->show();
+        EXPECT_TRUE(QTest::qWaitForWindowActive(window.get()));
     }
 
     // Pixel i of frame n is 100 n + i + 1.
