@@ -24,7 +24,7 @@ class Photographer {
 public:
     explicit Photographer(const QString& pictureFolder) : folder(pictureFolder) {
         QObject::connect(&window, &MainWindow::frameShown, &window, [this] { ++frames; });
-        window.resize(1360, 860);
+        window.resize(1240, 800);
         window.show();
     }
 

@@ -126,7 +126,8 @@ TEST_F(MainWindowTest, EditsOfAParameterReachTheFilterAndCanBeTakenBack) {
     const auto cell = rows.match(rows.index(0, 0), Qt::DisplayRole, "QFTileSize").at(0).siblingAtColumn(1);
     ASSERT_TRUE(waitFor([&] {
         browser.scrollTo(cell);
-        return browser.viewport()->rect().contains(browser.visualRect(cell).center());
+        const QRect room = browser.viewport()->rect();
+        return room.height() > 100 && room.contains(browser.visualRect(cell).center());
     }));
     QTest::mouseClick(browser.viewport(), Qt::LeftButton, {}, browser.visualRect(cell).center());
     QWidget* const editor = browser.indexWidget(cell);
@@ -134,11 +135,13 @@ TEST_F(MainWindowTest, EditsOfAParameterReachTheFilterAndCanBeTakenBack) {
     QTest::keyClick(editor, Qt::Key_A, Qt::ControlModifier);
     QTest::keyClicks(editor, "4");
     QTest::keyClick(editor, Qt::Key_Enter);
-    EXPECT_EQ(model().chain().links[0].params.at("QFTileSize"), "4");
+    const auto& params = model().chain().links[0].params;
+    ASSERT_TRUE(waitFor([&] { return params.contains("QFTileSize"); })) << "the edit is committed later";
+    EXPECT_EQ(params.at("QFTileSize"), "4");
     ASSERT_TRUE(waitFor([&] { return label("lbEdit").find("Taken over") != std::string::npos; }));
 
     click(*window, "btTakeBack");
-    EXPECT_TRUE(model().chain().links[0].params.empty());
+    EXPECT_TRUE(params.empty());
     EXPECT_EQ(rows.match(rows.index(0, 0), Qt::DisplayRole, "QFTileSize")
                   .at(0)
                   .siblingAtColumn(1)
