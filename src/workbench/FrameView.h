@@ -22,6 +22,7 @@ enum PaneIndex { RAW_PANE, CORRECTED_PANE, DIFFERENCE_PANE, PANE_COUNT };
 // What the window wants to see. It says all, so that a newer one can stand for all before it.
 struct FrameRequest {
     std::vector<std::string> inputs; // files; not empty
+    int opening = 0;                 // another one: they are to be opened anew
     zt::u64 frame = 0;
     ChainState chain;
     MapView view;
@@ -56,6 +57,7 @@ using ShownFramePtr = std::shared_ptr<ShownFrame>;
 // What was opened.
 struct StackFacts {
     std::vector<std::string> inputs;
+    int opening = 0; // of the request for it
     zt::u64 frames = 0;
     zt::u32 width = 0;
     zt::u32 height = 0;

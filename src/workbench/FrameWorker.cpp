@@ -19,12 +19,17 @@ FrameWorker::FrameWorker(std::string pluginPath)
     : plugin(std::move(pluginPath)), thread([this] { work(); }) {}
 
 FrameWorker::~FrameWorker() {
+    stop();
+}
+
+void FrameWorker::stop() {
     {
         const std::lock_guard lock(mutex);
         stopping = true;
     }
     changed.notify_all();
-    thread.join();
+    if (thread.joinable())
+        thread.join();
 }
 
 void FrameWorker::request(FrameRequest wanted) {
@@ -82,10 +87,10 @@ bool FrameWorker::isOvertaken(std::chrono::milliseconds within) {
 
 void FrameWorker::serve(StackViewer& viewer, const FrameRequest& wanted) {
     try {
-        if (viewer.open(wanted.inputs))
+        if (viewer.open(wanted))
             emit opened(viewer.facts(), viewer.pluginHost());
     } catch (const std::exception& error) {
-        emit openFailed(error.what());
+        emit openFailed(wanted.opening, error.what());
         return;
     }
     const bool isSlow = viewer.lastSeconds() > slowSeconds;

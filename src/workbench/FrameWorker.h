@@ -25,8 +25,9 @@ class FrameWorker final : public QObject {
 public:
     // `pluginPath` empty finds the plug-in.
     explicit FrameWorker(std::string pluginPath);
-    // Waits for the frame at work.
     ~FrameWorker() override;
+    // Waits for the frame or task at work; what waits is never done.
+    void stop();
 
     void request(FrameRequest wanted);
     // Work between two frames, on the worker's thread. Tasks are done in order, all of them, and before the
@@ -35,7 +36,7 @@ public:
 
 signals:
     void opened(const ombrel::workbench::StackFacts& facts, const ombrel::workbench::PluginHostPtr& host);
-    void openFailed(const QString& reason);
+    void openFailed(int opening, const QString& reason);
     void shown(const ombrel::workbench::ShownFramePtr& frame);
     void linkReported(const ombrel::workbench::LinkReport& report);
     void busyChanged(bool isBusy);

@@ -65,7 +65,7 @@ MainWindow::MainWindow(cli::Console& messages, std::string pluginPath)
 MainWindow::~MainWindow() {
     if (demoThread.joinable())
         demoThread.join();
-    // Nothing more is told to the parts, which end after this.
+    worker.stop(); // its tasks know the parts
     disconnect(&workspace, nullptr, this, nullptr);
     disconnect(&worker, nullptr, this, nullptr);
     linkSettings.setHost(nullptr);
@@ -215,7 +215,8 @@ void MainWindow::restoreLook() {
 void MainWindow::requestFrame() {
     if (workspace.inputs().empty())
         return;
-    worker.request({workspace.inputs(), workspace.frame(), workspace.chain(), panes->mapView()});
+    worker.request(
+        {workspace.inputs(), workspace.opening(), workspace.frame(), workspace.chain(), panes->mapView()});
 }
 
 void MainWindow::showFrame(const ShownFramePtr& frame) {

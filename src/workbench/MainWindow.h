@@ -75,7 +75,7 @@ private:
 
     void chooseFiles();
     void opened(const StackFacts& facts, const PluginHostPtr& host);
-    void openFailed(const QString& reason);
+    void openFailed(int opening, const QString& reason);
     void showWorkArea(bool isOpen);
     void rememberChain();
     void fillRecentMenu();

@@ -60,7 +60,7 @@ void MainWindow::chooseFiles() {
 }
 
 void MainWindow::opened(const StackFacts& facts, const PluginHostPtr& host) {
-    if (facts.inputs != workspace.inputs())
+    if (facts.opening != workspace.opening())
         return; // overtaken by another choice
     workspace.setFacts(facts);
     linkSettings.setHost(host);
@@ -84,7 +84,9 @@ void MainWindow::opened(const StackFacts& facts, const PluginHostPtr& host) {
     showWorkArea(true);
 }
 
-void MainWindow::openFailed(const QString& reason) {
+void MainWindow::openFailed(int opening, const QString& reason) {
+    if (opening != workspace.opening())
+        return; // overtaken by another choice
     workspace.setFacts({});
     setWindowTitle("ombrel");
     stackLabel->clear();

@@ -49,19 +49,20 @@ void StackViewer::close() {
     host.reset();
 }
 
-bool StackViewer::open(const std::vector<std::string>& inputs) {
-    if (stack && inputs == openInputs)
+bool StackViewer::open(const FrameRequest& request) {
+    if (stack && request.opening == opening)
         return false;
     close();
     try {
-        stack = std::make_unique<FrameStack>(inputs, FrameRole::Sample);
+        stack = std::make_unique<FrameStack>(request.inputs, FrameRole::Sample);
         host = std::make_shared<PluginHost>(pluginPath, stack->width(), stack->height(), sink);
         running = std::make_unique<RunningChain>(host);
     } catch (...) {
         close();
         throw;
     }
-    openInputs = inputs;
+    openInputs = request.inputs;
+    opening = request.opening;
     return true;
 }
 
@@ -134,11 +135,8 @@ ShownFramePtr StackViewer::show(const MapView& mapView) const {
 }
 
 StackFacts StackViewer::facts() const {
-    return {openInputs,
-            stack->frameCount(),
-            stack->width(),
-            stack->height(),
-            std::string(pixelTypeName(stack->info(0).pixelType)),
+    return {openInputs,         opening,         stack->frameCount(),
+            stack->width(),     stack->height(), std::string(pixelTypeName(stack->info(0).pixelType)),
             host->filterNames()};
 }
 

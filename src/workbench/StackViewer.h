@@ -20,8 +20,8 @@ public:
     StackViewer(std::string plugin, Host::LogSink logSink)
         : pluginPath(std::move(plugin)), sink(std::move(logSink)) {}
 
-    // True when another stack was opened. Throws Error, with none open.
-    bool open(const std::vector<std::string>& inputs);
+    // True when the stack of the request was opened. Throws Error, with none open.
+    bool open(const FrameRequest& request);
     // True when another frame was read.
     bool read(zt::u64 frame);
     std::vector<LinkReport> follow(const ChainState& wanted);
@@ -43,6 +43,7 @@ private:
     std::string pluginPath;
     Host::LogSink sink;
     std::vector<std::string> openInputs;
+    int opening = 0; // of what is open
     PluginHostPtr host;
     std::unique_ptr<FrameStack> stack;
     std::unique_ptr<RunningChain> running;

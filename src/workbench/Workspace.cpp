@@ -6,6 +6,7 @@ namespace ombrel::workbench {
 
 void Workspace::setInputs(std::vector<std::string> paths) {
     files = std::move(paths);
+    ++openings;
     stack = {};
     current = 0;
     emit inputsChanged();

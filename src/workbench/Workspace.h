@@ -17,6 +17,8 @@ class Workspace final : public QObject {
     Q_OBJECT
 public:
     const std::vector<std::string>& inputs() const { return files; }
+    // Grows each time that files are to be opened.
+    int opening() const { return openings; }
     const StackFacts& facts() const { return stack; }
     bool isOpen() const { return stack.frames != 0; }
     zt::u64 frame() const { return current; }
@@ -54,6 +56,7 @@ signals:
 
 private:
     std::vector<std::string> files;
+    int openings = 0;
     StackFacts stack;
     zt::u64 current = 0;
     ChainState links;

@@ -20,6 +20,8 @@ using namespace ombrel::workbench;
 
 namespace {
 
+constexpr int pictureWidth = 960;
+
 class Photographer {
 public:
     explicit Photographer(const QString& pictureFolder) : folder(pictureFolder) {
@@ -30,7 +32,10 @@ public:
 
     void take(const QString& name) {
         QTest::qWait(400);
-        window.grab().save(folder + "/workbench-" + name + ".png");
+        window.grab()
+            .toImage()
+            .scaledToWidth(pictureWidth, Qt::SmoothTransformation)
+            .save(folder + "/workbench-" + name + ".png", nullptr, 0);
     }
     void waitForFrames(int count) {
         const int wanted = frames + count;
