@@ -1,14 +1,8 @@
 #include "workbench/BatchJob.h"
 
-#include "standalone/BatchRun.h"
-#include "standalone/FrameStack.h"
-#include "standalone/cli/FrameRange.h"
-#include "standalone/cli/MakeRecord.h"
-#include "standalone/cli/OutputGuard.h"
-#include "standalone/cli/ResumeOutput.h"
-#include "standalone/cli/Session.h"
-#include "standalone/cli/WorkerChains.h"
+#include "standalone/cli/RunSetup.h"
 
+#include <algorithm>
 #include <exception>
 
 namespace ombrel::workbench {
@@ -23,52 +17,20 @@ struct Outcome {
     bool hasOutput = true;
 };
 
-// The plan's output is filled but for what the walk finds out.
-OutputPlan outputPlan(const cli::RunOptions& options, const RunRecord& record) {
-    OutputPlan plan;
-    plan.path = options.output;
-    plan.pixelType = options.outputType == "f64" ? zt::DT_DOUBLE : zt::DT_FLOAT;
-    plan.record = record.toJson();
-    plan.settingsFiles = cli::settingsFilesOf(options);
-    return plan;
-}
-
 Outcome correctAll(const cli::RunOptions& options, cli::Console& console, BatchListener listener,
                    const std::function<void(quint64, quint64)>& advanced) {
-    FrameStack stack(options.inputs, FrameRole::Sample);
-    const cli::FrameRange range = cli::parseFrameRange(options.frames, stack.frameCount());
-    cli::checkOutputPath(options.output, options.force || options.resume, options.inputs);
-    cli::Session session(console, options.plugin, {options.deviceType, stack.width(), stack.height()});
-    cli::WorkerChains workers = cli::makeWorkerChains(session, options, range.count(), console);
-    const RunRecord record = cli::makeRecord(options, range, session.pluginPath(), workers.chains[0]);
-    BatchPlan plan{.stack = stack,
-                   .workers = workers.chains,
-                   .begin = range.begin,
-                   .end = range.end,
-                   .acqTime = options.acqTime,
-                   .mode = ApplyMode::Copy,
-                   .output = outputPlan(options, record),
-                   .begun = {},
-                   .remembers = workers.remember,
-                   .choice = {}};
-    if (options.resume)
-        plan.begun = cli::outputToResume(options.output, record);
+    cli::RunSetup setup(options, console);
     Outcome outcome;
-    outcome.of = range.count();
-    if (plan.begun) {
-        completeRows(*plan.begun, stack, range.begin);
-        outcome.done = plan.begun->framesDone;
-        outcome.failed = static_cast<zt::u64>(std::ranges::count_if(plan.begun->rows, &FrameRow::failed));
+    outcome.of = setup.range.count();
+    if (setup.begun) {
+        outcome.done = setup.begun->framesDone;
+        outcome.failed = static_cast<zt::u64>(std::ranges::count_if(setup.begun->rows, &FrameRow::failed));
     }
     advanced(outcome.done, outcome.of);
-    if (plan.begun && plan.begun->complete)
+    if (setup.begun && setup.begun->complete)
         return outcome;
-    if (workers.choices)
-        plan.choice = [&](std::size_t worker, zt::u64 frame) { return workers.choices->read(worker, frame); };
     listener.frameDone = [&](zt::u64) { advanced(++outcome.done, outcome.of); };
-    const BatchResult result = runBatch(plan, listener);
-    if (workers.choices)
-        workers.choices->copyToUserFile();
+    const BatchResult result = setup.run(listener);
     outcome.failed += result.failed;
     outcome.isStopped = result.stopped;
     outcome.hasOutput = result.hasOutput;
