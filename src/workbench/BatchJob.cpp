@@ -2,12 +2,16 @@
 
 #include "standalone/cli/RunSetup.h"
 
+#include <QElapsedTimer>
+
 #include <algorithm>
 #include <exception>
 
 namespace ombrel::workbench {
 
 namespace {
+
+constexpr qint64 tellMilliseconds = 50; // a window that hears of every frame does nothing else
 
 struct Outcome {
     zt::u64 done = 0;
@@ -44,7 +48,7 @@ QString summaryOf(const Outcome& outcome, const std::string& output) {
     if (outcome.failed != 0)
         text += QString(", %1 of them failed").arg(outcome.failed);
     if (outcome.isStopped)
-        text += "; cancelled, \u201cGo on\u201d continues";
+        text += "; cancelled, the same run can go on with it";
     return text + ": " + QString::fromStdString(output);
 }
 
@@ -71,11 +75,17 @@ void BatchJob::run(const cli::RunOptions& options) {
             emit logged(QString("Batch, frame %1: %2").arg(frame).arg(QString::fromStdString(row.reason)));
     };
     listener.wantsStop = [this] { return stopWanted.load(); };
+    QElapsedTimer sinceTold;
+    const auto tell = [&](quint64 done, quint64 of) {
+        if (done != of && sinceTold.isValid() && sinceTold.elapsed() < tellMilliseconds)
+            return;
+        sinceTold.start();
+        emit advanced(done, of);
+    };
     bool isGood = false;
     QString summary;
     try {
-        const Outcome outcome = correctAll(options, console, listener,
-                                           [this](quint64 done, quint64 of) { emit advanced(done, of); });
+        const Outcome outcome = correctAll(options, console, listener, tell);
         isGood = outcome.hasOutput && outcome.failed == 0 && !outcome.isStopped;
         summary = summaryOf(outcome, options.output);
     } catch (const std::exception& error) {

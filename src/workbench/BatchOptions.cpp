@@ -19,9 +19,12 @@ void checkEdits(const ChainState& chain, const LinkState& edited) {
 
 } // namespace
 
-cli::RunOptions batchOptions(const std::vector<std::string>& inputs, const ChainState& chain) {
+cli::RunOptions batchOptions(const std::vector<std::string>& inputs, const ChainState& chain,
+                             const DeviceState& device) {
     cli::RunOptions options;
     options.inputs = inputs;
+    options.deviceMask = device.mask;
+    options.acqTime = device.acqTime;
     for (const LinkState& link : chain.links) {
         if (!link.enabled)
             continue;

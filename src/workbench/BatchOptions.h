@@ -2,6 +2,7 @@
 
 #include "standalone/cli/RunOptions.h"
 #include "workbench/ChainState.h"
+#include "workbench/DeviceState.h"
 
 #include <string>
 #include <vector>
@@ -10,6 +11,7 @@ namespace ombrel::workbench {
 
 // The run that gives what the workbench shows: the links that are on with their settings files and edits.
 // Throws Error where that can't be said: no link is on, or one of several of the same filter has edits.
-cli::RunOptions batchOptions(const std::vector<std::string>& inputs, const ChainState& chain);
+cli::RunOptions batchOptions(const std::vector<std::string>& inputs, const ChainState& chain,
+                             const DeviceState& device);
 
 } // namespace ombrel::workbench

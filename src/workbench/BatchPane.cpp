@@ -3,11 +3,13 @@
 #include "standalone/FrameOutput.h"
 #include "workbench/NewChild.h"
 
-#include <QCheckBox>
+#include <QComboBox>
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMessageBox>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QSpinBox>
@@ -31,7 +33,7 @@ QString timeText(double seconds) {
 
 BatchPane::BatchPane(cli::Console& console, QWidget* parent)
     : QWidget(parent), outputEdit(newChild<QLineEdit>()), jobs(newChild<QSpinBox>()),
-      resume(newChild<QCheckBox>("Go on with it")), startButton(newChild<QPushButton>("Run")),
+      pixelType(newChild<QComboBox>()), startButton(newChild<QPushButton>("Run")),
       cancelButton(newChild<QPushButton>("Cancel")), progress(newChild<QProgressBar>()),
       state(newChild<QLabel>()), job(console) {
     outputEdit->setObjectName("edOutput");
@@ -40,8 +42,10 @@ BatchPane::BatchPane(cli::Console& console, QWidget* parent)
     jobs->setRange(1, std::max(1, 2 * QThread::idealThreadCount()));
     jobs->setValue(std::max(1, QThread::idealThreadCount()));
     jobs->setToolTip("Frames that are corrected at once. The output is the same for every number.");
-    resume->setObjectName("chbResume");
-    resume->setToolTip("Keep the frames that an earlier run wrote to the output before it was cut off");
+    pixelType->setObjectName("cbType");
+    pixelType->addItem("32 bit", "f32");
+    pixelType->addItem("64 bit", "f64");
+    pixelType->setToolTip("Floating-point pixels of the output");
     startButton->setObjectName("btRun");
     cancelButton->setObjectName("btCancel");
     state->setObjectName("lbBatch");
@@ -74,7 +78,8 @@ QWidget* BatchPane::makeOutputRow() {
     browse->setObjectName("btBrowse");
     layout->addWidget(outputEdit, 1);
     layout->addWidget(browse);
-    layout->addWidget(resume);
+    layout->addWidget(newChild<QLabel>("Pixels"));
+    layout->addWidget(pixelType);
     layout->addWidget(newChild<QLabel>("Jobs"));
     layout->addWidget(jobs);
     connect(browse, &QPushButton::clicked, this, &BatchPane::chooseOutput);
@@ -107,14 +112,31 @@ QString BatchPane::output() const {
     return outputEdit->text().trimmed();
 }
 
+bool BatchPane::askForExisting(cli::RunOptions& options) {
+    const QFileInfo file(output());
+    if (!file.exists())
+        return true;
+    QMessageBox box(QMessageBox::Question, "Batch run", file.fileName() + " is there already.",
+                    QMessageBox::Cancel, this);
+    box.setInformativeText("Going on keeps the frames that an earlier run of the same chain has done.");
+    const auto* const goOn = box.addButton("Go on with it", QMessageBox::AcceptRole);
+    const auto* const replace = box.addButton("Replace it", QMessageBox::DestructiveRole);
+    box.exec();
+    options.resume = box.clickedButton() == goOn;
+    options.force = box.clickedButton() == replace;
+    return options.resume || options.force;
+}
+
 void BatchPane::start(cli::RunOptions options) {
     options.output = output().toStdString();
     if (!FrameOutput::isOutputPath(options.output)) {
         state->setText("The output's name must end in .h5, .hdf5, .nxs, .tif or .tiff.");
         return;
     }
+    if (!askForExisting(options))
+        return;
     options.jobs = static_cast<unsigned>(jobs->value());
-    options.resume = resume->isChecked();
+    options.outputType = pixelType->currentData().toString().toStdString();
     showRunning(true);
     progress->setRange(0, 0); // until it is known how many
     state->setText("Loading the filters \u2026");
@@ -152,7 +174,7 @@ void BatchPane::end(bool isGood, const QString& summary) {
 }
 
 void BatchPane::showRunning(bool isRunning) {
-    for (QWidget* const widget : std::initializer_list<QWidget*>{outputEdit, jobs, resume, startButton})
+    for (QWidget* const widget : std::initializer_list<QWidget*>{outputEdit, jobs, pixelType, startButton})
         widget->setEnabled(!isRunning);
     cancelButton->setEnabled(isRunning);
     if (!isRunning && progress->maximum() == 0)

@@ -5,7 +5,7 @@
 #include <QElapsedTimer>
 #include <QWidget>
 
-class QCheckBox;
+class QComboBox;
 class QLabel;
 class QLineEdit;
 class QProgressBar;
@@ -34,6 +34,8 @@ signals:
 private:
     QWidget* makeOutputRow();
     QWidget* makeProgressRow();
+    // False when an output that is there is to be left alone.
+    bool askForExisting(cli::RunOptions& options);
     void chooseOutput();
     void advance(quint64 done, quint64 of);
     void end(bool isGood, const QString& summary);
@@ -41,7 +43,7 @@ private:
 
     QLineEdit* outputEdit;
     QSpinBox* jobs;
-    QCheckBox* resume;
+    QComboBox* pixelType;
     QPushButton* startButton;
     QPushButton* cancelButton;
     QProgressBar* progress;

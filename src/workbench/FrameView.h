@@ -4,6 +4,7 @@
 #include "standalone/GridChoice.h"
 #include "standalone/PreviewImage.h"
 #include "workbench/ChainState.h"
+#include "workbench/DeviceState.h"
 #include "workbench/Histogram.h"
 #include "workbench/Image.h"
 #include "workbench/LinkReport.h"
@@ -23,6 +24,7 @@ enum PaneIndex { RAW_PANE, CORRECTED_PANE, DIFFERENCE_PANE, PANE_COUNT };
 struct FrameRequest {
     std::vector<std::string> inputs; // files; not empty
     int opening = 0;                 // another one: they are to be opened anew
+    DeviceState device;
     zt::u64 frame = 0;
     ChainState chain;
     MapView view;

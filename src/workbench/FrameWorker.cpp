@@ -94,7 +94,7 @@ void FrameWorker::serve(StackViewer& viewer, const FrameRequest& wanted) {
         return;
     }
     const bool isSlow = viewer.lastSeconds() > slowSeconds;
-    if (viewer.read(wanted.frame) && isSlow) {
+    if (viewer.read(wanted) && isSlow) {
         emit shown(viewer.show(wanted.view));
         if (isOvertaken(rest))
             return;

@@ -77,6 +77,8 @@ void LinkSettings::configure(int id) {
     const std::string path = pathFor(*state);
     worker.run([this, pluginHost = host, state = *state, path](StackViewer& viewer) {
         const auto link = loadedLink(*pluginHost, state, path);
+        if (!link->filter().hasConfigGUI())
+            throw Error(state.filter + " has no settings window: its parameters are edited beside the frame");
         const auto measured = std::make_shared<std::vector<FramePtr>>(viewer.measuredFrames(mostMeasured));
         later([this, pluginHost, id = state.id, link, path, measured] {
             if (pluginHost == host && workspace.chain().find(id) && !shown.contains(id))

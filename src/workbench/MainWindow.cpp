@@ -19,6 +19,7 @@
 #include <QCloseEvent>
 #include <QDockWidget>
 #include <QLabel>
+#include <QMessageBox>
 #include <QSplitter>
 #include <QStackedWidget>
 #include <QStatusBar>
@@ -156,6 +157,8 @@ void MainWindow::layOutDocks() {
 void MainWindow::connectModel() {
     connect(&workspace, &Workspace::inputsChanged, this, &MainWindow::requestSoon);
     connect(&workspace, &Workspace::chainChanged, this, &MainWindow::requestSoon);
+    connect(&workspace, &Workspace::deviceChanged, this, &MainWindow::requestSoon);
+    connect(&workspace, &Workspace::deviceChanged, this, &MainWindow::showStack);
     connect(&workspace, &Workspace::chainChanged, this, &MainWindow::enableActions);
     connect(&workspace, &Workspace::chosenLinkChanged, this, &MainWindow::enableActions);
     connect(&workspace, &Workspace::frameChanged, this, [this] {
@@ -215,8 +218,8 @@ void MainWindow::restoreLook() {
 void MainWindow::requestFrame() {
     if (workspace.inputs().empty())
         return;
-    worker.request(
-        {workspace.inputs(), workspace.opening(), workspace.frame(), workspace.chain(), panes->mapView()});
+    worker.request({workspace.inputs(), workspace.opening(), workspace.device(), workspace.frame(),
+                    workspace.chain(), panes->mapView()});
 }
 
 void MainWindow::showFrame(const ShownFramePtr& frame) {
@@ -271,7 +274,7 @@ void MainWindow::startBatch() {
         for (const LinkState& link : workspace.chain().links)
             if (link.unsaved)
                 link.unsaved->saveFile();
-        cli::RunOptions options = batchOptions(workspace.inputs(), workspace.chain());
+        cli::RunOptions options = batchOptions(workspace.inputs(), workspace.chain(), workspace.device());
         options.plugin = plugin;
         batch->start(options);
     } catch (const Error& error) {
@@ -280,7 +283,23 @@ void MainWindow::startBatch() {
     }
 }
 
+// A run that takes hours is not ended by a slip of the hand.
+bool MainWindow::mayClose() {
+    if (!batch->isRunning())
+        return true;
+    const auto answer = QMessageBox::question(
+        this, "Batch run",
+        "Frames are still being corrected. Cancel the run and close?\nThe output keeps the frames that are "
+        "done, and can be gone on with.",
+        QMessageBox::Yes | QMessageBox::No, QMessageBox::No);
+    return answer == QMessageBox::Yes;
+}
+
 void MainWindow::closeEvent(QCloseEvent* event) {
+    if (!mayClose()) {
+        event->ignore();
+        return;
+    }
     rememberChain();
     memory.set(geometryKey, saveGeometry());
     if (workspace.isOpen())

@@ -89,6 +89,10 @@ private:
     void showBusy(bool isBusy);
     void log(const QString& line);
     void startBatch();
+    void askForDevice();
+    void setDevice(const DeviceState& device);
+    void showStack();
+    bool mayClose();
 
     void closeEvent(QCloseEvent* event) override;
     void dragEnterEvent(QDragEnterEvent* event) override;

@@ -43,6 +43,7 @@ void MainWindow::makeFileActions() {
     recentMenu = menu.addMenu("Open &recent");
     connect(&menu, &QMenu::aboutToShow, this, &MainWindow::fillRecentMenu);
     addAction(menu, "Open the &demo data", {}, [this] { openDemo(); });
+    openActions.push_back(addAction(menu, "De&tector\u2026", "Ctrl+D", [this] { askForDevice(); }));
     menu.addSeparator();
     QAction* const run = addAction(menu, "&Batch run", "Ctrl+R", [this] {
         docks[3]->show();

@@ -1,6 +1,8 @@
 // What the window opens: files, those of before, dropped ones and the demo data.
+#include "standalone/cli/DeviceMask.h"
 #include "workbench/BatchPane.h"
 #include "workbench/DemoData.h"
+#include "workbench/DeviceDialog.h"
 #include "workbench/FrameBar.h"
 #include "workbench/FramePanes.h"
 #include "workbench/MainWindow.h"
@@ -68,12 +70,9 @@ void MainWindow::opened(const StackFacts& facts, const PluginHostPtr& host) {
     const QFileInfo file(path);
     memory.addRecentFile(path);
     setWindowTitle(file.fileName() + " \u2013 ombrel");
-    stackLabel->setText(QString("%1 frames, %2 \u00d7 %3, %4")
-                            .arg(facts.frames)
-                            .arg(facts.width)
-                            .arg(facts.height)
-                            .arg(QString::fromStdString(facts.pixelType)));
+    showStack();
     frameBar->setFrames(facts.frames);
+    frameBar->setFrame(workspace.frame());
     const QSize size(static_cast<int>(facts.width), static_cast<int>(facts.height));
     panes->setRegion({});
     // Not along the middle, where detectors of several chips have their seams.
@@ -82,6 +81,43 @@ void MainWindow::opened(const StackFacts& facts, const PluginHostPtr& host) {
     panes->showWhole(size);
     batch->setOutput(file.path() + "/" + file.completeBaseName() + "-corrected.h5");
     showWorkArea(true);
+}
+
+void MainWindow::showStack() {
+    const StackFacts& facts = workspace.facts();
+    const DeviceState& device = workspace.device();
+    QString text = QString("%1 frames, %2 \u00d7 %3, %4")
+                       .arg(facts.frames)
+                       .arg(facts.width)
+                       .arg(facts.height)
+                       .arg(QString::fromStdString(facts.pixelType));
+    if (!device.mask.empty())
+        text += ", mask " + QFileInfo(QString::fromStdString(device.mask)).fileName();
+    if (device.acqTime)
+        text += QString(", %1 s each").arg(*device.acqTime);
+    stackLabel->setText(text);
+}
+
+void MainWindow::askForDevice() {
+    DeviceDialog dialog(workspace.device(), this);
+    if (dialog.exec() == QDialog::Accepted)
+        setDevice(dialog.device());
+}
+
+// The mask is tried where files are read, so that one that does not fit leaves all as it is.
+void MainWindow::setDevice(const DeviceState& device) {
+    worker.run([this, device, facts = workspace.facts()](StackViewer&) {
+        if (!device.mask.empty())
+            cli::readDeviceMask(device.mask, facts.width, facts.height);
+        const auto takeOver = [this, device, opening = facts.opening] {
+            if (opening != workspace.opening())
+                return; // other files were opened meanwhile
+            if (device.mask != workspace.device().mask)
+                linkSettings.setHost(nullptr);
+            workspace.setDevice(device);
+        };
+        QMetaObject::invokeMethod(this, takeOver, Qt::QueuedConnection);
+    });
 }
 
 void MainWindow::openFailed(int opening, const QString& reason) {

@@ -3,6 +3,7 @@
 #include "properties/QParamsBrowser.h"
 #include "properties/QPropertyModel.h"
 #include "standalone/LogCapture.h"
+#include "workbench/NewChild.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
@@ -41,12 +42,13 @@ QString textOfChange(const QString& name, const QString& before, const QString& 
 } // namespace
 
 ParameterPane::ParameterPane(zt::IParamMgr& managerOfFilter, QWidget* parent)
-    : QWidget(parent), parameters(managerOfFilter), browser(new QParamsBrowser(this)), sign(new QLabel(this)),
-      message(new QLabel("Click a value to change it. The filter takes every change at once.", this)) {
+    : QWidget(parent), parameters(managerOfFilter), browser(newChild<QParamsBrowser>(this)),
+      sign(newChild<QLabel>(this)),
+      message(newChild<QLabel>("Click a value to change it. The filter takes every change at once.", this)) {
     browser->setParams(&parameters);
     browser->resizeColumnToContents(0);
     browser->setColumnWidth(1, valueWidth);
-    auto* const layout = new QVBoxLayout(this);
+    auto* const layout = newChild<QVBoxLayout>(this);
     layout->setContentsMargins({});
     layout->addWidget(browser);
     layout->addWidget(makeBar());
@@ -59,9 +61,9 @@ ParameterPane::ParameterPane(zt::IParamMgr& managerOfFilter, QWidget* parent)
 }
 
 QWidget* ParameterPane::makeBar() {
-    auto* const bar = new QFrame(this);
+    auto* const bar = newChild<QFrame>(this);
     bar->setFrameShape(QFrame::StyledPanel);
-    auto* const layout = new QHBoxLayout(bar);
+    auto* const layout = newChild<QHBoxLayout>(bar);
     layout->addWidget(sign, 0, Qt::AlignTop);
     layout->addWidget(message, 1);
     sign->hide();

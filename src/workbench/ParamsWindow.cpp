@@ -1,25 +1,18 @@
 #include "workbench/ParamsWindow.h"
 
 #include "standalone/cli/Session.h"
+#include "workbench/NewChild.h"
 #include "workbench/ParameterPane.h"
 
 #include <QDialogButtonBox>
 #include <QLabel>
 #include <QVBoxLayout>
 
-#include <memory>
-
 namespace ombrel::workbench {
 
 namespace {
 
 constexpr QSize paneSize(640, 420);
-
-// A widget for its parent to own.
-template <typename Widget, typename... Arguments>
-Widget* newChild(Arguments&&... arguments) {
-    return std::make_unique<Widget>(std::forward<Arguments>(arguments)...).release();
-}
 
 QWidget* paneOf(zt::IParamMgr& parameters, QWidget* parent) {
     auto* const pane = newChild<ParameterPane>(parameters, parent);

@@ -2,6 +2,7 @@
 
 #include "standalone/Error.h"
 #include "standalone/PixelType.h"
+#include "standalone/cli/DeviceMask.h"
 
 #include <algorithm>
 #include <chrono>
@@ -56,6 +57,8 @@ bool StackViewer::open(const FrameRequest& request) {
     try {
         stack = std::make_unique<FrameStack>(request.inputs, FrameRole::Sample);
         host = std::make_shared<PluginHost>(pluginPath, stack->width(), stack->height(), sink);
+        if (const std::string& mask = request.device.mask; !mask.empty())
+            host->device().pixels().setMask(cli::readDeviceMask(mask, stack->width(), stack->height()));
         running = std::make_unique<RunningChain>(host);
     } catch (...) {
         close();
@@ -66,17 +69,25 @@ bool StackViewer::open(const FrameRequest& request) {
     return true;
 }
 
-bool StackViewer::read(zt::u64 frame) {
-    frame = std::min(frame, stack->frameCount() - 1);
-    if (raw && view.frame == frame)
+FramePtr StackViewer::frameOf(FrameStack& frames, zt::u64 frame) const {
+    FramePtr read = frames.readFrame(frame);
+    if (device.acqTime)
+        read->setAcqTime(*device.acqTime);
+    return read;
+}
+
+bool StackViewer::read(const FrameRequest& request) {
+    const zt::u64 frame = std::min(request.frame, stack->frameCount() - 1);
+    if (raw && view.frame == frame && device == request.device)
         return false;
+    device = request.device;
     const double seconds = view.seconds;
     raw.reset();
     view = {};
     view.frame = frame;
     view.seconds = seconds; // until it is known better
     try {
-        raw = stack->readFrame(frame);
+        raw = frameOf(*stack, frame);
         view.panes[RAW_PANE] = paneOf(*raw);
     } catch (const Error& error) {
         view.failure = error.what();
@@ -146,7 +157,7 @@ std::vector<FramePtr> StackViewer::measuredFrames(zt::u64 most) {
         FrameStack flats(openInputs, FrameRole::Flat);
         if (flats.info(0).kinds)
             for (zt::u64 frame = 0; frame < std::min(most, flats.frameCount()); ++frame)
-                frames.push_back(flats.readFrame(frame));
+                frames.push_back(frameOf(flats, frame));
     } catch (const Error&) {
         frames.clear(); // there are none
     }

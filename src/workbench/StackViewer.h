@@ -23,7 +23,7 @@ public:
     // True when the stack of the request was opened. Throws Error, with none open.
     bool open(const FrameRequest& request);
     // True when another frame was read.
-    bool read(zt::u64 frame);
+    bool read(const FrameRequest& request);
     std::vector<LinkReport> follow(const ChainState& wanted);
     void correct();
     ShownFramePtr show(const MapView& view) const;
@@ -39,11 +39,13 @@ public:
 
 private:
     void close();
+    FramePtr frameOf(FrameStack& frames, zt::u64 frame) const;
 
     std::string pluginPath;
     Host::LogSink sink;
     std::vector<std::string> openInputs;
     int opening = 0; // of what is open
+    DeviceState device;
     PluginHostPtr host;
     std::unique_ptr<FrameStack> stack;
     std::unique_ptr<RunningChain> running;

@@ -9,6 +9,7 @@ void Workspace::setInputs(std::vector<std::string> paths) {
     ++openings;
     stack = {};
     current = 0;
+    detector = {};
     emit inputsChanged();
 }
 
@@ -17,6 +18,19 @@ void Workspace::setFacts(const StackFacts& facts) {
     if (stack.frames == 0)
         files.clear();
     emit factsChanged();
+}
+
+void Workspace::setDevice(const DeviceState& device) {
+    if (device == detector)
+        return;
+    const bool isReopening = device.mask != detector.mask;
+    detector = device;
+    emit deviceChanged();
+    if (!isReopening)
+        return;
+    ++openings;
+    stack = {};
+    emit inputsChanged();
 }
 
 void Workspace::setFrame(zt::u64 frame) {

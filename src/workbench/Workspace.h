@@ -1,6 +1,7 @@
 #pragma once
 
 #include "workbench/ChainState.h"
+#include "workbench/DeviceState.h"
 #include "workbench/FrameView.h"
 
 #include <QObject>
@@ -22,14 +23,17 @@ public:
     const StackFacts& facts() const { return stack; }
     bool isOpen() const { return stack.frames != 0; }
     zt::u64 frame() const { return current; }
+    const DeviceState& device() const { return detector; }
     const ChainState& chain() const { return links; }
     // 0 when none is chosen.
     int chosenLink() const { return chosen; }
 
-    // Nothing of it is open until setFacts() tells what it is; the chain stays.
+    // Nothing of it is open until setFacts() tells what it is; the chain stays, the device does not.
     void setInputs(std::vector<std::string> paths);
     // Nothing is open when `facts` has no frames.
     void setFacts(const StackFacts& facts);
+    // Another mask opens the files anew, since filters look at it while they are loaded.
+    void setDevice(const DeviceState& device);
     // The nearest that there is.
     void setFrame(zt::u64 frame);
 
@@ -51,6 +55,7 @@ signals:
     void inputsChanged();
     void factsChanged();
     void frameChanged();
+    void deviceChanged();
     void chainChanged();
     void chosenLinkChanged();
 
@@ -59,6 +64,7 @@ private:
     int openings = 0;
     StackFacts stack;
     zt::u64 current = 0;
+    DeviceState detector;
     ChainState links;
     int chosen = 0;
     int lastId = 0;

@@ -94,12 +94,12 @@ TEST(BatchOptions, SayTheChainAsItIsShown) {
     ChainState chain;
     chain.links = {{1, "Flat-Field", false, "", nullptr, 0, {}},
                    {2, "AdaptiveFF", true, "/no/such.xml", nullptr, 0, {{"Search", "1"}}}};
-    const auto options = batchOptions({"a.h5"}, chain);
+    const auto options = batchOptions({"a.h5"}, chain, {});
     EXPECT_THAT(options.filters, ElementsAre("AdaptiveFF"));
     EXPECT_THAT(options.params, ElementsAre("AdaptiveFF:Search=1"));
     chain.links.push_back({3, "AdaptiveFF", true, "", nullptr, 0, {}});
-    EXPECT_THROW(batchOptions({"a.h5"}, chain), ombrel::Error) << "it would be edited too";
-    EXPECT_THROW(batchOptions({"a.h5"}, {}), ombrel::Error);
+    EXPECT_THROW(batchOptions({"a.h5"}, chain, {}), ombrel::Error) << "it would be edited too";
+    EXPECT_THROW(batchOptions({"a.h5"}, {}, {}), ombrel::Error);
 }
 
 } // namespace
