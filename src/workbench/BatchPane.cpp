@@ -51,6 +51,7 @@ BatchPane::BatchPane(cli::Console& console, QWidget* parent)
     state->setObjectName("lbBatch");
     state->setTextFormat(Qt::PlainText);
     state->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    progress->setObjectName("pbBatch");
     progress->setTextVisible(true);
 
     auto* const layout = newChild<QVBoxLayout>(this);

@@ -62,6 +62,12 @@ void FramePanes::show(ShownFrame& frame) {
     }
 }
 
+void FramePanes::clear() {
+    PaneMap none;
+    for (FramePane* const pane : panes)
+        pane->setPicture({}, none, {});
+}
+
 void FramePanes::setColourMap(const QString& name) {
     for (const PaneIndex index : {RAW_PANE, CORRECTED_PANE})
         panes[index]->setColours(colourMap(name));

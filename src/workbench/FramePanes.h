@@ -16,6 +16,8 @@ public:
     explicit FramePanes(QWidget* parent = nullptr);
 
     void show(ShownFrame& frame);
+    // Until the next frame there is none.
+    void clear();
     using QWidget::show;
     FramePane& pane(PaneIndex index) { return *panes[index]; }
 

@@ -82,6 +82,7 @@ void MainWindow::makeParts() {
     valueLabel = newChild<QLabel>();
     valueLabel->setObjectName("lbValue");
     busyLabel = newChild<QLabel>("Working \u2026");
+    busyLabel->setObjectName("lbBusy");
     stackLabel = newChild<QLabel>();
     statusBar()->addWidget(valueLabel, 1);
     statusBar()->addPermanentWidget(busyLabel);

@@ -74,6 +74,7 @@ void MainWindow::opened(const StackFacts& facts, const PluginHostPtr& host) {
     frameBar->setFrames(facts.frames);
     frameBar->setFrame(workspace.frame());
     const QSize size(static_cast<int>(facts.width), static_cast<int>(facts.height));
+    panes->clear();
     panes->setRegion({});
     // Not along the middle, where detectors of several chips have their seams.
     const double row = std::floor(size.height() * 0.4) + 0.5;

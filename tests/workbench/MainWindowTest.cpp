@@ -1,19 +1,20 @@
 // The whole window on the loaded plug-in, driven by keys and the mouse.
+#include "fixtures/FileText.h"
 #include "fixtures/ModalUser.h"
-#include "fixtures/Program.h"
 #include "properties/QParamsBrowser.h"
-#include "workbench/BatchPane.h"
 #include "workbench/ChainPane.h"
 #include "workbench/WorkbenchFixture.h"
 
-#include <QCheckBox>
+#include <QDropEvent>
 #include <QListWidget>
 #include <QMenu>
 #include <QMessageBox>
+#include <QMimeData>
 #include <QPushButton>
 #include <QSlider>
 #include <QTableWidget>
 #include <QTimer>
+#include <QWindow>
 #include <gmock/gmock.h>
 
 #include <cmath>
@@ -105,6 +106,47 @@ TEST_F(MainWindowTest, TheChainIsBuiltSwitchedAndTakenApart) {
     EXPECT_EQ(list().count(), 0);
 }
 
+// With the mouse, as the list itself drags: what it does then is seen by nobody else.
+void drag(QMainWindow& window, const QWidget& view, const QPoint& from, const QPoint& to) {
+    QWindow* const screen = window.windowHandle();
+    const auto at = [&](const QPoint& point) { return view.mapTo(&window, point); };
+    QTimer::singleShot(100, &window, [=] { QTest::mouseMove(screen, at(to)); });
+    QTimer::singleShot(200, &window, [=] { QTest::mouseRelease(screen, Qt::LeftButton, {}, at(to)); });
+    QTest::mousePress(screen, Qt::LeftButton, {}, at(from));
+    QTest::mouseMove(screen, at(from + QPoint(0, 4)));
+    QTest::mouseMove(screen, at((from + to) / 2));
+    QTest::qWait(300);
+}
+
+TEST_F(MainWindowTest, ALinkIsDraggedToAnotherPlace) {
+    ASSERT_TRUE(open(writeFrames(2)));
+    for (const char* filter : {"Flat-Field", "Beam-hardening", "Binning 2x2"})
+        model().addLink(filter);
+    QTest::qWait(50);
+    const auto rowOf = [&](int row) { return list().visualItemRect(list().item(row)); };
+    drag(*window, *list().viewport(), rowOf(2).center(),
+         rowOf(0).center() - QPoint(0, rowOf(0).height() / 3));
+    ASSERT_TRUE(waitFor([&] { return model().chain().links[0].filter == "Binning 2x2"; }));
+    EXPECT_EQ(model().chain().links[1].filter, "Flat-Field");
+    EXPECT_EQ(model().chain().links[2].filter, "Beam-hardening");
+    EXPECT_EQ(list().count(), 3);
+}
+
+TEST_F(MainWindowTest, DroppedFilesAreOpened) {
+    const std::string first = writeFrames(2, "first.h5");
+    const std::string second = writeFrames(3, "second.h5");
+    QMimeData files;
+    files.setUrls({QUrl::fromLocalFile(QString::fromStdString(first)),
+                   QUrl::fromLocalFile(QString::fromStdString(second))});
+    QDragEnterEvent enter({50, 50}, Qt::CopyAction, &files, Qt::LeftButton, {});
+    QApplication::sendEvent(window.get(), &enter);
+    ASSERT_TRUE(enter.isAccepted());
+    QDropEvent drop({50, 50}, Qt::CopyAction, &files, Qt::LeftButton, {});
+    QApplication::sendEvent(window.get(), &drop);
+    ASSERT_TRUE(waitFor([&] { return model().isOpen(); }));
+    EXPECT_EQ(model().facts().frames, 5U) << "one stack of all of them";
+}
+
 TEST_F(MainWindowTest, AFrameThatTheChainRefusesIsToldWithItsReason) {
     ASSERT_TRUE(open(writeFrames(2)));
     model().addLink("AdaptiveFF");
@@ -149,6 +191,26 @@ TEST_F(MainWindowTest, EditsOfAParameterReachTheFilterAndCanBeTakenBack) {
                   .toString(),
               "8");
     EXPECT_TRUE(waitForFrame());
+}
+
+TEST_F(MainWindowTest, SavedSettingsHoldTheEditsAndFindTheirCalibration) {
+    ASSERT_TRUE(open(writeFrames(2)));
+    model().addLink("AdaptiveFF", writeAdaptive(side, 3));
+    ASSERT_TRUE(waitForCorrected([](const Image&) { return true; }));
+    std::filesystem::create_directory(folder / "elsewhere");
+    const std::string path = folder / "elsewhere/mine.xml";
+    // An edit that the filter has not got yet.
+    model().setParam(model().chosenLink(), "QFTileSize", "4");
+    ModalUser user;
+    user.meets<QFileDialog>(choosing(path));
+    click(*window, "btSave");
+    ASSERT_TRUE(waitFor([&] { return model().chain().links[0].settings == path; })) << logText();
+    EXPECT_TRUE(model().chain().links[0].params.empty());
+    EXPECT_THAT(fileText(path), HasSubstr("<item key=\"QfTileSize\" type=\"int\">4</item>"));
+    EXPECT_THAT(fileText(path), testing::Not(HasSubstr("ombrel-choice"))) << "the log of the workbench's own";
+    EXPECT_THAT(fileText(folder / "adaptive.xml"), HasSubstr(">8<"));
+    ASSERT_TRUE(waitForFrame());
+    EXPECT_NE(image(CORRECTED_PANE), nullptr) << "with the calibration beside the new settings";
 }
 
 TEST_F(MainWindowTest, AModalSettingsWindowSetsTheFilterThatRuns) {
@@ -202,60 +264,6 @@ TEST_F(MainWindowTest, WindowsGoWithTheirLinksAndTheirStack) {
     EXPECT_EQ(openWindows(), 0);
     EXPECT_EQ(model().facts().frames, 3U);
     ASSERT_TRUE(open(other)) << "the same file once more";
-}
-
-TEST_F(MainWindowTest, ABatchGivesThePixelsOfTheCommandLine) {
-    const std::string frames = writeFrames(7);
-    ASSERT_TRUE(open(frames));
-    model().addLink("AdaptiveFF", writeAdaptive(side, 3));
-    model().setParam(model().chosenLink(), "QFTileSize", "4");
-    model().addLink("Binning 2x2");
-    auto& batch = *window->findChild<BatchPane*>();
-    batch.setOutput(QString::fromStdString(folder / "window.h5"));
-    bool isGood = false;
-    QObject::connect(&batch, &BatchPane::finished, &batch, [&](bool good) { isGood = good; });
-    key(Qt::Key_R, Qt::ControlModifier);
-    ASSERT_TRUE(waitFor([&] { return label("lbBatch").find("7 of 7 frames done") != std::string::npos; }))
-        << label("lbBatch");
-    EXPECT_TRUE(isGood);
-
-    ASSERT_EQ(
-        runOmbrel({"run", "-f", "AdaptiveFF=" + (folder / "adaptive.xml"), "-f", "Binning 2x2", "-p",
-                   "AdaptiveFF:QFTileSize=4", frames, "-o", folder / "command.h5", "--plugin", OMBREL_PLUGIN})
-            .exitCode,
-        0);
-    const auto window7 = ombrel::FrameFile::open(folder / "window.h5");
-    const auto command7 = ombrel::FrameFile::open(folder / "command.h5");
-    for (zt::u32 frame = 0; frame < 7; ++frame)
-        EXPECT_TRUE(
-            std::ranges::equal(window7->readFrame(frame)->bytes(), command7->readFrame(frame)->bytes()))
-            << frame;
-
-    // An output that is there is not replaced.
-    click(*window, "btRun");
-    EXPECT_TRUE(waitFor([&] { return label("lbBatch").find("exists") != std::string::npos; }));
-}
-
-TEST_F(MainWindowTest, NothingIsLostWhenItIsClosedAtWork) {
-    const std::string other = writeFrames(2, "other.h5");
-    const std::size_t before = ombrel::Frame::aliveCount();
-    ASSERT_TRUE(open(writeFrames(40)));
-    model().addLink("AdaptiveFF", writeAdaptive(side, 20));
-    for (int frame = 0; frame < 10; ++frame) {
-        model().setFrame(static_cast<zt::u64>(frame));
-        QTest::qWait(5);
-    }
-    model().setSettings(model().chosenLink(), folder / "adaptive.xml");
-    window->open({other});
-    model().removeLink(model().chosenLink());
-    auto& batch = *window->findChild<BatchPane*>();
-    batch.setOutput(QString::fromStdString(folder / "never.h5"));
-    model().addLink("Binning 2x2");
-    QTest::qWait(1);
-    click(*window, "btRun");
-    window->close();
-    window.reset();
-    EXPECT_EQ(ombrel::Frame::aliveCount(), before);
 }
 
 TEST_F(MainWindowTest, AFileComesBackWithItsChain) {

@@ -76,8 +76,8 @@ protected:
 };
 
 TEST_F(Response, TheWindowAnswersWithin50MillisecondsWhileTheAdaptiveFilterWorks) {
-    const zt::u32 size = setting("OMBREL_RESPONSE_SIDE", 512);
-    const int points = static_cast<int>(setting("OMBREL_RESPONSE_POINTS", 27));
+    const zt::u32 size = setting("OMBREL_RESPONSE_SIDE", 256);
+    const int points = static_cast<int>(setting("OMBREL_RESPONSE_POINTS", 125));
     const std::string settings = writeAdaptive(size, points);
     ASSERT_TRUE(open(writeStack(size, 12)));
     model().addLink("AdaptiveFF", settings);

@@ -13,6 +13,7 @@
 #include <QApplication>
 #include <QLabel>
 #include <QPlainTextEdit>
+#include <QSignalSpy>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -42,17 +43,18 @@ protected:
     }
 
     // Pixel i of frame n is 100 n + i + 1.
-    std::string writeFrames(zt::u32 count, const std::string& name = "frames.h5") const {
-        ImageStack<zt::u16> stack{side, side, {}};
+    std::string writeFrames(zt::u32 count, const std::string& name = "frames.h5", zt::u32 size = side) const {
+        ImageStack<zt::u16> stack{size, size, {}};
         for (zt::u32 frame = 0; frame < count; ++frame)
-            for (zt::u32 i = 0; i < side * side; ++i)
+            for (zt::u32 i = 0; i < size * size; ++i)
                 stack.pixels.push_back(static_cast<zt::u16>(100 * frame + i + 1));
         writeHdf5(folder / name, stack);
         return folder / name;
     }
 
-    // Settings of the adaptive filter with a grid of `points` flat fields beside them.
-    std::string writeAdaptive(zt::u32 size, int points) const {
+    // Settings of the adaptive filter with a grid of `points` flat fields beside them. The work for a frame
+    // grows with the square of the kernel's side.
+    std::string writeAdaptive(zt::u32 size, int points, int kernelSide = 3) const {
         std::vector<ombrel::GridPoint> grid;
         for (int i = 0; i < points; ++i)
             grid.push_back({static_cast<float>(i), 1, 1});
@@ -67,6 +69,10 @@ protected:
         heap.commit();
         ombrel::Settings settings(folder / "adaptive.xml", [](const std::string&) {});
         settings.setInt("Settings", "QfTileSize", 8);
+        std::string kernel = "1";
+        for (int i = 1; i < kernelSide * kernelSide; ++i)
+            kernel += i % 2 == 0 ? ",1" : ",-1";
+        settings.setString("Settings", "Kernel", kernel.c_str());
         settings.saveFile();
         return folder / "adaptive.xml";
     }
@@ -87,7 +93,10 @@ protected:
     const ombrel::workbench::ImagePtr& image(ombrel::workbench::PaneIndex pane) {
         return panes().pane(pane).image();
     }
+    // In this window, whichever was used last.
     void key(Qt::Key key, Qt::KeyboardModifiers modifiers = {}) {
+        window->activateWindow();
+        ASSERT_TRUE(QTest::qWaitForWindowActive(window.get()));
         QTest::keyClick(window.get(), key, modifiers);
     }
     std::string logText() const {

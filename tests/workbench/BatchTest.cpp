@@ -1,0 +1,163 @@
+// The batch of the window against `ombrel run`, which shares its walk but not what leads to it.
+#include "fixtures/ModalUser.h"
+#include "fixtures/Program.h"
+#include "workbench/BatchPane.h"
+#include "workbench/WorkbenchFixture.h"
+
+#include <QComboBox>
+#include <QDialogButtonBox>
+#include <QDoubleSpinBox>
+#include <QMessageBox>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QSpinBox>
+#include <gmock/gmock.h>
+
+#include <filesystem>
+
+using namespace ombrel::workbench;
+using testing::HasSubstr;
+
+namespace {
+
+class WindowBatch : public WorkbenchTest {
+protected:
+    // Runs to the end, with what the user answers when the output is there.
+    std::string run(const std::string& output, const char* answer = nullptr) {
+        QSignalSpy ended(&pane(), &BatchPane::finished);
+        begin(output, answer);
+        EXPECT_TRUE(waitFor([&] { return !ended.isEmpty(); })) << label("lbBatch");
+        return label("lbBatch");
+    }
+
+    void begin(const std::string& output, const char* answer = nullptr) {
+        child<QLineEdit>(*window, "edOutput").setText(QString::fromStdString(output));
+        ModalUser user;
+        if (answer)
+            user.meets<QMessageBox>([=](QMessageBox& box) { press(box, answer); });
+        key(Qt::Key_R, Qt::ControlModifier);
+    }
+
+    static void press(QMessageBox& box, const char* answer) {
+        for (QAbstractButton* const button : box.buttons())
+            if (button->text().remove('&') == answer)
+                return QTest::mouseClick(button, Qt::LeftButton);
+        ADD_FAILURE() << "there is no " << answer;
+    }
+
+    BatchPane& pane() { return *window->findChild<BatchPane*>(); }
+
+    // The same by the command line, with these options.
+    std::string runCommand(std::vector<std::string> options) const {
+        const std::string output = folder / "command.h5";
+        options.insert(options.begin(), "run");
+        options.insert(options.end(), {"-o", output, "--force", "--plugin", OMBREL_PLUGIN});
+        EXPECT_EQ(runOmbrel(options).exitCode, 0);
+        return output;
+    }
+
+    static void expectSamePixels(const std::string& path, const std::string& expected, zt::u32 frames) {
+        const auto file = ombrel::FrameFile::open(path);
+        const auto reference = ombrel::FrameFile::open(expected);
+        ASSERT_EQ(file->info().frames, frames);
+        ASSERT_EQ(file->info().pixelType, reference->info().pixelType);
+        for (zt::u32 frame = 0; frame < frames; ++frame)
+            ASSERT_TRUE(
+                std::ranges::equal(file->readFrame(frame)->bytes(), reference->readFrame(frame)->bytes()))
+                << frame;
+    }
+};
+
+TEST_F(WindowBatch, GivesThePixelsOfTheCommandLineForEveryNumberOfJobs) {
+    const std::string frames = writeFrames(17);
+    ASSERT_TRUE(open(frames));
+    model().addLink("AdaptiveFF", writeAdaptive(side, 3));
+    model().setParam(model().chosenLink(), "QFTileSize", "4");
+    model().addLink("Flat-Field");
+    model().setEnabled(model().chosenLink(), false);
+    model().addLink("Binning 2x2");
+    const std::string expected = runCommand({"-f", "AdaptiveFF=" + (folder / "adaptive.xml"), "-f",
+                                             "Binning 2x2", "-p", "AdaptiveFF:QFTileSize=4", frames});
+    for (const int jobs : {1, 2}) {
+        child<QSpinBox>(*window, "sbJobs").setValue(jobs);
+        const std::string output = folder / ("jobs" + std::to_string(jobs) + ".h5");
+        EXPECT_THAT(run(output), HasSubstr("17 of 17 frames done"));
+        expectSamePixels(output, expected, 17);
+    }
+}
+
+TEST_F(WindowBatch, TakesMaskAndTimeOfTheDetectorOver) {
+    const std::string frames = writeFrames(3);
+    ImageStack<zt::u16> mask{side, side, std::vector<zt::u16>(side * side, 1)};
+    mask.pixels[40] = 0;
+    writeHdf5(folder / "mask.h5", mask);
+    ASSERT_EQ(runOmbrel({"calibrate", "flat-field", frames, "--bad", "ff", "-o", folder / "ff.xml",
+                         "--plugin", OMBREL_PLUGIN})
+                  .exitCode,
+              0);
+    ASSERT_TRUE(open(frames));
+    model().addLink("Flat-Field", folder / "ff.xml");
+    ASSERT_TRUE(waitFor([&] { return image(CORRECTED_PANE) != nullptr; })) << logText();
+    const double unmasked = image(CORRECTED_PANE)->pixels[40];
+    ModalUser user;
+    user.meets<QDialog>([&](QDialog& dialog) {
+        child<QLineEdit>(dialog, "edMask").setText(QString::fromStdString(folder / "mask.h5"));
+        child<QDoubleSpinBox>(dialog, "sbTime").setValue(2.5);
+        QTest::mouseClick(dialog.findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok),
+                          Qt::LeftButton);
+    });
+    key(Qt::Key_D, Qt::ControlModifier);
+    ASSERT_TRUE(waitFor([&] {
+        return image(CORRECTED_PANE) && image(CORRECTED_PANE)->pixels[40] != unmasked;
+    })) << "the masked pixel is filled from its neighbours";
+
+    auto& type = child<QComboBox>(*window, "cbType");
+    type.setFocus();
+    QTest::keyClicks(&type, "64");
+    EXPECT_THAT(run(folder / "window.h5"), HasSubstr("3 of 3 frames done"));
+    expectSamePixels(folder / "window.h5",
+                     runCommand({"-f", "Flat-Field=" + (folder / "ff.xml"), frames, "--device-mask",
+                                 folder / "mask.h5", "--acq-time", "2.5", "--output-type", "f64"}),
+                     3);
+    EXPECT_EQ(
+        runOmbrel({"replay", folder / "window.h5", "-o", folder / "again.h5", "--plugin", OMBREL_PLUGIN})
+            .exitCode,
+        0);
+
+    // One that does not fit changes nothing.
+    writeHdf5(folder / "small.h5", ImageStack<zt::u16>{2, 2, {1, 1, 1, 1}});
+    user.meets<QDialog>([&](QDialog& dialog) {
+        child<QLineEdit>(dialog, "edMask").setText(QString::fromStdString(folder / "small.h5"));
+        QTest::keyClick(&dialog, Qt::Key_Return);
+    });
+    key(Qt::Key_D, Qt::ControlModifier);
+    EXPECT_TRUE(waitFor([&] { return logText().find("small.h5: the mask has 2 x 2") != std::string::npos; }));
+    EXPECT_EQ(model().device().mask, folder / "mask.h5");
+}
+
+TEST_F(WindowBatch, ACancelledRunIsGoneOnWithAndNoOutputIsReplacedUnasked) {
+    const std::string frames = writeFrames(400);
+    ASSERT_TRUE(open(frames));
+    model().addLink("AdaptiveFF", writeAdaptive(side, 8, 9));
+    const std::string output = folder / "window.h5";
+    QSignalSpy ended(&pane(), &BatchPane::finished);
+    begin(output);
+    ASSERT_TRUE(waitFor([&] { return child<QProgressBar>(*window, "pbBatch").value() > 20; }));
+    EXPECT_THAT(label("lbBatch"), HasSubstr("frames/s"));
+    click(*window, "btCancel");
+    ASSERT_TRUE(waitFor([&] { return !ended.isEmpty(); }));
+    EXPECT_THAT(label("lbBatch"), HasSubstr("cancelled"));
+    EXPECT_FALSE(ended[0][0].toBool());
+
+    begin(output, "Cancel");
+    EXPECT_FALSE(pane().isRunning());
+    EXPECT_THAT(run(output, "Go on with it"), HasSubstr("400 of 400 frames done"));
+    expectSamePixels(output, runCommand({"-f", "AdaptiveFF=" + (folder / "adaptive.xml"), frames}), 400);
+
+    model().addLink("Binning 2x2");
+    EXPECT_THAT(run(output, "Go on with it"), HasSubstr("chain")) << "of another chain";
+    EXPECT_THAT(run(output, "Replace it"), HasSubstr("400 of 400 frames done"));
+    EXPECT_THAT(run(frames, "Replace it"), HasSubstr("is an input"));
+}
+
+} // namespace
