@@ -30,7 +30,7 @@ namespace ombrel::workbench {
 namespace {
 
 constexpr QSize firstSize(1360, 860);
-constexpr int busyMilliseconds = 200;
+constexpr int busyMilliseconds = 100;
 constexpr const char* geometryKey = "geometry";
 constexpr const char* layoutKey = "layout";
 constexpr const char* coloursKey = "colours";

@@ -18,7 +18,7 @@ protected:
 
     // Frames that take a while, one of which is being corrected when this returns.
     void openSlowFrames() {
-        settings = writeAdaptive(slowSide, 64, 41);
+        settings = writeAdaptive(slowSide, 125, 81);
         ASSERT_TRUE(open(writeFrames(40, "slow.h5", slowSide)));
         slowLink = model().addLink("AdaptiveFF", settings);
         ASSERT_TRUE(waitFor([&] { return image(CORRECTED_PANE) != nullptr; })) << logText();
