@@ -60,6 +60,7 @@ ChainPane::ChainPane(Workspace& model, QWidget* parent)
     connect(list, &QListWidget::itemDoubleClicked, this,
             [this](QListWidgetItem* item) { emit configureWanted(idOf(*item)); });
     // The list is still at work when it tells of the move.
+    connect(list->model(), &QAbstractItemModel::rowsMoved, this, [this] { isFollowing = true; });
     connect(list->model(), &QAbstractItemModel::rowsMoved, this, &ChainPane::followDrag,
             Qt::QueuedConnection);
     connect(menu, &QMenu::aboutToShow, this, &ChainPane::fillMenu);
@@ -141,6 +142,8 @@ void ChainPane::fill(QListWidgetItem& item, const LinkState& link) const {
 }
 
 void ChainPane::refresh() {
+    if (isFollowing)
+        return; // the list knows the order, the workspace not yet
     const QSignalBlocker quiet(list);
     if (!isInOrder())
         rebuild();
@@ -171,6 +174,8 @@ void ChainPane::followDrag() {
     for (std::size_t place = 0; place < order.size(); ++place)
         if (workspace.chain().links[place].id != order[place])
             workspace.moveLink(order[place], place);
+    isFollowing = false;
+    refresh();
 }
 
 } // namespace ombrel::workbench

@@ -47,6 +47,7 @@ private:
     std::vector<QToolButton*> linkButtons; // that need a link
     QToolButton* configureButton = nullptr;
     std::map<int, LinkReport> reports;
+    bool isFollowing = false; // a row was dragged, which the workspace is still to hear of
 };
 
 } // namespace ombrel::workbench

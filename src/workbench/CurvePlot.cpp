@@ -90,16 +90,31 @@ CurvePlot::CurvePlot(Kind plotKind, QWidget* parent)
     colourAxis(*plot->yAxis2, correctedColour);
     rawGraph->setName("raw");
     correctedGraph->setName("corrected");
-    plot->legend->setVisible(true);
-    plot->legend->removeItem(2);
-    QColor behind = palette().color(QPalette::Window);
-    behind.setAlpha(190);
-    plot->legend->setBrush(behind);
-    plot->legend->setBorderPen(Qt::NoPen);
-    plot->legend->setTextColor(palette().color(QPalette::WindowText));
-    plot->legend->setFont(plot->xAxis->tickLabelFont());
-    plot->legend->setIconSize(16, 8);
-    plot->legend->setRowSpacing(0);
+    makeLegend();
+}
+
+// In one line over the curves, where it hides nothing.
+void CurvePlot::makeLegend() {
+    QCPLegend& legend = *plot->legend;
+    legend.removeItem(2); // the corrected curve is named already
+    legend.setFillOrder(QCPLegend::foColumnsFirst);
+    legend.setBrush(Qt::NoBrush);
+    legend.setBorderPen(Qt::NoPen);
+    legend.setMargins({0, 0, 0, 0});
+    legend.setTextColor(palette().color(QPalette::WindowText));
+    legend.setFont(plot->xAxis->tickLabelFont());
+    legend.setIconSize(16, 8);
+    legend.setColumnSpacing(12);
+    legend.setVisible(true);
+    auto* const strip = newChild<QCPLayoutGrid>();
+    plot->plotLayout()->insertRow(0);
+    plot->plotLayout()->addElement(0, 0, strip);
+    strip->addElement(0, 0, newChild<QCPLayoutGrid>()); // takes the room that is left
+    strip->addElement(0, 1, &legend);
+    strip->setColumnStretchFactor(1, 1e-3);
+    plot->plotLayout()->setRowStretchFactor(0, 1e-3);
+    plot->plotLayout()->setRowSpacing(0);
+    plot->axisRect()->setMinimumMargins({8, 4, 12, 4});
 }
 
 bool CurvePlot::needOwnAxes(const Curve& raw, const Curve& corrected) const {

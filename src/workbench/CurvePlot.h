@@ -25,6 +25,7 @@ public:
     using QWidget::show;
 
 private:
+    void makeLegend();
     bool needOwnAxes(const Curve& raw, const Curve& corrected) const;
 
     Kind kind;

@@ -16,7 +16,9 @@ namespace ombrel::workbench {
 namespace {
 
 constexpr double zoomStep = 0.8;
-const QColor drawnColour(0x00, 0xc8, 0x53);
+
+// White within a dark halo is seen on all colours.
+const std::array<QPen, 2> drawnPens{QPen(QColor(0, 0, 0, 150), 3), QPen(Qt::white, 1)};
 
 QLabel* titleLabel(const QString& title) {
     auto* const label = newChild<QLabel>(title);
@@ -93,16 +95,15 @@ void FramePane::makeItems() {
     marks = newChild<QCPItemPixmap>(plot);
     marks->setScaled(true, Qt::IgnoreAspectRatio, Qt::FastTransformation);
     marks->setVisible(false);
-    regionItem = newChild<QCPItemRect>(plot);
-    regionItem->setPen(QPen(drawnColour, 1.5));
-    regionItem->setVisible(false);
-    lineItem = newChild<QCPItemLine>(plot);
-    lineItem->setPen(QPen(drawnColour, 1.5, Qt::DashLine));
-    lineItem->setVisible(false);
-    for (QCPAbstractItem* const item :
-         {static_cast<QCPAbstractItem*>(marks), static_cast<QCPAbstractItem*>(regionItem),
-          static_cast<QCPAbstractItem*>(lineItem)})
+    for (std::size_t i = 0; i < drawnPens.size(); ++i) {
+        regionItems[i] = newChild<QCPItemRect>(plot);
+        regionItems[i]->setPen(drawnPens[i]);
+        lineItems[i] = newChild<QCPItemLine>(plot);
+        lineItems[i]->setPen(drawnPens[i]);
+    }
+    for (QCPAbstractItem* const item : plot->findChildren<QCPAbstractItem*>())
         item->setSelectable(false);
+    drawItems();
 }
 
 void FramePane::connectPlot() {
@@ -133,7 +134,7 @@ void FramePane::setPicture(const PaneView& picture, PaneMap& map, const QString&
         marks->topLeft->setCoords(map.area.topLeft());
         marks->bottomRight->setCoords(map.area.bottomRight());
     }
-    plot->replot(QCustomPlot::rpQueuedReplot);
+    drawItems();
 }
 
 void FramePane::setLimits(const ScaleLimits& limits) {
@@ -190,21 +191,38 @@ void FramePane::rangeEdited() {
 }
 
 void FramePane::showRegion(const QRect& region) {
-    regionItem->setVisible(!region.isEmpty());
-    regionItem->topLeft->setCoords(region.topLeft());
-    regionItem->bottomRight->setCoords(region.x() + region.width(), region.y() + region.height());
-    plot->replot(QCustomPlot::rpQueuedReplot);
+    shownRegion = region;
+    drawItems();
 }
 
 void FramePane::showLine(const QLineF& line) {
-    lineItem->setVisible(!line.isNull());
-    lineItem->start->setCoords(line.p1());
-    lineItem->end->setCoords(line.p2());
+    shownLine = line;
+    drawItems();
+}
+
+void FramePane::drawItems() {
+    const QRectF region(shownRegion);
+    for (QCPItemRect* const item : regionItems) {
+        item->setVisible(shownImage && !region.isEmpty());
+        item->topLeft->setCoords(region.topLeft());
+        item->bottomRight->setCoords(region.bottomRight());
+    }
+    for (QCPItemLine* const item : lineItems) {
+        item->setVisible(shownImage && !shownLine.isNull());
+        item->start->setCoords(shownLine.p1());
+        item->end->setCoords(shownLine.p2());
+    }
     plot->replot(QCustomPlot::rpQueuedReplot);
 }
 
 QPointF FramePane::plotPoint(const QPointF& position) const {
     return {plot->xAxis->pixelToCoord(position.x()), plot->yAxis->pixelToCoord(position.y())};
+}
+
+QPoint FramePane::positionOf(const QPoint& pixel) const {
+    const QPointF position(plot->xAxis->coordToPixel(pixel.x() + 0.5),
+                           plot->yAxis->coordToPixel(pixel.y() + 0.5));
+    return plot->mapTo(this, position.toPoint());
 }
 
 void FramePane::pressed(QMouseEvent* event) {

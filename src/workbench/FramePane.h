@@ -7,6 +7,8 @@
 #include <QString>
 #include <QWidget>
 
+#include <array>
+
 class QCPColorGradient;
 class QCPColorMap;
 class QCPColorScale;
@@ -41,7 +43,9 @@ public:
     void setVisibleArea(const QRectF& area);
     // Screen pixels that the picture has.
     QSize screenSize() const;
-    // Empty: none.
+    // The middle of a pixel of the frame, in the pane.
+    QPoint positionOf(const QPoint& pixel) const;
+    // Empty: none. They stand on a picture only.
     void showRegion(const QRect& region);
     void showLine(const QLineF& line);
     const ImagePtr& image() const { return shownImage; }
@@ -59,6 +63,7 @@ signals:
 private:
     void makePlot();
     void makeItems();
+    void drawItems();
     void connectPlot();
     QPointF plotPoint(const QPointF& position) const;
     void pressed(QMouseEvent* event);
@@ -76,8 +81,10 @@ private:
     QCPColorMap* colours = nullptr;
     QCPColorScale* scale = nullptr;
     QCPItemPixmap* marks = nullptr;
-    QCPItemRect* regionItem = nullptr;
-    QCPItemLine* lineItem = nullptr;
+    std::array<QCPItemRect*, 2> regionItems{}; // the halo and the line
+    std::array<QCPItemLine*, 2> lineItems{};
+    QRect shownRegion;
+    QLineF shownLine;
     ImagePtr shownImage;
     QRectF visibleArea;
     PaneTool tool = PaneTool::Move;

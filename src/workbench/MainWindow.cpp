@@ -81,6 +81,7 @@ void MainWindow::makeParts() {
 
     valueLabel = newChild<QLabel>();
     valueLabel->setObjectName("lbValue");
+    valueLabel->setContentsMargins(6, 0, 0, 0);
     busyLabel = newChild<QLabel>("Working \u2026");
     busyLabel->setObjectName("lbBusy");
     stackLabel = newChild<QLabel>();

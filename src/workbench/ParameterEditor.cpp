@@ -1,5 +1,6 @@
 #include "workbench/ParameterEditor.h"
 
+#include "properties/PropertyColumn.h"
 #include "properties/QParamsBrowser.h"
 #include "standalone/ParamMgr.h"
 #include "standalone/ParamText.h"
@@ -7,26 +8,35 @@
 #include "workbench/NewChild.h"
 
 #include <QHBoxLayout>
+#include <QHeaderView>
 #include <QLabel>
+#include <QScrollArea>
 #include <QToolButton>
 #include <QVBoxLayout>
+
+#include <algorithm>
 
 namespace ombrel::workbench {
 
 namespace {
 
-constexpr int valueWidth = 110;
+constexpr int mostOfChanges = 120; // pixels of height; more of them are scrolled
 
 } // namespace
 
 ParameterEditor::ParameterEditor(Workspace& model, QWidget* parent)
     : QWidget(parent), workspace(model), place(newChild<QVBoxLayout>(this)), text(newChild<QLabel>()),
-      changes(newChild<QWidget>()), state(newChild<QLabel>()) {
+      changes(newChild<QWidget>()), changesArea(newChild<QScrollArea>()), state(newChild<QLabel>()) {
     place->setContentsMargins(4, 4, 4, 4);
     place->addWidget(text, 1);
-    place->addWidget(changes);
+    place->addWidget(changesArea);
     place->addWidget(state);
     newChild<QVBoxLayout>(changes)->setContentsMargins({});
+    changes->layout()->setSpacing(2);
+    changesArea->setWidget(changes);
+    changesArea->setWidgetResizable(true);
+    changesArea->setFrameShape(QFrame::NoFrame);
+    changesArea->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     text->setObjectName("lbNoParameters");
     text->setWordWrap(true);
     text->setAlignment(Qt::AlignTop | Qt::AlignLeft);
@@ -81,7 +91,7 @@ void ParameterEditor::showChosen() {
     else if (report->params.empty())
         showText(report->hasWindow
                      ? "This filter has no parameters: \u201cConfigure\u2026\u201d opens its settings."
-                     : "This filter has no parameters.");
+                     : "There are no parameters yet: \u201cLoad\u2026\u201d takes settings from a file.");
     else
         makeBrowser(*report, *link);
     showChanges();
@@ -107,8 +117,11 @@ void ParameterEditor::makeBrowser(const LinkReport& report, const LinkState& lin
     isFilling = false;
     browser = newChild<QParamsBrowser>(this);
     browser->setParams(params.get());
-    browser->resizeColumnToContents(0);
-    browser->setColumnWidth(1, valueWidth);
+    browser->setColumnHidden(PropertyColumn::Description, true); // there is a tool tip
+    browser->setRootIsDecorated(false);                          // there are no groups
+    browser->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    browser->header()->setSectionResizeMode(PropertyColumn::Value, QHeaderView::Stretch);
+    browser->resizeColumnToContents(PropertyColumn::Name);
     place->insertWidget(0, browser, 1);
 }
 
@@ -130,11 +143,12 @@ void ParameterEditor::showChanges() {
         row->deleteLater(); // it may be its button that was clicked
     }
     const LinkState* const link = workspace.chain().find(shownLink);
-    changes->setVisible(link && !link->params.empty());
+    changesArea->setVisible(link && !link->params.empty());
     if (!link)
         return;
     for (const auto& [name, value] : link->params)
         addChange(name, QString::fromStdString(original[name]), QString::fromStdString(value));
+    changesArea->setFixedHeight(std::min(changes->sizeHint().height(), mostOfChanges));
 }
 
 void ParameterEditor::addChange(const std::string& name, const QString& before, const QString& after) {
@@ -151,14 +165,16 @@ void ParameterEditor::addChange(const std::string& name, const QString& before, 
     layout->addWidget(button);
     connect(button, &QToolButton::clicked, this, [this, name] { takeBack(name); });
     changes->layout()->addWidget(row);
+    row->show(); // else it has no size yet
 }
 
 void ParameterEditor::takeBack(const std::string& name) {
-    isFilling = true;
-    if (zt::IParam* const param = params->param(name.c_str()))
+    if (zt::IParam* const param = params->param(name.c_str())) {
+        isFilling = true;
         setParamFromText(*param, original[name]);
-    isFilling = false;
-    browser->loadParams();
+        isFilling = false;
+        browser->refreshParam(param);
+    }
     workspace.takeBackParam(shownLink, name);
 }
 

@@ -11,6 +11,7 @@
 
 class QLabel;
 class QParamsBrowser;
+class QScrollArea;
 class QVBoxLayout;
 
 namespace ombrel {
@@ -49,6 +50,7 @@ private:
     QParamsBrowser* browser = nullptr;
     QLabel* text;
     QWidget* changes;
+    QScrollArea* changesArea;
     QLabel* state;
     int shownLink = 0;
     int shownRevision = 0;
