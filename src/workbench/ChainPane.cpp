@@ -171,7 +171,8 @@ void ChainPane::followDrag() {
     std::vector<int> order;
     for (int row = 0; row < list->count(); ++row)
         order.push_back(idOf(*list->item(row)));
-    for (std::size_t place = 0; place < order.size(); ++place)
+    const bool isSame = order.size() == workspace.chain().links.size(); // else one went meanwhile
+    for (std::size_t place = 0; isSame && place < order.size(); ++place)
         if (workspace.chain().links[place].id != order[place])
             workspace.moveLink(order[place], place);
     isFollowing = false;

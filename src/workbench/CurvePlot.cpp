@@ -109,7 +109,7 @@ void CurvePlot::makeLegend() {
     auto* const strip = newChild<QCPLayoutGrid>();
     plot->plotLayout()->insertRow(0);
     plot->plotLayout()->addElement(0, 0, strip);
-    strip->addElement(0, 0, newChild<QCPLayoutGrid>()); // takes the room that is left
+    strip->addElement(0, 0, newChild<QCPTextElement>(plot)); // takes the room that is left
     strip->addElement(0, 1, &legend);
     strip->setColumnStretchFactor(1, 1e-3);
     plot->plotLayout()->setRowStretchFactor(0, 1e-3);
