@@ -2,6 +2,8 @@
 
 #include "standalone/Error.h"
 
+#include <QIcon>
+
 #include <exception>
 
 namespace ombrel::workbench {
@@ -26,6 +28,8 @@ int& checkedArgumentCount() {
 Application::Application(cli::Console& messages)
     : QApplication(checkedArgumentCount(), commandLine), console(messages) {
     setApplicationDisplayName("ombrel");
+    setDesktopFileName(programName); // where the icon and the menu entry are found
+    setWindowIcon(QIcon::fromTheme(programName));
 }
 
 bool Application::notify(QObject* receiver, QEvent* event) {

@@ -264,8 +264,7 @@ TEST_F(MainWindowTest, AFileComesBackWithItsChain) {
     ASSERT_TRUE(open(path));
     model().addLink("Binning 2x2");
     window->close();
-    window = std::make_unique<MainWindow>(quietConsole(), OMBREL_PLUGIN);
-    window->show();
+    makeWindow();
     click(*window, "btRecent");
     ASSERT_TRUE(waitFor([&] { return model().isOpen() && image(CORRECTED_PANE); }));
     EXPECT_EQ(model().chain().links[0].filter, "Binning 2x2");

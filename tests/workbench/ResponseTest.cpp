@@ -1,7 +1,8 @@
-// Whether the window answers while the adaptive filter works.
+// Whether the window answers while the adaptive filter works, and how soon it is up and shows another frame.
 #include "workbench/WorkbenchFixture.h"
 
 #include <QElapsedTimer>
+#include <QSlider>
 #include <QTimer>
 
 #include <cstdlib>
@@ -97,6 +98,36 @@ TEST_F(Response, TheWindowAnswersWithin50MillisecondsWhileTheAdaptiveFilterWorks
               << heart.longestGap() << " ms\n";
     EXPECT_LT(heart.longestWork(), 50);
     EXPECT_LT(wait, 50);
+}
+
+// OMBREL_RESPONSE_STACK names a large file to try it on.
+TEST_F(Response, IsUpWithinASecondAndShowsFramesAsTheSliderMoves) {
+    const char* const large = std::getenv("OMBREL_RESPONSE_STACK");
+    const std::string path = large ? large : writeStack(512, 30);
+    QElapsedTimer clock;
+    clock.start();
+    makeWindow();
+    const qint64 up = clock.elapsed();
+    ASSERT_TRUE(open(path));
+    const qint64 first = clock.elapsed();
+
+    auto& slider = child<QSlider>(*window, "slFrame");
+    std::vector<qint64> changes;
+    for (int step = 0; step < 20; ++step) {
+        const zt::u64 before = model().frame();
+        clock.restart();
+        const int at = slider.width() * (step * 7 % 20 + 1) / 22;
+        QTest::mouseClick(&slider, Qt::LeftButton, {}, QPoint(at, slider.height() / 2));
+        ASSERT_TRUE(waitFor([&] { return lastFrame == static_cast<int>(model().frame()); }));
+        if (model().frame() != before)
+            changes.push_back(clock.elapsed());
+    }
+    ASSERT_GT(changes.size(), 10U);
+    std::ranges::sort(changes);
+    std::cout << "window up in " << up << " ms, first frame on it in " << first << " ms; another frame in "
+              << changes[changes.size() / 2] << " ms (median), " << changes.back() << " ms (worst)\n";
+    EXPECT_LT(first, 1000);
+    EXPECT_LT(changes[changes.size() / 2], 200);
 }
 
 TEST_F(Response, RawFramesFollowTheSliderWhileTheChainIsSlow) {

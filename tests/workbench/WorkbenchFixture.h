@@ -31,6 +31,12 @@ protected:
     WorkbenchTest() {
         qputenv("XDG_DATA_HOME", QByteArray::fromStdString(folder / "data"));
         QSettings("ombrel", "workbench").clear();
+        makeWindow();
+    }
+
+    // Another one after that of before.
+    void makeWindow() {
+        window.reset();
         window = std::make_unique<ombrel::workbench::MainWindow>(quietConsole(), OMBREL_PLUGIN);
         QObject::connect(window.get(), &ombrel::workbench::MainWindow::frameShown, window.get(),
                          [this](quint64 frame) {
