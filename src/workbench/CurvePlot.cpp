@@ -100,7 +100,7 @@ void CurvePlot::makeLegend() {
     legend.setFillOrder(QCPLegend::foColumnsFirst);
     legend.setBrush(Qt::NoBrush);
     legend.setBorderPen(Qt::NoPen);
-    legend.setMargins({0, 0, 0, 0});
+    legend.setMargins({0, 0, 12, 0});
     legend.setTextColor(palette().color(QPalette::WindowText));
     legend.setFont(plot->xAxis->tickLabelFont());
     legend.setIconSize(16, 8);
