@@ -36,6 +36,25 @@ BatchPane::BatchPane(cli::Console& console, QWidget* parent)
       pixelType(newChild<QComboBox>()), startButton(newChild<QPushButton>("Run")),
       cancelButton(newChild<QPushButton>("Cancel")), progress(newChild<QProgressBar>()),
       state(newChild<QLabel>()), job(console) {
+    dressFields();
+    auto* const layout = newChild<QVBoxLayout>(this);
+    layout->addWidget(makeOutputRow());
+    layout->addWidget(makeProgressRow());
+    layout->addWidget(state);
+    layout->addStretch(1);
+    connect(startButton, &QPushButton::clicked, this, &BatchPane::startWanted);
+    connect(cancelButton, &QPushButton::clicked, &job, [this] {
+        job.cancel();
+        state->setText("Cancelling: the frames on their way are finished \u2026");
+    });
+    connect(&job, &BatchJob::advanced, this, &BatchPane::advance);
+    connect(&job, &BatchJob::finished, this, &BatchPane::end);
+    connect(&job, &BatchJob::logged, this, &BatchPane::logged);
+    showRunning(false);
+    state->setText("Runs all frames of the stack through the chain as it is shown.");
+}
+
+void BatchPane::dressFields() {
     outputEdit->setObjectName("edOutput");
     outputEdit->setPlaceholderText("Output: .h5, .hdf5, .nxs, .tif or .tiff");
     jobs->setObjectName("sbJobs");
@@ -53,22 +72,6 @@ BatchPane::BatchPane(cli::Console& console, QWidget* parent)
     state->setTextInteractionFlags(Qt::TextSelectableByMouse);
     progress->setObjectName("pbBatch");
     progress->setTextVisible(true);
-
-    auto* const layout = newChild<QVBoxLayout>(this);
-    layout->addWidget(makeOutputRow());
-    layout->addWidget(makeProgressRow());
-    layout->addWidget(state);
-    layout->addStretch(1);
-    connect(startButton, &QPushButton::clicked, this, &BatchPane::startWanted);
-    connect(cancelButton, &QPushButton::clicked, &job, [this] {
-        job.cancel();
-        state->setText("Cancelling: the frames on their way are finished \u2026");
-    });
-    connect(&job, &BatchJob::advanced, this, &BatchPane::advance);
-    connect(&job, &BatchJob::finished, this, &BatchPane::end);
-    connect(&job, &BatchJob::logged, this, &BatchPane::logged);
-    showRunning(false);
-    state->setText("Runs all frames of the stack through the chain as it is shown.");
 }
 
 QWidget* BatchPane::makeOutputRow() {

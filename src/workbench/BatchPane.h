@@ -32,6 +32,7 @@ signals:
     void finished(bool isGood);
 
 private:
+    void dressFields();
     QWidget* makeOutputRow();
     QWidget* makeProgressRow();
     // False when an output that is there is to be left alone.

@@ -68,8 +68,12 @@ private:
     void makeFrameActions();
     void makeLinkActions();
     void makeViewActions();
+    void makeColourActions(QMenu& menu);
+    void makeToolActions(QMenu& menu);
     void makeHelpActions();
     QAction* addAction(QMenu& menu, const QString& text, const QString& keys, std::function<void()> work);
+    // In the tool bar too.
+    QAction* addSwitch(QMenu& menu, const QString& text, const QString& keys, std::function<void(bool)> work);
     void enableActions();
     void showKeys();
 

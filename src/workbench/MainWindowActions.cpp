@@ -106,35 +106,52 @@ void MainWindow::makeLinkActions() {
     add("&Save settings\u2026", "Ctrl+S", [this](int link) { linkSettings.save(link); });
 }
 
+QAction* MainWindow::addSwitch(QMenu& menu, const QString& text, const QString& keys,
+                               std::function<void(bool)> work) {
+    QAction* const action = addAction(menu, text, keys, {});
+    action->setCheckable(true);
+    connect(action, &QAction::toggled, this, std::move(work));
+    toolBar->addAction(action);
+    return action;
+}
+
 void MainWindow::makeViewActions() {
     QMenu& menu = *menuBar()->addMenu("&View");
-    const auto checkable = [&](const QString& text, const QString& keys, std::function<void(bool)> work) {
-        QAction* const action = addAction(menu, text, keys, {});
-        action->setCheckable(true);
-        connect(action, &QAction::toggled, this, std::move(work));
-        toolBar->addAction(action);
-        return action;
-    };
+    makeColourActions(menu);
+    toolBar->addSeparator();
+    menu.addSeparator();
+    lockAction = addSwitch(menu, "Lock limits", "L", [this](bool isOn) { panes->lockLimits(isOn); });
+    lockAction->setToolTip("Keep the limits of the colours from frame to frame (L)");
+    addSwitch(menu, "Mark pixels", "M", [this](bool isOn) {
+        panes->markPixels(isOn);
+    })->setToolTip("Mark negative pixels in cyan, and those that are not finite in magenta (M)");
+    toolBar->addSeparator();
+    menu.addSeparator();
+    makeToolActions(menu);
+    toolBar->addAction(addAction(menu, "Whole frame", "F", [this] {
+        panes->showWhole(
+            {static_cast<int>(workspace.facts().width), static_cast<int>(workspace.facts().height)});
+    }));
+    menu.addSeparator();
+    for (QDockWidget* const dock : docks)
+        menu.addAction(dock->toggleViewAction());
+}
+
+void MainWindow::makeColourActions(QMenu& menu) {
     colourActions = newChild<QActionGroup>(this);
     int number = 0;
-    for (const QString& name : colourMapNames()) {
-        QAction* const action = checkable(name, QString("Ctrl+%1").arg(++number), [this, name](bool isOn) {
-            if (isOn)
-                panes->setColourMap(name);
-        });
-        colourActions->addAction(action);
-    }
-    toolBar->addSeparator();
-    menu.addSeparator();
-    lockAction = checkable("Lock limits", "L", [this](bool isOn) { panes->lockLimits(isOn); });
-    QAction* const marks = checkable("Mark pixels", "M", [this](bool isOn) { panes->markPixels(isOn); });
-    marks->setToolTip("Mark negative pixels in cyan, and those that are not finite in magenta (M)");
-    lockAction->setToolTip("Keep the limits of the colours from frame to frame (L)");
-    toolBar->addSeparator();
-    menu.addSeparator();
+    for (const QString& name : colourMapNames())
+        colourActions->addAction(
+            addSwitch(menu, name, QString("Ctrl+%1").arg(++number), [this, name](bool isOn) {
+                if (isOn)
+                    panes->setColourMap(name);
+            }));
+}
+
+void MainWindow::makeToolActions(QMenu& menu) {
     QActionGroup* const tools = newChild<QActionGroup>(this);
     const auto tool = [&](const char* text, const char* keys, PaneTool kind) {
-        tools->addAction(checkable(text, keys, [this, kind](bool isOn) {
+        tools->addAction(addSwitch(menu, text, keys, [this, kind](bool isOn) {
             if (isOn)
                 panes->setTool(kind);
         }));
@@ -143,13 +160,6 @@ void MainWindow::makeViewActions() {
     tool("Region", "R", PaneTool::Region);
     tool("Line", "N", PaneTool::Line);
     tools->actions().first()->setChecked(true);
-    toolBar->addAction(addAction(menu, "Whole frame", "F", [this] {
-        panes->showWhole(
-            {static_cast<int>(workspace.facts().width), static_cast<int>(workspace.facts().height)});
-    }));
-    menu.addSeparator();
-    for (QDockWidget* const dock : docks)
-        menu.addAction(dock->toggleViewAction());
 }
 
 void MainWindow::makeHelpActions() {

@@ -31,9 +31,16 @@ StartPage::StartPage(QWidget* parent)
     : QWidget(parent), column(newChild<QVBoxLayout>()), recent(newChild<QVBoxLayout>()),
       recentTitle(makeLabel("Opened before", 1)), problemLabel(makeLabel({}, 1)),
       progress(newChild<QProgressBar>()), demoButton(nullptr) {
-    auto* const middle = newChild<QWidget>();
-    middle->setFixedWidth(columnWidth);
-    middle->setLayout(column);
+    makeColumn();
+    putInTheMiddle();
+    setProgress(0, 0);
+    setProblem({});
+    setRecentFiles({});
+    connect(findChild<QPushButton*>("btOpen"), &QPushButton::clicked, this, &StartPage::openWanted);
+    connect(demoButton, &QPushButton::clicked, this, &StartPage::demoWanted);
+}
+
+void StartPage::makeColumn() {
     column->setSpacing(10);
     column->addWidget(makeLabel("ombrel", 2.6));
     column->addWidget(
@@ -55,6 +62,12 @@ StartPage::StartPage(QWidget* parent)
     column->addWidget(recentTitle);
     column->addLayout(recent);
     recent->setSpacing(0);
+}
+
+void StartPage::putInTheMiddle() {
+    auto* const middle = newChild<QWidget>();
+    middle->setFixedWidth(columnWidth);
+    middle->setLayout(column);
     auto* const row = newChild<QHBoxLayout>();
     row->addStretch(1);
     row->addWidget(middle);
@@ -63,11 +76,6 @@ StartPage::StartPage(QWidget* parent)
     layout->addStretch(2);
     layout->addLayout(row);
     layout->addStretch(3);
-    setProgress(0, 0);
-    setProblem({});
-    setRecentFiles({});
-    connect(findChild<QPushButton*>("btOpen"), &QPushButton::clicked, this, &StartPage::openWanted);
-    connect(demoButton, &QPushButton::clicked, this, &StartPage::demoWanted);
 }
 
 QPushButton* StartPage::makeButton(const char* name, const QString& text, const QString& about) {

@@ -27,6 +27,8 @@ signals:
     void fileWanted(const QString& path);
 
 private:
+    void makeColumn();
+    void putInTheMiddle();
     QPushButton* makeButton(const char* name, const QString& text, const QString& about);
 
     QVBoxLayout* column;
