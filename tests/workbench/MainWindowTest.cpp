@@ -5,6 +5,8 @@
 #include "workbench/ChainPane.h"
 #include "workbench/WorkbenchFixture.h"
 
+#include <QAction>
+#include <QDockWidget>
 #include <QDropEvent>
 #include <QListWidget>
 #include <QMenu>
@@ -14,10 +16,12 @@
 #include <QSlider>
 #include <QTableWidget>
 #include <QTimer>
+#include <QWheelEvent>
 #include <gmock/gmock.h>
 
 #include <cmath>
 #include <filesystem>
+#include <stdexcept>
 
 using namespace ombrel::workbench;
 using testing::HasSubstr;
@@ -305,6 +309,62 @@ TEST_F(MainWindowTest, TheMouseTellsValuesAndDrawsRegionsAndLines) {
     EXPECT_NE(label("Region: mean/0"), "\u2013");
     drag(Qt::ControlModifier);
     EXPECT_NEAR(panes().line().p2().x(), x + 0.5, 1);
+}
+
+TEST_F(MainWindowTest, AllPanesZoomTogetherAndShowTheWholeFrameAgain) {
+    ASSERT_TRUE(open(writeFrames(1)));
+    model().addLink("Binning 2x2");
+    ASSERT_TRUE(waitForCorrected([](const Image&) { return true; }));
+    QTest::qWait(100);
+    const auto distance = [&](PaneIndex pane) {
+        return panes().pane(pane).positionOf({20, 0}).x() - panes().pane(pane).positionOf({10, 0}).x();
+    };
+    const int before = distance(RAW_PANE);
+    QWidget& plot = *panes().pane(CORRECTED_PANE).findChild<QWidget*>("", Qt::FindDirectChildrenOnly);
+    const QPointF middle = plot.rect().center();
+    QWheelEvent wheel(middle, plot.mapToGlobal(middle), {}, {0, 240}, {}, {}, Qt::NoScrollPhase, false);
+    QApplication::sendEvent(&plot, &wheel);
+    ASSERT_TRUE(waitFor([&] { return distance(RAW_PANE) > 1.3 * before; }));
+    EXPECT_EQ(distance(RAW_PANE), distance(CORRECTED_PANE));
+    EXPECT_EQ(distance(RAW_PANE), distance(DIFFERENCE_PANE));
+    EXPECT_EQ(panes().pane(RAW_PANE).positionOf({16, 16}),
+              panes().pane(DIFFERENCE_PANE).positionOf({16, 16}));
+    key(Qt::Key_F);
+    EXPECT_TRUE(waitFor([&] { return distance(DIFFERENCE_PANE) == before; }));
+}
+
+TEST_F(MainWindowTest, LimitsFollowTheFrameUnlessTheyAreLocked) {
+    ASSERT_TRUE(open(writeFrames(5)));
+    const auto low = [&] { return panes().pane(RAW_PANE).limits().low; };
+    // Of the values 1 to 1024 the smallest half a percent is left out.
+    EXPECT_NEAR(low(), 6, 1);
+    key(Qt::Key_Right);
+    ASSERT_TRUE(waitFor([&] { return lastFrame == 1; }));
+    EXPECT_NEAR(low(), 106, 1);
+    key(Qt::Key_L);
+    key(Qt::Key_Right);
+    ASSERT_TRUE(waitFor([&] { return lastFrame == 2; }));
+    EXPECT_NEAR(low(), 106, 1);
+    key(Qt::Key_L);
+    EXPECT_TRUE(waitFor([&] { return low() > 200; })) << "those of the shown frame at once";
+}
+
+TEST_F(MainWindowTest, TheLookIsRemembered) {
+    ASSERT_TRUE(open(writeFrames(1)));
+    const auto action = [&](const QString& text) {
+        for (QAction* const each : window->findChildren<QAction*>())
+            if (each->text() == text)
+                return each;
+        throw std::runtime_error("there is no " + text.toStdString());
+    };
+    key(Qt::Key_3, Qt::ControlModifier);
+    child<QDockWidget>(*window, "dockFigures").close();
+    window->close();
+    makeWindow();
+    EXPECT_TRUE(action("Inferno")->isChecked());
+    ASSERT_TRUE(open(folder / "frames.h5"));
+    EXPECT_FALSE(child<QDockWidget>(*window, "dockFigures").isVisible());
+    EXPECT_TRUE(child<QDockWidget>(*window, "dockChain").isVisible());
 }
 
 TEST_F(MainWindowTest, TheKeysAreListed) {
