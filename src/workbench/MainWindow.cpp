@@ -31,6 +31,7 @@ namespace {
 
 constexpr QSize firstSize(1360, 860);
 constexpr int busyMilliseconds = 100;
+constexpr int messageMilliseconds = 10'000;
 constexpr const char* geometryKey = "geometry";
 constexpr const char* layoutKey = "layout";
 constexpr const char* coloursKey = "colours";
@@ -266,6 +267,8 @@ void MainWindow::showBusy(bool isBusy) {
 
 void MainWindow::log(const QString& line) {
     logPane->add(line);
+    if (workspace.isOpen() && logPane->visibleRegion().isEmpty()) // it stands behind another
+        statusBar()->showMessage(line, messageMilliseconds);
 }
 
 void MainWindow::startBatch() {
@@ -281,7 +284,6 @@ void MainWindow::startBatch() {
         batch->start(options);
     } catch (const Error& error) {
         log(QString("Batch: ") + error.what());
-        statusBar()->showMessage(error.what(), 10000);
     }
 }
 

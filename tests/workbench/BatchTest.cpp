@@ -6,11 +6,13 @@
 
 #include <QComboBox>
 #include <QDialogButtonBox>
+#include <QDockWidget>
 #include <QDoubleSpinBox>
 #include <QMessageBox>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QSpinBox>
+#include <QStatusBar>
 #include <gmock/gmock.h>
 
 #include <filesystem>
@@ -133,6 +135,13 @@ TEST_F(WindowBatch, TakesMaskAndTimeOfTheDetectorOver) {
     key(Qt::Key_D, Qt::ControlModifier);
     EXPECT_TRUE(waitFor([&] { return logText().find("small.h5: the mask has 2 x 2") != std::string::npos; }));
     EXPECT_EQ(model().device().mask, folder / "mask.h5");
+
+    // What is told while the log stands behind is seen all the same.
+    child<QDockWidget>(*window, "dockBatch").raise();
+    QTest::qWait(50);
+    model().setEnabled(model().chosenLink(), false);
+    key(Qt::Key_R, Qt::ControlModifier);
+    EXPECT_THAT(window->statusBar()->currentMessage().toStdString(), HasSubstr("no filter"));
 }
 
 TEST_F(WindowBatch, ACancelledRunIsGoneOnWithAndNoOutputIsReplacedUnasked) {
