@@ -46,8 +46,8 @@ void FramePanes::connectPane(FramePane& pane) {
     connect(&pane, &FramePane::regionDrawn, this, &FramePanes::setRegion);
     connect(&pane, &FramePane::lineDrawn, this, &FramePanes::setLine);
     connect(&pane, &FramePane::limitsEdited, this, &FramePanes::limitsEdited);
-    connect(&pane, &FramePane::pointed, this, &FramePanes::showValues);
-    connect(&pane, &FramePane::pointedAway, this, [this] { emit pointed({}); });
+    connect(&pane, &FramePane::pointed, this, [this](int x, int y) { pointAt(QPoint(x, y)); });
+    connect(&pane, &FramePane::pointedAway, this, [this] { pointAt({}); });
 }
 
 void FramePanes::show(ShownFrame& frame) {
@@ -60,12 +60,14 @@ void FramePanes::show(ShownFrame& frame) {
         if (picture.image && !locked)
             panes[index]->setLimits(picture.limits);
     }
+    pointAt(pointedPixel);
 }
 
 void FramePanes::clear() {
     PaneMap none;
     for (FramePane* const pane : panes)
         pane->setPicture({}, none, {});
+    pointAt({});
 }
 
 void FramePanes::setColourMap(const QString& name) {
@@ -123,13 +125,18 @@ void FramePanes::setLine(const QLineF& line) {
     emit lineChanged();
 }
 
-void FramePanes::showValues(int x, int y) {
+void FramePanes::pointAt(const std::optional<QPoint>& pixel) {
+    pointedPixel = pixel;
+    emit pointed(pixel ? valuesAt(pixel->x(), pixel->y()) : QString());
+}
+
+QString FramePanes::valuesAt(int x, int y) const {
     QString text = QString("x %1  y %2").arg(x).arg(y);
     const std::array<const char*, PANE_COUNT> names{"raw", "corrected", "difference"};
     for (std::size_t i = 0; i < PANE_COUNT; ++i)
         if (const ImagePtr& image = panes[i]->image(); image && image->contains(x, y))
             text += QString("   %1 %2").arg(names[i]).arg(image->at(x, y), 0, 'g', 7);
-    emit pointed(text);
+    return text;
 }
 
 void FramePanes::resizeEvent(QResizeEvent* event) {

@@ -6,6 +6,7 @@
 #include <QWidget>
 
 #include <array>
+#include <optional>
 
 namespace ombrel::workbench {
 
@@ -47,7 +48,8 @@ signals:
 private:
     void connectPane(FramePane& pane);
     void showArea(const QRectF& area, const FramePane* except);
-    void showValues(int x, int y);
+    void pointAt(const std::optional<QPoint>& pixel);
+    QString valuesAt(int x, int y) const;
     void resizeEvent(QResizeEvent* event) override;
 
     std::array<FramePane*, PANE_COUNT> panes;
@@ -55,6 +57,7 @@ private:
     QRectF visibleArea;
     QRect drawnRegion;
     QLineF drawnLine;
+    std::optional<QPoint> pointedPixel; // its values change with the frames
     QSize frameSize;
     bool marks = false;
     bool locked = false;

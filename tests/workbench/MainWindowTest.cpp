@@ -287,7 +287,7 @@ TEST_F(MainWindowTest, TheDemoShowsACorrectionThatWorks) {
 }
 
 TEST_F(MainWindowTest, TheMouseTellsValuesAndDrawsRegionsAndLines) {
-    ASSERT_TRUE(open(writeFrames(1)));
+    ASSERT_TRUE(open(writeFrames(2)));
     QWidget& plot = *panes().pane(RAW_PANE).findChild<QWidget*>("", Qt::FindDirectChildrenOnly);
     const QPoint middle = plot.rect().center() - QPoint(20, 0);
     QTest::mouseMove(&plot, middle);
@@ -297,6 +297,9 @@ TEST_F(MainWindowTest, TheMouseTellsValuesAndDrawsRegionsAndLines) {
     double raw = 0;
     ASSERT_EQ(std::sscanf(label("lbValue").c_str(), "x %d  y %d   raw %lf", &x, &y, &raw), 3);
     EXPECT_EQ(raw, 1 + x + 32 * y);
+    key(Qt::Key_Right);
+    ASSERT_TRUE(waitForFrame());
+    EXPECT_THAT(label("lbValue"), HasSubstr("raw " + std::to_string(101 + x + 32 * y)));
 
     const auto drag = [&](Qt::KeyboardModifier modifier) {
         QTest::mousePress(&plot, Qt::LeftButton, modifier, middle - QPoint(30, 30));
