@@ -8,6 +8,8 @@
 #include "workbench/Configure.h"
 #include "workbench/MainWindow.h"
 
+#include <CLI/CLI.hpp>
+
 namespace ombrel::workbench {
 
 namespace {

@@ -3,6 +3,8 @@
 #include "standalone/cli/NumberCheck.h"
 #include "standalone/cli/UsageError.h"
 
+#include <CLI/CLI.hpp>
+
 #include <filesystem>
 #include <memory>
 

@@ -1,5 +1,7 @@
 #include "standalone/cli/CalibrateCommand.h"
 
+#include <CLI/CLI.hpp>
+
 namespace ombrel::cli {
 
 void addCalibrateOptions(CLI::App& command, CalibrateOptions& options) {

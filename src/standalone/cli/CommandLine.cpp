@@ -3,6 +3,8 @@
 #include "standalone/cli/Commands.h"
 #include "standalone/cli/ProgramRun.h"
 
+#include <CLI/CLI.hpp>
+
 namespace ombrel::cli {
 
 namespace {

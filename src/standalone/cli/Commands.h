@@ -2,7 +2,9 @@
 
 #include "standalone/cli/Console.h"
 
-#include <CLI/CLI.hpp>
+namespace CLI {
+class App;
+}
 
 namespace ombrel::cli {
 

@@ -1,5 +1,7 @@
 #include "standalone/cli/ConfigureOptions.h"
 
+#include <CLI/CLI.hpp>
+
 namespace ombrel::cli {
 
 CLI::App& addConfigureCommand(CLI::App& program, ConfigureOptions& options) {

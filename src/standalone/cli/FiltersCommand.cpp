@@ -3,6 +3,7 @@
 #include "standalone/cli/Commands.h"
 #include "standalone/cli/Session.h"
 
+#include <CLI/CLI.hpp>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -79,8 +80,8 @@ std::string filterText(const zt::IDataFilter& filter) {
     for (const zt::IParam* param : parametersOf(filter)) {
         text += "    " + std::string(param->name()) + " = " + param->getString() + "  (" + typeName(*param) +
                 (isReadOnly(*param) ? ", read-only" : "");
-        const std::string about = param->description();
-        text += about == param->name() ? ")\n" : "; " + about + ")\n";
+        const std::string explained = param->description();
+        text += explained == param->name() ? ")\n" : "; " + explained + ")\n";
     }
     return text;
 }

@@ -2,6 +2,8 @@
 #include "standalone/cli/FlatFieldCalibration.h"
 #include "standalone/cli/NumberCheck.h"
 
+#include <CLI/CLI.hpp>
+
 #include <memory>
 
 namespace ombrel::cli {

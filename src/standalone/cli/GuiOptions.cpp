@@ -1,5 +1,7 @@
 #include "standalone/cli/GuiOptions.h"
 
+#include <CLI/CLI.hpp>
+
 namespace ombrel::cli {
 
 CLI::App& addGuiCommand(CLI::App& program, GuiOptions& options) {

@@ -10,6 +10,8 @@
 #include "standalone/cli/NumberCheck.h"
 #include "standalone/cli/UsageError.h"
 
+#include <CLI/CLI.hpp>
+
 #include <cmath>
 #include <cstdio>
 #include <memory>

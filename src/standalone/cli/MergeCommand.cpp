@@ -3,6 +3,8 @@
 #include "standalone/cli/OutputGuard.h"
 #include "standalone/cli/UsageError.h"
 
+#include <CLI/CLI.hpp>
+
 #include <memory>
 
 namespace ombrel::cli {

@@ -4,6 +4,8 @@
 #include "standalone/cli/CommandLine.h"
 #include "standalone/cli/UsageError.h"
 
+#include <CLI/CLI.hpp>
+
 #include <csignal>
 #include <exception>
 #include <new>

@@ -2,6 +2,8 @@
 #include "standalone/cli/NumberCheck.h"
 #include "standalone/cli/Replay.h"
 
+#include <CLI/CLI.hpp>
+
 #include <memory>
 
 namespace ombrel::cli {

@@ -4,6 +4,8 @@
 #include "standalone/cli/Progress.h"
 #include "standalone/simulation/SimulatedSet.h"
 
+#include <CLI/CLI.hpp>
+
 #include <memory>
 #include <string>
 
