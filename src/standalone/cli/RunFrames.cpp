@@ -30,8 +30,8 @@ void checkOptions(const RunOptions& options) {
 BatchListener makeListener(const FrameStack& stack, Console& console, Progress& progress,
                            const PreviewFolder* preview, std::vector<FrameRow>* rows) {
     BatchListener listener;
-    listener.frameDone = [&](zt::u64) { progress.advance(); };
-    listener.frameRow = [&](zt::u64 frame, const FrameRow& row) {
+    listener.frameDone = [&progress](zt::u64) { progress.advance(); };
+    listener.frameRow = [&stack, &console, rows](zt::u64 frame, const FrameRow& row) {
         if (row.failed)
             console.message(stack.where(frame) + ": " + row.reason);
         if (rows)
