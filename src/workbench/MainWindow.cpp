@@ -120,8 +120,7 @@ QWidget* MainWindow::makeWorkArea() {
     return area;
 }
 
-QDockWidget* MainWindow::addDock(const char* name, const QString& title, QWidget* content,
-                                 Qt::DockWidgetArea area) {
+void MainWindow::addDock(const char* name, const QString& title, QWidget* content, Qt::DockWidgetArea area) {
     auto* const dock = newChild<QDockWidget>(title);
     dock->setObjectName(name);
     dock->setWidget(content);
@@ -129,7 +128,6 @@ QDockWidget* MainWindow::addDock(const char* name, const QString& title, QWidget
                       QDockWidget::DockWidgetClosable);
     addDockWidget(area, dock);
     docks.push_back(dock);
-    return dock;
 }
 
 void MainWindow::makeDocks() {
@@ -142,19 +140,20 @@ void MainWindow::makeDocks() {
     addDock("dockChain", "Chain", chainPane, Qt::LeftDockWidgetArea);
     addDock("dockParameters", "Parameters", parameters, Qt::LeftDockWidgetArea);
     addDock("dockFigures", "Figures", figures, Qt::LeftDockWidgetArea);
-    QDockWidget* const run = addDock("dockBatch", "Batch run", batch, Qt::BottomDockWidgetArea);
-    QDockWidget* const lines = addDock("dockLog", "Log", logPane, Qt::BottomDockWidgetArea);
-    tabifyDockWidget(lines, run);
+    addDock("dockBatch", "Batch run", batch, Qt::BottomDockWidgetArea);
+    addDock("dockLog", "Log", logPane, Qt::BottomDockWidgetArea);
+    tabifyDockWidget(docks[LOG_DOCK], docks[BATCH_DOCK]);
 }
 
 // Once they are shown.
 void MainWindow::layOutDocks() {
     if (restoreState(memory.bytes(layoutKey)))
         return;
-    resizeDocks({docks[0], docks[1], docks[2]}, {170, 380, 240}, Qt::Vertical);
-    resizeDocks({docks[0]}, {320}, Qt::Horizontal);
-    resizeDocks({docks[4]}, {130}, Qt::Vertical);
-    docks[4]->raise();
+    resizeDocks({docks[CHAIN_DOCK], docks[PARAMETERS_DOCK], docks[FIGURES_DOCK]}, {170, 380, 240},
+                Qt::Vertical);
+    resizeDocks({docks[CHAIN_DOCK]}, {320}, Qt::Horizontal);
+    resizeDocks({docks[LOG_DOCK]}, {130}, Qt::Vertical);
+    docks[LOG_DOCK]->raise();
 }
 
 void MainWindow::connectModel() {

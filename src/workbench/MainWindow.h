@@ -18,7 +18,6 @@ class QAction;
 class QActionGroup;
 class QDockWidget;
 class QLabel;
-class QSplitter;
 class QStackedWidget;
 class QToolBar;
 
@@ -55,7 +54,7 @@ signals:
 private:
     void makeParts();
     void makeDocks();
-    QDockWidget* addDock(const char* name, const QString& title, QWidget* content, Qt::DockWidgetArea area);
+    void addDock(const char* name, const QString& title, QWidget* content, Qt::DockWidgetArea area);
     QWidget* makeWorkArea();
     void connectModel();
     void connectWorker();
@@ -124,7 +123,8 @@ private:
     FiguresPane* figures = nullptr;
     LogPane* logPane = nullptr;
     BatchPane* batch = nullptr;
-    std::vector<QDockWidget*> docks;
+    enum DockPlace { CHAIN_DOCK, PARAMETERS_DOCK, FIGURES_DOCK, BATCH_DOCK, LOG_DOCK };
+    std::vector<QDockWidget*> docks;   // in the order of their places
     std::vector<QAction*> openActions; // that need open frames
     QToolBar* toolBar = nullptr;
     QAction* lockAction = nullptr;

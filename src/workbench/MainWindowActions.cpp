@@ -46,8 +46,8 @@ void MainWindow::makeFileActions() {
     openActions.push_back(addAction(menu, "De&tector\u2026", "Ctrl+D", [this] { askForDevice(); }));
     menu.addSeparator();
     QAction* const run = addAction(menu, "&Batch run", "Ctrl+R", [this] {
-        docks[3]->show();
-        docks[3]->raise();
+        docks[BATCH_DOCK]->show();
+        docks[BATCH_DOCK]->raise();
         startBatch();
     });
     openActions.push_back(run);
