@@ -1,5 +1,6 @@
 #pragma once
 
+#include "support/CacheStagger.h"
 #include "support/LargePages.h"
 
 #include <cstddef>
@@ -27,19 +28,20 @@ public:
     }
 
     void swap(Buffer& other) noexcept {
+        block.swap(other.block);
         std::swap(elements, other.elements);
         std::swap(count, other.count);
         std::swap(room, other.room);
         std::swap(ownerFixed, other.ownerFixed);
     }
 
-    T* data() { return elements.get(); }
-    const T* data() const { return elements.get(); }
+    T* data() { return elements; }
+    const T* data() const { return elements; }
     std::size_t size() const { return count; }
     std::size_t capacity() const { return room; }
     bool empty() const { return count == 0; }
-    std::span<T> span() { return {elements.get(), count}; }
-    std::span<const T> span() const { return {elements.get(), count}; }
+    std::span<T> span() { return {elements, count}; }
+    std::span<const T> span() const { return {elements, count}; }
 
     // Makes every change of size allocate anew.
     bool ownerFixed = false;
@@ -47,15 +49,19 @@ public:
 private:
     // The old array goes first, so that both never stand in memory together.
     void reallocate(std::size_t newCount) {
-        elements.reset();
+        block.reset();
+        elements = nullptr;
         count = 0;
         room = 0;
-        elements = std::make_unique_for_overwrite<T[]>(newCount);
+        const std::size_t before = cacheStagger(newCount * sizeof(T)) / sizeof(T);
+        block = std::make_unique_for_overwrite<T[]>(before + newCount);
+        elements = block.get() + before;
         room = newCount;
-        adviseLargePages(elements.get(), newCount * sizeof(T));
+        adviseLargePages(elements, newCount * sizeof(T));
     }
 
-    std::unique_ptr<T[]> elements;
+    std::unique_ptr<T[]> block;
+    T* elements = nullptr; // in the block
     std::size_t count = 0;
     std::size_t room = 0;
 };
