@@ -126,12 +126,16 @@ std::size_t BHFilter::markBadPixels(std::span<const double> pixels) {
     std::size_t count = 0;
     for (std::size_t start = 0; start < pixels.size(); start += maskChunk) {
         const std::size_t size = std::min(maskChunk, pixels.size() - start);
-        std::copy_n(badPixels.data() + start, size, isBad.begin());
-        if (useZeroAsBad)
+        const unsigned char* marks = badPixels.data() + start;
+        if (useZeroAsBad) {
             for (std::size_t i = 0; i < size; ++i)
-                isBad[i] |= pixels[start + i] == 0.0;
-        mark(isBad.data(), workMask.data() + start, size);
-        count += countMarks(isBad.data(), size);
+                isBad[i] = marks[i] | (pixels[start + i] == 0.0);
+            marks = isBad.data();
+        }
+        if (!hasMarks(marks, size))
+            continue;
+        mark(marks, workMask.data() + start, size);
+        count += countMarks(marks, size);
     }
     return count;
 }
