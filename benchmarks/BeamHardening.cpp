@@ -92,9 +92,11 @@ void compareAt(zt::u32 side) {
     OpenCvThickness peer(images, plain.thickness);
     const cv::Mat input(rows, rows, CV_64F, frame->pixels<double>().data());
     std::vector<double> out(frame->size());
-    std::vector<PluginOmbrel::MaskTable> tables;
+    PluginOmbrel::MaskTables tables;
     for (std::size_t k = 0; k < maskCount; ++k)
-        tables.push_back({plain.masks[k], plain.thickness[k], 1});
+        tables.add(plain.masks[k], plain.thickness[k]);
+    PluginOmbrel::MaskOrder order;
+    order.find(tables, frame->size());
     const FramePtr walked(static_cast<Frame*>(frame->clone()));
 
     const FramePtr ours(static_cast<Frame*>(filter->filter(frame.get())));
@@ -112,7 +114,8 @@ void compareAt(zt::u32 side) {
     const std::vector<double> seconds = interleavedMedians(
         {
             {"filter", [&] { FramePtr(static_cast<Frame*>(filter->filter(frame.get()))); }},
-            {"walk", [&] { PluginOmbrel::replaceByThickness(walked->pixels<double>(), 1.25, tables); }},
+            {"walk",
+             [&] { PluginOmbrel::replaceByThickness(walked->pixels<double>(), 1.25, tables, order); }},
             {"clone", [&] { FramePtr(static_cast<Frame*>(frame->clone())); }},
             {"OpenCV", [&] { peer.correct(input, 1.25); }},
             {"plain walk",

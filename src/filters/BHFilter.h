@@ -70,6 +70,7 @@ public:
     virtual int filterFrame(zt::IMpxFrame* frame, double acqTime);
     // Time-delayed integration: all pixels of a column share the mean of the masks' column.
     virtual void setTDI(bool on) { tdiOn = on; }
+    // Time, thickness and name may be changed from outside, the values not.
     virtual const Masks& masks() const { return maskList; }
     // The last message that was logged, up to its first zero; more zeros follow.
     virtual std::string lastError() const { return lastErrorText; }
@@ -90,8 +91,9 @@ private:
     const char* refusal(const zt::IData& data, int& code) const;
     int walkPixels(std::span<double> pixels, double acqTime);
     int walkColumns(std::span<double> pixels, std::size_t width, double acqTime);
-    // The tables of the masks for a walk; they stay those of the masks.
-    std::span<const MaskTable> tablesOf(Buffer<double> BHMask::*table);
+    // Looks at the masks anew for a walk.
+    void takeTables(Buffer<double> BHMask::*table);
+    void forgetOrder();
     // 0 when each mask's table has that many values, else ERR_INVALID_INPUT with a line in the log.
     int checkTables(Buffer<double> BHMask::*table, std::size_t values) const;
 
@@ -116,7 +118,9 @@ private:
     bool interpolateOn = true;
     bool settingsLoaded = false; // from a store with at least one mask
     bool tdiOn = false;
-    std::vector<MaskTable> tables; // kept for its room
+    MaskTables tables;    // those of the masks, for the walk at hand
+    MaskOrder pixelOrder; // of the masks' values, while they stay as they are
+    MaskOrder columnOrder;
 };
 
 } // namespace PluginOmbrel

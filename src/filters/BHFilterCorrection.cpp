@@ -68,7 +68,9 @@ int BHFilter::walkPixels(std::span<double> pixels, double acqTime) {
         return logError<int>(zt::ERR_INVALID_INPUT, noTime);
     if (const int failure = checkTables(&BHMask::data, pixels.size()))
         return failure;
-    replaceByThickness(pixels, acqTime, tablesOf(&BHMask::data));
+    takeTables(&BHMask::data);
+    pixelOrder.find(tables, pixels.size());
+    replaceByThickness(pixels, acqTime, tables, pixelOrder);
     return 0;
 }
 
@@ -84,20 +86,22 @@ int BHFilter::walkColumns(std::span<double> pixels, std::size_t width, double ac
         }
         return 0;
     }
-    const std::span<const MaskTable> columns = tablesOf(&BHMask::tdiData);
+    takeTables(&BHMask::tdiData);
+    columnOrder.find(tables, width);
     for (std::size_t row = 0; row < pixels.size(); row += width)
-        replaceByThickness(pixels.subspan(row, width), acqTime, columns);
+        replaceByThickness(pixels.subspan(row, width), acqTime, tables, columnOrder);
     return 0;
 }
 
-std::span<const MaskTable> BHFilter::tablesOf(Buffer<double> BHMask::*table) {
+void BHFilter::takeTables(Buffer<double> BHMask::*table) {
     tables.clear();
-    for (std::size_t k = 0; k < maskList.size(); ++k) {
-        const BHMask& mask = *maskList[k];
-        const double next = k + 1 < maskList.size() ? maskList[k + 1]->thickness : mask.thickness;
-        tables.push_back({(mask.*table).data(), mask.thickness, next - mask.thickness});
-    }
-    return tables;
+    for (const auto& mask : maskList)
+        tables.add(((*mask).*table).data(), mask->thickness);
+}
+
+void BHFilter::forgetOrder() {
+    pixelOrder.forget();
+    columnOrder.forget();
 }
 
 int BHFilter::checkTables(Buffer<double> BHMask::*table, std::size_t values) const {

@@ -60,6 +60,7 @@ int BHFilter::addMaskFromFrame(const zt::IMpxFrame* frame, double thickness, dou
     copyPixels(const_cast<zt::IMpxFrame&>(*frame), mask->data.span(), frame->frameDataType());
     meanOfColumns(mask->data.span(), mask->height, mask->tdiData.span());
     maskList.push_back(std::move(mask));
+    forgetOrder();
     frameSize = frame->size();
     return 0;
 }
@@ -136,6 +137,7 @@ int BHFilter::removeMask(unsigned int index) {
         return logError<int>(zt::ERR_INVALID_INPUT, "Cannot remove mask. Invalid index (%u >= %u)", index,
                              static_cast<unsigned int>(maskList.size()));
     maskList.erase(maskList.begin() + index);
+    forgetOrder();
     if (maskList.empty())
         frameSize = 0;
     return 0;
@@ -143,6 +145,7 @@ int BHFilter::removeMask(unsigned int index) {
 
 int BHFilter::removeAllMasks() {
     maskList.clear();
+    forgetOrder();
     frameSize = 0;
     return 0;
 }
@@ -152,6 +155,7 @@ void BHFilter::sortMasks() {
     std::ranges::stable_sort(maskList, [](const auto& a, const auto& b) {
         return a->thickness < b->thickness || (std::isnan(b->thickness) && !std::isnan(a->thickness));
     });
+    forgetOrder();
 }
 
 void BHFilter::logarithmMasks() {
@@ -165,6 +169,7 @@ void BHFilter::logarithmMasks() {
         replaceByLogarithm(mask->tdiData.span(), mask->acqTime);
         replaceByLogarithm(mask->data.span(), mask->acqTime);
         mask->logarithmed = true;
+        forgetOrder();
     }
 }
 

@@ -22,28 +22,41 @@ template <std::size_t Lanes>
 class Logarithm {
 public:
     using Doubles = typename Vector<Lanes>::Doubles;
+    using Mask = typename Vector<Lanes>::Mask;
 
     // Vectors go by reference: by value they would travel differently from one instruction set to the other.
     __attribute__((always_inline)) static void replace(Doubles& x) {
+        constexpr double infinity = std::numeric_limits<double>::infinity();
+        constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
+        const auto denormal = x < std::numeric_limits<double>::min();
         Logarithm logarithm;
-        logarithm.split(x);
-        logarithm.join(x);
+        logarithm.split(denormal ? x * 0x1p54 : x);
+        logarithm.k -= denormal ? Doubles{} + 54 : Doubles{};
+        Doubles ofOrdinary;
+        logarithm.join(ofOrdinary);
+        const Doubles aboveZero = x < infinity ? ofOrdinary : Doubles{} + infinity;
+        const Doubles zeroOrBelow = x == 0 ? Doubles{} - infinity : Doubles{} + notANumber;
+        x = x > 0 ? aboveZero : zeroOrBelow;
     }
 
-    // The first part, of x.
+    // Sets the sign of `strange` in each lane where x is not a normal, finite number above 0.
+    __attribute__((always_inline)) static void noteStrange(const Doubles& x, Mask& strange) {
+        constexpr unsigned long leastNormal = 0x0010000000000000;
+        const Bits aboveLeast = reinterpret_cast<Bits>(x) - leastNormal;
+        strange |= reinterpret_cast<Mask>(aboveLeast | (aboveLeast + 2 * leastNormal));
+    }
+
+    // The first part, of an x that is a normal, finite number above 0.
     __attribute__((always_inline)) void split(const Doubles& x) {
         constexpr unsigned long rootOfHalf = 0x3FE6A09E667F3BCD;
         constexpr unsigned long exponentField = 0xFFF0000000000000;
-        original = x;
-        const auto denormal = x < std::numeric_limits<double>::min();
-        const Bits bits = reinterpret_cast<Bits>(denormal ? x * 0x1p54 : x);
+        const Bits bits = reinterpret_cast<Bits>(x);
 
         // The exponent, counted from the square root of 1/2 on and with a bias of 2048, becomes a double by
         // taking its place behind the leading bit of 2^52.
         const Bits aboveRoot = bits - rootOfHalf;
         const Bits exponent = (aboveRoot + 0x8000000000000000) >> 52;
-        k = reinterpret_cast<Doubles>(exponent | 0x4330000000000000) -
-            (denormal ? Doubles{} + (0x1p52 + 2048 + 54) : Doubles{} + (0x1p52 + 2048));
+        k = reinterpret_cast<Doubles>(exponent | 0x4330000000000000) - (0x1p52 + 2048);
         const Doubles mantissa = reinterpret_cast<Doubles>(bits - (aboveRoot & exponentField));
         f = mantissa - 1;
         s = f / (mantissa + 1);
@@ -51,8 +64,6 @@ public:
 
     // The second part, which gives the result.
     __attribute__((always_inline)) void join(Doubles& result) const {
-        constexpr double infinity = std::numeric_limits<double>::infinity();
-        constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
         constexpr double ln2Head = 0x1.62e42fefa38p-1; // 42 bits: its product with k is exact
         constexpr double ln2Tail = 0x1.ef35793c7673p-45;
 
@@ -64,17 +75,12 @@ public:
         const Doubles polynomial = (low + w * middle) + (w * w) * high; // r(z) / z
         const Doubles halfSquare = 0.5 * f * f;
         const Doubles remainder = (s * z) * polynomial + (s * halfSquare + k * ln2Tail);
-        const Doubles ofFinite = k * ln2Head - ((halfSquare - remainder) - f);
-
-        const Doubles aboveZero = original < infinity ? ofFinite : Doubles{} + infinity;
-        const Doubles zeroOrBelow = original == 0 ? Doubles{} - infinity : Doubles{} + notANumber;
-        result = original > 0 ? aboveZero : zeroOrBelow;
+        result = k * ln2Head - ((halfSquare - remainder) - f);
     }
 
 private:
     typedef unsigned long Bits __attribute__((vector_size(Lanes * sizeof(double))));
 
-    Doubles original;
     Doubles k;
     Doubles f;
     Doubles s;

@@ -1,5 +1,8 @@
 #include "filters/MaskWalk.h"
 
+#include "filters/Logarithm.h"
+#include "filters/MaskDescent.h"
+#include "filters/MaskLine.h"
 #include "filters/ProcessorDispatch.h"
 #include "filters/ThicknessBlock.h"
 
@@ -10,18 +13,50 @@ namespace PluginOmbrel {
 
 namespace {
 
-struct ThicknessKernel {
+// The pixels from `at` on, until one is not for this kernel.
+struct Walk {
+    std::span<double> counts;
+    double acqTime;
+    const MaskTables& masks;
+    const MaskOrder& order;
+    std::size_t at = 0;
+};
+
+template <bool FewMasks>
+struct FallingKernel {
     template <std::size_t Lanes>
-    __attribute__((always_inline)) static void run(std::span<double> counts, double acqTime,
-                                                   std::span<const MaskTable> masks) {
-        constexpr std::size_t blockSize = ThicknessBlock<Lanes>::capacity * Lanes;
-        const std::size_t inVectors = counts.size() - counts.size() % Lanes;
-        for (std::size_t at = 0; at < inVectors; at += blockSize)
-            ThicknessBlock<Lanes>(counts.data() + at, at, std::min(blockSize, inVectors - at) / Lanes)
-                .replace(acqTime, masks);
-        if (inVectors < counts.size())
-            ThicknessBlock<1>(counts.data() + inVectors, inVectors, counts.size() - inVectors)
-                .replace(acqTime, masks);
+    __attribute__((always_inline)) static void run(Walk* walk) {
+        using Block = ThicknessBlock<Lanes, MaskOrder::stretch / Lanes, FewMasks>;
+        while (walk->at + Block::pixels <= walk->counts.size() && walk->order.falls(walk->at) &&
+               Block(walk->counts.data() + walk->at, walk->at).replace(walk->acqTime, walk->masks))
+            walk->at += Block::pixels;
+    }
+};
+
+// At least one stretch, and all until the next one where the masks fall.
+struct AnyKernel {
+    template <std::size_t Lanes>
+    __attribute__((always_inline)) static void run(Walk* walk) {
+        do {
+            const std::size_t end = std::min(walk->at + MaskOrder::stretch, walk->counts.size());
+            for (; walk->at + Lanes <= end; walk->at += Lanes)
+                replaceVector<Lanes>(*walk);
+            for (; walk->at < end; ++walk->at)
+                replaceVector<1>(*walk);
+        } while (walk->at < walk->counts.size() && !walk->order.falls(walk->at));
+    }
+
+    template <std::size_t Lanes>
+    __attribute__((always_inline)) static void replaceVector(const Walk& walk) {
+        typename Vector<Lanes>::Doubles count, thickness;
+        std::memcpy(&count, walk.counts.data() + walk.at, sizeof count);
+        typename Vector<Lanes>::Doubles level = count / walk.acqTime;
+        Logarithm<Lanes>::replace(level);
+        const MaskDescent<Lanes> found(level, walk.masks, walk.at);
+        const MaskLine<Lanes> line{level - found.lower, found.upper - found.lower, found.place};
+        line.follow(walk.masks.lines(), thickness);
+        thickness = count <= 0 ? typename Vector<Lanes>::Doubles{} : thickness;
+        std::memcpy(walk.counts.data() + walk.at, &thickness, sizeof thickness);
     }
 };
 
@@ -49,15 +84,26 @@ struct LogarithmKernel {
 
 } // namespace
 
-void replaceByThickness(std::span<double> counts, double acqTime, std::span<const MaskTable> masks) {
-    if (masks.empty()) {
+void replaceByThickness(std::span<double> counts, double acqTime, const MaskTables& masks,
+                        const MaskOrder& order) {
+    if (masks.count() == 0) {
         std::ranges::fill(counts, 0.0);
-    } else if (masks.size() == 1) {
+        return;
+    }
+    if (masks.count() == 1) {
         replaceByLogarithm(counts, acqTime);
         for (std::size_t i = 0; i < counts.size(); ++i)
-            counts[i] = counts[i] < masks[0].values[i] ? counts[i] : 0.0;
-    } else {
-        runVectorised<ThicknessKernel>(counts, acqTime, masks);
+            counts[i] = counts[i] < masks[0][i] ? counts[i] : 0.0;
+        return;
+    }
+    Walk walk{counts, acqTime, masks, order};
+    while (walk.at < counts.size()) {
+        if (acqTime > 0 && masks.count() <= MaskTables::reach)
+            runVectorised<FallingKernel<true>>(&walk);
+        else if (acqTime > 0)
+            runVectorised<FallingKernel<false>>(&walk);
+        if (walk.at < counts.size())
+            runVectorised<AnyKernel>(&walk);
     }
 }
 

@@ -1,136 +1,88 @@
 #pragma once
 
 #include "filters/Logarithm.h"
-#include "filters/MaskWalk.h"
+#include "filters/MaskLine.h"
+#include "filters/MaskSearch.h"
+#include "filters/MaskTables.h"
 
 #include <cstdint>
 #include <cstring>
 
 namespace PluginOmbrel {
 
-// Some vectors of pixels on their way from counts to thicknesses through two masks or more. All of them take
-// each step before any takes the next: steps that wait for a division, and steps that only select, then fill
-// the processor in turn.
-template <std::size_t Lanes>
+// Some vectors of ordinary pixels on their way from counts to thicknesses through two masks or more that fall
+// from each to the next. All vectors take each step before any takes the next: steps that wait for a
+// division, and steps that only select, then fill the processor in turn.
+// `Few` masks are nine at most.
+template <std::size_t Lanes, std::size_t Vectors, bool Few>
 class ThicknessBlock {
 public:
-    static constexpr std::size_t capacity = 32 / Lanes;
+    static constexpr std::size_t pixels = Lanes * Vectors;
 
-    // `counts` are those of the pixels from `firstPixel` on; there are at most `capacity` vectors of them.
-    __attribute__((always_inline))
-    ThicknessBlock(double* blockCounts, std::size_t blockFirstPixel, std::size_t blockVectors)
-        : counts(blockCounts), firstPixel(blockFirstPixel), vectors(blockVectors) {}
+    // `counts` are those of the pixels from `firstPixel` on.
+    __attribute__((always_inline)) ThicknessBlock(double* blockCounts, std::size_t blockFirstPixel)
+        : counts(blockCounts), firstPixel(blockFirstPixel) {}
 
-    __attribute__((always_inline)) void replace(double acqTime, std::span<const MaskTable> masks) {
-        for (std::size_t i = 0; i < vectors; ++i) {
-            Doubles rate;
-            std::memcpy(&rate, counts + i * Lanes, sizeof rate);
-            rate /= acqTime;
-            logarithms[i].split(rate);
+    // False, with the counts left as they are, when there is a count above 0, or none at all, whose rate is
+    // not a normal, finite number. `acqTime` is above 0.
+    __attribute__((always_inline)) bool replace(double acqTime, const MaskTables& masks) {
+        if (!takeLogarithms(acqTime))
+            return false;
+        fetchAhead(masks);
+        for (std::size_t i = 0; i < Vectors; ++i) {
+            const MaskSearch<Lanes, Few> found(levels[i], masks, firstPixel + i * Lanes);
+            lines[i] = {levels[i] - found.lower, found.upper - found.lower, found.place};
         }
-        for (std::size_t i = 0; i < vectors; ++i)
-            logarithms[i].join(levels[i]);
-        for (std::size_t i = 0; i < vectors; i += 2)
-            findNeighbours(i, masks);
-        for (std::size_t i = 0; i < vectors; ++i)
-            followLine(neighbours[i], masks, counts + i * Lanes);
+        for (std::size_t i = 0; i < Vectors; ++i) {
+            Doubles count, thickness;
+            std::memcpy(&count, counts + i * Lanes, sizeof count);
+            lines[i].follow(masks.lines(), thickness);
+            thickness = count <= 0 ? Doubles{} : thickness;
+            std::memcpy(counts + i * Lanes, &thickness, sizeof thickness);
+        }
+        return true;
     }
 
 private:
     using Doubles = typename Vector<Lanes>::Doubles;
     using Mask = typename Vector<Lanes>::Mask;
 
-    // The two masks that a level lies between, or those whose line it goes on.
-    struct Neighbours {
-        Doubles level; // less the lower mask
-        Doubles run;   // the upper mask less the lower
-        Mask lower;    // the place of the lower mask
-    };
-
-    // One vector on its way down the masks.
-    struct Walk {
-        Doubles level, lower, upper;
-        Mask walking; // lanes that were below all masks so far
-        Mask place;
-
-        __attribute__((always_inline)) Walk(const Doubles& start, const double* first, const double* second)
-            : level(start), place{} {
-            std::memcpy(&lower, first, sizeof lower);
-            std::memcpy(&upper, second, sizeof upper);
-            walking = level < lower;
+    __attribute__((always_inline)) bool takeLogarithms(double acqTime) {
+        Logarithm<Lanes> logarithms[Vectors];
+        Mask strange{}; // by the signs
+        for (std::size_t i = 0; i < Vectors; ++i) {
+            Doubles count;
+            std::memcpy(&count, counts + i * Lanes, sizeof count);
+            const Doubles rate = count / acqTime;
+            Mask strangeRate{};
+            Logarithm<Lanes>::noteStrange(rate, strangeRate);
+            strange |= strangeRate & ~(count <= 0);
+            logarithms[i].split(rate);
         }
-
-        // Where the walk goes on below `present`, it stands between that mask and the next.
-        __attribute__((always_inline)) void pass(const double* present, const double* following) {
-            Doubles mask, next;
-            std::memcpy(&mask, present, sizeof mask);
-            std::memcpy(&next, following, sizeof next);
-            walking &= level < mask;
-            lower = walking < 0 ? mask : lower;
-            upper = walking < 0 ? next : upper;
-            place -= walking;
-        }
-
-        __attribute__((always_inline)) Neighbours end() const {
-            return {level - lower, upper - lower, place};
-        }
-    };
-
-    // All lanes see all masks, which costs less than a branch. Two vectors go together, since they share the
-    // steps from mask to mask; the last of an odd number goes with itself.
-    __attribute__((always_inline)) void findNeighbours(std::size_t i, std::span<const MaskTable> masks) {
-        const std::size_t j = i + 1 < vectors ? i + 1 : i;
-        const std::size_t atI = firstPixel + i * Lanes;
-        const std::size_t atJ = firstPixel + j * Lanes;
-        const double* present = masks[1].values;
-        Walk first(levels[i], masks[0].values + atI, present + atI);
-        Walk second(levels[j], masks[0].values + atJ, present + atJ);
-        fetchAhead(masks[0].values + atI);
-        fetchAhead(present + atI);
-        for (std::size_t k = 2; k < masks.size(); ++k) {
-            const double* const next = masks[k].values;
-            first.pass(present + atI, next + atI);
-            second.pass(present + atJ, next + atJ);
-            fetchAhead(next + atI);
-            present = next;
-        }
-        neighbours[i] = first.end();
-        neighbours[j] = second.end();
+        for (std::size_t i = 0; i < Vectors; ++i)
+            logarithms[i].join(levels[i]);
+        long signs = 0;
+        for (std::size_t lane = 0; lane < Lanes; ++lane)
+            signs |= strange[lane];
+        return signs >= 0;
     }
 
-    // Goes along the straight line through the two masks.
-    __attribute__((always_inline)) static void followLine(const Neighbours& found,
-                                                          std::span<const MaskTable> masks, double* counts) {
-        Doubles rise, thickness;
-        for (std::size_t lane = 0; lane < Lanes; ++lane) {
-            const MaskTable& lower = masks[static_cast<std::size_t>(found.lower[lane])];
-            rise[lane] = lower.rise;
-            thickness[lane] = lower.thickness;
-        }
-        Doubles count;
-        std::memcpy(&count, counts, sizeof count);
-        Doubles result = found.level * (rise / found.run) + thickness;
-        result = found.run == 0 ? Doubles{} : result;
-        result = count <= 0 ? Doubles{} : result;
-        std::memcpy(counts, &result, sizeof result);
-    }
-
-    // Asks for what two vectors will need two blocks on: that many tables are more streams than processors
-    // follow by themselves.
-    __attribute__((always_inline)) static void fetchAhead(const double* values) {
+    // Asks for what will be needed four blocks on: so many tables are more streams than processors follow by
+    // themselves.
+    __attribute__((always_inline)) void fetchAhead(const MaskTables& masks) const {
         constexpr std::uintptr_t ahead = 64 * sizeof(double);
         constexpr std::uintptr_t cacheLine = 64;
-        const auto from = reinterpret_cast<std::uintptr_t>(values) + ahead;
-        for (std::uintptr_t at = 0; at < 2 * sizeof(Doubles); at += cacheLine)
-            __builtin_prefetch(reinterpret_cast<const void*>(from + at));
+        for (std::size_t k = 0; k < masks.count(); ++k) {
+            const auto from = reinterpret_cast<std::uintptr_t>(masks[k] + firstPixel) + ahead;
+            for (std::uintptr_t at = 0; at < pixels * sizeof(double); at += cacheLine)
+                __builtin_prefetch(reinterpret_cast<const void*>(from + at));
+        }
     }
 
     double* counts;
     std::size_t firstPixel;
-    std::size_t vectors;
-    Logarithm<Lanes> logarithms[capacity];
-    Doubles levels[capacity];
-    Neighbours neighbours[capacity];
+    Doubles levels[Vectors];
+    MaskLine<Lanes> lines[Vectors];
 };
 
 } // namespace PluginOmbrel

@@ -38,6 +38,24 @@ TEST_F(BHFilterTest, readsThicknessOffTheRate) {
     EXPECT_THAT(takeLog(), IsEmpty());
 }
 
+// Where masks fall from each to the next, which is remembered, they are searched in another way.
+TEST_F(BHFilterTest, seesMasksThatChangeBetweenFrames) {
+    const auto addLevel = [&](double level, double thickness) {
+        EXPECT_EQ(filter->addMaskFromFrame(frameOf(Values(48, std::exp(level)), 12).get(), thickness, 1), 0);
+    };
+    const auto frame = frameOf(Values(48, std::exp(-3.0)), 12);
+    for (const double level : {-1.0, -1.5, -2.0})
+        addLevel(level, -level);
+    EXPECT_THAT(corrected(*filter, *frame), Each(DoubleNear(3, 1e-14)));
+    addLevel(-1, 9);
+    EXPECT_THAT(corrected(*filter, *frame), Each(DoubleNear(-5, 1e-14)));
+    filter->removeMask(3);
+    EXPECT_THAT(corrected(*filter, *frame), Each(DoubleNear(3, 1e-14)));
+    filter->masks()[0]->thickness = 9;
+    filter->sortMasks();
+    EXPECT_THAT(corrected(*filter, *frame), Each(DoubleNear(-5, 1e-14)));
+}
+
 TEST_F(BHFilterTest, takesTheMeansOfColumnsWithTDI) {
     // Rows differ, the means of the columns are 1 to 4 times e^-1 and e^-2.
     Values thin, thick, counts;
