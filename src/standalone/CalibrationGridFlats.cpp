@@ -3,6 +3,7 @@
 #include "standalone/Error.h"
 #include "standalone/FrameFile.h"
 #include "standalone/LineProblems.h"
+#include "standalone/SizeText.h"
 
 #include <algorithm>
 #include <functional>
@@ -11,10 +12,6 @@
 namespace ombrel {
 
 namespace {
-
-std::string sizeText(zt::u32 width, zt::u32 height) {
-    return std::to_string(width) + " x " + std::to_string(height) + " pixels";
-}
 
 std::vector<double> pixelsOf(const Frame& frame) {
     const FramePtr copy(static_cast<Frame*>(frame.clone()));
@@ -42,8 +39,8 @@ CalibrationGridFlats::CalibrationGridFlats(const std::string& tablePath, std::ve
                 lines = info.height;
             }
             if (info.width != columns || info.height != lines)
-                problems.add(row.line, row.file + " has " + sizeText(info.width, info.height) + ", not " +
-                                           sizeText(columns, lines));
+                problems.add(row.line, row.file + " has " + sizeText(info.width, info.height) +
+                                           " pixels, not " + sizeText(columns, lines));
             if (row.page.value_or(0) >= info.frames)
                 problems.add(row.line, row.file + " has no page " + std::to_string(row.page.value_or(0)) +
                                            "; it has " + std::to_string(info.frames) + ", counted from 0");

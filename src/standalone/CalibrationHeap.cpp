@@ -1,6 +1,7 @@
 #include "standalone/CalibrationHeap.h"
 
 #include "standalone/Error.h"
+#include "standalone/SizeText.h"
 
 #include <bit>
 #include <limits>
@@ -13,15 +14,15 @@ namespace {
 static_assert(std::endian::native == std::endian::little, "the files are written as memory holds them");
 
 // Small fields, gathered to be written at once.
-class Fields {
+class FieldBuffer {
 public:
     template <typename T>
-    Fields& add(T value) {
+    FieldBuffer& add(T value) {
         const auto raw = std::as_bytes(std::span(&value, 1));
         gathered.insert(gathered.end(), raw.begin(), raw.end());
         return *this;
     }
-    Fields& addCounted(std::span<const float> values) {
+    FieldBuffer& addCounted(std::span<const float> values) {
         add(zt::u64{values.size()});
         for (const float value : values)
             add(value);
@@ -34,7 +35,7 @@ private:
 };
 
 void writeBlock(AtomicFile& file, zt::u32 width, zt::u32 height, std::span<const float> pixels) {
-    file.write(Fields().add(static_cast<zt::i32>(width)).add(static_cast<zt::i32>(height)).bytes());
+    file.write(FieldBuffer().add(static_cast<zt::i32>(width)).add(static_cast<zt::i32>(height)).bytes());
     file.write(std::as_bytes(pixels));
 }
 
@@ -42,10 +43,6 @@ void writeBlock(AtomicFile& file, zt::u32 width, zt::u32 height, std::span<const
 bool isImageSize(zt::u32 width, zt::u32 height) {
     const zt::u64 count = zt::u64{width} * height;
     return 0 < count && count <= static_cast<zt::u64>(std::numeric_limits<zt::i32>::max());
-}
-
-std::string sizeText(zt::u32 width, zt::u32 height) {
-    return std::to_string(width) + " x " + std::to_string(height);
 }
 
 } // namespace
@@ -59,12 +56,12 @@ CalibrationHeap::CalibrationHeap(const std::string& path, const CalibrationGrid&
     for (const auto& point : grid.points())
         isHole.push_back(!point.has_value());
     const bool masked = !settings.compensationMask.empty();
-    file.write(Fields().add(settings.elementSize).add(zt::i32{masked}).bytes());
+    file.write(FieldBuffer().add(settings.elementSize).add(zt::i32{masked}).bytes());
     if (masked) {
         checkPixels(settings.compensationMask.size(), "the compensation mask");
         writeBlock(file, width, height, settings.compensationMask);
     }
-    file.write(Fields().addCounted(grid.v()).addCounted(grid.t()).addCounted(grid.e()).bytes());
+    file.write(FieldBuffer().addCounted(grid.v()).addCounted(grid.t()).addCounted(grid.e()).bytes());
 }
 
 void CalibrationHeap::append(std::span<const float> pixels) {

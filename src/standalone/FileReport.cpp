@@ -3,6 +3,7 @@
 #include "host/DataType.h"
 #include "standalone/NumberText.h"
 #include "standalone/PixelType.h"
+#include "standalone/SizeText.h"
 
 #include <algorithm>
 #include <cmath>
@@ -52,11 +53,6 @@ std::string pixelRangeText(const FileReport& report) {
     return report.info.pixelType == zt::DT_FLOAT ? rangeText<float>(report.pixels) : rangeText(report.pixels);
 }
 
-std::string sizeText(const FrameFileInfo& info) {
-    const std::string size = std::to_string(info.width) + " x " + std::to_string(info.height);
-    return size + ", " + std::string(pixelTypeName(info.pixelType));
-}
-
 std::string runText(const RunState& run) {
     return std::to_string(run.framesDone) + " of " + std::to_string(run.framesPlanned) + " frames done, " +
            std::to_string(run.framesFailed) + " failed, " + (run.complete ? "complete" : "not complete");
@@ -101,7 +97,7 @@ std::string fileReportText(const FileReport& report) {
     line("frames", std::to_string(info.frames));
     if (info.subFrames > 0)
         line("sub-frames", std::to_string(info.subFrames) + " each");
-    line("size", sizeText(info));
+    line("size", sizeText(info.width, info.height) + ", " + std::string(pixelTypeName(info.pixelType)));
     line("range", pixelRangeText(report));
     if (report.nanPixels > 0)
         line("not a number", std::to_string(report.nanPixels) + " pixels");

@@ -5,6 +5,7 @@
 #include "standalone/FrameCheck.h"
 #include "standalone/PixelConversion.h"
 #include "standalone/PixelType.h"
+#include "standalone/SizeText.h"
 
 #include <algorithm>
 #include <array>
@@ -22,8 +23,7 @@ std::size_t storageBytes(zt::u32 width, zt::u32 height, zt::u8 dataType) {
     const std::size_t pixel = pixelSize(dataType);
     const std::size_t rows = std::size_t{height} + 1;
     if (width >= std::numeric_limits<std::ptrdiff_t>::max() / pixel / rows)
-        throw std::length_error("a frame of " + std::to_string(width) + " x " + std::to_string(height) +
-                                " pixels is too large");
+        throw std::length_error("a frame of " + sizeText(width, height) + " pixels is too large");
     return (width * rows + 1) * pixel;
 }
 

@@ -1,12 +1,12 @@
 #include "standalone/FrameFigures.h"
 
 #include "standalone/Frame.h"
+#include "standalone/NotANumber.h"
 #include "standalone/PixelType.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <limits>
 #include <span>
 #include <type_traits>
 
@@ -17,7 +17,6 @@ namespace {
 typedef double Doubles __attribute__((vector_size(32)));
 typedef long Counts __attribute__((vector_size(32)));
 constexpr std::size_t lanes = sizeof(Doubles) / sizeof(double);
-constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
 
 // Distances from a pixel of the frame, in place of the values, keep the digits that the square would cost.
 struct LaneSums {

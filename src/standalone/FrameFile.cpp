@@ -6,6 +6,7 @@
 #include "standalone/FileKind.h"
 #include "standalone/Hdf5File.h"
 #include "standalone/PixelType.h"
+#include "standalone/SizeText.h"
 #include "standalone/TiffFile.h"
 
 #include <algorithm>
@@ -41,8 +42,8 @@ void checkMemory(const FrameFileInfo& info) {
     const double memory =
         static_cast<double>(::sysconf(_SC_PHYS_PAGES)) * static_cast<double>(::sysconf(_SC_PAGESIZE));
     if (pixels * static_cast<double>(pixelSize(info.pixelType)) > memory)
-        throw Error(info.path + ": frames of " + std::to_string(info.width) + " x " +
-                    std::to_string(info.height) + " pixels do not fit into the memory of this machine");
+        throw Error(info.path + ": frames of " + sizeText(info.width, info.height) +
+                    " pixels do not fit into the memory of this machine");
 }
 
 } // namespace

@@ -1,17 +1,15 @@
 #include "standalone/FrameRowJson.h"
 
+#include "standalone/NotANumber.h"
 #include "standalone/PixelHash.h"
 
 #include <QJsonArray>
 
 #include <cmath>
-#include <limits>
 
 namespace ombrel {
 
 namespace {
-
-constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
 
 void insertNumber(QJsonObject& json, const QString& key, double number) {
     if (std::isfinite(number))

@@ -1,6 +1,7 @@
 #include "standalone/FrameStack.h"
 
 #include "standalone/Error.h"
+#include "standalone/SizeText.h"
 
 #include <algorithm>
 
@@ -8,8 +9,8 @@ namespace ombrel {
 
 namespace {
 
-std::string sizeText(const FrameFileInfo& info) {
-    return info.path + " has " + std::to_string(info.width) + " x " + std::to_string(info.height);
+std::string pathAndSize(const FrameFileInfo& info) {
+    return info.path + " has " + sizeText(info.width, info.height);
 }
 
 } // namespace
@@ -23,7 +24,7 @@ FrameStack::FrameStack(const std::vector<std::string>& paths, FrameRole role) {
         const FrameFileInfo& info = file->info();
         const FrameFileInfo& first = parts.empty() ? info : parts.front().file->info();
         if (info.width != first.width || info.height != first.height)
-            throw Error("the frames differ in size: " + sizeText(first) + ", but " + sizeText(info));
+            throw Error("the frames differ in size: " + pathAndSize(first) + ", but " + pathAndSize(info));
         const zt::u64 end = begin + info.frames;
         parts.push_back({std::move(file), begin, end});
         begin = end;

@@ -1,19 +1,17 @@
 #include "standalone/Hdf5FrameTable.h"
 
 #include "standalone/Error.h"
+#include "standalone/NotANumber.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstddef>
 #include <cstring>
-#include <limits>
 
 namespace ombrel {
 
 namespace {
-
-constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
 
 // Cut to the room there is, but not within a character of UTF-8.
 void storeReason(const std::string& reason, char (&text)[StoredFrameRow::reasonBytes]) {

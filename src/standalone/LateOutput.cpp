@@ -1,16 +1,9 @@
 #include "standalone/LateOutput.h"
 
 #include "standalone/Error.h"
+#include "standalone/SizeText.h"
 
 namespace ombrel {
-
-namespace {
-
-std::string sizeText(zt::u32 columns, zt::u32 rows) {
-    return std::to_string(columns) + " x " + std::to_string(rows);
-}
-
-} // namespace
 
 LateOutput::LateOutput(const BatchPlan& batch) : plan(batch), made(batch.output) {
     if (plan.begun) {

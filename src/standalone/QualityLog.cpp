@@ -2,18 +2,16 @@
 
 #include "standalone/CsvLine.h"
 #include "standalone/Error.h"
+#include "standalone/NotANumber.h"
 #include "standalone/NumberText.h"
 
 #include <cmath>
 #include <fstream>
-#include <limits>
 #include <string_view>
 
 namespace ombrel {
 
 namespace {
-
-constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
 
 // "[ V, T, E, value ]"
 std::optional<QualityValue> readLine(const std::string& line) {

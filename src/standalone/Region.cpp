@@ -2,6 +2,7 @@
 
 #include "host/DataType.h"
 #include "standalone/Error.h"
+#include "standalone/SizeText.h"
 
 #include <string>
 
@@ -11,8 +12,8 @@ void checkRegion(const Region& region, const FrameFileInfo& info) {
     if (region.width == 0 || region.height == 0)
         throw Error(info.path + ": the region holds no pixel");
     if (zt::u64{region.x} + region.width > info.width || zt::u64{region.y} + region.height > info.height)
-        throw Error(info.path + ": the region reaches beyond the frames of " + std::to_string(info.width) +
-                    " x " + std::to_string(info.height));
+        throw Error(info.path + ": the region reaches beyond the frames of " +
+                    sizeText(info.width, info.height));
 }
 
 std::vector<double> pixelsOf(Frame& frame, const Region& region) {

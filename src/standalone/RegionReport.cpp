@@ -1,6 +1,7 @@
 #include "standalone/RegionReport.h"
 
 #include "standalone/Error.h"
+#include "standalone/Mean.h"
 
 #include <cmath>
 #include <vector>
@@ -8,13 +9,6 @@
 namespace ombrel {
 
 namespace {
-
-double meanOf(const std::vector<double>& pixels) {
-    double sum = 0;
-    for (const double pixel : pixels)
-        sum += pixel;
-    return sum / static_cast<double>(pixels.size());
-}
 
 double deviationOf(const std::vector<double>& pixels, double mean) {
     double squares = 0;

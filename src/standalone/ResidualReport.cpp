@@ -3,6 +3,7 @@
 #include "host/DataType.h"
 #include "standalone/Error.h"
 #include "standalone/FrameFile.h"
+#include "standalone/SizeText.h"
 
 #include <algorithm>
 #include <cmath>
@@ -20,9 +21,8 @@ FramePtr readDoubles(FrameFile& file, zt::u32 index) {
 
 void checkSameSize(const FrameFileInfo& one, const FrameFileInfo& other) {
     if (one.width != other.width || one.height != other.height)
-        throw Error("the frames differ in size: " + one.path + " has " + std::to_string(one.width) + " x " +
-                    std::to_string(one.height) + ", but " + other.path + " " + std::to_string(other.width) +
-                    " x " + std::to_string(other.height));
+        throw Error("the frames differ in size: " + one.path + " has " + sizeText(one.width, one.height) +
+                    ", but " + other.path + " " + sizeText(other.width, other.height));
 }
 
 std::vector<bool> readMask(const std::string& path, const FrameFileInfo& frames) {

@@ -2,6 +2,7 @@
 
 #include "standalone/Error.h"
 #include "standalone/PixelType.h"
+#include "standalone/SizeText.h"
 
 #include <algorithm>
 
@@ -10,8 +11,7 @@ namespace ombrel {
 namespace {
 
 std::string kindText(const TiffPage& page) {
-    return std::to_string(page.width) + " x " + std::to_string(page.height) + ' ' +
-           std::string(pixelTypeName(page.pixelType));
+    return sizeText(page.width, page.height) + ' ' + std::string(pixelTypeName(page.pixelType));
 }
 
 // Where the directory and the link behind it end. The library takes a link that is cut off for the end of the

@@ -4,6 +4,7 @@
 #include "fixtures/OutputFrames.h"
 #include "fixtures/TemporaryFolder.h"
 #include "standalone/FrameOutput.h"
+#include "standalone/NotANumber.h"
 
 #include <gtest/gtest.h>
 
@@ -11,13 +12,12 @@
 
 using ombrel::fileReportText;
 using ombrel::FrameOutput;
+using ombrel::notANumber;
 using ombrel::reportOnFile;
 
 namespace {
 
-constexpr double nan = std::numeric_limits<double>::quiet_NaN();
-
-class FileReport : public ::testing::Test {
+class FileReportOf : public ::testing::Test {
 protected:
     const TemporaryFolder folder;
     const std::string path = folder / "some.h5";
@@ -25,7 +25,7 @@ protected:
 
 } // namespace
 
-TEST_F(FileReport, TellsWhatAScanHolds) {
+TEST_F(FileReportOf, TellsWhatAScanHolds) {
     {
         Hdf5Builder file(path);
         file.data<zt::i16>("/entry/data", {3, 2, 1, 2}, {5, -3, 0, 0, 1, 1, 2, 2, 7, 4, 0, 0});
@@ -42,7 +42,7 @@ TEST_F(FileReport, TellsWhatAScanHolds) {
                                                          "  marked        2 of the sample, 1 flat, 0 dark\n");
 }
 
-TEST_F(FileReport, TellsHowFarARunCame) {
+TEST_F(FileReportOf, TellsHowFarARunCame) {
     const auto output = FrameOutput::create(outputOf(path, 2, 1, 3, zt::DT_DOUBLE));
     append(*output, {1e300, -0.5}, zt::DT_DOUBLE);
     appendFailed(*output, "no light");
@@ -59,15 +59,15 @@ TEST_F(FileReport, TellsHowFarARunCame) {
     EXPECT_NE(text().find("3 of 3 frames done, 1 failed, complete"), std::string::npos);
 }
 
-TEST_F(FileReport, LeavesOutOfTheRangeWhatIsNoNumber) {
+TEST_F(FileReportOf, LeavesOutOfTheRangeWhatIsNoNumber) {
     const auto rangeOf = [&](const std::vector<double>& pixels) {
         writeHdf5<double>(path, {static_cast<zt::u32>(pixels.size()), 1, pixels});
         return reportOnFile(path);
     };
-    EXPECT_EQ(rangeOf({nan, 3, nan, -2, nan}).pixels.min, -2);
-    EXPECT_EQ(rangeOf({nan, 3, nan, -2, nan}).pixels.max, 3);
-    EXPECT_EQ(rangeOf({nan, 3, nan, -2, nan}).nanPixels, 3U);
-    EXPECT_TRUE(rangeOf({nan, nan}).pixels.isEmpty());
+    EXPECT_EQ(rangeOf({notANumber, 3, notANumber, -2, notANumber}).pixels.min, -2);
+    EXPECT_EQ(rangeOf({notANumber, 3, notANumber, -2, notANumber}).pixels.max, 3);
+    EXPECT_EQ(rangeOf({notANumber, 3, notANumber, -2, notANumber}).nanPixels, 3U);
+    EXPECT_TRUE(rangeOf({notANumber, notANumber}).pixels.isEmpty());
     EXPECT_EQ(rangeOf({-std::numeric_limits<double>::infinity(), 1}).pixels.min,
               -std::numeric_limits<double>::infinity());
 }

@@ -3,12 +3,12 @@
 #include "standalone/AtomicFile.h"
 #include "standalone/CsvLine.h"
 #include "standalone/Error.h"
-#include "standalone/FrameFile.h"
 #include "standalone/NumberText.h"
 #include "standalone/SettingsWriter.h"
 #include "standalone/cli/AdaptiveHeaps.h"
 #include "standalone/cli/AdaptiveSettings.h"
 #include "standalone/cli/AdaptiveTuner.h"
+#include "standalone/cli/DeviceMask.h"
 #include "standalone/cli/FormerFile.h"
 #include "standalone/cli/Interrupt.h"
 #include "standalone/cli/OutputGuard.h"
@@ -126,11 +126,7 @@ std::string heapPathOf(const std::string& settingsPath) {
 std::vector<float> readCompensationMask(const std::string& path, zt::u32 width, zt::u32 height) {
     if (path.empty())
         return {};
-    const FramePtr mask = FrameFile::open(path)->readFrame(0);
-    if (mask->width() != width || mask->height() != height)
-        throw Error(path + ": the mask has " + std::to_string(mask->width()) + " x " +
-                    std::to_string(mask->height()) + " pixels, the flat fields have " +
-                    std::to_string(width) + " x " + std::to_string(height));
+    const FramePtr mask = readMaskFrame(path, width, height);
     mask->convertToType(zt::DT_FLOAT);
     const auto pixels = std::as_const(*mask).pixels<float>();
     return {pixels.begin(), pixels.end()};

@@ -1,21 +1,17 @@
 #include "standalone/cli/AdaptiveHeaps.h"
 
 #include "standalone/Error.h"
+#include "standalone/Mean.h"
 #include "standalone/cli/Interrupt.h"
 
 #include <algorithm>
 #include <limits>
-#include <numeric>
 
 namespace ombrel::cli {
 
 namespace {
 
 constexpr std::size_t mostTests = 27;
-
-double meanOf(std::span<const double> pixels) {
-    return std::reduce(pixels.begin(), pixels.end()) / static_cast<double>(pixels.size());
-}
 
 std::vector<float> imageOf(std::span<const double> pixels, bool normalise) {
     const double level = normalise ? meanOf(pixels) : 1;

@@ -1,11 +1,11 @@
 #include "standalone/cli/AdaptiveTable.h"
 
+#include "standalone/NotANumber.h"
 #include "standalone/cli/AdaptiveChoices.h"
 #include "standalone/cli/AdaptiveSettings.h"
 
 #include <cmath>
 #include <cstdio>
-#include <limits>
 
 namespace ombrel::cli {
 
@@ -13,8 +13,6 @@ namespace {
 
 // What all tables end in.
 constexpr const char* resultsHeader = "  right     margin%  residual   worst  mosaic  failed  ms/frame\n";
-
-constexpr double unknown = std::numeric_limits<double>::quiet_NaN();
 
 // In a column of that width; "-" for what is not known.
 std::string figure(int width, int decimals, double value) {
@@ -32,10 +30,10 @@ std::string resultText(const TrialResult& result) {
     const bool hasGood = result.failed < result.frames;
     char begin[32];
     std::snprintf(begin, sizeof begin, "  %-8.16s", right.c_str());
-    return begin + figure(7, 1, 100 * result.margin.value_or(unknown)) +
-           figure(8, 2, hasGood ? result.residual : unknown) +
-           figure(6, 2, hasGood ? result.worst : unknown) +
-           figure(6, 2, result.mosaicResidual.value_or(unknown)) +
+    return begin + figure(7, 1, 100 * result.margin.value_or(notANumber)) +
+           figure(8, 2, hasGood ? result.residual : notANumber) +
+           figure(6, 2, hasGood ? result.worst : notANumber) +
+           figure(6, 2, result.mosaicResidual.value_or(notANumber)) +
            figure(6, 0, static_cast<double>(result.failed)) +
            figure(8, 2, 1000 * result.seconds / static_cast<double>(result.frames));
 }

@@ -1,9 +1,9 @@
 #include "standalone/cli/AdaptiveTestFrame.h"
 
 #include "standalone/Error.h"
+#include "standalone/Mean.h"
 
 #include <cmath>
-#include <numeric>
 #include <utility>
 
 namespace ombrel::cli {
@@ -11,10 +11,6 @@ namespace ombrel::cli {
 namespace {
 
 constexpr double farFromMean = 3; // pixels beyond this factor are no good ones
-
-double meanOf(std::span<const double> values) {
-    return std::reduce(values.begin(), values.end()) / static_cast<double>(values.size());
-}
 
 // Of the quotient of a frame's count and its flat field's.
 double relativeVariance(double count, double flatMean, zt::u32 flatFrames, FlatOrigin origin) {

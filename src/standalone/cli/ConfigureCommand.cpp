@@ -3,6 +3,8 @@
 #include "standalone/cli/FrameSize.h"
 #include "standalone/cli/WorkbenchProgram.h"
 
+#include <CLI/CLI.hpp>
+
 #include <memory>
 
 namespace ombrel::cli {

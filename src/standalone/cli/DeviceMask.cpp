@@ -3,17 +3,22 @@
 #include "host/DataType.h"
 #include "standalone/Error.h"
 #include "standalone/FrameFile.h"
+#include "standalone/SizeText.h"
 
 #include <utility>
 
 namespace ombrel::cli {
 
-std::vector<zt::u8> readDeviceMask(const std::string& path, zt::u32 width, zt::u32 height) {
-    const FramePtr mask = FrameFile::open(path)->readFrame(0);
+FramePtr readMaskFrame(const std::string& path, zt::u32 width, zt::u32 height) {
+    FramePtr mask = FrameFile::open(path)->readFrame(0);
     if (mask->width() != width || mask->height() != height)
-        throw Error(path + ": the mask has " + std::to_string(mask->width()) + " x " +
-                    std::to_string(mask->height()) + " pixels, the frames have " + std::to_string(width) +
-                    " x " + std::to_string(height));
+        throw Error(path + ": the mask has " + sizeText(mask->width(), mask->height()) +
+                    " pixels, the frames have " + sizeText(width, height));
+    return mask;
+}
+
+std::vector<zt::u8> readDeviceMask(const std::string& path, zt::u32 width, zt::u32 height) {
+    const FramePtr mask = readMaskFrame(path, width, height);
     mask->convertToType(zt::DT_DOUBLE);
     std::vector<zt::u8> bytes;
     for (const double pixel : std::as_const(*mask).pixels<double>())

@@ -1,6 +1,7 @@
 #include "standalone/cli/DryRun.h"
 
 #include "standalone/Error.h"
+#include "standalone/SizeText.h"
 #include "standalone/cli/CommandLine.h"
 
 #include <filesystem>
@@ -42,10 +43,10 @@ int dryRun(FrameStack& stack, const FrameRange& range, WorkerChains& workers, co
     const zt::u64 bytes = range.count() * first->size() * pixelBytes;
     checkRoom(options.output, bytes);
     console.message("would correct " + std::to_string(range.count()) + " frames of " +
-                    std::to_string(stack.width()) + " x " + std::to_string(stack.height()) + " with " +
+                    sizeText(stack.width(), stack.height()) + " with " +
                     std::to_string(workers.chains.size()) + " at once, and write " +
-                    std::to_string(first->width()) + " x " + std::to_string(first->height()) + " " +
-                    options.outputType + ", " + std::to_string(bytes) + " bytes: " + options.output);
+                    sizeText(first->width(), first->height()) + " " + options.outputType + ", " +
+                    std::to_string(bytes) + " bytes: " + options.output);
     return EXIT_ALL_DONE;
 }
 

@@ -2,6 +2,8 @@
 #include "standalone/cli/GuiOptions.h"
 #include "standalone/cli/WorkbenchProgram.h"
 
+#include <CLI/CLI.hpp>
+
 #include <memory>
 
 namespace ombrel::cli {
