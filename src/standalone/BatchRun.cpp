@@ -92,10 +92,11 @@ private:
         if (!corrected)
             return fail(item, corrected.failure);
         item.frame = std::move(corrected.frame);
+        // All that is told of the frame is what stands in the file, so that its user can find it there.
+        item.frame->convertToType(plan.output.pixelType);
         if (listener.frameCorrected)
             item.corrected = doublesOf(*item.frame);
         item.row.output = figuresOf(*item.frame);
-        item.frame->convertToType(plan.output.pixelType);
         item.row.outputHash = pixelHash(std::as_const(*item.frame).bytes());
     }
 
@@ -124,30 +125,6 @@ private:
 
 BatchResult runBatch(const BatchPlan& plan, const BatchListener& listener) {
     return Batch(plan, listener).run();
-}
-
-void completeRows(OutputState& state, FrameStack& stack, zt::u64 begin) {
-    if (state.rows.size() == state.framesDone)
-        return;
-    const auto output = FrameFile::open(state.plan.path);
-    for (zt::u64 i = state.rows.size(); i < state.framesDone; ++i) {
-        FrameRow row;
-        try {
-            const FramePtr raw = stack.readFrame(begin + i);
-            row.inputHash = pixelHash(std::as_const(*raw).bytes());
-            row.input = figuresOf(*raw);
-        } catch (const Error& error) {
-            row.reason = error.what();
-        }
-        const FramePtr corrected = output->readFrame(static_cast<zt::u32>(i));
-        row.output = figuresOf(*corrected);
-        row.failed = row.output.notFinite == corrected->size();
-        if (!row.failed)
-            row.outputHash = pixelHash(std::as_const(*corrected).bytes());
-        else if (row.reason.empty())
-            row.reason = "the reason was lost when the run was cut off";
-        state.rows.push_back(row);
-    }
 }
 
 } // namespace ombrel

@@ -23,8 +23,8 @@ struct BatchPlan {
     std::optional<double> acqTime; // seconds, for every frame; else what the file tells
     ApplyMode mode = ApplyMode::Copy;
     OutputPlan output; // width, height and frames are found out
-    // An output that was cut off, to go on with behind its frames.
-    std::optional<OutputState> begun;
+    // An output that was cut off, to go on with behind its frames; null for a new one.
+    const OutputState* begun = nullptr;
     // The filters remember from frame to frame: all frames of the stack before those to store go through them
     // first, and there must be one worker.
     bool remembers = false;
@@ -55,9 +55,5 @@ struct BatchResult {
 // indexes keep. The output is made at the first good frame, when its size is known. Throws Error when the
 // output can't be written; what stands there then is whole up to that frame.
 BatchResult runBatch(const BatchPlan& plan, const BatchListener& listener);
-
-// Adds the rows that a killed run could not write any more: their hashes and figures are found out again from
-// input and output, why a frame failed is not. Throws Error.
-void completeRows(OutputState& state, FrameStack& stack, zt::u64 begin);
 
 } // namespace ombrel

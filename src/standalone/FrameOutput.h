@@ -25,10 +25,10 @@ struct OutputPlan {
 
 // An output as it stands on the disk.
 struct OutputState {
-    OutputPlan plan; // without the settings files
-    zt::u64 framesDone = 0;
+    OutputPlan plan;            // without the settings files
+    zt::u64 framesDone = 0;     // whose pixels and rows both stand there
     bool complete = false;      // the run came to its end
-    std::vector<FrameRow> rows; // of frames done; a TIFF file may lack those of the last ones
+    std::vector<FrameRow> rows; // of the frames done
 };
 
 // A stack of corrected frames being written, in order. Whatever ends the program, what stands on the disk

@@ -2,6 +2,7 @@
 
 #include "standalone/Error.h"
 #include "standalone/FailedFrame.h"
+#include "standalone/FrameFile.h"
 
 #include <stdexcept>
 
@@ -16,12 +17,13 @@ TiffOutput::TiffOutput(const OutputPlan& plan)
 
 TiffOutput::TiffOutput(const OutputState& state)
     : file{OutputFile::reopen(state.plan.path)}, failedFrame{failedFramePixels(state.plan)},
-      layout{state.plan}, record{state}, framesPlanned{state.plan.frames}, framesDone{state.framesDone} {
+      layout{state.plan}, record{state}, framesPlanned{state.plan.frames},
+      pagesDone{FrameFile::open(state.plan.path)->info().frames}, framesDone{state.framesDone} {
     file.reserveBehind(layout.pixelOffset(framesPlanned));
 }
 
 TiffOutput::~TiffOutput() {
-    if (framesDone == 0)
+    if (pagesDone == 0)
         return;
     try {
         record.write();
@@ -36,21 +38,27 @@ void TiffOutput::append(std::span<const std::byte> pixels, const FrameRow& row) 
         throw std::invalid_argument("a frame of another size than planned");
     if (framesDone >= framesPlanned)
         throw std::out_of_range("more frames than planned");
-    const FileDescriptor& descriptor = file.descriptor();
-    descriptor.writeAt(layout.pixelOffset(framesDone), frame);
-    descriptor.writeAt(layout.directoryOffset(framesDone), layout.directory(framesDone));
-    if (framesDone == 0)
-        record.write();
-    descriptor.writeAt(layout.linkOffset(framesDone), layout.linkTo(framesDone));
-    if (framesDone++ == 0) {
-        file.publish();
-        file.keep();
-    }
+    if (framesDone == pagesDone)
+        writePage(frame);
+    ++framesDone;
     record.add(row);
 }
 
+void TiffOutput::writePage(std::span<const std::byte> pixels) {
+    const FileDescriptor& descriptor = file.descriptor();
+    descriptor.writeAt(layout.pixelOffset(pagesDone), pixels);
+    descriptor.writeAt(layout.directoryOffset(pagesDone), layout.directory(pagesDone));
+    if (pagesDone == 0)
+        record.write();
+    descriptor.writeAt(layout.linkOffset(pagesDone), layout.linkTo(pagesDone));
+    if (pagesDone++ == 0) {
+        file.publish();
+        file.keep();
+    }
+}
+
 zt::u64 TiffOutput::size() const {
-    return layout.directoryOffset(framesDone - 1) + layout.directory(framesDone - 1).size();
+    return layout.directoryOffset(pagesDone - 1) + layout.directory(pagesDone - 1).size();
 }
 
 void TiffOutput::finish() {

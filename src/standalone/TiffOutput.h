@@ -13,7 +13,8 @@ namespace ombrel {
 class TiffOutput final : public FrameOutput {
 public:
     explicit TiffOutput(const OutputPlan& plan);
-    // Goes on with an output that stands on the disk.
+    // Goes on with an output that stands on the disk. Pages that have no row yet stay, and are not written
+    // again: the run gives them the same pixels once more, and their rows.
     explicit TiffOutput(const OutputState& state);
     ~TiffOutput() override;
 
@@ -21,7 +22,8 @@ public:
     void finish() override;
 
 private:
-    // The file's size with the pages that are done.
+    void writePage(std::span<const std::byte> pixels);
+    // The file's size with the pages that stand in it.
     zt::u64 size() const;
 
     OutputFile file;
@@ -29,7 +31,8 @@ private:
     TiffLayout layout;
     TiffRecord record;
     zt::u64 framesPlanned;
-    zt::u64 framesDone = 0;
+    zt::u64 pagesDone = 0;
+    zt::u64 framesDone = 0; // at most as many: their rows are noted, too
 };
 
 } // namespace ombrel

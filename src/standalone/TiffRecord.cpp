@@ -86,10 +86,10 @@ OutputState TiffRecord::read(const std::string& output) {
     if (pages.width != state.plan.width || pages.height != state.plan.height ||
         pages.pixelType != state.plan.pixelType || pages.frames > state.plan.frames)
         throw Error(output + ": is not the output that " + pathFor(output) + " tells of");
-    state.framesDone = pages.frames;
     for (const QJsonValue& row : json.value("frames").toArray())
-        if (state.rows.size() < state.framesDone)
+        if (state.rows.size() < pages.frames)
             state.rows.push_back(frameRowFromJson(row.toObject()));
+    state.framesDone = state.rows.size();
     return state;
 }
 

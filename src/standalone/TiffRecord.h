@@ -23,7 +23,8 @@ public:
 
     // Beside the output of that path.
     static std::string pathFor(const std::string& output);
-    // Throw Error. The rows may be fewer than the pages.
+    // Throw Error. A page counts as done when its row stands there, too; those of the last few of a killed
+    // run may be missing.
     static OutputState read(const std::string& output);
     static std::string settings(const std::string& output, std::size_t index);
 

@@ -5,6 +5,7 @@
 #include "fixtures/Program.h"
 #include "fixtures/TemporaryFolder.h"
 #include "standalone/FrameOutput.h"
+#include "standalone/FrameRowJson.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -22,12 +23,26 @@ namespace {
 
 namespace fs = std::filesystem;
 
-ImageStack<zt::u16> randomFrames(zt::u32 frames, zt::u32 side) {
+// Their sums in double are no floats, and the last frame has none that is finite.
+ImageStack<double> randomFrames(zt::u32 frames, zt::u32 side) {
     std::mt19937 random(3);
-    ImageStack<zt::u16> stack{side, side, std::vector<zt::u16>(frames * side * side)};
-    for (zt::u16& pixel : stack.pixels)
-        pixel = static_cast<zt::u16>(100 + random() % 1000);
+    ImageStack<double> stack{side, side, std::vector<double>(frames * side * side, INFINITY)};
+    for (double& pixel : std::span(stack.pixels).first((frames - 1) * side * side))
+        pixel = 100 + random() % 1000 / 7.0;
     return stack;
+}
+
+// But for the time that the frames took.
+void expectSameRows(const std::vector<ombrel::FrameRow>& rows, const std::vector<ombrel::FrameRow>& others,
+                    const std::string& when) {
+    const auto text = [](const ombrel::FrameRow& row) {
+        QJsonObject json = ombrel::toJson(row);
+        json.remove("seconds");
+        return QJsonDocument(json).toJson().toStdString();
+    };
+    ASSERT_EQ(rows.size(), others.size()) << when;
+    for (std::size_t i = 0; i < rows.size(); ++i)
+        ASSERT_EQ(text(rows[i]), text(others[i])) << when << ", frame " << i;
 }
 
 // Binning of a stack into an output of the format that the parameter ends in.
@@ -38,6 +53,7 @@ protected:
         const auto result = runOmbrel(commandTo(whole));
         ASSERT_EQ(result.exitCode, 0) << result.messages;
         expected = readAllFrames(whole);
+        expectedRows = ombrel::FrameOutput::stateOf(whole)->rows;
     }
 
     std::vector<std::string> commandTo(const std::string& path, std::vector<std::string> more = {}) const {
@@ -49,10 +65,10 @@ protected:
     void expectResumable(const std::string& when) const {
         if (fs::exists(output)) {
             const auto state = ombrel::FrameOutput::stateOf(output);
-            if (state->framesDone > 0) {
+            if (state->framesDone > 0 || output.ends_with(".tif")) {
                 const auto file = ombrel::FrameFile::open(output);
                 const std::vector<double> done = readAllFrames(output);
-                ASSERT_EQ(file->info().frames, state->framesDone) << when;
+                ASSERT_GE(file->info().frames, state->framesDone) << when;
                 ASSERT_TRUE(std::equal(done.begin(), done.end(), expected.begin())) << when;
             }
         }
@@ -61,7 +77,7 @@ protected:
         ASSERT_EQ(readAllFrames(output), expected) << when;
         const auto state = ombrel::FrameOutput::stateOf(output);
         ASSERT_TRUE(state->complete) << when;
-        ASSERT_EQ(state->rows.size(), state->framesDone) << when;
+        expectSameRows(state->rows, expectedRows, when);
     }
 
     const TemporaryFolder folder;
@@ -69,6 +85,7 @@ protected:
     const std::string whole = folder / (std::string("whole") + GetParam());
     const std::string output = folder / (std::string("out") + GetParam());
     std::vector<double> expected;
+    std::vector<ombrel::FrameRow> expectedRows;
 };
 
 INSTANTIATE_TEST_SUITE_P(Formats, BatchInto, ::testing::Values(".h5", ".tif"),
@@ -103,13 +120,7 @@ TEST_P(BatchInto, IsTheSameForAnyNumberOfJobs) {
         const auto result = runOmbrel(commandTo(output, {"--force", "--jobs", jobs}));
         ASSERT_EQ(result.exitCode, 0) << result.messages;
         EXPECT_EQ(readAllFrames(output), expected);
-        const auto rows = ombrel::FrameOutput::stateOf(output)->rows;
-        const auto single = ombrel::FrameOutput::stateOf(whole)->rows;
-        ASSERT_EQ(rows.size(), 60U);
-        for (std::size_t i = 0; i < rows.size(); ++i) {
-            EXPECT_EQ(rows[i].inputHash, single[i].inputHash);
-            EXPECT_EQ(rows[i].outputHash, single[i].outputHash);
-        }
+        expectSameRows(ombrel::FrameOutput::stateOf(output)->rows, expectedRows, jobs);
     }
 }
 

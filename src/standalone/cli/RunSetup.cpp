@@ -45,8 +45,6 @@ RunSetup::RunSetup(const RunOptions& runOptions, Console& console)
       record(makeRecord(options, range, session.pluginPath(), workers.chains[0])) {
     if (options.resume)
         begun = outputToResume(options.output, record);
-    if (begun)
-        completeRows(*begun, stack, range.begin);
 }
 
 BatchResult RunSetup::run(const BatchListener& listener) {
@@ -57,7 +55,7 @@ BatchResult RunSetup::run(const BatchListener& listener) {
                    .acqTime = options.acqTime,
                    .mode = options.replace ? ApplyMode::Replace : ApplyMode::Copy,
                    .output = outputPlan(*this),
-                   .begun = begun,
+                   .begun = begun ? &*begun : nullptr,
                    .remembers = workers.remember,
                    .choice = {}};
     ChoiceLogs* const choices = workers.choices.get();

@@ -27,7 +27,7 @@ struct RunSetup {
     Session session;
     WorkerChains workers;
     RunRecord record;
-    std::optional<OutputState> begun; // the output to go on with, its rows completed
+    std::optional<OutputState> begun; // the output to go on with
 };
 
 } // namespace ombrel::cli
