@@ -98,6 +98,15 @@ TEST_F(BadInput, WrongCommandLines) {
          {std::pair("--acq-time", "nan"), {"--acq-time", "0"}, {"--jobs", "1025"}, {"--device-type", ""}})
         expectRefusal(runOn({"-f", "Binning 2x2", good, "-o", output, option, number}), 2,
                       {std::string(option) + ": \"" + number + "\" is not a"});
+    for (const char* option : {"--report", "--preview", "--device-mask", "--log", "--frames"})
+        expectRefusal(runOn({"-f", "Binning 2x2", good, "-o", output, option, ""}), 2,
+                      {std::string(option) + ": its value is empty"});
+    for (const char* size : {"", "6", "0x4", "6x70000"}) {
+        expectRefusal(runOmbrel({"configure", "Flat-Field", "--settings", output, "--size", size}), 2,
+                      {"--size"});
+        expectRefusal(runOmbrel({"calibrate", "flat-field", good, "-o", output, "--size", size}), 2,
+                      {"--size"});
+    }
     EXPECT_EQ(runOmbrel({"sharpen"}).exitCode, 2);
     EXPECT_EQ(runOmbrel({}).exitCode, 2);
     EXPECT_EQ(runOmbrel({"--help"}).exitCode, 0);

@@ -23,6 +23,17 @@ std::string usageText(const CLI::App& program, const std::string& problem) {
     return problem.substr(0, problem.find('\n')) + " (see " + command + " --help)";
 }
 
+// The value of an option that was not given is an empty text, so that none may be given.
+void refuseEmptyValues(CLI::App& program) {
+    const CLI::Validator isGiven(
+        [](const std::string& text) { return std::string(text.empty() ? "its value is empty" : ""); }, "");
+    for (CLI::Option* option : program.get_options())
+        if (option->get_items_expected_max() > 0)
+            option->check(isGiven);
+    for (CLI::App* command : program.get_subcommands([](CLI::App*) { return true; }))
+        refuseEmptyValues(*command);
+}
+
 // The parser itself names neither a command that it does not know nor those that it does.
 void checkCommand(const CLI::App& program, int argc, char** argv) {
     const std::string word = argc > 1 ? argv[1] : "";
@@ -69,6 +80,7 @@ int runProgram(CLI::App& program, int argc, char** argv, Console& console, const
 
     try {
         checkCommand(program, argc, argv);
+        refuseEmptyValues(program);
         const int parsed = parse(program, argc, argv, console);
         return parsed != EXIT_ALL_DONE ? parsed : exitCode;
     } catch (const UsageError& error) {
