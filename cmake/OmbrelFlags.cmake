@@ -23,7 +23,9 @@ target_compile_options(ombrel_flags INTERFACE
     # A fused multiply-add rounds once where two operations round twice: results would hang on the processor.
     -ffp-contract=off
     # g++ 12 sees overlaps in joined std::strings that are not there.
-    $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
+    $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>
+    # It takes a class without a name outside its file, compiled together with others, for a mistake.
+    $<$<AND:$<CXX_COMPILER_ID:GNU>,$<BOOL:${CMAKE_UNITY_BUILD}>>:-Wno-subobject-linkage>)
 
 if(OMBREL_SANITIZE)
     # Not "vptr": it compares type names by address, and a plug-in that hides its symbols has copies of its own.
