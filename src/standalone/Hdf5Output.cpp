@@ -41,11 +41,11 @@ void Hdf5Output::append(std::span<const std::byte> pixels, const FrameRow& row) 
     const std::span<const std::byte> frame = row.failed ? failedFrame : pixels;
     if (frame.size() != failedFrame.size())
         throw std::invalid_argument("a frame of another size than planned");
-    if (framesDone >= addresses.frames.size())
+    if (framesDone >= addresses.frames.count)
         throw std::out_of_range("more frames than planned");
     const FileDescriptor& descriptor = file.descriptor();
     const StoredFrameRow stored = storedRow(row);
-    descriptor.writeAt(addresses.frames[framesDone], frame);
+    descriptor.writeAt(addresses.frames.of(framesDone), frame);
     descriptor.writeAt(addresses.rows + framesDone * sizeof stored, std::as_bytes(std::span(&stored, 1)));
     const zt::u64 count = framesDone + 1;
     descriptor.writeAt(addresses.framesDone, std::as_bytes(std::span(&count, 1)));

@@ -18,20 +18,19 @@ namespace {
 // The library walks through all chunks to find the address of one, so that asking for each would take hours
 // for a million frames. It gives them their places in order, at equal distances: some are compared, and only
 // if one differs all are asked for.
-std::vector<zt::u64> frameAddresses(hid_t data, zt::u64 frames) {
+Hdf5FrameAddresses frameAddresses(hid_t data, zt::u64 frames) {
     constexpr zt::u64 samples = 16;
     const auto asked = [&](zt::u64 frame) { return chunkAddress(data, frame); };
-    const zt::u64 first = asked(0);
-    const zt::u64 distance = frames > 1 ? asked(1) - first : 0;
-    const auto expected = [&](zt::u64 frame) { return first + frame * distance; };
+    Hdf5FrameAddresses addresses{.first = asked(0), .count = frames, .listed = {}};
+    addresses.distance = frames > 1 ? asked(1) - addresses.first : 0;
     bool inOrder = true;
     for (zt::u64 sample = 1; sample <= samples && inOrder; ++sample) {
         const zt::u64 frame = (frames - 1) * sample / samples;
-        inOrder = asked(frame) == expected(frame);
+        inOrder = asked(frame) == addresses.of(frame);
     }
-    std::vector<zt::u64> addresses(frames);
-    for (zt::u64 frame = 0; frame < frames; ++frame)
-        addresses[frame] = inOrder ? expected(frame) : asked(frame);
+    if (!inOrder)
+        for (zt::u64 frame = 0; frame < frames; ++frame)
+            addresses.listed.push_back(asked(frame));
     return addresses;
 }
 

@@ -19,9 +19,20 @@ inline constexpr char record[] = "/process/ombrel/record";          // text: the
 inline constexpr char settings[] = "/process/ombrel/settings/";     // and a number: bytes of a file
 } // namespace outputlayout
 
+// Where the pixels of each frame stand: at equal distances, or, when the library took other places, as
+// listed.
+struct Hdf5FrameAddresses {
+    zt::u64 first = 0;
+    zt::u64 distance = 0;
+    zt::u64 count = 0;
+    std::vector<zt::u64> listed; // empty where the distances are equal
+
+    zt::u64 of(zt::u64 frame) const { return listed.empty() ? first + frame * distance : listed[frame]; }
+};
+
 // The same as addresses in the file, by which it is filled without the library.
 struct Hdf5OutputAddresses {
-    std::vector<zt::u64> frames;
+    Hdf5FrameAddresses frames;
     std::vector<zt::u64> settings;
     zt::u64 framesDone = 0;
     zt::u64 complete = 0;
