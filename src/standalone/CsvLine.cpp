@@ -1,5 +1,7 @@
 #include "standalone/CsvLine.h"
 
+#include <algorithm>
+
 namespace ombrel {
 
 namespace {

@@ -16,12 +16,6 @@ namespace ombrel {
 
 namespace {
 
-std::string nameOf(const zt::IDataFilter& filter) {
-    zt::String name;
-    filter.filterNameStr(&name);
-    return name.get();
-}
-
 // What came of a call into a filter, with the lines that it logged kept from the host's log.
 struct Outcome {
     std::optional<std::string> exception; // its text, when one came out
@@ -74,7 +68,7 @@ void passOn(Host& host, const Outcome& outcome) {
 zt::IDataFilter& registeredFilter(Host& host, const zt::IDev& device, const std::string& name) {
     std::string known;
     for (zt::IDataFilter* const filter : host.filters().filtersOf(device)) {
-        const std::string each = nameOf(*filter);
+        const std::string each = filterName(*filter);
         if (each == name)
             return *filter;
         known += (known.empty() ? "\"" : ", \"") + each + "\"";
@@ -131,9 +125,15 @@ FrameResult correctInPlace(Host& host, zt::IDataFilter& filter, FramePtr frame) 
 
 } // namespace
 
-FilterLink::FilterLink(Host& zenteo, const zt::IDev& device, const std::string& filterName)
-    : host(&zenteo), ownName(filterName) {
-    const zt::IDataFilter& registered = registeredFilter(zenteo, device, filterName);
+std::string filterName(const zt::IDataFilter& filter) {
+    zt::String name;
+    filter.filterNameStr(&name);
+    return name.get();
+}
+
+FilterLink::FilterLink(Host& zenteo, const zt::IDev& device, const std::string& wantedName)
+    : host(&zenteo), ownName(wantedName) {
+    const zt::IDataFilter& registered = registeredFilter(zenteo, device, wantedName);
     const Outcome outcome = callGuarded(zenteo, [&] { instance.reset(registered.createNewInstance()); });
     if (!instance)
         throw Error(ownName + ": no instance could be made: " + outcome.reason("the filter gave none"));

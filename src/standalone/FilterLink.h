@@ -17,6 +17,9 @@ class UnknownFilter : public Error {
     using Error::Error;
 };
 
+// The short name of a filter, by which users call it.
+std::string filterName(const zt::IDataFilter& filter);
+
 // How a filter is asked: for a corrected copy, or to correct in place.
 enum class ApplyMode { Copy, Replace };
 
@@ -43,7 +46,7 @@ class FilterLink {
 public:
     // A new instance of the filter of that name that is registered for the device. Throws UnknownFilter when
     // there is none, and Error when it could not be made.
-    FilterLink(Host& zenteo, const zt::IDev& device, const std::string& filterName);
+    FilterLink(Host& zenteo, const zt::IDev& device, const std::string& wantedName);
 
     const std::string& name() const { return ownName; }
     zt::IDataFilter& filter() const { return *instance; }

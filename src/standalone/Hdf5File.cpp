@@ -1,6 +1,7 @@
 #include "standalone/Hdf5File.h"
 
 #include "standalone/Error.h"
+#include "standalone/Hdf5Open.h"
 #include "standalone/Hdf5OutputLayout.h"
 #include "standalone/Hdf5RunState.h"
 #include "standalone/Hdf5Select.h"
@@ -16,16 +17,6 @@ namespace {
 
 // The values that an image_key has.
 enum ImageKey { SAMPLE_KEY = 0, FLAT_KEY = 1, DARK_KEY = 2 };
-
-Hdf5FileHandle openFile(const std::string& path) {
-    const Hdf5Properties access{H5Pcreate(H5P_FILE_ACCESS)};
-    // A lock would refuse files on disks that know none, and our own outputs while they grow.
-    H5Pset_file_locking(access, false, true);
-    Hdf5FileHandle file{H5Fopen(path.c_str(), H5F_ACC_RDONLY, access)};
-    if (!file.isOpen())
-        throw Error(path + ": this HDF5 file is cut off or damaged" + Hdf5Session::reason());
-    return file;
-}
 
 // The first dataset of that name with so many numbers, beside the frames or another link to them.
 std::optional<Hdf5Numbers> numbersBeside(hid_t file, const std::vector<std::string>& groups,
@@ -61,7 +52,7 @@ std::optional<FrameKinds> exchangeKinds(hid_t file) {
 Hdf5File::Hdf5File(const std::string& path, FrameRole role) {
     const Hdf5Session session;
     const DatasetPath place = splitDatasetPath(path);
-    file = openFile(place.file);
+    file = openHdf5(place.file, "this HDF5 file is cut off or damaged");
     const Hdf5Selection selection = selectDataset(file, place, role);
     images.emplace(file, selection.dataset, place.file);
     fillInfo(path, selection.dataset);

@@ -4,6 +4,7 @@
 #include "standalone/FileDescriptor.h"
 #include "standalone/Hdf5FrameTable.h"
 #include "standalone/Hdf5Maker.h"
+#include "standalone/Hdf5Open.h"
 #include "standalone/Hdf5RunState.h"
 #include "standalone/Hdf5Shape.h"
 #include "standalone/OutputFile.h"
@@ -63,11 +64,7 @@ std::string textAt(hid_t file, const std::string& name) {
 template <typename Read>
 auto readOutput(const std::string& path, Read read) {
     const Hdf5Session session;
-    const Hdf5Properties access{H5Pcreate(H5P_FILE_ACCESS)};
-    H5Pset_file_locking(access, false, true);
-    const Hdf5FileHandle file{H5Fopen(path.c_str(), H5F_ACC_RDONLY, access)};
-    if (!file.isOpen())
-        throw Error(path + ": cannot be opened" + Hdf5Session::reason());
+    const Hdf5FileHandle file = openHdf5(path, "cannot be opened");
     try {
         return read(file);
     } catch (const Error& error) {

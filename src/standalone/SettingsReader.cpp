@@ -8,6 +8,7 @@
 
 #include <QXmlStreamReader>
 
+#include <algorithm>
 #include <initializer_list>
 #include <optional>
 #include <string_view>

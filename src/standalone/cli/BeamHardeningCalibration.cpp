@@ -15,8 +15,6 @@ namespace ombrel::cli {
 
 namespace {
 
-constexpr zt::u32 beamHardeningObject = 1442418600;
-
 std::vector<std::string> filesOf(const std::vector<ThicknessMask>& masks) {
     std::vector<std::string> files;
     for (const ThicknessMask& mask : masks)

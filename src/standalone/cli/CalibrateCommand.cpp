@@ -1,5 +1,7 @@
 #include "standalone/cli/CalibrateCommand.h"
 
+#include "standalone/cli/CommonOptions.h"
+
 #include <CLI/CLI.hpp>
 
 namespace ombrel::cli {
@@ -9,11 +11,8 @@ void addCalibrateOptions(CLI::App& command, CalibrateOptions& options) {
         ->required()
         ->type_name("FILE.xml");
     command.add_flag("--force", options.force, "Replace files that exist");
-    command.add_option("--log", options.log, "Append messages to a file, and what filters print")
-        ->type_name("FILE");
-    command
-        .add_option("--plugin", options.plugin, "The plug-in's library, where it is not the installed one")
-        ->type_name("FILE");
+    addLogOption(command, options.log);
+    addPluginOption(command, options.plugin);
 }
 
 void addCalibrateCommand(const CommandContext& context) {

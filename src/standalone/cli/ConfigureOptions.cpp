@@ -1,5 +1,7 @@
 #include "standalone/cli/ConfigureOptions.h"
 
+#include "standalone/cli/CommonOptions.h"
+
 #include <CLI/CLI.hpp>
 
 namespace ombrel::cli {
@@ -17,9 +19,7 @@ CLI::App& addConfigureCommand(CLI::App& program, ConfigureOptions& options) {
                                               "Frames that the device is to have measured last, of its size");
     frames->type_name("FILE");
     command->add_option("--size", options.size, "Size of the device")->type_name("WxH")->excludes(frames);
-    command
-        ->add_option("--plugin", options.plugin, "The plug-in's library, where it is not the installed one")
-        ->type_name("FILE");
+    addPluginOption(*command, options.plugin);
     command->footer("Example:\n"
                     "  ombrel configure Flat-Field --settings ff.xml --frames flats.tif");
     return *command;

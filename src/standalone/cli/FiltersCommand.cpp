@@ -1,6 +1,7 @@
 #include "host/DataType.h"
 #include "host/String.h"
 #include "standalone/cli/Commands.h"
+#include "standalone/cli/CommonOptions.h"
 #include "standalone/cli/Session.h"
 
 #include <CLI/CLI.hpp>
@@ -101,9 +102,7 @@ void addFiltersCommand(const CommandContext& context) {
     CLI::App* command =
         context.program.add_subcommand("filters", "Show the plug-in, its filters and their parameters");
     command->add_flag("--json", options->json, "As JSON");
-    command
-        ->add_option("--plugin", options->plugin, "The plug-in's library, where it is not the installed one")
-        ->type_name("FILE");
+    addPluginOption(*command, options->plugin);
     command->callback([=, &console = context.console] {
         Session session(console, options->plugin, {});
         console.result(options->json ? sessionJson(session) : sessionText(session));

@@ -18,8 +18,6 @@ namespace ombrel::cli {
 
 namespace {
 
-constexpr zt::u32 flatFieldObject = 1442418610;
-
 bool isPrepared(const std::string& path) {
     return path.ends_with("ffc");
 }

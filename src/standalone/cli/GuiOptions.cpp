@@ -1,5 +1,7 @@
 #include "standalone/cli/GuiOptions.h"
 
+#include "standalone/cli/CommonOptions.h"
+
 #include <CLI/CLI.hpp>
 
 namespace ombrel::cli {
@@ -11,9 +13,7 @@ CLI::App& addGuiCommand(CLI::App& program, GuiOptions& options) {
         ->add_option("INPUT", options.inputs,
                      "Frame files; of an HDF5 file one dataset by FILE::/path/of/dataset")
         ->type_name("FILE");
-    command
-        ->add_option("--plugin", options.plugin, "The plug-in's library, where it is not the installed one")
-        ->type_name("FILE");
+    addPluginOption(*command, options.plugin);
     command->footer("Examples:\n"
                     "  ombrel gui\n"
                     "  ombrel gui frames.h5");

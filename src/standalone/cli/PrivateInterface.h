@@ -6,6 +6,10 @@
 
 namespace ombrel::cli {
 
+// By which the filters' own interfaces are known.
+inline constexpr zt::u32 flatFieldObject = 1442418610;
+inline constexpr zt::u32 beamHardeningObject = 1442418600;
+
 // A filter's interface of its own, which must be the one of that identity. Throws Error when it is not: the
 // plug-in is another one than this program knows.
 template <typename Interface>

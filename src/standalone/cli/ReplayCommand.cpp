@@ -1,4 +1,5 @@
 #include "standalone/cli/Commands.h"
+#include "standalone/cli/CommonOptions.h"
 #include "standalone/cli/NumberCheck.h"
 #include "standalone/cli/Replay.h"
 
@@ -18,16 +19,10 @@ void addReplayCommand(const CommandContext& context) {
     command->add_option("-o,--output", options->output, "The new output: .h5, .hdf5, .nxs, .tif or .tiff")
         ->required()
         ->type_name("FILE");
-    command->add_option("-j,--jobs", options->jobs, "Correct so many frames at once")
-        ->check(wholeNumber(1, 1024))
-        ->type_name("N")
-        ->capture_default_str();
+    addJobsOption(*command, options->jobs);
     command->add_flag("--force", options->force, "Replace an output that exists");
-    command->add_option("--log", options->log, "Append messages to a file, and what filters print")
-        ->type_name("FILE");
-    command
-        ->add_option("--plugin", options->plugin, "The plug-in's library, where it is not the installed one")
-        ->type_name("FILE");
+    addLogOption(*command, options->log);
+    addPluginOption(*command, options->plugin);
     command->add_flag("-q,--quiet", options->quiet, "No progress and no summary");
     command->footer("Example:\n"
                     "  ombrel replay corrected.h5 -o again.h5");

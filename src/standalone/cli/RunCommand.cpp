@@ -1,4 +1,5 @@
 #include "standalone/cli/Commands.h"
+#include "standalone/cli/CommonOptions.h"
 #include "standalone/cli/NumberCheck.h"
 #include "standalone/cli/RunFrames.h"
 
@@ -10,7 +11,8 @@ namespace ombrel::cli {
 
 namespace {
 
-void addOptions(CLI::App& command, RunOptions& options) {
+// What is corrected, and how.
+void addCorrectionOptions(CLI::App& command, RunOptions& options) {
     command
         .add_option("INPUT", options.inputs,
                     "Frame files; of an HDF5 file one dataset by FILE::/path/of/dataset")
@@ -37,15 +39,14 @@ void addOptions(CLI::App& command, RunOptions& options) {
         ->check(numberAboveZero())
         ->type_name("SECONDS");
     command.add_flag("--replace", options.replace, "Correct in place instead of asking for a copy");
+}
+
+// How the run goes, and what it tells.
+void addRunOptions(CLI::App& command, RunOptions& options) {
     CLI::Option* force = command.add_flag("--force", options.force, "Replace an output that exists");
     command.add_flag("--resume", options.resume, "Go on with an output that was cut off")->excludes(force);
     command.add_flag("--dry-run", options.dryRun, "Check everything, and change nothing");
-    command
-        .add_option("-j,--jobs", options.jobs,
-                    "Correct so many frames at once; the output is the same for every number")
-        ->check(wholeNumber(1, 1024))
-        ->type_name("N")
-        ->capture_default_str();
+    addJobsOption(command, options.jobs, "; the output is the same for every number");
     command.add_option("--device-type", options.deviceType, "Type of the device behind the chain")
         ->check(wholeNumber<int>())
         ->type_name("N")
@@ -57,11 +58,8 @@ void addOptions(CLI::App& command, RunOptions& options) {
     command.add_option("--report", options.report, "Figures of each frame, as JSON")->type_name("FILE.json");
     command.add_option("--preview", options.preview, "A picture of each frame, raw beside corrected")
         ->type_name("DIR");
-    command.add_option("--log", options.log, "Append messages to a file, and what filters print")
-        ->type_name("FILE");
-    command
-        .add_option("--plugin", options.plugin, "The plug-in's library, where it is not the installed one")
-        ->type_name("FILE");
+    addLogOption(command, options.log);
+    addPluginOption(command, options.plugin);
     command.add_flag("-q,--quiet", options.quiet, "No progress and no summary");
 }
 
@@ -70,7 +68,8 @@ void addOptions(CLI::App& command, RunOptions& options) {
 void addRunCommand(const CommandContext& context) {
     auto options = std::make_shared<RunOptions>();
     CLI::App* command = context.program.add_subcommand("run", "Pass frames through a chain of filters");
-    addOptions(*command, *options);
+    addCorrectionOptions(*command, *options);
+    addRunOptions(*command, *options);
     command->footer(
         "Examples:\n"
         "  ombrel run -f \"Binning 2x2\" frames.h5 -o binned.h5\n"

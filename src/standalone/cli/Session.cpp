@@ -1,7 +1,5 @@
 #include "standalone/cli/Session.h"
 
-#include "host/String.h"
-
 namespace ombrel::cli {
 
 Session::Session(Console& console, const std::string& pluginPath, const DevicePlan& plan)
@@ -9,12 +7,6 @@ Session::Session(Console& console, const std::string& pluginPath, const DevicePl
       detector(zenteo.addDevice(plan.type, plan.width, plan.height)),
       library(PluginLibrary::find(pluginPath)) {
     library.start(zenteo);
-}
-
-std::string filterName(const zt::IDataFilter& filter) {
-    zt::String name;
-    filter.filterNameStr(&name);
-    return name.get();
 }
 
 } // namespace ombrel::cli

@@ -39,7 +39,6 @@ private:
     PluginLibrary library;
 };
 
-// The short name of a filter.
-std::string filterName(const zt::IDataFilter& filter);
+using ombrel::filterName;
 
 } // namespace ombrel::cli

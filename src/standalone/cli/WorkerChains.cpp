@@ -12,8 +12,6 @@ namespace ombrel::cli {
 
 namespace {
 
-constexpr zt::u32 beamHardeningId = 1442418600;
-
 constexpr std::string_view choiceParam = "AdaptiveFF:LogQualityValuesFile=";
 
 bool choosesGridPoints(const std::string& filter) {
@@ -45,7 +43,7 @@ Chain makeChain(Session& session, const RunOptions& options, ChoiceLogs* choices
 bool remembers(FilterLink& link) {
     if (link.name() != "Beam-hardening")
         return false;
-    auto& filter = privateInterface<IBHFilter>(link.filter(), beamHardeningId);
+    auto& filter = privateInterface<IBHFilter>(link.filter(), beamHardeningObject);
     return filter.isUseZeroPixelsAsBadEnabled() && filter.isInterpolateBadPixelsEnabled();
 }
 
