@@ -131,6 +131,17 @@ bool BatchPane::askForExisting(cli::RunOptions& options) {
     return options.resume || options.force;
 }
 
+bool BatchPane::mayClose() {
+    if (!isRunning())
+        return true;
+    const auto answer = QMessageBox::question(
+        this, "Batch run",
+        "Frames are still being corrected. Cancel the run and close?\nThe output keeps the frames that are "
+        "done, and can be gone on with.",
+        QMessageBox::Yes | QMessageBox::No, QMessageBox::No);
+    return answer == QMessageBox::Yes;
+}
+
 void BatchPane::start(cli::RunOptions options) {
     options.output = output().toStdString();
     if (!FrameOutput::isOutputPath(options.output)) {

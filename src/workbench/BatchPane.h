@@ -25,6 +25,8 @@ public:
     // With the output, jobs and so on of the pane.
     void start(cli::RunOptions options);
     bool isRunning() const { return job.isRunning(); }
+    // A run that takes hours is not ended by a slip of the hand: the user is asked.
+    bool mayClose();
 
 signals:
     void startWanted();

@@ -100,6 +100,10 @@ QWidget* ChainPane::makeButtons() {
     return bar;
 }
 
+void ChainPane::popUpAddMenu() {
+    menu->popup(mapToGlobal(QPoint(8, height() / 2)));
+}
+
 void ChainPane::fillMenu() {
     menu->clear();
     for (const std::string& filter : workspace.facts().filters)

@@ -22,7 +22,8 @@ public:
     explicit ChainPane(Workspace& model, QWidget* parent = nullptr);
 
     void report(const LinkReport& report);
-    QMenu& addMenu() { return *menu; }
+    // Of the filters that can be added.
+    void popUpAddMenu();
 
 signals:
     void configureWanted(int link);

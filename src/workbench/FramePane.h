@@ -1,6 +1,7 @@
 #pragma once
 
 #include "workbench/FrameView.h"
+#include "workbench/PaneTool.h"
 
 #include <QLineF>
 #include <QRect>
@@ -20,9 +21,6 @@ class QLabel;
 class QMouseEvent;
 
 namespace ombrel::workbench {
-
-// What dragging the mouse over a pane does.
-enum class PaneTool { Move, Region, Line };
 
 // One frame as a picture in colours, with the scale beside it. The wheel zooms.
 class FramePane final : public QWidget {

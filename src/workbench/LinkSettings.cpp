@@ -46,6 +46,7 @@ std::shared_ptr<FilterLink> loadedLink(PluginHost& host, const LinkState& state,
 LinkSettings::LinkSettings(Workspace& model, FrameWorker& frameWorker, QWidget& parentOfDialogs)
     : workspace(model), worker(frameWorker), dialogParent(parentOfDialogs) {
     connect(&workspace, &Workspace::chainChanged, this, &LinkSettings::dropStale);
+    connect(&workspace, &Workspace::inputsChanged, this, [this] { setHost(nullptr); });
 }
 
 void LinkSettings::setHost(const PluginHostPtr& pluginHost) {

@@ -19,7 +19,8 @@ class LinkSettings final : public QObject {
 public:
     LinkSettings(Workspace& model, FrameWorker& frameWorker, QWidget& parentOfDialogs);
 
-    // Of the stack that is open now. Windows of filters of another one are closed.
+    // Of the stack that is open now; null: of none, as it is when other files are to be opened. Windows of
+    // filters of another one are closed.
     void setHost(const PluginHostPtr& pluginHost);
     // Opens the filter's own window; a link without a settings file gets one of the workbench's own.
     void configure(int id);

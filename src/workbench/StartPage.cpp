@@ -120,8 +120,7 @@ void StartPage::setProgress(int done, int of) {
     progress->setRange(0, of);
     progress->setValue(done);
     progress->setFormat("Simulating a detector: %p %");
-    if (demoButton)
-        demoButton->setEnabled(of == 0);
+    demoButton->setEnabled(of == 0);
 }
 
 void StartPage::setProblem(const QString& problem) {
