@@ -1,10 +1,8 @@
 #include "workbench/FramePane.h"
 
-#include "workbench/DimText.h"
 #include "workbench/NewChild.h"
 #include "workbench/PlotLook.h"
 
-#include <QHBoxLayout>
 #include <QLabel>
 #include <QVBoxLayout>
 #include <qcustomplot.h>
@@ -17,31 +15,27 @@ namespace {
 
 constexpr double zoomStep = 0.8;
 
-// White within a dark halo is seen on all colours.
-const std::array<QPen, 2> drawnPens{QPen(QColor(0, 0, 0, 150), 3), QPen(Qt::white, 1)};
-
-QLabel* titleLabel(const QString& title) {
-    auto* const label = newChild<QLabel>(title);
-    QFont font = label->font();
-    font.setBold(true);
-    label->setFont(font);
-    return label;
-}
-
 } // namespace
 
 FramePane::FramePane(const QString& title, QWidget* parent)
-    : QWidget(parent), plot(newChild<QCustomPlot>(this)), noteLabel(newChild<QLabel>()),
-      hintLabel(newChild<QLabel>(plot)) {
-    auto* const head = newChild<QHBoxLayout>();
-    head->addWidget(titleLabel(title));
-    head->addWidget(noteLabel, 1, Qt::AlignRight);
-    noteLabel->setTextFormat(Qt::PlainText);
-    dimText(*noteLabel);
+    : QWidget(parent), plot(newChild<QCustomPlot>(this)), hintLabel(newChild<QLabel>(plot)),
+      colours(newChild<QCPColorMap>(plot->xAxis, plot->yAxis)), scale(newChild<QCPColorScale>(plot)),
+      overlay(std::make_unique<PaneOverlay>(*plot)), mouse(newChild<PaneMouse>(*plot, this)) {
+    layOut(title);
+    makePicture();
+    makeScale();
+    connectPlot();
+}
+
+void FramePane::layOut(const QString& title) {
+    auto* const titleLabel = newChild<QLabel>(title);
+    QFont font = titleLabel->font();
+    font.setBold(true);
+    titleLabel->setFont(font);
     auto* const layout = newChild<QVBoxLayout>(this);
     layout->setContentsMargins(4, 2, 4, 2);
     layout->setSpacing(2);
-    layout->addLayout(head);
+    layout->addWidget(titleLabel);
     layout->addWidget(plot, 1);
 
     hintLabel->setObjectName("lbHint");
@@ -49,12 +43,9 @@ FramePane::FramePane(const QString& title, QWidget* parent)
     hintLabel->setWordWrap(true);
     hintLabel->setTextFormat(Qt::PlainText);
     hintLabel->setAttribute(Qt::WA_TransparentForMouseEvents);
-    makePlot();
-    makeItems();
-    connectPlot();
 }
 
-void FramePane::makePlot() {
+void FramePane::makePicture() {
     fitToPalette(*plot);
     plot->setMinimumSize(160, 140);
     plot->setInteractions(QCP::iRangeZoom);
@@ -66,11 +57,11 @@ void FramePane::makePlot() {
     }
     plot->yAxis->setRangeReversed(true); // row 0 is at the top
     plot->axisRect()->setRangeZoomFactor(zoomStep);
-
-    colours = newChild<QCPColorMap>(plot->xAxis, plot->yAxis);
     colours->setInterpolate(false);
     colours->setTightBoundary(false);
-    scale = newChild<QCPColorScale>(plot);
+}
+
+void FramePane::makeScale() {
     scale->setType(QCPAxis::atBottom); // pictures are limited by their width
     plot->plotLayout()->addElement(1, 0, scale);
     plot->plotLayout()->setRowSpacing(0);
@@ -91,25 +82,11 @@ void FramePane::makePlot() {
     plot->axisRect()->setMinimumMargins({2, 2, 2, 2});
 }
 
-void FramePane::makeItems() {
-    marks = newChild<QCPItemPixmap>(plot);
-    marks->setScaled(true, Qt::IgnoreAspectRatio, Qt::FastTransformation);
-    marks->setVisible(false);
-    for (std::size_t i = 0; i < drawnPens.size(); ++i) {
-        regionItems[i] = newChild<QCPItemRect>(plot);
-        regionItems[i]->setPen(drawnPens[i]);
-        lineItems[i] = newChild<QCPItemLine>(plot);
-        lineItems[i]->setPen(drawnPens[i]);
-    }
-    for (QCPAbstractItem* const item : plot->findChildren<QCPAbstractItem*>())
-        item->setSelectable(false);
-    drawItems();
-}
-
 void FramePane::connectPlot() {
-    connect(plot, &QCustomPlot::mousePress, this, &FramePane::pressed);
-    connect(plot, &QCustomPlot::mouseMove, this, &FramePane::moved);
-    connect(plot, &QCustomPlot::mouseRelease, this, &FramePane::released);
+    connect(mouse, &PaneMouse::regionDrawn, this, &FramePane::regionDrawn);
+    connect(mouse, &PaneMouse::lineDrawn, this, &FramePane::lineDrawn);
+    connect(mouse, &PaneMouse::pointed, this, &FramePane::pointed);
+    connect(mouse, &PaneMouse::pointedAway, this, &FramePane::pointedAway);
     const auto ranged = QOverload<const QCPRange&>::of(&QCPAxis::rangeChanged);
     connect(plot->xAxis, ranged, this, &FramePane::rangeEdited);
     connect(plot->yAxis, ranged, this, &FramePane::rangeEdited);
@@ -122,19 +99,16 @@ void FramePane::connectPlot() {
 
 void FramePane::setPicture(const PaneView& picture, PaneMap& map, const QString& hint) {
     shownImage = picture.image;
-    hintLabel->setText(shownImage ? QString() : hint);
-    hintLabel->setVisible(!shownImage);
-    colours->setVisible(shownImage != nullptr);
-    scale->setVisible(shownImage != nullptr);
-    marks->setVisible(shownImage && !map.marks.isNull());
+    const bool isPicture = shownImage != nullptr;
+    hintLabel->setText(isPicture ? QString() : hint);
+    hintLabel->setVisible(!isPicture);
+    colours->setVisible(isPicture);
+    scale->setVisible(isPicture);
     if (map.data)
         colours->setData(map.data.release());
-    if (!map.marks.isNull()) {
-        marks->setPixmap(QPixmap::fromImage(map.marks));
-        marks->topLeft->setCoords(map.area.topLeft());
-        marks->bottomRight->setCoords(map.area.bottomRight());
-    }
-    drawItems();
+    mouse->setImage(shownImage);
+    overlay->setMarks(map);
+    overlay->setOnPicture(isPicture);
 }
 
 void FramePane::setLimits(const ScaleLimits& limits) {
@@ -151,10 +125,6 @@ ScaleLimits FramePane::limits() const {
 void FramePane::setColours(const QCPColorGradient& gradient) {
     scale->setGradient(gradient);
     plot->replot(QCustomPlot::rpQueuedReplot);
-}
-
-void FramePane::setNote(const QString& note) {
-    noteLabel->setText(note);
 }
 
 QSize FramePane::screenSize() const {
@@ -190,92 +160,26 @@ void FramePane::rangeEdited() {
     emit visibleAreaChanged(visibleArea);
 }
 
-void FramePane::showRegion(const QRect& region) {
-    shownRegion = region;
-    drawItems();
-}
-
-void FramePane::showLine(const QLineF& line) {
-    shownLine = line;
-    drawItems();
-}
-
-void FramePane::drawItems() {
-    const QRectF region(shownRegion);
-    for (QCPItemRect* const item : regionItems) {
-        item->setVisible(shownImage && !region.isEmpty());
-        item->topLeft->setCoords(region.topLeft());
-        item->bottomRight->setCoords(region.bottomRight());
-    }
-    for (QCPItemLine* const item : lineItems) {
-        item->setVisible(shownImage && !shownLine.isNull());
-        item->start->setCoords(shownLine.p1());
-        item->end->setCoords(shownLine.p2());
-    }
-    plot->replot(QCustomPlot::rpQueuedReplot);
-}
-
-QPointF FramePane::plotPoint(const QPointF& position) const {
-    return {plot->xAxis->pixelToCoord(position.x()), plot->yAxis->pixelToCoord(position.y())};
-}
-
 QPoint FramePane::positionOf(const QPoint& pixel) const {
     const QPointF position(plot->xAxis->coordToPixel(pixel.x() + 0.5),
                            plot->yAxis->coordToPixel(pixel.y() + 0.5));
     return plot->mapTo(this, position.toPoint());
 }
 
-void FramePane::pressed(QMouseEvent* event) {
-    dragTool = tool;
-    if (event->modifiers() & Qt::ShiftModifier)
-        dragTool = PaneTool::Region;
-    else if (event->modifiers() & Qt::ControlModifier)
-        dragTool = PaneTool::Line;
-    const bool isInside = plot->axisRect()->rect().contains(event->position().toPoint());
-    plot->setInteraction(QCP::iRangeDrag, dragTool == PaneTool::Move || !isInside);
-    isDragging = event->button() == Qt::LeftButton && dragTool != PaneTool::Move && isInside && shownImage;
-    dragStart = plotPoint(event->position());
-}
-
-void FramePane::moved(QMouseEvent* event) {
-    const QPointF point = plotPoint(event->position());
-    if (isDragging)
-        drag(point);
-    const int x = static_cast<int>(std::floor(point.x()));
-    const int y = static_cast<int>(std::floor(point.y()));
-    if (shownImage && shownImage->contains(x, y))
-        emit pointed(x, y);
-    else
-        emit pointedAway();
-}
-
-void FramePane::released(QMouseEvent* event) {
-    if (isDragging)
-        drag(plotPoint(event->position()));
-    isDragging = false;
-}
-
-void FramePane::drag(const QPointF& to) {
-    if (dragTool == PaneTool::Line) {
-        emit lineDrawn({dragStart, to});
-        return;
-    }
-    const QRect whole(0, 0, static_cast<int>(shownImage->width), static_cast<int>(shownImage->height));
-    emit regionDrawn(QRectF(dragStart, to).normalized().toAlignedRect() & whole);
+// The plot lays itself out with the next event.
+void FramePane::fitAreaSoon() {
+    QMetaObject::invokeMethod(this, &FramePane::fitArea, Qt::QueuedConnection);
 }
 
 void FramePane::resizeEvent(QResizeEvent* event) {
     QWidget::resizeEvent(event);
-    // The plot lays itself out with the next event.
-    QMetaObject::invokeMethod(this, &FramePane::fitArea, Qt::QueuedConnection);
+    fitAreaSoon();
 }
 
 bool FramePane::eventFilter(QObject* watched, QEvent* event) {
-    if (event->type() == QEvent::Leave)
-        emit pointedAway();
     if (event->type() == QEvent::Resize) {
         hintLabel->setGeometry(plot->rect().adjusted(16, 16, -16, -16));
-        QMetaObject::invokeMethod(this, &FramePane::fitArea, Qt::QueuedConnection);
+        fitAreaSoon();
     }
     return QWidget::eventFilter(watched, event);
 }

@@ -1,24 +1,19 @@
 #pragma once
 
 #include "workbench/FrameView.h"
-#include "workbench/PaneTool.h"
+#include "workbench/PaneMouse.h"
+#include "workbench/PaneOverlay.h"
 
-#include <QLineF>
-#include <QRect>
 #include <QString>
 #include <QWidget>
 
-#include <array>
+#include <memory>
 
 class QCPColorGradient;
 class QCPColorMap;
 class QCPColorScale;
-class QCPItemLine;
-class QCPItemPixmap;
-class QCPItemRect;
 class QCustomPlot;
 class QLabel;
-class QMouseEvent;
 
 namespace ombrel::workbench {
 
@@ -33,9 +28,7 @@ public:
     void setLimits(const ScaleLimits& limits);
     ScaleLimits limits() const;
     void setColours(const QCPColorGradient& colours);
-    void setTool(PaneTool newTool) { tool = newTool; }
-    // A few words beside the title.
-    void setNote(const QString& note);
+    void setTool(PaneTool tool) { mouse->setTool(tool); }
 
     // Shows this part of the frame, and as much more as the pane has room for.
     void setVisibleArea(const QRectF& area);
@@ -43,9 +36,9 @@ public:
     QSize screenSize() const;
     // The middle of a pixel of the frame, in the pane.
     QPoint positionOf(const QPoint& pixel) const;
-    // Empty: none. They stand on a picture only.
-    void showRegion(const QRect& region);
-    void showLine(const QLineF& line);
+    // Empty: none.
+    void showRegion(const QRect& region) { overlay->setRegion(region); }
+    void showLine(const QLineF& line) { overlay->setLine(line); }
     const ImagePtr& image() const { return shownImage; }
 
 signals:
@@ -59,36 +52,24 @@ signals:
     void pointedAway();
 
 private:
-    void makePlot();
-    void makeItems();
-    void drawItems();
+    void layOut(const QString& title);
+    void makePicture();
+    void makeScale();
     void connectPlot();
-    QPointF plotPoint(const QPointF& position) const;
-    void pressed(QMouseEvent* event);
-    void moved(QMouseEvent* event);
-    void released(QMouseEvent* event);
-    void drag(const QPointF& to);
     void rangeEdited();
     void fitArea();
+    void fitAreaSoon();
     void resizeEvent(QResizeEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
 
     QCustomPlot* plot;
-    QLabel* noteLabel;
     QLabel* hintLabel;
-    QCPColorMap* colours = nullptr;
-    QCPColorScale* scale = nullptr;
-    QCPItemPixmap* marks = nullptr;
-    std::array<QCPItemRect*, 2> regionItems{}; // the halo and the line
-    std::array<QCPItemLine*, 2> lineItems{};
-    QRect shownRegion;
-    QLineF shownLine;
+    QCPColorMap* colours;
+    QCPColorScale* scale;
+    std::unique_ptr<PaneOverlay> overlay;
+    PaneMouse* mouse;
     ImagePtr shownImage;
     QRectF visibleArea;
-    PaneTool tool = PaneTool::Move;
-    PaneTool dragTool = PaneTool::Move;
-    QPointF dragStart;
-    bool isDragging = false;
     bool isFitting = false; // ranges change by the program
 };
 
