@@ -1,6 +1,9 @@
 #include "workbench/BatchPane.h"
 
+#include "standalone/Error.h"
 #include "standalone/FrameOutput.h"
+#include "workbench/BatchOptions.h"
+#include "workbench/BatchProgress.h"
 #include "workbench/NewChild.h"
 
 #include <QComboBox>
@@ -10,7 +13,6 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
-#include <QProgressBar>
 #include <QPushButton>
 #include <QSpinBox>
 #include <QThread>
@@ -20,38 +22,24 @@
 
 namespace ombrel::workbench {
 
-namespace {
-
-QString timeText(double seconds) {
-    const auto whole = static_cast<qint64>(seconds + 0.5);
-    if (whole < 60)
-        return QString("%1 s").arg(whole);
-    return QString("%1:%2 min").arg(whole / 60).arg(whole % 60, 2, 10, QChar('0'));
-}
-
-} // namespace
-
-BatchPane::BatchPane(cli::Console& console, QWidget* parent)
-    : QWidget(parent), outputEdit(newChild<QLineEdit>()), jobs(newChild<QSpinBox>()),
-      pixelType(newChild<QComboBox>()), startButton(newChild<QPushButton>("Run")),
-      cancelButton(newChild<QPushButton>("Cancel")), progress(newChild<QProgressBar>()),
-      state(newChild<QLabel>()), job(console) {
+BatchPane::BatchPane(const Workspace& model, cli::Console& console, std::string pluginPath, QWidget* parent)
+    : QWidget(parent), workspace(model), plugin(std::move(pluginPath)), outputRow(newChild<QWidget>()),
+      outputEdit(newChild<QLineEdit>()), jobs(newChild<QSpinBox>()), pixelType(newChild<QComboBox>()),
+      progress(newChild<BatchProgress>()), job(console) {
     dressFields();
+    fillOutputRow();
     auto* const layout = newChild<QVBoxLayout>(this);
-    layout->addWidget(makeOutputRow());
-    layout->addWidget(makeProgressRow());
-    layout->addWidget(state);
+    layout->addWidget(outputRow);
+    layout->addWidget(progress);
     layout->addStretch(1);
-    connect(startButton, &QPushButton::clicked, this, &BatchPane::startWanted);
-    connect(cancelButton, &QPushButton::clicked, &job, [this] {
+    connect(progress, &BatchProgress::startWanted, this, &BatchPane::start);
+    connect(progress, &BatchProgress::cancelWanted, &job, [this] {
         job.cancel();
-        state->setText("Cancelling: the frames on their way are finished \u2026");
+        progress->cancel();
     });
-    connect(&job, &BatchJob::advanced, this, &BatchPane::advance);
+    connect(&job, &BatchJob::advanced, progress, &BatchProgress::advance);
     connect(&job, &BatchJob::finished, this, &BatchPane::end);
     connect(&job, &BatchJob::logged, this, &BatchPane::logged);
-    showRunning(false);
-    state->setText("Runs all frames of the stack through the chain as it is shown.");
 }
 
 void BatchPane::dressFields() {
@@ -65,18 +53,10 @@ void BatchPane::dressFields() {
     pixelType->addItem("32 bit", "f32");
     pixelType->addItem("64 bit", "f64");
     pixelType->setToolTip("Floating-point pixels of the output");
-    startButton->setObjectName("btRun");
-    cancelButton->setObjectName("btCancel");
-    state->setObjectName("lbBatch");
-    state->setTextFormat(Qt::PlainText);
-    state->setTextInteractionFlags(Qt::TextSelectableByMouse);
-    progress->setObjectName("pbBatch");
-    progress->setTextVisible(true);
 }
 
-QWidget* BatchPane::makeOutputRow() {
-    auto* const row = newChild<QWidget>();
-    auto* const layout = newChild<QHBoxLayout>(row);
+void BatchPane::fillOutputRow() {
+    auto* const layout = newChild<QHBoxLayout>(outputRow);
     layout->setContentsMargins({});
     auto* const browse = newChild<QPushButton>("Browse\u2026");
     browse->setObjectName("btBrowse");
@@ -87,17 +67,6 @@ QWidget* BatchPane::makeOutputRow() {
     layout->addWidget(newChild<QLabel>("Jobs"));
     layout->addWidget(jobs);
     connect(browse, &QPushButton::clicked, this, &BatchPane::chooseOutput);
-    return row;
-}
-
-QWidget* BatchPane::makeProgressRow() {
-    auto* const row = newChild<QWidget>();
-    auto* const layout = newChild<QHBoxLayout>(row);
-    layout->setContentsMargins({});
-    layout->addWidget(progress, 1);
-    layout->addWidget(startButton);
-    layout->addWidget(cancelButton);
-    return row;
 }
 
 void BatchPane::chooseOutput() {
@@ -142,58 +111,40 @@ bool BatchPane::mayClose() {
     return answer == QMessageBox::Yes;
 }
 
-void BatchPane::start(cli::RunOptions options) {
+void BatchPane::start() {
+    if (isRunning() || !workspace.isOpen())
+        return;
+    try {
+        for (const LinkState& link : workspace.chain().links)
+            if (link.unsaved)
+                link.unsaved->saveFile();
+        begin(batchOptions(workspace.inputs(), workspace.chain(), workspace.device()));
+    } catch (const Error& error) {
+        emit logged(QString("Batch: ") + error.what());
+    }
+}
+
+void BatchPane::begin(cli::RunOptions options) {
     options.output = output().toStdString();
     if (!FrameOutput::isOutputPath(options.output)) {
-        state->setText("The output's name must end in .h5, .hdf5, .nxs, .tif or .tiff.");
+        progress->setText("The output's name must end in .h5, .hdf5, .nxs, .tif or .tiff.");
         return;
     }
     if (!askForExisting(options))
         return;
+    options.plugin = plugin;
     options.jobs = static_cast<unsigned>(jobs->value());
     options.outputType = pixelType->currentData().toString().toStdString();
-    showRunning(true);
-    progress->setRange(0, 0); // until it is known how many
-    state->setText("Loading the filters \u2026");
-    clock.invalidate();
+    outputRow->setEnabled(false);
+    progress->begin();
     job.start(options);
 }
 
-void BatchPane::advance(quint64 done, quint64 of) {
-    progress->setRange(0, static_cast<int>(of));
-    progress->setValue(static_cast<int>(done));
-    if (!clock.isValid()) {
-        clock.start();
-        first = done;
-        state->setText("Running \u2026");
-        return;
-    }
-    const double rate =
-        static_cast<double>(done - first) / std::max(1e-3, 1e-3 * static_cast<double>(clock.elapsed()));
-    state->setText(QString("%1 of %2 frames, %3 frames/s, %4 left")
-                       .arg(done)
-                       .arg(of)
-                       .arg(rate, 0, 'f', rate < 10 ? 1 : 0)
-                       .arg(timeText(static_cast<double>(of - done) / rate)));
-}
-
 void BatchPane::end(bool isGood, const QString& summary) {
-    showRunning(false);
-    if (progress->maximum() == 0)
-        progress->reset();
-    state->setText(clock.isValid()
-                       ? summary + QString(" (%1)").arg(timeText(1e-3 * static_cast<double>(clock.elapsed())))
-                       : summary);
+    outputRow->setEnabled(true);
+    progress->end(summary);
     emit logged("Batch: " + summary);
     emit finished(isGood);
-}
-
-void BatchPane::showRunning(bool isRunning) {
-    for (QWidget* const widget : std::initializer_list<QWidget*>{outputEdit, jobs, pixelType, startButton})
-        widget->setEnabled(!isRunning);
-    cancelButton->setEnabled(isRunning);
-    if (!isRunning && progress->maximum() == 0)
-        progress->setRange(0, 1);
 }
 
 } // namespace ombrel::workbench

@@ -1,59 +1,59 @@
 #pragma once
 
 #include "workbench/BatchJob.h"
+#include "workbench/Workspace.h"
 
-#include <QElapsedTimer>
 #include <QWidget>
 
+#include <string>
+
 class QComboBox;
-class QLabel;
 class QLineEdit;
-class QProgressBar;
-class QPushButton;
 class QSpinBox;
 
 namespace ombrel::workbench {
+
+class BatchProgress;
 
 // Runs the whole stack into a file: where to, how many frames at once, how far it is.
 class BatchPane final : public QWidget {
     Q_OBJECT
 public:
-    explicit BatchPane(cli::Console& console, QWidget* parent = nullptr);
+    // `pluginPath` empty finds the plug-in.
+    BatchPane(const Workspace& model, cli::Console& console, std::string pluginPath,
+              QWidget* parent = nullptr);
 
     void setOutput(const QString& path);
-    QString output() const;
-    // With the output, jobs and so on of the pane.
-    void start(cli::RunOptions options);
+    // The workspace's chain on its files, unless a run is on or nothing is open. What a settings window holds
+    // and has not saved yet is saved, since a run takes its settings from files.
+    void start();
     bool isRunning() const { return job.isRunning(); }
     // A run that takes hours is not ended by a slip of the hand: the user is asked.
     bool mayClose();
 
 signals:
-    void startWanted();
     void logged(const QString& line);
     void finished(bool isGood);
 
 private:
     void dressFields();
-    QWidget* makeOutputRow();
-    QWidget* makeProgressRow();
+    void fillOutputRow();
+    void chooseOutput();
+    QString output() const;
+    // With the output, jobs and so on of the pane.
+    void begin(cli::RunOptions options);
     // False when an output that is there is to be left alone.
     bool askForExisting(cli::RunOptions& options);
-    void chooseOutput();
-    void advance(quint64 done, quint64 of);
     void end(bool isGood, const QString& summary);
-    void showRunning(bool isRunning);
 
+    const Workspace& workspace;
+    std::string plugin;
+    QWidget* outputRow;
     QLineEdit* outputEdit;
     QSpinBox* jobs;
     QComboBox* pixelType;
-    QPushButton* startButton;
-    QPushButton* cancelButton;
-    QProgressBar* progress;
-    QLabel* state;
-    QElapsedTimer clock;
-    quint64 first = 0; // frames that were done when it began
-    BatchJob job;      // the last member: nothing is told to what is gone
+    BatchProgress* progress;
+    BatchJob job; // the last member: nothing is told to what is gone
 };
 
 } // namespace ombrel::workbench

@@ -1,11 +1,7 @@
 #include "workbench/MainWindow.h"
 
-#include "standalone/Error.h"
-#include "standalone/cli/DeviceMask.h"
-#include "workbench/BatchOptions.h"
 #include "workbench/BatchPane.h"
 #include "workbench/ChainPane.h"
-#include "workbench/DeviceDialog.h"
 #include "workbench/FiguresPane.h"
 #include "workbench/FrameBar.h"
 #include "workbench/FramePanes.h"
@@ -35,12 +31,12 @@ constexpr const char* coloursKey = "colours";
 } // namespace
 
 MainWindow::MainWindow(cli::Console& messages, const std::string& pluginPath)
-    : plugin(pluginPath), worker(pluginPath), linkSettings(workspace, worker, *this),
+    : worker(pluginPath), linkSettings(workspace, worker, *this), deviceChoice(workspace, worker),
       opener(workspace, memory, messages, pluginPath), pages(newChild<QStackedWidget>()),
       startPage(newChild<StartPage>()), workArea(newChild<WorkArea>(workspace)),
       chainPane(newChild<ChainPane>(workspace)), parameters(newChild<ParameterEditor>(workspace)),
-      figures(newChild<FiguresPane>()), logPane(newChild<LogPane>()), batch(newChild<BatchPane>(messages)),
-      status(newChild<StatusLine>()),
+      figures(newChild<FiguresPane>()), logPane(newChild<LogPane>()),
+      batch(newChild<BatchPane>(workspace, messages, pluginPath)), status(newChild<StatusLine>(workspace)),
       docks(std::make_unique<WindowDocks>(
           *this, WindowDocks::Contents{chainPane, parameters, figures, batch, logPane})),
       actions(newChild<WindowActions>(*this, workspace, docks->all())) {
@@ -57,6 +53,7 @@ MainWindow::MainWindow(cli::Console& messages, const std::string& pluginPath)
     connectOpening();
     connectParts();
     connectActions();
+    connectViewActions();
     restoreLook();
     showWorkArea(false);
 }
@@ -73,8 +70,6 @@ void MainWindow::connectModel() {
     connect(&workspace, &Workspace::frameChanged, this, &MainWindow::requestSoon);
     connect(&workspace, &Workspace::chainChanged, this, &MainWindow::requestSoon);
     connect(&workspace, &Workspace::deviceChanged, this, &MainWindow::requestSoon);
-    connect(&workspace, &Workspace::deviceChanged, this,
-            [this] { status->setStack(workspace.facts(), workspace.device()); });
     connect(&request, &QTimer::timeout, this, &MainWindow::requestFrame);
 }
 
@@ -112,29 +107,31 @@ void MainWindow::connectParts() {
     connect(chainPane, &ChainPane::configureWanted, &linkSettings, &LinkSettings::configure);
     connect(chainPane, &ChainPane::loadWanted, &linkSettings, &LinkSettings::load);
     connect(chainPane, &ChainPane::saveWanted, &linkSettings, &LinkSettings::save);
-    connect(batch, &BatchPane::startWanted, this, &MainWindow::startBatch);
     connect(batch, &BatchPane::logged, this, &MainWindow::log);
 }
 
 void MainWindow::connectActions() {
-    FramePanes& panes = workArea->framePanes();
-    FrameBar& bar = workArea->frameBar();
     connect(actions, &WindowActions::openWanted, this, [this] { opener.choose(*this); });
     connect(actions, &WindowActions::fileWanted, this,
             [this](const QString& path) { open({path.toStdString()}); });
     connect(actions, &WindowActions::demoWanted, &opener, &StackOpener::openDemo);
-    connect(actions, &WindowActions::deviceWanted, this, &MainWindow::askForDevice);
+    connect(actions, &WindowActions::deviceWanted, this, [this] { deviceChoice.ask(*this); });
     connect(actions, &WindowActions::batchWanted, this, [this] {
         docks->raiseBatch();
-        startBatch();
+        batch->start();
     });
-    connect(actions, &WindowActions::stepWanted, &bar, &FrameBar::step);
-    connect(actions, &WindowActions::endWanted, &bar, &FrameBar::goToEnd);
-    connect(actions, &WindowActions::playOrPauseWanted, &bar, [&bar] { bar.play(!bar.isPlaying()); });
     connect(actions, &WindowActions::addMenuWanted, chainPane, &ChainPane::popUpAddMenu);
     connect(actions, &WindowActions::configureWanted, &linkSettings, &LinkSettings::configure);
     connect(actions, &WindowActions::loadWanted, &linkSettings, &LinkSettings::load);
     connect(actions, &WindowActions::saveWanted, &linkSettings, &LinkSettings::save);
+}
+
+void MainWindow::connectViewActions() {
+    FramePanes& panes = workArea->framePanes();
+    FrameBar& bar = workArea->frameBar();
+    connect(actions, &WindowActions::stepWanted, &bar, &FrameBar::step);
+    connect(actions, &WindowActions::endWanted, &bar, &FrameBar::goToEnd);
+    connect(actions, &WindowActions::playOrPauseWanted, &bar, [&bar] { bar.play(!bar.isPlaying()); });
     connect(actions, &WindowActions::colourMapChosen, &panes, &FramePanes::setColourMap);
     connect(actions, &WindowActions::limitsLocked, &panes, &FramePanes::lockLimits);
     connect(actions, &WindowActions::pixelsMarked, &panes, &FramePanes::markPixels);
@@ -164,8 +161,6 @@ void MainWindow::opened(const StackFacts& facts, const PluginHostPtr& host) {
     memory.addRecentFile(path);
     showRecentFiles();
     setWindowTitle(file.fileName() + " \u2013 ombrel");
-    status->setStack(facts, workspace.device());
-    workArea->showStack();
     batch->setOutput(file.path() + "/" + file.completeBaseName() + "-corrected.h5");
     showWorkArea(true);
 }
@@ -175,8 +170,6 @@ void MainWindow::openFailed(int opening, const QString& reason) {
         return; // overtaken by another choice
     workspace.setFacts({});
     setWindowTitle("ombrel");
-    status->setStack({}, {});
-    workArea->showStack();
     startPage->setProblem(reason);
     log(reason);
     showWorkArea(false);
@@ -190,25 +183,6 @@ void MainWindow::showWorkArea(bool isOpen) {
     actions->showToolBar(isOpen);
     if (isOpen && !was)
         docks->layOut(memory.bytes(layoutKey));
-}
-
-void MainWindow::askForDevice() {
-    DeviceDialog dialog(workspace.device(), this);
-    if (dialog.exec() == QDialog::Accepted)
-        setDevice(dialog.device());
-}
-
-// The mask is tried where files are read, so that one that does not fit leaves all as it is.
-void MainWindow::setDevice(const DeviceState& device) {
-    worker.run([this, device, facts = workspace.facts()](StackViewer&) {
-        if (!device.mask.empty())
-            cli::readDeviceMask(device.mask, facts.width, facts.height);
-        const auto takeOver = [this, device, opening = facts.opening] {
-            if (opening == workspace.opening()) // else other files were opened meanwhile
-                workspace.setDevice(device);
-        };
-        QMetaObject::invokeMethod(this, takeOver, Qt::QueuedConnection);
-    });
 }
 
 void MainWindow::requestFrame() {
@@ -243,22 +217,6 @@ void MainWindow::log(const QString& line) {
     logPane->add(line);
     if (workspace.isOpen() && logPane->visibleRegion().isEmpty()) // it stands behind another
         status->tell(line);
-}
-
-void MainWindow::startBatch() {
-    if (batch->isRunning() || !workspace.isOpen())
-        return;
-    try {
-        // What a window holds and has not saved yet is saved, since a run takes its settings from files.
-        for (const LinkState& link : workspace.chain().links)
-            if (link.unsaved)
-                link.unsaved->saveFile();
-        cli::RunOptions options = batchOptions(workspace.inputs(), workspace.chain(), workspace.device());
-        options.plugin = plugin;
-        batch->start(options);
-    } catch (const Error& error) {
-        log(QString("Batch: ") + error.what());
-    }
 }
 
 void MainWindow::closeEvent(QCloseEvent* event) {

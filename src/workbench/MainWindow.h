@@ -1,6 +1,7 @@
 #pragma once
 
 #include "standalone/cli/Console.h"
+#include "workbench/DeviceChoice.h"
 #include "workbench/FrameWorker.h"
 #include "workbench/LinkSettings.h"
 #include "workbench/Memory.h"
@@ -51,6 +52,7 @@ private:
     void connectOpening();
     void connectParts();
     void connectActions();
+    void connectViewActions();
     void restoreLook();
 
     void opened(const StackFacts& facts, const PluginHostPtr& host);
@@ -62,19 +64,16 @@ private:
     void showFrame(const ShownFramePtr& frame);
     void showReport(const LinkReport& report);
     void log(const QString& line);
-    void startBatch();
-    void askForDevice();
-    void setDevice(const DeviceState& device);
 
     void closeEvent(QCloseEvent* event) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dropEvent(QDropEvent* event) override;
 
-    std::string plugin;
     Memory memory;
     Workspace workspace;
     FrameWorker worker;
     LinkSettings linkSettings;
+    DeviceChoice deviceChoice;
     StackOpener opener;
     QTimer request; // one for all changes of a turn of the event loop
     std::string lastFailure;

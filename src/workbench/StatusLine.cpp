@@ -27,9 +27,9 @@ QString textOf(const StackFacts& facts, const DeviceState& device) {
 
 } // namespace
 
-StatusLine::StatusLine(QWidget* parent)
-    : QStatusBar(parent), valueLabel(newChild<QLabel>()), busyLabel(newChild<QLabel>("Working \u2026")),
-      stackLabel(newChild<QLabel>()) {
+StatusLine::StatusLine(const Workspace& model, QWidget* parent)
+    : QStatusBar(parent), workspace(model), valueLabel(newChild<QLabel>()),
+      busyLabel(newChild<QLabel>("Working \u2026")), stackLabel(newChild<QLabel>()) {
     valueLabel->setObjectName("lbValue");
     valueLabel->setContentsMargins(6, 0, 0, 0);
     busyLabel->setObjectName("lbBusy");
@@ -40,6 +40,8 @@ StatusLine::StatusLine(QWidget* parent)
     busySoon.setSingleShot(true);
     busySoon.setInterval(busyMilliseconds);
     connect(&busySoon, &QTimer::timeout, busyLabel, &QWidget::show);
+    connect(&workspace, &Workspace::factsChanged, this, &StatusLine::showStack);
+    connect(&workspace, &Workspace::deviceChanged, this, &StatusLine::showStack);
 }
 
 void StatusLine::setValues(const QString& values) {
@@ -55,8 +57,8 @@ void StatusLine::setBusy(bool isBusy) {
     busyLabel->hide();
 }
 
-void StatusLine::setStack(const StackFacts& facts, const DeviceState& device) {
-    stackLabel->setText(facts.frames == 0 ? QString() : textOf(facts, device));
+void StatusLine::showStack() {
+    stackLabel->setText(workspace.isOpen() ? textOf(workspace.facts(), workspace.device()) : QString());
 }
 
 void StatusLine::tell(const QString& message) {

@@ -1,7 +1,6 @@
 #pragma once
 
-#include "workbench/DeviceState.h"
-#include "workbench/FrameView.h"
+#include "workbench/Workspace.h"
 
 #include <QStatusBar>
 #include <QTimer>
@@ -14,16 +13,17 @@ namespace ombrel::workbench {
 class StatusLine final : public QStatusBar {
     Q_OBJECT
 public:
-    explicit StatusLine(QWidget* parent = nullptr);
+    explicit StatusLine(const Workspace& model, QWidget* parent = nullptr);
 
     void setValues(const QString& values);
     void setBusy(bool isBusy);
-    // Nothing is open when `facts` has no frames.
-    void setStack(const StackFacts& facts, const DeviceState& device);
     // For a while.
     void tell(const QString& message);
 
 private:
+    void showStack();
+
+    const Workspace& workspace;
     QLabel* valueLabel;
     QLabel* busyLabel;
     QLabel* stackLabel;

@@ -1,6 +1,7 @@
 #include "workbench/WindowActions.h"
 
 #include "workbench/ColourMaps.h"
+#include "workbench/KeysBox.h"
 #include "workbench/NewChild.h"
 
 #include <QAction>
@@ -9,7 +10,6 @@
 #include <QMainWindow>
 #include <QMenu>
 #include <QMenuBar>
-#include <QMessageBox>
 #include <QToolBar>
 
 #include <algorithm>
@@ -156,7 +156,7 @@ void WindowActions::makeToolActions(QMenu& menu) {
 }
 
 void WindowActions::makeHelpActions() {
-    add(addMenu("&Help"), "&Keys", "F1", [this] { showKeys(); });
+    add(addMenu("&Help"), "&Keys", "F1", [this] { showKeys(*window.menuBar()); });
 }
 
 void WindowActions::enableActions() {
@@ -187,23 +187,6 @@ void WindowActions::chooseColourMap(const QString& name) {
     const auto actions = colourActions->actions();
     const auto found = std::ranges::find(actions, name, &QAction::text);
     (found == actions.end() ? actions.first() : *found)->setChecked(true);
-}
-
-// From the actions themselves, so that it is never wrong.
-void WindowActions::showKeys() const {
-    QString rows;
-    const auto addRow = [&](const QString& what, const QString& keys) {
-        rows += QString("<tr><td>%1</td><td>&nbsp;&nbsp;%2</td></tr>").arg(what, keys);
-    };
-    for (const QAction* const top : window.menuBar()->actions())
-        for (const QAction* const action : top->menu()->actions())
-            if (!action->shortcut().isEmpty())
-                addRow(action->text().remove('&').toHtmlEscaped(),
-                       "<b>" + action->shortcut().toString(QKeySequence::NativeText).toHtmlEscaped() +
-                           "</b>");
-    addRow("Draw a region, a line", "<b>Shift</b>, <b>Ctrl</b> and the mouse");
-    QMessageBox box(QMessageBox::NoIcon, "Keys", "<table>" + rows + "</table>", QMessageBox::Close, &window);
-    box.exec();
 }
 
 } // namespace ombrel::workbench

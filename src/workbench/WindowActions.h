@@ -71,7 +71,6 @@ private:
     void enableActions();
     void switchChosenLink();
     void moveChosenLink(bool isUp);
-    void showKeys() const;
 
     QMainWindow& window;
     Workspace& workspace;

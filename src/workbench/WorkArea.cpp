@@ -41,6 +41,7 @@ WorkArea::WorkArea(Workspace& model, QWidget* parent)
     setChildrenCollapsible(false);
     connect(bar, &FrameBar::frameWanted, &workspace, &Workspace::setFrame);
     connect(&workspace, &Workspace::frameChanged, this, [this] { bar->setFrame(workspace.frame()); });
+    connect(&workspace, &Workspace::factsChanged, this, &WorkArea::showStack);
     connect(panes, &FramePanes::lineChanged, this, &WorkArea::showProfile);
 }
 

@@ -19,8 +19,6 @@ public:
     // Takes over the pictures of the frame.
     void show(const ShownFramePtr& frame);
     using QWidget::show;
-    // The workspace's stack, of which no frame is shown yet.
-    void showStack();
     void showWholeFrame();
     FramePanes& framePanes() { return *panes; }
     FrameBar& frameBar() { return *bar; }
@@ -28,6 +26,8 @@ public:
 private:
     QWidget* makeTop();
     QWidget* makeCurves();
+    // No frame of it is shown yet.
+    void showStack();
     void showProfile();
 
     Workspace& workspace;
