@@ -41,7 +41,7 @@ protected:
     DlgBHStg& open() {
         filter->showConfigGUI();
         DlgBHStg& dialog = *findDialog();
-        EXPECT_TRUE(QTest::qWaitForWindowActive(&dialog));
+        EXPECT_TRUE(QTest::qWaitForWindowActive(&dialog, 60'000));
         return dialog;
     }
 

@@ -1,12 +1,15 @@
-// What users do while a frame is being corrected. The sanitizers see what is lost.
+// What users do while the worker is at work. The sanitizers see what is lost.
 #include "fixtures/ModalUser.h"
 #include "workbench/BatchPane.h"
+#include "workbench/HeldFile.h"
 #include "workbench/WorkbenchFixture.h"
 
 #include <QMessageBox>
 #include <QTableWidget>
 
+#include <chrono>
 #include <filesystem>
+#include <thread>
 
 using namespace ombrel::workbench;
 
@@ -14,18 +17,28 @@ namespace {
 
 class AtWork : public WorkbenchTest {
 protected:
-    static constexpr zt::u32 slowSide = 128;
-
-    // Frames that take a while, one of which is being corrected when this returns.
-    void openSlowFrames() {
-        settings = writeAdaptive(slowSide, 125, 81);
-        ASSERT_TRUE(open(writeFrames(40, "slow.h5", slowSide)));
-        slowLink = model().addLink("AdaptiveFF", settings);
+    void openFrames() {
+        ASSERT_TRUE(open(writeFrames(4)));
+        adaptive = model().addLink("AdaptiveFF", writeAdaptive(side, 3));
         ASSERT_TRUE(waitFor([&] { return image(CORRECTED_PANE) != nullptr; })) << logText();
     }
+    // The worker is in the middle of something when this returns, and stays there until the mask is released.
     void moveOn() {
+        model().setParam(adaptive, "QFCustomMaskFile", folder / "mask.bin");
         key(Qt::Key_Right);
-        ASSERT_TRUE(waitFor([&] { return isAtWork(); }));
+        ASSERT_TRUE(waitFor([&] { return mask.isRead() && isAtWork(); }));
+    }
+    void goOn() {
+        model().takeBackParam(adaptive, "QFCustomMaskFile");
+        mask.release();
+    }
+    // Which waits for the worker.
+    void endWindow() {
+        const std::jthread later([&] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+            mask.release();
+        });
+        window.reset();
     }
     bool isAtWork() const { return !child<QWidget>(*window, "lbBusy").isHidden(); }
 
@@ -36,22 +49,22 @@ protected:
         return nullptr;
     }
 
-    std::string settings;
-    int slowLink = 0;
+    HeldFile mask{folder / "mask.bin"};
+    int adaptive = 0;
     const std::size_t framesBefore = ombrel::Frame::aliveCount();
 };
 
 TEST_F(AtWork, TheWindowIsClosed) {
-    openSlowFrames();
+    openFrames();
     moveOn();
     window->close();
     EXPECT_TRUE(isAtWork());
-    window.reset();
+    endWindow();
     EXPECT_EQ(ombrel::Frame::aliveCount(), framesBefore);
 }
 
 TEST_F(AtWork, ALinkIsRemovedWithItsWindowOpen) {
-    openSlowFrames();
+    openFrames();
     model().addLink("Beam-hardening", folder / "bh.xml");
     model().setEnabled(model().chosenLink(), false);
     ASSERT_TRUE(waitFor([&] { return child<QAbstractButton>(*window, "btConfigure").isEnabled(); }));
@@ -63,40 +76,47 @@ TEST_F(AtWork, ALinkIsRemovedWithItsWindowOpen) {
     click(*window, "btRemove");
     EXPECT_TRUE(isAtWork());
     EXPECT_EQ(thicknessWindow(), nullptr);
+    goOn();
     EXPECT_TRUE(waitFor([&] { return lastFrame == 1 && image(CORRECTED_PANE); }));
     EXPECT_EQ(model().chain().links.size(), 1U);
     EXPECT_TRUE(std::filesystem::exists(folder / "bh.xml")) << "closing it saved what was set";
 }
 
 TEST_F(AtWork, OtherSettingsAreLoaded) {
-    openSlowFrames();
-    std::filesystem::copy(settings, folder / "other.xml");
+    openFrames();
+    std::filesystem::copy(folder / "adaptive.xml", folder / "other.xml");
     std::filesystem::copy(folder / "adaptive.bin", folder / "other.bin");
     moveOn();
-    model().setParam(slowLink, "QFTileSize", "4");
+    model().setParam(adaptive, "QFTileSize", "4");
     ModalUser user;
     user.meets<QFileDialog>(choosing(folder / "other.xml"));
     click(*window, "btLoad");
     EXPECT_TRUE(model().chain().links[0].params.empty()) << "edits were of the former settings";
+    mask.release();
     EXPECT_TRUE(waitFor([&] { return lastFrame == 1 && !isAtWork(); }));
     EXPECT_EQ(model().chain().links[0].settings, folder / "other.xml");
     EXPECT_NE(image(CORRECTED_PANE), nullptr) << logText();
 }
 
 TEST_F(AtWork, AnotherStackIsOpened) {
-    const std::string other = writeFrames(3, "other.h5", slowSide);
-    openSlowFrames();
+    const std::string other = writeFrames(3, "other.h5");
+    openFrames();
     moveOn();
     window->open({other});
     EXPECT_TRUE(isAtWork());
+    bool isCleared = false;
+    QObject::connect(&model(), &Workspace::factsChanged, window.get(),
+                     [&] { isCleared = !image(CORRECTED_PANE); });
+    goOn();
     ASSERT_TRUE(waitFor([&] { return model().facts().frames == 3; }));
-    EXPECT_EQ(image(CORRECTED_PANE), nullptr) << "of the former stack";
+    EXPECT_TRUE(isCleared) << "of what the former stack showed";
     ASSERT_TRUE(waitFor([&] { return image(CORRECTED_PANE) != nullptr; }));
     EXPECT_EQ(image(RAW_PANE)->at(0, 0), 1);
 }
 
 TEST_F(AtWork, ClosingDuringABatchIsAskedFor) {
-    openSlowFrames();
+    openFrames();
+    moveOn();
     auto& batch = *window->findChild<BatchPane*>();
     batch.setOutput(QString::fromStdString(folder / "out.h5"));
     click(*window, "btRun");
@@ -113,7 +133,7 @@ TEST_F(AtWork, ClosingDuringABatchIsAskedFor) {
         [](QMessageBox& box) { QTest::mouseClick(box.button(QMessageBox::Yes), Qt::LeftButton); });
     window->close();
     EXPECT_FALSE(window->isVisible());
-    window.reset();
+    endWindow();
     EXPECT_EQ(ombrel::Frame::aliveCount(), framesBefore);
 }
 

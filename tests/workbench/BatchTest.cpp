@@ -138,7 +138,7 @@ TEST_F(WindowBatch, TakesMaskAndTimeOfTheDetectorOver) {
 
     // What is told while the log stands behind is seen all the same.
     child<QDockWidget>(*window, "dockBatch").raise();
-    QTest::qWait(50);
+    ASSERT_TRUE(waitFor([&] { return child<QPlainTextEdit>(*window, "teLog").visibleRegion().isEmpty(); }));
     model().setEnabled(model().chosenLink(), false);
     key(Qt::Key_R, Qt::ControlModifier);
     EXPECT_THAT(window->statusBar()->currentMessage().toStdString(), HasSubstr("no filter"));

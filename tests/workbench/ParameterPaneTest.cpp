@@ -54,7 +54,7 @@ protected:
         QTest::mouseClick(browser().viewport(), Qt::LeftButton, {},
                           browser().visualRect(value(name)).center());
         // A second click on the same cell waits whether it is a double one.
-        ASSERT_TRUE(QTest::qWaitFor([&] { return editor() != nullptr; }, 5000));
+        ASSERT_TRUE(QTest::qWaitFor([&] { return editor() != nullptr; }, 60'000));
         QTest::keyClick(editor(), Qt::Key_A, Qt::ControlModifier);
         QTest::keyClick(editor(), Qt::Key_Delete);
         QTest::keyClicks(editor(), text);

@@ -45,7 +45,7 @@ protected:
                          });
         window->resize(1200, 800);
         window->show();
-        EXPECT_TRUE(QTest::qWaitForWindowActive(window.get()));
+        EXPECT_TRUE(QTest::qWaitForWindowActive(window.get(), patience));
     }
 
     // Pixel i of frame n is 100 n + i + 1.
@@ -102,7 +102,7 @@ protected:
     // In this window, whichever was used last.
     void key(Qt::Key key, Qt::KeyboardModifiers modifiers = {}) {
         window->activateWindow();
-        ASSERT_TRUE(QTest::qWaitForWindowActive(window.get()));
+        ASSERT_TRUE(QTest::qWaitForWindowActive(window.get(), patience));
         QTest::keyClick(window.get(), key, modifiers);
     }
     std::string logText() const {
