@@ -93,9 +93,8 @@ TEST_F(AtWork, OtherSettingsAreLoaded) {
     click(*window, "btLoad");
     EXPECT_TRUE(model().chain().links[0].params.empty()) << "edits were of the former settings";
     mask.release();
-    EXPECT_TRUE(waitFor([&] { return lastFrame == 1 && !isAtWork(); }));
+    EXPECT_TRUE(waitFor([&] { return lastFrame == 1 && image(CORRECTED_PANE); })) << logText();
     EXPECT_EQ(model().chain().links[0].settings, folder / "other.xml");
-    EXPECT_NE(image(CORRECTED_PANE), nullptr) << logText();
 }
 
 TEST_F(AtWork, AnotherStackIsOpened) {
