@@ -1,24 +1,13 @@
-#include "dialogs/DlgBHStg.h"
-
 #include "filters/BHFilter.h"
 
 #include <QDoubleSpinBox>
-#include <QDragEnterEvent>
-#include <QDropEvent>
 #include <QInputDialog>
 #include <QMessageBox>
-#include <QMimeData>
-#include <QPointer>
-#include <QTableWidget>
-#include <QUrl>
 
-#include <cmath>
 #include <filesystem>
 
-#include "DialogFixture.h"
+#include "DlgBHStgFixture.h"
 
-using PluginOmbrel::BHFilter;
-using PluginOmbrel::BHMask;
 using PluginOmbrel::DlgBHStg;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -26,85 +15,8 @@ using testing::IsEmpty;
 
 namespace {
 
-class DlgBHStgTest : public DialogFixture {
+class DlgBHStgTest : public DlgBHStgFixture {
 protected:
-    // As a host ends them: windows first.
-    ~DlgBHStgTest() override { delete findDialog(); }
-
-    static DlgBHStg* findDialog() {
-        for (QWidget* widget : QApplication::topLevelWidgets())
-            if (auto* const dialog = qobject_cast<DlgBHStg*>(widget))
-                return dialog;
-        return nullptr;
-    }
-
-    DlgBHStg& open() {
-        filter->showConfigGUI();
-        DlgBHStg& dialog = *findDialog();
-        EXPECT_TRUE(QTest::qWaitForWindowActive(&dialog, 60'000));
-        return dialog;
-    }
-
-    void addMask(double thickness, double seconds = 1) {
-        const auto frame = frameOf(Values(6, std::exp(-thickness)));
-        ASSERT_EQ(filter->addMaskFromFrame(frame.get(), thickness, seconds), 0);
-    }
-
-    const BHMask& mask(std::size_t index) const { return *filter->masks().at(index); }
-
-    static QTableWidget& table(const DlgBHStg& dialog) { return child<QTableWidget>(dialog, "twMasks"); }
-
-    // The table as it is shown, a text for each row.
-    static std::vector<std::string> rows(const DlgBHStg& dialog) {
-        std::vector<std::string> lines;
-        for (int row = 0; row < table(dialog).rowCount(); ++row) {
-            QStringList cells;
-            for (int col = 0; col < table(dialog).columnCount(); ++col)
-                cells << table(dialog).item(row, col)->text();
-            lines.push_back(cells.join(" | ").toStdString());
-        }
-        return lines;
-    }
-
-    // Double-clicks a cell; its editor, or null when it can't be edited.
-    static QLineEdit* editor(const DlgBHStg& dialog, int row, int col) {
-        QTest::qWait(0); // an editor before it goes only now
-        QTableWidget& masks = table(dialog);
-        const QPoint place = masks.visualItemRect(masks.item(row, col)).center();
-        QTest::mouseClick(masks.viewport(), Qt::LeftButton, {}, place);
-        QTest::mouseDClick(masks.viewport(), Qt::LeftButton, {}, place);
-        return masks.viewport()->findChild<QLineEdit*>();
-    }
-
-    static void edit(const DlgBHStg& dialog, int row, int col, const char* text) {
-        QLineEdit* const line = editor(dialog, row, col);
-        ASSERT_NE(line, nullptr);
-        QTest::keyClicks(line, text);
-        QTest::keyClick(line, Qt::Key_Return);
-        QApplication::processEvents(); // the delegate takes the value up later
-    }
-
-    // Drops onto the table, as far inside the window as one can; false when the window does not take it.
-    static bool drop(DlgBHStg& dialog, const QMimeData& data) {
-        QWidget* const target = table(dialog).viewport();
-        QDragEnterEvent enter({5, 5}, Qt::CopyAction, &data, Qt::LeftButton, {});
-        QApplication::sendEvent(target, &enter);
-        if (!enter.isAccepted())
-            return false;
-        QDropEvent dropped({5, 5}, Qt::CopyAction, &data, Qt::LeftButton, {});
-        QApplication::sendEvent(target, &dropped);
-        return dropped.isAccepted();
-    }
-
-    static bool drop(DlgBHStg& dialog, const std::vector<std::string>& files) {
-        QList<QUrl> urls;
-        for (const std::string& file : files)
-            urls << QUrl::fromLocalFile(QString::fromStdString(file));
-        QMimeData data;
-        data.setUrls(urls);
-        return drop(dialog, data);
-    }
-
     static std::function<void(QInputDialog&)> answering(double seconds) {
         return [=](QInputDialog& question) {
             EXPECT_EQ(question.windowTitle(), "Acquisition time");
@@ -134,8 +46,6 @@ protected:
         reading("Invalid acq. time", "Acquisition time must be greather that 0");
     const std::function<void(QMessageBox&)> notLoaded =
         reading("Error loading mask", "Could not load the mask");
-
-    std::unique_ptr<BHFilter, Destroy> filter{new BHFilter(&host, &device)};
 };
 
 TEST_F(DlgBHStgTest, IsOneWindowForGoodThatShowsTheFilterAtEachOpening) {
@@ -166,7 +76,7 @@ TEST_F(DlgBHStgTest, IsOneWindowForGoodThatShowsTheFilterAtEachOpening) {
     EXPECT_TRUE(isChecked(dialog, "chbTDI"));
 }
 
-TEST_F(DlgBHStgTest, FilesOfOneBatchBecomeOneMask) {
+TEST_F(DlgBHStgTest, FilesOfOneBatchAndMeasuredFramesBecomeAMaskEach) {
     const std::string first = frameFile("a.zmf", 100, 0.5, 2);
     frameFile("b \xC3\xBC.zmf", 7, 3);
     writeFileText(folder / "c.txt", "no frames");
@@ -186,6 +96,13 @@ TEST_F(DlgBHStgTest, FilesOfOneBatchBecomeOneMask) {
     click(dialog, "btAddFile");
     EXPECT_EQ(rows(dialog).size(), 1u);
     EXPECT_EQ(remembered("DefaultOpenFileDir"), "") << "this picker has no memory";
+
+    click(dialog, "btAddMeas");
+    EXPECT_THAT(takeLog().back(), HasSubstr("No data measured"));
+    measure({Values(6, 5.0), Values(6, 6.0)});
+    click(dialog, "btAddMeas");
+    EXPECT_THAT(rows(dialog), ElementsAre("Mask 1 | 1 | 4", "Mask 2 | 1 | 4"));
+    EXPECT_EQ(mask(1).data.span()[0], 11);
 }
 
 TEST_F(DlgBHStgTest, TheFirstFileOfADropDecidesWhetherTheTimeIsAsked) {
@@ -208,12 +125,7 @@ TEST_F(DlgBHStgTest, TheFirstFileOfADropDecidesWhetherTheTimeIsAsked) {
     EXPECT_TRUE(drop(dialog, {other}));
     user.meets<QInputDialog>([](QInputDialog& question) { cancel(question); }).meets<QMessageBox>(noTime);
     EXPECT_TRUE(drop(dialog, {other, frames}));
-    EXPECT_EQ(filter->masks().size(), 2u);
-    EXPECT_EQ(rows(dialog).size(), 2u);
-}
 
-TEST_F(DlgBHStgTest, TakesDropsOfUrlsOnly) {
-    DlgBHStg& dialog = open();
     QMimeData text;
     text.setText("no file");
     EXPECT_FALSE(drop(dialog, text));
@@ -221,52 +133,8 @@ TEST_F(DlgBHStgTest, TakesDropsOfUrlsOnly) {
     remote.setUrls({QUrl("https://example.org/mask.h5")});
     user.meets<QInputDialog>(answering(1)).meets<QMessageBox>(notLoaded);
     EXPECT_TRUE(drop(dialog, remote)) << "a path of nothing, and so no frame file";
-    EXPECT_THAT(rows(dialog), IsEmpty());
-}
-
-TEST_F(DlgBHStgTest, AddsMeasuredFrames) {
-    DlgBHStg& dialog = open();
-    click(dialog, "btAddMeas");
-    EXPECT_THAT(takeLog(), ElementsAre(HasSubstr("No data measured")));
-    EXPECT_THAT(rows(dialog), IsEmpty());
-    measure({Values(6, 5.0), Values(6, 6.0)});
-    click(dialog, "btAddMeas");
-    EXPECT_THAT(rows(dialog), ElementsAre("Mask 1 | 1 | 4"));
-    EXPECT_EQ(mask(0).data.span()[0], 11);
-}
-
-TEST_F(DlgBHStgTest, EditsReachTheMaskAsTyped) {
-    addMask(0.123456789);
-    DlgBHStg& dialog = open();
-    edit(dialog, 0, 0, "Aluminium");
-    EXPECT_EQ(mask(0).name, "Aluminium");
-    EXPECT_EQ(mask(0).thickness, 0.123456789) << "what is rounded on the screen";
-    edit(dialog, 0, 1, "1234567.25");
-    edit(dialog, 0, 2, "-3.5");
-    EXPECT_EQ(mask(0).thickness, 1234567.25);
-    EXPECT_EQ(mask(0).acqTime, -3.5);
-    EXPECT_THAT(rows(dialog), ElementsAre("Aluminium | 1234567.25 | -3.5"));
-
-    edit(dialog, 0, 1, "abc");
-    EXPECT_EQ(mask(0).thickness, 0);
-    EXPECT_THAT(rows(dialog), ElementsAre("Aluminium | abc | -3.5"));
-    open();
-    EXPECT_THAT(rows(dialog), ElementsAre("Aluminium | 0 | -3.5"));
-}
-
-TEST_F(DlgBHStgTest, TheTimeOfALogarithmedMaskIsFixed) {
-    addMask(1);
-    addMask(2);
-    const ombrel::FramePtr corrected(
-        static_cast<ombrel::Frame*>(filter->filter(frameOf(Values(6, 0.2)).get())));
-    addMask(3);
-    DlgBHStg& dialog = open();
-    EXPECT_EQ(editor(dialog, 0, 2), nullptr);
-    edit(dialog, 0, 0, "thin");
-    edit(dialog, 0, 1, "0.5");
-    EXPECT_EQ(mask(0).thickness, 0.5);
-    edit(dialog, 2, 2, "8");
-    EXPECT_EQ(mask(2).acqTime, 8);
+    EXPECT_EQ(filter->masks().size(), 2u);
+    EXPECT_EQ(rows(dialog).size(), 2u);
 }
 
 TEST_F(DlgBHStgTest, RemovesTheCurrentRowOrAll) {
@@ -336,77 +204,6 @@ TEST_F(DlgBHStgTest, LoadsAndSavesBadPixels) {
         user.meets<QFileDialog>(cancelling);
         click(dialog, button);
     }
-}
-
-TEST_F(DlgBHStgTest, ClosingSortsTheMasksAndSavesOnce) {
-    const std::string settings = folder / "bh \xC3\xBC.xml";
-    const auto store = host.openSettings(settings);
-    filter->loadFromSettings(store.get());
-    addMask(3);
-    addMask(2);
-    DlgBHStg& dialog = open();
-    edit(dialog, 0, 1, "1.5");
-    click(dialog, "btClose");
-    EXPECT_EQ(mask(0).thickness, 1.5);
-    store->loadFile();
-    EXPECT_EQ(store->getDouble("Mask0", "Thickness", 0), 1.5);
-
-    addMask(0.5);
-    dialog.close();
-    EXPECT_EQ(mask(0).thickness, 1.5) << "a window that is not shown does nothing on close";
-    EXPECT_THAT(rows(open()), ElementsAre("Mask 1 | 1.5 | 1", "Mask 2 | 2 | 1", "Mask 3 | 0.5 | 1"));
-
-    std::filesystem::remove(settings);
-    std::filesystem::create_directory(settings);
-    dialog.close();
-    EXPECT_THAT(log, ElementsAre(HasSubstr(settings))) << "a store that can't be written";
-    EXPECT_THAT(rows(open()), ElementsAre("Mask 3 | 0.5 | 1", "Mask 1 | 1.5 | 1", "Mask 2 | 2 | 1"));
-}
-
-TEST_F(DlgBHStgTest, AnOpenEditEndsInTheMaskThatItWasBegunFor) {
-    addMask(3);
-    addMask(2);
-    DlgBHStg& dialog = open();
-    QTest::keyClicks(editor(dialog, 0, 1), "7");
-    dialog.close();
-    EXPECT_EQ(mask(0).name, "Mask 2");
-    EXPECT_EQ(mask(0).thickness, 2);
-    EXPECT_EQ(mask(1).thickness, 7);
-
-    open();
-    QTest::keyClicks(editor(dialog, 0, 0), "by a drop");
-    EXPECT_TRUE(drop(dialog, {frameFile("c.h5", 1)}));
-    EXPECT_THAT(rows(dialog), ElementsAre("by a drop | 2 | 1", "Mask 1 | 7 | 1", "Mask 3 | 1 | 1"));
-
-    QTest::keyClicks(editor(dialog, 1, 0), "by a click");
-    child<QWidget>(dialog, "btRemoveAll").setFocus();
-    EXPECT_EQ(mask(1).name, "by a click");
-
-    // Masks that went behind the window's back take their edits with them.
-    QLineEdit* const late = editor(dialog, 2, 1);
-    QTest::keyClicks(late, "9");
-    filter->removeAllMasks();
-    QTest::keyClick(late, Qt::Key_Return);
-    QApplication::processEvents();
-    addMask(4);
-    EXPECT_EQ(mask(0).thickness, 4);
-}
-
-TEST_F(DlgBHStgTest, FilterAndWindowMayEndInEitherOrder) {
-    addMask(3);
-    const QPointer<DlgBHStg> dialog = &open();
-    QTest::keyClicks(editor(*dialog, 0, 1), "7");
-    filter.reset();
-    ASSERT_NE(dialog, nullptr) << "the window is not the filter's to delete";
-    EXPECT_FALSE(dialog->isVisible());
-    QApplication::processEvents();
-    dialog->close();
-    delete dialog.data();
-
-    filter.reset(new BHFilter(&host, &device));
-    delete &open();
-    addMask(1);
-    EXPECT_EQ(rows(open()).size(), 1u) << "a window anew";
 }
 
 } // namespace

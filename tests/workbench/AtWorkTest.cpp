@@ -18,9 +18,8 @@ namespace {
 class AtWork : public WorkbenchTest {
 protected:
     void openFrames() {
-        ASSERT_TRUE(open(writeFrames(4)));
-        adaptive = model().addLink("AdaptiveFF", writeAdaptive(side, 3));
-        ASSERT_TRUE(waitFor([&] { return image(CORRECTED_PANE) != nullptr; })) << logText();
+        ASSERT_TRUE(openWith(writeFrames(4), "AdaptiveFF", writeAdaptive(side, 3))) << logText();
+        adaptive = model().chosenLink();
     }
     // The worker is in the middle of something when this returns, and stays there until the mask is released.
     void moveOn() {
@@ -42,13 +41,6 @@ protected:
     }
     bool isAtWork() const { return !child<QWidget>(*window, "lbBusy").isHidden(); }
 
-    static QWidget* thicknessWindow() {
-        for (QWidget* const each : QApplication::topLevelWidgets())
-            if (each->isVisible() && each->windowTitle() == "Beam-hardening Filter Settings")
-                return each;
-        return nullptr;
-    }
-
     HeldFile mask{folder / "mask.bin"};
     int adaptive = 0;
     const std::size_t framesBefore = ombrel::Frame::aliveCount();
@@ -67,9 +59,7 @@ TEST_F(AtWork, ALinkIsRemovedWithItsWindowOpen) {
     openFrames();
     model().addLink("Beam-hardening", folder / "bh.xml");
     model().setEnabled(model().chosenLink(), false);
-    ASSERT_TRUE(waitFor([&] { return child<QAbstractButton>(*window, "btConfigure").isEnabled(); }));
-    click(*window, "btConfigure");
-    ASSERT_TRUE(waitFor([] { return thicknessWindow() != nullptr; }));
+    openThicknessWindow();
     click(*thicknessWindow(), "btAddMeas");
     ASSERT_TRUE(waitFor([&] { return model().chain().links[1].unsaved != nullptr; })) << "a snapshot";
     moveOn();
@@ -109,7 +99,7 @@ TEST_F(AtWork, AnotherStackIsOpened) {
     goOn();
     ASSERT_TRUE(waitFor([&] { return model().facts().frames == 3; }));
     EXPECT_TRUE(isCleared) << "of what the former stack showed";
-    ASSERT_TRUE(waitFor([&] { return image(CORRECTED_PANE) != nullptr; }));
+    ASSERT_TRUE(waitForCorrected());
     EXPECT_EQ(image(RAW_PANE)->at(0, 0), 1);
 }
 

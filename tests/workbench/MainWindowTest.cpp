@@ -2,7 +2,7 @@
 #include "fixtures/FileText.h"
 #include "fixtures/ModalUser.h"
 #include "properties/QParamsBrowser.h"
-#include "workbench/ChainPane.h"
+#include "workbench/Memory.h"
 #include "workbench/WorkbenchFixture.h"
 
 #include <QAction>
@@ -16,7 +16,6 @@
 #include <QSlider>
 #include <QTableWidget>
 #include <QTimer>
-#include <QWheelEvent>
 #include <gmock/gmock.h>
 
 #include <cmath>
@@ -49,11 +48,16 @@ protected:
         ASSERT_TRUE(waitFor([&] { return !model().chain().links.empty() && framesShown > before; }));
     }
 
+    QAction* action(const QString& text) const {
+        for (QAction* const each : window->findChildren<QAction*>())
+            if (each->text() == text)
+                return each;
+        throw std::runtime_error("there is no " + text.toStdString());
+    }
     QListWidget& list() { return child<QListWidget>(*window, "lwChain"); }
-    double corrected(int x, int y) { return image(CORRECTED_PANE)->at(x, y); }
 
     // Until the corrected pane shows what is wanted.
-    bool waitForCorrected(const std::function<bool(const Image&)>& isWanted) {
+    bool waitForCorrectedTo(const std::function<bool(const Image&)>& isWanted) {
         return waitFor([&] { return image(CORRECTED_PANE) && isWanted(*image(CORRECTED_PANE)); });
     }
 };
@@ -93,14 +97,14 @@ TEST_F(MainWindowTest, AFileThatCannotBeReadIsToldAndLeavesTheStartPage) {
 TEST_F(MainWindowTest, TheChainIsBuiltSwitchedAndTakenApart) {
     ASSERT_TRUE(open(writeFrames(3)));
     addFilter("Binning 2x2");
-    ASSERT_TRUE(waitForCorrected([](const Image& frame) { return frame.at(0, 0) == 1 + 2 + 33 + 34; }));
+    ASSERT_TRUE(waitForCorrectedTo([](const Image& frame) { return frame.at(0, 0) == 1 + 2 + 33 + 34; }));
     EXPECT_EQ(image(DIFFERENCE_PANE)->at(0, 0), 69);
     model().addLink("Binning 2x2");
-    ASSERT_TRUE(waitForCorrected([](const Image& frame) { return frame.at(0, 0) == 4 * 70; }));
+    ASSERT_TRUE(waitForCorrectedTo([](const Image& frame) { return frame.at(0, 0) == 4 * 70; }));
 
     list().setFocus();
     QTest::keyClick(&list(), Qt::Key_Space);
-    ASSERT_TRUE(waitForCorrected([](const Image& frame) { return frame.at(0, 0) == 70; }));
+    ASSERT_TRUE(waitForCorrectedTo([](const Image& frame) { return frame.at(0, 0) == 70; }));
     EXPECT_FALSE(model().chain().links[1].enabled);
 
     const int first = model().chain().links[0].id;
@@ -159,9 +163,8 @@ TEST_F(MainWindowTest, AFrameThatTheChainRefusesIsToldWithItsReason) {
 }
 
 TEST_F(MainWindowTest, EditsOfAParameterReachTheFilterAndCanBeTakenBack) {
-    ASSERT_TRUE(open(writeFrames(2)));
-    model().addLink("AdaptiveFF", writeAdaptive(side, 3));
-    ASSERT_TRUE(waitFor([&] { return image(CORRECTED_PANE) && window->findChild<QParamsBrowser*>(); }));
+    ASSERT_TRUE(openWith(writeFrames(2), "AdaptiveFF", writeAdaptive(side, 3)));
+    ASSERT_TRUE(waitFor([&] { return window->findChild<QParamsBrowser*>(); }));
     EXPECT_THAT(label("lbChoice"), HasSubstr("V ")) << "the chosen grid point";
 
     auto& browser = child<QParamsBrowser>(*window, "");
@@ -195,9 +198,7 @@ TEST_F(MainWindowTest, EditsOfAParameterReachTheFilterAndCanBeTakenBack) {
 }
 
 TEST_F(MainWindowTest, SavedSettingsHoldTheEditsAndFindTheirCalibration) {
-    ASSERT_TRUE(open(writeFrames(2)));
-    model().addLink("AdaptiveFF", writeAdaptive(side, 3));
-    ASSERT_TRUE(waitForCorrected([](const Image&) { return true; }));
+    ASSERT_TRUE(openWith(writeFrames(2), "AdaptiveFF", writeAdaptive(side, 3)));
     std::filesystem::create_directory(folder / "elsewhere");
     const std::string path = folder / "elsewhere/mine.xml";
     // An edit that the filter has not got yet.
@@ -230,39 +231,20 @@ TEST_F(MainWindowTest, AModalSettingsWindowSetsTheFilterThatRuns) {
         ASSERT_TRUE(waitFor([&] { return isDone; }));
     }
     // Coefficients of the frame itself make it even.
-    ASSERT_TRUE(waitForCorrected([](const Image& frame) {
+    ASSERT_TRUE(waitForCorrectedTo([](const Image& frame) {
         return std::abs(frame.at(0, 0) - frame.at(31, 31)) < 1e-6 * frame.at(0, 0);
     }));
     EXPECT_TRUE(std::filesystem::exists(folder / "ff.xml"));
     EXPECT_EQ(model().chain().links[0].unsaved, nullptr) << "it is saved";
 }
 
-TEST_F(MainWindowTest, WindowsGoWithTheirLinksAndTheirStack) {
+TEST_F(MainWindowTest, WindowsGoWithTheirStack) {
     const std::string other = writeFrames(3, "other.h5");
     ASSERT_TRUE(open(writeFrames(2)));
-    const auto openWindows = [] {
-        return std::ranges::count_if(QApplication::topLevelWidgets(), [](const QWidget* widget) {
-            return widget->isVisible() && widget->windowTitle() == "Beam-hardening Filter Settings";
-        });
-    };
-    const auto configure = [&] {
-        const int id = model().addLink("Beam-hardening", folder / "bh.xml");
-        ASSERT_TRUE(waitFor([&] { return child<QAbstractButton>(*window, "btConfigure").isEnabled(); }));
-        click(*window, "btConfigure");
-        ASSERT_TRUE(waitFor([&] { return openWindows() == 1; }));
-        ASSERT_EQ(model().chosenLink(), id);
-    };
-    configure();
-    for (QWidget* const each : QApplication::topLevelWidgets())
-        if (each->windowTitle() == "Beam-hardening Filter Settings")
-            click(*each, "btAddMeas");
-    EXPECT_TRUE(waitFor([&] { return model().chain().links[0].unsaved != nullptr; })) << "a snapshot";
-    click(*window, "btRemove");
-    EXPECT_TRUE(waitFor([&] { return openWindows() == 0; }));
-
-    configure();
+    model().addLink("Beam-hardening", folder / "bh.xml");
+    openThicknessWindow();
     ASSERT_TRUE(open(other));
-    EXPECT_EQ(openWindows(), 0);
+    EXPECT_EQ(thicknessWindow(), nullptr);
     EXPECT_EQ(model().facts().frames, 3U);
     ASSERT_TRUE(open(other)) << "the same file once more";
 }
@@ -288,89 +270,19 @@ TEST_F(MainWindowTest, TheDemoShowsACorrectionThatWorks) {
     };
     EXPECT_LT(figure("Region: spread/1"), figure("Region: spread/0") / 2);
     EXPECT_LT(figure("Region: spread/1"), 1.2 * figure("Photon statistics/0"));
-}
 
-TEST_F(MainWindowTest, TheMouseTellsValuesAndDrawsRegionsAndLines) {
-    ASSERT_TRUE(open(writeFrames(2)));
-    QWidget& plot = *panes().pane(RAW_PANE).findChild<QWidget*>("", Qt::FindDirectChildrenOnly);
-    const QPoint middle = plot.rect().center() - QPoint(20, 0);
-    QTest::mouseMove(&plot, middle + QPoint(9, 9)); // it may rest in the middle
-    QTest::mouseMove(&plot, middle);
-    ASSERT_TRUE(waitFor([&] { return !label("lbValue").empty(); }));
-    int x = 0;
-    int y = 0;
-    double raw = 0;
-    ASSERT_EQ(std::sscanf(label("lbValue").c_str(), "x %d  y %d   raw %lf", &x, &y, &raw), 3);
-    EXPECT_EQ(raw, 1 + x + 32 * y);
-    key(Qt::Key_Right);
-    ASSERT_TRUE(waitForFrame());
-    EXPECT_THAT(label("lbValue"), HasSubstr("raw " + std::to_string(101 + x + 32 * y)));
-
-    const auto drag = [&](Qt::KeyboardModifier modifier) {
-        QTest::mousePress(&plot, Qt::LeftButton, modifier, middle - QPoint(30, 30));
-        QTest::mouseMove(&plot, middle);
-        QTest::mouseRelease(&plot, Qt::LeftButton, modifier, middle);
-    };
-    drag(Qt::ShiftModifier);
-    EXPECT_GT(panes().region().width(), 1);
-    EXPECT_TRUE(panes().region().contains(x - 1, y - 1));
-    EXPECT_NE(label("Region: mean/0"), "\u2013");
-    drag(Qt::ControlModifier);
-    EXPECT_NEAR(panes().line().p2().x(), x + 0.5, 1);
-}
-
-TEST_F(MainWindowTest, AllPanesZoomTogetherAndShowTheWholeFrameAgain) {
-    ASSERT_TRUE(open(writeFrames(1)));
+    // It replaces the chain, which comes back with the file that it was of.
+    const std::string own = writeFrames(2);
+    ASSERT_TRUE(open(own));
     model().addLink("Binning 2x2");
-    ASSERT_TRUE(waitForCorrected([](const Image&) { return true; }));
-    const auto distance = [&](PaneIndex pane) {
-        return panes().pane(pane).positionOf({20, 0}).x() - panes().pane(pane).positionOf({10, 0}).x();
-    };
-    const auto isWhole = [&](PaneIndex pane) {
-        const QRect room = panes().pane(pane).rect();
-        return room.contains(panes().pane(pane).positionOf({0, 0})) &&
-               room.contains(panes().pane(pane).positionOf({31, 31})) &&
-               32 * distance(pane) > 7 * room.width();
-    };
-    ASSERT_TRUE(waitFor([&] { return isWhole(CORRECTED_PANE); }));
-    const int before = distance(CORRECTED_PANE);
-    QWidget& plot = *panes().pane(CORRECTED_PANE).findChild<QWidget*>("", Qt::FindDirectChildrenOnly);
-    const QPointF middle = plot.rect().center();
-    QWheelEvent wheel(middle, plot.mapToGlobal(middle), {}, {0, 240}, {}, {}, Qt::NoScrollPhase, false);
-    QApplication::sendEvent(&plot, &wheel);
-    ASSERT_TRUE(waitFor([&] { return distance(RAW_PANE) > 1.3 * before; }));
-    EXPECT_FALSE(isWhole(RAW_PANE));
-    EXPECT_EQ(distance(RAW_PANE), distance(CORRECTED_PANE));
-    EXPECT_EQ(panes().pane(RAW_PANE).positionOf({16, 16}),
-              panes().pane(DIFFERENCE_PANE).positionOf({16, 16}));
-    key(Qt::Key_F);
-    EXPECT_TRUE(waitFor([&] { return isWhole(RAW_PANE) && isWhole(DIFFERENCE_PANE); }));
-}
-
-TEST_F(MainWindowTest, LimitsFollowTheFrameUnlessTheyAreLocked) {
-    ASSERT_TRUE(open(writeFrames(5)));
-    const auto low = [&] { return panes().pane(RAW_PANE).limits().low; };
-    // Of the values 1 to 1024 the smallest half a percent is left out.
-    EXPECT_NEAR(low(), 6, 1);
-    key(Qt::Key_Right);
-    ASSERT_TRUE(waitFor([&] { return lastFrame == 1; }));
-    EXPECT_NEAR(low(), 106, 1);
-    key(Qt::Key_L);
-    key(Qt::Key_Right);
-    ASSERT_TRUE(waitFor([&] { return lastFrame == 2; }));
-    EXPECT_NEAR(low(), 106, 1);
-    key(Qt::Key_L);
-    EXPECT_TRUE(waitFor([&] { return low() > 200; })) << "those of the shown frame at once";
+    action("Open the &demo data")->trigger();
+    ASSERT_TRUE(waitFor([&] { return model().facts().frames > 2; }));
+    EXPECT_EQ(model().chain().links.size(), 1U);
+    EXPECT_EQ(Memory().chainFor(QString::fromStdString(own)).size(), 2U);
 }
 
 TEST_F(MainWindowTest, TheLookIsRemembered) {
     ASSERT_TRUE(open(writeFrames(1)));
-    const auto action = [&](const QString& text) {
-        for (QAction* const each : window->findChildren<QAction*>())
-            if (each->text() == text)
-                return each;
-        throw std::runtime_error("there is no " + text.toStdString());
-    };
     key(Qt::Key_3, Qt::ControlModifier);
     child<QDockWidget>(*window, "dockFigures").close();
     window->close();
@@ -383,14 +295,11 @@ TEST_F(MainWindowTest, TheLookIsRemembered) {
 
 TEST_F(MainWindowTest, TheKeysAreListed) {
     ModalUser user;
-    bool isDone = false;
     user.meets<QMessageBox>([&](QMessageBox& box) {
         EXPECT_THAT(box.text().toStdString(), HasSubstr("Ctrl+O"));
-        isDone = true;
         cancel(box);
     });
     key(Qt::Key_F1);
-    EXPECT_TRUE(waitFor([&] { return isDone; }));
 }
 
 } // namespace

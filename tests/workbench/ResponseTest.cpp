@@ -103,12 +103,6 @@ protected:
     bool waitForFrame(int frame) {
         return waitFor([&] { return lastFrame == frame; });
     }
-    bool openWithAdaptive(const std::string& stack, const std::string& settings) {
-        if (!open(stack))
-            return false;
-        model().addLink("AdaptiveFF", settings);
-        return waitFor([&] { return image(CORRECTED_PANE) != nullptr; });
-    }
     void edit(const char* param, const std::string& text) {
         model().setParam(model().chosenLink(), param, text);
     }
@@ -141,7 +135,7 @@ protected:
 TEST_F(Response, TheWindowAnswersWithin50MillisecondsWhileTheAdaptiveFilterWorks) {
     const zt::u32 size = setting("OMBREL_RESPONSE_SIDE", 256);
     const int points = static_cast<int>(setting("OMBREL_RESPONSE_POINTS", 125));
-    ASSERT_TRUE(openWithAdaptive(writeStack(size, 12), writeAdaptive(size, points))) << logText();
+    ASSERT_TRUE(openWith(writeStack(size, 12), "AdaptiveFF", writeAdaptive(size, points))) << logText();
     bool isInTime = false;
     for (int round = 0; round < (isTimed ? 5 : 1) && !isInTime; ++round)
         isInTime = answersInTime();
@@ -149,7 +143,7 @@ TEST_F(Response, TheWindowAnswersWithin50MillisecondsWhileTheAdaptiveFilterWorks
 }
 
 TEST_F(Response, TheWindowNeverWaitsForAFilter) {
-    ASSERT_TRUE(openWithAdaptive(writeFrames(9), writeAdaptive(side, 3))) << logText();
+    ASSERT_TRUE(openWith(writeFrames(9), "AdaptiveFF", writeAdaptive(side, 3))) << logText();
     HeldFile mask(folder / "mask.bin");
     edit("QFCustomMaskFile", folder / "mask.bin");
     ASSERT_TRUE(waitFor([&] { return mask.isRead(); }));
@@ -202,7 +196,7 @@ TEST_F(Response, IsUpWithinASecondAndShowsFramesAsTheSliderMoves) {
 TEST_F(Response, RawFramesFollowTheSliderWhileTheChainIsSlow) {
     constexpr zt::u32 size = 128;
     constexpr int points = isTimed ? 64 : 4; // with the kernel several times what is slow
-    ASSERT_TRUE(openWithAdaptive(writeStack(size, 30), writeAdaptive(size, points, 81))) << logText();
+    ASSERT_TRUE(openWith(writeStack(size, 30), "AdaptiveFF", writeAdaptive(size, points, 81))) << logText();
     framesShown = 0;
     for (zt::u32 frame = 1; frame < 30; ++frame) {
         key(Qt::Key_Right);

@@ -94,6 +94,31 @@ protected:
         return waitFor([&] { return window->model().isOpen(); }) && waitForFrame();
     }
 
+    // With the chain's first frame on the screen.
+    bool openWith(const std::string& path, const std::string& filter, const std::string& settings = {}) {
+        if (!open(path))
+            return false;
+        model().addLink(filter, settings);
+        return waitForCorrected();
+    }
+    bool waitForCorrected() {
+        return waitFor([&] { return image(ombrel::workbench::CORRECTED_PANE) != nullptr; });
+    }
+
+    // The settings window of a beam-hardening filter; null when none is open.
+    static QWidget* thicknessWindow() {
+        for (QWidget* const each : QApplication::topLevelWidgets())
+            if (each->isVisible() && each->windowTitle() == "Beam-hardening Filter Settings")
+                return each;
+        return nullptr;
+    }
+    // Of the link that is chosen.
+    void openThicknessWindow() {
+        ASSERT_TRUE(waitFor([&] { return child<QAbstractButton>(*window, "btConfigure").isEnabled(); }));
+        click(*window, "btConfigure");
+        ASSERT_TRUE(waitFor([] { return thicknessWindow() != nullptr; }));
+    }
+
     ombrel::workbench::Workspace& model() { return window->model(); }
     ombrel::workbench::FramePanes& panes() { return *window->findChild<ombrel::workbench::FramePanes*>(); }
     const ombrel::workbench::ImagePtr& image(ombrel::workbench::PaneIndex pane) {

@@ -1,0 +1,92 @@
+// What the mouse does on the panes, and how they go together.
+#include "workbench/WorkbenchFixture.h"
+
+#include <QWheelEvent>
+#include <gmock/gmock.h>
+
+#include <cstdio>
+
+using namespace ombrel::workbench;
+using testing::HasSubstr;
+
+namespace {
+
+class Panes : public WorkbenchTest {
+protected:
+    QWidget& plotOf(PaneIndex pane) {
+        return *panes().pane(pane).findChild<QWidget*>("", Qt::FindDirectChildrenOnly);
+    }
+};
+
+TEST_F(Panes, TheMouseTellsValuesAndDrawsRegionsAndLines) {
+    ASSERT_TRUE(open(writeFrames(2)));
+    QWidget& plot = plotOf(RAW_PANE);
+    const QPoint middle = plot.rect().center() - QPoint(20, 0);
+    QTest::mouseMove(&plot, middle + QPoint(9, 9)); // it may rest in the middle
+    QTest::mouseMove(&plot, middle);
+    ASSERT_TRUE(waitFor([&] { return !label("lbValue").empty(); }));
+    int x = 0;
+    int y = 0;
+    double raw = 0;
+    ASSERT_EQ(std::sscanf(label("lbValue").c_str(), "x %d  y %d   raw %lf", &x, &y, &raw), 3);
+    EXPECT_EQ(raw, 1 + x + 32 * y);
+    key(Qt::Key_Right);
+    ASSERT_TRUE(waitForFrame());
+    EXPECT_THAT(label("lbValue"), HasSubstr("raw " + std::to_string(101 + x + 32 * y)));
+
+    const auto drag = [&](Qt::KeyboardModifier modifier) {
+        QTest::mousePress(&plot, Qt::LeftButton, modifier, middle - QPoint(30, 30));
+        QTest::mouseMove(&plot, middle);
+        QTest::mouseRelease(&plot, Qt::LeftButton, modifier, middle);
+    };
+    drag(Qt::ShiftModifier);
+    EXPECT_GT(panes().region().width(), 1);
+    EXPECT_TRUE(panes().region().contains(x - 1, y - 1));
+    EXPECT_NE(label("Region: mean/0"), "\u2013");
+    drag(Qt::ControlModifier);
+    EXPECT_NEAR(panes().line().p2().x(), x + 0.5, 1);
+}
+
+TEST_F(Panes, AllPanesZoomTogetherAndShowTheWholeFrameAgain) {
+    ASSERT_TRUE(openWith(writeFrames(1), "Binning 2x2"));
+    const auto distance = [&](PaneIndex pane) {
+        return panes().pane(pane).positionOf({20, 0}).x() - panes().pane(pane).positionOf({10, 0}).x();
+    };
+    const auto isWhole = [&](PaneIndex pane) {
+        const QRect room = panes().pane(pane).rect();
+        return room.contains(panes().pane(pane).positionOf({0, 0})) &&
+               room.contains(panes().pane(pane).positionOf({31, 31})) &&
+               32 * distance(pane) > 7 * room.width();
+    };
+    ASSERT_TRUE(waitFor([&] { return isWhole(CORRECTED_PANE); }));
+    const int before = distance(CORRECTED_PANE);
+    QWidget& plot = plotOf(CORRECTED_PANE);
+    const QPointF middle = plot.rect().center();
+    QWheelEvent wheel(middle, plot.mapToGlobal(middle), {}, {0, 240}, {}, {}, Qt::NoScrollPhase, false);
+    QApplication::sendEvent(&plot, &wheel);
+    ASSERT_TRUE(waitFor([&] { return distance(RAW_PANE) > 1.3 * before; }));
+    EXPECT_FALSE(isWhole(RAW_PANE));
+    EXPECT_EQ(distance(RAW_PANE), distance(CORRECTED_PANE));
+    EXPECT_EQ(panes().pane(RAW_PANE).positionOf({16, 16}),
+              panes().pane(DIFFERENCE_PANE).positionOf({16, 16}));
+    key(Qt::Key_F);
+    EXPECT_TRUE(waitFor([&] { return isWhole(RAW_PANE) && isWhole(DIFFERENCE_PANE); }));
+}
+
+TEST_F(Panes, LimitsFollowTheFrameUnlessTheyAreLocked) {
+    ASSERT_TRUE(open(writeFrames(5)));
+    const auto low = [&] { return panes().pane(RAW_PANE).limits().low; };
+    // Of the values 1 to 1024 the smallest half a percent is left out.
+    EXPECT_NEAR(low(), 6, 1);
+    key(Qt::Key_Right);
+    ASSERT_TRUE(waitFor([&] { return lastFrame == 1; }));
+    EXPECT_NEAR(low(), 106, 1);
+    key(Qt::Key_L);
+    key(Qt::Key_Right);
+    ASSERT_TRUE(waitFor([&] { return lastFrame == 2; }));
+    EXPECT_NEAR(low(), 106, 1);
+    key(Qt::Key_L);
+    EXPECT_TRUE(waitFor([&] { return low() > 200; })) << "those of the shown frame at once";
+}
+
+} // namespace
