@@ -14,8 +14,9 @@ struct LinkReport {
     bool hasWindow = false;        // settings of its own kind
     std::string failure;           // why it can't correct; empty when it can
     std::vector<ParamCopy> params; // as loaded, before any edit
-    std::string edit;              // what came of the last edit, in one line; empty without one
-    double editSeconds = 0;
+    bool isEdited = false;         // since it was loaded
+    std::string editTrouble;       // what the last edit failed of; empty when it was taken over
+    double editSeconds = 0;        // that the last edit took
 };
 
 } // namespace ombrel::workbench

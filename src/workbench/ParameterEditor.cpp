@@ -179,8 +179,9 @@ void ParameterEditor::takeBack(const std::string& name) {
 }
 
 void ParameterEditor::showState(const LinkReport& report) {
-    QString words = QString::fromStdString(report.failure.empty() ? report.edit : report.failure).trimmed();
-    if (words == "taken over")
+    const std::string& trouble = report.failure.empty() ? report.editTrouble : report.failure;
+    QString words = QString::fromStdString(trouble).trimmed();
+    if (words.isEmpty() && report.isEdited)
         words = QString("Taken over in %1 ms.").arg(1000 * report.editSeconds, 0, 'f', 0);
     state->setText(words);
     state->setVisible(!words.isEmpty());

@@ -102,7 +102,8 @@ bool RunningChain::applyEdits(RunningLink& running, const LinkState& wanted) {
             troubles += setParam(running, name, textNow);
     }
     running.report.editSeconds = secondsSince(start);
-    running.report.edit = troubles.empty() ? "taken over" : troubles;
+    running.report.isEdited = true;
+    running.report.editTrouble = troubles;
     return true;
 }
 
