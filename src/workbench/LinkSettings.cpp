@@ -148,18 +148,18 @@ void LinkSettings::save(int id) {
 }
 
 void LinkSettings::saveTo(int id, const std::string& path) {
-    const LinkState* const link = workspace.chain().find(id);
-    if (!link)
+    if (!workspace.chain().find(id))
         return;
-    worker.run([this, chain = workspace.chain(), id, path, from = link->settings](StackViewer& viewer) {
+    worker.run([this, chain = workspace.chain(), id, path](StackViewer& viewer) {
         // Edits that wait are to be saved too.
         for (const LinkReport& report : viewer.follow(chain))
             later([this, report] { emit reported(report); });
         viewer.chain().saveSettings(id, path);
-        if (!from.empty())
-            linkCalibration(from, path);
-        later([this, id, path] {
-            workspace.setSettings(id, path);
+        const LinkState& saved = *chain.find(id);
+        if (!saved.settings.empty())
+            linkCalibration(saved.settings, path);
+        later([this, saved, path] {
+            workspace.setSaved(saved, path);
             emit logged("Settings saved: " + QString::fromStdString(path));
         });
     });

@@ -101,6 +101,21 @@ void Workspace::setSettings(int id, const std::string& path) {
     emit chainChanged();
 }
 
+void Workspace::setSaved(const LinkState& saved, const std::string& path) {
+    LinkState* const link = links.find(saved.id);
+    if (!link)
+        return;
+    link->settings = path;
+    if (link->unsaved == saved.unsaved)
+        link->unsaved.reset();
+    std::erase_if(link->params, [&](const auto& edit) {
+        const auto found = saved.params.find(edit.first);
+        return found != saved.params.end() && found->second == edit.second;
+    });
+    ++link->revision;
+    emit chainChanged();
+}
+
 void Workspace::setUnsaved(int id, std::shared_ptr<Settings> settings) {
     LinkState* const link = links.find(id);
     if (!link)

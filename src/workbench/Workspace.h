@@ -46,6 +46,8 @@ public:
     void chooseLink(int id);
     // Another instance is loaded from the file, and edits are gone.
     void setSettings(int id, const std::string& path);
+    // The link stands in the file as it was; what was edited since stays.
+    void setSaved(const LinkState& saved, const std::string& path);
     // What a settings window holds now; null: what the file holds.
     void setUnsaved(int id, std::shared_ptr<Settings> settings);
     void setParam(int id, const std::string& name, const std::string& text);

@@ -206,8 +206,10 @@ TEST_F(MainWindowTest, SavedSettingsHoldTheEditsAndFindTheirCalibration) {
     ModalUser user;
     user.meets<QFileDialog>(choosing(path));
     click(*window, "btSave");
+    model().setParam(model().chosenLink(), "QFTileThreshold", "3");
     ASSERT_TRUE(waitFor([&] { return model().chain().links[0].settings == path; })) << logText();
-    EXPECT_TRUE(model().chain().links[0].params.empty());
+    EXPECT_THAT(model().chain().links[0].params, testing::ElementsAre(testing::Pair("QFTileThreshold", "3")))
+        << "edited after the saving began";
     EXPECT_THAT(fileText(path), HasSubstr("<item key=\"QfTileSize\" type=\"int\">4</item>"));
     EXPECT_THAT(fileText(path), testing::Not(HasSubstr("ombrel-choice"))) << "the log of the workbench's own";
     EXPECT_THAT(fileText(folder / "adaptive.xml"), HasSubstr(">8<"));
