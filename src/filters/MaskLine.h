@@ -17,6 +17,12 @@ struct MaskLine {
     Doubles run;   // the upper mask less the lower
     Mask place;    // of the lower mask's line in `MaskTables::lines`
 
+    MaskLine() = default;
+    // Through the masks that were found for the level.
+    template <typename Found>
+    __attribute__((always_inline)) MaskLine(const Doubles& level, const Found& found)
+        : along(level - found.lower), run(found.upper - found.lower), place(found.place) {}
+
     // The thickness at the level; 0 where the masks are equal.
     __attribute__((always_inline)) void follow(const double* lines, Doubles& thickness) const {
         Doubles start, rise;

@@ -2,7 +2,7 @@
 
 #include "filters/Logarithm.h"
 #include "filters/MaskDescent.h"
-#include "filters/MaskLine.h"
+#include "filters/MaskSearch.h"
 #include "filters/ProcessorDispatch.h"
 #include "filters/ThicknessBlock.h"
 
@@ -26,9 +26,9 @@ template <bool FewMasks>
 struct FallingKernel {
     template <std::size_t Lanes>
     __attribute__((always_inline)) static void run(Walk* walk) {
-        using Block = ThicknessBlock<Lanes, MaskOrder::stretch / Lanes, FewMasks>;
+        using Block = ThicknessBlock<Lanes, MaskOrder::stretch / Lanes, MaskSearch<Lanes, FewMasks>>;
         while (walk->at + Block::pixels <= walk->counts.size() && walk->order.falls(walk->at) &&
-               Block(walk->counts.data() + walk->at, walk->at).replace(walk->acqTime, walk->masks))
+               Block(walk->counts.data() + walk->at, walk->at).replaceOrdinary(walk->acqTime, walk->masks))
             walk->at += Block::pixels;
     }
 };
@@ -39,24 +39,17 @@ struct AnyKernel {
     __attribute__((always_inline)) static void run(Walk* walk) {
         do {
             const std::size_t end = std::min(walk->at + MaskOrder::stretch, walk->counts.size());
-            for (; walk->at + Lanes <= end; walk->at += Lanes)
-                replaceVector<Lanes>(*walk);
-            for (; walk->at < end; ++walk->at)
-                replaceVector<1>(*walk);
+            replaceUntil<Lanes, MaskOrder::stretch / Lanes>(*walk, end);
+            replaceUntil<Lanes, 1>(*walk, end);
+            replaceUntil<1, 1>(*walk, end);
         } while (walk->at < walk->counts.size() && !walk->order.falls(walk->at));
     }
 
-    template <std::size_t Lanes>
-    __attribute__((always_inline)) static void replaceVector(const Walk& walk) {
-        typename Vector<Lanes>::Doubles count, thickness;
-        std::memcpy(&count, walk.counts.data() + walk.at, sizeof count);
-        typename Vector<Lanes>::Doubles level = count / walk.acqTime;
-        Logarithm<Lanes>::replace(level);
-        const MaskDescent<Lanes> found(level, walk.masks, walk.at);
-        const MaskLine<Lanes> line{level - found.lower, found.upper - found.lower, found.place};
-        line.follow(walk.masks.lines(), thickness);
-        thickness = count <= 0 ? typename Vector<Lanes>::Doubles{} : thickness;
-        std::memcpy(walk.counts.data() + walk.at, &thickness, sizeof thickness);
+    template <std::size_t Lanes, std::size_t Vectors>
+    __attribute__((always_inline)) static void replaceUntil(Walk& walk, std::size_t end) {
+        using Block = ThicknessBlock<Lanes, Vectors, MaskDescent<Lanes>>;
+        for (; walk.at + Block::pixels <= end; walk.at += Block::pixels)
+            Block(walk.counts.data() + walk.at, walk.at).replace(walk.acqTime, walk.masks);
     }
 };
 
@@ -98,9 +91,9 @@ void replaceByThickness(std::span<double> counts, double acqTime, const MaskTabl
     }
     Walk walk{counts, acqTime, masks, order};
     while (walk.at < counts.size()) {
-        if (acqTime > 0 && masks.count() <= MaskTables::reach)
+        if (masks.count() <= MaskTables::reach)
             runVectorised<FallingKernel<true>>(&walk);
-        else if (acqTime > 0)
+        else
             runVectorised<FallingKernel<false>>(&walk);
         if (walk.at < counts.size())
             runVectorised<AnyKernel>(&walk);

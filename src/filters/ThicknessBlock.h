@@ -2,7 +2,6 @@
 
 #include "filters/Logarithm.h"
 #include "filters/MaskLine.h"
-#include "filters/MaskSearch.h"
 #include "filters/MaskTables.h"
 
 #include <cstdint>
@@ -10,11 +9,10 @@
 
 namespace PluginOmbrel {
 
-// Some vectors of ordinary pixels on their way from counts to thicknesses through two masks or more that fall
-// from each to the next. All vectors take each step before any takes the next: steps that wait for a
-// division, and steps that only select, then fill the processor in turn.
-// `Few` masks are nine at most.
-template <std::size_t Lanes, std::size_t Vectors, bool Few>
+// Some vectors of pixels on their way from counts to thicknesses through two masks or more, which `Found`
+// finds for each level. All vectors take each step before any takes the next: steps that wait for a division,
+// and steps that only select, then fill the processor in turn.
+template <std::size_t Lanes, std::size_t Vectors, typename Found>
 class ThicknessBlock {
 public:
     static constexpr std::size_t pixels = Lanes * Vectors;
@@ -24,23 +22,18 @@ public:
         : counts(blockCounts), firstPixel(blockFirstPixel) {}
 
     // False, with the counts left as they are, when there is a count above 0, or none at all, whose rate is
-    // not a normal, finite number. `acqTime` is above 0.
-    __attribute__((always_inline)) bool replace(double acqTime, const MaskTables& masks) {
+    // not a normal, finite number above 0.
+    __attribute__((always_inline)) bool replaceOrdinary(double acqTime, const MaskTables& masks) {
         if (!takeLogarithms(acqTime))
             return false;
-        fetchAhead(masks);
-        for (std::size_t i = 0; i < Vectors; ++i) {
-            const MaskSearch<Lanes, Few> found(levels[i], masks, firstPixel + i * Lanes);
-            lines[i] = {levels[i] - found.lower, found.upper - found.lower, found.place};
-        }
-        for (std::size_t i = 0; i < Vectors; ++i) {
-            Doubles count, thickness;
-            std::memcpy(&count, counts + i * Lanes, sizeof count);
-            lines[i].follow(masks.lines(), thickness);
-            thickness = count <= 0 ? Doubles{} : thickness;
-            std::memcpy(counts + i * Lanes, &thickness, sizeof thickness);
-        }
+        followLines(masks);
         return true;
+    }
+
+    __attribute__((always_inline)) void replace(double acqTime, const MaskTables& masks) {
+        if (!takeLogarithms(acqTime))
+            takeAnyLogarithms(acqTime);
+        followLines(masks);
     }
 
 private:
@@ -65,6 +58,27 @@ private:
         for (std::size_t lane = 0; lane < Lanes; ++lane)
             signs |= strange[lane];
         return signs >= 0;
+    }
+
+    __attribute__((always_inline)) void takeAnyLogarithms(double acqTime) {
+        for (std::size_t i = 0; i < Vectors; ++i) {
+            std::memcpy(&levels[i], counts + i * Lanes, sizeof levels[i]);
+            levels[i] /= acqTime;
+            Logarithm<Lanes>::replace(levels[i]);
+        }
+    }
+
+    __attribute__((always_inline)) void followLines(const MaskTables& masks) {
+        fetchAhead(masks);
+        for (std::size_t i = 0; i < Vectors; ++i)
+            lines[i] = MaskLine<Lanes>(levels[i], Found(levels[i], masks, firstPixel + i * Lanes));
+        for (std::size_t i = 0; i < Vectors; ++i) {
+            Doubles count, thickness;
+            std::memcpy(&count, counts + i * Lanes, sizeof count);
+            lines[i].follow(masks.lines(), thickness);
+            thickness = count <= 0 ? Doubles{} : thickness;
+            std::memcpy(counts + i * Lanes, &thickness, sizeof thickness);
+        }
     }
 
     // Asks for what will be needed four blocks on: so many tables are more streams than processors follow by
