@@ -19,7 +19,7 @@ namespace fs = std::filesystem;
 constexpr const char* notWritten = "cannot be written";
 
 // The file that a chain of symbolic links ends at, there or not.
-std::string behindLinks(const std::string& path) {
+std::string endOfLinks(const std::string& path) {
     constexpr int mostLinks = 40;
     fs::path current = path;
     std::error_code failed;
@@ -46,13 +46,13 @@ std::string besideTarget(const std::string& target) {
     return directoryOf(target) + "/." + name.substr(0, longestName - 1 - suffix.size()) + suffix;
 }
 
-// What may not be replaced is refused: renaming alone would replace a file that is write-protected.
+// Refuses what may not be replaced: renaming alone would replace a file that is write-protected.
 void checkReplaceable(const std::string& shownPath, const std::string& target) {
     struct stat status {};
     if (::stat(target.c_str(), &status) != 0)
-        return; // a new file; where it can't be made, making it tells
+        return; // a new file; where it can't be made, making it fails
     if (!S_ISREG(status.st_mode))
-        throw Error(shownPath + ": " + notWritten + ": it is no regular file");
+        throw Error(shownPath + ": " + notWritten + ": it is not a regular file");
     if (::access(target.c_str(), W_OK) != 0)
         throw Error(systemErrorText(shownPath, notWritten, errno));
 }
@@ -70,10 +70,16 @@ void lock(int descriptor) {
     }
 }
 
-// Opens the file beside the target; `isMine` tells whether it was made or had been there.
-int openFresh(const std::string& path, bool& isMine) {
+// Whoever may not read the old contents does not get to read the new ones while they are written.
+mode_t modeBefore(const std::string& target) {
+    struct stat status {};
+    return ::stat(target.c_str(), &status) == 0 ? (status.st_mode & 0666) | 0600 : 0666;
+}
+
+// Opens the file beside the target; `isMine` says whether it was made or had been there.
+int openFresh(const std::string& path, mode_t mode, bool& isMine) {
     for (;;) {
-        int descriptor = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+        int descriptor = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
         isMine = descriptor >= 0 || errno != EEXIST;
         if (isMine)
             return descriptor;
@@ -84,11 +90,11 @@ int openFresh(const std::string& path, bool& isMine) {
 }
 
 // Makes the file beside the target and locks it. Its maker holds the lock until it has renamed or removed it,
-// so that one that stands there and can be locked is left over from a program that was killed.
-FileDescriptor makeFresh(const std::string& shownPath, const std::string& freshPath) {
+// so that one that can be locked is left over from a program that was killed.
+FileDescriptor makeFresh(const std::string& shownPath, const std::string& freshPath, mode_t mode) {
     for (;;) {
         bool isMine = false;
-        FileDescriptor file(openFresh(freshPath, isMine), shownPath);
+        FileDescriptor file(openFresh(freshPath, mode, isMine), shownPath);
         if (file.get() < 0)
             throw Error(systemErrorText(isMine ? shownPath : freshPath, notWritten, errno));
         lock(file.get());
@@ -110,8 +116,8 @@ void keepMode(const std::string& target, int descriptor) {
 } // namespace
 
 AtomicFile::AtomicFile(const std::string& path)
-    : shownPath(path), target(behindLinks(path)), freshPath(besideTarget(target)),
-      fresh((checkReplaceable(shownPath, target), makeFresh(shownPath, freshPath))) {}
+    : shownPath(path), target(endOfLinks(path)), freshPath(besideTarget(target)),
+      fresh((checkReplaceable(shownPath, target), makeFresh(shownPath, freshPath, modeBefore(target)))) {}
 
 AtomicFile::~AtomicFile() {
     if (!committed)
@@ -123,9 +129,15 @@ void AtomicFile::write(std::span<const std::byte> bytes) {
     length += bytes.size();
 }
 
+void AtomicFile::sync() {
+    if (::fsync(fresh.get()) != 0)
+        throw Error(systemErrorText(shownPath, notWritten, errno));
+}
+
 void AtomicFile::commit() {
     keepMode(target, fresh.get());
-    if (::fsync(fresh.get()) != 0 || std::rename(freshPath.c_str(), target.c_str()) != 0)
+    sync();
+    if (std::rename(freshPath.c_str(), target.c_str()) != 0)
         throw Error(systemErrorText(shownPath, notWritten, errno));
     committed = true;
     ::flock(fresh.get(), LOCK_UN); // the lock is on the new name, which is free again
@@ -136,6 +148,12 @@ void AtomicFile::commit() {
         ::fsync(directory);
         ::close(directory);
     }
+}
+
+void replaceFile(const std::string& path, std::string_view contents) {
+    AtomicFile file(path);
+    file.write(std::as_bytes(std::span(contents)));
+    file.commit();
 }
 
 } // namespace ombrel

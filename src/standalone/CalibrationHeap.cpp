@@ -73,10 +73,15 @@ void CalibrationHeap::append(std::span<const float> pixels) {
     ++next;
 }
 
-void CalibrationHeap::commit() {
+void CalibrationHeap::sync() {
     writeHoles();
     if (next != isHole.size())
         throw std::logic_error("CalibrationHeap: fewer images than grid points");
+    file.sync();
+}
+
+void CalibrationHeap::commit() {
+    sync();
     file.commit();
 }
 

@@ -33,7 +33,8 @@ public:
 
     // The flat field of the next grid point that is no hole, in the order of CalibrationGrid::points().
     void append(std::span<const float> pixels);
-    // All grid points must have their image.
+    // All grid points must have their image. The contents are then on the disk, and wait for commit().
+    void sync();
     void commit();
 
 private:

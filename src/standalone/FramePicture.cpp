@@ -1,10 +1,8 @@
 #include "standalone/FramePicture.h"
 
-#include "standalone/Error.h"
 #include "standalone/PreviewImage.h"
 
 #include <QPainter>
-#include <QString>
 
 #include <algorithm>
 
@@ -44,8 +42,7 @@ void writeFramePicture(const std::string& picturePath, const std::vector<std::st
         x += picture.width() + gap;
     }
     painter.end();
-    if (!row.save(QString::fromStdString(picturePath), "PNG"))
-        throw Error(picturePath + ": can't write the picture");
+    writePng(row, picturePath);
 }
 
 } // namespace ombrel

@@ -1,5 +1,9 @@
 #include "standalone/PreviewImage.h"
 
+#include "standalone/AtomicFile.h"
+#include "standalone/Error.h"
+
+#include <QBuffer>
 #include <QPainter>
 
 #include <algorithm>
@@ -69,6 +73,15 @@ QImage besideEachOther(const QImage& left, const QImage& right) {
     painter.drawImage(0, 0, left.scaled(factor * left.size()));
     painter.drawImage(factor * left.width() + gap, 0, right.scaled(factor * right.size()));
     return both;
+}
+
+void writePng(const QImage& picture, const std::string& path) {
+    QBuffer png;
+    png.open(QIODevice::WriteOnly);
+    if (!picture.save(&png, "PNG"))
+        throw Error(path + ": a picture of " + std::to_string(picture.width()) + " x " +
+                    std::to_string(picture.height()) + " pixels can't be made; choose a smaller region");
+    replaceFile(path, {png.data().constData(), static_cast<std::size_t>(png.size())});
 }
 
 } // namespace ombrel

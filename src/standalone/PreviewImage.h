@@ -5,6 +5,7 @@
 #include <QImage>
 
 #include <span>
+#include <string>
 
 namespace ombrel {
 
@@ -23,5 +24,8 @@ QImage greyImage(std::span<const double> pixels, zt::u32 width, const ScaleLimit
 
 // Two pictures side by side with a gap, small ones enlarged by a whole factor.
 QImage besideEachOther(const QImage& left, const QImage& right);
+
+// Replaces the file by the picture, in one step. Throws Error.
+void writePng(const QImage& picture, const std::string& path);
 
 } // namespace ombrel

@@ -8,7 +8,6 @@
 #include "standalone/cli/AdaptiveQualityLog.h"
 #include "standalone/cli/AdaptiveRanking.h"
 #include "standalone/cli/AdaptiveSettings.h"
-#include "standalone/cli/FormerFile.h"
 #include "standalone/simulation/Random.h"
 
 #include <gmock/gmock.h>
@@ -126,26 +125,6 @@ TEST(AdaptiveChoices, triesWhatIsNotFixedAndFitsTheFrames) {
         EXPECT_EQ(adaptiveSetting<int>(tried, "QfTileSize"), 8); // eight tiles a side
     }
     EXPECT_EQ(AdaptiveChoices(settings, {}, 3).tileSizes.size(), 1u);
-}
-
-TEST(FormerFile, putsBackWhatWasThereUnlessTheNewIsKept) {
-    const TemporaryFolder folder;
-    const std::string path = folder / "file";
-    const auto replaceIt = [&](bool keep) {
-        FormerFile former(path);
-        std::ofstream(folder / "fresh") << "new";
-        std::filesystem::rename(folder / "fresh", path);
-        if (keep)
-            former.keepNew();
-    };
-    replaceIt(false);
-    EXPECT_FALSE(std::filesystem::exists(path));
-    std::ofstream(path) << "old";
-    replaceIt(false);
-    EXPECT_EQ(fileText(path), "old");
-    replaceIt(true);
-    EXPECT_EQ(fileText(path), "new");
-    EXPECT_EQ(folder.fileCount(), 1u);
 }
 
 } // namespace

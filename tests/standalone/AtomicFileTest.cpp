@@ -13,15 +13,7 @@
 using namespace ombrel;
 namespace fs = std::filesystem;
 
-namespace {
-
-void replaceBy(const std::string& path, const std::string& text) {
-    AtomicFile file(path);
-    file.write(std::as_bytes(std::span(text)));
-    file.commit();
-}
-
-} // namespace
+namespace {} // namespace
 
 TEST(AtomicFile, KeepsTheModeAndFollowsLinks) {
     const TemporaryFolder folder;
@@ -31,7 +23,7 @@ TEST(AtomicFile, KeepsTheModeAndFollowsLinks) {
     ::chmod(target.c_str(), 0640);
     fs::create_symlink("real/settings.xml", folder.path / "link");
     fs::create_symlink(folder.path / "link", folder.path / "link to link");
-    replaceBy(folder / "link to link", "new");
+    replaceFile(folder / "link to link", "new");
     EXPECT_EQ(fileText(target), "new");
     EXPECT_TRUE(fs::is_symlink(folder.path / "link"));
     struct stat status {};
@@ -39,11 +31,21 @@ TEST(AtomicFile, KeepsTheModeAndFollowsLinks) {
     EXPECT_EQ(status.st_mode & 07777, 0640u);
 
     fs::create_symlink("real/not yet", folder.path / "dangling");
-    replaceBy(folder / "dangling", "made");
+    replaceFile(folder / "dangling", "made");
     EXPECT_EQ(fileText(folder / "real/not yet"), "made");
     fs::create_symlink("circle", folder.path / "circle");
-    EXPECT_THROW(replaceBy(folder / "circle", "x"), Error);
+    EXPECT_THROW(replaceFile(folder / "circle", "x"), Error);
     EXPECT_EQ(std::distance(fs::directory_iterator(folder / "real"), {}), 2);
+}
+
+// A link that someone put at the name of the new file must not lead the contents elsewhere.
+TEST(AtomicFile, RefusesALinkAtTheNameOfTheNewFile) {
+    const TemporaryFolder folder;
+    writeFileText(folder / "precious", "old");
+    fs::create_symlink("precious", folder.path / ".file.new");
+    EXPECT_THROW(replaceFile(folder / "file", "new"), Error);
+    EXPECT_EQ(fileText(folder / "precious"), "old");
+    EXPECT_FALSE(fs::exists(folder / "file"));
 }
 
 TEST(AtomicFile, WithoutCommitTheFileStaysAsItWas) {
@@ -63,7 +65,7 @@ TEST(AtomicFile, ClearsAwayWhatAKilledProgramLeft) {
     const TemporaryFolder folder;
     const std::string path = folder / std::string(255, 'n'); // the longest name there can be
     writeFileText(folder / ("." + std::string(250, 'n') + ".new"), "a longer text than the new one");
-    replaceBy(path, "new");
+    replaceFile(path, "new");
     EXPECT_EQ(fileText(path), "new");
     EXPECT_EQ(folder.fileCount(), 1u);
 }
@@ -73,7 +75,7 @@ TEST(AtomicFile, WritersOfOneFileWaitForEachOther) {
     const std::string path = folder / "file";
     const auto work = [&](char mark) {
         for (int round = 0; round < 40; ++round)
-            replaceBy(path, std::string(10000, mark));
+            replaceFile(path, std::string(10000, mark));
     };
     { std::jthread first(work, 'a'), second(work, 'b'), third(work, 'c'); }
     const std::string text = fileText(path);

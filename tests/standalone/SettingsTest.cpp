@@ -213,7 +213,7 @@ TEST_F(SettingsTest, ALoadThatFailsChangesNothingAndIsLogged) {
     EXPECT_THROW(directory.loadFile(), Error);
     directory.setInt("G", "k", 3);
     directory.save();
-    EXPECT_THAT(log.back(), HasSubstr("cannot be written: it is no regular file"));
+    EXPECT_THAT(log.back(), HasSubstr("cannot be written: it is not a regular file"));
 
     Settings unnamed = store(path);
     unnamed.setInt("G\x01", "k", 3);

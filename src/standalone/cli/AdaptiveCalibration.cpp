@@ -9,7 +9,6 @@
 #include "standalone/cli/AdaptiveSettings.h"
 #include "standalone/cli/AdaptiveTuner.h"
 #include "standalone/cli/DeviceMask.h"
-#include "standalone/cli/FormerFile.h"
 #include "standalone/cli/Interrupt.h"
 #include "standalone/cli/OutputGuard.h"
 #include "standalone/cli/Progress.h"
@@ -109,12 +108,11 @@ SettingsTree tune(const TunePlan& plan, Session& session, const AdaptiveOptions&
 }
 
 void writeCalibration(AdaptiveHeaps& heaps, const SettingsTree& settings, const std::string& output) {
+    heaps.sync();
     AtomicFile file(output);
     writeSettings(settings, file);
-    FormerFile formerHeap(heapPathOf(output));
-    heaps.commit();
     file.commit();
-    formerHeap.keepNew();
+    heaps.commit();
 }
 
 } // namespace

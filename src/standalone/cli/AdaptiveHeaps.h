@@ -36,6 +36,8 @@ public:
     AdaptiveHeaps(const AdaptiveHeapPlan& plan, const AdaptiveHeapPaths& paths,
                   const std::function<void()>& advanced);
 
+    // The new heap is whole, and waits on the disk for commit().
+    void sync() { whole.sync(); }
     void commit() { whole.commit(); }
 
     bool hasCoarse() const { return coarse.has_value(); }

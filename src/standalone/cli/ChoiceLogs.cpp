@@ -56,9 +56,7 @@ std::optional<GridChoice> ChoiceLogs::read(std::size_t worker, zt::u64 frame) {
 void ChoiceLogs::copyToUserFile() const {
     if (userFile.empty() || lastText.empty())
         return;
-    AtomicFile file(userFile);
-    file.write(std::as_bytes(std::span(lastText)));
-    file.commit();
+    replaceFile(userFile, lastText);
 }
 
 } // namespace ombrel::cli

@@ -2,6 +2,7 @@
 
 #include "host/IFFFilter.h"
 #include "host/IObject.h"
+#include "standalone/AtomicFile.h"
 #include "standalone/Error.h"
 #include "standalone/FileKind.h"
 #include "standalone/FrameStack.h"
@@ -9,7 +10,6 @@
 #include "standalone/cli/OutputGuard.h"
 #include "standalone/cli/PrivateInterface.h"
 #include "standalone/cli/Session.h"
-#include "standalone/cli/SideFile.h"
 #include "standalone/cli/UsageError.h"
 
 #include <memory>
@@ -117,10 +117,12 @@ void writeOutputs(Session& session, FilterLink& link, const FlatFieldOptions& op
         throw Error(options.inputs.front() + ": holds " + std::to_string(values) +
                     " coefficients for frames of " + std::to_string(pixels) + " pixels");
     const auto writeTable = [&](const std::string& path, bool ascii) {
-        if (!path.empty())
-            writeThroughSideFile(path, [&](const std::string& side) {
-                return filter.saveCoefficientsToFile(side.c_str(), ascii) == 0;
-            });
+        if (path.empty())
+            return;
+        AtomicFile table(path);
+        if (filter.saveCoefficientsToFile(table.newPath().c_str(), ascii) != 0)
+            throw Error(path + ": the coefficients can't be written; look for room on the disk");
+        table.commit();
     };
     writeTable(options.ffcFile, false);
     writeTable(options.asciiFile, true);

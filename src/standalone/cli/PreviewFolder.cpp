@@ -3,8 +3,6 @@
 #include "standalone/Error.h"
 #include "standalone/PreviewImage.h"
 
-#include <QString>
-
 #include <cstdio>
 
 namespace ombrel::cli {
@@ -20,11 +18,9 @@ void PreviewFolder::write(zt::u64 frame, std::span<const double> raw, std::span<
                           zt::u32 width) const {
     char name[40];
     std::snprintf(name, sizeof name, "frame-%06llu.png", static_cast<unsigned long long>(frame));
-    const std::string path = (folder / name).string();
     const QImage picture = besideEachOther(greyImage(raw, width, robustLimits(raw)),
                                            greyImage(corrected, width, robustLimits(corrected)));
-    if (!picture.save(QString::fromStdString(path), "PNG"))
-        throw Error(path + ": can't write the preview");
+    writePng(picture, (folder / name).string());
 }
 
 } // namespace ombrel::cli

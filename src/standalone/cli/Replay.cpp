@@ -53,9 +53,7 @@ RunOptions optionsOf(const RunRecord& record, const ReplayOptions& replayOptions
         if (link.settings) {
             const std::string bytes = FrameOutput::settingsIn(replayOptions.recorded, stored);
             contents = folder / (std::to_string(stored++) + ".xml");
-            AtomicFile file(contents);
-            file.write(std::as_bytes(std::span(bytes)));
-            file.commit();
+            replaceFile(contents, bytes);
         }
         options.filters.push_back(link.filter + (link.settings ? "=" + link.settings->path : ""));
         options.settingsContents.push_back(contents);

@@ -46,9 +46,7 @@ std::string datasetOf(const OperatingPoint& point) {
 }
 
 void writeText(const SetContext& context, const char* name, const std::string& text) {
-    AtomicFile file(context.pathOf(name));
-    file.write(std::as_bytes(std::span(text)));
-    file.commit();
+    replaceFile(context.pathOf(name), text);
 }
 
 // The block of lead in a corner of the frame.

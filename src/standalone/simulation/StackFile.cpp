@@ -4,19 +4,12 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
 #include <limits>
 #include <vector>
 
 namespace ombrel::simulation {
 
 namespace {
-
-Hdf5Properties makeGroupsOnTheWay() {
-    Hdf5Properties properties(H5Pcreate(H5P_LINK_CREATE));
-    H5Pset_create_intermediate_group(properties, 1);
-    return properties;
-}
 
 zt::u32 largestCount(CountType type) {
     return type == CountType::U16 ? std::numeric_limits<zt::u16>::max() : std::numeric_limits<zt::u32>::max();
@@ -28,29 +21,15 @@ hid_t storedType(CountType type) {
 
 } // namespace
 
-StackFile::StackFile(const std::string& filePath) : path(filePath), temporaryPath(filePath + ".part") {
+StackFile::StackFile(const std::string& path) : file(path) {
     const Hdf5Session session;
-    file = Hdf5FileHandle(H5Fcreate(temporaryPath.c_str(), H5F_ACC_TRUNC, H5P_DEFAULT, H5P_DEFAULT));
-    if (!file.isOpen())
-        throw Error(path + ": can't make the file" + Hdf5Session::reason());
-}
-
-StackFile::~StackFile() {
-    if (file.isOpen()) {
-        stack.close();
-        file.close();
-        std::remove(temporaryPath.c_str());
-    }
+    maker = std::make_unique<Hdf5Maker>(file.newPath(), path, 0, 0);
 }
 
 void StackFile::beginStack(const std::string& dataset, const StackShape& shape) {
     const Hdf5Session session;
-    const std::array<hsize_t, 3> sides{shape.images, shape.height, shape.width};
-    const Hdf5Space space(H5Screate_simple(3, sides.data(), nullptr));
-    stack = Hdf5Dataset(H5Dcreate2(file, dataset.c_str(), storedType(shape.type), space, makeGroupsOnTheWay(),
-                                   H5P_DEFAULT, H5P_DEFAULT));
-    if (!stack.isOpen())
-        throw Error(path + ": can't make " + dataset + Hdf5Session::reason());
+    stack =
+        maker->dataset(dataset.c_str(), storedType(shape.type), {shape.images, shape.height, shape.width});
     stackShape = shape;
     nextImage = 0;
 }
@@ -74,25 +53,21 @@ void StackFile::writePixels(const void* pixels, hid_t memoryType) {
     H5Sselect_hyperslab(space, H5S_SELECT_SET, start.data(), nullptr, count.data(), nullptr);
     const Hdf5Space memory(H5Screate_simple(3, count.data(), nullptr));
     if (H5Dwrite(stack, memoryType, memory, space, H5P_DEFAULT, pixels) < 0)
-        throw Error(path + ": can't write image " + std::to_string(nextImage) + Hdf5Session::reason());
+        throw Error(file.path() + ": can't write image " + std::to_string(nextImage) + Hdf5Session::reason());
     ++nextImage;
 }
 
 void StackFile::addNumber(const std::string& dataset, double value) {
     const Hdf5Session session;
-    const Hdf5Space space(H5Screate(H5S_SCALAR));
-    const Hdf5Dataset number(H5Dcreate2(file, dataset.c_str(), H5T_IEEE_F64LE, space, makeGroupsOnTheWay(),
-                                        H5P_DEFAULT, H5P_DEFAULT));
-    if (H5Dwrite(number, H5T_NATIVE_DOUBLE, H5S_ALL, H5S_ALL, H5P_DEFAULT, &value) < 0)
-        throw Error(path + ": can't write " + dataset + Hdf5Session::reason());
+    maker->value(dataset.c_str(), H5T_NATIVE_DOUBLE, {}, &value);
 }
 
 void StackFile::finish() {
-    const bool closed = stack.close() && file.close();
-    if (!closed || std::rename(temporaryPath.c_str(), path.c_str()) != 0) {
-        std::remove(temporaryPath.c_str());
-        throw Error(path + ": can't write the file" + Hdf5Session::reason());
-    }
+    const Hdf5Session session;
+    if (!stack.close())
+        throw Error(file.path() + ": can't write the file" + Hdf5Session::reason());
+    maker->close();
+    file.commit();
 }
 
 } // namespace ombrel::simulation

@@ -1,8 +1,10 @@
 #pragma once
 
 #include "host/Types.h"
-#include "standalone/Hdf5Handle.h"
+#include "standalone/AtomicFile.h"
+#include "standalone/Hdf5Maker.h"
 
+#include <memory>
 #include <span>
 #include <string>
 
@@ -19,15 +21,11 @@ struct StackShape {
     CountType type = CountType::U16;
 };
 
-// A new HDF5 file of image stacks. It is made under a temporary name; only finish() gives it its own, so that
-// nobody meets a half-written file.
+// A new HDF5 file of image stacks. Only finish() gives it its name, so that nobody meets a half-written file.
 class StackFile {
 public:
     // Throws Error, as every operation does.
     explicit StackFile(const std::string& path);
-    ~StackFile();
-    StackFile(const StackFile&) = delete;
-    StackFile& operator=(const StackFile&) = delete;
 
     // A dataset for images, which are then written one by one; groups on its way are made.
     void beginStack(const std::string& dataset, const StackShape& shape);
@@ -39,9 +37,8 @@ public:
 private:
     void writePixels(const void* pixels, hid_t memoryType);
 
-    std::string path;
-    std::string temporaryPath;
-    Hdf5FileHandle file;
+    AtomicFile file;
+    std::unique_ptr<Hdf5Maker> maker;
     Hdf5Dataset stack;
     StackShape stackShape;
     zt::u32 nextImage = 0;
