@@ -4,23 +4,26 @@ _ombrel_help() {
     "${COMP_WORDS[0]}" "$@" --help 2>/dev/null
 }
 
+# The commands within a command, or of the program itself.
+_ombrel_commands() {
+    _ombrel_help "$@" | sed -n '/^Subcommands:/,/^$/s/^  \([a-z-]\+\) .*/\1/p'
+}
+
 _ombrel() {
     local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
     local commands command=() word
-    commands=$(_ombrel_help | sed -n '/^Subcommands:/,/^$/s/^  \([a-z-]\+\) .*/\1/p')
+    commands=$(_ombrel_commands)
     for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
-        case $word in
-        -*) ;;
-        flat-field | beam-hardening | adaptive) [[ ${command[*]} == calibrate ]] && command+=("$word") ;;
-        *) [[ ${#command[@]} -eq 0 && " ${commands//$'\n'/ } " == *" $word "* ]] && command+=("$word") ;;
-        esac
+        [[ -n $word && " ${commands//$'\n'/ } " == *" $word "* ]] || continue
+        command+=("$word")
+        commands=$(_ombrel_commands "${command[@]}")
     done
 
     local candidates
     if [[ ${#command[@]} -eq 0 ]]; then
         candidates="$commands --help --version"
-    elif [[ ${command[*]} == calibrate && $current != -* ]]; then
-        candidates="flat-field beam-hardening adaptive"
+    elif [[ -n $commands && $current != -* ]]; then
+        candidates=$commands
     elif [[ $previous == --output-type ]]; then
         candidates="f32 f64"
     elif [[ ${command[0]} == configure && $previous == configure || $previous == -f || $previous == --filter ]]; then
