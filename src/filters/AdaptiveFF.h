@@ -21,6 +21,7 @@ struct AdaptiveFFSetting;
 class AdaptiveFF : public DeviceFilter {
 public:
     AdaptiveFF(zt::IZenteo* zenteo, zt::IDevMpx* device);
+    ~AdaptiveFF() override { endParameters(); }
 
     void filterNameStr(zt::IString* out) const override { out->set("AdaptiveFF"); }
     void filterDescriptionStr(zt::IString* out) const override { out->set("Adaptive flat-field correction"); }

@@ -87,6 +87,17 @@ public:
 private:
     friend class DlgBHStg;
 
+    // Keeps the text for lastError().
+    template <typename T>
+    T logError(T value, const char* format, ...) const {
+        va_list arguments;
+        va_start(arguments, format);
+        lastErrorText = str::printToBuffer(format, arguments);
+        va_end(arguments);
+        log(lastErrorText);
+        return value;
+    }
+
     // Why the data can't be corrected and the code for it; null when it can.
     const char* refusal(const zt::IData& data, int& code) const;
     int walkPixels(std::span<double> pixels, double acqTime);
@@ -108,6 +119,7 @@ private:
     bool readTable(zt::ISettings& settings, int index, const char* key, Buffer<double>& table,
                    std::size_t size) const;
 
+    mutable std::string lastErrorText;
     Masks maskList;
     Buffer<unsigned char> badPixels;         // one byte a pixel; a bad pixel's is not 0
     Buffer<unsigned char> workMask;          // what interpolation knows of pixels, from frame to frame

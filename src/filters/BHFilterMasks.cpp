@@ -108,8 +108,12 @@ int BHFilter::addMaskFromAcqData(double thickness) {
 
     const zt::FrameHolder last(dev->lastAcqFrame());
     int subFrame = -1;
-    if (last && last->subFrameCount() > 0)
+    if (last && last->subFrameCount() > 0) {
+        const std::weak_ptr<const void> filterLife = lifetime();
         subFrame = askForSubFrame(*last.get(), "Select sub-frame for Beam-Hardening correction");
+        if (filterLife.expired())
+            return zt::ERR_GENERIC;
+    }
     double totalTime = 0;
     for (int i = 0; i < dev->acqFrameCount(); ++i) {
         const zt::FrameHolder frame(dev->acqFrame(static_cast<zt::u32>(i)));

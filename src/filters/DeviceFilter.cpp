@@ -1,12 +1,18 @@
 #include "filters/DeviceFilter.h"
 
+#include "filters/PluginName.h"
 #include "host/ISettings.h"
 
 namespace PluginOmbrel {
 
-DeviceFilter::~DeviceFilter() {
+void DeviceFilter::endParameters() {
     if (params)
         params->destroy();
+    params = nullptr;
+}
+
+void DeviceFilter::log(const std::string& text) const {
+    host->log(pluginName, logFlag, text.c_str());
 }
 
 void DeviceFilter::saveToSettingsFile() {

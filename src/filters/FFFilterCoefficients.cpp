@@ -20,8 +20,12 @@ int FFFilter::loadCoefficientsFromAcquisition(bool allFrames) {
     coeffsSourceName = allFrames ? "<From all measured frames>" : "<From last measured frame>";
     const zt::FrameHolder last(dev->lastAcqFrame());
     int subFrame = -1;
-    if (last && last->subFrameCount() > 0)
+    if (last && last->subFrameCount() > 0) {
+        const std::weak_ptr<const void> filterLife = lifetime();
         subFrame = askForSubFrame(*last.get(), "Select sub-frame for Flat-Field correction");
+        if (filterLife.expired())
+            return zt::ERR_GENERIC;
+    }
     const std::vector<zt::IMpxFrame*> frames = acquiredFrames(allFrames, subFrame);
     if (frames.empty())
         return logError<int>(zt::ERR_GENERIC, "Cannot load flat-field coefficients. No frames measured");

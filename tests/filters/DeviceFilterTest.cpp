@@ -1,0 +1,131 @@
+// What the filters have in common: how they end, and how they refuse.
+#include "filters/AdaptiveFF.h"
+#include "filters/Binning2x2.h"
+#include "fixtures/FilterTests.h"
+#include "standalone/ParamMgr.h"
+
+#include <fstream>
+
+#include "BHFilterFixture.h"
+#include "FFFilterFixture.h"
+
+using testing::ElementsAre;
+
+namespace {
+
+class NotAFrame : public zt::IData {
+public:
+    int type() const override { return 2; }
+    void addRef() override {}
+    void release() override {}
+    void destroy() override {}
+    zt::IData* clone() const override { return nullptr; }
+};
+
+// One instance may get frames and other data on several threads at once: nothing of it may change.
+TEST(Binning, staysAsItIsInEveryByte) {
+    std::vector<std::string> lines;
+    ombrel::Host host([&](const std::string& line) { lines.push_back(line); });
+    PluginOmbrel::Binning2x2 filter(&host, &host.addDevice(1, 2, 2));
+    const auto bytesOf = [](const PluginOmbrel::Binning2x2& object) {
+        return std::string(reinterpret_cast<const char*>(&object), sizeof object);
+    };
+    const std::string before = bytesOf(filter);
+    NotAFrame data;
+    EXPECT_EQ(filter.filterReplace(&data), 0);
+    EXPECT_EQ(filter.filter(&data), nullptr);
+    EXPECT_EQ(bytesOf(filter), before);
+    constexpr const char* notAFrame = "Cannot filter data that is not of type IMpxFrame";
+    EXPECT_THAT(lines, ElementsAre(notAFrame, notAFrame));
+}
+
+// Parameters that are changed once more while they end.
+class LastChangeParamMgr final : public zt::IParamMgr {
+public:
+    zt::IParam* createBool(const char* name, const char* description, bool value, zt::ParamCallback callback,
+                           void* userData, int flags) override {
+        return owned.createBool(name, description, value, callback, userData, flags);
+    }
+    zt::IParam* createInt(const char* name, const char* description, zt::i32 value,
+                          zt::ParamCallback callback, void* userData, int flags) override {
+        return owned.createInt(name, description, value, callback, userData, flags);
+    }
+    zt::IParam* createDouble(const char* name, const char* description, double value,
+                             zt::ParamCallback callback, void* userData, int flags) override {
+        return owned.createDouble(name, description, value, callback, userData, flags);
+    }
+    zt::IParam* createString(const char* name, const char* description, const char* value,
+                             zt::ParamCallback callback, void* userData, int flags) override {
+        return owned.createString(name, description, value, callback, userData, flags);
+    }
+    zt::IParam* param(const char* name) override { return owned.param(name); }
+    zt::u64 paramCount() const override { return owned.paramCount(); }
+    void params(zt::IPtrList<zt::IParam*>* out) const override { owned.params(out); }
+    void destroy() override {
+        param("Search")->setInt(1);
+        delete this;
+    }
+
+private:
+    ombrel::ParamMgr owned;
+};
+
+// The open host but for its parameters.
+class LastChangeHost final : public zt::IZenteo {
+public:
+    std::vector<std::string> lines;
+    ombrel::Host host{[this](const std::string& line) { lines.push_back(line); }};
+
+    void log(const char*, int, const char* format, ...) override { lines.emplace_back(format); }
+    void devices(zt::IPtrList<zt::IDev*>* out) override { host.devices(out); }
+    zt::IParamMgr* createParamMgr() override { return new LastChangeParamMgr; }
+    zt::ISettings* createSettings(const char* path, int flag) override {
+        return host.createSettings(path, flag);
+    }
+    zt::IDataMgr* dataMgr() override { return host.dataMgr(); }
+    zt::IFilterMgr* filterMgr() override { return host.filterMgr(); }
+};
+
+TEST(AdaptiveFF, isWholeWhileItsParametersEnd) {
+    const TemporaryFolder folder;
+    LastChangeHost host;
+    auto* const filter = new PluginOmbrel::AdaptiveFF(&host, &host.host.addDevice(1, 2, 2));
+    std::ofstream(folder / "set.bin") << "no calibration";
+    const auto store = host.host.openSettings(folder / "set.xml");
+    filter->loadFromSettings(store.get());
+    filter->destroy();
+    constexpr const char* notStarted = "Cannot initialize adaptive FF filter";
+    EXPECT_THAT(host.lines, ElementsAre(notStarted, notStarted));
+}
+
+// A host that ends the filter while the user is asked for a sub-frame.
+template <typename Filter, typename Ask>
+void expectQuietEnd(ombrel::Device& device, ombrel::FramePtr frame, Filter& filter, Ask ask) {
+    frame->addSubFrame(ombrel::FramePtr(static_cast<ombrel::Frame*>(frame->clone())));
+    std::vector<ombrel::FramePtr> frames;
+    frames.push_back(std::move(frame));
+    device.setAcquisition(std::move(frames));
+    const std::weak_ptr<const void> lifetime = filter->lifetime();
+    EXPECT_FALSE(lifetime.expired());
+    const auto unanswered = filterwindows::subFrameAnswer;
+    filterwindows::subFrameAnswer = [&](const std::string&) {
+        filter.reset();
+        return 0;
+    };
+    EXPECT_EQ(ask(), -1);
+    filterwindows::subFrameAnswer = unanswered;
+    EXPECT_TRUE(lifetime.expired());
+}
+
+using EndedFFFilterTest = FFFilterFixture;
+TEST_F(EndedFFFilterTest, takesNoSubFrame) {
+    expectQuietEnd(device, frameOf(Values(6, 1)), filter,
+                   [this] { return filter->loadCoefficientsFromAcquisition(true); });
+}
+
+using EndedBHFilterTest = BHFilterFixture;
+TEST_F(EndedBHFilterTest, takesNoSubFrame) {
+    expectQuietEnd(device, frameOf(Values(12, 1)), filter, [this] { return filter->addMaskFromAcqData(1); });
+}
+
+} // namespace
