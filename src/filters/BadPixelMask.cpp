@@ -49,7 +49,8 @@ void markExtremeCoefficients(std::span<const double> coefficients, double under,
 }
 
 void markMaskedPixels(std::span<const unsigned char> deviceMask, std::span<unsigned char> mask) {
-    for (std::size_t i = 0; i < mask.size(); ++i)
+    const std::size_t known = std::min(deviceMask.size(), mask.size());
+    for (std::size_t i = 0; i < known; ++i)
         mask[i] = deviceMask[i] == 0 ? 1 : mask[i];
 }
 

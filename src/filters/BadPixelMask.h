@@ -17,7 +17,8 @@ void markZeroPixels(const zt::IMpxFrame& frame, std::span<unsigned char> mask);
 void markExtremeCoefficients(std::span<const double> coefficients, double under, double over,
                              std::span<unsigned char> mask);
 
-// Adds to the mask the pixels whose byte in the device's mask is 0. It must have that mask's size.
+// Adds to the mask the pixels whose byte in the device's mask is 0. A pixel that the device's mask does not
+// reach is not masked: a device may return fewer bytes than it counts pixels.
 void markMaskedPixels(std::span<const unsigned char> deviceMask, std::span<unsigned char> mask);
 
 } // namespace PluginOmbrel

@@ -1,3 +1,7 @@
+#include "filters/BadPixelMask.h"
+
+#include <array>
+
 #include "FFFilterFixture.h"
 
 using testing::ElementsAre;
@@ -133,6 +137,14 @@ TEST_F(BadPixelSourceTest, aDeviceMaskOfAnotherSizeIsPassedOver) {
                 1e-12);
     EXPECT_EQ(result[7], 9);
     EXPECT_THAT(takeLog(), IsEmpty());
+}
+
+// The bytes after the device's mask are zeros, which would mark pixels.
+TEST_F(BadPixelSourceTest, aDeviceMaskIsReadNoFurtherThanItReaches) {
+    const std::array<unsigned char, 6> bytes{1, 0, 1, 0, 0, 0};
+    std::array<unsigned char, 6> mask{};
+    PluginOmbrel::markMaskedPixels(std::span(bytes).first(3), mask);
+    EXPECT_THAT(mask, ElementsAre(0, 1, 0, 0, 0, 0));
 }
 
 TEST_F(BadPixelSourceTest, withoutAnyMaskEachFrameIsMultipliedAndLogged) {
