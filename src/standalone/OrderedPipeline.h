@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/Types.h"
+#include "standalone/Error.h"
 
 #include <condition_variable>
 #include <cstddef>
@@ -8,6 +9,8 @@
 #include <functional>
 #include <limits>
 #include <mutex>
+#include <string>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -28,16 +31,16 @@ public:
     };
 
     // At least one worker, and room for one item. Returns when all items are delivered. An exception out of
-    // any step ends all of them and comes out here.
+    // any step, and one for a thread that cannot be made, ends all of them and is thrown from here.
     static void run(const Steps& steps, std::size_t workers, std::size_t room) {
         OrderedPipeline pipeline(steps, room);
         {
+            // Destroyed, and so joined, after a failure has stopped the threads that are there.
             std::vector<std::jthread> threads;
-            threads.emplace_back([&] { pipeline.guarded([&] { pipeline.makeAll(); }); });
-            for (std::size_t worker = 0; worker < workers; ++worker)
-                threads.emplace_back(
-                    [&pipeline, worker] { pipeline.guarded([&] { pipeline.workOnAll(worker); }); });
-            pipeline.guarded([&] { pipeline.deliverAll(); });
+            pipeline.guarded([&] {
+                pipeline.startThreads(threads, workers);
+                pipeline.deliverAll();
+            });
         }
         if (pipeline.failure)
             std::rethrow_exception(pipeline.failure);
@@ -50,6 +53,19 @@ private:
     };
 
     OrderedPipeline(const Steps& given, std::size_t room) : steps(given), ring(room) {}
+
+    void startThreads(std::vector<std::jthread>& threads, std::size_t workers) {
+        try {
+            threads.reserve(workers + 1);
+            threads.emplace_back([this] { guarded([this] { makeAll(); }); });
+            for (std::size_t worker = 0; worker < workers; ++worker)
+                threads.emplace_back([this, worker] { guarded([this, worker] { workOnAll(worker); }); });
+        } catch (const std::system_error& error) {
+            throw Error("only " + std::to_string(threads.size()) + " of " + std::to_string(workers + 1) +
+                        " threads can be made: " + error.code().message() +
+                        "; give fewer --jobs or more memory");
+        }
+    }
 
     template <typename Work>
     void guarded(Work work) {
