@@ -10,6 +10,9 @@
 #include "standalone/PixelHash.h"
 
 #include <chrono>
+#include <cmath>
+#include <limits>
+#include <span>
 #include <utility>
 #include <vector>
 
@@ -32,6 +35,22 @@ std::vector<double> doublesOf(const Frame& frame) {
     convertPixels(frame.bytes().data(), frame.frameDataType(), reinterpret_cast<std::byte*>(pixels.data()),
                   zt::DT_DOUBLE, pixels.size());
     return pixels;
+}
+
+template <typename T>
+void useOneNan(std::span<T> pixels) {
+    for (T& pixel : pixels)
+        if (std::isnan(pixel))
+            pixel = std::numeric_limits<T>::quiet_NaN();
+}
+
+// Of two NaNs an operation returns the one that its instructions happen to have first, so the bits of a NaN
+// depend on the processor. The file must not.
+void useOneNan(Frame& frame) {
+    if (frame.frameDataType() == zt::DT_DOUBLE)
+        useOneNan(frame.pixels<double>());
+    else
+        useOneNan(frame.pixels<float>());
 }
 
 void fail(BatchFrame& item, const std::string& reason) {
@@ -94,9 +113,11 @@ private:
         item.frame = std::move(corrected.frame);
         // All that is told of the frame is what stands in the file, so that its user can find it there.
         item.frame->convertToType(plan.output.pixelType);
+        item.row.output = figuresOf(*item.frame);
+        if (item.row.output.notFinite != 0)
+            useOneNan(*item.frame);
         if (listener.frameCorrected)
             item.corrected = doublesOf(*item.frame);
-        item.row.output = figuresOf(*item.frame);
         item.row.outputHash = pixelHash(std::as_const(*item.frame).bytes());
     }
 
