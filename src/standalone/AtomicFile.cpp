@@ -18,32 +18,9 @@ namespace fs = std::filesystem;
 
 constexpr const char* notWritten = "cannot be written";
 
-// The file that a chain of symbolic links ends at, there or not.
-std::string endOfLinks(const std::string& path) {
-    constexpr int mostLinks = 40;
-    fs::path current = path;
-    std::error_code failed;
-    for (int links = 0; fs::is_symlink(current, failed); ++links) {
-        if (links == mostLinks)
-            throw Error(systemErrorText(path, notWritten, ELOOP));
-        const fs::path next = fs::read_symlink(current, failed);
-        if (failed)
-            throw Error(systemErrorText(path, notWritten, failed.value()));
-        current = current.parent_path() / next; // an absolute link replaces all
-    }
-    return current.string();
-}
-
 std::string directoryOf(const std::string& path) {
     const std::string directory = fs::path(path).parent_path().string();
     return directory.empty() ? "." : directory;
-}
-
-std::string besideTarget(const std::string& target) {
-    constexpr std::size_t longestName = 255;
-    const std::string suffix = ".new";
-    const std::string name = fs::path(target).filename().string();
-    return directoryOf(target) + "/." + name.substr(0, longestName - 1 - suffix.size()) + suffix;
 }
 
 // Refuses what may not be replaced: renaming alone would replace a file that is write-protected.
@@ -55,13 +32,6 @@ void checkReplaceable(const std::string& shownPath, const std::string& target) {
         throw Error(shownPath + ": " + notWritten + ": it is not a regular file");
     if (::access(target.c_str(), W_OK) != 0)
         throw Error(systemErrorText(shownPath, notWritten, errno));
-}
-
-bool isStillNamed(int descriptor, const std::string& path) {
-    struct stat mine {};
-    struct stat named {};
-    return ::fstat(descriptor, &mine) == 0 && ::lstat(path.c_str(), &named) == 0 &&
-           mine.st_dev == named.st_dev && mine.st_ino == named.st_ino;
 }
 
 // Waits for the lock. File systems without locks go without.
@@ -98,7 +68,7 @@ FileDescriptor makeFresh(const std::string& shownPath, const std::string& freshP
         if (file.get() < 0)
             throw Error(systemErrorText(isMine ? shownPath : freshPath, notWritten, errno));
         lock(file.get());
-        if (!isStillNamed(file.get(), freshPath))
+        if (!isNamed(file, freshPath))
             continue; // its maker was done, or another took it for left over
         if (isMine)
             return file;
@@ -115,8 +85,36 @@ void keepMode(const std::string& target, int descriptor) {
 
 } // namespace
 
+std::string endOfLinks(const std::string& path) {
+    constexpr int mostLinks = 40;
+    fs::path current = path;
+    std::error_code failed;
+    for (int links = 0; fs::is_symlink(current, failed); ++links) {
+        if (links == mostLinks)
+            throw Error(systemErrorText(path, notWritten, ELOOP));
+        const fs::path next = fs::read_symlink(current, failed);
+        if (failed)
+            throw Error(systemErrorText(path, notWritten, failed.value()));
+        current = current.parent_path() / next; // an absolute link replaces all
+    }
+    return current.string();
+}
+
+std::string hiddenBeside(const std::string& path, const std::string& suffix) {
+    constexpr std::size_t longestName = 255;
+    const std::string name = fs::path(path).filename().string();
+    return directoryOf(path) + "/." + name.substr(0, longestName - 1 - suffix.size()) + suffix;
+}
+
+bool isNamed(const FileDescriptor& file, const std::string& path) {
+    struct stat open {};
+    struct stat named {};
+    return ::fstat(file.get(), &open) == 0 && ::lstat(path.c_str(), &named) == 0 &&
+           open.st_dev == named.st_dev && open.st_ino == named.st_ino;
+}
+
 AtomicFile::AtomicFile(const std::string& path)
-    : shownPath(path), target(endOfLinks(path)), freshPath(besideTarget(target)),
+    : shownPath(path), target(endOfLinks(path)), freshPath(hiddenBeside(target, ".new")),
       fresh((checkReplaceable(shownPath, target), makeFresh(shownPath, freshPath, modeBefore(target)))) {}
 
 AtomicFile::~AtomicFile() {

@@ -52,4 +52,11 @@ private:
 // Replaces the file's contents by the text, in one step. Throws Error.
 void replaceFile(const std::string& path, std::string_view contents);
 
+// The file that a chain of symbolic links ends at, there or not. Throws Error.
+std::string endOfLinks(const std::string& path);
+// ".NAME" and the suffix, in the folder of the path; a long name is cut.
+std::string hiddenBeside(const std::string& path, const std::string& suffix);
+// Whether the name still leads to the open file: it was neither removed nor replaced.
+bool isNamed(const FileDescriptor& file, const std::string& path);
+
 } // namespace ombrel

@@ -46,8 +46,18 @@ std::optional<OutputState> FrameOutput::stateOf(const std::string& path) {
     if (!std::filesystem::exists(path))
         return std::nullopt;
     if (isBeingWritten(path))
-        throw Error(path + ": another run is writing it");
+        throw Error(path + ": another run is writing it; try again when it has ended");
     return hasEnding(path, tiffEndings) ? TiffRecord::read(path) : readHdf5Output(path);
+}
+
+std::optional<OutputState> FrameOutput::stateToResume(const std::string& path, const std::string& record) {
+    const bool isTiff = hasEnding(path, tiffEndings);
+    if (isTiff && std::filesystem::exists(path) && TiffRecord::isMissing(path, record))
+        return std::nullopt;
+    std::optional<OutputState> state = stateOf(path);
+    if (state && isTiff)
+        TiffOutput::keepWholeFrames(*state);
+    return state;
 }
 
 std::unique_ptr<FrameOutput> FrameOutput::resume(const OutputState& state) {

@@ -46,7 +46,10 @@ public:
     // The output that stands at the path; none when there is nothing. Throws Error when what is there was not
     // made by this program, or is being written.
     static std::optional<OutputState> stateOf(const std::string& path);
-    // Goes on behind the frames that are done. Throws Error.
+    // The same for a run of that record that resumes it: only the frames whose pixels are whole count as
+    // done. None when there is no such frame: the run starts again.
+    static std::optional<OutputState> stateToResume(const std::string& path, const std::string& record);
+    // Resumes after the frames that are done, at least one. Throws Error.
     static std::unique_ptr<FrameOutput> resume(const OutputState& state);
     // The bytes of a settings file that the output at the path was made with. Throws Error.
     static std::string settingsIn(const std::string& path, std::size_t index);

@@ -51,9 +51,11 @@ void Hdf5Output::append(std::span<const std::byte> pixels, const FrameRow& row) 
     descriptor.writeAt(addresses.framesDone, std::as_bytes(std::span(&count, 1)));
     framesDone = count;
     file.keep();
+    file.checkInPlace();
 }
 
 void Hdf5Output::finish() {
+    file.checkInPlace();
     const zt::u8 mark = 1;
     file.descriptor().writeAt(addresses.complete, std::as_bytes(std::span(&mark, 1)));
 }

@@ -21,13 +21,14 @@ namespace {
 
 OutputFile::OutputFile(const std::string& path) : shownPath{path}, present{-1, path} {
     if (isBeingWritten(path))
-        throw Error(path + ": another run is writing it");
+        throw Error(path + ": another run is writing it; try again when it has ended");
     fresh = std::make_unique<AtomicFile>(path);
+    target = fresh->finalPath();
     lockForWriting(fresh->descriptor().get(), path);
 }
 
 OutputFile::OutputFile(const std::string& path, FileDescriptor file)
-    : shownPath{path}, present{std::move(file)}, published{true}, kept{true} {}
+    : shownPath{path}, present{std::move(file)}, target{endOfLinks(path)}, published{true}, kept{true} {}
 
 OutputFile OutputFile::reopen(const std::string& path) {
     FileDescriptor file(::open(path.c_str(), O_RDWR | O_CLOEXEC), path);
@@ -38,8 +39,8 @@ OutputFile OutputFile::reopen(const std::string& path) {
 }
 
 OutputFile::~OutputFile() {
-    if (fresh && published && !kept)
-        ::unlink(fresh->finalPath().c_str());
+    if (published && !kept && isNamed(descriptor(), target))
+        ::unlink(target.c_str());
 }
 
 void OutputFile::reserveSize(zt::u64 bytes) {
@@ -61,6 +62,11 @@ void OutputFile::cut(zt::u64 bytes) {
 void OutputFile::publish() {
     fresh->commit();
     published = true;
+}
+
+void OutputFile::checkInPlace() const {
+    if (published && !isNamed(descriptor(), target))
+        throw Error(path() + ": was removed or replaced during the run; its frames are lost, make it again");
 }
 
 } // namespace ombrel

@@ -33,6 +33,8 @@ public:
 
     // Puts the file in its place, synced to the disk as it is by now.
     void publish();
+    // Throws Error when the file was removed or replaced since: what is written goes nowhere.
+    void checkInPlace() const;
     // From now on the file stays, whatever happens.
     void keep() { kept = true; }
 
@@ -42,6 +44,7 @@ private:
     std::string shownPath;
     std::unique_ptr<AtomicFile> fresh; // null for a file that stood there
     FileDescriptor present;
+    std::string target; // what links at the path lead to
     bool published = false;
     bool kept = false;
 };

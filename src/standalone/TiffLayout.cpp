@@ -12,7 +12,7 @@ namespace ombrel {
 
 namespace {
 
-constexpr zt::u64 entryCount = 10;
+constexpr zt::u64 entryCount = 11;
 
 class Bytes {
 public:
@@ -30,11 +30,16 @@ private:
     std::vector<std::byte> content;
 };
 
-// One row of a directory. A value that is shorter than its field stands at the begin of the field.
-void addEntry(Bytes& bytes, zt::u16 tag, zt::u16 type, zt::u64 value, bool big) {
+// The start of a directory's row: `count` values of that type.
+void addField(Bytes& bytes, zt::u16 tag, zt::u16 type, zt::u64 count, bool big) {
     bytes.add(tag);
     bytes.add(type);
-    bytes.addWide(1, big);
+    bytes.addWide(count, big);
+}
+
+// A row of one value. A value that is shorter than its field is at the start of the field.
+void addEntry(Bytes& bytes, zt::u16 tag, zt::u16 type, zt::u64 value, bool big) {
+    addField(bytes, tag, type, 1, big);
     if (type == TIFF_SHORT) {
         bytes.add(static_cast<zt::u16>(value));
         bytes.add(zt::u16{0});
@@ -49,8 +54,9 @@ void addEntry(Bytes& bytes, zt::u16 tag, zt::u16 type, zt::u64 value, bool big) 
 
 } // namespace
 
-TiffLayout::TiffLayout(const OutputPlan& outputPlan)
-    : plan{outputPlan}, frameBytes{zt::u64{plan.width} * plan.height * pixelSize(plan.pixelType)} {
+TiffLayout::TiffLayout(const OutputPlan& outputPlan, const std::string& run)
+    : plan{outputPlan}, software{runPrefix + run + '\0'}, frameBytes{zt::u64{plan.width} * plan.height *
+                                                                     pixelSize(plan.pixelType)} {
     big = pixelOffset(plan.frames) > std::numeric_limits<zt::u32>::max();
 }
 
@@ -81,6 +87,8 @@ std::vector<std::byte> TiffLayout::header() const {
         bytes.add(zt::u16{0});
     }
     bytes.addWide(0, big);
+    for (const char letter : software)
+        bytes.add(letter);
     return bytes.take();
 }
 
@@ -100,6 +108,8 @@ std::vector<std::byte> TiffLayout::directory(zt::u64 page) const {
     addEntry(bytes, TIFFTAG_SAMPLESPERPIXEL, TIFF_SHORT, 1, big);
     addEntry(bytes, TIFFTAG_ROWSPERSTRIP, TIFF_LONG, plan.height, big);
     addEntry(bytes, TIFFTAG_STRIPBYTECOUNTS, wide, frameBytes, big);
+    addField(bytes, TIFFTAG_SOFTWARE, TIFF_ASCII, software.size(), big);
+    bytes.addWide(headerBytes(), big);
     addEntry(bytes, TIFFTAG_SAMPLEFORMAT, TIFF_SHORT, SAMPLEFORMAT_IEEEFP, big);
     bytes.addWide(0, big);
     return bytes.take();

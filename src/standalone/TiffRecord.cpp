@@ -5,13 +5,21 @@
 #include "standalone/FileDescriptor.h"
 #include "standalone/FrameFile.h"
 #include "standalone/FrameRowJson.h"
+#include "standalone/PixelHash.h"
 #include "standalone/PixelType.h"
+#include "standalone/TiffHandle.h"
+#include "standalone/TiffLayout.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
 
 #include <algorithm>
+#include <cerrno>
+#include <fcntl.h>
+#include <filesystem>
+#include <random>
 #include <span>
+#include <unistd.h>
 #include <vector>
 
 namespace ombrel {
@@ -46,13 +54,56 @@ QJsonObject readJson(const std::string& output) {
     return document.object();
 }
 
+// A file for the rows, which is gone when it is closed.
+FileDescriptor makeRowsFile(const std::string& recordPath) {
+    const std::string path = hiddenBeside(endOfLinks(recordPath), ".rows");
+    ::unlink(path.c_str()); // left by a killed run; this one has the lock of the output
+    FileDescriptor file(::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600),
+                        recordPath);
+    if (file.get() < 0)
+        throw Error(systemErrorText(recordPath, "cannot be written", errno));
+    ::unlink(path.c_str());
+    return file;
+}
+
+std::string runIn(const QJsonObject& json) {
+    return json.value("run").toString().toStdString();
+}
+
+std::string recordHash(const std::string& record) {
+    return hashText(pixelHash(std::as_bytes(std::span(record))));
+}
+
+std::string newRunName(const std::string& record) {
+    std::random_device random;
+    return recordHash(record) + "-" + hashText(zt::u64{random()} << 32 | random());
+}
+
 } // namespace
 
 std::string TiffRecord::pathFor(const std::string& output) {
     return output + ".ombrel.json";
 }
 
-TiffRecord::TiffRecord(const OutputPlan& plan) : path{pathFor(plan.path)} {
+std::string TiffRecord::runOf(const std::string& output) {
+    const TiffHandle tiff(output);
+    char* software = nullptr;
+    const std::string prefix = TiffLayout::runPrefix;
+    if (TIFFGetField(tiff.get(), TIFFTAG_SOFTWARE, &software) != 1 || !software)
+        return {};
+    const std::string text = software;
+    return text.starts_with(prefix) ? text.substr(prefix.size()) : std::string();
+}
+
+bool TiffRecord::isMissing(const std::string& output, const std::string& record) {
+    const std::string run = runOf(output);
+    if (!run.starts_with(recordHash(record) + "-"))
+        return false;
+    return !std::filesystem::exists(pathFor(output)) || runIn(readJson(output)) != run;
+}
+
+TiffRecord::TiffRecord(const OutputPlan& plan) : path{pathFor(plan.path)}, rows{makeRowsFile(path)} {
+    json.insert("run", QString::fromStdString(newRunName(plan.record)));
     json.insert("record", QJsonDocument::fromJson(QByteArray::fromStdString(plan.record)).object());
     json.insert("output", planJson(plan));
     QJsonArray files;
@@ -63,14 +114,23 @@ TiffRecord::TiffRecord(const OutputPlan& plan) : path{pathFor(plan.path)} {
 }
 
 TiffRecord::TiffRecord(const OutputState& state)
-    : path{pathFor(state.plan.path)}, json{readJson(state.plan.path)} {
+    : path{pathFor(state.plan.path)}, json{readJson(state.plan.path)}, rows{makeRowsFile(path)} {
     json.remove("frames");
+    json.insert("complete", state.complete);
     for (const FrameRow& row : state.rows)
         appendRow(row);
+    write();
+}
+
+std::string TiffRecord::run() const {
+    return runIn(json);
 }
 
 OutputState TiffRecord::read(const std::string& output) {
     const QJsonObject json = readJson(output);
+    if (const std::string run = runOf(output); run.empty() || runIn(json) != run)
+        throw Error(output + ": " + pathFor(output) +
+                    " is the record of another run; use --force to make the output again");
     const QJsonObject plan = json.value("output").toObject();
     OutputState state;
     state.plan.path = output;
@@ -100,9 +160,18 @@ std::string TiffRecord::settings(const std::string& output, std::size_t index) {
 }
 
 void TiffRecord::appendRow(const FrameRow& row) {
-    if (rowsEnd > rowsBegin || !newRows.isEmpty())
+    constexpr qsizetype most = 1 << 16;
+    if (rowBytes > 0 || !newRows.isEmpty())
         newRows += ",\n";
     newRows += QJsonDocument(toJson(row)).toJson(QJsonDocument::Compact);
+    if (newRows.size() >= most)
+        storeRows();
+}
+
+void TiffRecord::storeRows() {
+    rows.writeAt(rowBytes, bytesOf(newRows));
+    rowBytes += static_cast<zt::u64>(newRows.size());
+    newRows.resize(0);
 }
 
 void TiffRecord::add(const FrameRow& row) {
@@ -115,13 +184,31 @@ void TiffRecord::setComplete() {
     json.insert("complete", true);
 }
 
-void TiffRecord::copyRows(AtomicFile& file) const {
-    std::vector<std::byte> piece(std::size_t{1} << 20);
-    for (zt::u64 at = rowsBegin; at < rowsEnd; at += piece.size()) {
-        piece.resize(std::min<zt::u64>(piece.size(), rowsEnd - at));
-        written->readAt(at, piece);
-        file.write(piece);
+bool TiffRecord::isInPlace() const {
+    return !written || isNamed(written->descriptor(), written->finalPath());
+}
+
+void TiffRecord::prepare() {
+    QByteArray head = QJsonDocument(json).toJson(QJsonDocument::Compact);
+    head.chop(1); // the brace, which comes after the rows
+    head += ",\"frames\":[\n";
+    storeRows();
+    prepared.reset(); // of a failure before: it has the name that the next one takes
+    prepared = std::make_unique<AtomicFile>(path);
+    prepared->write(bytesOf(head));
+    std::vector<std::byte> buffer(std::size_t{1} << 20);
+    for (zt::u64 at = 0; at < rowBytes; at += buffer.size()) {
+        const auto piece = std::span(buffer).first(std::min<zt::u64>(buffer.size(), rowBytes - at));
+        rows.readAt(at, piece);
+        prepared->write(piece);
     }
+    prepared->write(bytesOf("\n]}\n"));
+    prepared->sync();
+}
+
+void TiffRecord::commit() {
+    prepared->commit();
+    written = std::move(prepared);
 }
 
 void TiffRecord::write() {
@@ -129,20 +216,8 @@ void TiffRecord::write() {
     constexpr auto shortest = std::chrono::seconds(2);
     constexpr int share = 20;
     const auto start = Clock::now();
-    QByteArray head = QJsonDocument(json).toJson(QJsonDocument::Compact);
-    head.chop(1); // the brace, behind which the rows come
-    head += ",\"frames\":[\n";
-    AtomicFile file(path);
-    file.write(bytesOf(head));
-    if (written)
-        copyRows(file);
-    file.write(bytesOf(newRows));
-    file.write(bytesOf("\n]}\n"));
-    file.commit();
-    written = std::make_unique<FileDescriptor>(FileDescriptor::openForReading(path));
-    rowsEnd = static_cast<zt::u64>(head.size() + newRows.size()) + (rowsEnd - rowsBegin);
-    rowsBegin = static_cast<zt::u64>(head.size());
-    newRows.clear();
+    prepare();
+    commit();
     const auto end = Clock::now();
     nextWrite = end + std::max<Clock::duration>(shortest, share * (end - start));
 }

@@ -1,9 +1,10 @@
-// Runs that are cut off and gone on with, several jobs, and what outputs tell of themselves.
+// Runs that are cut off and resumed, several jobs, several runs, and what outputs say of themselves.
 
 #include "fixtures/FileText.h"
 #include "fixtures/FrameFiles.h"
 #include "fixtures/Program.h"
 #include "fixtures/TemporaryFolder.h"
+#include "standalone/FileLock.h"
 #include "standalone/FrameOutput.h"
 #include "standalone/FrameRowJson.h"
 
@@ -12,8 +13,10 @@
 #include <QJsonObject>
 #include <gmock/gmock.h>
 
+#include <bit>
 #include <cmath>
 #include <filesystem>
+#include <limits>
 #include <random>
 
 using ::testing::AllOf;
@@ -61,9 +64,10 @@ protected:
         return more;
     }
 
-    // Whatever stands there can be opened, and holds whole frames alone; then it is gone on with to the end.
+    // Whatever is there can be opened, and holds whole frames alone; then it is resumed to the end. The pages
+    // of a TIFF file come before their record.
     void expectResumable(const std::string& when) const {
-        if (fs::exists(output)) {
+        if (fs::exists(output) && (!output.ends_with(".tif") || fs::exists(output + ".ombrel.json"))) {
             const auto state = ombrel::FrameOutput::stateOf(output);
             if (state->framesDone > 0 || output.ends_with(".tif")) {
                 const auto file = ombrel::FrameFile::open(output);
@@ -74,10 +78,22 @@ protected:
         }
         const auto resumed = runOmbrel(commandTo(output, {"--resume"}));
         ASSERT_EQ(resumed.exitCode, 0) << when << ": " << resumed.messages;
+        expectWhole(when);
+    }
+
+    void expectWhole(const std::string& when) const {
         ASSERT_EQ(readAllFrames(output), expected) << when;
         const auto state = ombrel::FrameOutput::stateOf(output);
         ASSERT_TRUE(state->complete) << when;
         expectSameRows(state->rows, expectedRows, when);
+    }
+
+    // Runs into the output with a fault at a call of that number.
+    ProgramResult runWithFault(std::vector<std::string> options, const std::string& fault, int call) const {
+        return runOmbrel(commandTo(output, std::move(options)),
+                         {"LD_PRELOAD=" OMBREL_DIE_AT_WRITE_LIBRARY,
+                          "ASAN_OPTIONS=verify_asan_link_order=0:detect_leaks=0",
+                          fault + "=" + std::to_string(call)});
     }
 
     const TemporaryFolder folder;
@@ -93,16 +109,13 @@ INSTANTIATE_TEST_SUITE_P(Formats, BatchInto, ::testing::Values(".h5", ".tif"),
 
 } // namespace
 
-TEST_P(BatchInto, IsGoneOnWithAfterADeathAtEachWrite) {
+TEST_P(BatchInto, IsResumedAfterADeathAtEachWrite) {
     writeInput(3, 4);
     int deaths = 0;
     for (int call = 1;; ++call) {
         fs::remove(output);
         fs::remove(output + ".ombrel.json");
-        const auto result = runOmbrel(commandTo(output, {"-j", call % 2 ? "1" : "2"}),
-                                      {"LD_PRELOAD=" OMBREL_DIE_AT_WRITE_LIBRARY,
-                                       "ASAN_OPTIONS=verify_asan_link_order=0:detect_leaks=0",
-                                       "OMBREL_DIE_AT_WRITE=" + std::to_string(call)});
+        const auto result = runWithFault({"-j", call % 2 ? "1" : "2"}, "OMBREL_DIE_AT_WRITE", call);
         if (result.exitCode == 0)
             break;
         ASSERT_EQ(result.exitCode, 128 + SIGKILL) << result.messages;
@@ -112,6 +125,81 @@ TEST_P(BatchInto, IsGoneOnWithAfterADeathAtEachWrite) {
             return;
     }
     EXPECT_GT(deaths, 15);
+}
+
+// However a run ends that replaces another output, each pixel and each row is of the same run. It is resumed,
+// or the earlier output is still there and belongs to another run.
+TEST_P(BatchInto, IsOfOneRunAloneWhenReplacingFails) {
+    writeInput(3, 4);
+    const std::string record = ".ombrel.json";
+    const bool isTiff = whole.ends_with(".tif");
+    ASSERT_EQ(runOmbrel(commandTo(output, {"--frames", ":2"})).exitCode, 0);
+    fs::rename(output, folder / "earlier");
+    if (isTiff)
+        fs::rename(output + record, folder / "earlier.json");
+    const std::string earlier = fileText(folder / "earlier");
+    const auto replaceWith = [&](const std::string& fault, int call) {
+        fs::copy_file(folder / "earlier", output, fs::copy_options::overwrite_existing);
+        if (isTiff)
+            fs::copy_file(folder / "earlier.json", output + record, fs::copy_options::overwrite_existing);
+        return runWithFault({"--force"}, fault, call).exitCode == 0;
+    };
+    int calls = 1;
+    while (!replaceWith("OMBREL_DIE_AT_WRITE", calls))
+        ++calls;
+    EXPECT_GT(calls, 15);
+    for (const std::string fault : {"OMBREL_DIE_AT_WRITE", "OMBREL_FULL_FROM_WRITE", "OMBREL_FAIL_AT_WRITE"})
+        for (int call = 1; call < calls && !HasFatalFailure(); ++call) {
+            const std::string when = fault + " " + std::to_string(call);
+            const bool isMade = replaceWith(fault, call);
+            const auto resumed = runOmbrel(commandTo(output, {"--resume"}));
+            if (resumed.exitCode == 0) {
+                expectWhole(when);
+                continue;
+            }
+            ASSERT_THAT(resumed.messages, HasSubstr("was made by another run")) << when;
+            ASSERT_FALSE(isMade) << when;
+            ASSERT_EQ(fileText(output), earlier) << when;
+        }
+}
+
+// Which of two NaNs a sum keeps depends on the processor.
+TEST(Batch, StoresEveryNanAsTheSameOne) {
+    const TemporaryFolder folder;
+    const auto nanOf = [](std::uint64_t payload) {
+        return std::bit_cast<double>(0xfff8000000000000 | payload);
+    };
+    writeHdf5<double>(folder / "in.h5", {2, 2, {nanOf(1), nanOf(2), nanOf(3), nanOf(4), 1, 2, nanOf(5), 4}});
+    const auto result = runOmbrel({"run", "-q", "-f", "Binning 2x2", "--output-type", "f64", folder / "in.h5",
+                                   "-o", folder / "out.h5"});
+    ASSERT_EQ(result.exitCode, 0) << result.messages;
+    const auto quiet = std::bit_cast<std::uint64_t>(std::numeric_limits<double>::quiet_NaN());
+    std::size_t nans = 0;
+    for (const double pixel : readAllFrames(folder / "out.h5")) {
+        EXPECT_TRUE(!std::isnan(pixel) || std::bit_cast<std::uint64_t>(pixel) == quiet);
+        nans += std::isnan(pixel);
+    }
+    EXPECT_GE(nans, 2U);
+}
+
+TEST_P(BatchInto, IsMadeByOneOfSeveralRuns) {
+    writeInput(3, 4);
+    {
+        const ombrel::OutputLock lock(output, false);
+        for (const char* option : {"--quiet", "--force", "--resume"})
+            expectRefusal(runOmbrel(commandTo(output, {option})), 1, "another run is writing it");
+        EXPECT_FALSE(fs::exists(output));
+    }
+    EXPECT_EQ(runOmbrel(commandTo(output)).exitCode, 0);
+    EXPECT_EQ(folder.fileCount(), output.ends_with(".tif") ? 5U : 3U);
+}
+
+TEST_P(BatchInto, EndsWhenAThreadCannotBeMade) {
+    writeInput(8, 4);
+    for (int thread = 1; thread <= 4; ++thread)
+        expectRefusal(runWithFault({"-j", "3"}, "OMBREL_FAIL_AT_THREAD", thread), 1,
+                      "only " + std::to_string(thread - 1) + " of 4 threads can be made");
+    EXPECT_FALSE(fs::exists(output));
 }
 
 TEST_P(BatchInto, IsTheSameForAnyNumberOfJobs) {

@@ -5,7 +5,9 @@
 #include "fixtures/OutputFrames.h"
 #include "fixtures/TemporaryFolder.h"
 #include "standalone/Error.h"
+#include "standalone/FileLock.h"
 #include "standalone/FrameFile.h"
+#include "standalone/PixelHash.h"
 
 #include <gmock/gmock.h>
 
@@ -22,6 +24,7 @@ using ombrel::FrameFile;
 using ombrel::FrameOutput;
 using ombrel::OutputPlan;
 using ::testing::HasSubstr;
+using ::testing::ThrowsMessage;
 
 namespace {
 
@@ -134,7 +137,85 @@ TEST_P(FrameOutputOf, FindsThePlaceOfEachOfManyFrames) {
         ASSERT_EQ(pixels[2 * frame], frame);
 }
 
-TEST_P(FrameOutputOf, IsGoneOnWithBehindItsFrames) {
+// What is written into a file without a name is lost, so the run ends at once.
+TEST_P(FrameOutputOf, IsNotWrittenOnOnceItIsGone) {
+    const std::string other = folder / "other";
+    const auto expectNoticed = [&](const std::string& removed, auto remove) {
+        const auto output = FrameOutput::create(plan(3));
+        append(*output, pixelsOf(0));
+        remove();
+        EXPECT_THAT([&] { append(*output, pixelsOf(1)); },
+                    ThrowsMessage<Error>(HasSubstr(removed + ": was removed or replaced")));
+        EXPECT_THROW(output->finish(), Error);
+    };
+    expectNoticed(path, [&] { fs::remove(path); });
+    expectNoticed(path, [&] {
+        writeFileText(other, "words");
+        fs::rename(other, path);
+    });
+    EXPECT_EQ(fileText(path), "words");
+    if (!isHdf5())
+        expectNoticed(path + ".ombrel.json", [&] { fs::remove(path + ".ombrel.json"); });
+    const std::string moved = folder.path.string() + ".moved";
+    expectNoticed(path, [&] { fs::rename(folder.path, moved); });
+    fs::rename(moved, folder.path);
+}
+
+// Pages whose pixels are not those of their rows, and a record of another run.
+TEST(TiffOutput, CountsTheFramesThatItsRecordIsOf) {
+    const TemporaryFolder folder;
+    const std::string path = folder / "out.tif";
+    const auto write = [&](double level) {
+        const OutputPlan plan = outputOf(path, 2, 1, 3);
+        const auto output = FrameOutput::create(plan);
+        for (double frame = 0; frame < 3; ++frame) {
+            const std::vector<float> pixels(2, static_cast<float>(level + frame));
+            ombrel::FrameRow row;
+            row.outputHash = ombrel::pixelHash(std::as_bytes(std::span(pixels)));
+            output->append(std::as_bytes(std::span(pixels)), row);
+        }
+        output->finish();
+        return plan.record;
+    };
+    const std::string record = write(1000.25);
+    EXPECT_EQ(FrameOutput::stateToResume(path, record)->framesDone, 3U);
+    std::string bytes = fileText(path);
+    const float second = 1001.25;
+    bytes[bytes.find(std::string(reinterpret_cast<const char*>(&second), sizeof second))] ^= 1;
+    writeFileText(path, bytes);
+    const auto damaged = FrameOutput::stateToResume(path, record);
+    EXPECT_EQ(damaged->framesDone, 1U);
+    EXPECT_EQ(damaged->rows.size(), 1U);
+    EXPECT_FALSE(damaged->complete);
+
+    const std::string recordPath = path + ".ombrel.json";
+    const std::string earlier = fileText(recordPath);
+    write(1000.25);
+    writeFileText(recordPath, earlier);
+    EXPECT_THROW(FrameOutput::stateOf(path), Error);
+    EXPECT_FALSE(FrameOutput::stateToResume(path, record)) << "it starts again";
+    EXPECT_THROW(FrameOutput::stateToResume(path, "of another run"), Error);
+}
+
+TEST(OutputLock, IsOnePerOutputWhetherThereIsAFileOrNot) {
+    const TemporaryFolder folder;
+    fs::create_symlink("out.h5", folder / "link.h5");
+    {
+        const ombrel::OutputLock lock(folder / "out.h5", false);
+        EXPECT_THROW(ombrel::OutputLock(folder / "link.h5", true), Error);
+        writeFileText(folder / "new", "words");
+        fs::rename(folder / "new", folder / "out.h5");
+        EXPECT_THROW(ombrel::OutputLock(folder / "out.h5", true), Error);
+        EXPECT_NO_THROW(ombrel::OutputLock(folder / "other.h5", true));
+    }
+    writeFileText(folder / ".out.h5.lock", ""); // left by a killed program
+    EXPECT_THROW(ombrel::OutputLock(folder / "out.h5", false), Error) << "another has made it";
+    EXPECT_NO_THROW(ombrel::OutputLock(folder / "out.h5", true));
+    EXPECT_FALSE(fs::exists(folder / ".out.h5.lock"));
+    EXPECT_THROW(ombrel::OutputLock(folder / "no/such/out.h5", true), Error);
+}
+
+TEST_P(FrameOutputOf, IsResumedAfterItsFrames) {
     const std::string settings = folder / "ff.xml";
     writeFileText(settings, std::string("any \0 bytes \xff", 13));
     OutputPlan begun = plan(5);

@@ -3,6 +3,7 @@
 #include "standalone/AtomicFile.h"
 #include "standalone/CsvLine.h"
 #include "standalone/Error.h"
+#include "standalone/FileLock.h"
 #include "standalone/NumberText.h"
 #include "standalone/SettingsWriter.h"
 #include "standalone/cli/AdaptiveHeaps.h"
@@ -134,6 +135,7 @@ void calibrateAdaptive(const AdaptiveOptions& options, Console& console) {
     const std::vector<GridPoint> holes = parseHoles(options.holes);
     const std::vector<GridRow> rows = readGridTable(options.grid);
     checkOutputs(options, rows);
+    const OutputLock lock(options.output, options.force);
     const CalibrationGrid grid = gridOf(options, rows, holes);
     const CalibrationGridFlats flats(options.grid, rows);
     const auto mask = readCompensationMask(options.compensationMask, flats.width(), flats.height());

@@ -2,6 +2,7 @@
 
 #include "host/IBHFilter.h"
 #include "standalone/Error.h"
+#include "standalone/FileLock.h"
 #include "standalone/FrameStack.h"
 #include "standalone/NumberText.h"
 #include "standalone/cli/OutputGuard.h"
@@ -65,6 +66,7 @@ void calibrateBeamHardening(const BeamHardeningOptions& options, Console& consol
     if (!options.log.empty())
         console.openLog(options.log);
 
+    const OutputLock lock(options.output, options.force);
     FrameStack all(files, FrameRole::Flat);
     Session session(console, options.plugin, {1, all.width(), all.height()});
     FilterLink link = session.makeLink("Beam-hardening");

@@ -5,6 +5,7 @@
 #include "standalone/AtomicFile.h"
 #include "standalone/Error.h"
 #include "standalone/FileKind.h"
+#include "standalone/FileLock.h"
 #include "standalone/FrameStack.h"
 #include "standalone/cli/FrameSize.h"
 #include "standalone/cli/OutputGuard.h"
@@ -138,6 +139,7 @@ void calibrateFlatField(const FlatFieldOptions& options, Console& console) {
     if (!options.log.empty())
         console.openLog(options.log);
 
+    const OutputLock lock(options.output, options.force);
     std::unique_ptr<FrameStack> stack;
     FrameSize size;
     if (isTable(options)) {

@@ -1,3 +1,4 @@
+#include "standalone/FileLock.h"
 #include "standalone/MergedParts.h"
 #include "standalone/cli/Commands.h"
 #include "standalone/cli/OutputGuard.h"
@@ -22,6 +23,7 @@ void merge(const MergeOptions& options, Console& console) {
         !options.output.ends_with(".nxs"))
         throw UsageError("-o " + options.output + ": the name must end in .h5, .hdf5 or .nxs");
     checkOutputPath(options.output, options.force, options.parts);
+    const OutputLock lock(options.output, options.force);
     mergeParts(options.parts, options.output);
     console.message(std::to_string(options.parts.size()) + " parts as one: " + options.output);
 }

@@ -8,7 +8,7 @@
 
 namespace ombrel::cli {
 
-// The output to go on with; none when nothing stands there. Throws Error when it is no output of this
+// The output to resume; none when no frame of it is done. Throws Error when it is no output of this
 // program, is being written, or was made by another run than `record` tells of: the text names what differs.
 std::optional<OutputState> outputToResume(const std::string& path, const RunRecord& record);
 

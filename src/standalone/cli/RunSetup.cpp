@@ -10,6 +10,12 @@ namespace ombrel::cli {
 
 namespace {
 
+std::optional<OutputLock> lockedOutput(const RunOptions& options) {
+    if (options.dryRun)
+        return std::nullopt;
+    return OutputLock(options.output, options.force || options.resume);
+}
+
 FrameRange checkedRange(const RunOptions& options, const FrameStack& stack) {
     const FrameRange range = parseFrameRange(options.frames, stack.frameCount());
     const bool mayExist = options.force || options.resume;
@@ -39,7 +45,8 @@ OutputPlan outputPlan(const RunSetup& setup) {
 } // namespace
 
 RunSetup::RunSetup(const RunOptions& runOptions, Console& console)
-    : options(runOptions), stack(options.inputs, FrameRole::Sample), range(checkedRange(options, stack)),
+    : options(runOptions), lock(lockedOutput(options)), stack(options.inputs, FrameRole::Sample),
+      range(checkedRange(options, stack)),
       session(console, options.plugin, {options.deviceType, stack.width(), stack.height()}),
       workers(loadedChains(options, session, range.count(), console)),
       record(makeRecord(options, range, session.pluginPath(), workers.chains[0])) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "standalone/BatchRun.h"
+#include "standalone/FileLock.h"
 #include "standalone/FrameStack.h"
 #include "standalone/RunRecord.h"
 #include "standalone/cli/FrameRange.h"
@@ -22,12 +23,13 @@ struct RunSetup {
     BatchResult run(const BatchListener& listener);
 
     const RunOptions& options;
+    std::optional<OutputLock> lock; // before anything is asked of the output; none for a dry run
     FrameStack stack;
     FrameRange range;
     Session session;
     WorkerChains workers;
     RunRecord record;
-    std::optional<OutputState> begun; // the output to go on with
+    std::optional<OutputState> begun; // the output to resume
 };
 
 } // namespace ombrel::cli
