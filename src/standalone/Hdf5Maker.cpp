@@ -21,6 +21,7 @@ hsize_t roomForTables(zt::u64 frames) {
 Hdf5Maker::Hdf5Maker(const std::string& path, const std::string& pathForMessages, zt::u64 frames,
                      zt::u64 frameBytes)
     : shownPath{pathForMessages} {
+    Hdf5Session::checkMemory();
     const Hdf5Properties access{checked(H5Pcreate(H5P_FILE_ACCESS))};
     check(H5Pset_file_locking(access, false, true) >= 0);
     check(H5Pset_meta_block_size(access, roomForTables(frames)) >= 0);

@@ -5,6 +5,7 @@
 namespace ombrel {
 
 Hdf5FileHandle openHdf5(const std::string& path, const std::string& problem) {
+    Hdf5Session::checkMemory();
     const Hdf5Properties access{H5Pcreate(H5P_FILE_ACCESS)};
     // A lock would refuse files on disks that know none, and our own outputs while they grow.
     H5Pset_file_locking(access, false, true);

@@ -3,7 +3,10 @@
 #include <hdf5.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <new>
 #include <string_view>
+#include <sys/mman.h>
 
 namespace ombrel {
 
@@ -34,6 +37,15 @@ Hdf5Session::Hdf5Session() : lock{libraryMutex()} {
     static const herr_t cleanUpAtExitIsOff = H5dont_atexit();
     static_cast<void>(cleanUpAtExitIsOff);
     H5Eset_auto2(H5E_DEFAULT, nullptr, nullptr);
+}
+
+void Hdf5Session::checkMemory() {
+    constexpr std::size_t tablesOfOneFile = std::size_t{16} << 20;
+    void* const room =
+        ::mmap(nullptr, tablesOfOneFile, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (room == MAP_FAILED)
+        throw std::bad_alloc();
+    ::munmap(room, tablesOfOneFile);
 }
 
 std::string Hdf5Session::reason() {

@@ -12,6 +12,10 @@ class Hdf5Session {
 public:
     Hdf5Session();
 
+    // Throws std::bad_alloc when there is too little memory for opening or making a file: the library does
+    // not survive that everywhere.
+    static void checkMemory();
+
     // ": the library's words" for the last error, or nothing.
     static std::string reason();
 

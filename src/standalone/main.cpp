@@ -1,7 +1,6 @@
 #include "standalone/cli/CommandLine.h"
-#include "standalone/cli/Console.h"
+#include "standalone/cli/ProgramRun.h"
 
 int main(int argc, char** argv) {
-    ombrel::cli::Console console;
-    return ombrel::cli::runCommandLine(argc, argv, console);
+    return ombrel::cli::runMain(argc, argv, ombrel::cli::runCommandLine);
 }

@@ -1,7 +1,6 @@
-#include "standalone/cli/Console.h"
+#include "standalone/cli/ProgramRun.h"
 #include "workbench/WorkbenchCommandLine.h"
 
 int main(int argc, char** argv) {
-    ombrel::cli::Console console;
-    return ombrel::workbench::runWorkbench(argc, argv, console);
+    return ombrel::cli::runMain(argc, argv, ombrel::workbench::runWorkbench);
 }

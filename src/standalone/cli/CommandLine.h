@@ -11,7 +11,7 @@ enum ExitCode : int {
     EXIT_USAGE = 2,  // the command line is wrong
 };
 
-// Reads the command line, runs the command and returns the exit code. Nothing is thrown.
+// Reads the command line, runs the command and returns the exit code.
 int runCommandLine(int argc, char** argv, Console& console);
 
 } // namespace ombrel::cli

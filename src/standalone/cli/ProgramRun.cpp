@@ -10,6 +10,8 @@
 #include <exception>
 #include <new>
 #include <string>
+#include <string_view>
+#include <unistd.h>
 
 namespace ombrel::cli {
 
@@ -67,22 +69,10 @@ int parse(CLI::App& program, int argc, char** argv, Console& console) {
     return EXIT_ALL_DONE;
 }
 
-} // namespace
-
-int runProgram(CLI::App& program, int argc, char** argv, Console& console, const int& exitCode) {
-    // A write beyond a limit or to a reader that has gone is to fail as a write, not to end the program.
-    std::signal(SIGXFSZ, SIG_IGN);
-    std::signal(SIGPIPE, SIG_IGN);
-
-    program.require_subcommand(1);
-    program.set_version_flag("--version", program.get_name() + " " OMBREL_VERSION);
-    program.get_formatter()->column_width(34);
-
+// For the exception that is being handled, after a message.
+int exitCodeOfFailure(Console& console) {
     try {
-        checkCommand(program, argc, argv);
-        refuseEmptyValues(program);
-        const int parsed = parse(program, argc, argv, console);
-        return parsed != EXIT_ALL_DONE ? parsed : exitCode;
+        throw;
     } catch (const UsageError& error) {
         console.message(error.what());
         return EXIT_USAGE;
@@ -95,6 +85,38 @@ int runProgram(CLI::App& program, int argc, char** argv, Console& console, const
         console.message(error.what());
     }
     return EXIT_FAILED;
+}
+
+} // namespace
+
+int runProgram(CLI::App& program, int argc, char** argv, Console& console, const int& exitCode) {
+    // A write beyond a limit or to a reader that has gone is to fail as a write, not to end the program.
+    std::signal(SIGXFSZ, SIG_IGN);
+    std::signal(SIGPIPE, SIG_IGN);
+
+    program.require_subcommand(1);
+    program.set_version_flag("--version", program.get_name() + " " OMBREL_VERSION);
+    program.get_formatter()->column_width(34);
+
+    checkCommand(program, argc, argv);
+    refuseEmptyValues(program);
+    const int parsed = parse(program, argc, argv, console);
+    return parsed != EXIT_ALL_DONE ? parsed : exitCode;
+}
+
+int runMain(int argc, char** argv, int (*program)(int argc, char** argv, Console& console)) noexcept {
+    try {
+        Console console;
+        try {
+            return program(argc, argv, console);
+        } catch (...) {
+            return exitCodeOfFailure(console);
+        }
+    } catch (...) { // there is no memory for a message either
+        constexpr std::string_view text = "ombrel: not enough memory\n";
+        [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, text.data(), text.size());
+        return EXIT_FAILED;
+    }
 }
 
 } // namespace ombrel::cli

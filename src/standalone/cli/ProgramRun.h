@@ -8,9 +8,12 @@ class App;
 
 namespace ombrel::cli {
 
+// What main() does: runs the program, and for what it throws prints a message and returns the exit code.
+int runMain(int argc, char** argv, int (*program)(int argc, char** argv, Console& console)) noexcept;
+
 // Reads the command line by `program`, whose commands do their work meanwhile, and returns the exit code of
-// that work, or the one for a command line that is wrong or for what was thrown, after a message. Nothing is
-// thrown.
+// that work, or the one for a command line that the parser refuses, after a message. What else is wrong is
+// thrown, for runMain().
 int runProgram(CLI::App& program, int argc, char** argv, Console& console, const int& exitCode);
 
 } // namespace ombrel::cli
