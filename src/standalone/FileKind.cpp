@@ -1,8 +1,12 @@
 #include "standalone/FileKind.h"
 
+#include "standalone/Error.h"
+#include "standalone/NumberText.h"
+
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <span>
 #include <string_view>
 #include <sys/stat.h>
 
@@ -50,6 +54,31 @@ FileKind fileKind(const FileDescriptor& file) {
     if (std::ranges::any_of(tiffSignatures, begins))
         return FileKind::Tiff;
     return isHdf5(file, size) ? FileKind::Hdf5 : FileKind::Other;
+}
+
+void checkRegular(const FileDescriptor& file, const std::string& path) {
+    switch (fileKind(file)) {
+    case FileKind::Empty:
+        throw Error(path + ": the file is empty");
+    case FileKind::Directory:
+        throw Error(path + ": is a directory; give a file");
+    case FileKind::Special:
+        throw Error(path + ": is no regular file; store what it would give in a file first");
+    default:
+        break;
+    }
+}
+
+bool beginsWithNumber(const FileDescriptor& file) {
+    constexpr std::string_view blanks = " \t\r\n\v\f";
+    std::string text(std::min<zt::u64>(file.size(), 4096), '\0');
+    file.readAt(0, std::as_writable_bytes(std::span(text)));
+    const auto isText = [&](char c) { return c >= ' ' || c < 0 || blanks.find(c) != blanks.npos; };
+    if (!std::ranges::all_of(text, isText))
+        return false;
+    text.erase(0, text.find_first_not_of(blanks));
+    text.resize(std::min(text.find_first_of(" \t\r\n\v\f,;"), text.size()));
+    return readNumber<double>(text.starts_with('+') ? text.substr(1) : text).has_value();
 }
 
 DatasetPath splitDatasetPath(const std::string& path) {

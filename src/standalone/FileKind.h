@@ -8,8 +8,14 @@ namespace ombrel {
 
 enum class FileKind { Tiff, Hdf5, Empty, Directory, Special, Other };
 
-// Tells a file by its content. Throws Error when it can't be read.
+// What a file is by its content. Throws Error when it can't be read.
 FileKind fileKind(const FileDescriptor& file);
+
+// Throws Error for an empty file, a folder, a pipe or a device.
+void checkRegular(const FileDescriptor& file, const std::string& path);
+
+// True when the content is text whose first word is a number.
+bool beginsWithNumber(const FileDescriptor& file);
 
 struct DatasetPath {
     std::string file;

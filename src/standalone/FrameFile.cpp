@@ -1,6 +1,7 @@
 #include "standalone/FrameFile.h"
 
 #include "host/DataType.h"
+#include "standalone/BatchMemory.h"
 #include "standalone/Error.h"
 #include "standalone/FileDescriptor.h"
 #include "standalone/FileKind.h"
@@ -10,7 +11,6 @@
 #include "standalone/TiffFile.h"
 
 #include <algorithm>
-#include <unistd.h>
 
 namespace ombrel {
 
@@ -18,39 +18,40 @@ namespace {
 
 std::unique_ptr<FrameFile> openByContent(const std::string& path, FrameRole role) {
     const auto [file, dataset] = splitDatasetPath(path);
-    switch (fileKind(FileDescriptor::openForReading(file))) {
+    const FileDescriptor content = FileDescriptor::openForReading(file);
+    checkRegular(content, file);
+    switch (fileKind(content)) {
     case FileKind::Tiff:
         if (!dataset.empty())
             throw Error(path + ": a TIFF file holds no datasets; leave out what follows \"::\"");
         return std::make_unique<TiffFile>(file);
     case FileKind::Hdf5:
         return std::make_unique<Hdf5File>(path, role);
-    case FileKind::Empty:
-        throw Error(file + ": the file is empty");
-    case FileKind::Directory:
-        throw Error(file + ": is a directory, not a file of frames");
-    case FileKind::Special:
-        throw Error(file + ": is no regular file");
     default:
         throw Error(file + ": is neither TIFF nor HDF5");
     }
 }
 
 // A damaged file may claim any size.
-void checkMemory(const FrameFileInfo& info) {
-    const double pixels = static_cast<double>(info.width) * info.height * std::max(info.subFrames, 1U);
-    const double memory =
-        static_cast<double>(::sysconf(_SC_PHYS_PAGES)) * static_cast<double>(::sysconf(_SC_PAGESIZE));
-    if (pixels * static_cast<double>(pixelSize(info.pixelType)) > memory)
-        throw Error(info.path + ": frames of " + sizeText(info.width, info.height) +
-                    " pixels do not fit into the memory of this machine");
+void checkMemory(const FrameFileInfo& info, zt::u64 scratchBytes) {
+    const double pixels = static_cast<double>(info.width) * info.height;
+    const double image = pixels * static_cast<double>(pixelSize(info.pixelType));
+    const double frame = info.subFrames == 0 ? image : image * info.subFrames + pixels * sizeof(double);
+    const double needed = frame + static_cast<double>(scratchBytes);
+    constexpr double alwaysThere = 1 << 26;
+    if (needed <= alwaysThere)
+        return;
+    const auto available = static_cast<double>(availableMemory());
+    if (needed > available)
+        throw Error(info.path + ": a frame of " + sizeText(info.width, info.height) + " pixels needs " +
+                    bytesText(needed) + " of memory, but only " + bytesText(available) + " is available");
 }
 
 } // namespace
 
 std::unique_ptr<FrameFile> FrameFile::open(const std::string& path, FrameRole role) {
     auto file = openByContent(path, role);
-    checkMemory(file->info());
+    checkMemory(file->info(), file->scratchBytes);
     return file;
 }
 

@@ -80,6 +80,7 @@ public:
 
 protected:
     FrameFileInfo fileInfo;
+    zt::u64 scratchBytes = 0; // that reading takes besides the pixels
 };
 
 } // namespace ombrel

@@ -14,7 +14,7 @@ std::string kindText(const TiffPage& page) {
     return sizeText(page.width, page.height) + ' ' + std::string(pixelTypeName(page.pixelType));
 }
 
-// Where the directory and the link behind it end. The library takes a link that is cut off for the end of the
+// Where the directory and the link after it end. The library takes a link that is cut off for the end of the
 // pages.
 zt::u64 directoryEnd(const TiffHandle& tiff, const FileDescriptor& file, zt::u64 offset) {
     const bool big = TIFFIsBigTIFF(tiff.get()) != 0;
@@ -29,6 +29,17 @@ zt::u64 directoryEnd(const TiffHandle& tiff, const FileDescriptor& file, zt::u64
     return big ? offset + 8 + wide * 20 + 8 : offset + 2 + zt::u64{narrow} * 12 + 4;
 }
 
+// Pixels of the other byte order as those of this processor.
+void swapBytes(std::span<std::byte> pixels, std::size_t pixelBytes) {
+    const auto count = static_cast<tmsize_t>(pixels.size() / pixelBytes);
+    if (pixelBytes == 2)
+        TIFFSwabArrayOfShort(reinterpret_cast<zt::u16*>(pixels.data()), count);
+    else if (pixelBytes == 4)
+        TIFFSwabArrayOfLong(reinterpret_cast<zt::u32*>(pixels.data()), count);
+    else if (pixelBytes == 8)
+        TIFFSwabArrayOfLong8(reinterpret_cast<zt::u64*>(pixels.data()), count);
+}
+
 } // namespace
 
 TiffFile::TiffFile(const std::string& path) : file{FileDescriptor::openForReading(path)}, tiff{path} {
@@ -38,7 +49,8 @@ TiffFile::TiffFile(const std::string& path) : file{FileDescriptor::openForReadin
     fileInfo.width = pages.front().width;
     fileInfo.height = pages.front().height;
     fileInfo.pixelType = pages.front().pixelType;
-    fileInfo.frames = static_cast<zt::u32>(pages.size());
+    fileInfo.frames = pages.size() == 1 ? pages.front().images : static_cast<zt::u32>(pages.size());
+    scratchBytes = TIFFIsTiled(tiff.get()) ? TIFFTileSize64(tiff.get()) : 0;
 }
 
 void TiffFile::gatherPages() {
@@ -48,12 +60,30 @@ void TiffFile::gatherPages() {
         pages.push_back(examineTiffPage(tiff, page, fileSize));
         checkLikeFirst(pages.back(), page);
         if (directoryEnd(tiff, file, pages.back().directoryOffset) > fileSize)
-            throw Error(page + ": the file is cut off behind this page");
+            throw Error(page + ": the file is cut off after this page");
         if (TIFFLastDirectory(tiff.get()))
-            return;
+            break;
         if (TIFFReadDirectory(tiff.get()) != 1)
-            throw Error(page + ": the file is cut off or damaged behind this page" + tiff.reason());
+            throw Error(page + ": the file is cut off or damaged after this page" + tiff.reason());
     }
+    if (pages.size() == 1)
+        gatherStack();
+}
+
+// One directory may describe images that follow each other without directories of their own.
+void TiffFile::gatherStack() {
+    TiffPage& page = pages.front();
+    const zt::u32 images = imagesDescribed(tiff);
+    if (images == 1)
+        return;
+    const std::string claim =
+        fileInfo.path + ": its description names " + std::to_string(images) + " images, but ";
+    if (!page.pixelOffset)
+        throw Error(claim + "it has one directory, whose pixels are compressed or in several pieces");
+    const zt::u64 held = (file.size() - *page.pixelOffset) / page.imageBytes();
+    if (held < images)
+        throw Error(claim + "the file is cut off or damaged: there is room for " + std::to_string(held));
+    page.images = images;
 }
 
 void TiffFile::checkLikeFirst(const TiffPage& page, const std::string& name) const {
@@ -64,16 +94,22 @@ void TiffFile::checkLikeFirst(const TiffPage& page, const std::string& name) con
 }
 
 void TiffFile::readImage(zt::u32 frame, zt::u32, std::span<std::byte> pixels) {
-    const TiffPage& page = pages.at(frame);
-    if (page.pixelOffset) {
-        if (const auto failure = file.tryReadAt(*page.pixelOffset, pixels))
-            throw Error(where(frame) + ": " + *failure);
-        return;
-    }
+    const bool isStack = pages.front().images > 1;
+    const TiffPage& page = pages.at(isStack ? 0 : frame);
+    if (page.pixelOffset)
+        return readDirectly(page, frame, pixels);
     if (TIFFCurrentDirOffset(tiff.get()) != page.directoryOffset &&
         TIFFSetSubDirectory(tiff.get(), page.directoryOffset) != 1)
         throw Error(where(frame) + ": cannot be read" + tiff.reason());
     TIFFIsTiled(tiff.get()) ? readTiles(where(frame), pixels) : readStrips(where(frame), pixels);
+}
+
+void TiffFile::readDirectly(const TiffPage& page, zt::u32 frame, std::span<std::byte> pixels) const {
+    const zt::u64 before = page.images > 1 ? frame * page.imageBytes() : 0;
+    if (const auto failure = file.tryReadAt(*page.pixelOffset + before, pixels))
+        throw Error(where(frame) + ": " + *failure);
+    if (TIFFIsByteSwapped(tiff.get()))
+        swapBytes(pixels, pixelSize(page.pixelType));
 }
 
 void TiffFile::readStrips(const std::string& page, std::span<std::byte> pixels) const {

@@ -20,7 +20,9 @@ public:
 
 private:
     void gatherPages();
+    void gatherStack();
     void checkLikeFirst(const TiffPage& page, const std::string& name) const;
+    void readDirectly(const TiffPage& page, zt::u32 frame, std::span<std::byte> pixels) const;
     void readStrips(const std::string& page, std::span<std::byte> pixels) const;
     void readTiles(const std::string& page, std::span<std::byte> pixels);
 

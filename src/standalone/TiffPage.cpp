@@ -1,7 +1,12 @@
 #include "standalone/TiffPage.h"
 
 #include "standalone/Error.h"
+#include "standalone/NumberText.h"
 #include "standalone/PixelType.h"
+#include "standalone/SizeText.h"
+
+#include <algorithm>
+#include <string_view>
 
 namespace ombrel {
 
@@ -58,6 +63,28 @@ zt::u16 checkedCompression(TIFF* tiff, const std::string& where) {
     return compression;
 }
 
+// The most bytes that a codec makes of one stored byte. Some store a constant image in a hundred bytes; for
+// these it is a number that no picture of a detector comes near.
+zt::u64 mostBytesPerByte(zt::u16 compression) {
+    switch (compression) {
+    case COMPRESSION_NONE:
+        return 1;
+    case COMPRESSION_PACKBITS:
+        return 64;
+    case COMPRESSION_DEFLATE:
+    case COMPRESSION_ADOBE_DEFLATE:
+        return 1032;
+    case COMPRESSION_LZW:
+        return 1400;
+    case COMPRESSION_LZMA:
+        return 8192;
+    case COMPRESSION_ZSTD:
+        return 32768;
+    default:
+        return zt::u64{1} << 24;
+    }
+}
+
 // Bytes that strip or tile `index` holds when it is not compressed.
 zt::u64 plainSize(TIFF* tiff, const TiffPage& page, zt::u32 index) {
     if (TIFFIsTiled(tiff))
@@ -68,30 +95,45 @@ zt::u64 plainSize(TIFF* tiff, const TiffPage& page, zt::u32 index) {
     return rows * page.width * pixelSize(page.pixelType);
 }
 
-// Checks that all the pixels are there, and notes where they stand when they can be read without the library.
+// The library reverses bits where the file has the other bit order.
+bool canBeReadDirectly(TIFF* tiff) {
+    return fieldOr<zt::u16>(tiff, TIFFTAG_COMPRESSION, COMPRESSION_NONE) == COMPRESSION_NONE &&
+           fieldOr<zt::u16>(tiff, TIFFTAG_FILLORDER, FILLORDER_MSB2LSB) == FILLORDER_MSB2LSB &&
+           !TIFFIsTiled(tiff);
+}
+
+// Checks that all the pixels are there, and stores where they are when the library is not needed for them.
+// What a strip or tile holds is checked against its stored bytes, so that no small file asks for much memory.
 void locatePixels(const TiffHandle& handle, TiffPage& page, const std::string& where, zt::u64 fileSize) {
     TIFF* tiff = handle.get();
-    const bool plain = checkedCompression(tiff, where) == COMPRESSION_NONE;
+    const zt::u64 expansion = mostBytesPerByte(checkedCompression(tiff, where));
     const zt::u32 count = TIFFIsTiled(tiff) ? TIFFNumberOfTiles(tiff) : TIFFNumberOfStrips(tiff);
-    bool inOnePiece =
-        plain && !TIFFIsTiled(tiff) && (!TIFFIsByteSwapped(tiff) || pixelSize(page.pixelType) == 1);
+    bool inOnePiece = canBeReadDirectly(tiff);
     if (count == 0)
         throw Error(where + ": an image without pixels");
     zt::u64 expectedOffset = TIFFGetStrileOffset(tiff, 0);
     for (zt::u32 index = 0; index < count; ++index) {
         const zt::u64 offset = TIFFGetStrileOffset(tiff, index);
         const zt::u64 size = TIFFGetStrileByteCount(tiff, index);
-        const zt::u64 needed = plain ? plainSize(tiff, page, index) : 1;
-        if (offset == 0 || size < needed || offset > fileSize || size > fileSize - offset)
-            throw Error(where + ": the file is cut off or damaged: pixels are missing" + handle.reason());
+        const zt::u64 plain = plainSize(tiff, page, index);
+        const zt::u64 needed = (plain + expansion - 1) / expansion;
+        if (offset == 0 || plain == 0 || size < needed || offset > fileSize || size > fileSize - offset)
+            throw Error(where + ": the file is cut off or damaged: " +
+                        (TIFFIsTiled(tiff) ? "tile " : "strip ") + std::to_string(index) + " has " +
+                        std::to_string(plain) + " bytes of pixels, but is stored in " + std::to_string(size) +
+                        " bytes at offset " + std::to_string(offset) + handle.reason());
         inOnePiece = inOnePiece && offset == expectedOffset;
-        expectedOffset = offset + needed;
+        expectedOffset = offset + plain;
     }
     if (inOnePiece)
         page.pixelOffset = TIFFGetStrileOffset(tiff, 0);
 }
 
 } // namespace
+
+zt::u64 TiffPage::imageBytes() const {
+    return zt::u64{width} * height * pixelSize(pixelType);
+}
 
 TiffPage examineTiffPage(const TiffHandle& tiff, const std::string& where, zt::u64 fileSize) {
     TiffPage page;
@@ -100,9 +142,27 @@ TiffPage examineTiffPage(const TiffHandle& tiff, const std::string& where, zt::u
     if (page.width == 0 || page.height == 0)
         throw Error(where + ": an image without pixels");
     page.pixelType = checkedPixelType(tiff.get(), where);
+    constexpr double mostBytes = 1ULL << 62; // of sizes that can be added up without overflow
+    if (static_cast<double>(page.width) * page.height * static_cast<double>(pixelSize(page.pixelType)) >
+        mostBytes)
+        throw Error(where + ": the file is damaged: it claims " + sizeText(page.width, page.height) +
+                    " pixels");
     page.directoryOffset = TIFFCurrentDirOffset(tiff.get());
     locatePixels(tiff, page, where, fileSize);
     return page;
+}
+
+zt::u32 imagesDescribed(const TiffHandle& tiff) {
+    const char* text = nullptr;
+    if (TIFFGetField(tiff.get(), TIFFTAG_IMAGEDESCRIPTION, &text) != 1 || !text)
+        return 1;
+    const std::string_view description(text);
+    constexpr std::string_view key = "\nimages=";
+    const auto begin = description.find(key);
+    if (!description.starts_with("ImageJ=") || begin == std::string_view::npos)
+        return 1;
+    const std::string_view rest = description.substr(begin + key.size());
+    return std::max(readNumber<zt::u32>(rest.substr(0, rest.find('\n'))).value_or(1), 1U);
 }
 
 } // namespace ombrel

@@ -1,4 +1,6 @@
 #include "fixtures/ErrorText.h"
+#include "fixtures/FileText.h"
+#include "fixtures/FrameFiles.h"
 #include "fixtures/TemporaryFolder.h"
 #include "standalone/FrameFile.h"
 
@@ -6,6 +8,9 @@
 #include <tiffio.h>
 
 #include <algorithm>
+#include <array>
+#include <cstring>
+#include <filesystem>
 #include <functional>
 #include <span>
 #include <vector>
@@ -26,7 +31,8 @@ struct TiffVariant {
     zt::u32 tileSide; // 0 for strips
     zt::u16 compression;
     zt::u16 predictor;
-    bool backwards = false; // the last strip stands first in the file
+    bool backwards = false; // the last strip is first in the file
+    zt::u16 fillOrder = FILLORDER_MSB2LSB;
 };
 
 void PrintTo(const TiffVariant& variant, std::ostream* out) {
@@ -54,6 +60,7 @@ protected:
         TIFFSetField(tiff, TIFFTAG_SAMPLEFORMAT, SAMPLEFORMAT_IEEEFP);
         TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISBLACK);
         TIFFSetField(tiff, TIFFTAG_COMPRESSION, variant.compression);
+        TIFFSetField(tiff, TIFFTAG_FILLORDER, variant.fillOrder);
         if (variant.predictor)
             TIFFSetField(tiff, TIFFTAG_PREDICTOR, variant.predictor);
         variant.tileSide ? writeTiles(tiff, page, variant.tileSide) : writeStrips(tiff, page, variant);
@@ -120,6 +127,76 @@ protected:
     const std::string path = folder / "page.tif";
 };
 
+// A file with one directory, written by hand: what it claims need not be there.
+template <typename T>
+struct OneDirectory {
+    bool bigEndian = false;
+    zt::u32 width = 2;
+    zt::u32 height = 1;
+    zt::u32 compression = COMPRESSION_NONE;
+    zt::u32 storedBytes = 2 * sizeof(T);
+    zt::u32 tileSide = 0; // 0 for a strip
+    std::string description = "none";
+
+    static constexpr zt::u32 textOffset = 256;
+    static constexpr zt::u32 pixelOffset = 512;
+
+    void write(const std::string& path, const std::vector<T>& pixels) const {
+        std::string bytes =
+            (bigEndian ? "MM" : "II") + number<zt::u16>(42) + number<zt::u32>(8) + directory();
+        bytes.resize(textOffset);
+        bytes += description;
+        bytes.resize(pixelOffset);
+        for (const T pixel : pixels)
+            bytes += number(pixel);
+        writeFileText(path, bytes);
+    }
+
+    template <typename N>
+    std::string number(N value) const {
+        std::string bytes(sizeof value, '\0');
+        std::memcpy(bytes.data(), &value, sizeof value);
+        if (bigEndian)
+            std::ranges::reverse(bytes);
+        return bytes;
+    }
+
+private:
+    std::string directory() const {
+        const zt::u32 textBytes = static_cast<zt::u32>(description.size()) + 1;
+        std::vector<std::array<zt::u32, 4>> entries{
+            {TIFFTAG_IMAGEWIDTH, TIFF_LONG, 1, width},
+            {TIFFTAG_IMAGELENGTH, TIFF_LONG, 1, height},
+            {TIFFTAG_BITSPERSAMPLE, TIFF_LONG, 1, 8 * sizeof(T)},
+            {TIFFTAG_COMPRESSION, TIFF_LONG, 1, compression},
+            {TIFFTAG_PHOTOMETRIC, TIFF_LONG, 1, 1},
+            {TIFFTAG_IMAGEDESCRIPTION, TIFF_ASCII, textBytes, textOffset}};
+        if (tileSide == 0)
+            entries.insert(entries.end(), {{TIFFTAG_STRIPOFFSETS, TIFF_LONG, 1, pixelOffset},
+                                           {TIFFTAG_ROWSPERSTRIP, TIFF_LONG, 1, height},
+                                           {TIFFTAG_STRIPBYTECOUNTS, TIFF_LONG, 1, storedBytes}});
+        else
+            entries.insert(entries.end(), {{TIFFTAG_TILEWIDTH, TIFF_LONG, 1, tileSide},
+                                           {TIFFTAG_TILELENGTH, TIFF_LONG, 1, tileSide},
+                                           {TIFFTAG_TILEOFFSETS, TIFF_LONG, 1, pixelOffset},
+                                           {TIFFTAG_TILEBYTECOUNTS, TIFF_LONG, 1, storedBytes}});
+        std::string bytes = number(static_cast<zt::u16>(entries.size()));
+        for (const auto& [tag, type, count, value] : entries)
+            bytes += number(static_cast<zt::u16>(tag)) + number(static_cast<zt::u16>(type)) + number(count) +
+                     number(value);
+        return bytes + number<zt::u32>(0);
+    }
+};
+
+template <typename T>
+void expectStack(const std::string& path, bool bigEndian) {
+    OneDirectory<T> file;
+    file.bigEndian = bigEndian;
+    file.description = "ImageJ=1.53t\nimages=3\nslices=3\n";
+    file.write(path, {1, 2, 3, 4, 5, 6});
+    EXPECT_EQ(readAllFrames(path), (std::vector<double>{1, 2, 3, 4, 5, 6})) << bigEndian << sizeof(T);
+}
+
 template <typename... Values>
 auto set(zt::u32 tag, Values... values) {
     return [=](TIFF* tiff) { TIFFSetField(tiff, tag, values...); };
@@ -150,6 +227,7 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(TiffVariant{"oneStrip", "w", height, 0, COMPRESSION_NONE, 0},
                       TiffVariant{"strips", "w", 3, 0, COMPRESSION_NONE, 0},
                       TiffVariant{"backwards", "w", 3, 0, COMPRESSION_NONE, 0, true},
+                      TiffVariant{"bitsReversed", "w", 3, 0, COMPRESSION_NONE, 0, false, FILLORDER_LSB2MSB},
                       TiffVariant{"bigTiff", "w8", 5, 0, COMPRESSION_NONE, 0},
                       TiffVariant{"bigEndian", "wb", 5, 0, COMPRESSION_NONE, 0},
                       TiffVariant{"bigEndianTiles", "wb8", 0, 16, COMPRESSION_NONE, 0},
@@ -181,4 +259,41 @@ TEST_F(TiffFileRefusal, OfPagesThatAreNoFrames) {
 TEST_F(TiffFileRefusal, OfPagesUnlikeTheFirst) {
     expect("is 9 x 8 u8, but frame 0 is 8 x 8 u8", setNothing, set(TIFFTAG_IMAGEWIDTH, 9));
     expect("is 8 x 8 i8, but frame 0 is 8 x 8 u8", setNothing, set(TIFFTAG_SAMPLEFORMAT, SAMPLEFORMAT_INT));
+}
+
+// As ImageJ writes stacks above 4 GB: one directory, and images that follow each other without one.
+TEST_F(TiffFileRefusal, OfAStackInOneDirectoryThatIsCutOff) {
+    for (const bool bigEndian : {false, true}) {
+        expectStack<zt::u8>(path, bigEndian);
+        expectStack<zt::u16>(path, bigEndian);
+        expectStack<zt::u32>(path, bigEndian);
+    }
+    const auto bytes = std::filesystem::file_size(path);
+    std::filesystem::resize_file(path, bytes - 1);
+    EXPECT_THAT(errorOf([&] { FrameFile::open(path); }),
+                HasSubstr("names 3 images, but the file is cut off"));
+
+    OneDirectory<zt::u16> large{
+        .bigEndian = true, .width = 1 << 15, .height = 1 << 14, .storedBytes = 1 << 30};
+    large.description = "ImageJ=1.53t\nimages=5\n";
+    large.write(path, {});
+    constexpr zt::u64 imageBytes = 1 << 30;
+    std::filesystem::resize_file(path, large.pixelOffset + 5 * imageBytes); // a hole but for one pixel
+    std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
+    file.seekp(static_cast<std::streamoff>(large.pixelOffset + 4 * imageBytes + 6));
+    file << large.number<zt::u16>(4711) << std::flush;
+    const auto stack = FrameFile::open(path);
+    ASSERT_EQ(stack->info().frames, 5U);
+    EXPECT_EQ(stack->readFrame(4)->pixels<zt::u16>()[3], 4711);
+}
+
+TEST_F(TiffFileRefusal, OfSmallFilesThatClaimLargeImages) {
+    const auto refusal = [&](const OneDirectory<zt::u8>& file) {
+        file.write(path, std::vector<zt::u8>(64));
+        return errorOf([&] { FrameFile::open(path); });
+    };
+    EXPECT_THAT(refusal({.width = 60000, .height = 60000, .compression = COMPRESSION_LZW, .storedBytes = 64}),
+                HasSubstr("strip 0 has 3600000000 bytes of pixels, but is stored in 64 bytes"));
+    EXPECT_THAT(refusal({.compression = COMPRESSION_ADOBE_DEFLATE, .storedBytes = 64, .tileSide = 60000}),
+                HasSubstr("tile 0 has 3600000000 bytes of pixels, but is stored in 64 bytes"));
 }
