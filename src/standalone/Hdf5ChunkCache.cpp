@@ -1,5 +1,6 @@
 #include "standalone/Hdf5ChunkCache.h"
 
+#include "standalone/Hdf5Open.h"
 #include "standalone/Hdf5Shape.h"
 
 #include <algorithm>
@@ -43,12 +44,12 @@ CacheSize cacheSizeOf(hid_t dataset, const Hdf5Shape& shape) {
 } // namespace
 
 Hdf5Dataset openWithChunkCache(hid_t file, const std::string& path) {
-    Hdf5Dataset dataset{H5Dopen2(file, path.c_str(), H5P_DEFAULT)};
+    Hdf5Dataset dataset{H5Dopen2(file, path.c_str(), hdf5Access(H5P_DATASET_ACCESS))};
     const auto shape = dataset.isOpen() ? shapeOfImages(dataset) : std::nullopt;
     if (!shape)
         return {};
     const CacheSize size = cacheSizeOf(dataset, *shape);
-    const Hdf5Properties access{H5Pcreate(H5P_DATASET_ACCESS)};
+    const Hdf5Properties access = hdf5Access(H5P_DATASET_ACCESS);
     // 1: chunks that were read whole go first.
     H5Pset_chunk_cache(access, size.slots, size.bytes, 1);
     dataset.close(); // a second handle would share the cache of the first

@@ -1,5 +1,8 @@
 #include "standalone/Hdf5Contents.h"
 
+#include "standalone/Hdf5Open.h"
+#include "standalone/Hdf5Sources.h"
+
 #include <algorithm>
 #include <exception>
 
@@ -16,7 +19,7 @@ struct Group {
 // Goes through the groups, those near the root first.
 class Walk {
 public:
-    explicit Walk(hid_t file) { addGroup("", Hdf5Object{H5Oopen(file, "/", H5P_DEFAULT)}); }
+    explicit Walk(hid_t file) { addGroup("", openHdf5Object(file, "/")); }
 
     Hdf5Contents run() {
         for (std::size_t index = 0; index < groups.size(); ++index) {
@@ -33,8 +36,9 @@ private:
     static herr_t visitLink(hid_t group, const char* name, const H5L_info_t*, void* walk) {
         auto& self = *static_cast<Walk*>(walk);
         try {
-            self.addLink(self.groups[self.current].path + '/' + name,
-                         Hdf5Object{H5Oopen(group, name, H5P_DEFAULT)});
+            const std::string path = self.groups[self.current].path + '/' + name;
+            Hdf5Object object = openHdf5Object(group, name);
+            object.isOpen() ? self.addLink(path, std::move(object)) : self.addDeadLink(group, name, path);
             return 0;
         } catch (...) {
             self.failure = std::current_exception();
@@ -43,14 +47,23 @@ private:
     }
 
     void addLink(const std::string& path, Hdf5Object object) {
-        if (!object.isOpen())
-            contents.others.push_back(path + " (a link that leads nowhere)");
-        else if (H5Iget_type(object) == H5I_GROUP)
-            addGroup(path, std::move(object));
-        else if (auto shape = shapeOfImages(object))
-            addDataset(path, std::move(object), std::move(*shape));
-        else if (H5Iget_type(object) == H5I_DATASET)
+        if (H5Iget_type(object) == H5I_GROUP)
+            return addGroup(path, std::move(object));
+        if (H5Iget_type(object) != H5I_DATASET)
+            return;
+        auto problem = sources.problemOf(object);
+        auto shape = problem ? shapeOfBrokenImages(object) : shapeOfImages(object);
+        if (shape)
+            addDataset(path, std::move(object), std::move(*shape), std::move(problem));
+        else
             contents.others.push_back(path);
+    }
+
+    void addDeadLink(hid_t group, const std::string& name, const std::string& path) {
+        contents.others.push_back(path + " (a link that leads nowhere)");
+        const auto dead = deadLinkOn(group, name);
+        if (dead && dead->intoOtherFile)
+            contents.deadLinks.push_back(path.substr(0, path.size() - name.size()) + dead->text);
     }
 
     void addGroup(const std::string& path, Hdf5Object object) {
@@ -59,16 +72,19 @@ private:
             groups.push_back({path, std::move(object), identity});
     }
 
-    void addDataset(const std::string& path, Hdf5Object object, Hdf5Shape shape) {
+    void addDataset(const std::string& path, Hdf5Object object, Hdf5Shape shape,
+                    std::optional<std::string> problem) {
         const auto identity = Hdf5Identity::of(object);
         const auto known = std::ranges::find(contents.candidates, identity, &Hdf5Candidate::identity);
         if (known != contents.candidates.end())
             known->paths.push_back(path);
         else
-            contents.candidates.push_back({{path}, std::move(object), identity, std::move(shape)});
+            contents.candidates.push_back(
+                {{path}, std::move(object), identity, std::move(shape), std::move(problem)});
     }
 
     Hdf5Contents contents;
+    Hdf5Sources sources;
     std::vector<Group> groups;
     std::size_t current = 0;
     std::exception_ptr failure;

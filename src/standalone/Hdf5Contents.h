@@ -2,6 +2,7 @@
 
 #include "standalone/Hdf5Shape.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -22,13 +23,15 @@ struct Hdf5Candidate {
     Hdf5Object object;
     Hdf5Identity identity;
     Hdf5Shape shape;
+    std::optional<std::string> problem; // with what it is made of; then the shape may be a guess
 };
 
 // What is in an HDF5 file. Soft and external links are followed; those that lead nowhere are only noted.
 struct Hdf5Contents {
     std::vector<Hdf5Candidate> candidates;
-    std::vector<std::string>
-        others; // datasets that can't be frames, and links that lead nowhere, as shown to users
+    // Datasets that cannot be frames, and links that lead nowhere, as shown to users.
+    std::vector<std::string> others;
+    std::vector<std::string> deadLinks; // those of them into other files
 };
 
 Hdf5Contents listContents(hid_t file);

@@ -5,10 +5,11 @@
 #include "standalone/Hdf5OutputLayout.h"
 #include "standalone/Hdf5RunState.h"
 #include "standalone/Hdf5Select.h"
+#include "standalone/Hdf5Sources.h"
 #include "standalone/Hdf5Values.h"
+#include "standalone/TimeUnit.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 
 namespace ombrel {
@@ -27,16 +28,11 @@ std::optional<Hdf5Numbers> numbersBeside(hid_t file, const std::vector<std::stri
     return std::nullopt;
 }
 
-double secondsPer(const std::string& unit) {
-    constexpr std::array<std::pair<std::string_view, double>, 4> units{
-        {{"ms", 1e-3}, {"us", 1e-6}, {"ns", 1e-9}, {"min", 60.0}}};
-    const auto known = std::ranges::find(units, unit, &std::pair<std::string_view, double>::first);
-    return known == units.end() ? 1.0 : known->second;
-}
-
 zt::u32 framesAt(hid_t file, const std::string& path) {
-    const Hdf5Object object{H5Oopen(file, path.c_str(), H5P_DEFAULT)};
-    const auto shape = object.isOpen() ? shapeOfImages(object) : std::nullopt;
+    const Hdf5Object object = openHdf5Object(file, path);
+    if (!object.isOpen() || H5Iget_type(object) != H5I_DATASET || Hdf5Sources().problemOf(object))
+        return 0;
+    const auto shape = shapeOfImages(object);
     return shape ? shape->frames() : 0;
 }
 
@@ -87,12 +83,22 @@ void Hdf5File::readTimes(const std::vector<std::string>& groups) {
         time = numbersBeside(file, groups, "count_time", 1);
     if (!time)
         return;
-    const double factor = secondsPer(time->unit);
+    const double factor = secondsPerUnit(time->unit);
     for (double& seconds : time->values)
         seconds = std::isfinite(seconds) && seconds > 0 ? seconds * factor : 0;
     fileInfo.acqTime = time->values.front();
     if (time->values.size() == frames)
         times = std::move(time->values);
+}
+
+double Hdf5File::secondsPerUnit(const std::string& unit) const {
+    if (unit.find_first_not_of(" \t\r\n") == std::string::npos)
+        return 1;
+    try {
+        return secondsIn(unit);
+    } catch (const Error& error) {
+        throw Error(fileInfo.path + ": the acquisition time (count_time): " + error.what());
+    }
 }
 
 void Hdf5File::chooseFrames(FrameRole role, const std::vector<std::string>& groups) {

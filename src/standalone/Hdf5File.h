@@ -21,6 +21,7 @@ private:
     void fillInfo(const std::string& path, const std::string& dataset);
     void chooseFrames(FrameRole role, const std::vector<std::string>& groups);
     void readTimes(const std::vector<std::string>& groups);
+    double secondsPerUnit(const std::string& unit) const;
     zt::u32 storedFrame(zt::u32 frame) const { return chosen.empty() ? frame : chosen[frame]; }
 
     Hdf5FileHandle file;

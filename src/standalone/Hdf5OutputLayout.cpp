@@ -7,6 +7,7 @@
 #include "standalone/Hdf5Open.h"
 #include "standalone/Hdf5RunState.h"
 #include "standalone/Hdf5Shape.h"
+#include "standalone/Hdf5Sources.h"
 #include "standalone/OutputFile.h"
 #include "standalone/PixelType.h"
 
@@ -36,9 +37,11 @@ Hdf5FrameAddresses frameAddresses(hid_t data, zt::u64 frames) {
 }
 
 Hdf5Object openThing(hid_t file, const std::string& name) {
-    Hdf5Object object{H5Oopen(file, name.c_str(), H5P_DEFAULT)};
+    Hdf5Object object = openHdf5Object(file, name);
     if (!object.isOpen() || H5Iget_type(object) != H5I_DATASET)
         throw Error("it was not made by ombrel: there is no " + name);
+    if (const auto problem = Hdf5Sources().problemOf(object))
+        throw Error(name + ": " + *problem);
     return object;
 }
 

@@ -2,7 +2,9 @@
 
 #include "standalone/Error.h"
 #include "standalone/Hdf5FrameTable.h"
+#include "standalone/Hdf5Open.h"
 #include "standalone/Hdf5OutputLayout.h"
+#include "standalone/Hdf5Sources.h"
 #include "standalone/Hdf5Values.h"
 
 #include <algorithm>
@@ -12,8 +14,9 @@ namespace ombrel {
 std::optional<RunState> readRunState(hid_t file, zt::u32 frames) {
     const auto done = numbersAt(file, outputlayout::framesDone, 1);
     const auto complete = numbersAt(file, outputlayout::complete, 1);
-    const Hdf5Object table{H5Oopen(file, outputlayout::frames, H5P_DEFAULT)};
-    if (!done || !complete || !table.isOpen() || H5Iget_type(table) != H5I_DATASET)
+    const Hdf5Object table = openHdf5Object(file, outputlayout::frames);
+    if (!done || !complete || !table.isOpen() || H5Iget_type(table) != H5I_DATASET ||
+        Hdf5Sources().problemOf(table))
         return std::nullopt;
     const Hdf5Space space{H5Dget_space(table)};
     if (H5Sget_simple_extent_npoints(space) != static_cast<hssize_t>(frames))

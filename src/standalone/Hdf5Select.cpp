@@ -2,6 +2,7 @@
 
 #include "standalone/Error.h"
 #include "standalone/Hdf5Contents.h"
+#include "standalone/Hdf5Open.h"
 #include "standalone/Hdf5Values.h"
 
 #include <algorithm>
@@ -23,12 +24,8 @@ std::string joined(const std::string& group, const std::string& name) {
     return group.ends_with('/') ? group + name : group + '/' + name;
 }
 
-Hdf5Object openObject(hid_t file, const std::string& path) {
-    return Hdf5Object{H5Oopen(file, path.c_str(), H5P_DEFAULT)};
-}
-
 const Hdf5Candidate* candidateAt(hid_t file, const Hdf5Contents& contents, const std::string& path) {
-    const Hdf5Object object = openObject(file, path);
+    const Hdf5Object object = openHdf5Object(file, path);
     if (!object.isOpen())
         return nullptr;
     const auto found =
@@ -38,14 +35,14 @@ const Hdf5Candidate* candidateAt(hid_t file, const Hdf5Contents& contents, const
 
 bool isDetectorData(hid_t file, const std::string& path) {
     return path.ends_with("/data") &&
-           textAttribute(openObject(file, parentOf(path)), "NX_class") == "NXdetector";
+           textAttribute(openHdf5Object(file, parentOf(path)), "NX_class") == "NXdetector";
 }
 
 // Follows `default` from group to group, then `signal`; empty when that ends nowhere.
 std::string signalledPath(hid_t file, std::string group) {
     constexpr int deepest = 16; // more than any real file has, less than a circle
     for (int depth = 0; depth < deepest; ++depth) {
-        const Hdf5Object object = openObject(file, group);
+        const Hdf5Object object = openHdf5Object(file, group);
         if (!object.isOpen())
             return {};
         if (const auto next = textAttribute(object, "default"))
@@ -108,7 +105,8 @@ std::string listText(const std::vector<std::string>& entries) {
 std::vector<std::string> describe(const Candidates& candidates) {
     std::vector<std::string> entries;
     for (const Hdf5Candidate* candidate : candidates)
-        entries.push_back("::" + candidate->paths.front() + " (" + shapeText(candidate->shape) + ")");
+        entries.push_back("::" + candidate->paths.front() + " (" +
+                          candidate->problem.value_or(shapeText(candidate->shape)) + ")");
     return entries;
 }
 
@@ -120,11 +118,20 @@ Candidates allOf(const Hdf5Contents& contents) {
 }
 
 [[noreturn]] void refuseNone(const std::string& file, const Hdf5Contents& contents) {
-    throw Error(file + ": no frames in it, which would be numbers of rank 2 to 4; it holds " +
+    throw Error(file + ": holds no frames, which are numbers of rank 2 to 4; it holds " +
                 (contents.others.empty() ? "no dataset" : listText(contents.others)));
 }
 
-Hdf5Selection selection(const Hdf5Candidate& candidate, const std::string& path) {
+// Where nothing marks a dataset as the frames, those may be what a link into a missing file led to.
+void refuseDeadLinks(const std::string& file, const Hdf5Contents& contents) {
+    if (!contents.deadLinks.empty())
+        throw Error(file + ": " + listText(contents.deadLinks) +
+                    "; put the file there, or name a dataset by FILE::/path/of/dataset");
+}
+
+Hdf5Selection selection(const std::string& file, const Hdf5Candidate& candidate, const std::string& path) {
+    if (candidate.problem)
+        throw Error(file + ": " + path + ": " + *candidate.problem);
     Hdf5Selection selected{path, {parentOf(path)}};
     for (const std::string& other : candidate.paths)
         if (other != path)
@@ -133,23 +140,25 @@ Hdf5Selection selection(const Hdf5Candidate& candidate, const std::string& path)
 }
 
 // The dataset of the Data Exchange layout, when the file has it.
-std::optional<Hdf5Selection> selectExchange(hid_t file, const Hdf5Contents& contents, FrameRole role) {
+std::optional<Hdf5Selection> selectExchange(hid_t file, const std::string& fileName,
+                                            const Hdf5Contents& contents, FrameRole role) {
     const std::string data = "/exchange/data";
     const std::string flats = "/exchange/data_white";
     for (const std::string& path : role == FrameRole::Flat ? std::vector{flats, data} : std::vector{data})
         if (const auto* candidate = candidateAt(file, contents, path))
-            return selection(*candidate, path);
+            return selection(fileName, *candidate, path);
     return std::nullopt;
 }
 
 Hdf5Selection selectNamed(hid_t file, const DatasetPath& path, const Hdf5Contents& contents) {
     if (const auto* candidate = candidateAt(file, contents, path.dataset))
-        return selection(*candidate, path.dataset);
-    const bool exists = openObject(file, path.dataset).isOpen();
+        return selection(path.file, *candidate, path.dataset);
+    if (const auto dead = deadLinkOn(file, path.dataset))
+        throw Error(path.file + ": " + dead->text + "; no frames can be read from " + path.dataset);
+    const bool exists = openHdf5Object(file, path.dataset).isOpen();
     const Candidates others = allOf(contents);
     throw Error(path.file + ": " + path.dataset +
-                (exists ? " is no dataset of numbers of rank 2 to 4"
-                        : " is not there, or a link that leads nowhere") +
+                (exists ? " is not a dataset of numbers of rank 2 to 4" : " does not exist") +
                 (others.empty() ? "" : "; there is " + listText(describe(others))));
 }
 
@@ -158,6 +167,8 @@ Hdf5Selection selectByStructure(hid_t file, const std::string& fileName, const H
     Candidates left = detectorCandidates(file, contents);
     if (left.size() != 1) {
         const Candidates decided = left.empty() ? signalled : common(left, signalled);
+        if (left.empty() && decided.empty())
+            refuseDeadLinks(fileName, contents);
         left = !decided.empty() ? decided : left.empty() ? allOf(contents) : left;
     }
     if (left.empty())
@@ -168,7 +179,7 @@ Hdf5Selection selectByStructure(hid_t file, const std::string& fileName, const H
     const std::vector<std::string>& paths = left.front()->paths;
     const auto detector =
         std::ranges::find_if(paths, [&](const auto& path) { return isDetectorData(file, path); });
-    return selection(*left.front(), detector == paths.end() ? paths.front() : *detector);
+    return selection(fileName, *left.front(), detector == paths.end() ? paths.front() : *detector);
 }
 
 } // namespace
@@ -177,7 +188,7 @@ Hdf5Selection selectDataset(hid_t file, const DatasetPath& path, FrameRole role)
     const Hdf5Contents contents = listContents(file);
     if (!path.dataset.empty())
         return selectNamed(file, path, contents);
-    const auto exchange = selectExchange(file, contents, role);
+    const auto exchange = selectExchange(file, path.file, contents, role);
     return exchange ? *exchange : selectByStructure(file, path.file, contents);
 }
 

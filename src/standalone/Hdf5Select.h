@@ -18,7 +18,8 @@ struct Hdf5Selection {
 // opens as numbers of rank 2 to 4: /exchange/data (for flat fields /exchange/data_white); the `data` of an
 // NXdetector group; what the `default` and `signal` attributes lead to; the only dataset of that kind. Among
 // several detectors the attributes decide. Throws Error that lists what there is when that leaves none or
-// several.
+// several, and one that names the cause when the dataset is a view whose sources are missing, or when the
+// frames may be what a link into a missing file led to.
 Hdf5Selection selectDataset(hid_t file, const DatasetPath& path, FrameRole role);
 
 } // namespace ombrel

@@ -36,11 +36,10 @@ hid_t nativeHdf5Type(zt::u8 pixelType) {
     return types[pixelType];
 }
 
-std::optional<Hdf5Shape> shapeOfImages(hid_t object) {
-    if (H5Iget_type(object) != H5I_DATASET)
-        return std::nullopt;
+namespace {
+
+std::optional<Hdf5Shape> shapeIn(hid_t object, hid_t space) {
     const Hdf5Type type{H5Dget_type(object)};
-    const Hdf5Space space{H5Dget_space(object)};
     const int rank = H5Sget_simple_extent_ndims(space);
     const auto pixelType = pixelTypeOfHdf5(type);
     if (!pixelType || rank < 2 || rank > 4)
@@ -49,6 +48,27 @@ std::optional<Hdf5Shape> shapeOfImages(hid_t object) {
     H5Sget_simple_extent_dims(space, shape.extent.data(), nullptr);
     const auto fits = [](hsize_t side) { return side >= 1 && side <= std::numeric_limits<zt::u32>::max(); };
     return std::ranges::all_of(shape.extent, fits) ? std::optional(std::move(shape)) : std::nullopt;
+}
+
+} // namespace
+
+std::optional<Hdf5Shape> shapeOfImages(hid_t object) {
+    if (H5Iget_type(object) != H5I_DATASET)
+        return std::nullopt;
+    return shapeIn(object, Hdf5Space{H5Dget_space(object)});
+}
+
+std::optional<Hdf5Shape> shapeOfBrokenImages(hid_t dataset) {
+    const Hdf5Properties creation{H5Dget_create_plist(dataset)};
+    if (H5Pget_layout(creation) != H5D_VIRTUAL)
+        return shapeOfImages(dataset);
+    const Hdf5Space space{H5Pget_virtual_vspace(creation, 0)};
+    const int rank = H5Sget_simple_extent_ndims(space);
+    if (rank < 2 || rank > 4 || !pixelTypeOfHdf5(Hdf5Type{H5Dget_type(dataset)}))
+        return std::nullopt;
+    std::vector<hsize_t> extent(static_cast<std::size_t>(rank));
+    H5Sget_simple_extent_dims(space, extent.data(), nullptr);
+    return Hdf5Shape{std::move(extent), *pixelTypeOfHdf5(Hdf5Type{H5Dget_type(dataset)})};
 }
 
 std::string shapeText(const Hdf5Shape& shape) {

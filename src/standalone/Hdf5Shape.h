@@ -26,8 +26,11 @@ std::optional<zt::u8> pixelTypeOfHdf5(hid_t type);
 // The HDF5 type of pixels in memory.
 hid_t nativeHdf5Type(zt::u8 pixelType);
 
-// None for an object that is no dataset of numbers of rank 2 to 4 with at least one pixel.
+// Nothing for an object that is not a dataset of numbers of rank 2 to 4 with at least one pixel. The sources
+// of a virtual dataset must have been looked at by Hdf5Sources.
 std::optional<Hdf5Shape> shapeOfImages(hid_t object);
+// The same of a virtual dataset whose sources must not be opened: the shape that it was made with.
+std::optional<Hdf5Shape> shapeOfBrokenImages(hid_t dataset);
 
 // "100 x 512 x 512 u16".
 std::string shapeText(const Hdf5Shape& shape);

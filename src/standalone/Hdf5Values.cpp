@@ -1,6 +1,9 @@
 #include "standalone/Hdf5Values.h"
 
+#include "standalone/Error.h"
+#include "standalone/Hdf5Open.h"
 #include "standalone/Hdf5Shape.h"
+#include "standalone/Hdf5Sources.h"
 
 #include <algorithm>
 
@@ -47,9 +50,11 @@ std::optional<std::string> textAttribute(hid_t object, const char* name) {
 }
 
 std::optional<Hdf5Numbers> numbersAt(hid_t file, const std::string& path, zt::u64 count) {
-    const Hdf5Object object{H5Oopen(file, path.c_str(), H5P_DEFAULT)};
+    const Hdf5Object object = openHdf5Object(file, path);
     if (!object.isOpen() || H5Iget_type(object) != H5I_DATASET)
         return std::nullopt;
+    if (const auto problem = Hdf5Sources().problemOf(object))
+        throw Error(hdf5FileName(file) + ": " + path + ": " + *problem);
     const Hdf5Type type{H5Dget_type(object)};
     const Hdf5Space space{H5Dget_space(object)};
     if (!pixelTypeOfHdf5(type) || H5Sget_simple_extent_ndims(space) > 1 ||

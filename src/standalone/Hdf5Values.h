@@ -19,7 +19,7 @@ struct Hdf5Numbers {
     std::string unit; // empty when the dataset has none
 };
 
-// A dataset of numbers of rank 0 or 1 with `count` of them.
+// A dataset of numbers of rank 0 or 1 with `count` of them. Throws Error for one whose sources are missing.
 std::optional<Hdf5Numbers> numbersAt(hid_t file, const std::string& path, zt::u64 count);
 
 } // namespace ombrel

@@ -209,6 +209,12 @@ TEST_F(Hdf5File, ReadsTheAcquisitionTime) {
     EXPECT_EQ(acqTime({0.25}, ""), 0.25);
     EXPECT_EQ(acqTime({0.25}, "s"), 0.25);
     EXPECT_EQ(acqTime({250}, "ms"), 0.25);
+    EXPECT_EQ(acqTime({250}, "millisecond"), 0.25);
+    EXPECT_EQ(acqTime({2}, " minutes "), 120);
+    EXPECT_EQ(acqTime({5e5}, "\xc2\xb5s"), 0.5);
+    for (const char* unit : {"volts", "Hz", "counts of ms", "seconds since 1970-01-01"})
+        EXPECT_THAT(errorOf([&] { acqTime({1}, unit); }),
+                    HasSubstr("count_time): \"" + std::string(unit) + "\" is not a unit of time"));
     EXPECT_EQ(acqTime({1, 2, 4}, ""), 4);
     EXPECT_EQ(acqTime({1, 2}, ""), 0) << "of another length than the frames";
     EXPECT_EQ(acqTime({-1}, ""), 0);
