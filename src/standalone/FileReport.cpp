@@ -6,7 +6,9 @@
 #include "standalone/SizeText.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
+#include <cstdio>
 #include <type_traits>
 #include <vector>
 
@@ -15,7 +17,7 @@ namespace ombrel {
 namespace {
 
 template <typename T>
-void addPixels(std::span<const T> pixels, FileReport& report) {
+void addPixels(std::span<const T> pixels, PixelReport& report) {
     T least = pixels[0];
     T greatest = pixels[0];
     zt::u64 nans = 0;
@@ -28,15 +30,17 @@ void addPixels(std::span<const T> pixels, FileReport& report) {
     }
     report.nanPixels += nans;
     if (nans < pixels.size()) {
-        report.pixels.include(static_cast<double>(least));
-        report.pixels.include(static_cast<double>(greatest));
+        report.range.include(static_cast<double>(least));
+        report.range.include(static_cast<double>(greatest));
     }
 }
 
-void addImage(const FrameFileInfo& info, std::span<const std::byte> image, FileReport& report) {
-    withPixelType(info.pixelType, [&](auto pixel) {
+void addFrame(const Frame& frame, PixelReport& report) {
+    report.isFloat = frame.frameDataType() == zt::DT_FLOAT;
+    withPixelType(frame.frameDataType(), [&](auto pixel) {
+        const auto bytes = frame.bytes();
         using T = decltype(pixel);
-        addPixels(std::span(reinterpret_cast<const T*>(image.data()), image.size() / sizeof(T)), report);
+        addPixels(std::span(reinterpret_cast<const T*>(bytes.data()), bytes.size() / sizeof(T)), report);
     });
 }
 
@@ -47,20 +51,42 @@ std::string rangeText(const ValueRange& range) {
     return range.min == range.max ? min : min + " to " + numberText(static_cast<T>(range.max));
 }
 
-std::string pixelRangeText(const FileReport& report) {
-    if (report.pixels.isEmpty())
+std::string pixelRangeText(const PixelReport& report) {
+    if (report.range.isEmpty())
         return "none";
-    return report.info.pixelType == zt::DT_FLOAT ? rangeText<float>(report.pixels) : rangeText(report.pixels);
+    return report.isFloat ? rangeText<float>(report.range) : rangeText(report.range);
+}
+
+// Without an exponent for any time that a detector counts. Fifteen digits: what the conversion of a unit adds
+// behind them is no information.
+std::string secondsText(double seconds) {
+    char text[64];
+    std::snprintf(text, sizeof text, "%.15g", seconds);
+    const double rounded = readNumber<double>(text).value_or(seconds);
+    if (!(rounded >= 1e-9 && rounded < 1e9))
+        return numberText(rounded);
+    const auto [end, failed] = std::to_chars(text, text + sizeof text, rounded, std::chars_format::fixed);
+    return std::string(text, end);
+}
+
+std::string timesText(const ValueRange& times) {
+    const std::string shortest = secondsText(times.min);
+    return (times.min == times.max ? shortest : shortest + " to " + secondsText(times.max)) + " s";
 }
 
 std::string runText(const RunState& run) {
-    return std::to_string(run.framesDone) + " of " + std::to_string(run.framesPlanned) + " frames done, " +
+    return std::to_string(run.framesDone) + " of " + countText(run.framesPlanned, "frame") + " done, " +
            std::to_string(run.framesFailed) + " failed, " + (run.complete ? "complete" : "not complete");
 }
 
 std::string kindsText(const FrameKinds& kinds) {
     return std::to_string(kinds.sample) + " of the sample, " + std::to_string(kinds.flat) + " flat, " +
            std::to_string(kinds.dark) + " dark";
+}
+
+std::string reportLine(const std::string& name, const std::string& value) {
+    constexpr std::size_t column = 14;
+    return "  " + name + std::string(column - name.size(), ' ') + value + '\n';
 }
 
 } // namespace
@@ -70,18 +96,20 @@ void ValueRange::include(double value) {
     max = std::max(max < min ? value : max, value);
 }
 
-FileReport reportOnFile(const std::string& path) {
-    const auto file = FrameFile::open(path);
-    FileReport report{file->info(), {}, 0, {}};
-    const FrameFileInfo& info = report.info;
-    std::vector<std::byte> image(std::size_t{info.width} * info.height * pixelSize(info.pixelType));
-    for (zt::u32 frame = 0; frame < info.frames; ++frame) {
-        for (zt::u32 subFrame = 0; subFrame < std::max(info.subFrames, 1U); ++subFrame) {
-            file->readImage(frame, subFrame, image);
-            addImage(info, image, report);
-        }
-        if (info.acqTime)
-            report.acqTimes.include(file->acqTime(frame));
+FileReport reportOnFile(const FrameFile& file) {
+    FileReport report{file.info(), {}};
+    if (report.info.acqTime)
+        for (zt::u32 frame = 0; frame < report.info.frames; ++frame)
+            report.acqTimes.include(file.acqTime(frame));
+    return report;
+}
+
+std::optional<PixelReport> reportOnPixels(FrameFile& file, const std::function<bool()>& frameDone) {
+    PixelReport report;
+    for (zt::u32 frame = 0; frame < file.info().frames; ++frame) {
+        addFrame(*file.readFrame(frame), report);
+        if (!frameDone())
+            return std::nullopt;
     }
     return report;
 }
@@ -89,24 +117,25 @@ FileReport reportOnFile(const std::string& path) {
 std::string fileReportText(const FileReport& report) {
     const FrameFileInfo& info = report.info;
     std::string text = info.path + '\n';
-    const auto line = [&](const std::string& name, const std::string& value) {
-        constexpr std::size_t column = 14;
-        text += "  " + name + std::string(column - name.size(), ' ') + value + '\n';
-    };
-    line("kind", info.dataset.empty() ? info.format : info.format + ", " + info.dataset);
-    line("frames", std::to_string(info.frames));
+    text += reportLine("kind", info.dataset.empty() ? info.format : info.format + ", " + info.dataset);
+    text += reportLine("frames", std::to_string(info.frames));
     if (info.subFrames > 0)
-        line("sub-frames", std::to_string(info.subFrames) + " each");
-    line("size", sizeText(info.width, info.height) + ", " + std::string(pixelTypeName(info.pixelType)));
-    line("range", pixelRangeText(report));
-    if (report.nanPixels > 0)
-        line("not a number", std::to_string(report.nanPixels) + " pixels");
+        text += reportLine("sub-frames", std::to_string(info.subFrames) + " each");
+    text += reportLine("size",
+                       sizeText(info.width, info.height) + ", " + std::string(pixelTypeName(info.pixelType)));
     if (!report.acqTimes.isEmpty())
-        line("time", rangeText(report.acqTimes) + " s");
+        text += reportLine("time", timesText(report.acqTimes));
     if (info.kinds)
-        line("marked", kindsText(*info.kinds));
+        text += reportLine("marked", kindsText(*info.kinds));
     if (info.run)
-        line("run", runText(*info.run));
+        text += reportLine("run", runText(*info.run));
+    return text;
+}
+
+std::string pixelReportText(const PixelReport& report) {
+    std::string text = reportLine("range", pixelRangeText(report));
+    if (report.nanPixels > 0)
+        text += reportLine("not a number", countText(report.nanPixels, "pixel"));
     return text;
 }
 

@@ -2,6 +2,8 @@
 
 #include "standalone/FrameFile.h"
 
+#include <functional>
+#include <optional>
 #include <string>
 
 namespace ombrel {
@@ -15,18 +17,27 @@ struct ValueRange {
     void include(double value);
 };
 
-// What a frame file holds, its pixels included.
-struct FileReport {
-    FrameFileInfo info;
-    ValueRange pixels; // of all frames, without those that are not a number
-    zt::u64 nanPixels = 0;
-    ValueRange acqTimes; // seconds; empty when the file tells none
+// What the pixels of a file are.
+struct PixelReport {
+    ValueRange range;      // of all frames, without those that are not a number
+    zt::u64 nanPixels = 0; // of all frames
+    bool isFloat = false;  // the values are 32-bit floats
 };
 
-// Reads all frames of the file. Throws Error.
-FileReport reportOnFile(const std::string& path);
+struct FileReport {
+    FrameFileInfo info;
+    ValueRange acqTimes; // seconds; empty when the file holds none
+};
 
-// The report as lines for people, each with its end.
+// Describes an open file without reading a pixel.
+FileReport reportOnFile(const FrameFile& file);
+
+// Reads all frames; sub-frames count as the frame that they add up to. `frameDone` is called after each and
+// returns false to stop: then nothing is returned. Throws Error.
+std::optional<PixelReport> reportOnPixels(FrameFile& file, const std::function<bool()>& frameDone);
+
+// The reports as lines for people, each with its end.
 std::string fileReportText(const FileReport& report);
+std::string pixelReportText(const PixelReport& report);
 
 } // namespace ombrel

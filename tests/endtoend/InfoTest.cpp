@@ -1,10 +1,11 @@
-#include "fixtures/FrameFiles.h"
+#include "fixtures/Hdf5Builder.h"
 #include "fixtures/Program.h"
 #include "fixtures/TemporaryFolder.h"
 
 #include <QImage>
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <cmath>
 #include <filesystem>
 
@@ -57,6 +58,32 @@ TEST_F(Info, TellsHowEvenARegionIs) {
                 HasSubstr("mean 4, spread 25.00 %, photon statistics 50.00 %\n"));
 }
 
+TEST_F(Info, ReadsThePixelsWhenTheirRangeIsAskedFor) {
+    EXPECT_THAT(info({}).output, Not(HasSubstr("range")));
+    const auto asked = info({"--range"});
+    EXPECT_THAT(asked.output, HasSubstr("  range         0.9 to 7\n  not a number  2 pixels\n"));
+}
+
+TEST_F(Info, NeedsTheDatabaseOfUnitsForMoreThanSeconds) {
+    const std::string scan = folder / "scan.h5";
+    {
+        Hdf5Builder file(scan);
+        file.images("/entry/data", 1, 1);
+        file.data<double>("/entry/count_time", {1}, {0.1});
+        file.attribute("/entry/count_time", "units", "ms");
+    }
+    EXPECT_THAT(runOmbrel({"info", scan}).output, HasSubstr("  time          0.0001 s\n"));
+    const auto missing = runOmbrel({"info", scan}, {"UDUNITS2_XML_PATH=" + folder / "none.xml"});
+    expectRefusal(missing, 1, "the unit \"ms\" cannot be looked up");
+    EXPECT_EQ(std::ranges::count(missing.messages, '\n'), 1) << missing.messages;
+}
+
+TEST_F(Info, ShowsNoControlCharacters) {
+    const std::string name = "\x1b[2J \xc2\x9b 2K \x9b \xc3\xa9 \xe2\x82\xac";
+    EXPECT_THAT(runOmbrel({"info", folder / name}).messages,
+                HasSubstr("\\x1b[2J \\xc2\\x9b 2K \\x9b \xc3\xa9 \xe2\x82\xac"));
+}
+
 TEST_F(Info, DrawsTheFirstFrameOfEachFileSideBySide) {
     EXPECT_EQ(runOmbrel({"info", raw, corrected, "--region", "2,0,2,1", "--picture", picture}).exitCode, 0);
     const QImage drawn(QString::fromStdString(picture));
@@ -74,6 +101,7 @@ TEST_F(Info, RefusesWhatDoesNotGoTogether) {
         expectRefusal(info(options), exitCode, words);
     };
     refuse({"--mask", mask}, 2, "go with --raw");
+    refuse({"--picture", folder / "picture.gif"}, 2, "ends in .png");
     refuse({"--raw", wide}, 1, "6 x 1");
     refuse({"--raw", raw, "--mask", wide}, 1, "6 x 1");
     refuse({"--raw", folder / "one.tif"}, 1, "has 2 frames");

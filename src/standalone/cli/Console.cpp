@@ -2,6 +2,7 @@
 
 #include "standalone/Error.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
@@ -9,15 +10,47 @@
 
 namespace ombrel::cli {
 
+namespace {
+
+// Bytes of the UTF-8 character at the start of a text; 0 when there is none.
+std::size_t characterLength(std::string_view text) {
+    const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+    const std::size_t length = byte(0) < 0x80                      ? 1
+                               : byte(0) >= 0xc2 && byte(0) < 0xe0 ? 2
+                               : byte(0) >= 0xe0 && byte(0) < 0xf0 ? 3
+                               : byte(0) >= 0xf0 && byte(0) < 0xf5 ? 4
+                                                                   : 0;
+    if (length > text.size())
+        return 0;
+    for (std::size_t i = 1; i < length; ++i)
+        if ((byte(i) & 0xc0) != 0x80)
+            return 0;
+    return length;
+}
+
+// C0 and C1, the latter as characters of UTF-8 or as the bytes that an 8-bit terminal takes for them.
+bool isControl(std::string_view character) {
+    const auto first = static_cast<unsigned char>(character.front());
+    if (character.size() == 1)
+        return first < 0x20 || (first >= 0x7f && first < 0xa0);
+    return first == 0xc2 && static_cast<unsigned char>(character[1]) < 0xa0;
+}
+
+} // namespace
+
 std::string oneLine(std::string_view text) {
     std::string line;
-    for (const char c : text) {
-        if (const auto code = static_cast<unsigned char>(c); code < 0x20 || code == 0x7f) {
+    while (!text.empty()) {
+        const std::string_view character = text.substr(0, std::max<std::size_t>(characterLength(text), 1));
+        text.remove_prefix(character.size());
+        if (!isControl(character)) {
+            line += character;
+            continue;
+        }
+        for (const char c : character) {
             char escaped[8];
-            std::snprintf(escaped, sizeof escaped, "\\x%02x", code);
+            std::snprintf(escaped, sizeof escaped, "\\x%02x", static_cast<unsigned char>(c));
             line += escaped;
-        } else {
-            line += c;
         }
     }
     return line;

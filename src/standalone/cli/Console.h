@@ -8,7 +8,8 @@
 
 namespace ombrel::cli {
 
-// `text` as one printable line: control characters, which a path may hold, are written as \xHH.
+// `text` as one printable line: control characters, which a path may hold, are written as \xHH, those above
+// 127 and bytes that are no UTF-8 and would act as such ones included.
 std::string oneLine(std::string_view text);
 
 // Where a command writes. Results go to what was standard output when the program started; descriptor 1
@@ -29,6 +30,11 @@ public:
     void flushResults();
     // "ombrel: TEXT" on a line of its own. The text is taken as it is.
     void message(std::string_view text);
+    // A message, unless it is empty.
+    void warning(std::string_view text) {
+        if (!text.empty())
+            message(text);
+    }
     // A line on the terminal that the next one overwrites; empty clears it.
     void status(std::string_view text);
     bool hasTerminal() const { return terminal; }

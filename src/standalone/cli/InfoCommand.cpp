@@ -5,9 +5,12 @@
 #include "standalone/MergedParts.h"
 #include "standalone/RegionReport.h"
 #include "standalone/ResidualReport.h"
+#include "standalone/SizeText.h"
 #include "standalone/cli/CommandLine.h"
 #include "standalone/cli/Commands.h"
+#include "standalone/cli/Interrupt.h"
 #include "standalone/cli/NumberCheck.h"
+#include "standalone/cli/Progress.h"
 #include "standalone/cli/UsageError.h"
 
 #include <CLI/CLI.hpp>
@@ -29,6 +32,7 @@ struct InfoOptions {
     std::string raw;
     std::string mask;
     bool eachFrame = false;
+    bool range = false;
     std::string picture;
 };
 
@@ -57,23 +61,45 @@ std::string residualText(const std::string& file, const InfoOptions& options) {
     return all;
 }
 
-// A file that can't be read is told, and the others are shown all the same.
+std::string rangeText(FrameFile& file, Console& console) {
+    const Interrupt interrupt;
+    Progress progress(console, file.info().frames, false);
+    const auto report = reportOnPixels(file, [&] {
+        progress.advance();
+        return !Interrupt::requested();
+    });
+    if (!report)
+        throw Error(file.info().path + ": interrupted after " + countText(progress.framesDone(), "frame") +
+                    " of " + std::to_string(file.info().frames) + "; the range is not known");
+    return pixelReportText(*report);
+}
+
+void showFile(const std::string& path, const InfoOptions& options, Console& console) {
+    const auto file = FrameFile::open(path);
+    const FileReport report = reportOnFile(*file);
+    console.result(fileReportText(report));
+    if (options.range)
+        console.result(rangeText(*file, console));
+    if (report.info.run && report.info.format == "HDF5")
+        checkPartsOf(splitDatasetPath(path).file);
+    if (!options.region.empty())
+        console.result(regionText(path, options.region));
+    if (!options.raw.empty())
+        console.result(residualText(path, options));
+}
+
+// The files after one that cannot be read are shown, too.
 int showFiles(const InfoOptions& options, Console& console) {
     int exitCode = EXIT_ALL_DONE;
-    for (const std::string& file : options.files) {
+    for (const std::string& path : options.files) {
         try {
-            const FileReport report = reportOnFile(file);
-            console.result(fileReportText(report));
-            if (report.info.run && report.info.format == "HDF5")
-                checkPartsOf(splitDatasetPath(file).file);
-            if (!options.region.empty())
-                console.result(regionText(file, options.region));
-            if (!options.raw.empty())
-                console.result(residualText(file, options));
+            showFile(path, options, console);
         } catch (const Error& error) {
             console.message(error.what());
             exitCode = EXIT_FAILED;
         }
+        if (Interrupt::requested())
+            break;
     }
     return exitCode;
 }
@@ -81,6 +107,9 @@ int showFiles(const InfoOptions& options, Console& console) {
 int showInfo(const InfoOptions& options, Console& console) {
     if (options.raw.empty() && (!options.mask.empty() || options.eachFrame))
         throw UsageError("--mask and --each-frame go with --raw");
+    if (!options.picture.empty() && !options.picture.ends_with(".png"))
+        throw UsageError("--picture " + options.picture +
+                         ": the picture is a PNG; choose a name that ends in .png");
     if (!options.picture.empty())
         writeFramePicture(options.picture, options.files,
                           options.region.empty() ? std::nullopt : std::optional(regionOf(options.region)));
@@ -92,12 +121,14 @@ int showInfo(const InfoOptions& options, Console& console) {
 void addInfoCommand(const CommandContext& context) {
     auto options = std::make_shared<InfoOptions>();
     CLI::App* command =
-        context.program.add_subcommand("info", "Show what files hold: kind, frames, size, type, range");
+        context.program.add_subcommand("info", "Show what files hold: kind, frames, size, type, times");
     command
         ->add_option("FILE", options->files,
                      "Frame files; of an HDF5 file one dataset by FILE::/path/of/dataset")
         ->required()
         ->type_name("PATH");
+    command->add_flag("--range", options->range,
+                      "Show the smallest and the greatest pixel too, which reads every frame");
     command
         ->add_option(
             "--region", options->region,
