@@ -34,6 +34,7 @@ CalibrationGridFlats::CalibrationGridFlats(const std::string& tablePath, std::ve
     for (const GridRow& row : all) {
         try {
             const FrameFileInfo info = FrameFile::open(row.file, FrameRole::Flat)->info();
+            darks.add(info);
             if (columns == 0) {
                 columns = info.width;
                 lines = info.height;

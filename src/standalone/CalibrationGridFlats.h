@@ -1,7 +1,7 @@
 #pragma once
 
 #include "standalone/CalibrationGridTable.h"
-#include "standalone/Frame.h"
+#include "standalone/FrameStack.h"
 
 #include <string>
 #include <vector>
@@ -30,11 +30,15 @@ public:
     zt::u32 width() const { return columns; }
     zt::u32 height() const { return lines; }
 
+    // As FrameStack::unusedDarks().
+    std::string unusedDarks() const { return darks.text(); }
+
     // Reads the frames of a row. Throws Error.
     GridFlat read(std::size_t row) const;
 
 private:
     std::vector<GridRow> all;
+    UnusedDarks darks;
     zt::u32 columns = 0;
     zt::u32 lines = 0;
 };

@@ -2,16 +2,18 @@
 
 #include "standalone/CsvLine.h"
 #include "standalone/Error.h"
-#include "standalone/FileDescriptor.h"
+#include "standalone/FileKind.h"
 #include "standalone/LineProblems.h"
 #include "standalone/NumberText.h"
+#include "standalone/SizeText.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <filesystem>
-#include <fstream>
 #include <map>
+#include <span>
+#include <sstream>
 #include <stdexcept>
 
 namespace ombrel {
@@ -66,7 +68,7 @@ GridRow readRow(const Fields& fields, const Columns& columns, const std::filesys
     const auto wanted = static_cast<std::size_t>(
         std::ranges::count_if(columns, [](const auto& column) { return column.has_value(); }));
     if (fields.size() != wanted)
-        throw BadLine(std::to_string(fields.size()) + " fields, not " + std::to_string(wanted));
+        throw BadLine(countText(fields.size(), "field") + ", not " + std::to_string(wanted));
     GridRow row;
     row.point = {numberOf<float>(fields, columns, 0) + 0.0f, // not -0
                  numberOf<float>(fields, columns, 1) + 0.0f, numberOf<float>(fields, columns, 2) + 0.0f};
@@ -119,6 +121,21 @@ private:
     std::map<GridPoint, std::size_t> lineOf;
 };
 
+// More than any list of flat fields needs: what is larger is another file.
+constexpr std::size_t longestLine = 65536;
+constexpr zt::u64 largestTable = zt::u64{16} << 20;
+
+std::string readTable(const std::string& path) {
+    const FileDescriptor file = FileDescriptor::openForReading(path);
+    checkRegular(file, path);
+    if (file.size() > largestTable)
+        throw Error(path + ": has " + countText(file.size(), "byte") + "; a table may have " +
+                    std::to_string(largestTable));
+    std::string text(file.size(), '\0');
+    file.readAt(0, std::as_writable_bytes(std::span(text)));
+    return text;
+}
+
 bool isPassedOver(const std::string& line) {
     const std::size_t first = line.find_first_not_of(" \t\r");
     return first == std::string::npos || line[first] == '#';
@@ -127,11 +144,13 @@ bool isPassedOver(const std::string& line) {
 } // namespace
 
 std::vector<GridRow> readGridTable(const std::string& path) {
-    FileDescriptor::openForReading(path); // tells why not
-    std::ifstream file(path);
+    std::istringstream file(readTable(path));
     TableReader reader(path);
     std::string line;
     for (std::size_t number = 1; std::getline(file, line); ++number) {
+        if (line.size() > longestLine)
+            throw Error(path + ": line " + std::to_string(number) + " has " + countText(line.size(), "byte") +
+                        "; a line of a table may have " + std::to_string(longestLine));
         if (number == 1 && line.starts_with("\xEF\xBB\xBF"))
             line.erase(0, 3); // the mark that spreadsheets put before UTF-8
         if (!isPassedOver(line))

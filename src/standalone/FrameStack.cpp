@@ -15,6 +15,22 @@ std::string pathAndSize(const FrameFileInfo& info) {
 
 } // namespace
 
+void UnusedDarks::add(const FrameFileInfo& info) {
+    if (info.kinds && info.kinds->dark > 0 && !info.dataset.ends_with("/data_dark"))
+        counts[info.path] = info.kinds->dark;
+}
+
+std::string UnusedDarks::text() const {
+    if (counts.empty())
+        return {};
+    zt::u64 frames = 0;
+    for (const auto& [path, count] : counts)
+        frames += count;
+    const std::string files = counts.size() == 1 ? "" : " and " + countText(counts.size() - 1, "more file");
+    return counts.begin()->first + files + ": not used: " + countText(frames, "dark frame") +
+           "; no filter subtracts dark frames";
+}
+
 FrameStack::FrameStack(const std::vector<std::string>& paths, FrameRole role) {
     if (paths.empty())
         throw Error("no input files");
@@ -25,6 +41,8 @@ FrameStack::FrameStack(const std::vector<std::string>& paths, FrameRole role) {
         const FrameFileInfo& first = parts.empty() ? info : parts.front().file->info();
         if (info.width != first.width || info.height != first.height)
             throw Error("the frames differ in size: " + pathAndSize(first) + ", but " + pathAndSize(info));
+        if (role != FrameRole::Any)
+            darks.add(info);
         const zt::u64 end = begin + info.frames;
         parts.push_back({std::move(file), begin, end});
         begin = end;

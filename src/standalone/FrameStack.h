@@ -2,11 +2,23 @@
 
 #include "standalone/FrameFile.h"
 
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
 
 namespace ombrel {
+
+// Dark frames in files of which other frames were asked for.
+class UnusedDarks {
+public:
+    // A file may be added again.
+    void add(const FrameFileInfo& info);
+    std::string text() const;
+
+private:
+    std::map<std::string, zt::u32> counts; // of each file, by its path
+};
 
 // The frames of several files, one after the other, counted from 0 throughout. All frames have one size;
 // pixel types may differ from file to file. One object must not be used from two threads at once.
@@ -23,6 +35,8 @@ public:
 
     // `frame` must be below frameCount().
     FramePtr readFrame(zt::u64 frame);
+    // Says that files hold dark frames, which no command uses; empty when none does.
+    std::string unusedDarks() const { return darks.text(); }
     // "PATH, frame N", the frame counted in its file.
     std::string where(zt::u64 frame) const;
 
@@ -36,6 +50,7 @@ private:
     const Part& partOf(zt::u64 frame) const;
 
     std::vector<Part> parts;
+    UnusedDarks darks;
 };
 
 } // namespace ombrel

@@ -5,6 +5,7 @@
 #include "standalone/Hdf5OutputLayout.h"
 #include "standalone/Hdf5WholeMaker.h"
 #include "standalone/PixelHash.h"
+#include "standalone/SizeText.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -34,7 +35,7 @@ Part openPart(const std::string& path) {
         throw Error(path + ": is merged from parts itself; merge these");
     if (!part.state.complete)
         throw Error(path + ": is not complete: " + std::to_string(part.state.framesDone) + " of " +
-                    std::to_string(part.state.plan.frames) + " frames are done; --resume goes on");
+                    countText(part.state.plan.frames, "frame") + " done; finish it with --resume");
     return part;
 }
 

@@ -66,7 +66,7 @@ ResidualReport reportOnResidual(const std::string& correctedPath, const std::str
     const auto raw = FrameFile::open(rawPath, FrameRole::Sample);
     checkSameSize(corrected->info(), raw->info());
     if (corrected->info().frames != raw->info().frames)
-        throw Error(correctedPath + " has " + std::to_string(corrected->info().frames) + " frames, but " +
+        throw Error(correctedPath + " has " + countText(corrected->info().frames, "frame") + ", but " +
                     rawPath + " " + std::to_string(raw->info().frames));
     const std::vector<bool> mask = readMask(maskPath, raw->info());
 

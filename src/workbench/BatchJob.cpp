@@ -1,5 +1,6 @@
 #include "workbench/BatchJob.h"
 
+#include "standalone/SizeText.h"
 #include "standalone/cli/RunSetup.h"
 
 #include <QElapsedTimer>
@@ -44,7 +45,9 @@ Outcome correctAll(const cli::RunOptions& options, cli::Console& console, BatchL
 QString summaryOf(const Outcome& outcome, const std::string& output) {
     if (!outcome.hasOutput && outcome.failed != 0)
         return "Every frame failed; there is no output.";
-    QString text = QString("%1 of %2 frames done").arg(outcome.done).arg(outcome.of);
+    QString text = QString("%1 of %2 done")
+                       .arg(outcome.done)
+                       .arg(QString::fromStdString(countText(outcome.of, "frame")));
     if (outcome.failed != 0)
         text += QString(", %1 of them failed").arg(outcome.failed);
     if (outcome.isStopped)

@@ -1,5 +1,6 @@
 #include "workbench/BatchProgress.h"
 
+#include "standalone/SizeText.h"
 #include "workbench/NewChild.h"
 
 #include <QHBoxLayout>
@@ -64,9 +65,9 @@ void BatchProgress::advance(quint64 done, quint64 of) {
     }
     const double rate =
         static_cast<double>(done - first) / std::max(1e-3, 1e-3 * static_cast<double>(clock.elapsed()));
-    setText(QString("%1 of %2 frames, %3 frames/s, %4 left")
+    setText(QString("%1 of %2, %3 frames/s, %4 left")
                 .arg(done)
-                .arg(of)
+                .arg(QString::fromStdString(countText(of, "frame")))
                 .arg(rate, 0, 'f', rate < 10 ? 1 : 0)
                 .arg(timeText(static_cast<double>(of - done) / rate)));
 }

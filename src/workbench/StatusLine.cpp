@@ -1,5 +1,6 @@
 #include "workbench/StatusLine.h"
 
+#include "standalone/SizeText.h"
 #include "workbench/NewChild.h"
 
 #include <QFileInfo>
@@ -13,8 +14,8 @@ constexpr int busyMilliseconds = 100;
 constexpr int messageMilliseconds = 10'000;
 
 QString textOf(const StackFacts& facts, const DeviceState& device) {
-    QString text = QString("%1 frames, %2 \u00d7 %3, %4")
-                       .arg(facts.frames)
+    QString text = QString("%1, %2 \u00d7 %3, %4")
+                       .arg(QString::fromStdString(countText(facts.frames, "frame")))
                        .arg(facts.width)
                        .arg(facts.height)
                        .arg(QString::fromStdString(facts.pixelType));

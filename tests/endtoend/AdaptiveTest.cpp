@@ -195,6 +195,16 @@ TEST_F(Adaptive, RefusesWhatIsNoGridAndWritesNothing) {
     refuse(whole, {"-o", settings, "--hole", "1,2,1"}, 1, "no such point");
     refuse(whole, {"-o", settings, "--compensation-mask", folder / "none.tif"}, 1, "none.tif");
     refuse(whole, {"--check", settings}, 1, "a.xml");
+    const auto refuseTable = [&](const std::string& path, const std::string& words) {
+        expectRefusal(runOmbrel({"calibrate", "adaptive", "--grid", path, "-o", settings}), 1,
+                      path + ": " + words);
+    };
+    refuseTable(folder.path.string(), "is a directory");
+    refuseTable("/dev/zero", "is no regular file");
+    writeFileText(table, "v,t,e,file\n#" + std::string(65536, 'x'));
+    refuseTable(table, "line 2 has 65537 bytes; a line of a table may have 65536");
+    std::filesystem::resize_file(table, (16u << 20) + 1);
+    refuseTable(table, "has 16777217 bytes; a table may have 16777216");
     // Frames of one value have no structure that settings could be chosen by.
     refuse(whole, {"-o", settings, "--set", "PPEnabled=true"}, 1, "no test frame could be corrected");
 }

@@ -1,6 +1,6 @@
 // From flat fields to corrected frames by two commands.
 
-#include "fixtures/FrameFiles.h"
+#include "fixtures/Hdf5Builder.h"
 #include "fixtures/Program.h"
 #include "fixtures/TemporaryFolder.h"
 #include "standalone/RegionReport.h"
@@ -51,6 +51,12 @@ TEST_F(FlatField, AveragesTheFlatsOfAllFiles) {
     ASSERT_EQ(calibrate({folder / "one.tif", folder / "other.h5"}).exitCode, 0);
     EXPECT_THAT(correct(folder / "frames.tif"), ElementsAreArray(expected));
 
+    // What a file holds decides, though the filter knows finished coefficients by such a name.
+    std::filesystem::rename(folder / "flats.tif", folder / "flats.ffc");
+    ASSERT_EQ(calibrate({folder / "flats.ffc"}).exitCode, 0);
+    EXPECT_THAT(correct(folder / "frames.tif"), ElementsAreArray(expected));
+    std::filesystem::rename(folder / "flats.ffc", folder / "flats.tif");
+
     // Sums in place of means: the division by the median brings them to scale.
     ASSERT_EQ(calibrate({folder / "flats.tif", "--acquisition"}).exitCode, 0);
     EXPECT_THAT(correct(folder / "frames.tif"), ElementsAreArray(expected));
@@ -93,10 +99,35 @@ TEST_F(FlatField, RefusesWhatGivesNoCoefficientsAndWritesNothing) {
     refuse({folder / "missing.ffc", "--size", "2x2"}, 1, "missing.ffc");
     refuse({folder / "empty.ffc", "--size", "2x2"}, 1, "empty.ffc");
     refuse({folder / "short.txt"}, 2, "--size");
+    refuse({folder / "flats.tif", folder / "short.txt"}, 1, "short.txt: is a table of numbers");
+    for (const char* start : {"SIMPLE  =                    T", "<?xml version=\"1.0\"?>", "1 2\x01"}) {
+        std::ofstream(folder / "other.fits") << start;
+        refuse({folder / "other.fits"}, 1,
+               "other.fits: holds no flat field: it is neither frames (TIFF or HDF5)");
+    }
     refuse({folder / "flats.tif", "--acquisition", "--sub-frame", "0"}, 1, "sub-frame");
     refuse({folder / "flats.tif", "--sub-frame", "0"}, 2, "--acquisition");
     refuse({folder / "flats.tif", "--ffc", folder / "table.txt"}, 2, "ffc");
     refuse({folder / "flats.tif", "--bad", "some"}, 2, "--bad");
+}
+
+TEST_F(FlatField, SaysThatDarkFramesAreNotUsed) {
+    const std::string scan = folder / "scan.h5";
+    {
+        Hdf5Builder file(scan);
+        file.images("/exchange/data", 3, 40);
+        file.images("/exchange/data_white", 2, 80);
+        file.images("/exchange/data_dark", 2, 1);
+    }
+    const std::string words =
+        "ombrel: " + scan + ": not used: 2 dark frames; no filter subtracts dark frames\n";
+    EXPECT_EQ(calibrate({scan}).messages, words + "ombrel: 2 flat fields: " + settings + "\n");
+    const auto run = runOmbrel({"run", "-q", "-f", "Flat-Field=" + settings, scan, "-o", output});
+    EXPECT_EQ(run.messages, words);
+    EXPECT_EQ(runOmbrel({"run", "-q", "-f", "Binning 2x2", scan + "::/exchange/data_dark", "-o",
+                         folder / "dark.h5"})
+                  .messages,
+              "");
 }
 
 TEST_F(FlatField, LeavesPhotonStatisticsInASimulatedSet) {

@@ -6,6 +6,7 @@
 #include "standalone/FileLock.h"
 #include "standalone/NumberText.h"
 #include "standalone/SettingsWriter.h"
+#include "standalone/SizeText.h"
 #include "standalone/cli/AdaptiveHeaps.h"
 #include "standalone/cli/AdaptiveSettings.h"
 #include "standalone/cli/AdaptiveTuner.h"
@@ -63,11 +64,14 @@ void checkOutputs(const AdaptiveOptions& options, const std::vector<GridRow>& ro
     checkOutputPath(heapPathOf(options.output), options.force, inputs);
 }
 
-void tellAbout(const AdaptiveHeaps& heaps, bool normalised, Console& console) {
+void warnAbout(const AdaptiveHeaps& heaps, const CalibrationGridFlats& flats, bool normalised,
+               Console& console) {
+    console.warning(flats.unusedDarks());
     if (heaps.singleFrames() != 0)
-        console.message(std::to_string(heaps.singleFrames()) +
-                        " grid points have a single frame, which is tried on itself: what is found there is "
-                        "better than what other frames will get");
+        console.message(countText(heaps.singleFrames(), "grid point") +
+                        (heaps.singleFrames() == 1 ? " has" : " have") +
+                        " a single frame, which is tried on itself: what is found there is better than what "
+                        "other frames will get");
     if (heaps.levelRatio() > levelsDiffer && !normalised) {
         char text[160];
         std::snprintf(text, sizeof text,
@@ -153,11 +157,11 @@ void calibrateAdaptive(const AdaptiveOptions& options, Console& console) {
                                     .compensationMask = mask};
     Progress reading(console, rows.size(), options.quiet);
     AdaptiveHeaps heaps({grid, flats, heapSettings, options.normalise}, paths, [&] { reading.advance(); });
-    tellAbout(heaps, options.normalise, console);
+    warnAbout(heaps, flats, options.normalise, console);
     settings = tune({heaps, paths, settings, fixed, std::min(flats.width(), flats.height())}, session,
                     options, console);
     writeCalibration(heaps, settings, options.output);
-    console.message(std::to_string(rows.size()) + " flat fields: " + options.output + " and " +
+    console.message(countText(rows.size(), "flat field") + ": " + options.output + " and " +
                     heapPathOf(options.output));
 }
 

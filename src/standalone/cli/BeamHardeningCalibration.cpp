@@ -5,6 +5,7 @@
 #include "standalone/FileLock.h"
 #include "standalone/FrameStack.h"
 #include "standalone/NumberText.h"
+#include "standalone/SizeText.h"
 #include "standalone/cli/OutputGuard.h"
 #include "standalone/cli/PrivateInterface.h"
 #include "standalone/cli/Session.h"
@@ -68,6 +69,7 @@ void calibrateBeamHardening(const BeamHardeningOptions& options, Console& consol
 
     const OutputLock lock(options.output, options.force);
     FrameStack all(files, FrameRole::Flat);
+    console.warning(all.unusedDarks());
     Session session(console, options.plugin, {1, all.width(), all.height()});
     FilterLink link = session.makeLink("Beam-hardening");
     IBHFilter& filter = privateInterface<IBHFilter>(link.filter(), beamHardeningObject);
@@ -81,8 +83,7 @@ void calibrateBeamHardening(const BeamHardeningOptions& options, Console& consol
     if (masks.size() == 1)
         console.message("one mask alone gives no thickness: pixels brighter than it become 0, and the others "
                         "the logarithm of their counts a second; give another --mask");
-    console.message(std::to_string(masks.size()) + (masks.size() == 1 ? " mask" : " masks") + " of " +
-                    std::to_string(all.frameCount()) + (all.frameCount() == 1 ? " frame: " : " frames: ") +
+    console.message(countText(masks.size(), "mask") + " of " + countText(all.frameCount(), "frame") + ": " +
                     options.output);
 }
 

@@ -30,8 +30,8 @@ void checkRoom(const std::string& output, zt::u64 bytes) {
     if (failure)
         throw Error(output + ": cannot be written: " + failure.message());
     if (space.available < bytes)
-        throw Error(output + ": no room on the disk for its " + std::to_string(bytes) + " bytes; there are " +
-                    std::to_string(space.available));
+        throw Error(output + ": no room on the disk for its " + countText(bytes, "byte") +
+                    "; available: " + std::to_string(space.available));
 }
 
 } // namespace
@@ -42,11 +42,11 @@ int dryRun(FrameStack& stack, const FrameRange& range, WorkerChains& workers, co
     const zt::u64 pixelBytes = options.outputType == "f64" ? sizeof(double) : sizeof(float);
     const zt::u64 bytes = range.count() * first->size() * pixelBytes;
     checkRoom(options.output, bytes);
-    console.message("would correct " + std::to_string(range.count()) + " frames of " +
+    console.message("would correct " + countText(range.count(), "frame") + " of " +
                     sizeText(stack.width(), stack.height()) + " with " +
                     std::to_string(workers.chains.size()) + " at once, and write " +
                     sizeText(first->width(), first->height()) + " " + options.outputType + ", " +
-                    std::to_string(bytes) + " bytes: " + options.output);
+                    countText(bytes, "byte") + ": " + options.output);
     return EXIT_ALL_DONE;
 }
 

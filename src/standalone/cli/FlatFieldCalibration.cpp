@@ -7,12 +7,14 @@
 #include "standalone/FileKind.h"
 #include "standalone/FileLock.h"
 #include "standalone/FrameStack.h"
+#include "standalone/SizeText.h"
 #include "standalone/cli/FrameSize.h"
 #include "standalone/cli/OutputGuard.h"
 #include "standalone/cli/PrivateInterface.h"
 #include "standalone/cli/Session.h"
 #include "standalone/cli/UsageError.h"
 
+#include <algorithm>
 #include <memory>
 
 namespace ombrel::cli {
@@ -39,16 +41,41 @@ void checkOptions(const FlatFieldOptions& options) {
         checkOutputPath(output, options.force, options.inputs);
 }
 
-// A single input that is no frame file is a matrix of numbers, or finished coefficients.
+enum class FlatSource {
+    Frames,
+    Matrix,       // of numbers, as text
+    Coefficients, // finished ones
+};
+
+FlatSource sourceOf(const std::string& path) {
+    if (FrameFile::looksLikeFrames(path))
+        return FlatSource::Frames;
+    const FileDescriptor file = FileDescriptor::openForReading(splitDatasetPath(path).file);
+    checkRegular(file, path);
+    if (isPrepared(path))
+        return FlatSource::Coefficients;
+    if (beginsWithNumber(file))
+        return FlatSource::Matrix;
+    throw Error(path +
+                ": holds no flat field: it is neither frames (TIFF or HDF5) nor a matrix of numbers as "
+                "text, nor are finished coefficients in it, whose file has a name that ends in \"ffc\"");
+}
+
+// True for one matrix or one file of coefficients, which come without a size.
 bool isTable(const FlatFieldOptions& options) {
-    return options.inputs.size() == 1 && !FrameFile::looksLikeFrames(options.inputs.front());
+    const auto isFrames = [](const std::string& path) { return sourceOf(path) == FlatSource::Frames; };
+    const auto table = std::ranges::find_if_not(options.inputs, isFrames);
+    if (table == options.inputs.end())
+        return false;
+    if (options.inputs.size() > 1)
+        throw Error(*table + ": is a table of numbers, which must be the only input; others are frame files");
+    return true;
 }
 
 FrameSize tableSize(const FlatFieldOptions& options) {
     const std::string& path = options.inputs.front();
     if (options.acquisition)
         throw Error(path + ": is no frame file; --acquisition takes frames");
-    FileDescriptor::openForReading(path);
     if (options.size.empty())
         throw UsageError(path + ": does not tell the size of the frames; give --size WxH");
     return parseFrameSize("--size", options.size);
@@ -69,13 +96,15 @@ FramePtr acquiredFrame(Frame& frame, const FlatFieldOptions& options, const std:
 }
 
 // The flats as they are to be averaged, by one path: a single input keeps its own name, by which messages
-// know it.
+// know it, but for the end by which the filter knows finished coefficients.
 std::string defineFlats(Session& session, const FrameStack& stack, const FlatFieldOptions& options) {
     std::vector<FrameSource> sources;
     for (std::size_t file = 0; file < stack.fileCount(); ++file)
         for (zt::u32 frame = 0; frame < stack.info(file).frames; ++frame)
             sources.push_back({options.inputs[file], FrameRole::Flat, frame});
-    const std::string name = options.inputs.size() == 1 ? options.inputs.front() : "<Multiple files>";
+    const std::string name = options.inputs.size() > 1            ? "<Multiple files>"
+                             : isPrepared(options.inputs.front()) ? options.inputs.front() + " (frames)"
+                                                                  : options.inputs.front();
     session.host().frames().defineFrames(name, std::move(sources));
     return name;
 }
@@ -115,8 +144,9 @@ void writeOutputs(Session& session, FilterLink& link, const FlatFieldOptions& op
     // A table brings its own size, whatever was said of the frames.
     const zt::u32 pixels = session.device().pixelCount();
     if (const int values = store->getInt("FF", "CoeffsSize", 0); static_cast<zt::u32>(values) != pixels)
-        throw Error(options.inputs.front() + ": holds " + std::to_string(values) +
-                    " coefficients for frames of " + std::to_string(pixels) + " pixels");
+        throw Error(options.inputs.front() + ": holds " +
+                    countText(static_cast<zt::u64>(values), "coefficient") + " for frames of " +
+                    countText(pixels, "pixel"));
     const auto writeTable = [&](const std::string& path, bool ascii) {
         if (path.empty())
             return;
@@ -146,6 +176,7 @@ void calibrateFlatField(const FlatFieldOptions& options, Console& console) {
         size = tableSize(options);
     } else {
         stack = std::make_unique<FrameStack>(options.inputs, FrameRole::Flat);
+        console.warning(stack->unusedDarks());
         size = {stack->width(), stack->height()};
     }
     Session session(console, options.plugin, {1, size.width, size.height});
@@ -159,10 +190,7 @@ void calibrateFlatField(const FlatFieldOptions& options, Console& console) {
     else
         loadFromFiles(session, defineFlats(session, *stack, options), filter);
     writeOutputs(session, link, options);
-    const std::string flats = !stack ? ""
-                              : stack->frameCount() == 1
-                                  ? "1 flat field: "
-                                  : std::to_string(stack->frameCount()) + " flat fields: ";
+    const std::string flats = stack ? countText(stack->frameCount(), "flat field") + ": " : "";
     console.message(flats + options.output);
 }
 

@@ -1,5 +1,6 @@
 #include "standalone/FileLock.h"
 #include "standalone/MergedParts.h"
+#include "standalone/SizeText.h"
 #include "standalone/cli/Commands.h"
 #include "standalone/cli/OutputGuard.h"
 #include "standalone/cli/UsageError.h"
@@ -25,7 +26,7 @@ void merge(const MergeOptions& options, Console& console) {
     checkOutputPath(options.output, options.force, options.parts);
     const OutputLock lock(options.output, options.force);
     mergeParts(options.parts, options.output);
-    console.message(std::to_string(options.parts.size()) + " parts as one: " + options.output);
+    console.message(countText(options.parts.size(), "part") + " as one: " + options.output);
 }
 
 } // namespace

@@ -1,5 +1,7 @@
 #include "standalone/cli/Progress.h"
 
+#include "standalone/SizeText.h"
+
 #include <cstdio>
 #include <string>
 
@@ -59,8 +61,8 @@ double Progress::framesPerSecond() const {
 void Progress::show() {
     const double rate = framesPerSecond();
     char figures[96];
-    std::snprintf(figures, sizeof figures, "%llu of %llu frames, %.0f frames/s, %s left",
-                  static_cast<unsigned long long>(done), static_cast<unsigned long long>(total), rate,
+    std::snprintf(figures, sizeof figures, "%llu of %s, %.0f frames/s, %s left",
+                  static_cast<unsigned long long>(done), countText(total, "frame").c_str(), rate,
                   timeText(static_cast<double>(total - done) / rate).c_str());
     if (console.hasTerminal())
         console.status(bar(done, total) + " " + figures);

@@ -7,6 +7,7 @@
 #include "standalone/MergedParts.h"
 #include "standalone/PixelHash.h"
 #include "standalone/RunRecord.h"
+#include "standalone/SizeText.h"
 #include "standalone/cli/CommandLine.h"
 #include "standalone/cli/RunFrames.h"
 #include "standalone/cli/TrialFolder.h"
@@ -111,8 +112,8 @@ int compare(const OutputState& before, const ReplayOptions& options, Console& co
                         " is the first that differs: " + text);
         return EXIT_FAILED;
     }
-    console.message(options.recorded + " and " + options.output + ": " + std::to_string(frames) +
-                    " frames are the same" +
+    console.message(options.recorded + " and " + options.output + ": " + countText(frames, "frame") +
+                    (frames == 1 ? " is the same" : " are the same") +
                     (before.complete ? "" : "; the earlier run did not come to its end"));
     return EXIT_ALL_DONE;
 }

@@ -2,6 +2,7 @@
 
 #include "standalone/FrameOutput.h"
 #include "standalone/PreviewImage.h"
+#include "standalone/SizeText.h"
 #include "standalone/cli/CommandLine.h"
 #include "standalone/cli/DryRun.h"
 #include "standalone/cli/FrameRange.h"
@@ -47,10 +48,9 @@ BatchListener makeListener(const FrameStack& stack, Console& console, Progress& 
 
 std::string summary(const BatchResult& result, const Progress& progress, const std::string& output) {
     char figures[128];
-    std::snprintf(figures, sizeof figures, "%llu frames in %.2f s (%.0f frames/s)",
-                  static_cast<unsigned long long>(result.corrected), progress.seconds(),
+    std::snprintf(figures, sizeof figures, " in %.2f s (%.0f frames/s)", progress.seconds(),
                   progress.framesPerSecond());
-    std::string text = figures;
+    std::string text = countText(result.corrected, "frame") + figures;
     if (result.failed != 0)
         text += ", " + std::to_string(result.failed) + " failed";
     return text + (result.hasOutput ? ": " + output : "");
@@ -91,8 +91,8 @@ int finish(const RunSetup& run, const BatchResult& result, const Progress& progr
 // What is told before frames are corrected.
 void announce(const RunSetup& run, zt::u64 framesDone, Console& console) {
     if (run.begun)
-        console.message(run.options.output + ": going on behind " + std::to_string(framesDone) + " of " +
-                        std::to_string(run.range.count()) + " frames");
+        console.message(run.options.output + ": resuming after " + std::to_string(framesDone) + " of " +
+                        countText(run.range.count(), "frame"));
     const zt::u64 firstToStore = run.range.begin + framesDone;
     if (run.workers.remember && firstToStore > 0)
         console.message("passing frames 0 to " + std::to_string(firstToStore - 1) +
@@ -134,6 +134,7 @@ int runFrames(const RunOptions& options, Console& console) {
     if (!options.log.empty())
         console.openLog(options.log);
     RunSetup run(options, console);
+    console.warning(run.stack.unusedDarks());
     return options.dryRun ? dryRun(run.stack, run.range, run.workers, options, console) : walk(run, console);
 }
 
