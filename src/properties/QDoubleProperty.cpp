@@ -1,6 +1,7 @@
 #include "properties/QDoubleProperty.h"
 
 #include "properties/QPTVDoubleSpinBox.h"
+#include "properties/SpinBoxEditor.h"
 
 #include <cmath>
 
@@ -26,6 +27,7 @@ QWidget* QDoubleProperty::createEditor(QWidget* editorParent, const QStyleOption
     box->setSingleStep(min > 0 ? min : 0.0001);
     box->setDecimals(static_cast<int>(std::fabs(std::log10(box->singleStep()))));
     box->setValue(value.toDouble());
+    takeEitherSeparator(*box);
     fitEditor(*box);
     return box;
 }

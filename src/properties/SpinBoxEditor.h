@@ -2,6 +2,7 @@
 
 #include <QVariant>
 
+class QDoubleSpinBox;
 class QSpinBox;
 class QWidget;
 
@@ -11,3 +12,7 @@ QSpinBox* makeSpinBox(QWidget* parent, int min, int max, int value);
 
 // The integer in the box; 0 when the widget is no spin box.
 QVariant spinBoxValue(QWidget* editor);
+
+// Takes point and comma alike for the decimal separator, typed or pasted. Qt drops the one that groups digits
+// in the box's locale, and so would read "0,2" as 2.
+void takeEitherSeparator(QDoubleSpinBox& box);

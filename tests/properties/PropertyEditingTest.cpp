@@ -11,6 +11,8 @@
 #include "properties/QULongProperty.h"
 
 #include <QApplication>
+#include <QClipboard>
+#include <QDoubleSpinBox>
 #include <QLineEdit>
 #include <QSpinBox>
 #include <QTest>
@@ -196,6 +198,26 @@ TEST_F(PropertyEditing, CommitsWhatAnEditorHoldsWhenItIsLeftWithoutTyping) {
     press(Qt::Key_Tab);
     settle();
     EXPECT_THAT(takeEdits(), ElementsAre("tiny=0"));
+}
+
+TEST_F(PropertyEditing, TakesACommaForADecimalPoint) {
+    show({new QDoubleProperty("double", 1, -9999, 9999, 5, true)});
+    const auto typed = [this](const char* text, bool isPasted) {
+        auto* const box = open<QDoubleSpinBox>("double");
+        box->selectAll();
+        QApplication::clipboard()->setText(text);
+        if (isPasted)
+            QTest::keyClick(box, Qt::Key_V, Qt::ControlModifier);
+        else
+            QTest::keyClicks(box, text);
+        press(Qt::Key_Enter);
+        settle();
+        return valueOf("double").data().toDouble();
+    };
+    EXPECT_EQ(typed("0,2", false), 0.2);
+    EXPECT_EQ(typed("-1,5", true), -1.5);
+    EXPECT_EQ(typed("2.25", false), 2.25);
+    EXPECT_EQ(typed("1,234.5", true), 2.25) << "no number, rather than one that may not be meant";
 }
 
 TEST_F(PropertyEditing, OpensNoEditorOnReadOnlyRowsAndHeadings) {
