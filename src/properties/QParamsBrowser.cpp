@@ -4,8 +4,13 @@
 #include "host/PtrList.h"
 #include "properties/CustomDelegate.h"
 #include "properties/ParamRow.h"
+#include "properties/PropertyColumn.h"
 #include "properties/QProperty.h"
 #include "properties/QPropertyModel.h"
+
+#include <QFocusEvent>
+
+#include <algorithm>
 
 QParamsBrowser::QParamsBrowser(QWidget* parent)
     : QPropertyTreeView(parent), propertyModel(new QPropertyModel(this)) {
@@ -53,4 +58,14 @@ void QParamsBrowser::userChangedData(QProperty* property) {
     zt::IParam* const param = manager->param(property->getName().toUtf8().constData());
     if (param)
         writeParam(*property, *param);
+}
+
+void QParamsBrowser::focusInEvent(QFocusEvent* event) {
+    const Qt::FocusReason reason = event->reason();
+    const bool isByKey =
+        reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason || reason == Qt::ShortcutFocusReason;
+    const QModelIndex current = currentIndex();
+    if (isByKey && model() && current.column() != PropertyColumn::Value)
+        setCurrentIndex(model()->index(std::max(0, current.row()), PropertyColumn::Value));
+    QPropertyTreeView::focusInEvent(event);
 }

@@ -12,7 +12,7 @@ class QPropertyModel;
 
 // Shows every parameter of a manager as a row of name, value and description, and writes what the user edits
 // back to the parameter. A parameter with alias values is a list, any other is edited by its type. The setter
-// runs the parameter's callback, in which the rows may be refreshed or loaded anew.
+// runs the parameter's callback, in which the rows may be refreshed or loaded again.
 class QParamsBrowser : public QPropertyTreeView {
     Q_OBJECT
 
@@ -26,7 +26,7 @@ public:
 
     // What follows needs a manager.
 
-    // Makes all rows anew, also for parameters that came since.
+    // Makes all rows again, also for parameters that came since.
     void loadParams();
     // Brings a row up to date with its parameter, and writes nothing back. Parameters of 64-bit integers are
     // left alone: only loadParams() brings them up to date.
@@ -36,6 +36,10 @@ public:
 public slots:
     // Writes the value of the row to its parameter, unless that is gone or read-only.
     void userChangedData(QProperty* property);
+
+protected:
+    // By keyboard the value column is entered, which no key reaches from the names.
+    void focusInEvent(QFocusEvent* event) override;
 
 private:
     zt::IParamMgr* manager = nullptr;

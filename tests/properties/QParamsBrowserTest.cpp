@@ -13,9 +13,11 @@
 #include <QApplication>
 #include <QComboBox>
 #include <QDoubleSpinBox>
+#include <QLineEdit>
 #include <QSignalSpy>
 #include <QSpinBox>
 #include <QTest>
+#include <QVBoxLayout>
 #include <gmock/gmock.h>
 
 #include <functional>
@@ -266,4 +268,33 @@ TEST_F(ParamsBrowser, LetsACallbackMakeAllRowsAnew) {
     QApplication::processEvents();
     EXPECT_EQ(takeChanges().size(), 1u);
     EXPECT_EQ(value("a").data(), params.param("a")->getInt());
+}
+
+TEST_F(ParamsBrowser, KeysReachTheValues) {
+    add("a", zt::i32{1});
+    add("b", zt::i32{2});
+    browser.setParams(&params);
+    QWidget window;
+    QVBoxLayout layout(&window);
+    QLineEdit before;
+    layout.addWidget(&before);
+    layout.addWidget(&browser);
+    window.show();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+    before.setFocus();
+    const auto press = [](Qt::Key key) {
+        QTest::keyClick(QApplication::focusWidget(), key);
+        QApplication::processEvents();
+    };
+    const auto type = [&](const char* digits) {
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_A, Qt::ControlModifier);
+        QTest::keyClicks(QApplication::focusWidget(), digits);
+    };
+    press(Qt::Key_Tab);
+    type("7");
+    press(Qt::Key_Tab);
+    type("8");
+    press(Qt::Key_Tab);
+    EXPECT_THAT(takeChanges(), ElementsAre("a=7", "b=8"));
+    browser.setParent(nullptr);
 }
