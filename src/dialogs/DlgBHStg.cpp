@@ -13,6 +13,7 @@
 #include <QMessageBox>
 #include <QMimeData>
 #include <QSignalBlocker>
+#include <QStyledItemDelegate>
 #include <QUrl>
 
 #include "ui_DlgBHStg.h"
@@ -34,16 +35,45 @@ QString numberText(double value) {
     return QString::number(value, 'g', 6);
 }
 
+// Their editors leave what is dropped to the window: a text field takes files for text.
+class MaskCells : public QStyledItemDelegate {
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+    QWidget* createEditor(QWidget* parent, const QStyleOptionViewItem& option,
+                          const QModelIndex& index) const override {
+        QWidget* const editor = QStyledItemDelegate::createEditor(parent, option, index);
+        editor->setAcceptDrops(false);
+        return editor;
+    }
+};
+
+// The place of a widget that may be wider than its content needs, but not narrower, although it has a minimum
+// width of its own.
+class WholeContent : public QWidgetItem {
+public:
+    using QWidgetItem::QWidgetItem;
+
+    QSize minimumSize() const override {
+        return QWidgetItem::minimumSize().expandedTo(wid->minimumSizeHint());
+    }
+};
+
 } // namespace
 
 DlgBHStg::DlgBHStg(QWidget* parent, BHFilter* bhFilter, zt::IZenteo* zenteo)
-    : QWidget(parent), ui(std::make_unique<Ui_DlgBHStg>()), filter(bhFilter), host(zenteo) {
+    : QWidget(parent), ui(std::make_unique<Ui_DlgBHStg>()), filter(bhFilter),
+      filterLife(bhFilter->lifetime()), host(zenteo) {
     ui->setupUi(this);
+    ui->twMasks->setItemDelegate(std::make_unique<MaskCells>(ui->twMasks).release());
+    // The buttons under the table keep their texts whole.
+    std::unique_ptr<QLayoutItem>{ui->horizontalLayout_2->takeAt(0)}.reset();
+    ui->horizontalLayout_2->insertItem(0, std::make_unique<WholeContent>(ui->widget_3).release());
     connect(ui->twMasks, SIGNAL(cellChanged(int, int)), this, SLOT(onMaskCellChanged(int, int)));
 }
 
 DlgBHStg::~DlgBHStg() {
-    if (filter && filter->configDialog == this) {
+    if (hasFilter() && filter->configDialog == this) {
         filter->configDialog = nullptr;
         filter->leaveConfigDialog = nullptr;
     }
@@ -60,10 +90,12 @@ void DlgBHStg::showDialog() {
 
 void DlgBHStg::letGo() {
     if (canShowWindows()) {
+        for (QDialog* const question : findChildren<QDialog*>())
+            question->reject(); // it would be disabled with the window, and never close
         hide();
         setEnabled(false);
     }
-    filter = nullptr;
+    filterLife.reset();
 }
 
 void DlgBHStg::loadMasks() {
@@ -86,7 +118,9 @@ void DlgBHStg::showMask(int row, const BHMask& mask) {
 }
 
 void DlgBHStg::onMaskCellChanged(int row, int col) {
-    // The filter may have lost masks behind the window's back.
+    if (!hasFilter())
+        return;
+    // The filter may have lost masks without the window.
     const auto& masks = filter->masks();
     if (row < 0 || static_cast<std::size_t>(row) >= masks.size())
         return;
@@ -101,19 +135,26 @@ void DlgBHStg::onMaskCellChanged(int row, int col) {
 }
 
 void DlgBHStg::finishEdit() {
-    ui->twMasks->selectionModel()->clearCurrentIndex();
+    QItemSelectionModel& selection = *ui->twMasks->selectionModel();
+    const QModelIndex current = selection.currentIndex();
+    selection.clearCurrentIndex();
+    selection.setCurrentIndex(current, QItemSelectionModel::NoUpdate);
 }
 
 void DlgBHStg::on_btAddFile_clicked() {
+    const StillThere stillThere = both();
     const PickedFiles picked = pickFiles(this, "Add mask from file", "Frames (*.txt *.zmf)");
-    if (!picked.files.isEmpty())
+    if (stillThere && !picked.files.isEmpty())
         addFiles(picked.files);
 }
 
 void DlgBHStg::addFiles(QList<QString> files) {
     if (files.isEmpty())
         return;
+    const StillThere stillThere = both();
     const double acqTime = acqTimeFor(files.front());
+    if (!stillThere)
+        return;
     if (acqTime == 0) {
         showError("Invalid acq. time", "Acquisition time must be greather that 0");
         return;
@@ -132,7 +173,7 @@ double DlgBHStg::acqTimeFor(const QString& firstFile) {
 }
 
 void DlgBHStg::showError(const QString& title, const QString& text) {
-    QMessageBox::critical(this, title, text, QMessageBox::Ok);
+    ModalWindow<QMessageBox>(QMessageBox::Critical, title, text, QMessageBox::Ok, this).exec();
 }
 
 void DlgBHStg::dragEnterEvent(QDragEnterEvent* event) {
@@ -141,7 +182,7 @@ void DlgBHStg::dragEnterEvent(QDragEnterEvent* event) {
 }
 
 void DlgBHStg::dropEvent(QDropEvent* event) {
-    if (!event->mimeData()->hasUrls())
+    if (!event->mimeData()->hasUrls() || !hasFilter())
         return;
     event->accept();
     finishEdit();
@@ -151,16 +192,21 @@ void DlgBHStg::dropEvent(QDropEvent* event) {
     addFiles(files);
 }
 
+// The filter may ask which sub-frame to take.
 void DlgBHStg::on_btAddMeas_clicked() {
+    const StillThere stillThere = both();
     filter->addMaskFromAcqData(newThickness);
-    loadMasks();
+    if (stillThere)
+        loadMasks();
 }
 
 void DlgBHStg::on_btRemove_clicked() {
+    const StillThere stillThere = both();
     // Without a current row the index is beyond all masks, which the filter refuses.
     if (filter->removeMask(static_cast<unsigned int>(ui->twMasks->currentRow())) != 0)
         showError("Cannot remove", "Cannot remove row");
-    loadMasks();
+    if (stillThere)
+        loadMasks();
 }
 
 void DlgBHStg::on_btRemoveAll_clicked() {
@@ -169,9 +215,10 @@ void DlgBHStg::on_btRemoveAll_clicked() {
 }
 
 void DlgBHStg::on_btLoadBH_clicked() {
+    const StillThere stillThere = both();
     const QString path = QMyFileDialog::getOpenFileName(nullptr, "Load BH config", QLastDir("bh/load").dir,
                                                         configFilter, nullptr, {});
-    if (path.isEmpty())
+    if (!stillThere || path.isEmpty())
         return;
     zt::ISettings* const store = host->createSettings(path.toUtf8().constData(), 1);
     store->load();
@@ -181,9 +228,10 @@ void DlgBHStg::on_btLoadBH_clicked() {
 }
 
 void DlgBHStg::on_btSaveBH_clicked() {
+    const StillThere stillThere = both();
     const QString path = QMyFileDialog::getSaveFileName(nullptr, "Save BH config", QLastDir("bh/save").dir,
                                                         configFilter, nullptr, {}, {});
-    if (path.isEmpty())
+    if (!stillThere || path.isEmpty())
         return;
     zt::ISettings* const store = host->createSettings(path.toUtf8().constData(), 1);
     filter->saveToSettings(store);
@@ -192,16 +240,18 @@ void DlgBHStg::on_btSaveBH_clicked() {
 }
 
 void DlgBHStg::on_btLoadBadPixels_clicked() {
+    const StillThere stillThere = both();
     const QString path = QMyFileDialog::getOpenFileName(
         nullptr, "Load Bad Pixels", QLastDir("bh/badpixload").dir, "Data Files (*.txt *.zmf)", nullptr, {});
-    if (!path.isEmpty())
+    if (stillThere && !path.isEmpty())
         filter->loadBadPixelsFromFile(path.toUtf8().constData());
 }
 
 void DlgBHStg::on_btSaveBadPixels_clicked() {
+    const StillThere stillThere = both();
     const QString path = QMyFileDialog::getSaveFileName(
         nullptr, "Load Bad Pixels", QLastDir("bh/badpixsave").dir, "ASCII Matrix (*.txt)", nullptr, {}, {});
-    if (!path.isEmpty())
+    if (stillThere && !path.isEmpty())
         filter->saveBadPixelsToFile(path.toUtf8().constData());
 }
 
@@ -222,7 +272,7 @@ void DlgBHStg::on_btClose_clicked() {
 }
 
 void DlgBHStg::closeEvent(QCloseEvent* event) {
-    if (isVisible()) {
+    if (isVisible() && hasFilter()) {
         finishEdit();
         filter->sortMasks();
         filter->saveToSettingsFile();

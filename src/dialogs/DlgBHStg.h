@@ -1,5 +1,6 @@
 #pragma once
 
+#include "dialogs/WindowSystem.h"
 #include "host/IZenteo.h"
 
 #include <QList>
@@ -20,7 +21,7 @@ class BHMask;
 // be dropped on it.
 //
 // The filter makes one and never deletes it; whoever does may do so at any time. A window that outlives its
-// filter stays hidden.
+// filter stays hidden and does nothing.
 class DlgBHStg : public QWidget {
     Q_OBJECT
 public:
@@ -54,6 +55,8 @@ private slots:
     void on_btClose_clicked();
 
 private:
+    StillThere both() { return {this, filterLife}; }
+    bool hasFilter() const { return !filterLife.expired(); }
     void loadMasks();
     void showMask(int row, const BHMask& mask);
     // One batch of files becomes one mask.
@@ -61,11 +64,12 @@ private:
     // The time of each frame of a batch that begins with this file; 0 after the user gave none.
     double acqTimeFor(const QString& firstFile);
     void showError(const QString& title, const QString& text);
-    // Ends an edit in the table as Enter would, ahead of what moves the masks under it.
+    // Ends an edit in the table as Enter would, before the masks under it move. The row stays current.
     void finishEdit();
 
     std::unique_ptr<Ui_DlgBHStg> ui;
     BHFilter* filter;
+    std::weak_ptr<const void> filterLife;
     zt::IZenteo* host;
 };
 

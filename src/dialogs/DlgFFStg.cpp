@@ -29,12 +29,19 @@ QString joined(const QStringList& nameFilters) {
 } // namespace
 
 DlgFFStg::DlgFFStg(QWidget* parent, FFFilter* ffFilter)
-    : QDialog(parent), ui(std::make_unique<Ui_DlgFFStg>()), filter(ffFilter) {
+    : QDialog(parent), ui(std::make_unique<Ui_DlgFFStg>()), filter(ffFilter),
+      filterLife(ffFilter->lifetime()) {
     ui->setupUi(this);
     showFilterState();
 }
 
 DlgFFStg::~DlgFFStg() = default;
+
+bool DlgFFStg::hasFilter() {
+    if (filterLife.expired())
+        close();
+    return !filterLife.expired();
+}
 
 void DlgFFStg::showFilterState() {
     showCoeffsSource();
@@ -62,9 +69,12 @@ void DlgFFStg::showMaskName() {
 }
 
 void DlgFFStg::on_btCoeffLoad_clicked() {
+    if (!hasFilter())
+        return;
+    const StillThere stillThere = both();
     const PickedFiles picked =
         pickFiles(this, "Load Flat-field coefficients", joined({allCoeffs, binaryCoeffs, asciiCoeffs}));
-    if (picked.files.isEmpty())
+    if (!stillThere || picked.files.isEmpty())
         return;
     const bool ascii = picked.nameFilter != binaryCoeffs;
     if (filter->loadCoefficientsFromFile(nativePaths(picked.files), ascii) == 0)
@@ -72,11 +82,14 @@ void DlgFFStg::on_btCoeffLoad_clicked() {
 }
 
 void DlgFFStg::on_btCoeffSave_clicked() {
+    if (!hasFilter())
+        return;
+    const StillThere stillThere = both();
     QString nameFilter;
     const QString path =
         QMyFileDialog::getSaveFileName(nullptr, "Load Flat-field coefficients", QLastDir(directoryKey).dir,
                                        binaryCoeffs, &nameFilter, {}, {});
-    if (path.isEmpty())
+    if (!stillThere || path.isEmpty())
         return;
     const bool ascii = nameFilter != binaryCoeffs;
     filter->saveCoefficientsToFile(path.toUtf8().constData(), ascii);
@@ -90,35 +103,50 @@ void DlgFFStg::on_btCoeffLastFrame_clicked() {
     takeAcquisition(false);
 }
 
+// The filter may ask which sub-frame to take.
 void DlgFFStg::takeAcquisition(bool allFrames) {
-    if (filter->loadCoefficientsFromAcquisition(allFrames) == 0)
+    if (!hasFilter())
+        return;
+    const StillThere stillThere = both();
+    if (filter->loadCoefficientsFromAcquisition(allFrames) == 0 && stillThere)
         showCoeffsSource();
 }
 
 void DlgFFStg::on_chbInterpolate_clicked() {
-    filter->setInterpolateBadMaskedPixels(ui->chbInterpolate->isChecked());
+    if (hasFilter())
+        filter->setInterpolateBadMaskedPixels(ui->chbInterpolate->isChecked());
 }
 
 void DlgFFStg::on_chbDevMask_clicked() {
+    if (!hasFilter())
+        return;
     filter->setUseDeviceMaskForBadPixels(ui->chbDevMask->isChecked());
     showMaskName();
 }
 
 void DlgFFStg::on_chbTDI_clicked() {
-    filter->useTDI(ui->chbTDI->isChecked());
+    if (hasFilter())
+        filter->useTDI(ui->chbTDI->isChecked());
 }
 
 void DlgFFStg::on_rbBadFF_clicked() {
+    if (!hasFilter())
+        return;
     filter->setUseFFCoeffsForBadPixels(ui->rbBadFF->isChecked());
     showMaskName();
 }
 
-// A cancel only moves the mark to "Bad in FF": the filter keeps its source, which the field goes on telling.
+// A cancel only moves the mark to "Bad in FF": the filter keeps its source, which the field still shows.
 void DlgFFStg::on_rbMaskFile_clicked() {
+    if (!hasFilter())
+        return;
+    const StillThere stillThere = both();
     QString nameFilter;
     const QString path =
         QMyFileDialog::getOpenFileName(nullptr, "Load Flat-field bad pixel mask", QLastDir(directoryKey).dir,
                                        joined({asciiMask, binaryMask}), &nameFilter, {});
+    if (!stillThere)
+        return;
     if (path.isEmpty()) {
         ui->rbBadFF->setChecked(true);
         return;
@@ -130,6 +158,8 @@ void DlgFFStg::on_rbMaskFile_clicked() {
 }
 
 void DlgFFStg::on_rbZeroPixels_clicked() {
+    if (!hasFilter())
+        return;
     filter->setUseZeroPixelsForBadPixels(true);
     showMaskName();
 }

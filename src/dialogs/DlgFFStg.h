@@ -1,5 +1,7 @@
 #pragma once
 
+#include "dialogs/WindowSystem.h"
+
 #include <QDialog>
 
 #include <memory>
@@ -11,10 +13,10 @@ namespace PluginOmbrel {
 class FFFilter;
 
 // The modal window in which a user configures a flat-field filter: where its coefficients come from and which
-// pixels are bad. Every control acts on the filter at once, and nothing is undone on close. The filter must
-// outlive the window.
+// pixels are bad. Every control acts on the filter at once, and nothing is undone on close. When the filter
+// has ended before it, the window closes at the next click.
 //
-// Failures are told by the filter's log alone.
+// Only the filter's log reports failures.
 class DlgFFStg : public QDialog {
     Q_OBJECT
 public:
@@ -39,9 +41,13 @@ private:
     void showCoeffsSource();
     void showMaskName();
     void takeAcquisition(bool allFrames);
+    StillThere both() { return {this, filterLife}; }
+    // Closes the window when the filter has ended.
+    bool hasFilter();
 
     std::unique_ptr<Ui_DlgFFStg> ui;
     FFFilter* filter;
+    std::weak_ptr<const void> filterLife;
 };
 
 } // namespace PluginOmbrel

@@ -1,5 +1,7 @@
 #include "dialogs/FilesPicker.h"
 
+#include "dialogs/WindowSystem.h"
+
 #include <QDir>
 #include <QFileDialog>
 
@@ -9,13 +11,13 @@
 namespace PluginOmbrel {
 
 PickedFiles pickFiles(QWidget* parent, const QString& title, const QString& nameFilters) {
-    QFileDialog picker(parent, QString(), QString(), QString());
-    picker.setWindowTitle(title);
-    picker.setFileMode(QFileDialog::ExistingFiles);
-    picker.setNameFilter(nameFilters);
-    if (picker.exec() != QDialog::Accepted)
+    ModalWindow<QFileDialog> picker(parent, QString(), QString(), QString());
+    picker->setWindowTitle(title);
+    picker->setFileMode(QFileDialog::ExistingFiles);
+    picker->setNameFilter(nameFilters);
+    if (!picker.exec())
         return {};
-    return {picker.selectedFiles(), picker.selectedNameFilter()};
+    return {picker->selectedFiles(), picker->selectedNameFilter()};
 }
 
 std::string nativePath(const QString& path) {

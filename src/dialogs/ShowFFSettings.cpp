@@ -9,8 +9,10 @@ void FFFilter::showConfigGUI() {
         logError(0, "Cannot show the flat-field settings: the host has no windows");
         return;
     }
+    const std::weak_ptr<const void> stillThere = lifetime();
     DlgFFStg(nullptr, this).exec();
-    saveToSettingsFile();
+    if (!stillThere.expired())
+        saveToSettingsFile();
 }
 
 } // namespace PluginOmbrel

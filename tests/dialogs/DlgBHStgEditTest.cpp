@@ -1,5 +1,8 @@
 // What is edited in the table, and where it goes when the window or the filter ends.
+#include <QInputDialog>
+#include <QMessageBox>
 #include <QPointer>
+#include <QPushButton>
 
 #include <filesystem>
 
@@ -107,6 +110,13 @@ TEST_F(DlgBHStgEdits, AnOpenEditEndsInTheMaskThatItWasBegunFor) {
     EXPECT_TRUE(drop(dialog, {frameFile("c.h5", 1)}));
     EXPECT_THAT(rows(dialog), ElementsAre("by a drop | 2 | 1", "Mask 1 | 7 | 1", "Mask 3 | 1 | 1"));
 
+    QTest::keyClicks(editor(dialog, 1, 0), "by a drop in vain");
+    user.meets<QInputDialog>(cancel).meets<QMessageBox>(cancel);
+    EXPECT_TRUE(drop(dialog, {folder / "no frames.txt"}));
+    EXPECT_EQ(mask(1).name, "by a drop in vain");
+    EXPECT_EQ(table(dialog).currentRow(), 1);
+
+    open();
     QTest::keyClicks(editor(dialog, 1, 0), "by a click");
     child<QWidget>(dialog, "btRemoveAll").setFocus();
     EXPECT_EQ(mask(1).name, "by a click");
@@ -136,6 +146,79 @@ TEST_F(DlgBHStgEdits, FilterAndWindowMayEndInEitherOrder) {
     delete &open();
     addMask(1);
     EXPECT_EQ(rows(open()).size(), 1u) << "a window anew";
+}
+
+// What opens a question or a picker of the window returns to neither when the host has ended it meanwhile.
+TEST_F(DlgBHStgEdits, FilterOrWindowMayEndUnderAQuestion) {
+    const std::string frames = frameFile("frames.zmf", 1);
+    writeFileText(folder / "bad.txt", "0 0 1 0 0 0");
+    for (const bool isFilter : {true, false}) {
+        const auto begin = [&]() -> DlgBHStg& {
+            delete findDialog();
+            filter.reset(new BHFilter(&host, &device));
+            addMask(1);
+            return open();
+        };
+        const auto end = [&] {
+            if (isFilter)
+                filter.reset();
+            else
+                delete findDialog();
+        };
+        for (const auto& [button, file] : std::initializer_list<std::pair<const char*, std::string>>{
+                 {"btAddFile", frames},
+                 {"btLoadBH", frames},
+                 {"btSaveBH", folder / "saved.xml"},
+                 {"btLoadBadPixels", folder / "bad.txt"},
+                 {"btSaveBadPixels", folder / "saved.txt"}}) {
+            SCOPED_TRACE(button);
+            QAbstractButton& pressed = child<QAbstractButton>(begin(), button);
+            user.meets<QFileDialog>([&, file = file](QFileDialog& picker) {
+                const QPointer<QFileDialog> stillOpen = &picker;
+                end();
+                if (stillOpen && stillOpen->isVisible())
+                    chooseFile(picker, file);
+            });
+            pressed.click();
+            EXPECT_FALSE(std::filesystem::exists(file) && file.find("saved") != std::string::npos);
+        }
+
+        QAbstractButton& add = child<QAbstractButton>(begin(), "btAddFile");
+        user.meets<QFileDialog>(choosing(folder / "bad.txt"))
+            .meets<QInputDialog>([&](QInputDialog& question) {
+                const QPointer<QInputDialog> stillOpen = &question;
+                end();
+                if (stillOpen && stillOpen->isVisible())
+                    cancel(question);
+            });
+        add.click();
+
+        QAbstractButton& remove = child<QAbstractButton>(begin(), "btRemove");
+        filter->removeAllMasks();
+        user.meets<QMessageBox>([&](QMessageBox& box) {
+            const QPointer<QMessageBox> stillOpen = &box;
+            end();
+            if (stillOpen && stillOpen->isVisible())
+                cancel(box);
+        });
+        remove.click();
+    }
+    takeLog();
+}
+
+TEST_F(DlgBHStgEdits, NoButtonLosesItsTextAndTabLeavesTheTable) {
+    DlgBHStg& dialog = open();
+    dialog.resize(1, 1);
+    QApplication::processEvents();
+    for (const auto* const button : dialog.findChildren<QPushButton*>())
+        EXPECT_GE(button->width(), button->sizeHint().width()) << button->text().toStdString();
+    EXPECT_EQ(child<QWidget>(dialog, "widget_3").minimumWidth(), 100);
+
+    addMask(1);
+    open();
+    table(dialog).setFocus();
+    QTest::keyClick(&table(dialog), Qt::Key_Tab);
+    EXPECT_FALSE(table(dialog).hasFocus());
 }
 
 } // namespace

@@ -56,9 +56,11 @@ protected:
         return lines;
     }
 
-    // Drops onto the table, as far inside the window as one can; false when the window does not take it.
+    // Drops onto the table, or the editor of a cell, as far inside the window as one can; false when the
+    // window does not take it.
     static bool drop(PluginOmbrel::DlgBHStg& dialog, const QMimeData& data) {
-        QWidget* const target = table(dialog).viewport();
+        QWidget* const cellEditor = table(dialog).viewport()->findChild<QLineEdit*>();
+        QWidget* const target = cellEditor ? cellEditor : table(dialog).viewport();
         QDragEnterEvent enter({5, 5}, Qt::CopyAction, &data, Qt::LeftButton, {});
         QApplication::sendEvent(target, &enter);
         if (!enter.isAccepted())

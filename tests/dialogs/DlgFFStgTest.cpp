@@ -4,6 +4,7 @@
 
 #include <QCheckBox>
 #include <QInputDialog>
+#include <QPointer>
 #include <QRadioButton>
 
 #include <filesystem>
@@ -276,6 +277,53 @@ TEST_F(DlgFFStgTest, ShowConfigGUIWaitsForTheWindowAndThenSaves) {
     user.meets<DlgFFStg>([](DlgFFStg& dialog) { cancel(dialog); });
     filter->showConfigGUI();
     EXPECT_THAT(log, ElementsAre(HasSubstr(settings))) << "a store that can't be written";
+}
+
+TEST_F(DlgFFStgTest, EnterInAFieldOpensNoPicker) {
+    const auto dialog = open();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(dialog.get(), 60'000));
+    for (const char* field : {"edCoeffsData", "edMaskData"}) {
+        dialog->show();
+        child<QLineEdit>(*dialog, field).setFocus();
+        QTest::keyClick(&child<QLineEdit>(*dialog, field), Qt::Key_Return);
+    }
+}
+
+// What opens a picker of the window returns to neither when the host has ended it meanwhile.
+TEST_F(DlgFFStgTest, FilterOrWindowMayEndUnderAPicker) {
+    const std::string frames = frameFile("frames.zmf", 2);
+    for (const bool isFilter : {true, false})
+        for (const char* button : {"btCoeffLoad", "btCoeffSave", "rbMaskFile"}) {
+            SCOPED_TRACE(button);
+            filter.reset(new FFFilter(&host, &device));
+            auto dialog = open();
+            user.meets<QFileDialog>([&](QFileDialog& picker) {
+                const QPointer<QFileDialog> stillOpen = &picker;
+                if (isFilter)
+                    filter.reset();
+                else
+                    dialog.reset();
+                if (stillOpen)
+                    chooseFile(picker, *button == 'b' && button[7] == 'S' ? folder / "saved.ffc" : frames);
+            });
+            child<QAbstractButton>(*dialog, button).click();
+            EXPECT_FALSE(std::filesystem::exists(folder / "saved.ffc"));
+            if (dialog) {
+                click(*dialog, "chbTDI");
+                EXPECT_FALSE(dialog->isVisible()) << "there is nothing left to set";
+            }
+        }
+
+    filter.reset(new FFFilter(&host, &device));
+    const auto store = host.openSettings(folder / "ff.xml");
+    filter->loadFromSettings(store.get());
+    user.meets<DlgFFStg>([&](DlgFFStg& dialog) {
+        filter.reset();
+        dialog.close();
+    });
+    filter->showConfigGUI();
+    EXPECT_FALSE(std::filesystem::exists(folder / "ff.xml"));
+    takeLog();
 }
 
 } // namespace
