@@ -34,7 +34,7 @@ std::string oneLine(std::string text) {
 } // namespace
 
 Hdf5Session::Hdf5Session() : lock{libraryMutex()} {
-    static const herr_t cleanUpAtExitIsOff = H5dont_atexit();
+    static const herr_t cleanUpAtExitIsOff = (checkMemory(), H5dont_atexit());
     static_cast<void>(cleanUpAtExitIsOff);
     H5Eset_auto2(H5E_DEFAULT, nullptr, nullptr);
 }

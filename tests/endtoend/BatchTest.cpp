@@ -163,6 +163,25 @@ TEST_P(BatchInto, IsOfOneRunAloneWhenReplacingFails) {
         }
 }
 
+// Each number is a place of its own: before main(), in the parser, while the run is set up.
+TEST(Batch, ReportsWantOfMemoryInOneLine) {
+    if (OMBREL_SANITIZED)
+        GTEST_SKIP() << "the sanitizers bring a malloc of their own";
+    const TemporaryFolder folder;
+    writeTiff<double>(folder / "in.tif", randomFrames(2, 4));
+    int failures = 0;
+    for (const int request : {1, 20, 60, 120, 400, 800, 1600, 2400}) {
+        const auto result = runOmbrel(
+            {"run", "-q", "-f", "Binning 2x2", folder / "in.tif", "-o", folder / "out.tif", "--force"},
+            {"LD_PRELOAD=" OMBREL_FAIL_AT_MALLOC_LIBRARY,
+             "OMBREL_FAIL_AT_MALLOC=" + std::to_string(request)});
+        ASSERT_TRUE(result.exitCode == 0 || result.exitCode == 1) << request << ": " << result.messages;
+        EXPECT_EQ(std::ranges::count(result.messages, '\n'), result.exitCode) << result.messages;
+        failures += result.exitCode;
+    }
+    EXPECT_GT(failures, 4);
+}
+
 // Which of two NaNs a sum keeps depends on the processor.
 TEST(Batch, StoresEveryNanAsTheSameOne) {
     const TemporaryFolder folder;

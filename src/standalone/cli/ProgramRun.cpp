@@ -7,6 +7,7 @@
 #include <CLI/CLI.hpp>
 
 #include <csignal>
+#include <cstdlib>
 #include <exception>
 #include <new>
 #include <string>
@@ -69,6 +70,34 @@ int parse(CLI::App& program, int argc, char** argv, Console& console) {
     return EXIT_ALL_DONE;
 }
 
+// Needs no memory.
+void reportNoMemory() {
+    constexpr std::string_view text = "ombrel: not enough memory\n";
+    [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, text.data(), text.size());
+}
+
+std::terminate_handler defaultEnd = nullptr;
+
+// Where an exception may not pass, in Qt or before main(), want of memory still ends the program by a
+// message. What is on the disk is whole after any end.
+[[noreturn]] void endWithoutMemory() noexcept {
+    try {
+        if (std::current_exception())
+            throw;
+    } catch (const std::bad_alloc&) {
+        reportNoMemory();
+        ::_exit(EXIT_FAILED);
+    } catch (...) { // the default shows what it is
+    }
+    defaultEnd();
+    std::abort();
+}
+
+// Before the parser's own static objects are made.
+__attribute__((constructor(101))) void catchWantOfMemory() {
+    defaultEnd = std::set_terminate(endWithoutMemory);
+}
+
 // For the exception that is being handled, after a message.
 int exitCodeOfFailure(Console& console) {
     try {
@@ -113,8 +142,7 @@ int runMain(int argc, char** argv, int (*program)(int argc, char** argv, Console
             return exitCodeOfFailure(console);
         }
     } catch (...) { // there is no memory for a message either
-        constexpr std::string_view text = "ombrel: not enough memory\n";
-        [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, text.data(), text.size());
+        reportNoMemory();
         return EXIT_FAILED;
     }
 }
