@@ -4,7 +4,6 @@
 #include "support/FileResult.h"
 #include "support/StdioFile.h"
 
-#include <algorithm>
 #include <bit>
 #include <cstddef>
 #include <cstring>
@@ -127,12 +126,12 @@ int readAsciiMatrix(const char* path, _DataType type, unsigned long size, void* 
 
     const ClassicNumbers classic;
     auto* const bytes = static_cast<std::byte*>(buffer);
-    const std::size_t byteSize = size * scan->elementSize;
-    for (std::size_t at = 0; at < byteSize; at += scan->elementSize) {
+    for (unsigned long i = 0; i < size; ++i) {
         alignas(double) std::byte value[sizeof(double)];
         if (std::fscanf(file.get(), scan->format, value) != 1)
             return FILE_TOO_SHORT;
-        std::memcpy(bytes + at, value, std::min(scan->storedSize, byteSize - at));
+        const bool isLast = i + 1 == size;
+        std::memcpy(bytes + i * scan->elementSize, value, isLast ? scan->elementSize : scan->storedSize);
     }
     return FILE_OK;
 }

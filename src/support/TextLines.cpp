@@ -3,6 +3,7 @@
 #include <climits>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -45,6 +46,22 @@ int readLine(std::FILE* stream, char*& line, unsigned long& capacity) {
 }
 
 } // namespace
+
+bool readBoundedLine(std::istream& text, std::string& line) {
+    constexpr std::size_t longest = std::size_t{64} << 20;
+    std::array<char, 4096> part;
+    line.clear();
+    while (line.size() <= longest && text.getline(part.data(), part.size()).gcount() > 0) {
+        const bool filled = text.fail();
+        const auto length = static_cast<std::size_t>(text.gcount());
+        // The newline is counted and not stored.
+        line.append(part.data(), filled || text.eof() ? length : length - 1);
+        if (!filled)
+            return true;
+        text.clear();
+    }
+    return false;
+}
 
 unsigned long getNumberOfLinesInFile(const char* path, bool skipEmpty) {
     unsigned long count = 0;

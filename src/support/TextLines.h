@@ -4,15 +4,20 @@
 #include <fstream>
 #include <string>
 
+// Reads a line without its newline. False at the end of the text, which a line of more than 64 MiB is, too: a
+// device or a binary file may hold no newline at all.
+bool readBoundedLine(std::istream& text, std::string& line);
+
 // Calls `work` with each line, without its newline. A last line may lack one; the empty text behind a last
-// newline is no line. A file that can't be opened has no lines.
+// newline is no line. A file that can't be opened has no lines, and what follows a line of more than 64 MiB
+// is not read.
 template <typename Work>
 void forEachLine(const char* path, Work&& work) {
     if (!path)
         return;
     std::ifstream file(path);
     std::string line;
-    while (std::getline(file, line))
+    while (readBoundedLine(file, line))
         work(line);
 }
 

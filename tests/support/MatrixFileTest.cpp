@@ -1,5 +1,6 @@
 #include "support/MatrixFile.h"
 
+#include "fixtures/CommaLocale.h"
 #include "fixtures/FileText.h"
 #include "fixtures/TemporaryFolder.h"
 #include "support/FileResult.h"
@@ -111,6 +112,23 @@ TEST_F(MatrixFileTest, keepsWhatWasReadOfAFileThatIsTooShort) {
     EXPECT_EQ(read<double>("", DT_DOUBLE, {7}, FILE_TOO_SHORT), Doubles{7});
 }
 
+TEST_F(MatrixFileTest, keepsWhatWasReadOfAFileThatCannotHoldSoManyBytes) {
+    writeFileText(path, "1 2");
+    for (const unsigned long size : {1ul << 61, (1ul << 61) + 1, ~0ul}) { // in bytes 0, 8 and -8
+        Doubles buffer{7, 7, 7};
+        EXPECT_EQ(readAsciiMatrix(path.c_str(), DT_DOUBLE, size, buffer.data()), FILE_TOO_SHORT);
+        EXPECT_EQ(buffer, (Doubles{1, 2, 7}));
+    }
+}
+
+TEST_F(MatrixFileTest, readsAndWritesAPointUnderEveryLocale) {
+    const CommaLocale comma;
+    EXPECT_EQ(written<double>(DT_DOUBLE, {1234.5}, 1), "1234.500000\n");
+    EXPECT_EQ(read<double>("1234.5 6", DT_DOUBLE, Doubles(2), FILE_OK), (Doubles{1234.5, 6}));
+    if (!comma.inC)
+        GTEST_SKIP() << "localedef cannot make de_DE here";
+}
+
 TEST_F(MatrixFileTest, saysWhatCannotBeOpenedReadOrWritten) {
     double value = 1;
     EXPECT_EQ(readAsciiMatrix(nullptr, DT_DOUBLE, 1, &value), FILE_NOT_OPENED);
@@ -149,8 +167,9 @@ TEST_F(MatrixFileTest, takesDimensionsFromTheLinesThatAreNotEmpty) {
     }
 }
 
-TEST_F(MatrixFileTest, aFileThatCannotBeReadHasNoDimensions) {
-    for (const char* unreadable : {"/no/such/file", folder.path.c_str(), static_cast<const char*>(nullptr)}) {
+TEST_F(MatrixFileTest, aFileThatCannotBeReadOrHasNoLinesHasNoDimensions) {
+    for (const char* unreadable :
+         {"/no/such/file", "/dev/zero", folder.path.c_str(), static_cast<const char*>(nullptr)}) {
         unsigned long width = 99, height = 99;
         EXPECT_EQ(getAsciiMatrixDimensions(unreadable, &width, &height), 0);
         EXPECT_EQ(width + height, 0u);

@@ -20,7 +20,15 @@ TEST(TextLines, countsLinesWithAndWithoutTheEmptyOnes) {
     EXPECT_EQ(getNumberOfLinesInFile(path.c_str(), true), 3u);
     writeFileText(path, "a\n\n");
     EXPECT_EQ(getNumberOfLinesInFile(path.c_str(), false), 2u);
-    for (const char* unreadable : {"/no/such/file", folder.path.c_str(), static_cast<const char*>(nullptr)})
+    for (const std::size_t length : {4094, 4095, 4096, 8190}) { // around the size of what is read at once
+        const std::string line(length, 'x');
+        writeFileText(path, line + "\n\n" + line);
+        std::vector<std::string> lines;
+        forEachLine(path.c_str(), [&](const std::string& text) { lines.push_back(text); });
+        EXPECT_EQ(lines, (std::vector<std::string>{line, "", line})) << length;
+    }
+    for (const char* unreadable :
+         {"/no/such/file", "/dev/zero", folder.path.c_str(), static_cast<const char*>(nullptr)})
         EXPECT_EQ(getNumberOfLinesInFile(unreadable, false), 0u);
 }
 
