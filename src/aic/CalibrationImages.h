@@ -2,8 +2,10 @@
 
 #include "aic/ImageContainer.h"
 
+#include <array>
 #include <cstddef>
 #include <fstream>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -132,6 +134,8 @@ public:
 private:
     struct GridVectors;
     struct AxisBase;
+    class NearestImages;
+    using AxisBases = std::array<AxisBase, 3>;
 
     void writeLog(std::string_view text) const;
     // Writes the line and gives -1.
@@ -140,12 +144,18 @@ private:
     int readGrid(std::ifstream& file, GridVectors& grid);
     int readGridPoints(std::ifstream& file, const GridVectors& grid);
     int readGridPoint(std::ifstream& file, ImageContainer& point);
+    // Whether a walk along an axis may stop at the grid point.
+    bool isBase(const ImageContainer& point, bool includeInterpolated) const;
     // The first image at `stride`, 2 * stride, ... from `start`; false where none is on the same line of the
     // grid.
     bool findOnLine(Position start, std::ptrdiff_t stride, ParamType axis, bool includeInterpolated,
                     Position& found);
+    // Whether the place lies in the grid, on the line of `start`; gives its position then.
+    bool isOnLine(Position start, std::ptrdiff_t place, ParamType axis, Position& found);
 
-    int findBase(Position point, bool includeInterpolated, AxisBase& base);
+    int findBases(Position point, bool includeInterpolated, AxisBases& bases);
+    static std::optional<ParamType> chooseAxis(const AxisBases& bases);
+    int interpolate(Position point, const AxisBases& bases, bool* done);
 
     // Size of the first image that has pixels, or 0 x 0 before there is one.
     int imageCols = 0;

@@ -92,20 +92,27 @@ int c_CalibrationImages::GetPreviousImage(Position start, Position& found, Param
     return 0;
 }
 
+bool c_CalibrationImages::isBase(const ImageContainer& point, bool includeInterpolated) const {
+    return hasImage(point) && (includeInterpolated || !point.Interpolated);
+}
+
 bool c_CalibrationImages::findOnLine(Position start, std::ptrdiff_t stride, ParamType axis,
                                      bool includeInterpolated, Position& found) {
     const auto count = static_cast<std::ptrdiff_t>(Images.size());
-    const std::ptrdiff_t from = start - Images.begin();
-    for (auto place = from + stride; 0 <= place && place < count; place += stride) {
-        const Position candidate = Images.begin() + place;
-        if (!hasImage(*candidate) || (candidate->Interpolated && !includeInterpolated)) {
-            continue;
-        }
-        if (from == count || !onSameLine(*start, *candidate, axis)) {
-            return false;
-        }
-        found = candidate;
-        return true;
+    std::ptrdiff_t place = start - Images.begin() + stride;
+    while (0 <= place && place < count &&
+           !isBase(Images[static_cast<std::size_t>(place)], includeInterpolated)) {
+        place += stride;
     }
-    return false;
+    return isOnLine(start, place, axis, found);
+}
+
+bool c_CalibrationImages::isOnLine(Position start, std::ptrdiff_t place, ParamType axis, Position& found) {
+    const bool inside = 0 <= place && place < static_cast<std::ptrdiff_t>(Images.size());
+    if (!inside || start == Images.end() ||
+        !onSameLine(*start, Images[static_cast<std::size_t>(place)], axis)) {
+        return false;
+    }
+    found = Images.begin() + place;
+    return true;
 }

@@ -1,8 +1,14 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <array>
+#include <limits>
+#include <numeric>
+#include <random>
+#include <utility>
 
 #include "HeapFixture.h"
+#include "HostilePixels.h"
 
 using ::testing::EndsWith;
 using ::testing::IsNan;
@@ -125,6 +131,68 @@ TEST_F(CalibrationGrid, dividesByZeroBetweenEqualParameters) {
     EXPECT_THAT(image(1).at(0, 0), IsNan());
     ASSERT_EQ(load(heapOf({1}, {1}, {1}).pair(3, 2), 1), 0);
     EXPECT_EQ(store.Images.size(), 1u);
+}
+
+// Each hole filled by itself, in the order of the three passes.
+void fillByWalks(Store& grid) {
+    for (const bool includeInterpolated : {false, true, true}) {
+        for (auto point = grid.Images.begin(); point != grid.Images.end(); ++point) {
+            bool done = false;
+            if (!grid.hasImage(*point)) {
+                grid.GetLinearInterpolatedImage1D(point, &done, includeInterpolated);
+            }
+        }
+    }
+}
+
+TEST_F(CalibrationGrid, fillsHolesAsWalksFromEachOfThemDo) {
+    constexpr float nan = std::numeric_limits<float>::quiet_NaN();
+    constexpr float most = std::numeric_limits<float>::max();
+    std::mt19937 random(9);
+    for (int round = 0; round < 300; ++round) {
+        SCOPED_TRACE(round);
+        std::array<std::vector<float>, 3> axes;
+        for (std::vector<float>& axis : axes) {
+            axis.resize(1 + random() % 4);
+            for (float& value : axis) { // also equal ones, which are on one line, and absurd ones
+                value = random() % 30 == 0   ? most
+                        : random() % 50 == 0 ? nan
+                                             : static_cast<float>(random() % 6) - 2;
+            }
+        }
+        HeapBytes heap = heapOf(axes[0], axes[1], axes[2]);
+        for (std::size_t i = axes[0].size() * axes[1].size() * axes[2].size(); i > 0; --i) {
+            const auto pixel = static_cast<float>(random() % 1000);
+            random() % 3 == 0    ? heap.hole()
+            : random() % 12 == 0 ? heap.block(3, 1, {pixel, pixel, pixel})
+                                 : heap.pair(pixel, pixel / 7);
+        }
+        ASSERT_EQ(load(heap, 1), 0);
+        Store stored; // with its holes
+        Store walked;
+        ASSERT_EQ(stored.Init(heapPath, Store::InterpolationNone, log), 0);
+        ASSERT_EQ(walked.Init(heapPath, Store::InterpolationLinear1D, log), 0);
+        auto next = stored.Images.begin();
+        for (ImageContainer& point : walked.Images) {
+            point.Image = point.Interpolated ? AICImage() : next++->Image;
+        }
+        fillByWalks(walked);
+        for (std::size_t i = 0; i < walked.Images.size(); ++i) {
+            ASSERT_TRUE(sameBits(image(i).pixels(), std::as_const(walked).Images[i].Image.pixels())) << i;
+        }
+    }
+}
+
+// Hundreds of thousands of points: work that grew with their square would outlast every time limit.
+TEST_F(CalibrationGrid, loadsAGridOfHolesInOneGo) {
+    std::vector<float> line(400);
+    std::iota(line.begin(), line.end(), 0.0f);
+    HeapBytes heap = heapOf({1}, line, line);
+    for (std::size_t i = 0; i < line.size() * line.size(); ++i) {
+        heap.hole();
+    }
+    EXPECT_EQ(load(heap, 1), 0);
+    EXPECT_EQ(store.Images.size(), 799u * 799u);
 }
 
 TEST_F(CalibrationGrid, leavesAPointThatNoAxisCanFill) {
