@@ -78,7 +78,10 @@ bool TileSums::staysFinite(const OrderedImage& image) const {
     }
     const double brightest = std::bit_cast<float>(frameMagnitudes.highest);
     const double darkest = std::bit_cast<float>(image.magnitudes.lowest);
-    const double mask = std::max(productRows.largestMagnitude(), 1.0);
+    // Masks multiply one after the other: what the first takes beyond all numbers, a 0 of the second makes
+    // NaN.
+    const double mask =
+        std::max(customRows.largestMagnitude(), 1.0) * std::max(borderRows.largestMagnitude(), 1.0);
     constexpr double rounding = 1.001; // far more than the rounding of all steps together
     return brightest / darkest * mask * taps.sumOfMagnitudes() * rounding < std::numeric_limits<float>::max();
 }

@@ -99,6 +99,10 @@ private:
         } else if (oneIn(6)) {
             quality.customMask = randomImage(cols, rows, random, -1, 3);
         }
+        if (!quality.customMask.pixels.empty() && oneIn(3)) {
+            // Beyond all numbers with a quotient; the border mask, if it has a 0 there, makes it NaN.
+            quality.customMask.pixels[random() % quality.customMask.pixels.size()] = 3e38f;
+        }
         if (borderSize > 0) {
             quality.borderMask = plain::borderMask(cols, rows, elementSize, borderSize);
         }
