@@ -12,7 +12,7 @@ c_AIC::~c_AIC() = default;
 
 int c_AIC::Init(AICCfg configuration, bool loadCalibration) {
     work->ready = false;
-    work->gridSums.reset();
+    work->releaseGrid(); // before the new one is loaded: there may be no room for both
     CalibrationImages = std::make_unique<c_CalibrationImages>();
     Cfg = std::move(configuration);
     if (const int status = openLog(); status != 0) {
@@ -91,7 +91,7 @@ void c_AIC::prepareKernel() {
     CalibrationImages->GetImagesSize(&cols, &rows);
     const bool serves = TileSums::serves(cols, rows, Cfg.QfTileSize, work->highPass);
     if (!serves || !qualityMasksFit(CalibrationImages->Images.front().Image)) {
-        work->gridSums.reset();
+        work->releaseGrid();
         return;
     }
     const TileOrder order(cols, rows, Cfg.QfTileSize);
@@ -102,6 +102,7 @@ void c_AIC::prepareKernel() {
                                 BorderMaskEnabled ? &BorderMask : nullptr};
     work->gridSums.emplace(order, work->highPass, masks, work->loops);
     work->grid = OrderedGrid(order, *CalibrationImages, work->loops);
+    work->releaseGrid();
 }
 
 bool c_AIC::fitsGrid(const AICImage& frame) const {

@@ -152,7 +152,8 @@ void c_AIC::sumByKernel(std::span<const Position> points) {
     std::array<OrderedImage, TilePass::maxCandidates> images;
     std::array<float*, TilePass::maxCandidates> sums;
     for (std::size_t i = 0; i < points.size(); ++i) {
-        images[i] = work->grid[static_cast<std::size_t>(points[i] - CalibrationImages->Images.begin())];
+        images[i] =
+            work->grid.image(static_cast<std::size_t>(points[i] - CalibrationImages->Images.begin()), i);
         work->sums[i].resize(work->gridSums->order().tileCount());
         sums[i] = work->sums[i].data();
     }

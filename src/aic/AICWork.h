@@ -31,5 +31,10 @@ struct AICWork {
     BinCounts counts;
     AICImage image;                                    // the pre-processed frame
     std::vector<c_CalibrationImages::Position> points; // of a search, in the order of its walk
+    void releaseGrid() {
+        gridSums.reset();
+        grid = {};
+    }
+
     std::array<std::vector<float>, TilePass::maxCandidates> sums;
 };

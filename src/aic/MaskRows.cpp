@@ -17,8 +17,8 @@ MaskRows::MaskRows(const TileOrder& order, std::span<const AICImage* const> mask
         }
         if (row != above) { // a row with NaN is never the same
             offsets.push_back(factors.size());
-            factors.resize(factors.size() + order.rowSize());
-            order.arrangeRow(row.data(), 0, std::span(factors).subspan(offsets.back()));
+            factors.resize(factors.size() + order.rowSize(), 0.0f);
+            order.arrangeRow(row.data(), &factors[offsets.back()]);
             binary = binary && std::ranges::all_of(row, [](float f) { return f == 0 || f == 1; });
             for (const float factor : row) {
                 largest = std::isnan(largest) || largest > std::fabs(factor) ? largest : std::fabs(factor);

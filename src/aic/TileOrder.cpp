@@ -54,17 +54,14 @@ std::size_t TileOrder::place(int x) const {
     return row * static_cast<std::size_t>(groupTiles) + static_cast<std::size_t>(tileIndex % groupTiles);
 }
 
-void TileOrder::arrangeRow(const float* pixels, float padding, std::span<float> ordered) const {
-    if (rowSize() != static_cast<std::size_t>(cols)) {
-        std::ranges::fill(ordered, padding);
-    }
+void TileOrder::arrangeRow(const float* pixels, float* ordered) const {
     const auto side = static_cast<std::size_t>(tile);
     // Squares of four pixels by four tiles first, then what is left of them.
     const int squareTiles = tilesAcross / 4 * 4;
     const int squarePixels = tile / 4 * 4;
     for (int t = 0; t < squareTiles; t += 4) {
         const float* const from = pixels + static_cast<std::size_t>(t) * side;
-        float* const to = ordered.data() + place(t * tile);
+        float* const to = ordered + place(t * tile);
         for (int x = 0; x < squarePixels; x += 4) {
             transpose(from + x, side, to + x * groupTiles, static_cast<std::size_t>(groupTiles));
         }
@@ -75,7 +72,10 @@ void TileOrder::arrangeRow(const float* pixels, float padding, std::span<float> 
             }
         }
     }
-    for (int x = squareTiles * tile; x < cols; ++x) {
-        ordered[place(x)] = pixels[x];
+    for (int first = squareTiles * tile; first < cols; first += tile) {
+        float* to = ordered + place(first);
+        for (int x = first; x < std::min(first + tile, cols); ++x, to += groupTiles) {
+            *to = pixels[x];
+        }
     }
 }

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <span>
 
 // The order of pixels that the tile kernel works in: neighbouring vector lanes are the same pixel of
 // neighbouring tiles. The tiles across a row of the image are taken in groups, and each row is stored as
@@ -31,8 +30,8 @@ struct TileOrder {
 
     // The place in a row of the pixel in column x.
     std::size_t place(int x) const;
-    // Puts a row of `cols` pixels into order.
-    void arrangeRow(const float* pixels, float padding, std::span<float> ordered) const;
+    // Puts a row of `cols` pixels into order; padding is left as it is.
+    void arrangeRow(const float* pixels, float* ordered) const;
 
     bool operator==(const TileOrder&) const = default;
 };

@@ -127,10 +127,10 @@ const float* TileSums::orderedFrame(bool masked) {
     OrderedFrame& ordered = masked ? maskedFrame : plainFrame;
     if (!ordered.current) {
         const std::size_t rowSize = tileOrder.rowSize();
-        ordered.pixels.resize(tileOrder.size());
+        ordered.pixels.resize(tileOrder.size(), 0.0f);
         for (std::size_t y = 0; y < static_cast<std::size_t>(tileOrder.rows); ++y) {
             const std::span<float> row = std::span(ordered.pixels).subspan(y * rowSize, rowSize);
-            tileOrder.arrangeRow(&frame[y * static_cast<std::size_t>(tileOrder.cols)], 0, row);
+            tileOrder.arrangeRow(&frame[y * static_cast<std::size_t>(tileOrder.cols)], row.data());
             if (masked) {
                 loops.multiply(row.data(), productRows.rows()[y], rowSize);
             }
