@@ -4,9 +4,13 @@
 
 #include <algorithm>
 #include <cmath>
+#include <locale>
 #include <utility>
 
-c_AIC::c_AIC(const Kernels& kernels) : work(std::make_unique<AICWork>(kernels)) {}
+c_AIC::c_AIC(const Kernels& kernels) : work(std::make_unique<AICWork>(kernels)) {
+    // Numbers in files have a point, whatever locale the program runs under.
+    QualityValuesStream.imbue(std::locale::classic());
+}
 
 c_AIC::~c_AIC() = default;
 

@@ -1,16 +1,25 @@
 #include "aic/AICSearch.h"
 
 #include <array>
-#include <cstdio>
+#include <charconv>
+#include <string>
 #include <utility>
 
 namespace {
 
+constexpr std::size_t longestName = 255; // longer ones are cut off
+
+// One decimal, with a point under every locale.
+std::string oneDecimal(float value) {
+    std::array<char, 64> digits;
+    const auto end = std::to_chars(digits.begin(), digits.end(), value, std::chars_format::fixed, 1);
+    return {digits.begin(), end.ptr};
+}
+
 std::string dumpName(const std::string& prefix, const char* kind, const ImageContainer& point) {
-    std::array<char, 256> name;
-    std::snprintf(name.data(), name.size(), "%s%s_v%1.1f_t%1.1f_e%1.1f.txt", prefix.c_str(), kind,
-                  static_cast<double>(point.V), static_cast<double>(point.T), static_cast<double>(point.E));
-    return name.data();
+    const std::string name = prefix + kind + "_v" + oneDecimal(point.V) + "_t" + oneDecimal(point.T) + "_e" +
+                             oneDecimal(point.E) + ".txt";
+    return name.substr(0, longestName);
 }
 
 } // namespace
@@ -27,10 +36,9 @@ void c_AIC::note(Search& search, Position point, float value) {
 
 int c_AIC::QFValuesOutput(Position point, float value, std::string prefix, bool append, bool* opened) {
     if (!QualityValuesStream.is_open()) {
-        std::array<char, 256> path; // longer names are cut off
-        std::snprintf(path.data(), path.size(), "%s%s", prefix.c_str(), Cfg.LogQualityValuesFile.c_str());
+        const std::string path = (prefix + Cfg.LogQualityValuesFile).substr(0, longestName);
         QualityValuesStream.clear();
-        QualityValuesStream.open(path.data(), std::ios::out | (append ? std::ios::app : std::ios::trunc));
+        QualityValuesStream.open(path, std::ios::out | (append ? std::ios::app : std::ios::trunc));
         if (!QualityValuesStream.is_open()) {
             return fail("c_AIC::Init error opening quality_values_output_file file");
         }

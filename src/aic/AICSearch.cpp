@@ -45,7 +45,7 @@ int c_AIC::CompensateImage(AICImage frame, ImageContainer* result, float* qualit
     if (reportTime) {
         const auto time =
             std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - start);
-        std::cout << "CompensateImage: FindOptimalCompensation:  " << std::int64_t{time.count()} << ' ';
+        std::cout << "CompensateImage: FindOptimalCompensation:  " << std::to_string(time.count()) << ' ';
     }
     return status;
 }
