@@ -102,11 +102,11 @@ void c_AIC::prepareKernel() {
     if (work->gridSums && work->gridSums->order() == order) {
         return;
     }
+    work->releaseGrid();
     const QualityMasks masks = {CustomMaskEnabled ? &CustomMask : nullptr,
                                 BorderMaskEnabled ? &BorderMask : nullptr};
     work->gridSums.emplace(order, work->highPass, masks, work->loops);
     work->grid = OrderedGrid(order, *CalibrationImages, work->loops);
-    work->releaseGrid();
 }
 
 bool c_AIC::fitsGrid(const AICImage& frame) const {
@@ -128,6 +128,18 @@ bool c_AIC::frameMasksFit(const AICImage& image) const {
     const bool compensates = Cfg.PPEnabled && CalibrationImages->CompensateMaskFlag != 0;
     return qualityMasksFit(image) && (!compensates || CalibrationImages->CompensateMask.sameShape(image)) &&
            (!Cfg.PPEnabled || !BadPixelsMaskEnabled || BadPixelsMask.sameShape(image));
+}
+
+bool c_AIC::refuses(const AICImage& frame, bool masksFit, const std::string& operation) {
+    const char* const reason = !work->ready                   ? "no calibration loaded"
+                               : !work->highPass.complete()   ? "kernel has too few values for its window"
+                               : !frame.isWhole()             ? "number of pixels does not match image size"
+                               : fitsGrid(frame) && !masksFit ? "mask size does not match image size"
+                                                              : nullptr;
+    if (reason != nullptr) {
+        writeLog("c_AIC::" + operation + " " + reason);
+    }
+    return reason != nullptr;
 }
 
 void c_AIC::writeLog(std::string_view line) {

@@ -20,7 +20,7 @@ struct AICWork;
 // Operations return 0, or a negative number after a line in the log, which is flushed at once and has no
 // effect on anything else. Images go in by value: move them where they are not needed any more. Not for two
 // threads at once. Throws std::out_of_range where a pixel has no bin in a histogram, as in a frame of one
-// value.
+// value; its text is for the user who has that frame.
 class c_AIC {
 public:
     struct AICCfg {
@@ -83,7 +83,7 @@ public:
     int QualityMatrix(AICImage image, int unused, AICImage* result);
 
     // The searches take pre-processed frames and leave their level alone. Of equal candidates the earlier
-    // wins. Every step-th image; gives the best grid point.
+    // wins. They refuse what CompensateImage refuses. Every step-th image; gives the best grid point.
     int FindOptimalCompensationLinearSearch(AICImage image, ImageContainer* result, int step, float* quality,
                                             Position& best, std::string prefix);
     // The neighbours of a grid point, against result and quality as a linear search left them. -1 also when
@@ -130,6 +130,8 @@ private:
     // Whether the masks in use for a frame, or for the quality function alone, have the image's size.
     bool frameMasksFit(const AICImage& image) const;
     bool qualityMasksFit(const AICImage& image) const;
+    // Whether an operation would read outside the frame, the kernel or what Init has loaded; the log says so.
+    bool refuses(const AICImage& frame, bool masksFit, const std::string& operation);
 
     void removeBadPixels(const AICImage& image, AICImage& result);
     // Counts the pixels in bins, unless there are none: -1.

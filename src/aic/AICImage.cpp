@@ -12,12 +12,16 @@ int wrappedProduct(int a, int b) {
 
 int quotientOfSides(int cols, int rows, int divisor) {
     if (divisor == 0) {
-        throw std::invalid_argument("AICImage: reshape to 0 rows or columns");
+        throw std::invalid_argument("image cannot be shaped to 0 rows or columns");
     }
     return static_cast<int>(std::int64_t{wrappedProduct(cols, rows)} / divisor);
 }
 
 } // namespace
+
+int AICImage::shapeSize() const {
+    return wrappedProduct(imageCols, imageRows);
+}
 
 AICImage AICImage::uninitialized(int cols, int rows) {
     AICImage image;
@@ -28,7 +32,7 @@ AICImage AICImage::uninitialized(int cols, int rows) {
 void AICImage::resize(int newCols, int newRows) {
     const int count = wrappedProduct(newCols, newRows);
     if (count < 0) {
-        throw std::length_error("AICImage: negative number of pixels");
+        throw std::length_error("image with a negative number of pixels");
     }
     values.clear(); // else a larger shape would copy the old pixels to their new place
     values.resize(static_cast<std::size_t>(count));
@@ -44,7 +48,7 @@ void AICImage::release() {
 
 void AICImage::push_back(float value) {
     values.push_back(value);
-    imageCols = static_cast<int>(std::int64_t{wrappedProduct(imageCols, imageRows)} + 1);
+    imageCols = static_cast<int>(std::int64_t{shapeSize()} + 1);
     imageRows = 1;
 }
 
@@ -91,7 +95,7 @@ std::size_t AICImage::checkedIndex(int x, int y) const {
         static_cast<std::uint32_t>(wrappedProduct(y, imageCols)) + static_cast<std::uint32_t>(x);
     // A negative index is larger than any image.
     if (static_cast<std::int32_t>(index) < 0 || index >= values.size()) {
-        throw std::out_of_range("AICImage: pixel outside the image");
+        throw std::out_of_range("pixel outside the image");
     }
     return index;
 }
@@ -101,6 +105,6 @@ void AICImage::checkRegion(int x, int y, int w, int h, std::size_t pixelCount) c
     const std::int64_t lastRow = firstRow + (std::int64_t{h} - 1) * imageCols;
     const auto [lowest, highest] = std::minmax(firstRow, lastRow);
     if (lowest < 0 || highest + w > static_cast<std::int64_t>(pixelCount)) {
-        throw std::out_of_range("AICImage: region outside the image");
+        throw std::out_of_range("region outside the image");
     }
 }

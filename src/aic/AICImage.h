@@ -29,6 +29,13 @@ public:
         return imageCols == other.imageCols && imageRows == other.imageRows;
     }
 
+    // Whether there are as many pixels as the shape says, or fewer. A reshape may leave a remainder outside
+    // the shape, and a product of sides beyond 32 bits too few pixels for it.
+    bool isWhole() const { return imageCols >= 0 && values.size() == shapePixels(); }
+    bool lacksPixels() const { return values.size() < shapePixels(); }
+    // The product of the sides, as a 32-bit integer that wraps.
+    int shapeSize() const;
+
     std::span<float> pixels() { return values; }
     std::span<const float> pixels() const { return values; }
 
@@ -104,6 +111,7 @@ public:
 private:
     // The index wraps as a 32-bit integer does, and must then lie inside.
     std::size_t checkedIndex(int x, int y) const;
+    std::size_t shapePixels() const { return static_cast<std::size_t>(std::int64_t{imageCols} * imageRows); }
     // The rows, w pixels from (x, y) on, must lie among the first `pixelCount` pixels.
     void checkRegion(int x, int y, int w, int h, std::size_t pixelCount) const;
 

@@ -44,7 +44,7 @@ void AICImage::filter2D(AICImage source, AICImage* result, const float* kernel, 
         return;
     }
     if (half < 0 || source.values.size() < static_cast<std::size_t>(std::int64_t{cols} * rows)) {
-        throw std::out_of_range("AICImage: filter window outside the image");
+        throw std::out_of_range("window of the high-pass filter outside the image");
     }
     // Each pixel takes its taps in the order of the definition, a whole row of pixels side by side.
     const std::int64_t width = std::int64_t{cols} - 2 * half;
@@ -64,7 +64,7 @@ void AICImage::filter2D(AICImage source, AICImage* result, const float* kernel, 
 
 float AICImage::median_3(int index) const {
     if (imageCols == 0) {
-        throw std::out_of_range("AICImage: median in an image without columns");
+        throw std::out_of_range("median in an image without columns");
     }
     const std::int64_t row = std::int64_t{index} / imageCols;
     const std::int64_t col = std::int64_t{index} % imageCols;

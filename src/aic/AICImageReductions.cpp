@@ -14,7 +14,7 @@ namespace {
 template <typename Better>
 float extreme(std::span<const float> pixels, Better better) {
     if (pixels.empty()) {
-        throw std::out_of_range("AICImage: extreme of an image without pixels");
+        throw std::out_of_range("smallest or largest pixel of an image without pixels");
     }
     constexpr std::size_t laneCount = 16;
     std::array<float, laneCount> lanes;

@@ -5,6 +5,9 @@
 
 int c_AIC::FindOptimalCompensationMosaic(AICImage image, ImageContainer* result, int step, float* quality,
                                          std::string prefix) {
+    if (refuses(image, qualityMasksFit(image), "FindOptimalCompensationMosaic")) {
+        return -1;
+    }
     Search search = {image, prefix, quality};
     return mosaic(search, step, result);
 }

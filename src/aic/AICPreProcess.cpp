@@ -5,22 +5,36 @@
 #include <array>
 #include <cstdint>
 #include <limits>
+#include <stdexcept>
 #include <utility>
 
 namespace {
+
+// Why no bin takes the pixels of a frame, whose extremes are given, after they were stretched.
+const char* whyNotStretched(float lowest, float range) {
+    if (range != 0) {
+        return frameNotFinite;
+    }
+    return lowest == 0 ? "frame is black (all pixels are 0 after masks and bad-pixel repair); leave it out"
+                       : "frame has the same value in all pixels, which pre-processing cannot normalise; "
+                         "leave it out, "
+                         "or set PPEnabled to false";
+}
 
 // Takes the image to the unit range, above 0 by the smallest normal number, and counts its pixels there.
 void stretchAndCount(AICImage& image, const Kernels& loops, BinCounts& counts) {
     const float lowest = image.min_val();
     const float range = image.max_val() - lowest;
-    counts.start(image.cols() * image.rows(), 1.0f);
+    counts.start(image.shapeSize(), 1.0f);
     const StretchRule rule = {lowest, range, std::numeric_limits<float>::min(), counts.binWidth(),
                               static_cast<float>(counts.binCount())};
     std::array<std::int32_t, 2048> bins;
     for (std::span<float> rest = image.pixels(); !rest.empty();) {
         const std::size_t count = std::min(rest.size(), bins.size());
         loops.stretchIntoBins(rest.data(), rule, bins.data(), count);
-        counts.addBins(std::span(bins).first(count));
+        if (!counts.addBins(std::span(bins).first(count))) {
+            throw std::out_of_range(whyNotStretched(lowest, range));
+        }
         rest = rest.subspan(count);
     }
 }
@@ -30,7 +44,7 @@ void stretchAndCount(AICImage& image, const Kernels& loops, BinCounts& counts) {
 int c_AIC::PreProcess(AICImage image, AICImage* result, AICImage* mask) {
     const Kernels& loops = work->loops;
     if (!Cfg.PPEnabled) {
-        ScaleFactor = image.sum() / static_cast<float>(image.cols() * image.rows());
+        ScaleFactor = image.sum() / static_cast<float>(image.shapeSize());
         *result = std::move(image);
         loops.scale(result->pixels().data(), 1.0f / ScaleFactor, result->pixels().size());
         return 0;
@@ -40,7 +54,8 @@ int c_AIC::PreProcess(AICImage image, AICImage* result, AICImage* mask) {
         factors = &CalibrationImages->CompensateMask;
     }
     if (factors != nullptr && factors->sameShape(image)) {
-        loops.multiply(image.pixels().data(), factors->pixels().data(), image.pixels().size());
+        loops.multiply(image.pixels().data(), factors->pixels().data(),
+                       std::min(image.pixels().size(), factors->pixels().size()));
     }
     removeBadPixels(image, *result);
     ScaleFactor = result->max_val();
@@ -67,7 +82,7 @@ void c_AIC::removeBadPixels(const AICImage& image, AICImage& result) {
 
 int c_AIC::MaskPixelByMedian(AICImage image, AICImage mask, AICImage* result) {
     AICImage repaired = image;
-    for (int i = 0; i < image.cols() * image.rows(); ++i) {
+    for (int i = 0; i < image.shapeSize(); ++i) {
         if (mask.at(i, 0) == 1.0f) {
             repaired.at(i, 0, image.median_3(i));
         }
@@ -121,7 +136,9 @@ int c_AIC::countPixels(const AICImage& image, float range) {
     if (image.empty()) {
         return fail("c_AIC::Histogram no data passed");
     }
-    work->counts.start(image.cols() * image.rows(), range);
-    work->counts.add(image.pixels());
+    work->counts.start(image.shapeSize(), range);
+    if (!work->counts.add(image.pixels())) {
+        throw std::out_of_range("pixel outside the range of the histogram");
+    }
     return 0;
 }

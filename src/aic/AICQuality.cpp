@@ -3,13 +3,38 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
+#include <stdexcept>
 #include <utility>
 
 // The kernel's passes and the operations on single images meet here: both are scored by the same sums.
 
+namespace {
+
+// Why no bin takes the sums of a candidate's tiles.
+const char* whyNotScored(std::span<const float> sums, float scaleFactor) {
+    if (std::ranges::all_of(sums, [](float sum) { return std::isfinite(sum); })) {
+        return "no tile of the frame shows any structure to compare flat fields by; leave the frame out, or "
+               "check CustomMaskFile and QfBorderMaskSize, which may mask all of it";
+    }
+    if (scaleFactor == 0) {
+        return "frame is black (the mean of its pixels is 0); leave it out";
+    }
+    return !std::isfinite(scaleFactor)
+               ? frameNotFinite
+               : "frame divided by a flat field has pixels that are NaN or infinite; look for such pixels in "
+                 "the frame, the flat fields and CustomMaskFile";
+}
+
+} // namespace
+
 bool c_AIC::refusesQualityOf(const AICImage& image) {
     if (!work->highPass.complete()) {
         writeLog("c_AIC::QualityFunctionPreProcess kernel has too few values for its window");
+        return true;
+    }
+    if (image.lacksPixels()) {
+        writeLog("c_AIC::QualityFunctionPreProcess number of pixels does not match image size");
         return true;
     }
     if (!qualityMasksFit(image)) {
@@ -57,12 +82,15 @@ int c_AIC::QualityMatrix(AICImage image, int, AICImage* result) {
 }
 
 AICImage c_AIC::highPassMagnitude(AICImage image) {
-    float* const pixels = image.pixels().data();
+    const auto multiply = [&](const AICImage& mask) {
+        work->loops.multiply(image.pixels().data(), mask.pixels().data(),
+                             std::min(image.pixels().size(), mask.pixels().size()));
+    };
     if (CustomMaskEnabled) {
-        work->loops.multiply(pixels, CustomMask.pixels().data(), image.pixels().size());
+        multiply(CustomMask);
     }
     if (BorderMaskEnabled) {
-        work->loops.multiply(pixels, BorderMask.pixels().data(), image.pixels().size());
+        multiply(BorderMask);
     }
     AICImage filtered;
     AICImage::filter2D(std::move(image), &filtered, KernelData.get(), KernelSize);
@@ -100,7 +128,9 @@ int c_AIC::scoreTiles(std::span<const float> sums, float* value) {
         return fail("c_AIC::QuailityFunction preprocessing quantile");
     }
     work->counts.start(static_cast<int>(sums.size()), *std::ranges::max_element(sums));
-    work->counts.add(sums);
+    if (!work->counts.add(sums)) {
+        throw std::out_of_range(whyNotScored(sums, ScaleFactor));
+    }
     const float cut = work->counts.quantile(Cfg.QfTileThreshold / 100.0f);
     double total = 0;
     for (const float sum : sums) {

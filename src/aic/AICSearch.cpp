@@ -4,8 +4,10 @@
 
 #include <array>
 #include <chrono>
+#include <functional>
 #include <iostream>
 #include <limits>
+#include <memory>
 #include <utility>
 
 using ResultType = c_CalibrationImages::ResultType;
@@ -15,14 +17,8 @@ int c_AIC::CompensateImage(AICImage frame, ImageContainer* result, float* qualit
     if (frame.empty()) {
         return fail("c_AIC::CompensateImage no image passed");
     }
-    if (!work->ready) {
+    if (refuses(frame, work->ready && frameMasksFit(frame), "CompensateImage")) {
         return -1;
-    }
-    if (!work->highPass.complete()) {
-        return fail("c_AIC::CompensateImage kernel has too few values for its window");
-    }
-    if (fitsGrid(frame) && !frameMasksFit(frame)) {
-        return fail("c_AIC::CompensateImage mask size does not match image size");
     }
     if (const int status = PreProcess(std::move(frame), &work->image, nullptr); status != 0) {
         writeLog("c_AIC::CompensateImage FindOptimalCompensation error");
@@ -52,6 +48,9 @@ int c_AIC::CompensateImage(AICImage frame, ImageContainer* result, float* qualit
 
 int c_AIC::FindOptimalCompensationLinearSearch(AICImage image, ImageContainer* result, int step,
                                                float* quality, Position& best, std::string prefix) {
+    if (refuses(image, qualityMasksFit(image), "FindOptimalCompensationLinearSearch")) {
+        return -1;
+    }
     Search search = {image, prefix, quality};
     const int status = linearSearch(search, step);
     storeBest(search, result);
@@ -61,6 +60,9 @@ int c_AIC::FindOptimalCompensationLinearSearch(AICImage image, ImageContainer* r
 
 int c_AIC::FindOptimalCompensationLookAround(AICImage image, Position centre, ImageContainer* result,
                                              float* quality, std::string prefix) {
+    if (refuses(image, qualityMasksFit(image), "FindOptimalCompensationLookAround")) {
+        return -1;
+    }
     Search search = {image, prefix, quality};
     const int status = lookAround(search, centre);
     storeBest(search, result);
@@ -85,10 +87,14 @@ int c_AIC::linearSearch(Search& search, int step) {
 
 int c_AIC::lookAround(Search& search, Position centre) {
     const char* const failure = "c_AIC::FindOptimalCompensationLookAround calibration image get error";
-    if (!fitsGrid(search.frame) || centre == CalibrationImages->Images.end()) {
+    c_CalibrationImages& store = *CalibrationImages;
+    // A linear search without a winner leaves its caller with a position outside the grid, or with none.
+    const ImageContainer* const first = store.Images.data();
+    const ImageContainer* const point = std::to_address(centre);
+    const bool inGrid = !std::less<>{}(point, first) && std::less<>{}(point, first + store.Images.size());
+    if (!fitsGrid(search.frame) || !inGrid) {
         return fail(failure);
     }
-    c_CalibrationImages& store = *CalibrationImages;
     std::vector<Position>& neighbours = work->points;
     neighbours.clear();
     auto last = ResultType::ResultNotFound;

@@ -12,6 +12,10 @@
 #include <optional>
 #include <vector>
 
+// Why a frame fails, where pre-processing finds out and where the score does.
+inline constexpr const char* frameNotFinite =
+    "frame has pixels that are NaN, infinite or too large; leave it out or repair it";
+
 // What the engine keeps for itself: what is worked out once for all frames, and storage that frames use
 // again.
 struct AICWork {
@@ -27,14 +31,14 @@ struct AICWork {
     std::optional<TileSums> gridSums;
     OrderedGrid grid;
 
-    OutlierRepair outliers;
-    BinCounts counts;
-    AICImage image;                                    // the pre-processed frame
-    std::vector<c_CalibrationImages::Position> points; // of a search, in the order of its walk
     void releaseGrid() {
         gridSums.reset();
         grid = {};
     }
 
+    OutlierRepair outliers;
+    BinCounts counts;
+    AICImage image;                                    // the pre-processed frame
+    std::vector<c_CalibrationImages::Position> points; // of a search, in the order of its walk
     std::array<std::vector<float>, TilePass::maxCandidates> sums;
 };

@@ -1,7 +1,6 @@
 #include "aic/BinCounts.h"
 
 #include <algorithm>
-#include <stdexcept>
 
 void BinCounts::start(int valueCount, float range) {
     constexpr int fewestBins = 128;
@@ -16,25 +15,27 @@ float BinCounts::binWidth() const {
     return fullRange / static_cast<float>(binCount() - 1);
 }
 
-void BinCounts::add(std::span<const float> values) {
+bool BinCounts::add(std::span<const float> values) {
     const float width = binWidth();
     const auto end = static_cast<float>(binCount());
     for (std::size_t i = 0; i < values.size(); ++i) {
         const float bin = values[i] / width;
         if (!(bin >= 0 && bin < end)) {
-            throw std::out_of_range("BinCounts: value outside the range");
+            return false;
         }
         ++counts[static_cast<std::size_t>(static_cast<std::int32_t>(bin)) * tables + i % tables];
     }
+    return true;
 }
 
-void BinCounts::addBins(std::span<const std::int32_t> bins) {
+bool BinCounts::addBins(std::span<const std::int32_t> bins) {
     for (std::size_t i = 0; i < bins.size(); ++i) {
         if (bins[i] < 0) {
-            throw std::out_of_range("BinCounts: value outside the range");
+            return false;
         }
         ++counts[static_cast<std::size_t>(bins[i]) * tables + i % tables];
     }
+    return true;
 }
 
 float BinCounts::count(int bin) const {

@@ -14,9 +14,10 @@ public:
     int binCount() const { return static_cast<int>(counts.size() / tables); }
     float binWidth() const;
 
-    // Both throw std::out_of_range for what no bin takes: a value outside the range or NaN, a bin of -1.
-    void add(std::span<const float> values);
-    void addBins(std::span<const std::int32_t> bins);
+    // False, and counted in part, where no bin takes one of them: a value outside the range or NaN, a bin of
+    // -1.
+    [[nodiscard]] bool add(std::span<const float> values);
+    [[nodiscard]] bool addBins(std::span<const std::int32_t> bins);
 
     // Values in a bin, as adding them up in single precision tells: 2^24 at most.
     float count(int bin) const;

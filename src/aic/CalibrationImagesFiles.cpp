@@ -50,7 +50,7 @@ int c_CalibrationImages::ReadImage(std::ifstream& file, AICImage* image) {
     }
     const std::int64_t pixels = std::int64_t{cols} * rows;
     if (pixels < 0) {
-        throw std::length_error("c_CalibrationImages: image of negative size");
+        throw std::length_error("calibration file or mask holds an image of negative size");
     }
     image->resize(0, 0);
     if (!canHold(file, pixels)) {

@@ -63,7 +63,10 @@ bool addMask(std::span<float> marks, std::span<const float> mask) {
 void OutlierRepair::repair(const AICImage& image, float ratio, const AICImage* badPixels, AICImage& result) {
     const bool searches = ratio > 0;
     if (searches && (image.cols() < 2 || image.rows() < 2)) {
-        throw std::out_of_range("OutlierRepair: a pixel without neighbours");
+        throw std::out_of_range("frame of fewer than 2 rows or columns; bad pixels cannot be searched in it");
+    }
+    if (image.lacksPixels()) {
+        throw std::out_of_range("image with fewer pixels than its size");
     }
     const OutlierRule rule = {ratio, 1.0f / ratio};
     const auto cols = static_cast<std::size_t>(image.cols());

@@ -146,7 +146,7 @@ void fillByWalks(Store& grid) {
 }
 
 TEST_F(CalibrationGrid, fillsHolesAsWalksFromEachOfThemDo) {
-    constexpr float nan = std::numeric_limits<float>::quiet_NaN();
+    constexpr float notANumber = std::numeric_limits<float>::quiet_NaN();
     constexpr float most = std::numeric_limits<float>::max();
     std::mt19937 random(9);
     for (int round = 0; round < 300; ++round) {
@@ -156,7 +156,7 @@ TEST_F(CalibrationGrid, fillsHolesAsWalksFromEachOfThemDo) {
             axis.resize(1 + random() % 4);
             for (float& value : axis) { // also equal ones, which are on one line, and absurd ones
                 value = random() % 30 == 0   ? most
-                        : random() % 50 == 0 ? nan
+                        : random() % 50 == 0 ? notANumber
                                              : static_cast<float>(random() % 6) - 2;
             }
         }
