@@ -14,21 +14,6 @@ std::string kindText(const TiffPage& page) {
     return sizeText(page.width, page.height) + ' ' + std::string(pixelTypeName(page.pixelType));
 }
 
-// Where the directory and the link after it end. The library takes a link that is cut off for the end of the
-// pages.
-zt::u64 directoryEnd(const TiffHandle& tiff, const FileDescriptor& file, zt::u64 offset) {
-    const bool big = TIFFIsBigTIFF(tiff.get()) != 0;
-    zt::u64 wide = 0;
-    zt::u16 narrow = 0;
-    file.readAt(offset, big ? std::as_writable_bytes(std::span(&wide, 1))
-                            : std::as_writable_bytes(std::span(&narrow, 1)));
-    if (TIFFIsByteSwapped(tiff.get())) {
-        TIFFSwabLong8(&wide);
-        TIFFSwabShort(&narrow);
-    }
-    return big ? offset + 8 + wide * 20 + 8 : offset + 2 + zt::u64{narrow} * 12 + 4;
-}
-
 // Pixels of the other byte order as those of this processor.
 void swapBytes(std::span<std::byte> pixels, std::size_t pixelBytes) {
     const auto count = static_cast<tmsize_t>(pixels.size() / pixelBytes);
@@ -54,20 +39,50 @@ TiffFile::TiffFile(const std::string& path) : file{FileDescriptor::openForReadin
 }
 
 void TiffFile::gatherPages() {
-    const zt::u64 fileSize = file.size();
-    for (;;) {
+    std::unordered_set<zt::u64> directories;
+    zt::u64 next = TIFFCurrentDirOffset(tiff.get());
+    while (next != 0) {
         const std::string page = where(static_cast<zt::u32>(pages.size()));
-        pages.push_back(examineTiffPage(tiff, page, fileSize));
+        if (!directories.insert(next).second)
+            throw Error(page + ": the file is damaged: its pages lead back to an earlier one");
+        if (TIFFCurrentDirOffset(tiff.get()) != next && TIFFSetSubDirectory(tiff.get(), next) != 1)
+            throw Error(page + ": the file is cut off or damaged: this page cannot be read" + tiff.reason());
+        pages.push_back(examineTiffPage(tiff, page, file.size()));
         checkLikeFirst(pages.back(), page);
-        if (directoryEnd(tiff, file, pages.back().directoryOffset) > fileSize)
-            throw Error(page + ": the file is cut off after this page");
-        if (TIFFLastDirectory(tiff.get()))
-            break;
-        if (TIFFReadDirectory(tiff.get()) != 1)
-            throw Error(page + ": the file is cut off or damaged after this page" + tiff.reason());
+        next = gatherLikeLast(directories);
     }
     if (pages.size() == 1)
         gatherStack();
+}
+
+// The pages after the last one that differ from it by their place alone. Returns where the next directory is.
+zt::u64 TiffFile::gatherLikeLast(std::unordered_set<zt::u64>& directories) {
+    const zt::u64 fileSize = file.size();
+    TiffPage page = pages.back();
+    TiffDirectory directory = readDirectory(page.directoryOffset);
+    while (page.pixelOffset && directory.hasOneStrip()) {
+        const zt::u64 next = directory.next();
+        if (next == 0 || directories.contains(next) || !directory.moveTo(file, next))
+            return next;
+        page.directoryOffset = next;
+        page.pixelOffset = directory.stripOffset();
+        // What is wrong with a page is found by the library.
+        if (*page.pixelOffset == 0 || *page.pixelOffset > fileSize ||
+            std::max(directory.stripBytes(), page.imageBytes()) > fileSize - *page.pixelOffset)
+            return next;
+        directories.insert(next);
+        pages.push_back(page);
+    }
+    return directory.next();
+}
+
+// The library takes a link that is cut off for the end of the pages.
+TiffDirectory TiffFile::readDirectory(zt::u64 offset) const {
+    try {
+        return {file, {TIFFIsBigTIFF(tiff.get()) != 0, TIFFIsByteSwapped(tiff.get()) != 0}, offset};
+    } catch (const Error&) {
+        throw Error(where(static_cast<zt::u32>(pages.size() - 1)) + ": the file is cut off after this page");
+    }
 }
 
 // One directory may describe images that follow each other without directories of their own.

@@ -2,9 +2,11 @@
 
 #include "standalone/FileDescriptor.h"
 #include "standalone/FrameFile.h"
+#include "standalone/TiffDirectory.h"
 #include "standalone/TiffHandle.h"
 #include "standalone/TiffPage.h"
 
+#include <unordered_set>
 #include <vector>
 
 namespace ombrel {
@@ -20,6 +22,8 @@ public:
 
 private:
     void gatherPages();
+    zt::u64 gatherLikeLast(std::unordered_set<zt::u64>& directories);
+    TiffDirectory readDirectory(zt::u64 offset) const;
     void gatherStack();
     void checkLikeFirst(const TiffPage& page, const std::string& name) const;
     void readDirectly(const TiffPage& page, zt::u32 frame, std::span<std::byte> pixels) const;

@@ -261,6 +261,30 @@ TEST_F(TiffFileRefusal, OfPagesUnlikeTheFirst) {
     expect("is 8 x 8 i8, but frame 0 is 8 x 8 u8", setNothing, set(TIFFTAG_SAMPLEFORMAT, SAMPLEFORMAT_INT));
 }
 
+// Directories that repeat the first are not read by the library: what differs must be found all the same.
+TEST_F(TiffFileRefusal, OfPagesThatDifferAfterPagesThatDoNot) {
+    const auto refusal = [&](const Change& change) {
+        TIFF* tiff = TIFFOpen(path.c_str(), "w");
+        for (int page = 0; page < 5; ++page)
+            addPage(tiff, page == 3 ? change : setNothing);
+        TIFFClose(tiff);
+        return errorOf([&] { FrameFile::open(path); });
+    };
+    EXPECT_THAT(refusal(set(TIFFTAG_IMAGEWIDTH, 9)),
+                HasSubstr("frame 3 is 9 x 8 u8, but frame 0 is 8 x 8 u8"));
+    EXPECT_THAT(refusal(set(TIFFTAG_SAMPLEFORMAT, SAMPLEFORMAT_INT)), HasSubstr("frame 3 is 8 x 8 i8"));
+    EXPECT_EQ(refusal(set(TIFFTAG_FILLORDER, FILLORDER_LSB2MSB)), "");
+    EXPECT_EQ(refusal(set(TIFFTAG_COMPRESSION, COMPRESSION_LZW)), "");
+    EXPECT_EQ(readAllFrames(path), std::vector<double>(5 * side * side));
+
+    // The link of the last page, which is at the end, leads back to the first directory.
+    EXPECT_EQ(refusal(setNothing), "");
+    std::string bytes = fileText(path);
+    bytes.replace(bytes.size() - 4, 4, bytes.substr(4, 4));
+    writeFileText(path, bytes);
+    EXPECT_THAT(errorOf([&] { FrameFile::open(path); }), HasSubstr("its pages lead back to an earlier one"));
+}
+
 // As ImageJ writes stacks above 4 GB: one directory, and images that follow each other without one.
 TEST_F(TiffFileRefusal, OfAStackInOneDirectoryThatIsCutOff) {
     for (const bool bigEndian : {false, true}) {
