@@ -203,7 +203,11 @@ TEST_F(PropertyEditing, CommitsWhatAnEditorHoldsWhenItIsLeftWithoutTyping) {
 TEST_F(PropertyEditing, TakesACommaForADecimalPoint) {
     show({new QDoubleProperty("double", 1, -9999, 9999, 5, true)});
     const auto typed = [this](const char* text, bool isPasted) {
+        view.setCurrentIndex({});
         auto* const box = open<QDoubleSpinBox>("double");
+        EXPECT_NE(box, nullptr);
+        if (!box)
+            return 0.0;
         box->selectAll();
         QApplication::clipboard()->setText(text);
         if (isPasted)
