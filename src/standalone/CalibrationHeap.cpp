@@ -4,6 +4,7 @@
 #include "standalone/SizeText.h"
 
 #include <bit>
+#include <filesystem>
 #include <limits>
 #include <stdexcept>
 
@@ -45,7 +46,66 @@ bool isImageSize(zt::u32 width, zt::u32 height) {
     return 0 < count && count <= static_cast<zt::u64>(std::numeric_limits<zt::i32>::max());
 }
 
+// Walks through a heap file from part to part, without a look at the pixels.
+class HeapWalk {
+public:
+    explicit HeapWalk(const std::string& path)
+        : file(FileDescriptor::openForReading(path)), size(file.size()) {}
+
+    bool isHeap() {
+        return skip(sizeof(zt::i32)) && skipMask() && skipAxis() && skipAxis() && skipAxis() && skipBlocks();
+    }
+
+private:
+    bool skip(zt::u64 bytes) {
+        const bool fits = bytes <= size - at;
+        at += fits ? bytes : 0;
+        return fits;
+    }
+    template <typename T>
+    bool read(T& value) {
+        const zt::u64 start = at;
+        if (!skip(sizeof value))
+            return false;
+        file.readAt(start, std::as_writable_bytes(std::span(&value, 1)));
+        return true;
+    }
+    bool skipMask() {
+        zt::i32 masked = 0;
+        return read(masked) && (masked == 0 || masked == 1) && (masked == 0 || skipBlock());
+    }
+    bool skipAxis() {
+        zt::u64 count = 0;
+        if (!read(count) || count == 0 || count > (size - at) / sizeof(float) || points > size / count)
+            return false;
+        points *= count;
+        return skip(count * sizeof(float));
+    }
+    bool skipBlock() {
+        zt::i32 width = 0, height = 0;
+        return read(width) && read(height) && width > 0 && height > 0 &&
+               skip(zt::u64(width) * zt::u64(height) * sizeof(float));
+    }
+    bool skipBlocks() {
+        for (; points > 0; --points)
+            if (!skipBlock())
+                return false;
+        return at == size;
+    }
+
+    FileDescriptor file;
+    zt::u64 size;
+    zt::u64 at = 0;
+    zt::u64 points = 1; // of the grid
+};
+
 } // namespace
+
+bool CalibrationHeap::mayReplace(const std::string& path) {
+    std::error_code none;
+    const auto bytes = std::filesystem::file_size(path, none);
+    return none || bytes == 0 || HeapWalk(path).isHeap();
+}
 
 CalibrationHeap::CalibrationHeap(const std::string& path, const CalibrationGrid& grid,
                                  const HeapSettings& settings)

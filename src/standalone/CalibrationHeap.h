@@ -31,10 +31,15 @@ class CalibrationHeap {
 public:
     CalibrationHeap(const std::string& path, const CalibrationGrid& grid, const HeapSettings& settings);
 
+    // Whether a file may be replaced by a heap: one that is not there, is empty, or has the layout of a heap.
+    static bool mayReplace(const std::string& path);
+
     // The flat field of the next grid point that is no hole, in the order of CalibrationGrid::points().
     void append(std::span<const float> pixels);
-    // All grid points must have their image. The contents are then on the disk, and wait for commit().
+    // All grid points must have their image. The contents are on the disk then, at newPath(), and wait for
+    // commit().
     void sync();
+    const std::string& newPath() const { return file.newPath(); }
     void commit();
 
 private:

@@ -143,6 +143,8 @@ FilterLink::FilterLink(Host& zenteo, const zt::IDev& device, const std::string& 
 void FilterLink::loadSettings(const SettingsSource& source) {
     const std::unique_ptr<Settings> store = host->openSettings(source.path);
     store->loadFile(source.contents);
+    if (source.checksHeap)
+        checkHeap(store->contents(), source.path);
     settingsFiles = filesUsedBy(store->contents(), source.path);
     if (source.change)
         source.change(*store);

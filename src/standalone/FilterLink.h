@@ -36,6 +36,7 @@ struct SettingsSource {
     std::string path;                                    // what the filter is told
     std::string contents;                                // the file that is read
     std::function<void(zt::ISettings& settings)> change; // of what was read; may be empty
+    bool checksHeap = true;                              // see checkHeap(); once is enough for equal links
 };
 
 // One filter of a chain, an instance of its own. All calls into it stand under a catch. Lines that the filter
@@ -51,8 +52,8 @@ public:
     const std::string& name() const { return ownName; }
     zt::IDataFilter& filter() const { return *instance; }
 
-    // Loads the filter from a settings file. Throws Error when the file is none, or the filter answers
-    // anything but 0, throws or logs a line.
+    // Loads the filter from a settings file. Throws Error when the file is not one or does not fit its heap,
+    // or when the filter answers anything but 0, throws or logs a line.
     void loadSettings(const std::string& path) { loadSettings(SettingsSource{path, path, {}}); }
     void loadSettings(const SettingsSource& source);
     // The files that the filter read besides; see filesUsedBy().

@@ -5,8 +5,11 @@
 #include "standalone/SettingsReader.h"
 #include "standalone/SettingsWriter.h"
 
+#include <algorithm>
 #include <cmath>
+#include <filesystem>
 #include <limits>
+#include <optional>
 
 namespace ombrel {
 
@@ -14,6 +17,12 @@ namespace {
 
 std::string_view textOf(const char* text) {
     return text ? text : "";
+}
+
+bool shareGroup(const SettingsTree& one, const SettingsTree& other) {
+    return std::ranges::any_of(one.groups, [&](const SettingsGroup& group) {
+        return group.name != ownGroup && other.find(group.name);
+    });
 }
 
 } // namespace
@@ -24,10 +33,25 @@ void Settings::loadFile(const std::string& source) {
     tree = readSettings(source);
 }
 
-void Settings::saveFile() const {
+void Settings::keepOwnGroupOfFile() {
+    std::error_code none;
+    const auto bytes = std::filesystem::file_size(path, none);
+    if (none || bytes == 0)
+        return;
+    const auto before = readReplaceable(path);
+    if (!shareGroup(before, tree))
+        throw Error(path + ": holds other settings (" + filterGroups(before) + ", not " + filterGroups(tree) +
+                    ") and is not replaced; choose another name");
+    tree.remove(ownGroup);
+    if (const SettingsGroup* const kept = before.find(ownGroup))
+        tree.set(*kept);
+}
+
+void Settings::saveFile() {
     if (tree.groups.empty())
         return;
     AtomicFile file(path);
+    keepOwnGroupOfFile();
     writeSettings(tree, file);
     file.commit();
 }

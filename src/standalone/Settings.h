@@ -22,7 +22,7 @@ class Settings final : public zt::ISettings {
 public:
     using Log = std::function<void(const std::string& line)>;
 
-    // `lineLog` gets what goes wrong in the operations that can't tell it in another way.
+    // `lineLog` gets what goes wrong in the operations that can't report it otherwise.
     Settings(std::string filePath, Log lineLog);
 
     // Replaces what the store holds by what the file holds. Throws Error naming path, line and column, with
@@ -30,14 +30,14 @@ public:
     void loadFile() { loadFile(path); }
     // The same from another file than the store's own.
     void loadFile(const std::string& source);
-    // Replaces the file in one step: whatever ends the program, the file is the old or the new one, whole.
-    // Its mode is kept, and a symbolic link goes on leading to it. A store that holds nothing leaves the file
-    // alone. Throws Error, with the file as it was.
-    void saveFile() const;
+    // Replaces the file in one step, as AtomicFile does. A file that holds anything must be settings with a
+    // group that the store has too; the open host's own group of that file is kept, and is then the store's.
+    // A store that holds nothing leaves the file alone. Throws Error, with the file as it was.
+    void saveFile();
 
     const SettingsTree& contents() const { return tree; }
 
-    // loadFile() and saveFile(), which log the failure and go on.
+    // loadFile() and saveFile(), which log the failure and return.
     void load() override;
     void save() override;
 
@@ -59,6 +59,8 @@ public:
     void destroy() override { delete this; }
 
 private:
+    // Throws Error when the file may not be replaced by what the store holds.
+    void keepOwnGroupOfFile();
     // The value of type T; null when there is none, or, after a line in the log, when it is of another type.
     template <typename T>
     const T* find(const char* group, const char* key) const;

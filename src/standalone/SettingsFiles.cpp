@@ -1,11 +1,18 @@
 #include "standalone/SettingsFiles.h"
 
+#include "standalone/Error.h"
+#include "standalone/FileDescriptor.h"
+#include "standalone/PixelHash.h"
+#include "standalone/SettingsReader.h"
+
 #include <algorithm>
 #include <filesystem>
 
 namespace ombrel {
 
 namespace {
+
+constexpr std::string_view heapHashKey = "HeapHash";
 
 bool namesInput(std::string_view key, const std::string& value) {
     std::error_code failure;
@@ -21,15 +28,58 @@ std::vector<std::string> filesUsedBy(const SettingsTree& settings, const std::st
             files.push_back(file);
     };
     std::error_code failure;
-    const std::string beside = std::filesystem::path(path).replace_extension(".bin").string();
-    if (std::filesystem::is_regular_file(beside, failure))
-        add(beside);
+    if (const std::string heap = heapPathOf(path); std::filesystem::is_regular_file(heap, failure))
+        add(heap);
     for (const SettingsGroup& group : settings.groups)
         for (const SettingsItem& item : group.items)
             if (const auto* const text = std::get_if<std::string>(&item.value))
                 if (namesInput(item.key, *text))
                     add(*text);
     return files;
+}
+
+std::string heapPathOf(const std::string& settingsPath) {
+    return std::filesystem::path(settingsPath).replace_extension(".bin").string();
+}
+
+void noteHeap(SettingsTree& settings, const std::string& heapFile) {
+    settings.set(ownGroup, heapHashKey, fileHash(heapFile));
+}
+
+void checkHeap(const SettingsTree& settings, const std::string& settingsPath) {
+    const SettingsValue* const noted = settings.find(ownGroup, heapHashKey);
+    if (!noted)
+        return;
+    const std::string heap = heapPathOf(settingsPath);
+    const auto* const hash = std::get_if<std::string>(noted);
+    std::error_code failure;
+    const bool isThere = std::filesystem::exists(heap, failure);
+    if (hash && isThere && fileHash(heap) == *hash)
+        return;
+    throw Error(settingsPath + ": its calibration " + heap +
+                (isThere ? " is not the one" : " is missing, the one") +
+                " it was made with; calibrate again with --force, or copy both files again from one place");
+}
+
+bool looksLikeSettings(const std::string& path) {
+    std::error_code failure;
+    if (!std::filesystem::is_regular_file(path, failure))
+        return false;
+    const FileDescriptor file = FileDescriptor::openForReading(path);
+    std::string begin(static_cast<std::size_t>(std::min<zt::u64>(file.size(), 64)), '\0');
+    file.readAt(0, std::as_writable_bytes(std::span(begin)));
+    const std::size_t mark = begin.starts_with("\xef\xbb\xbf") ? 3 : 0;
+    const std::size_t first = begin.find_first_not_of(" \t\r\n", mark);
+    return first != std::string::npos && begin[first] == '<';
+}
+
+std::string settingsReportText(const std::string& path) {
+    const SettingsTree settings = readSettings(path);
+    checkHeap(settings, path);
+    std::string text = path + "\n  kind          settings, " + filterGroups(settings) + '\n';
+    if (settings.find(ownGroup, heapHashKey))
+        text += "  calibration   " + heapPathOf(path) + ", the one it was made with\n";
+    return text;
 }
 
 std::string fileUsedBy(const std::string& assignment) {

@@ -11,6 +11,21 @@ namespace ombrel {
 // name. A key that begins with "Log" names a file that the filter writes.
 std::vector<std::string> filesUsedBy(const SettingsTree& settings, const std::string& path);
 
+// The calibration heap of a settings file: NAME.bin beside NAME.xml.
+std::string heapPathOf(const std::string& settingsPath);
+
+// Settings made together with a heap note its hash, so that a pair of which only one file was replaced is not
+// used. `heapFile` is where the heap's contents are now. Throws Error.
+void noteHeap(SettingsTree& settings, const std::string& heapFile);
+// Throws Error when the settings note another heap than the one beside `settingsPath`. Settings that note
+// none, as those of other hosts, fit every heap.
+void checkHeap(const SettingsTree& settings, const std::string& settingsPath);
+
+// Whether a file begins as XML does, which no frame file does.
+bool looksLikeSettings(const std::string& path);
+// What a settings file holds, as `ombrel info` shows it. Throws Error, also where checkHeap() does.
+std::string settingsReportText(const std::string& path);
+
 // The file that a "FILTER:PARAM=VALUE" names, by the same rule; empty when it names none.
 std::string fileUsedBy(const std::string& assignment);
 

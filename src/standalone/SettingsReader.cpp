@@ -231,4 +231,13 @@ SettingsTree readSettings(const std::string& path) {
     return Reader(path).read();
 }
 
+SettingsTree readReplaceable(const std::string& path) {
+    try {
+        return readSettings(path);
+    } catch (const Error& error) {
+        throw Error(path + ": does not read as settings and is not replaced; choose another name (" +
+                    error.what() + ")");
+    }
+}
+
 } // namespace ombrel

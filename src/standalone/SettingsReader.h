@@ -12,4 +12,8 @@ namespace ombrel {
 // The text of a blob is decoded as it is read, and never stands in memory as a whole.
 SettingsTree readSettings(const std::string& path);
 
+// The same of a file that is about to be replaced, whose failure says so: what does not read as settings may
+// be anything, raw data too.
+SettingsTree readReplaceable(const std::string& path);
+
 } // namespace ombrel

@@ -32,6 +32,26 @@ void SettingsTree::set(std::string_view group, std::string_view key, SettingsVal
         item->value = std::move(value);
 }
 
+void SettingsTree::set(SettingsGroup group) {
+    const auto place = std::ranges::find(groups, group.name, &SettingsGroup::name);
+    if (place == groups.end())
+        groups.push_back(std::move(group));
+    else
+        *place = std::move(group);
+}
+
+void SettingsTree::remove(std::string_view group) {
+    std::erase_if(groups, [&](const SettingsGroup& each) { return each.name == group; });
+}
+
+std::string filterGroups(const SettingsTree& settings) {
+    std::string names;
+    for (const SettingsGroup& group : settings.groups)
+        if (group.name != ownGroup)
+            names += (names.empty() ? "\"" : ", \"") + group.name + '"';
+    return names.empty() ? "no group" : names;
+}
+
 std::string_view settingsTypeName(const SettingsValue& value) {
     constexpr std::array<std::string_view, 5> names{"bool", "int", "double", "string", "blob"};
     return names[value.index()];

@@ -124,4 +124,10 @@ void writeSettings(const SettingsTree& tree, AtomicFile& file) {
     Writer(file).write(tree);
 }
 
+void writeSettingsFile(const SettingsTree& tree, const std::string& path) {
+    AtomicFile file(path);
+    writeSettings(tree, file);
+    file.commit();
+}
+
 } // namespace ombrel

@@ -10,4 +10,7 @@ namespace ombrel {
 // fails.
 void writeSettings(const SettingsTree& tree, AtomicFile& file);
 
+// Replaces the file by the contents, whatever it held. Throws Error.
+void writeSettingsFile(const SettingsTree& tree, const std::string& path);
+
 } // namespace ombrel

@@ -2,6 +2,7 @@
 
 #include "standalone/Error.h"
 #include "standalone/FrameStack.h"
+#include "standalone/SettingsFiles.h"
 #include "standalone/cli/FrameSize.h"
 #include "standalone/cli/Session.h"
 #include "workbench/FilterWindows.h"
@@ -50,8 +51,10 @@ std::unique_ptr<Settings> openStore(Host& host, const std::string& path) {
     if (!fs::is_directory(folder))
         throw Error(path + ": there is no folder " + folder.string());
     std::unique_ptr<Settings> store = host.openSettings(path);
-    if (fs::exists(path))
+    if (fs::exists(path)) {
         store->loadFile();
+        checkHeap(store->contents(), path);
+    }
     return store;
 }
 

@@ -1,6 +1,7 @@
 #include "workbench/LinkSettings.h"
 
 #include "standalone/Error.h"
+#include "standalone/SettingsFiles.h"
 #include "workbench/Memory.h"
 #include "workbench/StackViewer.h"
 
@@ -22,8 +23,8 @@ const QString nameFilter = "Settings (*.xml);;All files (*)";
 // Some filters have a calibration beside their settings, known by its name: without one settings elsewhere
 // would be none.
 void linkCalibration(const std::string& from, const std::string& to) {
-    const fs::path source = fs::path(from).replace_extension(".bin");
-    const fs::path target = fs::path(to).replace_extension(".bin");
+    const fs::path source = heapPathOf(from);
+    const fs::path target = heapPathOf(to);
     std::error_code failure;
     if (fs::exists(source, failure) && !fs::exists(target, failure))
         fs::create_symlink(fs::absolute(source), target, failure);
@@ -34,8 +35,10 @@ void linkCalibration(const std::string& from, const std::string& to) {
 std::shared_ptr<FilterLink> loadedLink(PluginHost& host, const LinkState& state, const std::string& path) {
     auto link = std::make_shared<FilterLink>(host.makeLink(state.filter));
     const auto store = host.host().openSettings(path);
-    if (fs::exists(path))
+    if (fs::exists(path)) {
         store->loadFile();
+        checkHeap(store->contents(), path);
+    }
     // What the filter has to say of its settings is for its window to mend.
     loadInto(link->filter(), state.unsaved ? *state.unsaved : *store);
     return link;

@@ -9,8 +9,10 @@
 
 #include <gmock/gmock.h>
 
+#include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <regex>
 
 using ::testing::HasSubstr;
 using ::testing::Not;
@@ -23,6 +25,28 @@ protected:
         arguments.insert(arguments.begin(), {"calibrate", "adaptive", "-q", "--grid", table});
         return runOmbrel(arguments);
     }
+    // Two flat fields of two pixels in a row, and little to choose. Frames of `level` tell calibrations
+    // apart.
+    ProgramResult calibrateSmall(zt::u16 level, const std::vector<std::string>& environment = {}) const {
+        writeTiff(folder / "a.tif", ImageStack<zt::u16>{2, 2, {1, 2, 3, level, 3, 2, 1, 2}});
+        writeFileText(table, "v,t,e,file,page\n1,1,9,a.tif,0\n2,1,9,a.tif,1\n");
+        return runOmbrel({"calibrate", "adaptive",
+                          "-q",        "--grid",
+                          table,       "-o",
+                          settings,    "--force",
+                          "--set",     "PPEnabled=false",
+                          "--set",     "Kernel=0,1,0",
+                          "--set",     "QfTileSize=0",
+                          "--set",     "QfTileThreshold=80",
+                          "--set",     "QfBorderMaskSize=0",
+                          "--set",     "Interpolation=0"},
+                         environment);
+    }
+    ProgramResult correct() const {
+        return runOmbrel({"run", "-q", "-j", "2", "-f", "AdaptiveFF=" + settings, folder / "a.tif", "-o",
+                          folder / "out.h5", "--force"});
+    }
+
     const TemporaryFolder folder;
     const std::string table = folder / "grid.csv";
     const std::string settings = folder / "a.xml";
@@ -207,4 +231,61 @@ TEST_F(Adaptive, RefusesWhatIsNoGridAndWritesNothing) {
     refuseTable(table, "has 16777217 bytes; a table may have 16777216");
     // Frames of one value have no structure that settings could be chosen by.
     refuse(whole, {"-o", settings, "--set", "PPEnabled=true"}, 1, "no test frame could be corrected");
+}
+
+// The former calibration must not be one whose settings note no heap: those fit every heap.
+TEST_F(Adaptive, KilledAtAnyRenameLeavesAPairThatFitsOrIsRefused) {
+    ASSERT_EQ(calibrateSmall(6).exitCode, 0);
+    const std::string plain =
+        std::regex_replace(fileText(settings), std::regex("  <group name=\"ombrel\">[^]*</group>\n"), "");
+    const std::string former = fileText(heap);
+    ASSERT_EQ(plain.find("ombrel"), std::string::npos);
+    int refused = 0;
+    for (int rename = 1;; ++rename) {
+        writeFileText(settings, plain);
+        writeFileText(heap, former);
+        const auto killed = calibrateSmall(
+            7, {"LD_PRELOAD=" OMBREL_DIE_AT_WRITE_LIBRARY, "OMBREL_DIE_AT_RENAME=" + std::to_string(rename)});
+        if (killed.exitCode == 0)
+            break;
+        ASSERT_EQ(killed.exitCode, 128 + SIGKILL) << killed.messages;
+        if (fileText(settings) == plain && fileText(heap) == former)
+            continue;
+        ++refused;
+        expectRefusal(correct(), 1, "is not the one it was made with");
+    }
+    EXPECT_EQ(refused, 1);
+    EXPECT_NE(fileText(heap), former);
+    EXPECT_EQ(correct().exitCode, 0);
+}
+
+TEST_F(Adaptive, APairThatDoesNotFitIsRefusedByEveryCommand) {
+    writeFileText(folder / "a.bin.former", "a file of the user's");
+    ASSERT_EQ(calibrateSmall(6).exitCode, 0);
+    const std::string former = fileText(heap);
+    ASSERT_EQ(correct().exitCode, 0);
+    EXPECT_THAT(runOmbrel({"info", settings}).output, HasSubstr("a.bin, the one it was made with"));
+    ASSERT_EQ(calibrateSmall(7).exitCode, 0);
+    EXPECT_TRUE(std::filesystem::exists(folder / "a.bin.former"));
+    std::filesystem::remove(folder / "out.h5");
+
+    writeFileText(heap, former);
+    const std::string words = "is not the one it was made with";
+    expectRefusal(correct(), 1, words);
+    expectRefusal(calibrate({"--check", settings}), 1, words);
+    expectRefusal(runOmbrel({"info", settings}), 1, words);
+    std::filesystem::remove(heap);
+    expectRefusal(correct(), 1, "is missing");
+    EXPECT_FALSE(std::filesystem::exists(folder / "out.h5"));
+}
+
+TEST_F(Adaptive, ForceReplacesACalibrationAndNothingElse) {
+    ASSERT_EQ(calibrateSmall(6).exitCode, 0);
+    const std::string pair = fileText(settings);
+    writeFileText(heap, "measured frames");
+    expectRefusal(calibrateSmall(6), 1, "a.bin: is not a calibration");
+    std::filesystem::remove(heap);
+    writeFileText(settings, "measured frames");
+    expectRefusal(calibrateSmall(6), 1, "a.xml: does not read as settings");
+    EXPECT_EQ(fileText(settings), "measured frames");
 }

@@ -178,7 +178,8 @@ TEST_F(SettingsTest, ErrorsTellLineAndColumn) {
     EXPECT_THAT(errorOf("<settings><group name='G'/><group name='G'/></settings>"),
                 HasSubstr("a second group \"G\""));
 
-    EXPECT_THAT(errorOfItem("<item key=\"k\" type=\"int\">12a</item>"), HasSubstr("3:26: \"12a\" is no int"));
+    EXPECT_THAT(errorOfItem("<item key=\"k\" type=\"int\">12a</item>"),
+                HasSubstr("3:26: \"12a\" is no int"));
     EXPECT_THAT(errorOfItem("<item key='k' type='int'>2147483648</item>"), HasSubstr("is no int"));
     EXPECT_THAT(errorOfItem("<item key='k' type='double'>1,5</item>"), HasSubstr("is no double"));
     EXPECT_THAT(errorOfItem("<item key='k' type='bool'>1</item>"), HasSubstr("is no bool"));
@@ -244,4 +245,31 @@ TEST_F(SettingsTest, AStoreThatHoldsNothingLeavesItsFileAlone) {
     writeFileText(path, "anything");
     store(path).saveFile();
     EXPECT_EQ(fileText(path), "anything");
+}
+
+TEST_F(SettingsTest, SaveReplacesSettingsOfItsOwnKindAndNothingElse) {
+    const auto save = [&](const std::string& before) {
+        writeFileText(path, before);
+        Settings settings = store(path);
+        settings.setInt("FF", "k", 3);
+        settings.setInt("ombrel", "k", 3);
+        log.clear();
+        settings.save();
+        return fileText(path);
+    };
+    for (const std::string before :
+         {"measured frames", "<settings><group name='FF'>", "<settings/>",
+          "<settings><group name='ombrel'/></settings>", "<settings><group name='BHCorr'/></settings>"}) {
+        EXPECT_EQ(save(before), before);
+        ASSERT_EQ(log.size(), 1u) << before;
+        EXPECT_THAT(log[0], HasSubstr("is not replaced; choose another name"));
+    }
+    EXPECT_THAT(log[0], HasSubstr("other settings (\"BHCorr\", not \"FF\")"));
+
+    const std::string kept = "<item key=\"HeapHash\" type=\"string\">of the file</item>";
+    EXPECT_THAT(save("<settings><group name='ombrel'>" + kept + "</group><group name='FF'/></settings>"),
+                testing::AllOf(HasSubstr(kept), HasSubstr("key=\"k\" type=\"int\">3"), HasSubstr("ombrel")));
+    EXPECT_THAT(save("<settings><group name='FF'/></settings>"), testing::Not(HasSubstr("ombrel")));
+    EXPECT_THAT(save(""), HasSubstr("ombrel"));
+    EXPECT_THAT(log, IsEmpty());
 }

@@ -2,6 +2,7 @@
 // class.
 #include "workbench/Configure.h"
 
+#include "fixtures/ErrorText.h"
 #include "fixtures/FileText.h"
 #include "fixtures/FrameFiles.h"
 #include "fixtures/Program.h"
@@ -103,6 +104,13 @@ TEST_F(Configure, AFilterWithoutWindowShowsItsParametersAndIsSavedOnClose) {
         window.close();
     });
     EXPECT_FALSE(std::filesystem::exists(settings)) << "there is nothing to save";
+
+    // A calibration was cut off between its two files.
+    writeFileText(settings, "<settings><group name='Settings'/><group name='ombrel'><item key='HeapHash' "
+                            "type='string'>of another</item></group></settings>");
+    EXPECT_THAT(errorOf([&] { ombrel::workbench::configure(optionsFor("AdaptiveFF"), quietConsole()); }),
+                HasSubstr("is missing, the one it was made with"));
+    std::filesystem::remove(settings);
 
     // Without its calibration data this one has no parameters.
     configure(optionsFor("AdaptiveFF"), "AdaptiveFF Settings", [](QWidget& window) {

@@ -1,10 +1,10 @@
 #include "standalone/cli/AdaptiveCalibration.h"
 
-#include "standalone/AtomicFile.h"
 #include "standalone/CsvLine.h"
 #include "standalone/Error.h"
 #include "standalone/FileLock.h"
 #include "standalone/NumberText.h"
+#include "standalone/SettingsFiles.h"
 #include "standalone/SettingsWriter.h"
 #include "standalone/SizeText.h"
 #include "standalone/cli/AdaptiveHeaps.h"
@@ -61,7 +61,10 @@ void checkOutputs(const AdaptiveOptions& options, const std::vector<GridRow>& ro
     if (!options.compensationMask.empty())
         inputs.push_back(options.compensationMask);
     checkOutputPath(options.output, options.force, inputs);
+    checkSettingsOutput(options.output);
     checkOutputPath(heapPathOf(options.output), options.force, inputs);
+    if (const std::string heap = heapPathOf(options.output); !CalibrationHeap::mayReplace(heap))
+        throw Error(heap + ": is not a calibration and is not replaced; choose another name for -o");
 }
 
 void warnAbout(const AdaptiveHeaps& heaps, const CalibrationGridFlats& flats, bool normalised,
@@ -112,19 +115,16 @@ SettingsTree tune(const TunePlan& plan, Session& session, const AdaptiveOptions&
     return settings;
 }
 
-void writeCalibration(AdaptiveHeaps& heaps, const SettingsTree& settings, const std::string& output) {
+// The settings go first: between the two they note a heap that is not there yet, whatever the former settings
+// note.
+void writeCalibration(AdaptiveHeaps& heaps, SettingsTree settings, const std::string& output) {
     heaps.sync();
-    AtomicFile file(output);
-    writeSettings(settings, file);
-    file.commit();
+    noteHeap(settings, heaps.newPath());
+    writeSettingsFile(settings, output);
     heaps.commit();
 }
 
 } // namespace
-
-std::string heapPathOf(const std::string& settingsPath) {
-    return std::filesystem::path(settingsPath).replace_extension(".bin").string();
-}
 
 std::vector<float> readCompensationMask(const std::string& path, zt::u32 width, zt::u32 height) {
     if (path.empty())

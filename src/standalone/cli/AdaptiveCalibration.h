@@ -21,7 +21,8 @@ struct AdaptiveOptions : CalibrateOptions {
     bool quiet = false;
 };
 
-// The work of the command: writes NAME.xml and NAME.bin, both or neither. Throws UsageError or Error.
+// The work of the command: writes NAME.xml and NAME.bin. A program that is killed before it has put both in
+// their places leaves the old pair, or one that checkHeap() refuses. Throws UsageError or Error.
 void calibrateAdaptive(const AdaptiveOptions& options, Console& console);
 
 // Tries NAME.xml with NAME.bin, as they are, beside the settings that a calibration would try. Writes
@@ -30,8 +31,5 @@ void checkAdaptive(const AdaptiveOptions& options, Console& console);
 
 // The pixels of the mask, none when no file is named. Throws Error when it has another size.
 std::vector<float> readCompensationMask(const std::string& path, zt::u32 width, zt::u32 height);
-
-// NAME.bin for NAME.xml.
-std::string heapPathOf(const std::string& settingsPath);
 
 } // namespace ombrel::cli

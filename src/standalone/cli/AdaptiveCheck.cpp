@@ -1,4 +1,5 @@
 #include "standalone/Error.h"
+#include "standalone/SettingsFiles.h"
 #include "standalone/cli/AdaptiveCalibration.h"
 #include "standalone/cli/AdaptiveHeaps.h"
 #include "standalone/cli/AdaptiveRanking.h"
@@ -20,6 +21,7 @@ SettingsTree settingsOf(Session& session, const std::string& path) {
     SettingsTree settings = defaultAdaptiveSettings(session);
     const auto store = session.host().openSettings(path);
     store->loadFile();
+    checkHeap(store->contents(), path);
     if (const SettingsGroup* group = store->contents().find(adaptiveGroup))
         for (const SettingsItem& item : group->items)
             settings.set(adaptiveGroup, item.key, item.value);

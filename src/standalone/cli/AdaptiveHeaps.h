@@ -36,8 +36,9 @@ public:
     AdaptiveHeaps(const AdaptiveHeapPlan& plan, const AdaptiveHeapPaths& paths,
                   const std::function<void()>& advanced);
 
-    // The new heap is whole, and waits on the disk for commit().
+    // The whole heap is on the disk then, at newPath(), and waits for commit().
     void sync() { whole.sync(); }
+    const std::string& newPath() const { return whole.newPath(); }
     void commit() { whole.commit(); }
 
     bool hasCoarse() const { return coarse.has_value(); }

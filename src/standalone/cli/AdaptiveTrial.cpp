@@ -1,6 +1,5 @@
 #include "standalone/cli/AdaptiveTrial.h"
 
-#include "standalone/AtomicFile.h"
 #include "standalone/Error.h"
 #include "standalone/SettingsWriter.h"
 #include "standalone/cli/AdaptiveQualityLog.h"
@@ -45,9 +44,7 @@ void AdaptiveTrial::load(const std::string& heap, SettingsTree settings) {
     settings.set(adaptiveGroup, "LogQualityValuesFile", log);
     settings.set(adaptiveGroup, "DumpCompensationImages", false);
     const std::string path = std::filesystem::path(heap).replace_extension(".xml").string();
-    AtomicFile file(path);
-    writeSettings(settings, file);
-    file.commit();
+    writeSettingsFile(settings, path);
     link.loadSettings(path);
 }
 

@@ -5,6 +5,7 @@
 #include "standalone/FileLock.h"
 #include "standalone/FrameStack.h"
 #include "standalone/NumberText.h"
+#include "standalone/SettingsWriter.h"
 #include "standalone/SizeText.h"
 #include "standalone/cli/OutputGuard.h"
 #include "standalone/cli/PrivateInterface.h"
@@ -64,6 +65,7 @@ void calibrateBeamHardening(const BeamHardeningOptions& options, Console& consol
     const std::vector<ThicknessMask> masks = parseThicknessMasks(options.masks);
     const std::vector<std::string> files = filesOf(masks);
     checkOutputPath(options.output, options.force, files);
+    checkSettingsOutput(options.output);
     if (!options.log.empty())
         console.openLog(options.log);
 
@@ -79,7 +81,7 @@ void calibrateBeamHardening(const BeamHardeningOptions& options, Console& consol
 
     const auto store = session.host().openSettings(options.output);
     link.filter().saveToSettings(store.get());
-    store->saveFile();
+    writeSettingsFile(store->contents(), options.output);
     if (masks.size() == 1)
         console.message("one mask alone gives no thickness: pixels brighter than it become 0, and the others "
                         "the logarithm of their counts a second; give another --mask");

@@ -1,8 +1,11 @@
 #include "standalone/cli/CalibrateCommand.h"
 
+#include "standalone/SettingsReader.h"
 #include "standalone/cli/CommonOptions.h"
 
 #include <CLI/CLI.hpp>
+
+#include <filesystem>
 
 namespace ombrel::cli {
 
@@ -13,6 +16,12 @@ void addCalibrateOptions(CLI::App& command, CalibrateOptions& options) {
     command.add_flag("--force", options.force, "Replace files that exist");
     addLogOption(command, options.log);
     addPluginOption(command, options.plugin);
+}
+
+void checkSettingsOutput(const std::string& output) {
+    std::error_code none;
+    if (const auto bytes = std::filesystem::file_size(output, none); !none && bytes > 0)
+        readReplaceable(output);
 }
 
 void addCalibrateCommand(const CommandContext& context) {

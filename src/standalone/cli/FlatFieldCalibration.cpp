@@ -7,6 +7,7 @@
 #include "standalone/FileKind.h"
 #include "standalone/FileLock.h"
 #include "standalone/FrameStack.h"
+#include "standalone/SettingsWriter.h"
 #include "standalone/SizeText.h"
 #include "standalone/cli/FrameSize.h"
 #include "standalone/cli/OutputGuard.h"
@@ -39,6 +40,7 @@ void checkOptions(const FlatFieldOptions& options) {
             outputs.push_back(other);
     for (const std::string& output : outputs)
         checkOutputPath(output, options.force, options.inputs);
+    checkSettingsOutput(options.output);
 }
 
 enum class FlatSource {
@@ -159,7 +161,7 @@ void writeOutputs(Session& session, FilterLink& link, const FlatFieldOptions& op
     writeTable(options.asciiFile, true);
     // The interface has no way to switch it on, but the store has.
     store->setBool("FF", "UseTDI", options.tdi);
-    store->saveFile();
+    writeSettingsFile(store->contents(), options.output);
 }
 
 } // namespace

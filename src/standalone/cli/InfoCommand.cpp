@@ -5,6 +5,7 @@
 #include "standalone/MergedParts.h"
 #include "standalone/RegionReport.h"
 #include "standalone/ResidualReport.h"
+#include "standalone/SettingsFiles.h"
 #include "standalone/SizeText.h"
 #include "standalone/cli/CommandLine.h"
 #include "standalone/cli/Commands.h"
@@ -93,7 +94,10 @@ int showFiles(const InfoOptions& options, Console& console) {
     int exitCode = EXIT_ALL_DONE;
     for (const std::string& path : options.files) {
         try {
-            showFile(path, options, console);
+            if (looksLikeSettings(path))
+                console.result(settingsReportText(path));
+            else
+                showFile(path, options, console);
         } catch (const Error& error) {
             console.message(error.what());
             exitCode = EXIT_FAILED;

@@ -56,7 +56,7 @@ RunRecord makeRecord(const RunOptions& options, const FrameRange& range, const s
 }
 
 SettingsSource settingsOf(const RunOptions& options, std::size_t filter) {
-    return {FilterOption(options.filters[filter]).settings, contentsOf(options, filter), {}};
+    return {FilterOption(options.filters[filter]).settings, contentsOf(options, filter), {}, true};
 }
 
 std::vector<std::string> settingsFilesOf(const RunOptions& options) {

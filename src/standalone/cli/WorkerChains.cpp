@@ -26,6 +26,7 @@ Chain makeChain(Session& session, const RunOptions& options, ChoiceLogs* choices
         SettingsSource source = settingsOf(options, i);
         if (source.path.empty())
             continue;
+        source.checksHeap = worker == 0;
         if (choices && choosesGridPoints(options.filters[i]))
             source.change = [=](zt::ISettings& settings) { choices->redirect(settings, worker); };
         link.loadSettings(source);
