@@ -12,6 +12,7 @@
 #include <initializer_list>
 #include <optional>
 #include <string_view>
+#include <unordered_set>
 
 namespace ombrel {
 
@@ -29,7 +30,7 @@ struct Position {
     qint64 column;
 };
 
-Position behind(const Position& start, std::string_view text) {
+Position after(const Position& start, std::string_view text) {
     const std::size_t lineEnd = text.rfind('\n');
     if (lineEnd == text.npos)
         return {start.line, start.column + static_cast<qint64>(text.size())};
@@ -50,6 +51,7 @@ private:
     [[noreturn]] void fail(Position position, const std::string& text) const;
     [[noreturn]] void fail(const std::string& text) const { fail(here(), text); }
 
+    void checkFed() const;
     QXmlStreamReader::TokenType next();
     bool nextElement();
     void readEnd();
@@ -66,11 +68,13 @@ private:
     SettingsValue required(const std::optional<T>& value, Position position, const std::string& text,
                            const std::string& type) {
         if (!value)
-            fail(position, shown(text) + " is no " + type);
+            fail(position, shown(text) + " is not of type " + type);
         return *value;
     }
 
     const std::string& path;
+    std::unordered_set<std::string> names; // of the groups so far
+    std::unordered_set<std::string> keys;  // of the group that is open
     FileDescriptor file;
     QXmlStreamReader xml;
     XmlFeed feed;
@@ -81,6 +85,11 @@ void Reader::fail(Position position, const std::string& text) const {
                 text);
 }
 
+void Reader::checkFed() const {
+    if (const char* const refusal = feed.refusal())
+        fail(refusal);
+}
+
 // The next token that counts.
 QXmlStreamReader::TokenType Reader::next() {
     for (;;) {
@@ -88,6 +97,7 @@ QXmlStreamReader::TokenType Reader::next() {
         if (xml.error() == QXmlStreamReader::PrematureEndOfDocumentError) {
             if (!feed.feed())
                 fail("the file ends before the settings do");
+            checkFed();
         } else if (xml.hasError()) {
             fail("no settings file: " + xml.errorString().toStdString());
         } else if (token == QXmlStreamReader::DTD || token == QXmlStreamReader::EntityReference) {
@@ -99,7 +109,7 @@ QXmlStreamReader::TokenType Reader::next() {
     }
 }
 
-// Goes on to the next element within the open one; false at the end of the open one.
+// Moves to the next element within the open one; false at the end of the open one.
 bool Reader::nextElement() {
     for (;;) {
         const auto token = next();
@@ -115,8 +125,8 @@ bool Reader::nextElement() {
 // What follows the root element is given to the reader at once, since it takes every end of what it has for
 // the end of the document.
 void Reader::readEnd() {
-    while (feed.feed()) {
-    }
+    while (feed.feed())
+        checkFed();
     while (next() != QXmlStreamReader::EndDocument) {
     }
 }
@@ -151,9 +161,10 @@ SettingsTree Reader::read() {
 void Reader::readGroup(SettingsTree& tree) {
     requireElement("group", {"name"});
     const std::string name = attribute("name");
-    if (tree.find(name))
+    if (!names.insert(name).second)
         fail("a second group " + shown(name));
     SettingsGroup& group = tree.groups.emplace_back(SettingsGroup{name, {}});
+    keys.clear();
     while (nextElement())
         readItem(group);
 }
@@ -162,7 +173,7 @@ void Reader::readItem(SettingsGroup& group) {
     requireElement("item", {"key", "type", "encoding"});
     const std::string key = attribute("key");
     const std::string type = attribute("type");
-    if (group.find(key))
+    if (!keys.insert(key).second)
         fail("a second key " + shown(key) + " in group " + shown(group.name));
     const bool isEncoded = xml.attributes().hasAttribute(QLatin1StringView("encoding"));
     if (isEncoded && (type != "string" || attribute("encoding") != "base64"))
@@ -202,6 +213,8 @@ std::string Reader::readText() {
         if (token == QXmlStreamReader::StartElement)
             fail("an element within an item");
         text += xml.text();
+        if (static_cast<std::size_t>(text.size()) > longestXmlText)
+            fail("a text of more than 1 MiB has no place in a settings file");
     }
 }
 
@@ -212,10 +225,11 @@ Blob Reader::readBlob() {
     if (!feed.atEmptyElement()) {
         for (std::string_view text = feed.nextText(); !text.empty(); text = feed.nextText()) {
             const std::size_t good = decoder.decode(text);
-            position = behind(position, text.substr(0, good));
+            position = after(position, text.substr(0, good));
             if (good < text.size())
                 fail(position, "a character that is not base64");
             feed.skip(good);
+            checkFed();
         }
     }
     if (!decoder.finish())

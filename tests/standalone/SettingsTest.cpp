@@ -150,7 +150,7 @@ TEST_F(SettingsTest, GetBlobTellsHowMuchItCopied) {
 TEST_F(SettingsTest, ReadsWhatOtherProgramsWriteOfTheSameContents) {
     writeFileText(
         path,
-        "\xef\xbb\xbf<?xml version='1.0'?><!-- a > b --><settings><group name='G>H'>\r\n"
+        "\xef\xbb\xbf<?xml version='1.0'?><!-- it's a > b --><settings><?a '?><group name='G>H'>\r\n"
         "<item type = 'int' key='i'> 7\r\n</item><item key='s' type='string'><![CDATA[<x>]]>&#65;&amp;</item>"
         "<item key='b' type='blob'>\nAAEC\n\tAwQ=\n</item><item key='e' type='blob'/>"
         "</group></settings>\n<!-- the end -->\n\n");
@@ -179,10 +179,10 @@ TEST_F(SettingsTest, ErrorsTellLineAndColumn) {
                 HasSubstr("a second group \"G\""));
 
     EXPECT_THAT(errorOfItem("<item key=\"k\" type=\"int\">12a</item>"),
-                HasSubstr("3:26: \"12a\" is no int"));
-    EXPECT_THAT(errorOfItem("<item key='k' type='int'>2147483648</item>"), HasSubstr("is no int"));
-    EXPECT_THAT(errorOfItem("<item key='k' type='double'>1,5</item>"), HasSubstr("is no double"));
-    EXPECT_THAT(errorOfItem("<item key='k' type='bool'>1</item>"), HasSubstr("is no bool"));
+                HasSubstr("3:26: \"12a\" is not of type int"));
+    EXPECT_THAT(errorOfItem("<item key='k' type='int'>2147483648</item>"), HasSubstr("is not of type int"));
+    EXPECT_THAT(errorOfItem("<item key='k' type='double'>1,5</item>"), HasSubstr("is not of type double"));
+    EXPECT_THAT(errorOfItem("<item key='k' type='bool'>1</item>"), HasSubstr("is not of type bool"));
     EXPECT_THAT(errorOfItem("<item key='k' type='colour'>red</item>"), HasSubstr("unknown type \"colour\""));
     EXPECT_THAT(errorOfItem("<item key='k'>1</item>"), HasSubstr("the attribute \"type\" is missing"));
     EXPECT_THAT(errorOfItem("<item key='k' kind='x' type='int'>1</item>"),
@@ -200,6 +200,20 @@ TEST_F(SettingsTest, ErrorsTellLineAndColumn) {
                     HasSubstr("a character that is not base64"));
     EXPECT_THAT(errorOfItem("<item key='k' type='blob'>AAECA\n</item>\n<x/>"),
                 HasSubstr("4:1: the base64 text is cut off"));
+}
+
+TEST_F(SettingsTest, WhatIsNoBlobHasLimits) {
+    const std::string longText(std::size_t{2} << 20, '>');
+    EXPECT_THAT(errorOf("<settings a='" + longText), HasSubstr("a tag of more than 16 KiB"));
+    EXPECT_THAT(errorOf("<settings><!-- " + longText),
+                HasSubstr("a comment or the like of more than 64 KiB"));
+    EXPECT_THAT(errorOfItem("<item key='k' type='string'>" + longText + "</item>"),
+                HasSubstr("a text of more than 1 MiB"));
+    std::string comments;
+    while (comments.size() <= std::size_t{16} << 20)
+        comments += "<!--" + longText.substr(0, 65000) + "-->\n";
+    EXPECT_THAT(errorOf("<settings>" + comments), HasSubstr("at most 16 MiB besides its blobs"));
+    EXPECT_THAT(errorOf("<settings/>" + comments), HasSubstr("at most 16 MiB besides its blobs"));
 }
 
 TEST_F(SettingsTest, ALoadThatFailsChangesNothingAndIsLogged) {
