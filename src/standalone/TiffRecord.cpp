@@ -26,6 +26,9 @@ namespace ombrel {
 
 namespace {
 
+// A record holds the settings of its run: two links with 128 MiB of coefficients each take 460 MiB.
+constexpr zt::u64 mostRecordBytes = zt::u64{1} << 30;
+
 QByteArray contentsOf(const std::string& path) {
     const FileDescriptor file = FileDescriptor::openForReading(path);
     QByteArray bytes(static_cast<qsizetype>(file.size()), Qt::Uninitialized);
@@ -46,10 +49,12 @@ QJsonObject planJson(const OutputPlan& plan) {
 
 QJsonObject readJson(const std::string& output) {
     const std::string path = TiffRecord::pathFor(output);
+    if (FileDescriptor::openForReading(path).size() > mostRecordBytes)
+        throw Error(path + ": is not a record of an output: it has more than 1 GiB");
     QJsonParseError error;
     const QJsonDocument document = QJsonDocument::fromJson(contentsOf(path), &error);
     if (!document.isObject() || !document["record"].isObject())
-        throw Error(path + ": is no record of an output: " +
+        throw Error(path + ": is not a record of an output: " +
                     (document.isNull() ? error.errorString().toStdString() : "it has no \"record\""));
     return document.object();
 }

@@ -195,6 +195,8 @@ TEST(TiffOutput, CountsTheFramesThatItsRecordIsOf) {
     EXPECT_THROW(FrameOutput::stateOf(path), Error);
     EXPECT_FALSE(FrameOutput::stateToResume(path, record)) << "it starts again";
     EXPECT_THROW(FrameOutput::stateToResume(path, "of another run"), Error);
+    fs::resize_file(recordPath, zt::u64{1} << 40); // none of it on the disk
+    EXPECT_THROW(FrameOutput::stateOf(path), Error);
 }
 
 TEST(OutputLock, IsOnePerOutputWhetherThereIsAFileOrNot) {
