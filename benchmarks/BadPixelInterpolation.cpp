@@ -7,6 +7,8 @@
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
 
+#include <cmath>
+#include <functional>
 #include <random>
 
 #include "Interleaved.h"
@@ -75,6 +77,39 @@ void compareAt(int frameSide, double badPart, bool isolated) {
                 seconds[1] / seconds[0]);
 }
 
+// A frame of which a wide area is bad, and the time to fill it from its edges inwards.
+class WideArea {
+public:
+    WideArea(std::size_t frameSide, const std::function<bool(double x, double y)>& isBad)
+        : width(frameSide), frame(width * width), mask(width * width) {
+        std::mt19937_64 random(7);
+        for (std::size_t i = 0; i < frame.size(); ++i) {
+            frame[i] = 1000 + static_cast<double>(random() % 100);
+            const auto part = [&](std::size_t at) {
+                return static_cast<double>(at) / static_cast<double>(width);
+            };
+            mask[i] = isBad(part(i % width), part(i / width));
+        }
+    }
+
+    void fill() { PluginOmbrel::tInterpolateBadPixels(frame.data(), mask.data(), width, width, front); }
+
+private:
+    std::size_t width;
+    std::vector<double> frame;
+    std::vector<unsigned char> mask;
+    PluginOmbrel::FillFront front;
+};
+
+void compareWideAreas(const char* name, const std::function<bool(double x, double y)>& isBad) {
+    WideArea small(2048, isBad);
+    WideArea large(4096, isBad);
+    const std::vector<double> seconds =
+        interleavedMedians({{"2048", [&] { small.fill(); }}, {"4096", [&] { large.fill(); }}}, 5);
+    std::printf("%-12s %9.0f %9.0f %9.2f\n", name, seconds[0] * 1e3, seconds[1] * 1e3,
+                seconds[1] / seconds[0]);
+}
+
 } // namespace
 
 int main() {
@@ -88,4 +123,14 @@ int main() {
         compareAt(frameSide, 0.01, false);
         compareAt(frameSide, 0.05, false);
     }
+
+    std::printf("\nwide bad areas, ms a frame; bars: 2048 below 600, 4096 / 2048 below 4.5\n");
+    std::printf("%-12s %9s %9s %9s\n", "area", "2048", "4096", "ratio");
+    compareWideAreas("left 45 %", [](double x, double) { return x < 0.45; });
+    compareWideAreas("top 45 %", [](double, double y) { return y < 0.45; });
+    compareWideAreas("quarter", [](double x, double y) { return x < 0.5 && y < 0.5; });
+    compareWideAreas("middle 44 %", [](double x, double y) {
+        return std::max(std::abs(x - 0.5), std::abs(y - 0.5)) < 1.0 / 3;
+    });
+    compareWideAreas("corner 40 %", [](double x, double y) { return x + y < 0.9; });
 }

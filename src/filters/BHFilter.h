@@ -3,6 +3,7 @@
 #include "filters/BHMask.h"
 #include "filters/Buffer.h"
 #include "filters/DeviceFilter.h"
+#include "filters/FillFront.h"
 #include "filters/MaskWalk.h"
 #include "host/IBHFilter.h"
 #include "host/IMpxFrame.h"
@@ -123,6 +124,7 @@ private:
     Masks maskList;
     Buffer<unsigned char> badPixels;         // one byte a pixel; a bad pixel's is not 0
     Buffer<unsigned char> workMask;          // what interpolation knows of pixels, from frame to frame
+    FillFront front;                         // kept for its room
     DlgBHStg* configDialog = nullptr;        // never deleted here
     std::function<void()> leaveConfigDialog; // tells the window, which may stand longer, that the filter ends
     zt::u64 frameSize = 0;                   // pixels of each mask

@@ -109,7 +109,7 @@ int BHFilter::interpolateBadPixels(zt::IMpxFrame* frame) {
         return logError<int>(zt::ERR_CANNOT_CORRECT, "Too many bad pixels (%llu) to interpolate.",
                              static_cast<unsigned long long>(count));
     if (frame->height() != 0)
-        runInterpolationPasses(pixels.data(), workMask.data(), frame->width(), frame->height());
+        runInterpolationPasses(pixels.data(), workMask.data(), frame->width(), frame->height(), front);
     return 0;
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "filters/FillFront.h"
+
 #include <cstddef>
 
 namespace PluginOmbrel {
@@ -14,25 +16,40 @@ namespace PluginOmbrel {
 // stands by then, which moves over rows without work, by two a row as long as the pass has changed nothing:
 // bad pixels above it stay as they are.
 
+// A neighbourhood that did not suffice is looked at again only once a pixel in it was filled, so that the
+// time is linear in the bad pixels, however they lie.
+
 // The codes of a mask while passes run. Besides these, 2 and 3 take turns for what the running pass has
 // filled, and what the one before has. The first pass takes a 3 that it finds for such a left-over; any other
 // value but GOOD and FILLED is bad.
 enum MaskCode : unsigned char {
     MASK_GOOD = 0,
     MASK_BAD = 1,
-    MASK_FILLED = 4, // earlier than in the last pass: known for good
+    MASK_FILLED = 4,  // earlier than in the last pass: known for good
+    MASK_WAITING = 5, // bad, and to be looked at again
 };
 
-// Runs the passes and leaves their codes in the mask.
+// Runs the passes and leaves their codes in the mask; a bad pixel that stays is 1 or as it came.
 template <typename T>
-void runInterpolationPasses(T* data, unsigned char* mask, std::size_t width, std::size_t height);
+void runInterpolationPasses(T* data, unsigned char* mask, std::size_t width, std::size_t height,
+                            FillFront& front);
 
 // Runs the passes and turns each byte of the mask that is not 0 into 1, so that filled pixels are bad for the
 // next frame again. Returns 0, or -1 when more than half of the pixels are bad; then nothing is changed.
 template <typename T>
-int tInterpolateBadPixels(T* data, unsigned char* mask, unsigned long width, unsigned long height);
+int tInterpolateBadPixels(T* data, unsigned char* mask, unsigned long width, unsigned long height,
+                          FillFront& front);
 
-extern template void runInterpolationPasses<double>(double*, unsigned char*, std::size_t, std::size_t);
-extern template int tInterpolateBadPixels<double>(double*, unsigned char*, unsigned long, unsigned long);
+// As above, with memory of its own.
+template <typename T>
+int tInterpolateBadPixels(T* data, unsigned char* mask, unsigned long width, unsigned long height) {
+    FillFront front;
+    return tInterpolateBadPixels(data, mask, width, height, front);
+}
+
+extern template void runInterpolationPasses<double>(double*, unsigned char*, std::size_t, std::size_t,
+                                                    FillFront&);
+extern template int tInterpolateBadPixels<double>(double*, unsigned char*, unsigned long, unsigned long,
+                                                  FillFront&);
 
 } // namespace PluginOmbrel

@@ -2,6 +2,7 @@
 
 #include "filters/Buffer.h"
 #include "filters/DeviceFilter.h"
+#include "filters/FillFront.h"
 #include "filters/FrameSum.h"
 #include "host/DataBuff.h"
 #include "host/IFFFilter.h"
@@ -102,6 +103,7 @@ private:
     Buffer<unsigned char> badPixels; // one byte a pixel; a bad pixel's is not 0
     bool interpolateBadPixelsOn = true;
     bool useDevMask = true;
+    FillFront front;                 // kept for its room
     bool useZeroPixels = true;
     bool useFFCoeffs = false;
     bool useTdi = false;

@@ -38,7 +38,7 @@ int FFFilter::interpolateBadPixels(zt::IMpxFrame* frame) {
 
     zt::RefDataBuff<double> pixels;
     frame->refData(&pixels, 0.0);
-    return tInterpolateBadPixels(pixels.data(), badPixels.data(), frame->width(), frame->height());
+    return tInterpolateBadPixels(pixels.data(), badPixels.data(), frame->width(), frame->height(), front);
 }
 
 } // namespace PluginOmbrel

@@ -137,11 +137,52 @@ TEST(BadPixelInterpolation, givesTheBitsOfThePlainPassesOnEveryShapeAndMask) {
 
 TEST(BadPixelInterpolation, passesTakeAndLeaveTheCodesOfEarlierOnes) {
     std::mt19937 random(29);
+    PluginOmbrel::FillFront front;
     for (int repeat = 0; repeat < 200; ++repeat) {
-        MaskedFrame frame = randomFrame(30, 20, random, 5);
+        MaskedFrame frame = randomFrame(30, 20, random, 4);
         MaskedFrame expected = frame;
-        runInterpolationPasses(frame.data.data(), frame.mask.data(), 30, 20);
+        runInterpolationPasses(frame.data.data(), frame.mask.data(), 30, 20, front);
         PlainInterpolation(expected.data, expected.mask, 30, 20).run();
+        expectSame(frame, expected);
+    }
+}
+
+// Marks a block, ring, comb, checkerboard, noise, islands of good pixels, or about as many as can be filled.
+void markArea(MaskedFrame& frame, std::mt19937& random) {
+    const auto below = [&](int end) { return static_cast<int>(random() % static_cast<unsigned>(end)); };
+    const int kind = below(7), atX = below(frame.width), atY = below(frame.height);
+    const int toX = atX + 1 + below(frame.width), toY = atY + 1 + below(frame.height);
+    const int bar = 1 + below(6), step = bar + 1 + below(6), inner = below(20), outer = inner + 1 + below(12);
+    const bool upright = below(2) != 0;
+    for (int y = 0; y < frame.height; ++y)
+        for (int x = 0; x < frame.width; ++x) {
+            const bool inBlock = x >= atX && x < toX && y >= atY && y < toY;
+            const int radius2 = (x - atX) * (x - atX) + (y - atY) * (y - atY);
+            const bool marks[] = {inBlock,
+                                  radius2 >= inner * inner && radius2 < outer * outer,
+                                  (upright ? x : y) % step < bar || (upright ? y : x) < outer,
+                                  inBlock && (x / bar + y / step) % 2 != 0,
+                                  below(5) == 0,
+                                  !inBlock,
+                                  below(25) >= 9 + below(2)};
+            if (marks[kind])
+                frame.maskAt(x, y) = static_cast<unsigned char>(inner % 3 == 0 ? 1 + below(4) : 1);
+        }
+}
+
+TEST(BadPixelInterpolation, givesTheBitsOfThePlainPassesInWideAreas) {
+    std::mt19937 random(31);
+    PluginOmbrel::FillFront front;
+    for (int repeat = 0; repeat < 150; ++repeat) {
+        MaskedFrame frame(1 + static_cast<int>(random() % 90), 1 + static_cast<int>(random() % 90));
+        for (double& value : frame.data)
+            value = std::normal_distribution<double>(0, 100)(random);
+        for (unsigned areas = 1 + random() % 3; areas != 0; --areas)
+            markArea(frame, random);
+        MaskedFrame expected = frame;
+        runInterpolationPasses(frame.data.data(), frame.mask.data(), static_cast<std::size_t>(frame.width),
+                               static_cast<std::size_t>(frame.height), front);
+        PlainInterpolation(expected.data, expected.mask, frame.width, frame.height).run();
         expectSame(frame, expected);
     }
 }
