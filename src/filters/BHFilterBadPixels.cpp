@@ -7,6 +7,7 @@
 #include "host/ErrorCode.h"
 #include "host/FrameHolder.h"
 #include "host/RefDataBuff.h"
+#include "support/FileResult.h"
 #include "support/MatrixFile.h"
 
 #include <algorithm>
@@ -17,7 +18,7 @@ namespace PluginOmbrel {
 namespace {
 
 constexpr const char* sizesDiffer = "Cannot interpolate bad pixels - frame dimensions do not match";
-constexpr std::size_t valuesPerLine = 256; // where no mask tells the width
+constexpr std::size_t valuesPerLine = 256; // where no mask gives the width
 
 // A value has to fall from each mask to the next.
 void markNotFalling(std::span<const double> before, std::span<const double> values,
@@ -72,21 +73,33 @@ int BHFilter::loadBadPixelsFromFile(const char* path) {
     return 0;
 }
 
-// Values go to their places as they are read: a short file leaves those that it has.
+// Values go to their places as they are read: a file that ends early gives those that it has, over the bad
+// pixels so far, or over good ones where these are of another size. One that cannot be opened changes nothing
+// but the size.
 int BHFilter::loadBadPixelMatrix(const char* path) {
     if (frameSize == 0)
         frameSize = dev->pixelCount();
-    if (badPixels.size() != frameSize) {
-        badPixels.resize(frameSize);
-        std::ranges::fill(badPixels.span(), static_cast<unsigned char>(0));
-    }
-    return readAsciiMatrix(path, ::DT_U8, badPixels.size(), badPixels.data());
+    Buffer<unsigned char> table;
+    table.resize(frameSize);
+    if (badPixels.size() == frameSize)
+        std::ranges::copy(badPixels.span(), table.data());
+    else
+        std::ranges::fill(table.span(), static_cast<unsigned char>(0));
+    const int result = readAsciiMatrix(path, ::DT_U8, table.size(), table.data());
+    if (result != FILE_NOT_OPENED)
+        badPixels.swap(table);
+    if (result != 0)
+        return logError(result, "Cannot load bad pixels from file %s. Error %d", path, result);
+    return 0;
 }
 
 int BHFilter::saveBadPixelsToFile(const char* path) {
     const bool hasWidth = !maskList.empty() && maskList.front()->width != 0;
-    return writeAsciiMatrix(path, ::DT_U8, badPixels.data(), badPixels.size(),
-                            hasWidth ? maskList.front()->width : valuesPerLine, false);
+    const int result = writeAsciiMatrix(path, ::DT_U8, badPixels.data(), badPixels.size(),
+                                        hasWidth ? maskList.front()->width : valuesPerLine, false);
+    if (result != 0)
+        return logError(result, "Cannot save bad pixels to file %s. Error %d", path, result);
+    return 0;
 }
 
 int BHFilter::interpolateBadPixels(zt::IMpxFrame* frame) {

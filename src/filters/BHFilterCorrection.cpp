@@ -109,7 +109,7 @@ int BHFilter::checkTables(Buffer<double> BHMask::*table, std::size_t values) con
         const std::size_t size = ((*maskList[k]).*table).size();
         if (size < values)
             return logError<int>(zt::ERR_INVALID_INPUT, "Mask %u has too few values (%llu < %llu)",
-                                 static_cast<unsigned int>(k), static_cast<unsigned long long>(size),
+                                 static_cast<unsigned int>(k + 1), static_cast<unsigned long long>(size),
                                  static_cast<unsigned long long>(values));
     }
     return 0;

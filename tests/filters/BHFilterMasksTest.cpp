@@ -186,8 +186,8 @@ TEST_F(BHFilterSettingsTest, skipWhatTheStoreDoesNotHoldWhole) {
     EXPECT_EQ(filter->filterReplace(frame.get()), -1005);
     EXPECT_EQ(filter->generateBadPixels(), -1005);
     EXPECT_THAT(takeLog(),
-                ElementsAre("Mask 1 has too few values (8 < 12)", "Mask 1 has too few values (0 < 4)",
-                            "Mask 1 has too few values (0 < 4)"));
+                ElementsAre("Mask 2 has too few values (8 < 12)", "Mask 2 has too few values (0 < 4)",
+                            "Mask 2 has too few values (0 < 4)"));
 
     store->setInt("Settings", "MaskCount", -1);
     EXPECT_EQ(filter->loadFromSettings(store.get()), 0);

@@ -3,6 +3,7 @@
 using testing::DoubleNear;
 using testing::Each;
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::IsEmpty;
 
 namespace {
@@ -71,7 +72,7 @@ TEST_F(BHFilterTest, takesTheMeansOfColumnsWithTDI) {
     EXPECT_THAT(corrected(*filter, *frameOf(counts)), Each(DoubleNear(1.5, 1e-14)));
     // As many pixels in another shape: wider than the masks is refused, narrower takes their first columns.
     EXPECT_THAT(corrected(*filter, *frameOf(counts, 6)), IsEmpty());
-    EXPECT_THAT(takeLog(), ElementsAre("Mask 0 has too few values (4 < 6)"));
+    EXPECT_THAT(takeLog(), ElementsAre("Mask 1 has too few values (4 < 6)"));
     EXPECT_EQ(corrected(*filter, *frameOf(counts, 3)).size(), 12u);
 }
 
@@ -177,8 +178,26 @@ TEST_F(BHFilterBadPixelsTest, comeFromFilesOfBothKinds) {
     EXPECT_EQ(badPixelText(), oneBad);
     host.frames().defineFrame("small", frameOf(Values(8, 1)));
     EXPECT_EQ(filter->loadBadPixelsFromFile("small"), -1010);
-    EXPECT_THAT(takeLog(), ElementsAre("Bad pixel frame dimensions dont match BH masks"));
+    const std::string none = folder / "none";
+    EXPECT_EQ(filter->loadBadPixelsFromFile(none.c_str()), -1);
+    EXPECT_EQ(badPixelText(), oneBad);
+    const std::string nowhere = folder / "no/such.txt";
+    EXPECT_EQ(filter->saveBadPixelsToFile(nowhere.c_str()), -1);
+    EXPECT_THAT(takeLog(),
+                ElementsAre("Cannot load bad pixels from file " + (folder / "matrix.txt") + ". Error -2",
+                            "Bad pixel frame dimensions dont match BH masks",
+                            "Cannot load bad pixels from file " + none + ". Error -1",
+                            "Cannot save bad pixels to file " + nowhere + ". Error -1"));
+}
+
+// An empty table would be taken for masks without a bad pixel.
+TEST_F(BHFilterBadPixelsTest, areStillLookedForAfterAFileThatCannotBeOpened) {
+    addMasksWithOneBadPixel();
     EXPECT_EQ(filter->loadBadPixelsFromFile((folder / "none").c_str()), -1);
+    EXPECT_EQ(badPixelText(), "");
+    Values counts(12, std::exp(-1.5));
+    counts[5] = 100;
+    EXPECT_THAT(corrected(*filter, *frameOf(counts)), Each(DoubleNear(1.5, 1e-14)));
 }
 
 TEST_F(BHFilterBadPixelsTest, ofEarlierMasksServeFramesThatTheyCover) {
@@ -206,8 +225,8 @@ TEST_F(BHFilterBadPixelsTest, ofNoMaskHaveTheSizeOfTheDevice) {
     EXPECT_EQ(filter->interpolateBadPixels(frameOf<zt::u16>(zt::DT_U16, {1, 2, 3, 4}).get()), -1005);
     EXPECT_EQ(filter->interpolateBadPixels(frameOf(Values(8, 1)).get()), -1005);
     EXPECT_THAT(takeLog(),
-                ElementsAre(maskSizesDiffer, "Cannot interpolate bad pixels - frame is not of type double",
-                            maskSizesDiffer));
+                ElementsAre(HasSubstr("matrix.txt. Error -2"), maskSizesDiffer,
+                            "Cannot interpolate bad pixels - frame is not of type double", maskSizesDiffer));
 }
 
 } // namespace
