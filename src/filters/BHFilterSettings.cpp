@@ -1,4 +1,4 @@
-// The beam-hardening filter in a settings store: its switches and its masks, as they stand.
+// The beam-hardening filter in a settings store: its switches and its masks, as they are.
 #include "filters/BHFilter.h"
 #include "support/Str.h"
 
@@ -89,6 +89,7 @@ bool BHFilter::readTable(zt::ISettings& settings, int index, const char* key, Bu
     std::size_t room = std::min<std::size_t>(size, std::max<std::size_t>(dev->pixelCount(), 1));
     while (room != 0) {
         table.resize(room);
+        std::ranges::fill(table.span(), 0.0); // for a host that leaves it alone when there is no such key
         zt::u64 bytes = table.span().size_bytes();
         settings.getBlob(groupOf(index).c_str(), key, table.data(), &bytes);
         if (bytes < table.span().size_bytes())

@@ -95,15 +95,17 @@ private:
 
     std::vector<zt::IMpxFrame*> acquiredFrames(bool allFrames, int subFrame);
 
-    // False, with a line in the log, when the store holds no table of that size.
-    bool readTable(zt::ISettings& settings, const char* key, int size, Buffer<double>& table) const;
+    // Without the key a table of the present size is that table, and one of another size is ones. False, with
+    // a line in the log, when the store holds a smaller table.
+    bool readTable(zt::ISettings& settings, const char* key, int size, const Buffer<double>& present,
+                   Buffer<double>& table) const;
 
     Buffer<double> coeffs;           // one a pixel, row by row
     Buffer<double> tdiCoeffs;        // one a detector column
     Buffer<unsigned char> badPixels; // one byte a pixel; a bad pixel's is not 0
+    FillFront front;                 // kept for its room
     bool interpolateBadPixelsOn = true;
     bool useDevMask = true;
-    FillFront front;                 // kept for its room
     bool useZeroPixels = true;
     bool useFFCoeffs = false;
     bool useTdi = false;

@@ -51,8 +51,8 @@ int FFFilter::loadFromSettings(zt::ISettings* settings) {
     // Both tables or none.
     Buffer<double> newCoeffs;
     Buffer<double> newTdiCoeffs;
-    if (!readTable(*settings, coeffsKey, coeffsSize, newCoeffs) ||
-        !readTable(*settings, tdiCoeffsKey, tdiCoeffsSize, newTdiCoeffs))
+    if (!readTable(*settings, coeffsKey, coeffsSize, coeffs, newCoeffs) ||
+        !readTable(*settings, tdiCoeffsKey, tdiCoeffsSize, tdiCoeffs, newTdiCoeffs))
         return 0;
     if (coeffsSize != 0)
         coeffs.swap(newCoeffs);
@@ -61,7 +61,8 @@ int FFFilter::loadFromSettings(zt::ISettings* settings) {
     return 0;
 }
 
-bool FFFilter::readTable(zt::ISettings& settings, const char* key, int size, Buffer<double>& table) const {
+bool FFFilter::readTable(zt::ISettings& settings, const char* key, int size, const Buffer<double>& present,
+                         Buffer<double>& table) const {
     if (size == 0)
         return true;
     const auto wanted = static_cast<std::size_t>(size);
@@ -70,11 +71,17 @@ bool FFFilter::readTable(zt::ISettings& settings, const char* key, int size, Buf
     std::size_t room = size < 0 ? 0 : std::min(wanted, expected);
     while (room != 0) {
         table.resize(room);
+        // What the host does not write, for want of the key, stays as it is or is 1.
+        if (room == present.size())
+            std::ranges::copy(present.span(), table.data());
+        else
+            std::ranges::fill(table.span(), 1.0);
         zt::u64 bytes = table.span().size_bytes();
         settings.getBlob(group, key, table.data(), &bytes);
         if (bytes == 0 && wanted <= expected) {
-            std::ranges::fill(table.span(), 1.0);
-            logError(0, "Flat-field settings hold no %s. Each coefficient is taken for 1", key);
+            // A size that the store does not name is that of the coefficients so far.
+            if (wanted != present.size() && wanted != coeffs.size())
+                logError(0, "Flat-field settings hold no %s. Each coefficient is 1", key);
             return true;
         }
         if (bytes < table.span().size_bytes())

@@ -69,15 +69,29 @@ TEST_F(FFFilterSettingsTest, theLimitsForCoefficientsAreRead) {
     EXPECT_NEAR(corrected(*filter, *frameOf(Values(6, 4)))[4], 4, 1e-12);
 }
 
-TEST_F(FFFilterSettingsTest, aTableThatIsNotStoredIsOnes) {
+TEST_F(FFFilterSettingsTest, aTableThatIsNotStoredStaysOrIsOnes) {
+    filter = filterWith({1, 2, 3, 4, 5, 6});
+    EXPECT_EQ(loadedInto(*filter), (Values{1, 2, 3, 4, 5, 6}));
+    EXPECT_EQ(coefficientsOf(*filter, 6, true), ones);
+    store->setInt("FF", "TDICoeffsSize", 3);
+    setTable("TDICoeffs", {7, 8, 9});
+    EXPECT_EQ(loadedInto(*filter), (Values{1, 2, 3, 4, 5, 6}));
+    store->setBlob("FF", "TDICoeffs", nullptr, 0);
+    filter->loadFromSettings(store.get());
+    EXPECT_EQ(coefficientsOf(*filter, 6, true), (Values{7, 8, 9, 7, 8, 9}));
+    EXPECT_THAT(takeLog(), IsEmpty());
+    store->setInt("FF", "CoeffsSize", 4);
+    EXPECT_EQ(filter->loadFromSettings(store.get()), 0);
+    EXPECT_EQ(coefficientsOf(*filter, 4), Values(4, 1));
+    EXPECT_THAT(takeLog(), ElementsAre("Flat-field settings hold no Coeffs. Each coefficient is 1"));
+}
+
+TEST_F(FFFilterSettingsTest, columnsWithoutASizeAreAsManyAsThePixels) {
     filter = filterWith({1, 2, 3, 4, 5, 6});
     store->setInt("FF", "CoeffsSize", 6);
     setTable("Coeffs", {6, 5, 4, 3, 2, 1});
-    // Without a size of their own the columns' coefficients are as many as there were for pixels.
     EXPECT_EQ(loadedInto(*filter), (Values{6, 5, 4, 3, 2, 1}));
     EXPECT_EQ(coefficientsOf(*filter, 6, true), ones);
-    EXPECT_THAT(takeLog(), ElementsAre(HasSubstr("TDICoeffs")));
-
     store->setInt("FF", "CoeffsSize", 0);
     store->setInt("FF", "TDICoeffsSize", 0);
     EXPECT_EQ(loadedInto(*filter), (Values{6, 5, 4, 3, 2, 1}));
