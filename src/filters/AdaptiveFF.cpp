@@ -65,10 +65,15 @@ bool AdaptiveFF::correct(zt::IMpxFrame& frame) {
 }
 
 void AdaptiveFF::setAicImageData(const double* data, std::size_t cols, std::size_t rows, AICImage* image) {
-    const std::size_t present = image->pixels().size();
-    image->resize(static_cast<int>(present + cols * rows), 1);
-    std::ranges::transform(std::span(data, cols * rows), image->pixels().subspan(present).begin(),
-                           [](double pixel) { return static_cast<float>(pixel); });
+    const std::span values(data, cols * rows);
+    const auto narrowed = [](double pixel) { return static_cast<float>(pixel); };
+    if (image->pixels().empty()) {
+        image->resize(static_cast<int>(values.size()), 1);
+        std::ranges::transform(values, image->pixels().begin(), narrowed);
+    } else {
+        for (const double pixel : values)
+            image->push_back(narrowed(pixel));
+    }
     image->reshape_r(static_cast<int>(rows));
 }
 

@@ -37,7 +37,7 @@ public:
     virtual zt::u32 getObjectID() const { return 0; }
     virtual const char* getObjectName() const { return "AdaptiveFFInterface"; }
 
-    // Appends the values, each narrowed to float, and shapes the image to so many rows.
+    // Appends the values, each narrowed to float, and shapes the image, with what it held, to so many rows.
     void setAicImageData(const double* data, std::size_t cols, std::size_t rows, AICImage* image);
 
 private:

@@ -30,11 +30,12 @@ void binPixels(double* pixels, std::size_t width, std::size_t height) {
     }
 }
 
-void binFrame(zt::IMpxFrame& frame) {
+// The shape is that of the frame which came in; a host's clone need not answer for its own.
+void binFrame(zt::IMpxFrame& frame, const zt::IMpxFrame& input) {
     frame.convertToType(zt::DT_DOUBLE);
     zt::RefDataBuff<double> pixels;
     frame.refData(&pixels, 0.0);
-    binPixels(pixels.data(), frame.width(), frame.height());
+    binPixels(pixels.data(), input.width(), input.height());
 }
 
 } // namespace
@@ -52,14 +53,15 @@ zt::IData* Binning2x2::filter(const zt::IData* data) {
     if (data->type() != zt::IData::TYPE_FRAME)
         return logError<zt::IData*>(nullptr, notAFrame);
     ClonedFrame copy = cloneFrame(*data);
-    binFrame(*copy);
+    binFrame(*copy, static_cast<const zt::IMpxFrame&>(*data));
     return copy.release();
 }
 
 int Binning2x2::filterReplace(zt::IData* data) {
     if (data->type() != zt::IData::TYPE_FRAME)
         return logError(0, notAFrame);
-    binFrame(static_cast<zt::IMpxFrame&>(*data));
+    auto& frame = static_cast<zt::IMpxFrame&>(*data);
+    binFrame(frame, frame);
     return 0;
 }
 

@@ -140,6 +140,17 @@ TEST_F(AdaptiveFFTest, framesOfAnotherSizeFailAndThoseOfOneValueThrow) {
     EXPECT_EQ(ombrel::Frame::aliveCount(), before);
 }
 
+TEST_F(AdaptiveFFTest, appendsToWhatAnImageHolds) {
+    AICImage image;
+    const double values[] = {0.1, 2, 3, 4, 5, 6};
+    filter->setAicImageData(values, 3, 1, &image);
+    filter->setAicImageData(values, 3, 2, &image);
+    const auto pixels = std::as_const(image).pixels();
+    EXPECT_THAT(std::vector(pixels.begin(), pixels.end()), ElementsAre(0.1f, 2, 3, 0.1f, 2, 3, 4, 5, 6));
+    EXPECT_EQ(image.rows(), 2);
+    EXPECT_EQ(image.cols(), 4); // nine pixels do not fill two rows
+}
+
 TEST_F(AdaptiveFFTest, storesItsConfiguration) {
     EXPECT_EQ(filter->saveToSettings(&store), 0);
     store.saveFile();

@@ -39,6 +39,43 @@ TEST(Binning, staysAsItIsInEveryByte) {
     EXPECT_THAT(lines, ElementsAre(notAFrame, notAFrame));
 }
 
+// A frame of 2 x 2 pixels whose clones are 4 x 1.
+class FlatClones final : public zt::IMpxFrame {
+public:
+    int type() const override { return TYPE_FRAME; }
+    void addRef() override {}
+    void release() override {}
+    void destroy() override {}
+    zt::IData* clone() const override {
+        auto frame = ombrel::Frame::create(4, 1, zt::DT_DOUBLE);
+        std::ranges::copy(Values{1, 2, 3, 4}, frame->pixels<double>().begin());
+        return frame.release();
+    }
+    void getData(zt::IByteBuff*, zt::u8) override {}
+    void refData(zt::IRefByteBuff*, double) override {}
+    double* doubleData(double) override { return nullptr; }
+    zt::u64 size() const override { return 4; }
+    zt::u32 width() const override { return 2; }
+    zt::u32 height() const override { return 2; }
+    zt::u8 frameDataType() const override { return zt::DT_DOUBLE; }
+    void convertToType(zt::u8) override {}
+    void frameName(zt::IString*) const override {}
+    void clear() override {}
+    void addFrame(zt::IMpxFrame*) override {}
+    void multiplyBy(double) override {}
+    double acqTime() const override { return 0; }
+    int subFrameCount() const override { return 0; }
+    void subFrames(zt::IPtrList<zt::IMpxFrame*>*) const override {}
+};
+
+TEST(Binning, takesTheShapeOfItsInput) {
+    ombrel::Host host(nullptr);
+    PluginOmbrel::Binning2x2 filter(&host, &host.addDevice(1, 2, 2));
+    const FlatClones frame;
+    const ombrel::FramePtr result(static_cast<ombrel::Frame*>(filter.filter(&frame)));
+    EXPECT_THAT(result->pixels<double>(), ElementsAre(10, 10, 10, 10));
+}
+
 // Parameters that are changed once more while they end.
 class LastChangeParamMgr final : public zt::IParamMgr {
 public:
@@ -126,6 +163,68 @@ TEST_F(EndedFFFilterTest, takesNoSubFrame) {
 using EndedBHFilterTest = BHFilterFixture;
 TEST_F(EndedBHFilterTest, takesNoSubFrame) {
     expectQuietEnd(device, frameOf(Values(12, 1)), filter, [this] { return filter->addMaskFromAcqData(1); });
+}
+
+// A store whose host leaves the size alone when there is no such blob.
+class SilentStore final : public zt::ISettings {
+public:
+    explicit SilentStore(ombrel::Settings& settings) : store(settings) {}
+
+    void load() override {}
+    void save() override {}
+    void setString(const char*, const char*, const char*) override {}
+    void setInt(const char*, const char*, int) override {}
+    void setDouble(const char*, const char*, double) override {}
+    void setBool(const char*, const char*, bool) override {}
+    void setBlob(const char*, const char*, const void*, zt::u64) override {}
+    void getString(const char* group, const char* key, const char* missing, zt::IString* out) override {
+        store.getString(group, key, missing, out);
+    }
+    int getInt(const char* group, const char* key, int missing) override {
+        return store.getInt(group, key, missing);
+    }
+    double getDouble(const char* group, const char* key, double missing) override {
+        return store.getDouble(group, key, missing);
+    }
+    bool getBool(const char* group, const char* key, bool missing) override {
+        return store.getBool(group, key, missing);
+    }
+    void getBlob(const char* group, const char* key, void* buffer, zt::u64* byteSize) override {
+        zt::u64 copied = *byteSize;
+        store.getBlob(group, key, buffer, &copied);
+        *byteSize = copied != 0 ? copied : *byteSize;
+    }
+    void getFilePath(zt::IString* out) const override { out->set(""); }
+    void destroy() override {}
+
+private:
+    ombrel::Settings& store;
+};
+
+using SilentFFStoreTest = FFFilterFixture;
+TEST_F(SilentFFStoreTest, leavesTablesOfThisSizeAndMakesOthersOnes) {
+    const auto settings = host.openSettings(folder / "ff.xml");
+    SilentStore store(*settings);
+    filter = filterWith({1, 2, 3, 4, 5, 6});
+    filter->loadFromSettings(&store);
+    EXPECT_EQ(coefficientsOf(*filter), (Values{1, 2, 3, 4, 5, 6}));
+    EXPECT_EQ(coefficientsOf(*filter, 6, true), Values(6, 1));
+    settings->setInt("FF", "CoeffsSize", 4);
+    filter->loadFromSettings(&store);
+    EXPECT_EQ(coefficientsOf(*filter, 4), Values(4, 1));
+}
+
+using SilentBHStoreTest = BHFilterFixture;
+TEST_F(SilentBHStoreTest, makesMasksOfZeros) {
+    const auto settings = host.openSettings(folder / "bh.xml");
+    SilentStore store(*settings);
+    settings->setInt("Settings", "MaskCount", 1);
+    for (const auto& [key, value] : {std::pair("Size", 12), std::pair("Width", 4), std::pair("Height", 3)})
+        settings->setInt("Mask0", key, value);
+    filter->loadFromSettings(&store);
+    ASSERT_EQ(filter->masks().size(), 1u);
+    EXPECT_THAT(filter->masks()[0]->data.span(), testing::Each(0));
+    EXPECT_THAT(filter->masks()[0]->tdiData.span(), testing::Each(0));
 }
 
 } // namespace
