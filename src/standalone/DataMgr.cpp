@@ -44,14 +44,20 @@ void DataMgr::closeFile() {
 
 template <typename Result, typename Work>
 Result DataMgr::guarded(Result failure, Work work) {
-    const std::lock_guard lock(mutex);
-    try {
-        return work();
-    } catch (const std::bad_alloc&) {
-        errors[std::this_thread::get_id()] = "there is not enough memory";
-    } catch (const std::exception& thrown) {
-        errors[std::this_thread::get_id()] = thrown.what();
+    std::string reason;
+    {
+        const std::lock_guard lock(mutex);
+        try {
+            return work();
+        } catch (const std::bad_alloc&) {
+            reason = "there is not enough memory";
+        } catch (const std::exception& thrown) {
+            reason = thrown.what();
+        }
+        errors[std::this_thread::get_id()] = reason;
     }
+    if (reportError)
+        reportError(reason);
     return failure;
 }
 

@@ -4,6 +4,7 @@
 #include "standalone/Frame.h"
 #include "standalone/FrameFile.h"
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -35,6 +36,11 @@ public:
 
     // The reason of the last failure on this thread, which is then forgotten; empty when there was none.
     std::string takeError();
+    // Called with the reason of each failure, on its thread. For a host whose user waits for no call, but
+    // clicks in a filter's window. Set before the first call.
+    void reportErrors(std::function<void(const std::string& reason)> report) {
+        reportError = std::move(report);
+    }
     // The file read last is kept open, so that a walk over its frames does not open it anew each time.
     void closeFile();
 
@@ -69,6 +75,7 @@ private:
     FrameRole openRole = FrameRole::Any;
     FileStamp openStamp;
     std::map<std::thread::id, std::string> errors;
+    std::function<void(const std::string&)> reportError;
 };
 
 } // namespace ombrel

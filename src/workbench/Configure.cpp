@@ -78,11 +78,13 @@ void saveParameters(zt::IDataFilter& filter, Settings& store) {
 void configure(const cli::ConfigureOptions& options, cli::Console& console) {
     const std::unique_ptr<FrameStack> stack = openFrames(options);
     cli::Session session(console, options.plugin, devicePlan(options, stack.get()));
+    Host& host = session.host();
+    host.frames().reportErrors([&host](const std::string& reason) { host.logLine(reason); });
     if (stack)
         acquire(session.device(), *stack);
     const FilterLink link = session.makeLink(options.filter);
     zt::IDataFilter& filter = link.filter();
-    const std::unique_ptr<Settings> store = openStore(session.host(), options.settings);
+    const std::unique_ptr<Settings> store = openStore(host, options.settings);
     loadFilter(filter, *store, options.settings);
 
     FilterWindows windows(filter);

@@ -10,6 +10,7 @@ namespace ombrel::workbench {
 PluginHost::PluginHost(const std::string& pluginPath, zt::u32 width, zt::u32 height, Host::LogSink sink)
     : zenteo(std::move(sink)), detector(zenteo.addDevice(1, width, height)),
       library(PluginLibrary::find(pluginPath)) {
+    zenteo.frames().reportErrors([this](const std::string& reason) { zenteo.logLine(reason); });
     library.start(zenteo);
 }
 

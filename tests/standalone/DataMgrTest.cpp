@@ -87,7 +87,10 @@ TEST_F(DataMgrTest, ANameStandsForFramesOfManyFilesOrOneAtHand) {
 
 TEST_F(DataMgrTest, FailuresAreNullAndTellTheReasonOnce) {
     const std::string path = fileOf("a.tif", {10});
+    std::vector<std::string> reported;
+    data.reportErrors([&](const std::string& reason) { reported.push_back(reason); });
     EXPECT_EQ(loaded(path, 1), -1);
+    EXPECT_THAT(reported, ElementsAre(HasSubstr("there is no frame 1; it holds 1")));
     EXPECT_THAT(data.takeError(), HasSubstr("there is no frame 1; it holds 1"));
     EXPECT_EQ(data.takeError(), "");
     const std::string text = folder / "matrix%s%n.txt";
