@@ -56,7 +56,22 @@ std::string oneLine(std::string_view text) {
     return line;
 }
 
-Console::Console() : terminal(isatty(STDERR_FILENO) == 1) {
+namespace {
+
+// A file that is opened while a standard descriptor is free gets its number, and then what is printed there.
+bool occupyStandardDescriptors() {
+    int descriptor = 0;
+    do
+        descriptor = open("/dev/null", O_RDWR);
+    while (descriptor >= 0 && descriptor <= STDERR_FILENO);
+    if (descriptor >= 0)
+        close(descriptor);
+    return true;
+}
+
+} // namespace
+
+Console::Console() : terminal(occupyStandardDescriptors() && isatty(STDERR_FILENO) == 1) {
     const int own = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3);
     results.reset(own >= 0 ? fdopen(own, "w") : nullptr);
     if (const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC); nowhere >= 0) {
