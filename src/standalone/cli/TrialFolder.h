@@ -1,15 +1,20 @@
 #pragma once
 
+#include "standalone/FileDescriptor.h"
+
 #include <filesystem>
 #include <string>
 
 namespace ombrel::cli {
 
-// A new folder for files that are needed for a while; gone with all it holds at the end.
+// A new folder for files that are needed for a while; it is removed with all it holds at the end. The program
+// holds a lock in it meanwhile, so that the next one removes the folders of programs that were killed.
 class TrialFolder {
 public:
     // Throws Error.
     explicit TrialFolder(const std::filesystem::path& parent);
+    // In the folder that TMPDIR names. Throws Error.
+    static TrialFolder inTemporary();
     ~TrialFolder();
     TrialFolder(const TrialFolder&) = delete;
     TrialFolder& operator=(const TrialFolder&) = delete;
@@ -18,6 +23,7 @@ public:
 
 private:
     std::filesystem::path path;
+    FileDescriptor owner;
 };
 
 } // namespace ombrel::cli
