@@ -5,9 +5,13 @@
 #include "standalone/NotANumber.h"
 #include "standalone/NumberText.h"
 
+#include <cerrno>
 #include <cmath>
-#include <fstream>
+#include <span>
+#include <sstream>
 #include <string_view>
+#include <sys/mman.h>
+#include <unistd.h>
 
 namespace ombrel {
 
@@ -35,15 +39,37 @@ ScoredPoint scored(const QualityValue* candidate) {
 
 } // namespace
 
-std::vector<QualityValue> readQualityLog(const std::string& path) {
-    std::ifstream log(path);
-    if (!log)
-        throw Error(path + ": the filter wrote no quality values there");
+QualityLogFile::QualityLogFile()
+    : file(::memfd_create("quality", MFD_CLOEXEC), "memory"),
+      openPath("/proc/self/fd/" + std::to_string(file.get())) {
+    if (file.get() < 0)
+        throw Error(systemErrorText("the filter's log of quality values", "cannot be made", errno));
+    if (::access(openPath.c_str(), W_OK) != 0) // where /proc is not mounted
+        throw Error(systemErrorText(openPath, "cannot be written", errno));
+}
+
+std::string QualityLogFile::text() const {
+    std::string bytes(static_cast<std::size_t>(file.size()), '\0');
+    file.readAt(0, std::as_writable_bytes(std::span(bytes)));
+    return bytes;
+}
+
+void QualityLogFile::clear() {
+    if (::ftruncate(file.get(), 0) != 0)
+        throw Error(systemErrorText(openPath, "cannot be emptied", errno));
+}
+
+std::vector<QualityValue> readQualityLog(const std::string& text) {
+    std::istringstream log(text);
     std::vector<QualityValue> candidates;
     for (std::string line; std::getline(log, line);)
         if (auto candidate = readLine(line))
             candidates.push_back(std::move(*candidate));
     return candidates;
+}
+
+bool isWholeQualityLog(const std::string& text) {
+    return text.ends_with("\n\n");
 }
 
 std::optional<GridChoice> choiceOf(const std::vector<QualityValue>& candidates) {

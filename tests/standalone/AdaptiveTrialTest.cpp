@@ -1,6 +1,5 @@
 // What is read from the adaptive filter's log, what is made of a frame, and what counts as best.
 
-#include "fixtures/FileText.h"
 #include "fixtures/TemporaryFolder.h"
 #include "host/DataType.h"
 #include "standalone/Error.h"
@@ -8,52 +7,43 @@
 #include "standalone/cli/AdaptiveQualityLog.h"
 #include "standalone/cli/AdaptiveRanking.h"
 #include "standalone/cli/AdaptiveSettings.h"
+#include "standalone/cli/TrialFolder.h"
 #include "standalone/simulation/Random.h"
 
 #include <gmock/gmock.h>
 
 #include <cmath>
 #include <fstream>
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace {
 
 using namespace ombrel;
 using namespace ombrel::cli;
 
-class QualityLog : public ::testing::Test {
-protected:
-    std::optional<SearchOutcome> outcome(const std::string& text, const GridPoint& right) const {
-        std::ofstream(log) << text;
-        return searchOutcome(log, right);
-    }
-
-    const TemporaryFolder folder;
-    const std::string log = folder / "quality";
-};
-
-TEST_F(QualityLog, tellsWhetherTheSearchWasRightAndHowClearly) {
+TEST(QualityLog, tellsWhetherTheSearchWasRightAndHowClearly) {
     const std::string block = "[ 1, 2, 3, 10 ]\n[ 1, 2, 1e+06, 8 ]\n[ 1, 2.5, 3, nan ]\n\n";
-    const auto right = outcome(block, {1, 2, 1e6f});
+    const auto right = searchOutcome(block, {1, 2, 1e6f});
     ASSERT_TRUE(right);
     EXPECT_TRUE(right->isRight);
     EXPECT_DOUBLE_EQ(right->margin, 0.25);
-    EXPECT_FALSE(outcome(block, {1, 2, 3})->isRight);
-    EXPECT_DOUBLE_EQ(outcome(block, {1, 2, 3})->margin, -0.2);
-    EXPECT_FALSE(outcome(block, {7, 2, 3}));
-    EXPECT_FALSE(outcome(block, {1, 2.5, 3}));
+    EXPECT_FALSE(searchOutcome(block, {1, 2, 3})->isRight);
+    EXPECT_DOUBLE_EQ(searchOutcome(block, {1, 2, 3})->margin, -0.2);
+    EXPECT_FALSE(searchOutcome(block, {7, 2, 3}));
+    EXPECT_FALSE(searchOutcome(block, {1, 2.5, 3}));
 
-    // A second pass adds its lines behind those of the first.
-    EXPECT_FALSE(outcome(block + "[ 9, 9, 9, 7.5 ]\n\n", {1, 2, 1e6f})->isRight);
+    // A second pass adds its lines after those of the first.
+    EXPECT_FALSE(searchOutcome(block + "[ 9, 9, 9, 7.5 ]\n\n", {1, 2, 1e6f})->isRight);
     // The grid point has more digits than the log.
-    EXPECT_TRUE(outcome("[ 0.123457, 0, 0, 1 ]\n", {0.12345678f, 0, 0})->isRight);
-    EXPECT_THROW(searchOutcome(folder / "none", {}), Error);
+    EXPECT_TRUE(searchOutcome("[ 0.123457, 0, 0, 1 ]\n", {0.12345678f, 0, 0})->isRight);
 }
 
-TEST_F(QualityLog, givesEqualValuesToTheFirst) {
+TEST(QualityLog, givesEqualValuesToTheFirst) {
     const std::string block = "[ 1, 1, 1, 5 ]\n[ 2, 1, 1, 5 ]\n";
-    EXPECT_TRUE(outcome(block, {1, 1, 1})->isRight);
-    EXPECT_FALSE(outcome(block, {2, 1, 1})->isRight);
-    EXPECT_EQ(outcome("[ 1, 1, 1, 0 ]\n[ 2, 1, 1, 0 ]\n", {1, 1, 1})->margin, 0);
+    EXPECT_TRUE(searchOutcome(block, {1, 1, 1})->isRight);
+    EXPECT_FALSE(searchOutcome(block, {2, 1, 1})->isRight);
+    EXPECT_EQ(searchOutcome("[ 1, 1, 1, 0 ]\n[ 2, 1, 1, 0 ]\n", {1, 1, 1})->margin, 0);
 }
 
 // A frame of photon statistics and nothing else, and what dividing it by its flat field leaves.
@@ -125,6 +115,26 @@ TEST(AdaptiveChoices, triesWhatIsNotFixedAndFitsTheFrames) {
         EXPECT_EQ(adaptiveSetting<int>(tried, "QfTileSize"), 8); // eight tiles a side
     }
     EXPECT_EQ(AdaptiveChoices(settings, {}, 3).tileSizes.size(), 1u);
+}
+
+TEST(TrialFolder, removesThoseOfProgramsThatWereKilledAndNoOthers) {
+    const TemporaryFolder folder;
+    std::filesystem::create_directory(folder / ".ombrel-trial-abcdef"); // of someone else: without a lock
+    const cli::TrialFolder alive(folder.path);
+    if (const pid_t child = fork(); child == 0) {
+        const cli::TrialFolder killed(folder.path);
+        std::ofstream(killed / "heap") << "large";
+        _exit(folder.fileCount() == 3 ? 0 : 1);
+    } else {
+        int status = -1;
+        waitpid(child, &status, 0);
+        EXPECT_EQ(status, 0);
+    }
+    EXPECT_EQ(folder.fileCount(), 3u);
+    const cli::TrialFolder next(folder.path);
+    EXPECT_EQ(folder.fileCount(), 3u);
+    EXPECT_TRUE(std::filesystem::exists(alive / "owner"));
+    EXPECT_TRUE(std::filesystem::exists(folder / ".ombrel-trial-abcdef"));
 }
 
 } // namespace

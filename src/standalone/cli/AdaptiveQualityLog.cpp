@@ -25,13 +25,13 @@ std::string streamed(float value) {
 
 } // namespace
 
-std::optional<SearchOutcome> searchOutcome(const std::string& logPath, const GridPoint& right) {
+std::optional<SearchOutcome> searchOutcome(const std::string& logText, const GridPoint& right) {
     const LoggedPoint wanted{streamed(right.v), streamed(right.t), streamed(right.e)};
     constexpr double none = std::numeric_limits<double>::infinity();
     std::optional<double> own;
     double before = none; // least of the other points in front of the right one
     double behind = none;
-    for (const QualityValue& logged : readQualityLog(logPath)) {
+    for (const QualityValue& logged : readQualityLog(logText)) {
         if (LoggedPoint{logged.v, logged.t, logged.e} == wanted)
             own = std::min(own.value_or(none), logged.value);
         else

@@ -18,7 +18,7 @@ struct SearchOutcome {
 };
 
 // Points are compared by six digits, which is what the log tells. Nothing when the right point was not among
-// those searched. Throws Error when there is no such log.
-std::optional<SearchOutcome> searchOutcome(const std::string& logPath, const GridPoint& right);
+// those searched.
+std::optional<SearchOutcome> searchOutcome(const std::string& logText, const GridPoint& right);
 
 } // namespace ombrel::cli

@@ -9,16 +9,13 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <filesystem>
 #include <limits>
 
 namespace ombrel::cli {
 
 AdaptiveTrial::AdaptiveTrial(Session& session, std::function<void()> advanced)
-    : link(session.makeLink(adaptiveFilter)), frameDone(std::move(advanced)),
-      folder(std::filesystem::temp_directory_path()), log(folder / "quality") {
-    if (log.size() >= qualityLogPathLimit)
-        throw Error(log + ": the path is too long for the filter; let TMPDIR be a shorter one");
-}
+    : link(session.makeLink(adaptiveFilter)), frameDone(std::move(advanced)) {}
 
 TrialResult AdaptiveTrial::run(const std::string& heap, const SettingsTree& settings,
                                std::span<const AdaptiveTestFrame> frames) {
@@ -41,7 +38,7 @@ TrialResult AdaptiveTrial::run(const std::string& heap, const SettingsTree& sett
 
 void AdaptiveTrial::load(const std::string& heap, SettingsTree settings) {
     settings.set(adaptiveGroup, "LogFile", std::string());
-    settings.set(adaptiveGroup, "LogQualityValuesFile", log);
+    settings.set(adaptiveGroup, "LogQualityValuesFile", log.path());
     settings.set(adaptiveGroup, "DumpCompensationImages", false);
     const std::string path = std::filesystem::path(heap).replace_extension(".xml").string();
     writeSettingsFile(settings, path);
@@ -49,7 +46,7 @@ void AdaptiveTrial::load(const std::string& heap, SettingsTree settings) {
 }
 
 void AdaptiveTrial::tryFrame(const AdaptiveTestFrame& test, TrialResult& result) {
-    std::filesystem::remove(log); // of the frame before
+    log.clear(); // of the frame before
     const auto start = std::chrono::steady_clock::now();
     const FrameResult corrected = link.apply(test.frame(), ApplyMode::Copy);
     result.seconds += std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
@@ -70,7 +67,10 @@ void AdaptiveTrial::noteOutcome(const AdaptiveTestFrame& test, TrialResult& resu
     if (!result.right)
         return;
     // A search that passes over the right point is wrong whatever it finds.
-    const SearchOutcome outcome = searchOutcome(log, test.point()).value_or(SearchOutcome{false, -1});
+    const std::string text = log.text();
+    if (!isWholeQualityLog(text))
+        throw Error("the filter could not write its log of quality values in memory");
+    const SearchOutcome outcome = searchOutcome(text, test.point()).value_or(SearchOutcome{false, -1});
     *result.right += outcome.isRight ? 1 : 0;
     result.margin = std::min(result.margin.value_or(outcome.margin), outcome.margin);
 }

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "standalone/QualityLog.h"
 #include "standalone/SettingsTree.h"
 #include "standalone/cli/AdaptiveTestFrame.h"
 #include "standalone/cli/Session.h"
-#include "standalone/cli/TrialFolder.h"
 
 #include <functional>
 #include <optional>
@@ -44,8 +44,7 @@ private:
 
     FilterLink link;
     std::function<void()> frameDone;
-    TrialFolder folder; // for the log, whose path must be short
-    std::string log;
+    QualityLogFile log;
 };
 
 } // namespace ombrel::cli

@@ -1,12 +1,9 @@
 #include "standalone/cli/ChoiceLogs.h"
 
 #include "standalone/AtomicFile.h"
-#include "standalone/Error.h"
-#include "standalone/QualityLog.h"
 
-#include <filesystem>
-#include <fstream>
-#include <iterator>
+#include <algorithm>
+#include <span>
 
 namespace ombrel::cli {
 
@@ -15,42 +12,41 @@ namespace {
 constexpr const char* group = "Settings";
 constexpr const char* key = "LogQualityValuesFile";
 
-std::string textOf(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(file), {});
-}
-
 } // namespace
-
-ChoiceLogs::ChoiceLogs() : folder(std::filesystem::temp_directory_path()) {
-    if (pathOf(1000).size() >= qualityLogPathLimit)
-        throw Error(pathOf(0) +
-                    ": the path is too long for the filter's log; set TMPDIR to a shorter one, or "
-                    "give --no-choice");
-}
 
 void ChoiceLogs::redirect(zt::ISettings& settings, std::size_t worker) {
     if (const std::string named = settings.getString(group, key, ""); !named.empty())
         userFile = named;
-    settings.setString(group, key, pathOf(worker).c_str());
+    settings.setString(group, key, logs[worker].path().c_str());
 }
 
-// The file is taken away, so that a frame without a search finds none.
+// The log is emptied, so that a frame without a search finds nothing.
 std::optional<GridChoice> ChoiceLogs::read(std::size_t worker, zt::u64 frame) {
-    const std::string path = pathOf(worker);
-    std::error_code failure;
-    if (!std::filesystem::exists(path, failure))
+    const auto found = logs.find(worker);
+    const std::string text = found == logs.end() ? std::string() : found->second.text();
+    if (text.empty())
         return std::nullopt;
-    const auto choice = choiceOf(readQualityLog(path));
-    {
-        const std::lock_guard lock(mutex);
-        if (!userFile.empty() && frame >= lastFrame) {
-            lastFrame = frame;
-            lastText = textOf(path);
-        }
+    found->second.clear();
+    const bool isWhole = isWholeQualityLog(text);
+    const std::lock_guard lock(mutex);
+    if (!isWhole) {
+        firstLost = framesLost == 0 ? frame : std::min(firstLost, frame);
+        ++framesLost;
+        return std::nullopt;
     }
-    std::filesystem::remove(path, failure);
-    return choice;
+    if (!userFile.empty() && frame >= lastFrame) {
+        lastFrame = frame;
+        lastText = text;
+    }
+    return choiceOf(readQualityLog(text));
+}
+
+std::string ChoiceLogs::loss() const {
+    if (framesLost == 0)
+        return {};
+    return "the grid choices of " + std::to_string(framesLost) + (framesLost == 1 ? " frame" : " frames") +
+           " are lost, the first of frame " + std::to_string(firstLost) +
+           ": the filter could not write its log in memory; --no-choice runs without them";
 }
 
 void ChoiceLogs::copyToUserFile() const {
