@@ -49,6 +49,9 @@ private:
     bool committed = false;
 };
 
+// The file that a chain of symbolic links ends at, there or not. Throws Error when the links form a loop.
+std::string endOfLinks(const std::string& path);
+
 // Replaces the file's contents by the text, in one step. Throws Error.
 void replaceFile(const std::string& path, std::string_view contents);
 

@@ -22,7 +22,8 @@ void Chain::setParam(const std::string& assignment) {
     std::string known;
     for (const FilterLink& link : filters)
         known += (known.empty() ? "" : ", ") + link.name();
-    throw Error("\"" + assignment + "\" is no FILTER:PARAM=VALUE for a filter of the chain (" + known + ")");
+    throw UsageError("\"" + assignment +
+                     "\" is not of the form FILTER:PARAM=VALUE with a filter of the chain (" + known + ")");
 }
 
 FrameResult Chain::apply(FramePtr frame, ApplyMode mode) {

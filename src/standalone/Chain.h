@@ -13,8 +13,8 @@ public:
     FilterLink& add(FilterLink link);
     std::vector<FilterLink>& links() { return filters; }
 
-    // "FILTER:PARAM=VALUE", for every link of that name. Throws Error as FilterLink::setParam, and when the
-    // chain has no such filter.
+    // "FILTER:PARAM=VALUE", for every link of that name. Throws as FilterLink::setParam, and UsageError when
+    // the chain has no such filter.
     void setParam(const std::string& assignment);
 
     // The frame after the last filter, or the failure of the first one that failed, led in by its name. A

@@ -10,4 +10,9 @@ class Error : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+// The command line itself is wrong: no file that changes can make it right.
+class UsageError : public Error {
+    using Error::Error;
+};
+
 } // namespace ombrel

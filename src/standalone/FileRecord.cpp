@@ -30,6 +30,8 @@ FileRecord FileRecord::of(const std::string& path, bool withHash) {
     struct stat status {};
     if (::stat(path.c_str(), &status) != 0)
         throw Error(systemErrorText(path, "cannot be read", errno));
+    if (!S_ISREG(status.st_mode)) // a pipe would hold up the program
+        throw Error(path + ": is not a regular file");
     return {absolutePath(path), static_cast<zt::u64>(status.st_size), timeText(status.st_mtim),
             withHash ? fileHash(path) : std::string()};
 }

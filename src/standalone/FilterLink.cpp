@@ -88,7 +88,7 @@ zt::IParam& parameterOf(const zt::IDataFilter& filter, const std::string& name) 
     std::string known;
     for (const zt::IParam* const param : all.vect())
         known += (known.empty() ? "" : ", ") + std::string(param->name());
-    throw Error("unknown parameter \"" + name + "\"; there are: " + (known.empty() ? "none" : known));
+    throw UsageError("unknown parameter \"" + name + "\"; there are: " + (known.empty() ? "none" : known));
 }
 
 // The frame that a filter made of `input`, with the reference that came with it; null when it is none.
@@ -158,10 +158,18 @@ void FilterLink::loadSettings(const SettingsSource& source) {
 void FilterLink::setParam(const std::string& assignment) {
     const std::size_t equals = assignment.find('=');
     if (equals == std::string::npos)
-        throw Error(ownName + ": \"" + assignment + "\" is no PARAM=VALUE");
+        throw UsageError(ownName + ": \"" + assignment + "\" is not of the form PARAM=VALUE");
+    std::optional<UsageError> mistake; // an error of the user, not of the filter
     const Outcome outcome = callGuarded(*host, [&] {
-        setParamFromText(parameterOf(*instance, assignment.substr(0, equals)), assignment.substr(equals + 1));
+        try {
+            setParamFromText(parameterOf(*instance, assignment.substr(0, equals)),
+                             assignment.substr(equals + 1));
+        } catch (const UsageError& error) {
+            mistake = error;
+        }
     });
+    if (mistake)
+        throw UsageError(ownName + ": " + mistake->what());
     if (!outcome.isClean())
         throw Error(ownName + ": " + outcome.reason(""));
 }

@@ -11,10 +11,11 @@
 namespace ombrel {
 
 class Host;
+class Settings;
 
 // A filter was asked for by a name that none has; the text lists those there are.
-class UnknownFilter : public Error {
-    using Error::Error;
+class UnknownFilter : public UsageError {
+    using UsageError::UsageError;
 };
 
 // The short name of a filter, by which users call it.
@@ -33,10 +34,10 @@ struct FrameResult {
 
 // Settings on their way into a filter.
 struct SettingsSource {
-    std::string path;                                    // what the filter is told
-    std::string contents;                                // the file that is read
-    std::function<void(zt::ISettings& settings)> change; // of what was read; may be empty
-    bool checksHeap = true;                              // see checkHeap(); once is enough for equal links
+    std::string path;                               // what the filter takes for its settings file
+    std::string contents;                           // the file that is read
+    std::function<void(Settings& settings)> change; // of what was read; may be empty
+    bool checksHeap = true;                         // see checkHeap(); once is enough for equal links
 };
 
 // One filter of a chain, an instance of its own. All calls into it stand under a catch. Lines that the filter
@@ -59,9 +60,9 @@ public:
     // The files that the filter read besides; see filesUsedBy().
     const std::vector<std::string>& filesRead() const { return settingsFiles; }
 
-    // "PARAM=VALUE". Throws Error when the parameter is unknown (with the list of those there are) or
-    // read-only, when the value does not read as its type, or when the filter throws or logs a line at the
-    // change.
+    // "PARAM=VALUE". Throws UsageError when the parameter is unknown (with the list of those there are) or
+    // read-only, or the value does not read as its type, and Error when the filter throws or logs a line at
+    // the change.
     void setParam(const std::string& assignment);
 
     // Hands the frame to the filter, with the room behind its pixels zeroed. In-place correction that answers

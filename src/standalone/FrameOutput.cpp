@@ -33,6 +33,12 @@ bool FrameOutput::isOutputPath(const std::string& path) {
     return hasEnding(path, hdf5Endings) || hasEnding(path, tiffEndings);
 }
 
+std::vector<std::string> FrameOutput::filesBeside(const std::string& path) {
+    if (!hasEnding(path, tiffEndings))
+        return {};
+    return {TiffRecord::pathFor(path)};
+}
+
 std::unique_ptr<FrameOutput> FrameOutput::create(const OutputPlan& plan) {
     if (hasEnding(plan.path, hdf5Endings))
         return std::make_unique<Hdf5Output>(plan);

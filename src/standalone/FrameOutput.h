@@ -38,6 +38,8 @@ class FrameOutput {
 public:
     // True for a path whose ending names a format.
     static bool isOutputPath(const std::string& path);
+    // What an output of that path keeps in files beside it.
+    static std::vector<std::string> filesBeside(const std::string& path);
 
     // Makes the file with its room on the disk; one that stands at the path is replaced in one step. Throws
     // Error: an unknown ending, no room, a place that can't be written, a file that is being written.

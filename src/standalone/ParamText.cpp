@@ -11,7 +11,7 @@ namespace ombrel {
 namespace {
 
 [[noreturn]] void refuse(const zt::IParam& param, const std::string& text, const std::string& why) {
-    throw Error("parameter \"" + std::string(param.name()) + "\": \"" + text + "\" " + why);
+    throw UsageError("parameter \"" + std::string(param.name()) + "\": \"" + text + "\" " + why);
 }
 
 // Calls the setter for the text read as T.
@@ -19,7 +19,7 @@ template <typename T>
 void set(zt::IParam& param, void (zt::IParam::*setter)(T), const std::string& text, const char* what) {
     const std::optional<T> value = readNumber<T>(text);
     if (!value)
-        refuse(param, text, std::string("is no ") + what);
+        refuse(param, text, std::string("is not ") + what);
     (param.*setter)(*value);
 }
 
@@ -29,7 +29,7 @@ void setAlias(zt::IParam& param, const std::string& text) {
         std::string list;
         for (const std::string& alias : aliases)
             list += (list.empty() ? "" : ", ") + alias;
-        refuse(param, text, "is none of: " + list);
+        refuse(param, text, "is not one of: " + list);
     }
     param.setAliasValue(text.c_str());
 }
@@ -46,30 +46,30 @@ void setBool(zt::IParam& param, const std::string& text) {
 void setParamFromText(zt::IParam& param, const std::string& text) {
     using zt::IParam;
     if (param.flags() & zt::PARAM_READ_ONLY)
-        throw Error("parameter \"" + std::string(param.name()) + "\" is read-only");
+        throw UsageError("parameter \"" + std::string(param.name()) + "\" is read-only");
     if (param.flags() & zt::PARAM_HAS_ALIASES)
         return setAlias(param, text);
     switch (param.type()) {
     case zt::DT_I8:
-        return set(param, &IParam::setI8, text, "integer from -128 to 127");
+        return set(param, &IParam::setI8, text, "an integer from -128 to 127");
     case zt::DT_U8:
-        return set(param, &IParam::setU8, text, "integer from 0 to 255");
+        return set(param, &IParam::setU8, text, "an integer from 0 to 255");
     case zt::DT_I16:
-        return set(param, &IParam::setI16, text, "integer from -32768 to 32767");
+        return set(param, &IParam::setI16, text, "an integer from -32768 to 32767");
     case zt::DT_U16:
-        return set(param, &IParam::setU16, text, "integer from 0 to 65535");
+        return set(param, &IParam::setU16, text, "an integer from 0 to 65535");
     case zt::DT_I32:
-        return set(param, &IParam::setInt, text, "32-bit integer");
+        return set(param, &IParam::setInt, text, "a 32-bit integer");
     case zt::DT_U32:
-        return set(param, &IParam::setUInt, text, "unsigned 32-bit integer");
+        return set(param, &IParam::setUInt, text, "an unsigned 32-bit integer");
     case zt::DT_I64:
-        return set(param, &IParam::setI64, text, "64-bit integer");
+        return set(param, &IParam::setI64, text, "a 64-bit integer");
     case zt::DT_U64:
-        return set(param, &IParam::setU64, text, "unsigned 64-bit integer");
+        return set(param, &IParam::setU64, text, "an unsigned 64-bit integer");
     case zt::DT_FLOAT:
-        return set(param, &IParam::setFloat, text, "number");
+        return set(param, &IParam::setFloat, text, "a number");
     case zt::DT_DOUBLE:
-        return set(param, &IParam::setDouble, text, "number");
+        return set(param, &IParam::setDouble, text, "a number");
     case zt::DT_BOOL:
         return setBool(param, text);
     default:

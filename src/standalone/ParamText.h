@@ -7,8 +7,8 @@
 namespace ombrel {
 
 // Sets a parameter from the text that a user gave: a number in the range of its type, "true" or "false", one
-// of its aliases, any text for a string. Throws Error, with the parameter unchanged, when it is read-only or
-// the text does not read as its type.
+// of its aliases, any text for a string. Throws UsageError, with the parameter unchanged, when it is
+// read-only or the text does not read as its type.
 void setParamFromText(zt::IParam& param, const std::string& text);
 
 } // namespace ombrel

@@ -10,10 +10,10 @@ namespace ombrel {
 
 void checkRegion(const Region& region, const FrameFileInfo& info) {
     if (region.width == 0 || region.height == 0)
-        throw Error(info.path + ": the region holds no pixel");
+        throw UsageError(info.path + ": the region holds no pixel");
     if (zt::u64{region.x} + region.width > info.width || zt::u64{region.y} + region.height > info.height)
-        throw Error(info.path + ": the region reaches beyond the frames of " +
-                    sizeText(info.width, info.height));
+        throw UsageError(info.path + ": the region reaches beyond the frames of " +
+                         sizeText(info.width, info.height));
 }
 
 std::vector<double> pixelsOf(Frame& frame, const Region& region) {

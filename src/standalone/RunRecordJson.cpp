@@ -5,9 +5,29 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <cmath>
+#include <limits>
+
 namespace ombrel {
 
 namespace {
+
+constexpr qint64 mostFrames = qint64{1} << 53; // up to here a JSON number is exact
+
+// A record may have been edited or damaged: what it says is taken only where a run can have said it.
+[[noreturn]] void refuse(const QString& what) {
+    throw Error("the record of the run is damaged: " + what.toStdString());
+}
+
+qint64 integerFrom(const QJsonObject& json, const QString& key, qint64 low, qint64 high) {
+    const qint64 none = low - 1;
+    const QJsonValue value = json.value(key);
+    const qint64 number = value.toInteger(none);
+    if (!value.isDouble() || number < low || number > high)
+        refuse("\"" + key + "\" is not a whole number from " + QString::number(low) + " to " +
+               QString::number(high));
+    return number;
+}
 
 QJsonObject toJson(const FileRecord& file) {
     QJsonObject json{{"path", QString::fromStdString(file.path)},
@@ -94,6 +114,24 @@ std::vector<PartRecord> partsFromJson(const QJsonValue& json) {
     return parts;
 }
 
+void check(const RunRecord& record) {
+    if (record.chain.empty() || record.inputs.empty())
+        refuse("it has no chain or no inputs");
+    for (const LinkRecord& link : record.chain)
+        if (link.filter.empty() || link.filter.find('=') != std::string::npos)
+            refuse("a filter has no name");
+    if (record.datasets.size() != record.inputs.size())
+        refuse(QString("it has %1 datasets for %2 inputs")
+                   .arg(record.datasets.size())
+                   .arg(record.inputs.size()));
+    if (record.begin >= record.end)
+        refuse(QString("its frames are %1:%2").arg(record.begin).arg(record.end));
+    if (record.outputType != "f32" && record.outputType != "f64")
+        refuse("\"output_type\" is neither f32 nor f64");
+    if (record.acqTime && !(*record.acqTime > 0 && std::isfinite(*record.acqTime)))
+        refuse("\"acq_time\" is not above 0");
+}
+
 } // namespace
 
 std::string RunRecord::toJson() const {
@@ -122,7 +160,7 @@ RunRecord RunRecord::fromJson(const std::string& text) {
     QJsonParseError error;
     const QJsonDocument document = QJsonDocument::fromJson(QByteArray::fromStdString(text), &error);
     if (!document.isObject())
-        throw Error("the record of the run is damaged: " + error.errorString().toStdString());
+        refuse(error.errorString());
     const QJsonObject json = document.object();
     RunRecord record;
     record.version = json["ombrel"].toString().toStdString();
@@ -132,16 +170,18 @@ RunRecord RunRecord::fromJson(const std::string& text) {
     record.paramFiles = filesFromJson(json["param_files"]);
     record.inputs = filesFromJson(json["inputs"]);
     record.datasets = textsFromJson(json["datasets"]);
-    record.begin = static_cast<zt::u64>(json["begin"].toInteger());
-    record.end = static_cast<zt::u64>(json["end"].toInteger());
+    record.begin = static_cast<zt::u64>(integerFrom(json, "begin", 0, mostFrames));
+    record.end = static_cast<zt::u64>(integerFrom(json, "end", 0, mostFrames));
     record.outputType = json["output_type"].toString().toStdString();
     record.replace = json["replace"].toBool();
-    record.deviceType = json["device_type"].toInt(1);
+    record.deviceType = static_cast<int>(
+        integerFrom(json, "device_type", std::numeric_limits<int>::min(), std::numeric_limits<int>::max()));
     if (json["device_mask"].isObject())
         record.deviceMask = fileFromJson(json["device_mask"]);
-    if (json["acq_time"].isDouble())
+    if (json.contains("acq_time"))
         record.acqTime = json["acq_time"].toDouble();
     record.parts = partsFromJson(json["parts"]);
+    check(record);
     return record;
 }
 

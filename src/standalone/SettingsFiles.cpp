@@ -16,7 +16,7 @@ constexpr std::string_view heapHashKey = "HeapHash";
 
 bool namesInput(std::string_view key, const std::string& value) {
     std::error_code failure;
-    return !key.starts_with("Log") && !value.empty() && std::filesystem::is_regular_file(value, failure);
+    return !namesLogFile(key) && !value.empty() && std::filesystem::is_regular_file(value, failure);
 }
 
 } // namespace
@@ -82,13 +82,26 @@ std::string settingsReportText(const std::string& path) {
     return text;
 }
 
-std::string fileUsedBy(const std::string& assignment) {
-    const std::size_t colon = assignment.find(':');
-    const std::size_t equals = assignment.find('=');
+ParamAssignment::ParamAssignment(const std::string& text) {
+    const std::size_t colon = text.find(':');
+    const std::size_t equals = text.find('=');
     if (colon == std::string::npos || equals == std::string::npos || colon > equals)
-        return {};
-    const std::string value = assignment.substr(equals + 1);
-    return namesInput(assignment.substr(colon + 1, equals - colon - 1), value) ? value : std::string();
+        return;
+    filter = text.substr(0, colon);
+    param = text.substr(colon + 1, equals - colon - 1);
+    value = text.substr(equals + 1);
+}
+
+std::string ParamAssignment::fileUsed() const {
+    return namesInput(param, value) ? value : std::string();
+}
+
+bool namesLogFile(std::string_view key) {
+    return key.starts_with("Log");
+}
+
+bool isDumpName(const std::string& name) {
+    return (name.starts_with("cs_v") || name.starts_with("ff_v")) && name.ends_with(".txt");
 }
 
 } // namespace ombrel

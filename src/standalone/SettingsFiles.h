@@ -3,6 +3,7 @@
 #include "standalone/SettingsTree.h"
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace ombrel {
@@ -26,7 +27,22 @@ bool looksLikeSettings(const std::string& path);
 // What a settings file holds, as `ombrel info` shows it. Throws Error, also where checkHeap() does.
 std::string settingsReportText(const std::string& path);
 
-// The file that a "FILTER:PARAM=VALUE" names, by the same rule; empty when it names none.
-std::string fileUsedBy(const std::string& assignment);
+// A "FILTER:PARAM=VALUE" taken apart. A text of another form has no parts.
+struct ParamAssignment {
+    std::string filter;
+    std::string param;
+    std::string value;
+
+    explicit ParamAssignment(const std::string& text);
+    // The file that it names to be read, by the same rule; empty when it names none.
+    std::string fileUsed() const;
+};
+
+// What a settings item or a parameter makes its filter write.
+bool namesLogFile(std::string_view key);
+// With this key on, the filter writes images into the working directory...
+inline constexpr std::string_view dumpKey = "DumpCompensationImages";
+// ...whose names are of this form.
+bool isDumpName(const std::string& name);
 
 } // namespace ombrel

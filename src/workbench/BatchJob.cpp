@@ -1,6 +1,7 @@
 #include "workbench/BatchJob.h"
 
 #include "standalone/SizeText.h"
+#include "standalone/cli/RunPaths.h"
 #include "standalone/cli/RunSetup.h"
 
 #include <QElapsedTimer>
@@ -20,10 +21,12 @@ struct Outcome {
     zt::u64 failed = 0;
     bool isStopped = false;
     bool hasOutput = true;
+    std::string loss; // of grid choices
 };
 
 Outcome correctAll(const cli::RunOptions& options, cli::Console& console, BatchListener listener,
                    const std::function<void(quint64, quint64)>& advanced) {
+    cli::pathsOf(options).check(console);
     cli::RunSetup setup(options, console);
     Outcome outcome;
     outcome.of = setup.range.count();
@@ -39,6 +42,8 @@ Outcome correctAll(const cli::RunOptions& options, cli::Console& console, BatchL
     outcome.failed += result.failed;
     outcome.isStopped = result.stopped;
     outcome.hasOutput = result.hasOutput;
+    if (setup.workers.choices)
+        outcome.loss = setup.workers.choices->loss();
     return outcome;
 }
 
@@ -52,6 +57,8 @@ QString summaryOf(const Outcome& outcome, const std::string& output) {
         text += QString(", %1 of them failed").arg(outcome.failed);
     if (outcome.isStopped)
         text += "; cancelled, the same run can go on with it";
+    if (!outcome.loss.empty())
+        text += "; " + QString::fromStdString(outcome.loss);
     return text + ": " + QString::fromStdString(output);
 }
 
@@ -89,7 +96,7 @@ void BatchJob::run(const cli::RunOptions& options) {
     QString summary;
     try {
         const Outcome outcome = correctAll(options, console, listener, tell);
-        isGood = outcome.hasOutput && outcome.failed == 0 && !outcome.isStopped;
+        isGood = outcome.hasOutput && outcome.failed == 0 && !outcome.isStopped && outcome.loss.empty();
         summary = summaryOf(outcome, options.output);
     } catch (const std::exception& error) {
         summary = error.what();

@@ -6,7 +6,7 @@
 namespace ombrel::workbench {
 
 // Opens the settings window of a filter on a settings file and waits until it is closed. Needs an
-// application. Throws cli::UsageError, UnknownFilter or Error.
+// application. Throws UsageError or Error.
 void configure(const cli::ConfigureOptions& options, cli::Console& console);
 
 } // namespace ombrel::workbench

@@ -19,9 +19,9 @@ DemoData prepareDemoData(const std::string& folder, const std::string& plugin, c
     plan.directory = folder;
     plan.gridSteps = 0;
     plan.wedgeSteps = 0;
-    plan.force = true; // of one that was cut off
     int done = 0;
     const int of = static_cast<int>(simulation::imagesOf(plan));
+    // It replaces the files of one that was cut off.
     simulation::writeSet(plan, [&] { advanced(++done, of); });
 
     cli::FlatFieldOptions flats;

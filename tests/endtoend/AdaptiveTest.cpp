@@ -4,6 +4,7 @@
 #include "fixtures/FrameFiles.h"
 #include "fixtures/Program.h"
 #include "fixtures/TemporaryFolder.h"
+#include "standalone/FrameOutput.h"
 #include "standalone/ResidualReport.h"
 #include "standalone/Settings.h"
 
@@ -162,6 +163,35 @@ TEST_F(AdaptiveSet, WritesEverySettingAndChoosesWhatWorks) {
     EXPECT_EQ(warned.exitCode, 0);
     EXPECT_THAT(warned.messages, HasSubstr("other settings leave less"));
     EXPECT_EQ(fileText(*folder / "b.xml"), worse);
+}
+
+TEST_F(AdaptiveSet, WritesLogsInARunButNotInAReplay) {
+    const std::string settings = *folder / "logged.xml";
+    const std::string log = *folder / "log.txt";
+    const std::string values = *folder / "values.txt";
+    const std::string output = *folder / "logged.h5";
+    const std::string frames = *folder / "frames.h5";
+    ombrel::Settings store(settings, [](const std::string&) {});
+    store.loadFile(*folder / "a.xml");
+    store.setString("Settings", "LogFile", log.c_str());
+    store.setString("Settings", "LogQualityValuesFile", values.c_str());
+    store.saveFile();
+    std::filesystem::copy_file(*folder / "a.bin", *folder / "logged.bin");
+    // Grid choices need no folder for temporary files.
+    const auto run = runOmbrel({"run", "-q", "-f", "AdaptiveFF=" + settings, "-p", "AdaptiveFF:Search=0",
+                                "-p", "AdaptiveFF:LogFile=" + log, frames, "-o", output},
+                               {"TMPDIR=" + *folder / "none"});
+    ASSERT_EQ(run.exitCode, 0) << run.messages;
+    EXPECT_THAT(fileText(values), HasSubstr("[ "));
+    EXPECT_TRUE(ombrel::FrameOutput::stateOf(output)->rows[0].choice);
+    ASSERT_TRUE(std::filesystem::remove(log));
+    ASSERT_TRUE(std::filesystem::remove(values));
+    const std::size_t files = folder->fileCount();
+    const auto replayed = runOmbrel({"replay", "-q", output, "-o", *folder / "again.h5"});
+    EXPECT_EQ(replayed.exitCode, 0) << replayed.messages;
+    EXPECT_EQ(folder->fileCount(), files + 1);
+    expectRefusal(runOmbrel({"replay", output, "-o", *folder / "none.h5"}, {"TMPDIR=" + *folder / "none"}), 1,
+                  "set TMPDIR to another one");
 }
 
 TEST_F(Adaptive, WritesTheHeapAsTheFilterReadsIt) {

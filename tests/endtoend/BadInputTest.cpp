@@ -119,7 +119,7 @@ TEST_F(BadInput, AnOutputThatExistsIsKept) {
     EXPECT_THAT(refused.messages, AllOf(HasSubstr(output), HasSubstr("--force")));
     EXPECT_EQ(fs::file_size(output), 8u);
     EXPECT_EQ(runOn({"-f", "Binning 2x2", good, "-o", output, "--force"}).exitCode, 0);
-    EXPECT_EQ(runOn({"-f", "Binning 2x2", good, "-o", good, "--force"}).exitCode, 1);
+    EXPECT_EQ(runOn({"-f", "Binning 2x2", good, "-o", good, "--force"}).exitCode, 2);
     EXPECT_EQ(readAllFrames(good), std::vector<double>(6 * 4 * 3, 5));
 }
 
@@ -147,11 +147,14 @@ TEST_F(BadInput, NoRoomForTheOutput) {
 }
 
 TEST_F(BadInput, ParametersThatCannotBeSet) {
-    expectRefusal(runOn({"-f", "Binning 2x2", "-p", "Binning 2x2:Version=2", good, "-o", output}), 1,
-                  {"Version", "read-only"});
-    expectRefusal(runOn({"-f", "Binning 2x2", "-p", "Binning 2x2:Depth=2", good, "-o", output}), 1,
-                  {"Depth", "Version"});
-    EXPECT_NE(runOn({"-f", "Binning 2x2", "-p", "Flat:Version=2", good, "-o", output}).exitCode, 0);
+    const auto set = [&](const std::string& assignment) {
+        return runOn({"-f", "Binning 2x2", "-p", assignment, good, "-o", output});
+    };
+    expectRefusal(set("Binning 2x2:Version=2"), 2, {"Version", "read-only"});
+    expectRefusal(set("Binning 2x2:Depth=2"), 2, {"Depth", "Version"});
+    expectRefusal(set("Binning 2x2:Version"), 2, {"not of the form PARAM=VALUE"});
+    for (const char* text : {"Flat:Version=2", "Version=2", "", "Binning 2x2"})
+        expectRefusal(set(text), 2, {});
 }
 
 TEST_F(BadInput, PluginsThatAreNone) {

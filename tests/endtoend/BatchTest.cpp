@@ -308,5 +308,5 @@ TEST(Batch, DryRunChangesNothing) {
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_THAT(result.messages, HasSubstr("would correct 3 frames of 8 x 8"));
     EXPECT_EQ(folder.fileCount(), 1u);
-    expectRefusal(dry(folder / "none/out.h5"), 1, "No such file or directory");
+    expectRefusal(dry(folder / "none/out.h5"), 1, "there is no folder");
 }

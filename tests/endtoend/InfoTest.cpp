@@ -106,9 +106,9 @@ TEST_F(Info, RefusesWhatDoesNotGoTogether) {
     refuse({"--raw", raw, "--mask", wide}, 1, "6 x 1");
     refuse({"--raw", folder / "one.tif"}, 1, "has 2 frames");
     refuse({"--region", "4,0,1,1"}, 1, "no finite pixel");
-    refuse({"--region", "4,0,2,1"}, 1, "beyond the frames of 5 x 1");
+    refuse({"--region", "4,0,2,1"}, 2, "beyond the frames of 5 x 1");
     for (const char* region : {"4,0,2,1", "0,0,0,1", "1,0,4294967295,1"}) {
-        refuse({"--region", region, "--picture", picture}, 1, "region");
+        refuse({"--region", region, "--picture", picture}, 2, "region");
         EXPECT_FALSE(std::filesystem::exists(picture)) << region;
     }
 }

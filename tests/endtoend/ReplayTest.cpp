@@ -8,6 +8,7 @@
 #include <gmock/gmock.h>
 
 #include <cmath>
+#include <cstring>
 #include <filesystem>
 #include <random>
 
@@ -116,6 +117,32 @@ TEST_F(Replay, PartsThatDoNotFitAreRefused) {
         expectRefusal(runOmbrel({"merge", folder / one, folder / other, "-o", folder / "whole.h5"}), 1,
                       words);
         EXPECT_FALSE(fs::exists(folder / "whole.h5"));
+    }
+}
+
+// A record may come from anyone: what no run can have written ends with a line.
+TEST_F(Replay, RefusesRecordsThatNoRunWrites) {
+    ASSERT_EQ(run("out.tif", {"-p", "Flat-Field:Version=1"}).exitCode, 2);
+    ASSERT_EQ(run("out.tif").exitCode, 0);
+    const std::string path = folder / "out.tif.ombrel.json";
+    const std::string before = fileText(path);
+    for (const auto& [text, edited, words] :
+         {std::tuple("\"datasets\":[\"\"]", "\"datasets\":[]", "0 datasets for 1 inputs"),
+          {"\"begin\":0", "\"begin\":10", "its frames are 10:10"},
+          {"\"end\":10", "\"end\":11", "the inputs hold frames 0 to 9"},
+          {"\"end\":10", "\"end\":-1", "\"end\" is not a whole number"},
+          {"\"device_type\":1", "\"device_type\":99", "unknown filter"},
+          {"\"device_type\":1", "\"device_type\":1e99", "\"device_type\" is not a whole number"},
+          {"\"filter\":\"Flat-Field\"", "\"filter\":\"Flat-Field=x\"", "a filter has no name"},
+          {"\"params\":[]", "\"params\":[\"Flat-Field\"]", "not of the form"},
+          {"\"settings\":[", "\"nothing\":[", "holds no settings"},
+          {"\"inputs\":[{", "\"inputs\":[{\"path\":\"/dev/zero\"},{", "datasets for 2 inputs"}}) {
+        std::string record = before;
+        const std::size_t place = record.find(text);
+        ASSERT_NE(place, std::string::npos) << text;
+        writeFileText(path, record.replace(place, std::strlen(text), edited));
+        expectRefusal(replay("out.tif", "again.h5"), 1, words);
+        EXPECT_FALSE(fs::exists(folder / "again.h5")) << edited;
     }
 }
 

@@ -160,7 +160,7 @@ TEST_F(ChainTest, ParametersAreSetByText) {
     EXPECT_EQ(setting("Scripted:Size=4"), "");
     EXPECT_EQ(size->getInt(), 4);
     EXPECT_EQ(setting("Scripted:Size=-1"), "Scripted: negative size");
-    EXPECT_THAT(setting("Scripted:Size"), HasSubstr("is no PARAM=VALUE"));
+    EXPECT_THAT(setting("Scripted:Size"), HasSubstr("is not of the form PARAM=VALUE"));
     EXPECT_THAT(setting("Other:Size=4"),
                 HasSubstr("no FILTER:PARAM=VALUE for a filter of the chain (Scripted)"));
 }

@@ -105,7 +105,7 @@ TEST(Param, AliasesNameTheValues) {
 TEST(Param, TextThatDoesNotReadAsTheTypeIsRefused) {
     Param byte = paramOf(zt::i8{5});
     for (const char* text : {"", "x", "1x", "1.5", "128", "-129", "+ 1"})
-        EXPECT_THAT(refusal(byte, text), HasSubstr("is no integer from -128 to 127")) << text;
+        EXPECT_THAT(refusal(byte, text), HasSubstr("is not an integer from -128 to 127")) << text;
     EXPECT_EQ(byte.getI8(), 5);
     EXPECT_EQ(refusal(byte, " -128 "), "");
     EXPECT_EQ(byte.getI8(), -128);
@@ -116,13 +116,13 @@ TEST(Param, TextThatDoesNotReadAsTheTypeIsRefused) {
     EXPECT_TRUE(flag.getBool());
 
     Param real = paramOf(0.0);
-    EXPECT_THAT(refusal(real, "1,5"), HasSubstr("is no number"));
+    EXPECT_THAT(refusal(real, "1,5"), HasSubstr("is not a number"));
     EXPECT_EQ(refusal(real, "-inf"), "");
     EXPECT_EQ(real.getDouble(), -INFINITY);
 
     Param choice = paramOf(zt::i32{0});
     choice.setAliases({"linear", "mosaic"});
-    EXPECT_THAT(refusal(choice, "1"), HasSubstr("is none of: linear, mosaic"));
+    EXPECT_THAT(refusal(choice, "1"), HasSubstr("is not one of: linear, mosaic"));
     EXPECT_EQ(refusal(choice, "mosaic"), "");
     EXPECT_EQ(choice.getInt(), 1);
 

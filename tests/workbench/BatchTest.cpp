@@ -166,7 +166,7 @@ TEST_F(WindowBatch, ACancelledRunIsGoneOnWithAndNoOutputIsReplacedUnasked) {
     model().addLink("Binning 2x2");
     EXPECT_THAT(run(output, "Go on with it"), HasSubstr("chain")) << "of another chain";
     EXPECT_THAT(run(output, "Replace it"), HasSubstr("400 of 400 frames done"));
-    EXPECT_THAT(run(frames, "Replace it"), HasSubstr("is an input"));
+    EXPECT_THAT(run(frames, "Replace it"), HasSubstr("is both an input and the output"));
 }
 
 } // namespace

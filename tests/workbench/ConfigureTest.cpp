@@ -11,7 +11,6 @@
 #include "fixtures/WidgetActions.h"
 #include "standalone/Error.h"
 #include "standalone/FilterLink.h"
-#include "standalone/cli/UsageError.h"
 
 #include <QApplication>
 #include <QLabel>
@@ -140,7 +139,7 @@ TEST_F(Configure, LeavesASettingsFileThatCannotBeRead) {
     EXPECT_THROW(ombrel::workbench::configure(optionsFor("Nothing"), quietConsole()), ombrel::UnknownFilter);
     options.frames.clear();
     options.size = "3";
-    EXPECT_THROW(ombrel::workbench::configure(options, quietConsole()), ombrel::cli::UsageError);
+    EXPECT_THROW(ombrel::workbench::configure(options, quietConsole()), ombrel::UsageError);
 }
 
 TEST_F(Configure, TheCommandHandsItsArgumentsOver) {

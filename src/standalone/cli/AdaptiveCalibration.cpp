@@ -12,9 +12,9 @@
 #include "standalone/cli/AdaptiveTuner.h"
 #include "standalone/cli/DeviceMask.h"
 #include "standalone/cli/Interrupt.h"
-#include "standalone/cli/OutputGuard.h"
 #include "standalone/cli/Progress.h"
-#include "standalone/cli/UsageError.h"
+#include "standalone/cli/RunPaths.h"
+#include "standalone/cli/TrialFolder.h"
 
 #include <algorithm>
 #include <cmath>
@@ -53,18 +53,6 @@ CalibrationGrid gridOf(const AdaptiveOptions& options, const std::vector<GridRow
     } catch (const Error& error) {
         throw Error(options.grid + ": " + error.what());
     }
-}
-
-void checkOutputs(const AdaptiveOptions& options, const std::vector<GridRow>& rows) {
-    std::vector<std::string> inputs{options.grid};
-    std::ranges::transform(rows, std::back_inserter(inputs), &GridRow::file);
-    if (!options.compensationMask.empty())
-        inputs.push_back(options.compensationMask);
-    checkOutputPath(options.output, options.force, inputs);
-    checkSettingsOutput(options.output);
-    checkOutputPath(heapPathOf(options.output), options.force, inputs);
-    if (const std::string heap = heapPathOf(options.output); !CalibrationHeap::mayReplace(heap))
-        throw Error(heap + ": is not a calibration and is not replaced; choose another name for -o");
 }
 
 void warnAbout(const AdaptiveHeaps& heaps, const CalibrationGridFlats& flats, bool normalised,
@@ -126,6 +114,17 @@ void writeCalibration(AdaptiveHeaps& heaps, SettingsTree settings, const std::st
 
 } // namespace
 
+CommandPaths inputsOf(const AdaptiveOptions& options, const std::vector<GridRow>& rows) {
+    CommandPaths paths;
+    paths.reads(options.grid, "the table");
+    for (const GridRow& row : rows)
+        paths.reads(row.file, "a flat field", NamedBy::File);
+    if (!options.compensationMask.empty())
+        paths.reads(options.compensationMask, "the compensation mask");
+    addPlugin(paths, options.plugin);
+    return paths;
+}
+
 std::vector<float> readCompensationMask(const std::string& path, zt::u32 width, zt::u32 height) {
     if (path.empty())
         return {};
@@ -138,7 +137,14 @@ std::vector<float> readCompensationMask(const std::string& path, zt::u32 width, 
 void calibrateAdaptive(const AdaptiveOptions& options, Console& console) {
     const std::vector<GridPoint> holes = parseHoles(options.holes);
     const std::vector<GridRow> rows = readGridTable(options.grid);
-    checkOutputs(options, rows);
+    CommandPaths paths = inputsOf(options, rows);
+    const auto whenThere = options.force ? WhenThere::Replace : WhenThere::Refuse;
+    paths.writes(options.output, "the settings file", whenThere);
+    paths.writes(heapPathOf(options.output), "the calibration file", whenThere);
+    paths.check(console, options.log);
+    checkSettingsOutput(options.output);
+    if (const std::string heap = heapPathOf(options.output); !CalibrationHeap::mayReplace(heap))
+        throw Error(heap + ": is not a calibration and is not replaced; choose another name for -o");
     const OutputLock lock(options.output, options.force);
     const CalibrationGrid grid = gridOf(options, rows, holes);
     const CalibrationGridFlats flats(options.grid, rows);
@@ -149,16 +155,18 @@ void calibrateAdaptive(const AdaptiveOptions& options, Console& console) {
 
     const Interrupt interrupt;
     const TrialFolder folder(std::filesystem::path(options.output).parent_path());
-    const AdaptiveHeapPaths paths{heapPathOf(options.output), folder / "trial.bin", folder / "coarse.bin"};
+    const AdaptiveHeapPaths heapPaths{heapPathOf(options.output), folder / "trial.bin",
+                                      folder / "coarse.bin"};
     const HeapSettings heapSettings{.elementSize =
                                         options.element.value_or(static_cast<zt::i32>(flats.width())),
                                     .width = flats.width(),
                                     .height = flats.height(),
                                     .compensationMask = mask};
     Progress reading(console, rows.size(), options.quiet);
-    AdaptiveHeaps heaps({grid, flats, heapSettings, options.normalise}, paths, [&] { reading.advance(); });
+    AdaptiveHeaps heaps({grid, flats, heapSettings, options.normalise}, heapPaths,
+                        [&] { reading.advance(); });
     warnAbout(heaps, flats, options.normalise, console);
-    settings = tune({heaps, paths, settings, fixed, std::min(flats.width(), flats.height())}, session,
+    settings = tune({heaps, heapPaths, settings, fixed, std::min(flats.width(), flats.height())}, session,
                     options, console);
     writeCalibration(heaps, settings, options.output);
     console.message(countText(rows.size(), "flat field") + ": " + options.output + " and " +

@@ -1,7 +1,9 @@
 #pragma once
 
 #include "host/Types.h"
+#include "standalone/CalibrationGridTable.h"
 #include "standalone/cli/CalibrateCommand.h"
+#include "standalone/cli/CommandPaths.h"
 
 #include <optional>
 #include <string>
@@ -28,6 +30,9 @@ void calibrateAdaptive(const AdaptiveOptions& options, Console& console);
 // Tries NAME.xml with NAME.bin, as they are, beside the settings that a calibration would try. Writes
 // nothing. Throws UsageError or Error.
 void checkAdaptive(const AdaptiveOptions& options, Console& console);
+
+// All that both read. `rows` are those of the table.
+CommandPaths inputsOf(const AdaptiveOptions& options, const std::vector<GridRow>& rows);
 
 // The pixels of the mask, none when no file is named. Throws Error when it has another size.
 std::vector<float> readCompensationMask(const std::string& path, zt::u32 width, zt::u32 height);

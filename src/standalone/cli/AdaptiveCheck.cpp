@@ -8,6 +8,7 @@
 #include "standalone/cli/AdaptiveTuner.h"
 #include "standalone/cli/Interrupt.h"
 #include "standalone/cli/Progress.h"
+#include "standalone/cli/TrialFolder.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -50,14 +51,19 @@ std::string linkToHeap(const TrialFolder& folder, const std::string& settingsPat
 } // namespace
 
 void checkAdaptive(const AdaptiveOptions& options, Console& console) {
-    const CalibrationGridFlats flats(options.grid, readGridTable(options.grid));
+    const std::vector<GridRow> rows = readGridTable(options.grid);
+    CommandPaths paths = inputsOf(options, rows);
+    paths.reads(options.check, "the settings file");
+    paths.reads(heapPathOf(options.check), "the calibration file");
+    paths.check(console, options.log);
+    const CalibrationGridFlats flats(options.grid, rows);
     const auto mask = readCompensationMask(options.compensationMask, flats.width(), flats.height());
     Session session(console, options.plugin, {1, flats.width(), flats.height()});
     SettingsTree settings = settingsOf(session, options.check);
     const std::set<std::string> fixed = assignSettings(settings, options.assignments);
 
     const Interrupt interrupt;
-    const TrialFolder folder(std::filesystem::temp_directory_path());
+    const TrialFolder folder = TrialFolder::inTemporary();
     const std::vector<AdaptiveTestFrame> tests = readTests(flats, mask);
     const TrialSet set{linkToHeap(folder, options.check), tests};
     const AdaptiveChoices choices(settings, fixed, std::min(flats.width(), flats.height()));

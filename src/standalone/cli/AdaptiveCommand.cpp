@@ -1,7 +1,7 @@
+#include "standalone/Error.h"
 #include "standalone/cli/AdaptiveCalibration.h"
 #include "standalone/cli/CalibrateCommand.h"
 #include "standalone/cli/NumberCheck.h"
-#include "standalone/cli/UsageError.h"
 
 #include <CLI/CLI.hpp>
 
@@ -23,8 +23,6 @@ void calibrate(const AdaptiveOptions& options, Console& console) {
     const std::string& name = options.check.empty() ? options.output : options.check;
     if (!isSettingsName(name))
         throw UsageError(name + ": the name must end in \".xml\"; the flat fields are in NAME.bin beside it");
-    if (!options.log.empty())
-        console.openLog(options.log);
     if (options.check.empty())
         calibrateAdaptive(options, console);
     else

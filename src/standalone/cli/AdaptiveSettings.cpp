@@ -1,7 +1,7 @@
 #include "standalone/cli/AdaptiveSettings.h"
 
+#include "standalone/Error.h"
 #include "standalone/NumberText.h"
-#include "standalone/cli/UsageError.h"
 
 #include <memory>
 #include <optional>

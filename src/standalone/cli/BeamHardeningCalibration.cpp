@@ -7,8 +7,8 @@
 #include "standalone/NumberText.h"
 #include "standalone/SettingsWriter.h"
 #include "standalone/SizeText.h"
-#include "standalone/cli/OutputGuard.h"
 #include "standalone/cli/PrivateInterface.h"
+#include "standalone/cli/RunPaths.h"
 #include "standalone/cli/Session.h"
 #include "standalone/cli/ThicknessMasks.h"
 
@@ -64,10 +64,13 @@ void addMasks(Session& session, IBHFilter& filter, const std::vector<ThicknessMa
 void calibrateBeamHardening(const BeamHardeningOptions& options, Console& console) {
     const std::vector<ThicknessMask> masks = parseThicknessMasks(options.masks);
     const std::vector<std::string> files = filesOf(masks);
-    checkOutputPath(options.output, options.force, files);
+    CommandPaths paths;
+    for (const std::string& file : files)
+        addInput(paths, file);
+    addPlugin(paths, options.plugin);
+    paths.writes(options.output, "the settings file", options.force ? WhenThere::Replace : WhenThere::Refuse);
+    paths.check(console, options.log);
     checkSettingsOutput(options.output);
-    if (!options.log.empty())
-        console.openLog(options.log);
 
     const OutputLock lock(options.output, options.force);
     FrameStack all(files, FrameRole::Flat);

@@ -10,10 +10,9 @@
 #include "standalone/SettingsWriter.h"
 #include "standalone/SizeText.h"
 #include "standalone/cli/FrameSize.h"
-#include "standalone/cli/OutputGuard.h"
 #include "standalone/cli/PrivateInterface.h"
+#include "standalone/cli/RunPaths.h"
 #include "standalone/cli/Session.h"
-#include "standalone/cli/UsageError.h"
 
 #include <algorithm>
 #include <memory>
@@ -34,13 +33,20 @@ void checkOptions(const FlatFieldOptions& options) {
         throw UsageError("--sub-frame goes with --acquisition");
     if (!options.size.empty())
         parseFrameSize("--size", options.size);
-    std::vector<std::string> outputs{options.output};
-    for (const std::string& other : {options.ffcFile, options.asciiFile})
-        if (!other.empty())
-            outputs.push_back(other);
-    for (const std::string& output : outputs)
-        checkOutputPath(output, options.force, options.inputs);
-    checkSettingsOutput(options.output);
+}
+
+CommandPaths pathsOf(const FlatFieldOptions& options) {
+    CommandPaths paths;
+    for (const std::string& input : options.inputs)
+        addInput(paths, input);
+    addPlugin(paths, options.plugin);
+    const auto whenThere = options.force ? WhenThere::Replace : WhenThere::Refuse;
+    paths.writes(options.output, "the settings file", whenThere);
+    if (!options.ffcFile.empty())
+        paths.writes(options.ffcFile, "the file of coefficients", whenThere);
+    if (!options.asciiFile.empty())
+        paths.writes(options.asciiFile, "the table of coefficients", whenThere);
+    return paths;
 }
 
 enum class FlatSource {
@@ -168,9 +174,8 @@ void writeOutputs(Session& session, FilterLink& link, const FlatFieldOptions& op
 
 void calibrateFlatField(const FlatFieldOptions& options, Console& console) {
     checkOptions(options);
-    if (!options.log.empty())
-        console.openLog(options.log);
-
+    pathsOf(options).check(console, options.log);
+    checkSettingsOutput(options.output);
     const OutputLock lock(options.output, options.force);
     std::unique_ptr<FrameStack> stack;
     FrameSize size;

@@ -1,7 +1,6 @@
 #include "standalone/cli/FrameRange.h"
 
 #include "standalone/Error.h"
-#include "standalone/cli/UsageError.h"
 
 #include <charconv>
 #include <optional>

@@ -1,6 +1,6 @@
 #include "standalone/cli/FrameSize.h"
 
-#include "standalone/cli/UsageError.h"
+#include "standalone/Error.h"
 
 #include <charconv>
 #include <optional>

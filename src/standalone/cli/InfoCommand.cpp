@@ -12,10 +12,12 @@
 #include "standalone/cli/Interrupt.h"
 #include "standalone/cli/NumberCheck.h"
 #include "standalone/cli/Progress.h"
-#include "standalone/cli/UsageError.h"
+#include "standalone/cli/RunPaths.h"
 
 #include <CLI/CLI.hpp>
+#include <QString>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <memory>
@@ -35,6 +37,7 @@ struct InfoOptions {
     bool eachFrame = false;
     bool range = false;
     std::string picture;
+    bool force = false;
 };
 
 Region regionOf(const std::vector<zt::u32>& sides) {
@@ -98,9 +101,12 @@ int showFiles(const InfoOptions& options, Console& console) {
                 console.result(settingsReportText(path));
             else
                 showFile(path, options, console);
+        } catch (const UsageError& error) {
+            console.message(error.what());
+            exitCode = EXIT_USAGE;
         } catch (const Error& error) {
             console.message(error.what());
-            exitCode = EXIT_FAILED;
+            exitCode = std::max<int>(exitCode, EXIT_FAILED);
         }
         if (Interrupt::requested())
             break;
@@ -108,12 +114,26 @@ int showFiles(const InfoOptions& options, Console& console) {
     return exitCode;
 }
 
+void checkPaths(const InfoOptions& options, Console& console) {
+    if (options.picture.empty())
+        return;
+    if (!QString::fromStdString(options.picture).endsWith(".png", Qt::CaseInsensitive))
+        throw UsageError("--picture " + options.picture +
+                         ": the picture is a PNG; choose a name that ends in .png");
+    CommandPaths paths;
+    for (const std::string& file : options.files)
+        addInput(paths, file);
+    for (const std::string& file : {options.raw, options.mask})
+        if (!file.empty())
+            addInput(paths, file);
+    paths.writes(options.picture, "the picture", options.force ? WhenThere::Replace : WhenThere::Refuse);
+    paths.check(console);
+}
+
 int showInfo(const InfoOptions& options, Console& console) {
     if (options.raw.empty() && (!options.mask.empty() || options.eachFrame))
         throw UsageError("--mask and --each-frame go with --raw");
-    if (!options.picture.empty() && !options.picture.ends_with(".png"))
-        throw UsageError("--picture " + options.picture +
-                         ": the picture is a PNG; choose a name that ends in .png");
+    checkPaths(options, console);
     if (!options.picture.empty())
         writeFramePicture(options.picture, options.files,
                           options.region.empty() ? std::nullopt : std::optional(regionOf(options.region)));
@@ -157,6 +177,7 @@ void addInfoCommand(const CommandContext& context) {
             "--picture", options->picture,
             "Write a picture of the first frame of each file, side by side; of the region if one is given")
         ->type_name("FILE.png");
+    command->add_flag("--force", options->force, "Replace a picture that exists");
     command->callback([=, &console = context.console, &exitCode = context.exitCode] {
         exitCode = showInfo(*options, console);
     });

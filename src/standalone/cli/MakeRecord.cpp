@@ -37,7 +37,7 @@ RunRecord makeRecord(const RunOptions& options, const FrameRange& range, const s
         record.chain.push_back(recordOf(options, i, chain.links()[i]));
     record.params = options.params;
     for (const std::string& assignment : options.params)
-        if (const std::string file = fileUsedBy(assignment); !file.empty())
+        if (const std::string file = ParamAssignment(assignment).fileUsed(); !file.empty())
             record.paramFiles.push_back(FileRecord::of(file, true));
     for (const std::string& input : options.inputs) {
         const auto [file, dataset] = splitDatasetPath(input);

@@ -1,9 +1,9 @@
+#include "standalone/Error.h"
 #include "standalone/FileLock.h"
 #include "standalone/MergedParts.h"
 #include "standalone/SizeText.h"
 #include "standalone/cli/Commands.h"
-#include "standalone/cli/OutputGuard.h"
-#include "standalone/cli/UsageError.h"
+#include "standalone/cli/RunPaths.h"
 
 #include <CLI/CLI.hpp>
 
@@ -23,7 +23,11 @@ void merge(const MergeOptions& options, Console& console) {
     if (!options.output.ends_with(".h5") && !options.output.ends_with(".hdf5") &&
         !options.output.ends_with(".nxs"))
         throw UsageError("-o " + options.output + ": the name must end in .h5, .hdf5 or .nxs");
-    checkOutputPath(options.output, options.force, options.parts);
+    CommandPaths paths;
+    for (const std::string& part : options.parts)
+        addInput(paths, part);
+    addOutput(paths, options.output, options.force ? WhenThere::Replace : WhenThere::Refuse);
+    paths.check(console);
     const OutputLock lock(options.output, options.force);
     mergeParts(options.parts, options.output);
     console.message(countText(options.parts.size(), "part") + " as one: " + options.output);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/Types.h"
+#include "standalone/cli/FrameRange.h"
 
 #include <filesystem>
 #include <span>
@@ -11,6 +12,10 @@ namespace ombrel::cli {
 // A folder of pictures, one a frame: raw beside corrected, each with robust limits of its own.
 class PreviewFolder {
 public:
+    static bool isPreviewName(const std::string& name);
+    // Throws Error when there is a picture of one of these frames already.
+    static void checkFree(const std::string& folder, const FrameRange& range);
+
     // Makes the folder when it is not there. Throws Error.
     explicit PreviewFolder(const std::string& folderPath);
 

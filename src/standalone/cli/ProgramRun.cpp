@@ -1,8 +1,7 @@
 #include "standalone/cli/ProgramRun.h"
 
-#include "standalone/FilterLink.h"
+#include "standalone/Error.h"
 #include "standalone/cli/CommandLine.h"
-#include "standalone/cli/UsageError.h"
 
 #include <CLI/CLI.hpp>
 
@@ -103,9 +102,6 @@ int exitCodeOfFailure(Console& console) {
     try {
         throw;
     } catch (const UsageError& error) {
-        console.message(error.what());
-        return EXIT_USAGE;
-    } catch (const UnknownFilter& error) {
         console.message(error.what());
         return EXIT_USAGE;
     } catch (const std::bad_alloc&) {

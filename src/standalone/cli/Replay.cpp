@@ -10,6 +10,7 @@
 #include "standalone/SizeText.h"
 #include "standalone/cli/CommandLine.h"
 #include "standalone/cli/RunFrames.h"
+#include "standalone/cli/RunPaths.h"
 #include "standalone/cli/TrialFolder.h"
 
 #include <algorithm>
@@ -20,6 +21,16 @@
 namespace ombrel::cli {
 
 namespace {
+
+namespace fs = std::filesystem;
+
+RunRecord recordOf(const std::string& path, const OutputState& state) {
+    try {
+        return RunRecord::fromJson(state.plan.record);
+    } catch (const Error& error) {
+        throw Error(path + ": " + error.what());
+    }
+}
 
 // What the run read and the settings do not hold must be as it was.
 void checkUnchanged(const RunRecord& record) {
@@ -53,6 +64,8 @@ RunOptions optionsOf(const RunRecord& record, const ReplayOptions& replayOptions
         std::string contents;
         if (link.settings) {
             const std::string bytes = FrameOutput::settingsIn(replayOptions.recorded, stored);
+            if (bytes.empty())
+                throw Error(replayOptions.recorded + ": holds no settings of " + link.filter);
             contents = folder / (std::to_string(stored++) + ".xml");
             replaceFile(contents, bytes);
         }
@@ -63,6 +76,7 @@ RunOptions optionsOf(const RunRecord& record, const ReplayOptions& replayOptions
         options.inputs.push_back(record.inputs[i].path +
                                  (record.datasets[i].empty() ? "" : "::" + record.datasets[i]));
     options.params = record.params;
+    options.discardLogs = true;
     options.output = replayOptions.output;
     options.outputType = record.outputType;
     options.frames = std::to_string(record.begin) + ":" + std::to_string(record.end);
@@ -118,19 +132,57 @@ int compare(const OutputState& before, const ReplayOptions& options, Console& co
     return EXIT_ALL_DONE;
 }
 
+void addFiles(CommandPaths& paths, const RunRecord& record, const fs::path& recordedFolder) {
+    for (const FileRecord& input : record.inputs)
+        addInput(paths, input.path, NamedBy::File);
+    for (const LinkRecord& link : record.chain) {
+        if (link.settings)
+            paths.reads(link.settings->path, "the settings of " + link.filter, NamedBy::File);
+        for (const FileRecord& file : link.files)
+            paths.reads(file.path, "a calibration file of " + link.filter, NamedBy::File);
+    }
+    for (const FileRecord& file : record.paramFiles)
+        paths.reads(file.path, "a file of a parameter", NamedBy::File);
+    if (record.deviceMask)
+        paths.reads(record.deviceMask->path, "the device mask", NamedBy::File);
+    for (const PartRecord& part : record.parts)
+        paths.reads((recordedFolder / part.path).string(), "a part", NamedBy::File);
+}
+
+void checkPaths(const RunRecord& record, const ReplayOptions& options, Console& console) {
+    CommandPaths paths;
+    addInput(paths, options.recorded);
+    addFiles(paths, record, fs::path(options.recorded).parent_path());
+    addPlugin(paths, options.plugin);
+    addOutput(paths, options.output, options.force ? WhenThere::Replace : WhenThere::Refuse);
+    paths.check(console, options.log);
+}
+
+// What a record names wrongly is no mistake in the command line.
+int correctRecorded(const std::string& recorded, const RunOptions& options, Console& console) {
+    try {
+        return correctFrames(options, console);
+    } catch (const UsageError& error) {
+        throw Error(recorded + ": its record does not fit: " + error.what());
+    }
+}
+
 } // namespace
 
 int replay(const ReplayOptions& options, Console& console) {
+    checkOutputName(options.output);
     const auto before = FrameOutput::stateOf(options.recorded);
     if (!before)
         throw Error(options.recorded + ": does not exist");
-    const RunRecord record = RunRecord::fromJson(before->plan.record);
+    const RunRecord record = recordOf(options.recorded, *before);
+    checkPaths(record, options, console);
     checkParts(options.recorded, record);
     checkUnchanged(record);
     if (record.version != OMBREL_VERSION)
         console.message("made by version " + record.version + ", made again by " OMBREL_VERSION);
-    const TrialFolder folder(std::filesystem::temp_directory_path());
-    const int ran = runFrames(optionsOf(record, options, folder), console);
+    const TrialFolder folder = TrialFolder::inTemporary();
+    const RunOptions runOptions = optionsOf(record, options, folder);
+    const int ran = correctRecorded(options.recorded, runOptions, console);
     const bool failedBefore = std::ranges::any_of(before->rows, &FrameRow::failed);
     if (ran != EXIT_ALL_DONE && !failedBefore)
         return ran;

@@ -43,7 +43,8 @@ void addCorrectionOptions(CLI::App& command, RunOptions& options) {
 
 // How the run goes, and what it tells.
 void addRunOptions(CLI::App& command, RunOptions& options) {
-    CLI::Option* force = command.add_flag("--force", options.force, "Replace an output that exists");
+    CLI::Option* force =
+        command.add_flag("--force", options.force, "Replace an output, a report or previews that exist");
     command.add_flag("--resume", options.resume, "Go on with an output that was cut off")->excludes(force);
     command.add_flag("--dry-run", options.dryRun, "Check everything, and change nothing");
     addJobsOption(command, options.jobs, "; the output is the same for every number");

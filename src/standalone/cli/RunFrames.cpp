@@ -1,5 +1,6 @@
 #include "standalone/cli/RunFrames.h"
 
+#include "standalone/Error.h"
 #include "standalone/FrameOutput.h"
 #include "standalone/PreviewImage.h"
 #include "standalone/SizeText.h"
@@ -9,9 +10,9 @@
 #include "standalone/cli/Interrupt.h"
 #include "standalone/cli/PreviewFolder.h"
 #include "standalone/cli/Progress.h"
+#include "standalone/cli/RunPaths.h"
 #include "standalone/cli/RunReport.h"
 #include "standalone/cli/RunSetup.h"
-#include "standalone/cli/UsageError.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -20,13 +21,6 @@
 namespace ombrel::cli {
 
 namespace {
-
-// What can be found wrong without a look at any file.
-void checkOptions(const RunOptions& options) {
-    checkFrameRange(options.frames);
-    if (!FrameOutput::isOutputPath(options.output))
-        throw UsageError("-o " + options.output + ": the name must end in .h5, .hdf5, .nxs, .tif or .tiff");
-}
 
 BatchListener makeListener(const FrameStack& stack, Console& console, Progress& progress,
                            const PreviewFolder* preview, std::vector<FrameRow>* rows) {
@@ -84,8 +78,12 @@ int finish(const RunSetup& run, const BatchResult& result, const Progress& progr
         console.message(summary(result, progress, run.options.output));
     if (result.stopped)
         console.message("interrupted; the output holds the frames up to here, --resume goes on");
+    const std::string loss = run.workers.choices ? run.workers.choices->loss() : "";
+    if (!loss.empty())
+        console.message(loss);
     const bool failedBefore = run.begun && std::ranges::any_of(run.begun->rows, &FrameRow::failed);
-    return result.failed == 0 && !failedBefore && !result.stopped ? EXIT_ALL_DONE : EXIT_FAILED;
+    return result.failed == 0 && !failedBefore && !result.stopped && loss.empty() ? EXIT_ALL_DONE
+                                                                                  : EXIT_FAILED;
 }
 
 // What is told before frames are corrected.
@@ -129,10 +127,19 @@ int walk(RunSetup& run, Console& console) {
 
 } // namespace
 
+void checkOutputName(const std::string& output) {
+    if (!FrameOutput::isOutputPath(output))
+        throw UsageError("-o " + output + ": the name must end in .h5, .hdf5, .nxs, .tif or .tiff");
+}
+
 int runFrames(const RunOptions& options, Console& console) {
-    checkOptions(options);
-    if (!options.log.empty())
-        console.openLog(options.log);
+    checkFrameRange(options.frames);
+    checkOutputName(options.output);
+    pathsOf(options).check(console, options.log);
+    return correctFrames(options, console);
+}
+
+int correctFrames(const RunOptions& options, Console& console) {
     RunSetup run(options, console);
     console.warning(run.stack.unusedDarks());
     return options.dryRun ? dryRun(run.stack, run.range, run.workers, options, console) : walk(run, console);

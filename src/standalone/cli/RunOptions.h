@@ -22,6 +22,8 @@ struct RunOptions {
     std::vector<std::string> filters; // "NAME" or "NAME=SETTINGS.xml"
     // Where the bytes of each filter's settings stand when that is not the file that it names; else empty.
     std::vector<std::string> settingsContents;
+    // Filters write no log and dump no image, whatever settings and parameters name.
+    bool discardLogs = false;
     std::vector<std::string> params; // "FILTER:PARAM=VALUE"
     std::string output;
     std::string outputType = "f32";

@@ -3,7 +3,7 @@
 #include "host/DataType.h"
 #include "standalone/cli/DeviceMask.h"
 #include "standalone/cli/MakeRecord.h"
-#include "standalone/cli/OutputGuard.h"
+#include "standalone/cli/PreviewFolder.h"
 #include "standalone/cli/ResumeOutput.h"
 
 namespace ombrel::cli {
@@ -18,10 +18,8 @@ std::optional<OutputLock> lockedOutput(const RunOptions& options) {
 
 FrameRange checkedRange(const RunOptions& options, const FrameStack& stack) {
     const FrameRange range = parseFrameRange(options.frames, stack.frameCount());
-    const bool mayExist = options.force || options.resume;
-    checkOutputPath(options.output, mayExist, options.inputs);
-    if (!options.report.empty())
-        checkOutputPath(options.report, mayExist, options.inputs);
+    if (!options.preview.empty() && !options.force && !options.resume)
+        PreviewFolder::checkFree(options.preview, range);
     return range;
 }
 

@@ -1,3 +1,4 @@
+#include "standalone/cli/CommandPaths.h"
 #include "standalone/cli/Commands.h"
 #include "standalone/cli/FrameSize.h"
 #include "standalone/cli/NumberCheck.h"
@@ -6,6 +7,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <filesystem>
 #include <memory>
 #include <string>
 
@@ -16,15 +18,28 @@ namespace {
 struct SimulateOptions {
     simulation::SetPlan plan;
     std::string size = "256x256";
+    bool force = false;
     bool quiet = false;
 };
+
+void checkFiles(const SimulateOptions& options, Console& console) {
+    if (!std::filesystem::exists(options.plan.directory))
+        return;
+    CommandPaths paths;
+    for (const std::string& file : simulation::filesOf(options.plan))
+        paths.writes(file, std::filesystem::path(file).filename().string() + " of the set",
+                     options.force ? WhenThere::Replace : WhenThere::Refuse);
+    paths.check(console);
+}
 
 void simulate(SimulateOptions options, Console& console) {
     const FrameSize size = parseFrameSize("--size", options.size);
     options.plan.width = size.width;
     options.plan.height = size.height;
+    checkFiles(options, console);
     Progress progress(console, simulation::imagesOf(options.plan), options.quiet);
-    for (const std::string& file : simulation::writeSet(options.plan, [&] { progress.advance(); }))
+    simulation::writeSet(options.plan, [&] { progress.advance(); });
+    for (const std::string& file : simulation::filesOf(options.plan))
         console.result(file + "\n");
 }
 
@@ -67,7 +82,7 @@ void addSimulateCommand(const CommandContext& context) {
         ->check(wholeNumber<std::uint64_t>())
         ->type_name("N")
         ->capture_default_str();
-    command->add_flag("--force", options->plan.force, "Replace files that are there");
+    command->add_flag("--force", options->force, "Replace files that are there");
     command->add_flag("-q,--quiet", options->quiet, "No progress");
     command->footer("Example:\n  ombrel simulate data --frames 500 --size 512x512");
     command->callback([=, &console = context.console] { simulate(*options, console); });

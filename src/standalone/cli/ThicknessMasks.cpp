@@ -2,7 +2,6 @@
 
 #include "standalone/Error.h"
 #include "standalone/NumberText.h"
-#include "standalone/cli/UsageError.h"
 
 #include <algorithm>
 #include <cmath>

@@ -2,6 +2,8 @@
 
 #include "host/IBHFilter.h"
 #include "standalone/BatchMemory.h"
+#include "standalone/Settings.h"
+#include "standalone/SettingsFiles.h"
 #include "standalone/cli/MakeRecord.h"
 #include "standalone/cli/PrivateInterface.h"
 
@@ -18,20 +20,53 @@ bool choosesGridPoints(const std::string& filter) {
     return filter.starts_with("AdaptiveFF=");
 }
 
+// The filter then writes nothing but its frames.
+void discardLogs(Settings& settings) {
+    const SettingsTree before = settings.contents();
+    for (const SettingsGroup& group : before.groups)
+        for (const SettingsItem& item : group.items) {
+            const auto* const file = std::get_if<std::string>(&item.value);
+            if (file && !file->empty() && namesLogFile(item.key))
+                settings.setString(group.name.c_str(), item.key.c_str(), "/dev/null");
+            if (item.key == dumpKey)
+                settings.setBool(group.name.c_str(), item.key.c_str(), false);
+        }
+}
+
+// A parameter that only decides what the filter writes besides its frames.
+bool setsAWrite(const std::string& assignment) {
+    const std::string param = ParamAssignment(assignment).param;
+    return namesLogFile(param) || param == dumpKey;
+}
+
+SettingsSource sourceOf(const RunOptions& options, std::size_t link, ChoiceLogs* choices,
+                        std::size_t worker) {
+    SettingsSource source = settingsOf(options, link);
+    source.change = [=, &options](Settings& settings) {
+        if (options.discardLogs)
+            discardLogs(settings);
+        if (choices && choosesGridPoints(options.filters[link]))
+            choices->redirect(settings, worker);
+        if (choices && options.discardLogs)
+            choices->setUserFile({});
+    };
+    return source;
+}
+
 // All settings are loaded before the first parameter is set.
 Chain makeChain(Session& session, const RunOptions& options, ChoiceLogs* choices, std::size_t worker) {
     Chain chain;
     for (std::size_t i = 0; i < options.filters.size(); ++i) {
         FilterLink& link = chain.add(session.makeLink(FilterOption(options.filters[i]).name));
-        SettingsSource source = settingsOf(options, i);
+        SettingsSource source = sourceOf(options, i, choices, worker);
         if (source.path.empty())
             continue;
         source.checksHeap = worker == 0;
-        if (choices && choosesGridPoints(options.filters[i]))
-            source.change = [=](zt::ISettings& settings) { choices->redirect(settings, worker); };
         link.loadSettings(source);
     }
     for (const std::string& assignment : options.params) {
+        if (options.discardLogs && setsAWrite(assignment))
+            continue;
         if (choices && assignment.starts_with(choiceParam))
             choices->setUserFile(assignment.substr(choiceParam.size()));
         else

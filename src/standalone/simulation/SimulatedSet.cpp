@@ -26,24 +26,7 @@ std::vector<std::unique_ptr<SetPart>> partsOf(const SetPlan&) {
     return parts;
 }
 
-std::vector<std::string> filesOf(const SetPlan& plan) {
-    std::vector<std::string> names;
-    for (const auto& part : partsOf(plan)) {
-        const auto own = part->files(plan);
-        names.insert(names.end(), own.begin(), own.end());
-    }
-    names.push_back(aboutName);
-    std::vector<std::string> paths;
-    for (const std::string& name : names)
-        paths.push_back((std::filesystem::path(plan.directory) / name).string());
-    return paths;
-}
-
 void makeFolder(const SetPlan& plan) {
-    if (!plan.force)
-        for (const std::string& file : filesOf(plan))
-            if (std::filesystem::exists(file))
-                throw Error(file + ": exists; give --force to replace the set");
     std::error_code failure;
     std::filesystem::create_directories(plan.directory, failure);
     if (failure)
@@ -72,6 +55,19 @@ QJsonObject description(const SetPlan& plan, const DetectorModel& detector) {
 
 } // namespace
 
+std::vector<std::string> filesOf(const SetPlan& plan) {
+    std::vector<std::string> names;
+    for (const auto& part : partsOf(plan)) {
+        const auto own = part->files(plan);
+        names.insert(names.end(), own.begin(), own.end());
+    }
+    names.push_back(aboutName);
+    std::vector<std::string> paths;
+    for (const std::string& name : names)
+        paths.push_back((std::filesystem::path(plan.directory) / name).string());
+    return paths;
+}
+
 zt::u64 imagesOf(const SetPlan& plan) {
     zt::u64 images = 0;
     for (const auto& part : partsOf(plan))
@@ -79,7 +75,7 @@ zt::u64 imagesOf(const SetPlan& plan) {
     return images;
 }
 
-std::vector<std::string> writeSet(const SetPlan& plan, const std::function<void()>& advanced) {
+void writeSet(const SetPlan& plan, const std::function<void()>& advanced) {
     makeFolder(plan);
     const DetectorModel detector(plan.width, plan.height, plan.seed);
     Exposure exposure(detector, plan.seed + 1000);
@@ -87,7 +83,6 @@ std::vector<std::string> writeSet(const SetPlan& plan, const std::function<void(
     for (const auto& part : partsOf(plan))
         part->write(context);
     writeJsonFile(context.pathOf(aboutName), description(plan, detector));
-    return filesOf(plan);
 }
 
 } // namespace ombrel::simulation

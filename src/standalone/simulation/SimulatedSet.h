@@ -20,15 +20,17 @@ struct SetPlan {
     zt::u32 gridSteps = 3;   // values of each setting in the adaptive filter's grid; 0: none, else 2 or more
     zt::u32 wedgeSteps = 10; // thicknesses of the beam-hardening filter's wedge, 0.3 mm apart; 0: none
     std::uint64_t seed = 1;
-    bool force = false; // replace files that are there
 };
+
+// The paths of the files that writeSet() writes.
+std::vector<std::string> filesOf(const SetPlan& plan);
 
 // Images that writeSet() makes.
 zt::u64 imagesOf(const SetPlan& plan);
 
-// Writes the set, calls `advanced` once an image, and returns the paths of its files. simulation.json tells
-// the plan and lists the dead and hot pixels by index; the other files are told at their parts. The same plan
-// gives the same pixels. Throws Error: files that are there (without force), or that can't be written.
-std::vector<std::string> writeSet(const SetPlan& plan, const std::function<void()>& advanced);
+// Writes the set, replacing files that are there, and calls `advanced` once an image. simulation.json holds
+// the plan and lists the dead and hot pixels by index; each part describes its own files. The same plan gives
+// the same pixels. Throws Error.
+void writeSet(const SetPlan& plan, const std::function<void()>& advanced);
 
 } // namespace ombrel::simulation
