@@ -20,10 +20,11 @@ namespace ombrel::workbench {
 
 enum PaneIndex { RAW_PANE, CORRECTED_PANE, DIFFERENCE_PANE, PANE_COUNT };
 
-// What the window wants to see. It says all, so that a newer one can stand for all before it.
+// A complete request for what the window wants to see: a newer one replaces all earlier ones.
 struct FrameRequest {
+    zt::u64 number = 0;              // counts the requests of a window
     std::vector<std::string> inputs; // files; not empty
-    int opening = 0;                 // another one: they are to be opened anew
+    int opening = 0;                 // a new number: they are opened again
     DeviceState device;
     zt::u64 frame = 0;
     ChainState chain;
@@ -38,7 +39,7 @@ struct PaneView {
     Histogram histogram;
 };
 
-// What a frame looks like, raw and behind the chain.
+// What a frame looks like, raw and after the chain.
 struct FrameView {
     zt::u64 frame = 0;
     bool isComplete = false; // else the chain is still at work on it
@@ -50,6 +51,7 @@ struct FrameView {
 
 // With its pictures, which the panes take over.
 struct ShownFrame {
+    zt::u64 request = 0; // its number
     FrameView view;
     std::array<PaneMap, PANE_COUNT> maps;
 };

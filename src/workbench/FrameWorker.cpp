@@ -9,14 +9,13 @@ namespace ombrel::workbench {
 
 namespace {
 
-// A chain that takes longer waits until the slider rests, so that raw frames follow it.
-constexpr double slowSeconds = 0.08;
+// Without a newer request for this long the slider rests.
 constexpr std::chrono::milliseconds rest{120};
 
 } // namespace
 
-FrameWorker::FrameWorker(std::string pluginPath)
-    : plugin(std::move(pluginPath)), thread([this] { work(); }) {}
+FrameWorker::FrameWorker(std::string pluginPath, double slowSeconds)
+    : plugin(std::move(pluginPath)), slow(slowSeconds), thread([this] { work(); }) {}
 
 FrameWorker::~FrameWorker() {
     stop();
@@ -93,16 +92,16 @@ void FrameWorker::serve(StackViewer& viewer, const FrameRequest& wanted) {
         emit openFailed(wanted.opening, error.what());
         return;
     }
-    const bool isSlow = viewer.lastSeconds() > slowSeconds;
+    const bool isSlow = viewer.lastSeconds() > slow;
     if (viewer.read(wanted) && isSlow) {
-        emit shown(viewer.show(wanted.view));
+        emit shown(viewer.show(wanted));
         if (isOvertaken(rest))
             return;
     }
     for (const LinkReport& report : viewer.follow(wanted.chain))
         emit linkReported(report);
     viewer.correct();
-    emit shown(viewer.show(wanted.view));
+    emit shown(viewer.show(wanted));
 }
 
 } // namespace ombrel::workbench

@@ -23,8 +23,9 @@ class StackViewer;
 class FrameWorker final : public QObject {
     Q_OBJECT
 public:
-    // `pluginPath` empty finds the plug-in.
-    explicit FrameWorker(std::string pluginPath);
+    // `pluginPath` empty finds the plug-in. A chain that takes longer than `slowSeconds` waits until the slider
+    // rests, so that raw frames follow it.
+    explicit FrameWorker(std::string pluginPath, double slowSeconds = 0.08);
     ~FrameWorker() override;
     // Waits for the frame or task at work; what waits is never done.
     void stop();
@@ -50,6 +51,7 @@ private:
     bool isOvertaken(std::chrono::milliseconds within);
 
     std::string plugin;
+    double slow; // seconds
     std::mutex mutex;
     std::condition_variable changed;
     std::optional<FrameRequest> waiting;

@@ -188,8 +188,8 @@ void MainWindow::showWorkArea(bool isOpen) {
 void MainWindow::requestFrame() {
     if (workspace.inputs().empty())
         return;
-    worker.request({workspace.inputs(), workspace.opening(), workspace.device(), workspace.frame(),
-                    workspace.chain(), workArea->framePanes().mapView()});
+    worker.request({++numberWanted, workspace.inputs(), workspace.opening(), workspace.device(),
+                    workspace.frame(), workspace.chain(), workArea->framePanes().mapView()});
 }
 
 void MainWindow::showFrame(const ShownFramePtr& frame) {
@@ -203,6 +203,7 @@ void MainWindow::showFrame(const ShownFramePtr& frame) {
     if (!view.failure.empty() && view.failure != lastFailure)
         log(QString("Frame %1: %2").arg(view.frame).arg(QString::fromStdString(view.failure)));
     lastFailure = view.failure;
+    numberShown = frame->request;
     emit frameShown(view.frame);
 }
 

@@ -41,6 +41,8 @@ public:
 
     void open(const std::vector<std::string>& paths) { opener.open(paths); }
     Workspace& model() { return workspace; }
+    // Whether the screen shows the frame for the workspace as it is now, with the chain's work done.
+    bool isUpToDate() const { return !request.isActive() && numberShown == numberWanted; }
 
 signals:
     // A frame is on the screen, with the chain's work done.
@@ -75,7 +77,9 @@ private:
     LinkSettings linkSettings;
     DeviceChoice deviceChoice;
     StackOpener opener;
-    QTimer request; // one for all changes of a turn of the event loop
+    QTimer request;           // one for all changes of a turn of the event loop
+    zt::u64 numberWanted = 0; // of the latest request
+    zt::u64 numberShown = 0;  // of the latest whose frame is complete on the screen
     std::string lastFailure;
 
     QStackedWidget* pages;

@@ -136,12 +136,13 @@ void StackViewer::correct() {
     view.panes[DIFFERENCE_PANE] = differencePane(view.panes[CORRECTED_PANE], view.panes[RAW_PANE]);
 }
 
-ShownFramePtr StackViewer::show(const MapView& mapView) const {
+ShownFramePtr StackViewer::show(const FrameRequest& request) const {
     auto shown = std::make_shared<ShownFrame>();
+    shown->request = request.number;
     shown->view = view;
     for (std::size_t pane = 0; pane < PANE_COUNT; ++pane)
         if (const ImagePtr& image = view.panes[pane].image)
-            shown->maps[pane] = makePaneMap(*image, mapView);
+            shown->maps[pane] = makePaneMap(*image, request.view);
     return shown;
 }
 

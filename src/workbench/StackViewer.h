@@ -26,7 +26,7 @@ public:
     bool read(const FrameRequest& request);
     std::vector<LinkReport> follow(const ChainState& wanted);
     void correct();
-    ShownFramePtr show(const MapView& view) const;
+    ShownFramePtr show(const FrameRequest& request) const;
 
     StackFacts facts() const;
     const PluginHostPtr& pluginHost() const { return host; }

@@ -7,7 +7,6 @@
 #include <QMessageBox>
 #include <QTableWidget>
 
-#include <chrono>
 #include <filesystem>
 #include <thread>
 
@@ -31,12 +30,9 @@ protected:
         model().takeBackParam(adaptive, "QFCustomMaskFile");
         mask.release();
     }
-    // Which waits for the worker.
+    // Which waits for the worker; both may come first.
     void endWindow() {
-        const std::jthread later([&] {
-            std::this_thread::sleep_for(std::chrono::milliseconds(50));
-            mask.release();
-        });
+        const std::jthread releaser([&] { mask.release(); });
         window.reset();
     }
     bool isAtWork() const { return !child<QWidget>(*window, "lbBusy").isHidden(); }

@@ -1,7 +1,10 @@
 // The batch of the window against `ombrel run`, which shares its walk but not what leads to it.
 #include "fixtures/ModalUser.h"
 #include "fixtures/Program.h"
+#include "standalone/FrameOutput.h"
 #include "workbench/BatchPane.h"
+#include "workbench/BatchProgress.h"
+#include "workbench/HeldWrites.h"
 #include "workbench/WorkbenchFixture.h"
 
 #include <QComboBox>
@@ -19,6 +22,7 @@
 
 using namespace ombrel::workbench;
 using testing::HasSubstr;
+using testing::MatchesRegex;
 
 namespace {
 
@@ -144,28 +148,45 @@ TEST_F(WindowBatch, TakesMaskAndTimeOfTheDetectorOver) {
     EXPECT_THAT(window->statusBar()->currentMessage().toStdString(), HasSubstr("no filter"));
 }
 
-TEST_F(WindowBatch, ACancelledRunIsGoneOnWithAndNoOutputIsReplacedUnasked) {
-    const std::string frames = writeFrames(400);
+TEST(BatchProgress, ShowsHowFarItIsAndHowFast) {
+    BatchProgress progress;
+    progress.begin();
+    progress.advance(20, 60);
+    progress.advance(30, 60);
+    EXPECT_EQ(child<QProgressBar>(progress, "pbBatch").value(), 30);
+    EXPECT_THAT(child<QLabel>(progress, "lbBatch").text().toStdString(),
+                MatchesRegex("30 of 60 frames, [0-9.]+ frames/s, .+ left"));
+}
+
+TEST_F(WindowBatch, ACancelledRunIsResumedAndNoOutputIsReplacedUnasked) {
+    const std::string frames = writeFrames(60);
     ASSERT_TRUE(open(frames));
-    model().addLink("AdaptiveFF", writeAdaptive(side, 8, 9));
+    model().addLink("AdaptiveFF", writeAdaptive(side, 8));
+    child<QSpinBox>(*window, "sbJobs").setValue(1);
     const std::string output = folder / "window.h5";
     QSignalSpy ended(&pane(), &BatchPane::finished);
-    begin(output);
-    ASSERT_TRUE(waitFor([&] { return child<QProgressBar>(*window, "pbBatch").value() > 20; }));
-    EXPECT_THAT(label("lbBatch"), HasSubstr("frames/s"));
-    click(*window, "btCancel");
+    {
+        HeldWrites writes(100);
+        begin(output);
+        ASSERT_TRUE(waitFor([&] { return writes.areHeld(); }));
+        click(*window, "btCancel");
+        EXPECT_TRUE(pane().isRunning());
+    }
     ASSERT_TRUE(waitFor([&] { return !ended.isEmpty(); }));
     EXPECT_THAT(label("lbBatch"), HasSubstr("cancelled"));
     EXPECT_FALSE(ended[0][0].toBool());
+    const auto state = ombrel::FrameOutput::stateOf(output);
+    EXPECT_GT(state->framesDone, 0U);
+    EXPECT_LT(state->framesDone, 60U);
 
     begin(output, "Cancel");
     EXPECT_FALSE(pane().isRunning());
-    EXPECT_THAT(run(output, "Go on with it"), HasSubstr("400 of 400 frames done"));
-    expectSamePixels(output, runCommand({"-f", "AdaptiveFF=" + (folder / "adaptive.xml"), frames}), 400);
+    EXPECT_THAT(run(output, "Go on with it"), HasSubstr("60 of 60 frames done"));
+    expectSamePixels(output, runCommand({"-f", "AdaptiveFF=" + (folder / "adaptive.xml"), frames}), 60);
 
     model().addLink("Binning 2x2");
     EXPECT_THAT(run(output, "Go on with it"), HasSubstr("chain")) << "of another chain";
-    EXPECT_THAT(run(output, "Replace it"), HasSubstr("400 of 400 frames done"));
+    EXPECT_THAT(run(output, "Replace it"), HasSubstr("60 of 60 frames done"));
     EXPECT_THAT(run(frames, "Replace it"), HasSubstr("is both an input and the output"));
 }
 

@@ -34,7 +34,7 @@ protected:
         QTimer look;
         look.callOnTimeout([&] {
             auto* const menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
-            if (!menu)
+            if (!menu || !menu->windowHandle()->isExposed())
                 return;
             look.stop();
             for (QAction* const action : menu->actions())
@@ -42,10 +42,11 @@ protected:
                     QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(action).center());
             menu->close();
         });
-        look.start(50);
-        const int before = framesShown;
+        look.start(1);
         click(*window, "btAdd");
-        ASSERT_TRUE(waitFor([&] { return !model().chain().links.empty() && framesShown > before; }));
+        ASSERT_TRUE(waitFor([&] { return !model().chain().links.empty(); }));
+        ASSERT_TRUE(waitFor([&] { return !QApplication::activePopupWidget(); }));
+        ASSERT_TRUE(waitForFrame());
     }
 
     QAction* action(const QString& text) const {
@@ -157,6 +158,7 @@ TEST_F(MainWindowTest, AFrameThatTheChainRefusesIsToldWithItsReason) {
     model().addLink("AdaptiveFF");
     ASSERT_TRUE(
         waitFor([&] { return logText().find("No adaptive correction loaded") != std::string::npos; }));
+    ASSERT_TRUE(waitForFrame());
     EXPECT_THAT(child<QLabel>(panes().pane(CORRECTED_PANE), "lbHint").text().toStdString(),
                 HasSubstr("AdaptiveFF: No adaptive correction loaded"));
     EXPECT_NE(image(RAW_PANE), nullptr);

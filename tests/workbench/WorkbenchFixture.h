@@ -58,9 +58,8 @@ protected:
         return folder / name;
     }
 
-    // Settings of the adaptive filter with a grid of `points` flat fields beside them. The work for a frame
-    // grows with the square of the kernel's side.
-    std::string writeAdaptive(zt::u32 size, int points, int kernelSide = 3) const {
+    // Settings of the adaptive filter with a grid of `points` flat fields beside them.
+    std::string writeAdaptive(zt::u32 size, int points) const {
         std::vector<ombrel::GridPoint> grid;
         for (int i = 0; i < points; ++i)
             grid.push_back({static_cast<float>(i), 1, 1});
@@ -75,19 +74,15 @@ protected:
         heap.commit();
         ombrel::Settings settings(folder / "adaptive.xml", [](const std::string&) {});
         settings.setInt("Settings", "QfTileSize", 8);
-        std::string kernel = "1";
-        for (int i = 1; i < kernelSide * kernelSide; ++i)
-            kernel += i % 2 == 0 ? ",1" : ",-1";
-        settings.setString("Settings", "Kernel", kernel.c_str());
+        settings.setString("Settings", "Kernel", "1,-1,1,-1,1,-1,1,-1,1");
         settings.saveFile();
         return folder / "adaptive.xml";
     }
 
     bool waitFor(const std::function<bool()>& isTrue) const { return QTest::qWaitFor(isTrue, patience); }
     // Until a frame with the state of now is on the screen.
-    bool waitForFrame() {
-        const int before = framesShown;
-        return waitFor([&] { return framesShown > before; });
+    bool waitForFrame() const {
+        return waitFor([&] { return window->isUpToDate(); });
     }
     bool open(const std::string& path) {
         window->open({path});
@@ -99,7 +94,7 @@ protected:
         if (!open(path))
             return false;
         model().addLink(filter, settings);
-        return waitForCorrected();
+        return waitForFrame() && image(ombrel::workbench::CORRECTED_PANE);
     }
     bool waitForCorrected() {
         return waitFor([&] { return image(ombrel::workbench::CORRECTED_PANE) != nullptr; });
