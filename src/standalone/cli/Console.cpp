@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace ombrel::cli {
@@ -71,7 +72,8 @@ bool occupyStandardDescriptors() {
 
 } // namespace
 
-Console::Console() : terminal(occupyStandardDescriptors() && isatty(STDERR_FILENO) == 1) {
+Console::Console(std::FILE* messages)
+    : stream(messages), terminal(occupyStandardDescriptors() && isatty(fileno(messages)) == 1) {
     const int own = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3);
     results.reset(own >= 0 ? fdopen(own, "w") : nullptr);
     if (const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC); nowhere >= 0) {
@@ -101,7 +103,7 @@ void Console::message(std::string_view text) {
     const std::string line = "ombrel: " + oneLine(text) + "\n";
     const std::scoped_lock lock(mutex);
     clearStatus();
-    std::fwrite(line.data(), 1, line.size(), stderr);
+    std::fwrite(line.data(), 1, line.size(), stream);
     if (log) {
         std::fwrite(line.data(), 1, line.size(), log.get());
         std::fflush(log.get());
@@ -111,14 +113,22 @@ void Console::message(std::string_view text) {
 void Console::status(std::string_view text) {
     const std::scoped_lock lock(mutex);
     clearStatus();
-    std::fwrite(text.data(), 1, text.size(), stderr);
-    std::fflush(stderr);
+    std::fwrite(text.data(), 1, text.size(), stream);
+    std::fflush(stream);
     statusShown = !text.empty();
+}
+
+unsigned Console::columns() const {
+    constexpr unsigned usual = 80; // of a terminal that does not tell
+    if (!terminal)
+        return 0;
+    winsize size{};
+    return ioctl(fileno(stream), TIOCGWINSZ, &size) == 0 && size.ws_col != 0 ? size.ws_col : usual;
 }
 
 void Console::clearStatus() {
     if (statusShown)
-        std::fputs("\r\x1b[K", stderr);
+        std::fputs("\r\x1b[K", stream);
     statusShown = false;
 }
 

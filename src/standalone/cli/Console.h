@@ -18,8 +18,9 @@ std::string oneLine(std::string_view text);
 // Messages may come from several threads.
 class Console {
 public:
-    // Takes over descriptor 1; one object a program, made first of all.
-    Console();
+    // Takes over descriptor 1; one object a program, made first of all. Messages go to `messages`, which is
+    // standard error where users are to see them.
+    explicit Console(std::FILE* messages = stderr);
 
     // From now on messages are appended to the file as well, and what is printed to descriptor 1 ends there
     // too. Throws Error.
@@ -37,7 +38,8 @@ public:
     }
     // A line on the terminal that the next one overwrites; empty clears it.
     void status(std::string_view text);
-    bool hasTerminal() const { return terminal; }
+    // The width of the terminal that messages go to, as it is now; 0 when they go elsewhere.
+    unsigned columns() const;
 
 private:
     struct CloseFile {
@@ -47,6 +49,7 @@ private:
     void clearStatus();
 
     std::mutex mutex;
+    std::FILE* const stream;
     std::unique_ptr<std::FILE, CloseFile> results;
     std::unique_ptr<std::FILE, CloseFile> log;
     bool terminal;

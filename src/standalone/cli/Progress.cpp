@@ -2,8 +2,9 @@
 
 #include "standalone/SizeText.h"
 
+#include <algorithm>
 #include <cstdio>
-#include <string>
+#include <string_view>
 
 namespace ombrel::cli {
 
@@ -11,11 +12,13 @@ namespace {
 
 constexpr std::chrono::milliseconds barInterval{100};
 constexpr std::chrono::seconds lineInterval{5};
-constexpr zt::u64 barLength = 30;
+constexpr std::size_t shortestBar = 10;
+constexpr std::size_t longestBar = 30;
 
-std::string bar(zt::u64 done, zt::u64 total) {
-    const auto filled = static_cast<std::size_t>(barLength * done / total);
-    return "[" + std::string(filled, '#') + std::string(barLength - filled, '.') + "]";
+std::string bar(zt::u64 done, zt::u64 total, std::size_t length) {
+    const auto filled =
+        static_cast<std::size_t>(length * std::min(done, total) / std::max<zt::u64>(total, 1));
+    return "[" + std::string(filled, '#') + std::string(length - filled, '.') + "]";
 }
 
 std::string timeText(double seconds) {
@@ -28,13 +31,41 @@ std::string timeText(double seconds) {
     return text;
 }
 
+std::string rateText(double framesPerSecond) {
+    char text[32];
+    std::snprintf(text, sizeof text, ", %.0f frames/s", framesPerSecond);
+    return text;
+}
+
+// Empty before anything is known of the rate.
+std::string leftText(zt::u64 frames, double framesPerSecond) {
+    return framesPerSecond > 0 ? ", " + timeText(static_cast<double>(frames) / framesPerSecond) + " left"
+                               : "";
+}
+
 } // namespace
+
+std::string progressBar(zt::u64 done, zt::u64 total, double framesPerSecond, unsigned columns) {
+    // A text in the last column leaves it to the terminal where the cursor goes.
+    const std::size_t room = std::max(columns, 1U) - 1;
+    const std::string frames = std::to_string(done) + " of " + countText(total, "frame");
+    const std::string counts = std::to_string(done) + " of " + std::to_string(total);
+    const std::string left = leftText(total - std::min(done, total), framesPerSecond);
+    const std::string percent = std::to_string(100 * done / std::max<zt::u64>(total, 1)) + " %";
+    for (const std::string& figures :
+         {frames + rateText(framesPerSecond) + left, frames + left, counts + left, counts, percent}) {
+        const std::size_t used = figures.size() + std::string_view("[] ").size();
+        if (used + shortestBar <= room)
+            return bar(done, total, std::min(room - used, longestBar)) + " " + figures;
+    }
+    return percent.size() <= room ? percent : "";
+}
 
 Progress::Progress(Console& out, zt::u64 frames, bool beQuiet)
     : console(out), total(frames), quiet(beQuiet) {}
 
 Progress::~Progress() {
-    if (!quiet && console.hasTerminal())
+    if (!quiet && shownColumns)
         console.status("");
 }
 
@@ -43,10 +74,14 @@ void Progress::advance() {
     if (quiet)
         return;
     const auto now = Clock::now();
-    if (now - shown < (console.hasTerminal() ? Clock::duration(barInterval) : Clock::duration(lineInterval)))
+    const unsigned columns = console.columns();
+    const bool isDue =
+        now - shown >= (columns ? Clock::duration(barInterval) : Clock::duration(lineInterval));
+    if (!isDue && columns == shownColumns)
         return;
     shown = now;
-    show();
+    shownColumns = columns;
+    show(columns);
 }
 
 double Progress::seconds() const {
@@ -58,16 +93,13 @@ double Progress::framesPerSecond() const {
     return elapsed > 0 ? static_cast<double>(done) / elapsed : 0;
 }
 
-void Progress::show() {
+void Progress::show(unsigned columns) {
     const double rate = framesPerSecond();
-    char figures[96];
-    std::snprintf(figures, sizeof figures, "%llu of %s, %.0f frames/s, %s left",
-                  static_cast<unsigned long long>(done), countText(total, "frame").c_str(), rate,
-                  timeText(static_cast<double>(total - done) / rate).c_str());
-    if (console.hasTerminal())
-        console.status(bar(done, total) + " " + figures);
+    if (columns)
+        console.status(progressBar(done, total, rate, columns));
     else
-        console.message(figures);
+        console.message(std::to_string(done) + " of " + countText(total, "frame") + rateText(rate) +
+                        leftText(total - std::min(done, total), rate));
 }
 
 } // namespace ombrel::cli

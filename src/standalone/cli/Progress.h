@@ -4,8 +4,13 @@
 #include "standalone/cli/Console.h"
 
 #include <chrono>
+#include <string>
 
 namespace ombrel::cli {
+
+// The bar of a terminal with so many columns, as a text that is shorter. It is in ASCII; what there is no
+// room for is left out: the rate first, then the time left, then the counts.
+std::string progressBar(zt::u64 done, zt::u64 total, double framesPerSecond, unsigned columns);
 
 // How far a walk over frames has come: a bar with rate and time left on a terminal, a plain line now and then
 // otherwise, nothing when quiet.
@@ -27,7 +32,7 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
-    void show();
+    void show(unsigned columns);
 
     Console& console;
     zt::u64 total;
@@ -35,6 +40,7 @@ private:
     bool quiet;
     Clock::time_point start = Clock::now();
     Clock::time_point shown = start;
+    unsigned shownColumns = 0; // of the terminal at that time
 };
 
 } // namespace ombrel::cli
