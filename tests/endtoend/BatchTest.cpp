@@ -4,6 +4,7 @@
 #include "fixtures/FrameFiles.h"
 #include "fixtures/Program.h"
 #include "fixtures/TemporaryFolder.h"
+#include "fixtures/Terminal.h"
 #include "standalone/FileLock.h"
 #include "standalone/FrameOutput.h"
 #include "standalone/FrameRowJson.h"
@@ -15,12 +16,14 @@
 
 #include <bit>
 #include <cmath>
+#include <csignal>
 #include <filesystem>
 #include <limits>
 #include <random>
 
 using ::testing::AllOf;
 using ::testing::HasSubstr;
+using ::testing::StartsWith;
 
 namespace {
 
@@ -89,11 +92,17 @@ protected:
     }
 
     // Runs into the output with a fault at a call of that number.
-    ProgramResult runWithFault(std::vector<std::string> options, const std::string& fault, int call) const {
+    ProgramResult runWithFault(std::vector<std::string> options, const std::string& fault, int call,
+                               const std::string& numbers = "9") const {
         return runOmbrel(commandTo(output, std::move(options)),
                          {"LD_PRELOAD=" OMBREL_DIE_AT_WRITE_LIBRARY,
                           "ASAN_OPTIONS=verify_asan_link_order=0:detect_leaks=0",
-                          fault + "=" + std::to_string(call)});
+                          fault + "=" + std::to_string(call), "OMBREL_DIE_BY=" + numbers});
+    }
+
+    // A run of 60 frames that gets the signals of these numbers in the middle.
+    ProgramResult runWithSignals(const std::string& numbers) const {
+        return runWithFault({"-j", "1", "--force"}, "OMBREL_DIE_AT_WRITE", 100, numbers);
     }
 
     const TemporaryFolder folder;
@@ -221,6 +230,54 @@ TEST_P(BatchInto, EndsWhenAThreadCannotBeMade) {
     EXPECT_FALSE(fs::exists(output));
 }
 
+TEST_P(BatchInto, IsLeftReadableAndResumableByEverySignalThatAsksForTheEnd) {
+    writeInput(60, 8);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        const auto result = runWithSignals(std::to_string(signal));
+        expectRefusal(result, 1, "interrupted");
+        const auto done = ombrel::FrameOutput::stateOf(output)->framesDone;
+        EXPECT_TRUE(0 < done && done < 60) << done;
+        expectResumable("signal " + std::to_string(signal));
+    }
+}
+
+// What is not asked for again: a terminal that closes may say so twice.
+TEST_P(BatchInto, EndsAtOnceByASecondSignal) {
+    writeInput(60, 8);
+    for (const auto& [numbers, exitCode] :
+         {std::pair("2 2", 128 + SIGINT), {"15 15", 128 + SIGTERM}, {"1 1", 1}}) {
+        const auto result = runWithSignals(numbers);
+        EXPECT_EQ(result.exitCode, exitCode) << numbers << ": " << result.messages;
+        expectResumable(numbers);
+    }
+}
+
+TEST_P(BatchInto, IsNotEndedBySignalsThatWereIgnoredAtItsStart) {
+    writeInput(60, 8);
+    for (const int signal : {SIGINT, SIGHUP}) {
+        const auto former = std::signal(signal, SIG_IGN); // the program inherits it
+        const auto result = runWithSignals(std::to_string(signal));
+        std::signal(signal, former);
+        EXPECT_EQ(result.exitCode, 0) << result.messages;
+        EXPECT_EQ(readAllFrames(output), expected);
+    }
+}
+
+TEST_P(BatchInto, GetsAPictureOfEveryFrameAlsoWhenItIsResumed) {
+    writeInput(60, 8);
+    ASSERT_EQ(runOmbrel(commandTo(whole, {"--force", "--preview", folder / "expected"})).exitCode, 0);
+    expectRefusal(runWithSignals("15"), 1, "interrupted");
+    const auto resumed = runOmbrel(commandTo(output, {"--resume", "--preview", folder / "pictures"}));
+    ASSERT_EQ(resumed.exitCode, 0) << resumed.messages;
+    int pictures = 0;
+    for (const fs::directory_entry& picture : fs::directory_iterator(folder / "expected")) {
+        const std::string name = picture.path().filename();
+        EXPECT_EQ(fileText(folder / "pictures/" + name), fileText(picture.path())) << name;
+        ++pictures;
+    }
+    EXPECT_EQ(pictures, 60);
+}
+
 TEST_P(BatchInto, IsTheSameForAnyNumberOfJobs) {
     writeInput(60, 32);
     for (const char* jobs : {"2", "8"}) {
@@ -255,7 +312,7 @@ TEST_P(BatchInto, IsLeftAloneWhenItIsWholeOrOfAnotherRun) {
     EXPECT_EQ(runOmbrel(commandTo(output, {"--resume", "--force"})).exitCode, 2);
 }
 
-TEST(Batch, ReportsFiguresOfAllFramesAlsoWhenItIsGoneOnWith) {
+TEST(Batch, ReportsFiguresOfAllFramesAlsoWhenItIsResumed) {
     const TemporaryFolder folder;
     ImageStack<float> stack{2, 2, {1, 2, 3, 4, 0, NAN, INFINITY, 8}};
     writeHdf5(folder / "in.h5", stack);
@@ -309,4 +366,22 @@ TEST(Batch, DryRunChangesNothing) {
     EXPECT_THAT(result.messages, HasSubstr("would correct 3 frames of 8 x 8"));
     EXPECT_EQ(folder.fileCount(), 1u);
     expectRefusal(dry(folder / "none/out.h5"), 1, "there is no folder");
+}
+
+TEST(Batch, ShowsABarThatFitsTheTerminal) {
+    const TemporaryFolder folder;
+    writeHdf5(folder / "in.h5", randomFrames(3, 8));
+    for (const auto& [columns, first] : {std::pair(20U, "[###.......] 1 of 3"),
+                                         {40, "[####........] 1 of 3 frames, "},
+                                         {120, "[##########....................] 1 of 3 frames, "}}) {
+        const auto result = runOmbrelOnTerminal(
+            columns, {"run", "-f", "Binning 2x2", folder / "in.h5", "-o", folder / "out.h5", "--force"});
+        EXPECT_EQ(result.exitCode, 0) << result.messages;
+        const auto bars = statusLines(result.messages);
+        ASSERT_FALSE(bars.empty()) << result.messages;
+        EXPECT_THAT(bars.front(), StartsWith(first));
+        for (const std::string& bar : bars)
+            EXPECT_LT(bar.size(), columns) << bar;
+        EXPECT_THAT(result.messages, HasSubstr("\x1b[Kombrel: 3 frames in ")) << "in place of the bar";
+    }
 }

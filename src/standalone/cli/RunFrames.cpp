@@ -77,7 +77,8 @@ int finish(const RunSetup& run, const BatchResult& result, const Progress& progr
     else if (!run.options.quiet)
         console.message(summary(result, progress, run.options.output));
     if (result.stopped)
-        console.message("interrupted; the output holds the frames up to here, --resume goes on");
+        console.message(result.hasOutput ? "interrupted; --resume continues after the frames in the output"
+                                         : "interrupted before the first frame; there is no output");
     const std::string loss = run.workers.choices ? run.workers.choices->loss() : "";
     if (!loss.empty())
         console.message(loss);
