@@ -1,6 +1,9 @@
 #pragma once
 
 #include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace ombrel {
 
@@ -13,6 +16,21 @@ class Error : public std::runtime_error {
 // The command line itself is wrong: no file that changes can make it right.
 class UsageError : public Error {
     using Error::Error;
+};
+
+struct DatasetChoice {
+    std::string path;
+    std::string shape;
+};
+
+// Several datasets of a file may be meant.
+class SeveralDatasets : public Error {
+public:
+    SeveralDatasets(const std::string& text, std::string fileOfThem, std::vector<DatasetChoice> found)
+        : Error(text), file(std::move(fileOfThem)), datasets(std::move(found)) {}
+
+    std::string file;
+    std::vector<DatasetChoice> datasets;
 };
 
 } // namespace ombrel

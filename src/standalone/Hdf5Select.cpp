@@ -129,6 +129,15 @@ void refuseDeadLinks(const std::string& file, const Hdf5Contents& contents) {
                     "; put the file there, or name a dataset by FILE::/path/of/dataset");
 }
 
+[[noreturn]] void refuseSeveral(const std::string& file, const Candidates& candidates) {
+    std::vector<DatasetChoice> choices;
+    for (const Hdf5Candidate* candidate : candidates)
+        choices.push_back({candidate->paths.front(), shapeText(candidate->shape)});
+    throw SeveralDatasets(file + ": which dataset holds the frames is not clear; add one of these: " +
+                              listText(describe(candidates)),
+                          file, std::move(choices));
+}
+
 Hdf5Selection selection(const std::string& file, const Hdf5Candidate& candidate, const std::string& path) {
     if (candidate.problem)
         throw Error(file + ": " + path + ": " + *candidate.problem);
@@ -174,8 +183,7 @@ Hdf5Selection selectByStructure(hid_t file, const std::string& fileName, const H
     if (left.empty())
         refuseNone(fileName, contents);
     if (left.size() > 1)
-        throw Error(fileName + ": which dataset holds the frames is not clear; add one of these: " +
-                    listText(describe(left)));
+        refuseSeveral(fileName, left);
     const std::vector<std::string>& paths = left.front()->paths;
     const auto detector =
         std::ranges::find_if(paths, [&](const auto& path) { return isDetectorData(file, path); });
