@@ -1,5 +1,10 @@
 #include "filters/SubFrameQuestion.h"
 
+#include "dialogs/DlgBHStg.h"
+#include "dialogs/DlgFFStg.h"
+#include "filters/BHFilter.h"
+#include "filters/FFFilter.h"
+
 #include <QComboBox>
 #include <QInputDialog>
 
@@ -49,6 +54,34 @@ TEST_F(SubFrameQuestion, TakesTheWholeFrameOnCancelAndForANamelessChoice) {
     const auto frame = frameWithSubFrames({"", "ToA"});
     EXPECT_EQ(ask(*frame, [](QInputDialog& dialog) { cancel(dialog); }), -1);
     EXPECT_EQ(ask(*frame, [](QInputDialog& dialog) { QTest::keyClick(&dialog, Qt::Key_Return); }), -1);
+}
+
+// The host may end the filter that asks; the window that it was asked for must know.
+TEST_F(SubFrameQuestion, AFilterMayEndUnderIt) {
+    std::vector<ombrel::FramePtr> acquired;
+    acquired.push_back(frameOf(Values(6, 1.0)));
+    acquired.back()->addSubFrame(frameOf(Values(6, 1.0)));
+    device.setAcquisition(std::move(acquired));
+
+    std::unique_ptr<PluginOmbrel::FFFilter, Destroy> flatField(new PluginOmbrel::FFFilter(&host, &device));
+    PluginOmbrel::DlgFFStg dialog(nullptr, flatField.get());
+    dialog.show();
+    user.meets<QInputDialog>([&](QInputDialog& question) {
+        flatField.reset();
+        cancel(question);
+    });
+    child<QAbstractButton>(dialog, "btCoeffAllFrames").click();
+    EXPECT_EQ(textOf(dialog, "edCoeffsData"), "");
+
+    std::unique_ptr<PluginOmbrel::BHFilter, Destroy> hardening(new PluginOmbrel::BHFilter(&host, &device));
+    PluginOmbrel::DlgBHStg masks(nullptr, hardening.get(), &host);
+    masks.showDialog();
+    user.meets<QInputDialog>([&](QInputDialog& question) {
+        hardening.reset();
+        cancel(question);
+    });
+    child<QAbstractButton>(masks, "btAddMeas").click();
+    takeLog();
 }
 
 } // namespace
