@@ -2,22 +2,45 @@
 
 #include "workbench/NewChild.h"
 
+#include <QEvent>
 #include <QHBoxLayout>
+#include <QIcon>
 #include <QLabel>
+#include <QPainter>
 #include <QSignalBlocker>
 #include <QSlider>
 #include <QSpinBox>
-#include <QStyle>
 #include <QToolButton>
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 namespace ombrel::workbench {
 
 namespace {
 
 constexpr int filmMilliseconds = 60; // a frame, where the chain keeps up
+
+// In the colour of the text, which the toolkit's own signs are not: they are dark on dark.
+QIcon playSign(const QPalette& palette, bool isPause) {
+    QIcon icon;
+    for (const auto& [mode, group] :
+         {std::pair(QIcon::Normal, QPalette::Active), std::pair(QIcon::Disabled, QPalette::Disabled)}) {
+        QPixmap picture(64, 64);
+        picture.fill(Qt::transparent);
+        QPainter painter(&picture);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(palette.color(group, QPalette::ButtonText));
+        if (isPause)
+            painter.drawRects(QList<QRect>{{14, 10, 13, 44}, {37, 10, 13, 44}});
+        else
+            painter.drawPolygon(QPolygon({{14, 8}, {54, 32}, {14, 56}}));
+        icon.addPixmap(picture, mode);
+    }
+    return icon;
+}
 
 } // namespace
 
@@ -26,7 +49,7 @@ FrameBar::FrameBar(QWidget* parent)
       total(newChild<QLabel>()), playButton(newChild<QToolButton>()) {
     playButton->setObjectName("btPlay");
     playButton->setCheckable(true);
-    playButton->setIcon(style()->standardIcon(QStyle::SP_MediaPlay));
+    playButton->setIcon(playSign(palette(), false));
     playButton->setToolTip("Play the frames (P)");
     slider->setObjectName("slFrame");
     slider->setPageStep(10);
@@ -36,7 +59,9 @@ FrameBar::FrameBar(QWidget* parent)
     layout->setContentsMargins(6, 2, 6, 2);
     layout->addWidget(playButton);
     layout->addWidget(slider, 1);
-    layout->addWidget(newChild<QLabel>("Frame"));
+    auto* const label = newChild<QLabel>("Fram&e");
+    label->setBuddy(number);
+    layout->addWidget(label);
     layout->addWidget(number);
     layout->addWidget(total);
 
@@ -86,11 +111,17 @@ void FrameBar::goToEnd(bool last) {
 void FrameBar::play(bool isToPlay) {
     const QSignalBlocker quiet(playButton);
     playButton->setChecked(isToPlay);
-    playButton->setIcon(style()->standardIcon(isToPlay ? QStyle::SP_MediaPause : QStyle::SP_MediaPlay));
+    playButton->setIcon(playSign(palette(), isToPlay));
     if (isToPlay)
         film.start();
     else
         film.stop();
+}
+
+void FrameBar::changeEvent(QEvent* event) {
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange)
+        playButton->setIcon(playSign(palette(), isPlaying()));
 }
 
 bool FrameBar::isPlaying() const {

@@ -32,6 +32,7 @@ signals:
 
 private:
     void nextOfFilm();
+    void changeEvent(QEvent* event) override;
 
     QSlider* slider;
     QSpinBox* number;

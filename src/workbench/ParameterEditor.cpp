@@ -6,6 +6,7 @@
 #include "standalone/ParamText.h"
 #include "workbench/DimText.h"
 #include "workbench/NewChild.h"
+#include "workbench/ParameterPane.h"
 
 #include <QHBoxLayout>
 #include <QHeaderView>
@@ -116,6 +117,7 @@ void ParameterEditor::makeBrowser(const LinkReport& report, const LinkState& lin
     }
     isFilling = false;
     browser = newChild<QParamsBrowser>(this);
+    fitToPalette(*browser);
     browser->setParams(params.get());
     browser->setColumnHidden(PropertyColumn::Description, true); // there is a tool tip
     browser->setRootIsDecorated(false);                          // there are no groups

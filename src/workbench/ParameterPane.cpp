@@ -1,6 +1,8 @@
 #include "workbench/ParameterPane.h"
 
+#include "host/PtrList.h"
 #include "properties/QParamsBrowser.h"
+#include "properties/QPropertyDelegate.h"
 #include "properties/QPropertyModel.h"
 #include "standalone/LogCapture.h"
 #include "workbench/NewChild.h"
@@ -13,13 +15,15 @@
 #include <QStyle>
 #include <QVBoxLayout>
 
+#include <algorithm>
+
 namespace ombrel::workbench {
 
 namespace {
 
 constexpr int valueWidth = 180;
 
-// An engine that restarts may read a whole calibration anew.
+// An engine that restarts may read a whole calibration again.
 struct BusyCursor {
     BusyCursor() { QApplication::setOverrideCursor(Qt::WaitCursor); }
     ~BusyCursor() { QApplication::restoreOverrideCursor(); }
@@ -39,12 +43,28 @@ QString textOfChange(const QString& name, const QString& before, const QString& 
     return QString("%1: %2 \u2192 %3").arg(name, before, after);
 }
 
+const char* invitation(const zt::IParamMgr& parameters) {
+    zt::PtrList<zt::IParam*> all;
+    parameters.params(&all);
+    const bool isAnyEditable = std::ranges::any_of(
+        all.vect(), [](const auto* each) { return !(each->flags() & zt::PARAM_READ_ONLY); });
+    return isAnyEditable ? "Click a value to change it. The filter takes every change at once."
+                         : "The filter has these values; none of them can be changed.";
+}
+
 } // namespace
+
+void fitToPalette(QParamsBrowser& browser) {
+    if (browser.palette().color(QPalette::Base).lightnessF() > 0.5f)
+        return;
+    browser.setItemDelegate(newChild<QPropertyDelegate>(&browser));
+    browser.setAlternatingRowColors(true);
+}
 
 ParameterPane::ParameterPane(zt::IParamMgr& managerOfFilter, QWidget* parent)
     : QWidget(parent), parameters(managerOfFilter), browser(newChild<QParamsBrowser>(this)),
-      sign(newChild<QLabel>(this)),
-      message(newChild<QLabel>("Click a value to change it. The filter takes every change at once.", this)) {
+      sign(newChild<QLabel>(this)), message(newChild<QLabel>(invitation(managerOfFilter), this)) {
+    fitToPalette(*browser);
     browser->setParams(&parameters);
     browser->resizeColumnToContents(0);
     browser->setColumnWidth(1, valueWidth);

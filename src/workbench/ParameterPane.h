@@ -13,6 +13,9 @@ class QProperty;
 
 namespace ombrel::workbench {
 
+// The browser's rows are light in every palette. In a dark one they get the palette's own colours here.
+void fitToPalette(QParamsBrowser& browser);
+
 // The parameters of a filter for editing, over a bar that says what the last change did: the value before and
 // after, and that the engine restarted with it, or what the filter logged.
 class ParameterPane final : public QWidget {
