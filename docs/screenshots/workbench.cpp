@@ -5,6 +5,8 @@
 #include "workbench/MainWindow.h"
 
 #include <QApplication>
+#include <QDir>
+#include <QFileInfo>
 #include <QMenu>
 #include <QTemporaryDir>
 
@@ -57,6 +59,7 @@ void buildChain(WorkbenchUser& user, const SampleFiles& files) {
 }
 
 void runBatch(WorkbenchUser& user, const QString& output) {
+    QDir().mkpath(QFileInfo(output).path()); // apart from the raw data
     user.showDock("dockBatch");
     user.type("edOutput", output);
     user.key(Qt::Key_R, Qt::ControlModifier);
@@ -97,7 +100,7 @@ int main(int argc, char** argv) {
         WorkbenchUser user(window, argv[1]);
         openDemo(user);
         buildChain(user, {argv[2], argv[3], argv[4]});
-        runBatch(user, "corrected.h5");
+        runBatch(user, "corrected/frames.h5");
         fail(user);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "ombrel-workbench-screenshots: %s\n", error.what());

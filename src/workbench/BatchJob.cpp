@@ -56,7 +56,7 @@ QString summaryOf(const Outcome& outcome, const std::string& output) {
     if (outcome.failed != 0)
         text += QString(", %1 of them failed").arg(outcome.failed);
     if (outcome.isStopped)
-        text += "; cancelled, the same run can go on with it";
+        text += "; cancelled, the same run can resume";
     if (!outcome.loss.empty())
         text += "; " + QString::fromStdString(outcome.loss);
     return text + ": " + QString::fromStdString(output);

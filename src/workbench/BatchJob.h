@@ -22,7 +22,7 @@ public:
 
     // Not while one runs.
     void start(const cli::RunOptions& options);
-    // The output keeps the frames that are done, and can be gone on with.
+    // The output keeps the frames that are done, and the same run can resume.
     void cancel() { stopWanted = true; }
     bool isRunning() const { return running; }
 

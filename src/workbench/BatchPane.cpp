@@ -1,6 +1,7 @@
 #include "workbench/BatchPane.h"
 
 #include "standalone/Error.h"
+#include "standalone/FileKind.h"
 #include "standalone/FrameOutput.h"
 #include "workbench/BatchOptions.h"
 #include "workbench/BatchProgress.h"
@@ -19,8 +20,20 @@
 #include <QVBoxLayout>
 
 #include <algorithm>
+#include <utility>
 
 namespace ombrel::workbench {
+
+namespace {
+
+// Of the file that a path with a dataset is about, too.
+std::filesystem::path folderOf(const std::string& path) {
+    std::error_code failure;
+    const auto file = std::filesystem::absolute(splitDatasetPath(path).file, failure);
+    return std::filesystem::weakly_canonical(file, failure).parent_path();
+}
+
+} // namespace
 
 BatchPane::BatchPane(const Workspace& model, cli::Console& console, std::string pluginPath, QWidget* parent)
     : QWidget(parent), workspace(model), plugin(std::move(pluginPath)), outputRow(newChild<QWidget>()),
@@ -29,6 +42,7 @@ BatchPane::BatchPane(const Workspace& model, cli::Console& console, std::string 
     dressFields();
     fillOutputRow();
     auto* const layout = newChild<QVBoxLayout>(this);
+    layout->setContentsMargins(6, 4, 6, 4);
     layout->addWidget(outputRow);
     layout->addWidget(progress);
     layout->addStretch(1);
@@ -58,14 +72,18 @@ void BatchPane::dressFields() {
 void BatchPane::fillOutputRow() {
     auto* const layout = newChild<QHBoxLayout>(outputRow);
     layout->setContentsMargins({});
-    auto* const browse = newChild<QPushButton>("Browse\u2026");
+    auto* const browse = newChild<QPushButton>("&Browse\u2026");
     browse->setObjectName("btBrowse");
-    layout->addWidget(outputEdit, 1);
+    const auto add = [&](const char* label, QWidget* field, int stretch) {
+        auto* const name = newChild<QLabel>(label);
+        name->setBuddy(field);
+        layout->addWidget(name);
+        layout->addWidget(field, stretch);
+    };
+    add("&Output", outputEdit, 1);
     layout->addWidget(browse);
-    layout->addWidget(newChild<QLabel>("Pixels"));
-    layout->addWidget(pixelType);
-    layout->addWidget(newChild<QLabel>("Jobs"));
-    layout->addWidget(jobs);
+    add("&Pixels", pixelType, 0);
+    add("&Jobs", jobs, 0);
     connect(browse, &QPushButton::clicked, this, &BatchPane::chooseOutput);
 }
 
@@ -77,12 +95,33 @@ void BatchPane::chooseOutput() {
         outputEdit->setText(path);
 }
 
-void BatchPane::setOutput(const QString& path) {
+void BatchPane::proposeOutput(const QString& path) {
+    if (isRunning()) {
+        nextOutput = path;
+        return;
+    }
     outputEdit->setText(path);
+    progress->reset();
 }
 
 QString BatchPane::output() const {
     return outputEdit->text().trimmed();
+}
+
+bool BatchPane::askForFolder(const cli::RunOptions& options) {
+    const std::filesystem::path folder = folderOf(options.output);
+    const auto isThere = [&](const std::string& input) { return folderOf(input) == folder; };
+    if (folder == agreedFolder || std::ranges::none_of(options.inputs, isThere))
+        return true;
+    QMessageBox box(QMessageBox::Question, "Batch run", "The output goes into the folder of the raw data.",
+                    QMessageBox::Cancel, this);
+    box.setInformativeText(QString::fromStdString(folder.string()));
+    const auto* const agree = box.addButton("&Write there", QMessageBox::AcceptRole);
+    box.exec();
+    if (box.clickedButton() != agree)
+        return false;
+    agreedFolder = folder;
+    return true;
 }
 
 bool BatchPane::askForExisting(cli::RunOptions& options) {
@@ -91,11 +130,11 @@ bool BatchPane::askForExisting(cli::RunOptions& options) {
         return true;
     QMessageBox box(QMessageBox::Question, "Batch run", file.fileName() + " is there already.",
                     QMessageBox::Cancel, this);
-    box.setInformativeText("Going on keeps the frames that an earlier run of the same chain has done.");
-    const auto* const goOn = box.addButton("Go on with it", QMessageBox::AcceptRole);
-    const auto* const replace = box.addButton("Replace it", QMessageBox::DestructiveRole);
+    box.setInformativeText("Resuming keeps the frames that an earlier run of the same chain has done.");
+    const auto* const resume = box.addButton("&Go on with it", QMessageBox::AcceptRole);
+    const auto* const replace = box.addButton("&Replace it", QMessageBox::DestructiveRole);
     box.exec();
-    options.resume = box.clickedButton() == goOn;
+    options.resume = box.clickedButton() == resume;
     options.force = box.clickedButton() == replace;
     return options.resume || options.force;
 }
@@ -106,7 +145,7 @@ bool BatchPane::mayClose() {
     const auto answer = QMessageBox::question(
         this, "Batch run",
         "Frames are still being corrected. Cancel the run and close?\nThe output keeps the frames that are "
-        "done, and can be gone on with.",
+        "done, and the run can be resumed.",
         QMessageBox::Yes | QMessageBox::No, QMessageBox::No);
     return answer == QMessageBox::Yes;
 }
@@ -130,19 +169,21 @@ void BatchPane::begin(cli::RunOptions options) {
         progress->setText("The output's name must end in .h5, .hdf5, .nxs, .tif or .tiff.");
         return;
     }
-    if (!askForExisting(options))
+    if (!askForFolder(options) || !askForExisting(options))
         return;
     options.plugin = plugin;
     options.jobs = static_cast<unsigned>(jobs->value());
     options.outputType = pixelType->currentData().toString().toStdString();
     outputRow->setEnabled(false);
-    progress->begin();
+    progress->begin(QFileInfo(output()).fileName());
     job.start(options);
 }
 
 void BatchPane::end(bool isGood, const QString& summary) {
     outputRow->setEnabled(true);
     progress->end(summary);
+    if (!nextOutput.isEmpty())
+        outputEdit->setText(std::exchange(nextOutput, QString()));
     emit logged("Batch: " + summary);
     emit finished(isGood);
 }

@@ -5,6 +5,7 @@
 
 #include <QWidget>
 
+#include <filesystem>
 #include <string>
 
 class QComboBox;
@@ -23,7 +24,8 @@ public:
     BatchPane(const Workspace& model, cli::Console& console, std::string pluginPath,
               QWidget* parent = nullptr);
 
-    void setOutput(const QString& path);
+    // For files that were opened; a run that is on keeps its own until it ends.
+    void proposeOutput(const QString& path);
     // The workspace's chain on its files, unless a run is on or nothing is open. What a settings window holds
     // and has not saved yet is saved, since a run takes its settings from files.
     void start();
@@ -42,7 +44,9 @@ private:
     QString output() const;
     // With the output, jobs and so on of the pane.
     void begin(cli::RunOptions options);
-    // False when an output that is there is to be left alone.
+    // Each false when the user wants no run: into the folder of raw data, where measured and made files would
+    // be mixed, or over an output that is there.
+    bool askForFolder(const cli::RunOptions& options);
     bool askForExisting(cli::RunOptions& options);
     void end(bool isGood, const QString& summary);
 
@@ -53,6 +57,8 @@ private:
     QSpinBox* jobs;
     QComboBox* pixelType;
     BatchProgress* progress;
+    QString nextOutput; // proposed during a run
+    std::filesystem::path agreedFolder;
     BatchJob job; // the last member: nothing is told to what is gone
 };
 

@@ -24,8 +24,8 @@ QString timeText(double seconds) {
 } // namespace
 
 BatchProgress::BatchProgress(QWidget* parent)
-    : QWidget(parent), progress(newChild<QProgressBar>()), startButton(newChild<QPushButton>("Run")),
-      cancelButton(newChild<QPushButton>("Cancel")), state(newChild<QLabel>()) {
+    : QWidget(parent), progress(newChild<QProgressBar>()), startButton(newChild<QPushButton>("R&un")),
+      cancelButton(newChild<QPushButton>("Ca&ncel")), state(newChild<QLabel>()) {
     progress->setObjectName("pbBatch");
     progress->setTextVisible(true);
     startButton->setObjectName("btRun");
@@ -43,14 +43,21 @@ BatchProgress::BatchProgress(QWidget* parent)
     layout->addWidget(state);
     connect(startButton, &QPushButton::clicked, this, &BatchProgress::startWanted);
     connect(cancelButton, &QPushButton::clicked, this, &BatchProgress::cancelWanted);
+    reset();
+}
+
+void BatchProgress::reset() {
+    progress->setRange(0, 0);
     showRunning(false);
+    progress->reset();
     setText("Runs all frames of the stack through the chain as it is shown.");
 }
 
-void BatchProgress::begin() {
+void BatchProgress::begin(const QString& output) {
+    name = output;
     showRunning(true);
     progress->setRange(0, 0); // until it is known how many
-    setText("Loading the filters \u2026");
+    setState("Loading the filters \u2026");
     clock.invalidate();
 }
 
@@ -60,20 +67,20 @@ void BatchProgress::advance(quint64 done, quint64 of) {
     if (!clock.isValid()) {
         clock.start();
         first = done;
-        setText("Running \u2026");
+        setState("Running \u2026");
         return;
     }
     const double rate =
         static_cast<double>(done - first) / std::max(1e-3, 1e-3 * static_cast<double>(clock.elapsed()));
-    setText(QString("%1 of %2, %3 frames/s, %4 left")
-                .arg(done)
-                .arg(QString::fromStdString(countText(of, "frame")))
-                .arg(rate, 0, 'f', rate < 10 ? 1 : 0)
-                .arg(timeText(static_cast<double>(of - done) / rate)));
+    setState(QString("%1 of %2, %3 frames/s, %4 left")
+                 .arg(done)
+                 .arg(QString::fromStdString(countText(of, "frame")))
+                 .arg(rate, 0, 'f', rate < 10 ? 1 : 0)
+                 .arg(timeText(static_cast<double>(of - done) / rate)));
 }
 
 void BatchProgress::cancel() {
-    setText("Cancelling: the frames on their way are finished \u2026");
+    setState("Cancelling: the frames at work are finished \u2026");
 }
 
 void BatchProgress::end(const QString& summary) {
@@ -87,6 +94,10 @@ void BatchProgress::end(const QString& summary) {
 
 void BatchProgress::setText(const QString& text) {
     state->setText(text);
+}
+
+void BatchProgress::setState(const QString& text) {
+    setText(name.isEmpty() ? text : name + ": " + text);
 }
 
 void BatchProgress::showRunning(bool isRunning) {

@@ -15,7 +15,9 @@ class BatchProgress final : public QWidget {
 public:
     explicit BatchProgress(QWidget* parent = nullptr);
 
-    void begin();
+    void reset();
+    // A run into the output of that name.
+    void begin(const QString& output = {});
     void advance(quint64 done, quint64 of);
     void cancel();
     void end(const QString& summary);
@@ -27,11 +29,14 @@ signals:
 
 private:
     void showRunning(bool isRunning);
+    // Of the run that is on, after the name of its output.
+    void setState(const QString& text);
 
     QProgressBar* progress;
     QPushButton* startButton;
     QPushButton* cancelButton;
     QLabel* state;
+    QString name;        // of the output
     QElapsedTimer clock; // from the first frame on
     quint64 first = 0;   // frames that were done when it began
 };

@@ -40,6 +40,7 @@ ChainPane::ChainPane(Workspace& model, QWidget* parent)
     list->setObjectName("lwChain");
     list->setDragDropMode(QAbstractItemView::InternalMove);
     list->setAlternatingRowColors(true);
+    list->setMinimumHeight(48); // of a link and a half
     list->setToolTip("Frames go through the chain from top to bottom. Drag a filter to move it; the box "
                      "switches it off.");
     auto* const layout = newChild<QVBoxLayout>(this);
@@ -81,14 +82,14 @@ QWidget* ChainPane::makeButtons() {
     auto* const layout = newChild<QHBoxLayout>(bar);
     layout->setContentsMargins({});
     layout->setSpacing(3);
-    addButton = makeButton("btAdd", "Add", "Add a filter to the end of the chain (Ctrl+N)");
+    addButton = makeButton("btAdd", "&Add", "Add a filter to the end of the chain (Ctrl+N)");
     addButton->setMenu(menu);
     addButton->setPopupMode(QToolButton::InstantPopup);
-    auto* const remove = makeButton("btRemove", "Remove", "Remove the chosen filter (Ctrl+Del)");
+    auto* const remove = makeButton("btRemove", "Re&move", "Remove the chosen filter (Ctrl+Del)");
     configureButton =
-        makeButton("btConfigure", "Configure\u2026", "Open the filter's own settings window (Ctrl+K)");
-    auto* const load = makeButton("btLoad", "Load\u2026", "Load settings for the chosen filter (Ctrl+L)");
-    auto* const save = makeButton("btSave", "Save\u2026", "Save the chosen filter's settings (Ctrl+S)");
+        makeButton("btConfigure", "Conf&igure\u2026", "Open the filter's own settings window (Ctrl+K)");
+    auto* const load = makeButton("btLoad", "&Load\u2026", "Load settings for the chosen filter (Ctrl+L)");
+    auto* const save = makeButton("btSave", "&Save\u2026", "Save the chosen filter's settings (Ctrl+S)");
     linkButtons = {remove, load, save};
     for (QToolButton* const button : {addButton, remove, configureButton, load, save})
         layout->addWidget(button);

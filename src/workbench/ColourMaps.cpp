@@ -31,7 +31,7 @@ QCPColorGradient gradientOf(std::span<const QRgb> colours) {
 } // namespace
 
 QStringList colourMapNames() {
-    return {"Grey", "Viridis", "Inferno"};
+    return {"Gre&y", "Viri&dis", "&Inferno"};
 }
 
 QCPColorGradient colourMap(const QString& name) {

@@ -76,7 +76,7 @@ CurvePlot::CurvePlot(Kind plotKind, QWidget* parent)
     layout->setContentsMargins({});
     layout->addWidget(plot);
     fitToPalette(*plot);
-    plot->setMinimumHeight(90);
+    plot->setMinimumHeight(70);
     plot->xAxis->setLabel(kind == Kind::Histogram ? "Value of a pixel" : "Pixels along the line");
     plot->yAxis->setLabel(kind == Kind::Histogram ? "Pixels" : "Value");
     plot->xAxis->setLabelPadding(1);

@@ -22,7 +22,7 @@ void DeviceChoice::tryOut(const DeviceState& device) {
 }
 
 void DeviceChoice::takeOver(const DeviceState& device, int opening) {
-    if (opening == workspace.opening()) // else other files were opened meanwhile
+    if (opening == workspace.wanted().opening) // else other files are wanted meanwhile
         workspace.setDevice(device);
 }
 

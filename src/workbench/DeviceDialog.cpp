@@ -1,5 +1,6 @@
 #include "workbench/DeviceDialog.h"
 
+#include "properties/SpinBoxEditor.h"
 #include "workbench/DimText.h"
 #include "workbench/NewChild.h"
 
@@ -41,13 +42,16 @@ DeviceDialog::DeviceDialog(const DeviceState& device, QWidget* parent)
     timeEdit->setMaximum(longestTime);
     timeEdit->setSuffix(" s");
     timeEdit->setStepType(QAbstractSpinBox::AdaptiveDecimalStepType);
-    timeEdit->setSpecialValueText("As the files tell"); // in place of 0
+    timeEdit->setSpecialValueText("As in the files"); // in place of 0
     timeEdit->setValue(device.acqTime.value_or(0));
+    takeEitherSeparator(*timeEdit);
 
     auto* const form = newChild<QFormLayout>(this);
-    form->addRow("Pixel mask", makeMaskRow());
+    auto* const maskLabel = newChild<QLabel>("Pixel &mask");
+    maskLabel->setBuddy(maskEdit);
+    form->addRow(maskLabel, makeMaskRow());
     form->addRow(QString(), explanation("A frame in a file; its pixels of value 0 are masked."));
-    form->addRow("Acquisition time", timeEdit);
+    form->addRow("&Acquisition time", timeEdit);
     form->addRow(QString(), explanation("Of every frame. A batch run takes both over."));
     auto* const buttons = newChild<QDialogButtonBox>(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
     form->addRow(buttons);
@@ -59,7 +63,7 @@ QWidget* DeviceDialog::makeMaskRow() {
     auto* const row = newChild<QWidget>();
     auto* const layout = newChild<QHBoxLayout>(row);
     layout->setContentsMargins({});
-    auto* const browse = newChild<QPushButton>("Browse\u2026");
+    auto* const browse = newChild<QPushButton>("&Browse\u2026");
     layout->addWidget(maskEdit, 1);
     layout->addWidget(browse);
     connect(browse, &QPushButton::clicked, this, [this] {

@@ -9,7 +9,7 @@ class QLineEdit;
 
 namespace ombrel::workbench {
 
-// Asks for what the files do not tell of the detector.
+// Asks for what the files do not say of the detector.
 class DeviceDialog final : public QDialog {
     Q_OBJECT
 public:

@@ -47,7 +47,7 @@ void FramePane::layOut(const QString& title) {
 
 void FramePane::makePicture() {
     fitToPalette(*plot);
-    plot->setMinimumSize(160, 140);
+    plot->setMinimumSize(110, 90);
     plot->setInteractions(QCP::iRangeZoom);
     plot->axisRect()->setupFullAxesBox(false);
     for (QCPAxis* const axis : plot->axisRect()->axes()) {

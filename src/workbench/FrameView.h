@@ -1,5 +1,6 @@
 #pragma once
 
+#include "standalone/Error.h"
 #include "standalone/FrameFigures.h"
 #include "standalone/GridChoice.h"
 #include "standalone/PreviewImage.h"
@@ -39,8 +40,9 @@ struct PaneView {
     Histogram histogram;
 };
 
-// What a frame looks like, raw and after the chain.
+// What a frame looks like, before and after the chain.
 struct FrameView {
+    int opening = 0; // of the stack that it is of
     zt::u64 frame = 0;
     bool isComplete = false; // else the chain is still at work on it
     std::array<PaneView, PANE_COUNT> panes;
@@ -57,6 +59,15 @@ struct ShownFrame {
 };
 
 using ShownFramePtr = std::shared_ptr<ShownFrame>;
+
+// Why files can't be opened.
+struct OpenFailure {
+    std::vector<std::string> inputs;
+    int opening = 0;
+    std::string reason;
+    std::string file;                    // of these datasets
+    std::vector<DatasetChoice> datasets; // of which the user has to name one; empty: it failed otherwise
+};
 
 // What was opened.
 struct StackFacts {

@@ -88,8 +88,11 @@ void FrameWorker::serve(StackViewer& viewer, const FrameRequest& wanted) {
     try {
         if (viewer.open(wanted))
             emit opened(viewer.facts(), viewer.pluginHost());
+    } catch (const SeveralDatasets& error) {
+        emit openFailed({wanted.inputs, wanted.opening, error.what(), error.file, error.datasets});
+        return;
     } catch (const std::exception& error) {
-        emit openFailed(wanted.opening, error.what());
+        emit openFailed({wanted.inputs, wanted.opening, error.what(), {}, {}});
         return;
     }
     const bool isSlow = viewer.lastSeconds() > slow;

@@ -37,7 +37,7 @@ public:
 
 signals:
     void opened(const ombrel::workbench::StackFacts& facts, const ombrel::workbench::PluginHostPtr& host);
-    void openFailed(int opening, const QString& reason);
+    void openFailed(const ombrel::workbench::OpenFailure& failure);
     void shown(const ombrel::workbench::ShownFramePtr& frame);
     void linkReported(const ombrel::workbench::LinkReport& report);
     void busyChanged(bool isBusy);

@@ -1,6 +1,8 @@
 #include "workbench/LinkSettings.h"
 
+#include "standalone/AtomicFile.h"
 #include "standalone/Error.h"
+#include "standalone/PixelHash.h"
 #include "standalone/SettingsFiles.h"
 #include "workbench/Memory.h"
 #include "workbench/StackViewer.h"
@@ -8,8 +10,12 @@
 #include <QDateTime>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QPointer>
 
+#include <cstddef>
 #include <filesystem>
+#include <fstream>
+#include <span>
 
 namespace ombrel::workbench {
 
@@ -18,18 +24,30 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr zt::u64 mostMeasured = 100;
+constexpr std::size_t copyBlock = 1 << 20; // bytes
 const QString nameFilter = "Settings (*.xml);;All files (*)";
 
-// Some filters have a calibration beside their settings, known by its name: without one settings elsewhere
-// would be none.
-void linkCalibration(const std::string& from, const std::string& to) {
-    const fs::path source = heapPathOf(from);
-    const fs::path target = heapPathOf(to);
-    std::error_code failure;
-    if (fs::exists(source, failure) && !fs::exists(target, failure))
-        fs::create_symlink(fs::absolute(source), target, failure);
-    if (failure)
-        throw Error(target.string() + ": can't be made: " + failure.message());
+// Some filters have a calibration beside their settings, known by its name: settings that are saved elsewhere
+// take a copy with them, which only has to be committed then. Null when there is nothing to copy. One of the
+// name that is there already may belong to other settings.
+std::unique_ptr<AtomicFile> copyOfCalibration(const std::string& from, const std::string& to) {
+    const std::string source = heapPathOf(from);
+    const std::string target = heapPathOf(to);
+    if (from.empty() || !fs::exists(source))
+        return nullptr;
+    if (fs::exists(target)) {
+        if (!fs::equivalent(source, target) && fileHash(source) != fileHash(target))
+            throw Error(target + ": holds another calibration; save the settings under another name");
+        return nullptr;
+    }
+    std::ifstream bytes(source, std::ios::binary);
+    auto copy = std::make_unique<AtomicFile>(target);
+    std::vector<char> block(copyBlock);
+    while (bytes.read(block.data(), static_cast<std::streamsize>(block.size())), bytes.gcount() > 0)
+        copy->write(std::as_bytes(std::span(block).first(static_cast<std::size_t>(bytes.gcount()))));
+    if (bytes.bad())
+        throw Error(source + ": can't be read");
+    return copy;
 }
 
 std::shared_ptr<FilterLink> loadedLink(PluginHost& host, const LinkState& state, const std::string& path) {
@@ -49,7 +67,6 @@ std::shared_ptr<FilterLink> loadedLink(PluginHost& host, const LinkState& state,
 LinkSettings::LinkSettings(Workspace& model, FrameWorker& frameWorker, QWidget& parentOfDialogs)
     : workspace(model), worker(frameWorker), dialogParent(parentOfDialogs) {
     connect(&workspace, &Workspace::chainChanged, this, &LinkSettings::dropStale);
-    connect(&workspace, &Workspace::inputsChanged, this, [this] { setHost(nullptr); });
 }
 
 void LinkSettings::setHost(const PluginHostPtr& pluginHost) {
@@ -95,23 +112,29 @@ void LinkSettings::showWindow(int id, const std::shared_ptr<FilterLink>& link, c
                               std::vector<FramePtr>& measured) {
     host->device().setAcquisition(std::move(measured));
     revisions[id] = workspace.chain().find(id)->revision;
-    ShownLink& window = *(shown[id] = std::make_unique<ShownLink>(host, link, path));
+    // A modal window returns from show() when it is closed: it, and not what it belongs to, stands until
+    // then.
+    const auto kept = shown[id] = std::make_shared<ShownLink>(host, link, path);
+    const QPointer<LinkSettings> self = this;
+    ShownLink& window = *kept;
     connect(&window, &ShownLink::changed, this, [this, id](const std::shared_ptr<Settings>& snapshot) {
         ++revisions[id];
         workspace.setUnsaved(id, snapshot);
     });
     connect(
-        &window, &ShownLink::closed, this, [this, id] { windowClosed(id); }, Qt::QueuedConnection);
+        &window, &ShownLink::closed, this, [this, id, &window] { windowClosed(id, &window); },
+        Qt::QueuedConnection);
     try {
         window.show();
     } catch (const Error& error) {
-        emit logged(error.what());
+        if (self)
+            emit logged(error.what());
     }
 }
 
-void LinkSettings::windowClosed(int id) {
+void LinkSettings::windowClosed(int id, const ShownLink* window) {
     const auto found = shown.find(id);
-    if (found == shown.end() || found->second->isModalOpen())
+    if (found == shown.end() || found->second.get() != window || window->isModalOpen())
         return;
     const std::string path = found->second->settingsPath();
     shown.erase(found);
@@ -132,10 +155,11 @@ void LinkSettings::load(int id) {
     const LinkState* const link = workspace.chain().find(id);
     if (!link)
         return;
+    const QPointer<LinkSettings> self = this;
     const QString path =
         QFileDialog::getOpenFileName(&dialogParent, "Settings of " + QString::fromStdString(link->filter),
                                      QString::fromStdString(link->settings), nameFilter);
-    if (!path.isEmpty())
+    if (self && !path.isEmpty())
         workspace.setSettings(id, path.toStdString());
 }
 
@@ -143,10 +167,11 @@ void LinkSettings::save(int id) {
     const LinkState* const link = workspace.chain().find(id);
     if (!link)
         return;
+    const QPointer<LinkSettings> self = this;
     const QString path = QFileDialog::getSaveFileName(
         &dialogParent, "Save the settings of " + QString::fromStdString(link->filter),
         QString::fromStdString(link->settings), nameFilter);
-    if (!path.isEmpty())
+    if (self && !path.isEmpty())
         saveTo(id, path.toStdString());
 }
 
@@ -157,10 +182,11 @@ void LinkSettings::saveTo(int id, const std::string& path) {
         // Edits that wait are to be saved too.
         for (const LinkReport& report : viewer.follow(chain))
             later([this, report] { emit reported(report); });
-        viewer.chain().saveSettings(id, path);
         const LinkState& saved = *chain.find(id);
-        if (!saved.settings.empty())
-            linkCalibration(saved.settings, path);
+        const auto calibration = copyOfCalibration(saved.settings, path);
+        viewer.chain().saveSettings(id, path);
+        if (calibration)
+            calibration->commit();
         later([this, saved, path] {
             workspace.setSaved(saved, path);
             emit logged("Settings saved: " + QString::fromStdString(path));

@@ -19,8 +19,8 @@ class LinkSettings final : public QObject {
 public:
     LinkSettings(Workspace& model, FrameWorker& frameWorker, QWidget& parentOfDialogs);
 
-    // Of the stack that is open now; null: of none, as it is when other files are to be opened. Windows of
-    // filters of another one are closed.
+    // Of the stack that is open now; null: of none. Windows of filters of another one are closed, but for a
+    // modal one, which the user closes.
     void setHost(const PluginHostPtr& pluginHost);
     // Opens the filter's own window; a link without a settings file gets one of the workbench's own.
     void configure(int id);
@@ -35,7 +35,7 @@ signals:
 private:
     void showWindow(int id, const std::shared_ptr<FilterLink>& link, const std::string& path,
                     std::vector<FramePtr>& measured);
-    void windowClosed(int id);
+    void windowClosed(int id, const ShownLink* window);
     // Closes the windows of links that are gone, or were set otherwise meanwhile.
     void dropStale();
     std::string pathFor(const LinkState& link) const;
@@ -46,7 +46,7 @@ private:
     FrameWorker& worker;
     QWidget& dialogParent;
     PluginHostPtr host;
-    std::map<int, std::unique_ptr<ShownLink>> shown;
+    std::map<int, std::shared_ptr<ShownLink>> shown;
     std::map<int, int> revisions; // of the links as their windows know them
 };
 

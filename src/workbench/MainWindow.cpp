@@ -17,13 +17,14 @@
 #include <QDropEvent>
 #include <QFileInfo>
 #include <QMimeData>
+#include <QScreen>
 #include <QStackedWidget>
 
 namespace ombrel::workbench {
 
 namespace {
 
-constexpr QSize firstSize(1360, 860);
+constexpr QSize firstSize(1360, 860); // at most
 constexpr const char* geometryKey = "geometry";
 constexpr const char* layoutKey = "layout";
 constexpr const char* coloursKey = "colours";
@@ -43,7 +44,7 @@ MainWindow::MainWindow(cli::Console& messages, const std::string& pluginPath)
     setObjectName("MainWindow");
     setWindowTitle("ombrel");
     setAcceptDrops(true);
-    pages->addWidget(startPage);
+    pages->addWidget(newScroller(startPage));
     pages->addWidget(workArea);
     setCentralWidget(pages);
     setStatusBar(status);
@@ -140,7 +141,8 @@ void MainWindow::connectViewActions() {
 }
 
 void MainWindow::restoreLook() {
-    resize(firstSize);
+    // With room for the frame of the window.
+    resize(firstSize.boundedTo(screen()->availableSize() * 0.94));
     restoreGeometry(memory.bytes(geometryKey));
     actions->chooseColourMap(memory.text(coloursKey));
     showRecentFiles();
@@ -152,27 +154,38 @@ void MainWindow::showRecentFiles() {
 }
 
 void MainWindow::opened(const StackFacts& facts, const PluginHostPtr& host) {
-    if (facts.opening != workspace.opening())
+    if (workspace.isOpen() && facts.opening == workspace.opening())
+        return linkSettings.setHost(host); // opened again, after other files that were overtaken
+    if (facts.opening != workspace.wanted().opening)
         return; // overtaken by another choice
+    const bool areOthers = facts.inputs != workspace.inputs();
     workspace.setFacts(facts);
     linkSettings.setHost(host);
-    const QString path = QString::fromStdString(facts.inputs.front());
-    const QFileInfo file(path);
-    memory.addRecentFile(path);
-    showRecentFiles();
-    setWindowTitle(file.fileName() + " \u2013 ombrel");
-    batch->setOutput(file.path() + "/" + file.completeBaseName() + "-corrected.h5");
+    if (areOthers)
+        showFileName(QString::fromStdString(facts.inputs.front()));
     showWorkArea(true);
+    opener.recallChain();
 }
 
-void MainWindow::openFailed(int opening, const QString& reason) {
-    if (opening != workspace.opening())
+void MainWindow::showFileName(const QString& path) {
+    memory.addRecentFile(path);
+    showRecentFiles();
+    setWindowTitle(shortName(path) + " \u2013 ombrel");
+    const QFileInfo file(filePart(path));
+    batch->proposeOutput(file.path() + "/" + file.completeBaseName() + "-corrected.h5");
+}
+
+void MainWindow::openFailed(const OpenFailure& failure) {
+    if (failure.opening != workspace.wanted().opening)
         return; // overtaken by another choice
-    workspace.setFacts({});
-    setWindowTitle("ombrel");
+    workspace.keepShown();
+    const QString reason = QString::fromStdString(failure.reason);
     startPage->setProblem(reason);
     log(reason);
-    showWorkArea(false);
+    requestSoon(); // what was asked for meanwhile
+    if (!failure.datasets.empty())
+        QMetaObject::invokeMethod(
+            this, [this, failure] { opener.chooseDataset(*this, failure); }, Qt::QueuedConnection);
 }
 
 void MainWindow::showWorkArea(bool isOpen) {
@@ -186,14 +199,14 @@ void MainWindow::showWorkArea(bool isOpen) {
 }
 
 void MainWindow::requestFrame() {
-    if (workspace.inputs().empty())
-        return;
-    worker.request({++numberWanted, workspace.inputs(), workspace.opening(), workspace.device(),
-                    workspace.frame(), workspace.chain(), workArea->framePanes().mapView()});
+    const StackChoice& wanted = workspace.wanted();
+    if (!wanted.files.empty())
+        worker.request({++numberWanted, wanted.files, wanted.opening, wanted.device, wanted.frame,
+                        workspace.chain(), workArea->framePanes().mapView()});
 }
 
 void MainWindow::showFrame(const ShownFramePtr& frame) {
-    if (!workspace.isOpen())
+    if (!workspace.isOpen() || frame->view.opening != workspace.opening())
         return; // of a stack that was left
     const FrameView& view = frame->view;
     workArea->show(frame);

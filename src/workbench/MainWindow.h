@@ -58,7 +58,8 @@ private:
     void restoreLook();
 
     void opened(const StackFacts& facts, const PluginHostPtr& host);
-    void openFailed(int opening, const QString& reason);
+    void openFailed(const OpenFailure& failure);
+    void showFileName(const QString& path);
     void showWorkArea(bool isOpen);
     void showRecentFiles();
     void requestSoon() { request.start(0); }

@@ -71,7 +71,7 @@ void DeleteMapData::operator()(QCPColorMapData* data) const {
     std::default_delete<QCPColorMapData>()(data);
 }
 
-PaneMap makePaneMap(const Image& image, const MapView& view) {
+PaneMap makePaneMap(const Image& image, const MapView& view, bool marksNegative) {
     const Cells cells = cellsOf(image, view);
     const int columns = cells.columns();
     const int rows = cells.rows();
@@ -90,7 +90,7 @@ PaneMap makePaneMap(const Image& image, const MapView& view) {
         for (int column = 0; column < columns; ++column) {
             const CellValue value = valueOf(image, cells, column, row);
             map.data->setCell(column, row, value.mean);
-            if (value.isFinite && !value.isNegative)
+            if (value.isFinite && !(value.isNegative && marksNegative))
                 continue;
             marks.setPixel(column, row, value.isFinite ? negativeColour : notFiniteColour);
             isMarked = true;

@@ -33,6 +33,7 @@ struct PaneMap {
 };
 
 // Several pixels become one cell, their mean, where the screen has no more room. A mark on any of them shows.
-PaneMap makePaneMap(const Image& image, const MapView& view);
+// Without `marksNegative`, for pixels of either sign, only those that are not finite are marked.
+PaneMap makePaneMap(const Image& image, const MapView& view, bool marksNegative = true);
 
 } // namespace ombrel::workbench

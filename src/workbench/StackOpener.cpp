@@ -1,9 +1,18 @@
 #include "workbench/StackOpener.h"
 
+#include "standalone/FileKind.h"
+
+#include <QDialogButtonBox>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QInputDialog>
+#include <QLineEdit>
 #include <QMimeData>
+#include <QPushButton>
 #include <QUrl>
+
+#include <algorithm>
+#include <utility>
 
 namespace ombrel::workbench {
 
@@ -17,7 +26,47 @@ std::string absolute(const std::string& path) {
     return QFileInfo(QString::fromStdString(path)).absoluteFilePath().toStdString();
 }
 
+// Also takes "FILE::/path/of/dataset" for a name.
+class FramesPicker final : public QFileDialog {
+public:
+    FramesPicker(QWidget* parent, const QString& folder)
+        : QFileDialog(parent, "Open frames", folder,
+                      "Frames (*.h5 *.hdf5 *.nxs *.tif *.tiff);;All files (*)") {
+        setOption(DontUseNativeDialog); // which takes names of files only
+        setFileMode(ExistingFiles);
+        name = findChild<QLineEdit*>("fileNameEdit");
+        auto* const buttons = findChild<QDialogButtonBox*>();
+        connect(name, &QLineEdit::textChanged, this, [this, buttons] {
+            if (isDataset())
+                buttons->button(QDialogButtonBox::Open)->setEnabled(true);
+        });
+    }
+
+    QStringList paths() const { return isDataset() ? QStringList{path()} : selectedFiles(); }
+
+private:
+    void accept() override {
+        if (isDataset())
+            done(Accepted);
+        else
+            QFileDialog::accept();
+    }
+    QString path() const { return directory().absoluteFilePath(name->text()); }
+    bool isDataset() const { return filePart(path()) != path(); }
+
+    QLineEdit* name;
+};
+
 } // namespace
+
+QString filePart(const QString& path) {
+    return QString::fromStdString(splitDatasetPath(path.toStdString()).file);
+}
+
+QString shortName(const QString& path) {
+    const QString file = filePart(path);
+    return QFileInfo(file).fileName() + path.mid(file.size());
+}
 
 StackOpener::StackOpener(Workspace& model, Memory& userMemory, cli::Console& messages,
                          const std::string& pluginPath)
@@ -35,27 +84,55 @@ void StackOpener::open(const std::vector<std::string>& paths) {
     std::vector<std::string> full;
     for (const std::string& path : paths)
         full.push_back(absolute(path));
-    workspace.setInputs(full);
-    recallChain();
+    want(full, std::nullopt);
 }
 
-// One chain is tried on many stacks; where there is none, the one that was last used on this file is there
-// again.
+void StackOpener::want(const std::vector<std::string>& paths, const std::optional<DemoData>& demo) {
+    workspace.setInputs(paths);
+    ownOpening = workspace.wanted().opening;
+    demoWanted = demo;
+}
+
 void StackOpener::recallChain() {
+    if (workspace.opening() != ownOpening)
+        return; // the same files, of another device
+    const auto demo = std::exchange(demoWanted, std::nullopt);
+    const bool isDemo = demo.has_value();
+    while (isDemo && !workspace.chain().links.empty())
+        workspace.removeLink(workspace.chain().links.back().id);
     if (workspace.chain().links.empty())
         for (const auto& [filter, settings] : memory.chainFor(firstOf(workspace.inputs())))
             workspace.addLink(filter, settings);
+    if (isDemo && workspace.chain().links.empty())
+        workspace.addLink("Flat-Field", demo->flatField);
 }
 
 void StackOpener::choose(QWidget& parentOfDialog) {
-    const QStringList files = QFileDialog::getOpenFileNames(
-        &parentOfDialog, "Open frames", QFileInfo(firstOf(workspace.inputs())).path(),
-        "Frames (*.h5 *.hdf5 *.nxs *.tif *.tiff);;All files (*)");
+    FramesPicker picker(&parentOfDialog, QFileInfo(filePart(firstOf(workspace.inputs()))).path());
+    if (picker.exec() != QDialog::Accepted)
+        return;
     std::vector<std::string> paths;
-    for (const QString& file : files)
-        paths.push_back(file.toStdString());
+    for (const QString& path : picker.paths())
+        paths.push_back(path.toStdString());
     if (!paths.empty())
         open(paths);
+}
+
+void StackOpener::chooseDataset(QWidget& parentOfDialog, const OpenFailure& failure) {
+    QStringList choices;
+    for (const DatasetChoice& dataset : failure.datasets)
+        choices << QString::fromStdString(dataset.path + "  (" + dataset.shape + ")");
+    bool isChosen = false;
+    const QString choice = QInputDialog::getItem(
+        &parentOfDialog, "Open frames",
+        "Datasets of " + QFileInfo(QString::fromStdString(failure.file)).fileName() + " that hold frames:",
+        choices, 0, false, &isChosen);
+    if (!isChosen)
+        return;
+    std::vector<std::string> paths = failure.inputs;
+    const DatasetChoice& dataset = failure.datasets[static_cast<std::size_t>(choices.indexOf(choice))];
+    std::ranges::replace(paths, failure.file, failure.file + "::" + dataset.path);
+    open(paths);
 }
 
 void StackOpener::openDropped(const QMimeData& dropped) {
@@ -74,12 +151,7 @@ void StackOpener::openDemo() {
 void StackOpener::openMade(const DemoData& demo) {
     emit advanced(0, 0);
     rememberChain();
-    workspace.setInputs({demo.frames});
-    while (!workspace.chain().links.empty())
-        workspace.removeLink(workspace.chain().links.back().id);
-    recallChain();
-    if (workspace.chain().links.empty())
-        workspace.addLink("Flat-Field", demo.flatField);
+    want({demo.frames}, demo);
 }
 
 void StackOpener::rememberChain() {

@@ -40,30 +40,23 @@ PaneView differencePane(const PaneView& corrected, const PaneView& base) {
 
 } // namespace
 
-void StackViewer::close() {
-    openInputs.clear();
-    running.reset();
-    chainState = {};
-    raw.reset();
-    view = {};
-    stack.reset();
-    host.reset();
-}
-
 bool StackViewer::open(const FrameRequest& request) {
     if (stack && request.opening == opening)
         return false;
-    close();
-    try {
-        stack = std::make_unique<FrameStack>(request.inputs, FrameRole::Sample);
-        host = std::make_shared<PluginHost>(pluginPath, stack->width(), stack->height(), sink);
-        if (const std::string& mask = request.device.mask; !mask.empty())
-            host->device().pixels().setMask(cli::readDeviceMask(mask, stack->width(), stack->height()));
-        running = std::make_unique<RunningChain>(host);
-    } catch (...) {
-        close();
-        throw;
-    }
+    // What is open stays so until all of the new one stands.
+    auto newStack = std::make_unique<FrameStack>(request.inputs, FrameRole::Sample);
+    const zt::u32 width = newStack->width();
+    const zt::u32 height = newStack->height();
+    auto newHost = std::make_shared<PluginHost>(pluginPath, width, height, sink);
+    if (const std::string& mask = request.device.mask; !mask.empty())
+        newHost->device().pixels().setMask(cli::readDeviceMask(mask, width, height));
+    auto newChain = std::make_unique<RunningChain>(newHost);
+    running = std::move(newChain);
+    host = std::move(newHost);
+    stack = std::move(newStack);
+    chainState = {};
+    raw.reset();
+    view = {};
     openInputs = request.inputs;
     opening = request.opening;
     return true;
@@ -84,6 +77,7 @@ bool StackViewer::read(const FrameRequest& request) {
     const double seconds = view.seconds;
     raw.reset();
     view = {};
+    view.opening = opening;
     view.frame = frame;
     view.seconds = seconds; // until it is known better
     try {
@@ -142,7 +136,7 @@ ShownFramePtr StackViewer::show(const FrameRequest& request) const {
     shown->view = view;
     for (std::size_t pane = 0; pane < PANE_COUNT; ++pane)
         if (const ImagePtr& image = view.panes[pane].image)
-            shown->maps[pane] = makePaneMap(*image, request.view);
+            shown->maps[pane] = makePaneMap(*image, request.view, pane != DIFFERENCE_PANE);
     return shown;
 }
 

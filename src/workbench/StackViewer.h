@@ -20,7 +20,7 @@ public:
     StackViewer(std::string plugin, Host::LogSink logSink)
         : pluginPath(std::move(plugin)), sink(std::move(logSink)) {}
 
-    // True when the stack of the request was opened. Throws Error, with none open.
+    // True when the stack of the request was opened. Throws Error, and leaves open what was.
     bool open(const FrameRequest& request);
     // True when another frame was read.
     bool read(const FrameRequest& request);
@@ -38,7 +38,6 @@ public:
     double lastSeconds() const { return view.seconds; }
 
 private:
-    void close();
     FramePtr frameOf(FrameStack& frames, zt::u64 frame) const;
 
     std::string pluginPath;

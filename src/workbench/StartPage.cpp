@@ -2,6 +2,7 @@
 
 #include "workbench/DimText.h"
 #include "workbench/NewChild.h"
+#include "workbench/StackOpener.h"
 
 #include <QFileInfo>
 #include <QHBoxLayout>
@@ -9,6 +10,8 @@
 #include <QProgressBar>
 #include <QPushButton>
 #include <QVBoxLayout>
+
+#include <algorithm>
 
 namespace ombrel::workbench {
 
@@ -45,12 +48,12 @@ void StartPage::makeColumn() {
     column->addWidget(makeLabel("ombrel", 2.6));
     column->addWidget(
         makeLabel("Open frames of a pixel detector, put filters into the chain, and see each frame "
-                  "before and behind it.",
+                  "before and after it.",
                   1.05));
     column->addSpacing(10);
     column->addWidget(
-        makeButton("btOpen", "Open frames\u2026", "HDF5 or TIFF (Ctrl+O), or drop the files here"));
-    demoButton = makeButton("btDemo", "Open the demo data",
+        makeButton("btOpen", "&Open frames\u2026", "HDF5 or TIFF (Ctrl+O), or drop the files here"));
+    demoButton = makeButton("btDemo", "Open the &demo data",
                             "A hundred frames of a simulated detector, with a flat-field correction");
     column->addWidget(demoButton);
     column->addWidget(progress);
@@ -81,10 +84,11 @@ void StartPage::putInTheMiddle() {
 QPushButton* StartPage::makeButton(const char* name, const QString& text, const QString& about) {
     auto* const button = newChild<QPushButton>();
     button->setObjectName(name);
-    button->setAccessibleName(text);
+    button->setAccessibleName(QString(text).remove('&'));
     auto* const lines = newChild<QVBoxLayout>(button);
     QLabel* const title = makeLabel(text, 1.15);
     QLabel* const small = makeLabel(about, 0.92);
+    title->setBuddy(button);
     dimText(*small);
     lines->setContentsMargins(14, 8, 14, 8);
     lines->setSpacing(1);
@@ -104,7 +108,13 @@ void StartPage::setRecentFiles(const QStringList& files) {
     }
     recentTitle->setVisible(!files.isEmpty());
     for (const QString& file : files) {
-        auto* const button = newChild<QPushButton>(QFileInfo(file).fileName());
+        const auto isNamesake = [&](const QString& other) { return shortName(other) == shortName(file); };
+        QString text = shortName(file);
+        if (std::ranges::count_if(files, isNamesake) > 1)
+            text += " \u2013 " + QFileInfo(filePart(file)).path();
+        auto* const button = newChild<QPushButton>();
+        button->setText(
+            button->fontMetrics().elidedText(text, Qt::ElideMiddle, columnWidth - 12).replace("&", "&&"));
         button->setObjectName("btRecent");
         button->setFlat(true);
         button->setToolTip(file);

@@ -16,6 +16,15 @@
 
 namespace ombrel::workbench {
 
+namespace {
+
+// Without the mark of its mnemonic.
+QString plain(QString text) {
+    return text.remove('&');
+}
+
+} // namespace
+
 WindowActions::WindowActions(QMainWindow& owner, Workspace& model, const std::vector<QDockWidget*>& docks)
     : QObject(&owner), window(owner), workspace(model), toolBar(owner.addToolBar("Tools")),
       colourActions(newChild<QActionGroup>(this)) {
@@ -40,7 +49,7 @@ QAction* WindowActions::add(QMenu& menu, const QString& text, const QString& key
     QAction* const action = menu.addAction(text);
     action->setShortcut(QKeySequence(keys));
     if (!keys.isEmpty())
-        action->setToolTip(QString(text).remove('&').remove("\u2026") + " (" + keys + ")");
+        action->setToolTip(plain(text).remove("\u2026") + " (" + keys + ")");
     if (work)
         connect(action, &QAction::triggered, this, std::move(work));
     return action;
@@ -117,15 +126,15 @@ void WindowActions::makeViewActions(const std::vector<QDockWidget*>& docks) {
     makeColourActions(menu);
     toolBar->addSeparator();
     menu.addSeparator();
-    lockAction = addSwitch(menu, "Lock limits", "L", [this](bool isOn) { emit limitsLocked(isOn); });
+    lockAction = addSwitch(menu, "&Lock limits", "L", [this](bool isOn) { emit limitsLocked(isOn); });
     lockAction->setToolTip("Keep the limits of the colours from frame to frame (L)");
-    addSwitch(menu, "Mark pixels", "M", [this](bool isOn) {
+    addSwitch(menu, "&Mark pixels", "M", [this](bool isOn) {
         emit pixelsMarked(isOn);
-    })->setToolTip("Mark negative pixels in cyan, and those that are not finite in magenta (M)");
+    })->setToolTip("Mark negative pixels of the frame in cyan, and those that are not finite in magenta (M)");
     toolBar->addSeparator();
     menu.addSeparator();
     makeToolActions(menu);
-    toolBar->addAction(add(menu, "Whole frame", "F", [this] { emit wholeFrameWanted(); }));
+    toolBar->addAction(add(menu, "&Whole frame", "F", [this] { emit wholeFrameWanted(); }));
     menu.addSeparator();
     for (QDockWidget* const dock : docks)
         menu.addAction(dock->toggleViewAction());
@@ -133,9 +142,9 @@ void WindowActions::makeViewActions(const std::vector<QDockWidget*>& docks) {
 
 void WindowActions::makeColourActions(QMenu& menu) {
     int number = 0;
-    for (const QString& name : colourMapNames())
+    for (const QString& text : colourMapNames())
         colourActions->addAction(
-            addSwitch(menu, name, QString("Ctrl+%1").arg(++number), [this, name](bool isOn) {
+            addSwitch(menu, text, QString("Ctrl+%1").arg(++number), [this, name = plain(text)](bool isOn) {
                 if (isOn)
                     emit colourMapChosen(name);
             }));
@@ -149,9 +158,9 @@ void WindowActions::makeToolActions(QMenu& menu) {
                 emit toolChosen(tool);
         }));
     };
-    addTool("Move", "V", PaneTool::Move);
-    addTool("Region", "R", PaneTool::Region);
-    addTool("Line", "N", PaneTool::Line);
+    addTool("Mo&ve", "V", PaneTool::Move);
+    addTool("&Region", "R", PaneTool::Region);
+    addTool("Li&ne", "N", PaneTool::Line);
     tools->actions().first()->setChecked(true);
 }
 
@@ -167,7 +176,8 @@ void WindowActions::enableActions() {
 void WindowActions::setRecentFiles(const QStringList& files) {
     recentMenu->clear();
     for (const QString& path : files)
-        recentMenu->addAction(path, this, [this, path] { emit fileWanted(path); });
+        recentMenu->addAction(QString(path).replace("&", "&&"), this,
+                              [this, path] { emit fileWanted(path); });
     recentMenu->setEnabled(!files.isEmpty());
 }
 
@@ -180,12 +190,13 @@ void WindowActions::lockLimits() {
 }
 
 QString WindowActions::colourMap() const {
-    return colourActions->checkedAction()->text();
+    return plain(colourActions->checkedAction()->text());
 }
 
 void WindowActions::chooseColourMap(const QString& name) {
     const auto actions = colourActions->actions();
-    const auto found = std::ranges::find(actions, name, &QAction::text);
+    const auto found =
+        std::ranges::find(actions, name, [](const QAction* action) { return plain(action->text()); });
     (found == actions.end() ? actions.first() : *found)->setChecked(true);
 }
 

@@ -2,24 +2,54 @@
 
 #include "workbench/NewChild.h"
 
+#include <QAction>
 #include <QDockWidget>
 #include <QMainWindow>
+#include <QScrollArea>
+#include <QScrollBar>
 
 namespace ombrel::workbench {
+
+namespace {
+
+constexpr int leastScrolled = 40; // pixels of height
+
+class Scroller final : public QScrollArea {
+public:
+    explicit Scroller(QWidget* content) {
+        setFrameShape(NoFrame);
+        setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+        setWidgetResizable(true);
+        setWidget(content);
+    }
+
+private:
+    QSize minimumSizeHint() const override {
+        const int bar = verticalScrollBar()->sizeHint().width();
+        return {widget()->minimumSizeHint().width() + bar, leastScrolled};
+    }
+};
+
+} // namespace
+
+QWidget* newScroller(QWidget* content) {
+    return newChild<Scroller>(content);
+}
 
 WindowDocks::WindowDocks(QMainWindow& owner, const Contents& contents) : window(owner) {
     window.setDockNestingEnabled(true);
     window.setCorner(Qt::BottomLeftCorner, Qt::LeftDockWidgetArea);
-    add("dockChain", "Chain", contents.chain, Qt::LeftDockWidgetArea);
-    add("dockParameters", "Parameters", contents.parameters, Qt::LeftDockWidgetArea);
-    add("dockFigures", "Figures", contents.figures, Qt::LeftDockWidgetArea);
-    add("dockBatch", "Batch run", contents.batch, Qt::BottomDockWidgetArea);
-    add("dockLog", "Log", contents.log, Qt::BottomDockWidgetArea);
+    add("dockChain", "&Chain", contents.chain, Qt::LeftDockWidgetArea);
+    add("dockParameters", "&Parameters", contents.parameters, Qt::LeftDockWidgetArea);
+    add("dockFigures", "Fi&gures", newScroller(contents.figures), Qt::LeftDockWidgetArea);
+    add("dockBatch", "&Batch run", newScroller(contents.batch), Qt::BottomDockWidgetArea);
+    add("dockLog", "L&og", contents.log, Qt::BottomDockWidgetArea);
     window.tabifyDockWidget(docks[LOG], docks[BATCH]);
 }
 
 void WindowDocks::add(const char* name, const char* title, QWidget* content, Qt::DockWidgetArea area) {
-    auto* const dock = newChild<QDockWidget>(title);
+    auto* const dock = newChild<QDockWidget>(QString(title).remove('&'));
+    dock->toggleViewAction()->setText(title);
     dock->setObjectName(name);
     dock->setWidget(content);
     dock->setFeatures(QDockWidget::DockWidgetMovable | QDockWidget::DockWidgetFloatable |
@@ -43,7 +73,7 @@ void WindowDocks::layOut(const QByteArray& saved) {
         return;
     window.resizeDocks({docks[CHAIN], docks[PARAMETERS], docks[FIGURES]}, {170, 380, 240}, Qt::Vertical);
     window.resizeDocks({docks[CHAIN]}, {320}, Qt::Horizontal);
-    window.resizeDocks({docks[LOG]}, {130}, Qt::Vertical);
+    window.resizeDocks({docks[LOG]}, {140}, Qt::Vertical);
     docks[LOG]->raise();
 }
 

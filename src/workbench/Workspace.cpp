@@ -5,39 +5,41 @@
 namespace ombrel::workbench {
 
 void Workspace::setInputs(std::vector<std::string> paths) {
-    files = std::move(paths);
-    ++openings;
-    stack = {};
-    current = 0;
-    detector = {};
+    wantedStack = {std::move(paths), {}, 0, ++openings};
     emit inputsChanged();
 }
 
 void Workspace::setFacts(const StackFacts& facts) {
+    shownStack = wantedStack;
     stack = facts;
-    if (stack.frames == 0)
-        files.clear();
     emit factsChanged();
 }
 
+void Workspace::keepShown() {
+    wantedStack = shownStack;
+}
+
 void Workspace::setDevice(const DeviceState& device) {
-    if (device == detector)
+    if (device == shownStack.device)
         return;
-    const bool isReopening = device.mask != detector.mask;
-    detector = device;
+    if (device.mask != shownStack.device.mask) {
+        wantedStack = {shownStack.files, device, shownStack.frame, ++openings};
+        emit inputsChanged();
+        return;
+    }
+    shownStack.device = device;
+    if (!isWaiting())
+        wantedStack = shownStack;
     emit deviceChanged();
-    if (!isReopening)
-        return;
-    ++openings;
-    stack = {};
-    emit inputsChanged();
 }
 
 void Workspace::setFrame(zt::u64 frame) {
     frame = std::min(frame, std::max<zt::u64>(stack.frames, 1) - 1);
-    if (frame == current)
+    if (frame == shownStack.frame)
         return;
-    current = frame;
+    shownStack.frame = frame;
+    if (!isWaiting())
+        wantedStack = shownStack;
     emit frameChanged();
 }
 

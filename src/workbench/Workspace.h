@@ -12,27 +12,40 @@
 
 namespace ombrel::workbench {
 
+// Files to look at, as a detector of this kind measured them, and the frame of them.
+struct StackChoice {
+    std::vector<std::string> files;
+    DeviceState device;
+    zt::u64 frame = 0;
+    int opening = 0; // another number for each time that files are to be opened
+};
+
 // What the user has before them: the files, the frame of them, the chain and the link that is chosen. It
 // knows no widget and no filter; whoever changes it calls it, whoever shows or runs it hears of the change.
+//
+// Other files are wanted first, and shown when they are open. Until then, and when they can't be opened,
+// those that were shown stay.
 class Workspace final : public QObject {
     Q_OBJECT
 public:
-    const std::vector<std::string>& inputs() const { return files; }
-    // Grows each time that files are to be opened.
-    int opening() const { return openings; }
+    const StackChoice& wanted() const { return wantedStack; }
+    const std::vector<std::string>& inputs() const { return shownStack.files; }
+    int opening() const { return shownStack.opening; }
     const StackFacts& facts() const { return stack; }
     bool isOpen() const { return stack.frames != 0; }
-    zt::u64 frame() const { return current; }
-    const DeviceState& device() const { return detector; }
+    zt::u64 frame() const { return shownStack.frame; }
+    const DeviceState& device() const { return shownStack.device; }
     const ChainState& chain() const { return links; }
     // 0 when none is chosen.
     int chosenLink() const { return chosen; }
 
-    // Nothing of it is open until setFacts() tells what it is; the chain stays, the device does not.
+    // Wants these; the chain stays, the device does not.
     void setInputs(std::vector<std::string> paths);
-    // Nothing is open when `facts` has no frames.
+    // What is wanted is open.
     void setFacts(const StackFacts& facts);
-    // Another mask opens the files anew, since filters look at it while they are loaded.
+    // What is wanted can't be opened.
+    void keepShown();
+    // Another mask wants the files to be opened again, since filters look at it while they are loaded.
     void setDevice(const DeviceState& device);
     // The nearest that there is.
     void setFrame(zt::u64 frame);
@@ -54,7 +67,9 @@ public:
     void takeBackParam(int id, const std::string& name);
 
 signals:
+    // Files are to be opened.
     void inputsChanged();
+    // They are open.
     void factsChanged();
     void frameChanged();
     void deviceChanged();
@@ -62,11 +77,12 @@ signals:
     void chosenLinkChanged();
 
 private:
-    std::vector<std::string> files;
+    bool isWaiting() const { return wantedStack.opening != shownStack.opening; }
+
+    StackChoice shownStack;
+    StackChoice wantedStack;
     int openings = 0;
-    StackFacts stack;
-    zt::u64 current = 0;
-    DeviceState detector;
+    StackFacts stack; // of what is shown
     ChainState links;
     int chosen = 0;
     int lastId = 0;

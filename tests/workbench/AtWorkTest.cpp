@@ -103,7 +103,8 @@ TEST_F(AtWork, ClosingDuringABatchIsAskedFor) {
     openFrames();
     moveOn();
     auto& batch = *window->findChild<BatchPane*>();
-    batch.setOutput(QString::fromStdString(folder / "out.h5"));
+    std::filesystem::create_directory(folder / "out");
+    batch.proposeOutput(QString::fromStdString(folder / "out/out.h5"));
     click(*window, "btRun");
     ASSERT_TRUE(batch.isRunning());
     {

@@ -39,6 +39,9 @@ protected:
     void begin(const std::string& output, const char* answer = nullptr) {
         child<QLineEdit>(*window, "edOutput").setText(QString::fromStdString(output));
         ModalUser user;
+        const bool isOfRawData = std::filesystem::path(output).parent_path() == folder.path;
+        if (isOfRawData && !std::exchange(isFolderAgreed, true))
+            user.meets<QMessageBox>([](QMessageBox& box) { press(box, "Write there"); });
         if (answer)
             user.meets<QMessageBox>([=](QMessageBox& box) { press(box, answer); });
         key(Qt::Key_R, Qt::ControlModifier);
@@ -50,6 +53,8 @@ protected:
                 return QTest::mouseClick(button, Qt::LeftButton);
         ADD_FAILURE() << "there is no " << answer;
     }
+
+    bool isFolderAgreed = false;
 
     BatchPane& pane() { return *window->findChild<BatchPane*>(); }
 
@@ -92,6 +97,23 @@ TEST_F(WindowBatch, GivesThePixelsOfTheCommandLineForEveryNumberOfJobs) {
     }
 }
 
+TEST_F(WindowBatch, AsksBeforeItMixesItsOutputWithRawDataAndShowsWhatIsOfTheOpenFile) {
+    ASSERT_TRUE(open(writeFrames(2)));
+    model().addLink("Binning 2x2");
+    {
+        ModalUser user;
+        user.meets<QMessageBox>(cancel);
+        key(Qt::Key_R, Qt::ControlModifier);
+    }
+    EXPECT_FALSE(pane().isRunning());
+    EXPECT_FALSE(std::filesystem::exists(folder / "frames-corrected.h5"));
+    EXPECT_THAT(run(folder / "frames-corrected.h5"), HasSubstr("2 of 2 frames done"));
+
+    ASSERT_TRUE(open(writeFrames(3, "other.h5")));
+    EXPECT_THAT(label("lbBatch"), HasSubstr("Runs all frames"));
+    EXPECT_EQ(textOf(*window, "edOutput"), folder / "other-corrected.h5");
+}
+
 TEST_F(WindowBatch, TakesMaskAndTimeOfTheDetectorOver) {
     const std::string frames = writeFrames(3);
     ImageStack<zt::u16> mask{side, side, std::vector<zt::u16>(side * side, 1)};
@@ -120,13 +142,14 @@ TEST_F(WindowBatch, TakesMaskAndTimeOfTheDetectorOver) {
     auto& type = child<QComboBox>(*window, "cbType");
     type.setFocus();
     QTest::keyClicks(&type, "64");
-    EXPECT_THAT(run(folder / "window.h5"), HasSubstr("3 of 3 frames done"));
-    expectSamePixels(folder / "window.h5",
+    std::filesystem::create_directory(folder / "out");
+    EXPECT_THAT(run(folder / "out/window.h5"), HasSubstr("3 of 3 frames done"));
+    expectSamePixels(folder / "out/window.h5",
                      runCommand({"-f", "Flat-Field=" + (folder / "ff.xml"), frames, "--device-mask",
                                  folder / "mask.h5", "--acq-time", "2.5", "--output-type", "f64"}),
                      3);
     EXPECT_EQ(
-        runOmbrel({"replay", folder / "window.h5", "-o", folder / "again.h5", "--plugin", OMBREL_PLUGIN})
+        runOmbrel({"replay", folder / "out/window.h5", "-o", folder / "again.h5", "--plugin", OMBREL_PLUGIN})
             .exitCode,
         0);
 

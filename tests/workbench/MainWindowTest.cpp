@@ -51,7 +51,7 @@ protected:
 
     QAction* action(const QString& text) const {
         for (QAction* const each : window->findChildren<QAction*>())
-            if (each->text() == text)
+            if (each->text().remove('&') == text)
                 return each;
         throw std::runtime_error("there is no " + text.toStdString());
     }
@@ -217,6 +217,16 @@ TEST_F(MainWindowTest, SavedSettingsHoldTheEditsAndFindTheirCalibration) {
     EXPECT_THAT(fileText(folder / "adaptive.xml"), HasSubstr(">8<"));
     ASSERT_TRUE(waitForFrame());
     EXPECT_NE(image(CORRECTED_PANE), nullptr) << "with the calibration beside the new settings";
+
+    // The copy is whole by itself, and no calibration of other settings is replaced.
+    EXPECT_FALSE(std::filesystem::is_symlink(folder / "elsewhere/mine.bin"));
+    EXPECT_EQ(fileText(folder / "elsewhere/mine.bin"), fileText(folder / "adaptive.bin"));
+    writeFileText(folder / "elsewhere/other.bin", "of other settings");
+    user.meets<QFileDialog>(choosing(folder / "elsewhere/other.xml"));
+    click(*window, "btSave");
+    ASSERT_TRUE(waitFor([&] { return logText().find("other.bin: holds another") != std::string::npos; }));
+    EXPECT_EQ(fileText(folder / "elsewhere/other.bin"), "of other settings");
+    EXPECT_FALSE(std::filesystem::exists(folder / "elsewhere/other.xml"));
 }
 
 TEST_F(MainWindowTest, AModalSettingsWindowSetsTheFilterThatRuns) {
@@ -253,6 +263,37 @@ TEST_F(MainWindowTest, WindowsGoWithTheirStack) {
     ASSERT_TRUE(open(other)) << "the same file once more";
 }
 
+// A question of a filter's window handles events, among them those that end the filter.
+TEST_F(MainWindowTest, AnotherStackComesUnderAQuestionOfAFilter) {
+    const std::string other = writeFrames(3, "other.h5");
+    ASSERT_TRUE(open(writeFrames(2)));
+    model().addLink("Beam-hardening", folder / "bh.xml");
+    openThicknessWindow();
+    ModalUser user;
+    bool isDone = false;
+    const auto openUnder = [&](const std::string& path, zt::u64 frames) {
+        window->open({path});
+        EXPECT_TRUE(waitFor([&] { return model().facts().frames == frames; }));
+    };
+    user.meets<QFileDialog>([&](QFileDialog& picker) {
+        openUnder(other, 3);
+        EXPECT_EQ(thicknessWindow(), nullptr);
+        cancel(picker);
+    });
+    child<QAbstractButton>(*thicknessWindow(), "btLoadBH").click();
+
+    model().addLink("Flat-Field", folder / "ff.xml");
+    ASSERT_TRUE(waitFor([&] { return child<QAbstractButton>(*window, "btConfigure").isEnabled(); }));
+    user.meets<QDialog>([&](QDialog& dialog) {
+        openUnder(folder / "frames.h5", 2);
+        click(dialog, "btClose");
+        isDone = true;
+    });
+    click(*window, "btConfigure");
+    EXPECT_TRUE(waitFor([&] { return isDone; }));
+    EXPECT_TRUE(waitForFrame());
+}
+
 TEST_F(MainWindowTest, AFileComesBackWithItsChain) {
     const std::string path = writeFrames(2);
     ASSERT_TRUE(open(path));
@@ -279,7 +320,7 @@ TEST_F(MainWindowTest, TheDemoShowsACorrectionThatWorks) {
     const std::string own = writeFrames(2);
     ASSERT_TRUE(open(own));
     model().addLink("Binning 2x2");
-    action("Open the &demo data")->trigger();
+    action("Open the demo data")->trigger();
     ASSERT_TRUE(waitFor([&] { return model().facts().frames > 2; }));
     EXPECT_EQ(model().chain().links.size(), 1U);
     EXPECT_EQ(Memory().chainFor(QString::fromStdString(own)).size(), 2U);

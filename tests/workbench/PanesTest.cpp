@@ -66,7 +66,7 @@ TEST_F(Panes, AllPanesZoomTogetherAndShowTheWholeFrameAgain) {
     QApplication::sendEvent(&plot, &wheel);
     ASSERT_TRUE(waitFor([&] { return distance(RAW_PANE) > 1.3 * before; }));
     EXPECT_FALSE(isWhole(RAW_PANE));
-    EXPECT_EQ(distance(RAW_PANE), distance(CORRECTED_PANE));
+    EXPECT_NEAR(distance(RAW_PANE), distance(CORRECTED_PANE), 1) << "one may be a pixel wider";
     EXPECT_EQ(panes().pane(RAW_PANE).positionOf({16, 16}),
               panes().pane(DIFFERENCE_PANE).positionOf({16, 16}));
     key(Qt::Key_F);

@@ -57,6 +57,9 @@ TEST(PaneMap, AMarkShowsHoweverSmallItsPixelIs) {
     EXPECT_EQ(map.marks.pixel(1, 1), qRgba(0, 229, 255, 255));
     EXPECT_EQ(qAlpha(map.marks.pixel(3, 3)), 0);
     EXPECT_TRUE(makePaneMap(image, {{}, {10, 10}, false}).marks.isNull());
+    const PaneMap difference = makePaneMap(image, {{}, {10, 10}, true}, false);
+    EXPECT_EQ(difference.marks.pixel(5, 5), qRgba(255, 0, 255, 255));
+    EXPECT_EQ(qAlpha(difference.marks.pixel(1, 1)), 0) << "of either sign";
 }
 
 TEST(Histogram, CountsWholeNumbersInWholeSteps) {
