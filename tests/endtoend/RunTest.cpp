@@ -106,6 +106,9 @@ TEST(Filters, AreShownAsTextAndAsJson) {
     EXPECT_EQ(text.exitCode, 0);
     EXPECT_THAT(text.output, HasSubstr("Binning 2x2"));
     EXPECT_THAT(text.output, HasSubstr("Version = 1.0"));
+    // These come up only once settings are loaded.
+    EXPECT_THAT(text.output, HasSubstr("QFTileSize = 16  (i32"));
+    EXPECT_EQ(text.messages, "");
     const auto json = runOmbrel({"filters", "--json"});
     EXPECT_THAT(json.output, HasSubstr("\"name\": \"Binning 2x2\""));
 }

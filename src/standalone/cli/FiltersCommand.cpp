@@ -1,14 +1,18 @@
 #include "host/DataType.h"
 #include "host/String.h"
+#include "standalone/AtomicFile.h"
+#include "standalone/LogCapture.h"
 #include "standalone/cli/Commands.h"
 #include "standalone/cli/CommonOptions.h"
 #include "standalone/cli/Session.h"
+#include "standalone/cli/TrialFolder.h"
 
 #include <CLI/CLI.hpp>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <filesystem>
 #include <memory>
 #include <string>
 
@@ -33,6 +37,31 @@ std::vector<zt::IParam*> parametersOf(const zt::IDataFilter& filter) {
         manager->params(&list);
     return list.vect();
 }
+
+// A filter as it is registered, or, where that has no parameters yet, an instance that has: a filter may make
+// them when it loads settings. Those are empty here, so that the values are its defaults; the data file
+// beside them is empty, too, which the filter logs.
+class ShownFilter {
+public:
+    ShownFilter(Session& session, const zt::IDataFilter& registered, const TrialFolder& folder)
+        : filter(&registered) {
+        if (!registered.parameters() || registered.parameters()->paramCount() != 0)
+            return;
+        const std::string settings = folder / "defaults.xml";
+        replaceFile(folder / "defaults.bin", "");
+        const LogCapture unheard;
+        instance.reset(registered.createNewInstance());
+        const std::unique_ptr<Settings> store = session.host().openSettings(settings);
+        instance->loadFromSettings(store.get());
+        filter = instance.get();
+    }
+
+    const zt::IDataFilter& operator*() const { return *filter; }
+
+private:
+    const zt::IDataFilter* filter;
+    FilterPtr instance;
+};
 
 const char* typeName(const zt::IParam& param) {
     constexpr const char* names[] = {"i8",  "u8",  "i16",   "u16",    "i32",  "u32",
@@ -65,8 +94,9 @@ QJsonObject filterJson(const zt::IDataFilter& filter) {
 
 std::string sessionJson(Session& session) {
     QJsonArray filters;
+    const TrialFolder folder(std::filesystem::temp_directory_path());
     for (const zt::IDataFilter* filter : session.filters())
-        filters.append(filterJson(*filter));
+        filters.append(filterJson(*ShownFilter(session, *filter, folder)));
     const QJsonObject document{{"plugin", session.plugin().name()},
                                {"description", session.plugin().description()},
                                {"path", QString::fromStdString(session.pluginPath())},
@@ -78,6 +108,8 @@ std::string filterText(const zt::IDataFilter& filter) {
     std::string text = "\n" + filterName(filter) + "\n    " + description(filter) + "\n";
     if (filter.hasConfigGUI())
         text += "    has a settings window\n";
+    if (parametersOf(filter).empty())
+        text += "    has no parameters\n";
     for (const zt::IParam* param : parametersOf(filter)) {
         text += "    " + std::string(param->name()) + " = " + param->getString() + "  (" + typeName(*param) +
                 (isReadOnly(*param) ? ", read-only" : "");
@@ -90,8 +122,9 @@ std::string filterText(const zt::IDataFilter& filter) {
 std::string sessionText(Session& session) {
     std::string text = std::string(session.plugin().name()) + ": " + session.plugin().description() + "\n" +
                        session.pluginPath() + "\n";
+    const TrialFolder folder(std::filesystem::temp_directory_path());
     for (const zt::IDataFilter* filter : session.filters())
-        text += filterText(*filter);
+        text += filterText(*ShownFilter(session, *filter, folder));
     return text;
 }
 
