@@ -1,5 +1,6 @@
 #include "standalone/FrameStack.h"
 
+#include "host/DataType.h"
 #include "standalone/Error.h"
 #include "standalone/SizeText.h"
 
@@ -56,6 +57,12 @@ const FrameStack::Part& FrameStack::partOf(zt::u64 frame) const {
 FramePtr FrameStack::readFrame(zt::u64 frame) {
     const Part& part = partOf(frame);
     return part.file->readFrame(static_cast<zt::u32>(frame - part.begin));
+}
+
+zt::u8 FrameStack::pixelType(zt::u64 frame) const {
+    const FrameFileInfo& info = partOf(frame).file->info();
+    return info.subFrames == 0 ? info.pixelType
+                               : static_cast<zt::u8>(zt::DT_DOUBLE); // the sum of its sub-frames
 }
 
 std::string FrameStack::where(zt::u64 frame) const {

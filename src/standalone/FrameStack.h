@@ -39,6 +39,8 @@ public:
     std::string unusedDarks() const { return darks.text(); }
     // "PATH, frame N", the frame counted in its file.
     std::string where(zt::u64 frame) const;
+    // Of the frame as it is read.
+    zt::u8 pixelType(zt::u64 frame) const;
 
 private:
     struct Part {

@@ -1,5 +1,6 @@
 // `ombrel run` on files of every kind.
 
+#include "fixtures/FileText.h"
 #include "fixtures/FrameFiles.h"
 #include "fixtures/PlainBinning.h"
 #include "fixtures/Program.h"
@@ -7,9 +8,11 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <random>
 
+using ::testing::AllOf;
 using ::testing::ElementsAreArray;
 using ::testing::HasSubstr;
 
@@ -111,4 +114,43 @@ TEST(Filters, AreShownAsTextAndAsJson) {
     EXPECT_EQ(text.messages, "");
     const auto json = runOmbrel({"filters", "--json"});
     EXPECT_THAT(json.output, HasSubstr("\"name\": \"Binning 2x2\""));
+}
+
+TEST(Run, SaysOfFramesWhatLooksWrongInALineEach) {
+    const TemporaryFolder folder;
+    constexpr zt::u16 top = 65535;
+    ImageStack<zt::u16> stack{2, 2, {1, 2, 3, 4, 7, 7, 7, 7, 8, 8, 8, 8, top, top, top, top, 0, 0, 0, 0}};
+    writeTiff(folder / "in.tif", stack);
+    const auto result = runOmbrel({"run", "-f", "Binning 2x2", folder / "in.tif", "-o", folder / "out.h5",
+                                   "--report", folder / "report.json", "-q"});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.messages, "ombrel: 3 frames are constant: 1-2, 4\nombrel: 1 frame is saturated: 3\n");
+    EXPECT_THAT(fileText(folder / "report.json"), HasSubstr("\"kind\": \"saturated\""));
+}
+
+TEST(Run, StopsAtSettingsThatCannotFit) {
+    const TemporaryFolder folder;
+    writeTiff(folder / "flat.tif", ImageStack<zt::u16>{2, 2, {1, 2, 3, 4}});
+    writeTiff(folder / "in.tif", ImageStack<zt::u16>{3, 2, std::vector<zt::u16>(60, 5)});
+    const auto calibrated =
+        runOmbrel({"calibrate", "flat-field", folder / "flat.tif", "-o", folder / "ff.xml"});
+    EXPECT_THAT(calibrated.messages, AllOf(HasSubstr("type u16"), HasSubstr("--bad ff")));
+    const auto result = runOmbrel(
+        {"run", "-f", "Flat-Field=" + folder / "ff.xml", folder / "in.tif", "-o", folder / "out.h5"});
+    expectRefusal(result, 1, "its coefficients are for frames of 4 pixels; the frames have 3 x 2 = 6");
+    EXPECT_EQ(std::ranges::count(result.messages, '\n'), 1) << result.messages;
+
+    const auto run = runOmbrel(
+        {"run", "-f", "Flat-Field=" + folder / "ff.xml", folder / "flat.tif", "-o", folder / "out.h5", "-q"});
+    EXPECT_THAT(run.messages, AllOf(HasSubstr("type u16"), HasSubstr("--bad ff")));
+}
+
+TEST(Run, ShowsAReasonThatFramesShareOnce) {
+    const TemporaryFolder folder;
+    writeTiff(folder / "in.tif", ImageStack<zt::u16>{4, 4, std::vector<zt::u16>(16 * 5, 5)});
+    const auto result =
+        runOmbrel({"run", "-f", "Beam-hardening", folder / "in.tif", "-o", folder / "out.h5"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(result.messages, HasSubstr("frame 0: "));
+    EXPECT_THAT(result.messages, HasSubstr("; the same for 4 more frames: 1-4\n"));
 }

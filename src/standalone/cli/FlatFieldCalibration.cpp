@@ -13,6 +13,7 @@
 #include "standalone/cli/PrivateInterface.h"
 #include "standalone/cli/RunPaths.h"
 #include "standalone/cli/Session.h"
+#include "standalone/cli/WorkerChains.h"
 
 #include <algorithm>
 #include <memory>
@@ -197,6 +198,8 @@ void calibrateFlatField(const FlatFieldOptions& options, Console& console) {
     else
         loadFromFiles(session, defineFlats(session, *stack, options), filter);
     writeOutputs(session, link, options);
+    if (stack && filter.interpolateBadAndMaskedPixels() && filter.useZeroPixelsForBadPixels())
+        console.warning(unseenZeroPixels(stack->pixelType(0)));
     const std::string flats = stack ? countText(stack->frameCount(), "flat field") + ": " : "";
     console.message(flats + options.output);
 }

@@ -3,6 +3,7 @@
 #include "standalone/Error.h"
 #include "standalone/FrameOutput.h"
 #include "standalone/PreviewImage.h"
+#include "standalone/RunNotes.h"
 #include "standalone/SizeText.h"
 #include "standalone/cli/CommandLine.h"
 #include "standalone/cli/DryRun.h"
@@ -22,13 +23,12 @@ namespace ombrel::cli {
 
 namespace {
 
-BatchListener makeListener(const FrameStack& stack, Console& console, Progress& progress,
+BatchListener makeListener(const FrameStack& stack, RunNotes& notes, Progress& progress,
                            const PreviewFolder* preview, std::vector<FrameRow>* rows) {
     BatchListener listener;
     listener.frameDone = [&progress](zt::u64) { progress.advance(); };
-    listener.frameRow = [&stack, &console, rows](zt::u64 frame, const FrameRow& row) {
-        if (row.failed)
-            console.message(stack.where(frame) + ": " + row.reason);
+    listener.frameRow = [&notes, rows](zt::u64 frame, const FrameRow& row) {
+        notes.add(frame, row);
         if (rows)
             rows->push_back(row);
     };
@@ -52,8 +52,12 @@ std::string summary(const BatchResult& result, const Progress& progress, const s
 
 void report(RunSetup& run, const std::vector<FrameRow>& rows) {
     const auto mask = run.session.device().pixels().maskBytes();
-    writeReport(run.options.report, {run.options.output, run.record.toJson(), run.range.begin,
-                                     static_cast<zt::u64>(std::ranges::count(mask, zt::u8{0})), rows});
+    RunNotes notes(run.stack); // of earlier runs' frames, too
+    for (std::size_t i = 0; i < rows.size(); ++i)
+        notes.add(run.range.begin + i, rows[i]);
+    writeReport(run.options.report,
+                {run.options.output, run.record.toJson(), run.range.begin,
+                 static_cast<zt::u64>(std::ranges::count(mask, zt::u8{0})), rows, notes.kinds()});
 }
 
 // Pictures of the frames that an earlier run has done.
@@ -119,8 +123,22 @@ int walk(RunSetup& run, Console& console) {
     announce(run, framesDone, console);
     const Interrupt interrupt;
     Progress progress(console, run.range.count() - framesDone, options.quiet);
-    const BatchResult result =
-        run.run(makeListener(run.stack, console, progress, preview.get(), wantsReport ? &rows : nullptr));
+    RunNotes notes(run.stack);
+    const auto showNotes = [&] {
+        for (const std::string& line : notes.failures())
+            console.message(line);
+        for (const std::string& line : notes.remarks())
+            console.message(line);
+    };
+    BatchResult result;
+    try {
+        result =
+            run.run(makeListener(run.stack, notes, progress, preview.get(), wantsReport ? &rows : nullptr));
+    } catch (...) {
+        showNotes();
+        throw;
+    }
+    showNotes();
     if (wantsReport)
         report(run, rows);
     return finish(run, result, progress, console);
@@ -143,6 +161,8 @@ int runFrames(const RunOptions& options, Console& console) {
 int correctFrames(const RunOptions& options, Console& console) {
     RunSetup run(options, console);
     console.warning(run.stack.unusedDarks());
+    for (const std::string& line : warningsOn(run.workers.chains[0], run.stack.pixelType(run.range.begin)))
+        console.message(line);
     return options.dryRun ? dryRun(run.stack, run.range, run.workers, options, console) : walk(run, console);
 }
 

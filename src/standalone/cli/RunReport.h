@@ -1,6 +1,7 @@
 #pragma once
 
 #include "standalone/FrameRow.h"
+#include "standalone/RunNotes.h"
 
 #include <span>
 #include <string>
@@ -15,6 +16,7 @@ struct RunReport {
     zt::u64 begin = 0;        // index of the first row's frame in the stack
     zt::u64 maskedPixels = 0; // by the device
     std::vector<FrameRow> rows;
+    std::vector<RunNotes::Kind> kinds; // frames that look as if something was wrong with them
 };
 
 // Writes the report as JSON, in one step. Throws Error.

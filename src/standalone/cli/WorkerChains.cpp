@@ -1,13 +1,20 @@
 #include "standalone/cli/WorkerChains.h"
 
 #include "host/IBHFilter.h"
+#include "host/IFFFilter.h"
 #include "standalone/BatchMemory.h"
+#include "standalone/Error.h"
+#include "standalone/NumberText.h"
+#include "standalone/PixelType.h"
 #include "standalone/Settings.h"
 #include "standalone/SettingsFiles.h"
+#include "standalone/SettingsFit.h"
 #include "standalone/cli/MakeRecord.h"
 #include "standalone/cli/PrivateInterface.h"
 
 #include <algorithm>
+#include <array>
+#include <limits>
 #include <string_view>
 
 namespace ombrel::cli {
@@ -39,10 +46,13 @@ bool setsAWrite(const std::string& assignment) {
     return namesLogFile(param) || param == dumpKey;
 }
 
-SettingsSource sourceOf(const RunOptions& options, std::size_t link, ChoiceLogs* choices,
-                        std::size_t worker) {
+SettingsSource sourceOf(const RunOptions& options, const Device& device, std::size_t link,
+                        ChoiceLogs* choices, std::size_t worker) {
     SettingsSource source = settingsOf(options, link);
-    source.change = [=, &options](Settings& settings) {
+    source.change = [=, &options, &device, path = source.path](Settings& settings) {
+        const std::string wrong = misfit(settings.contents(), path, device.width(), device.height());
+        if (!wrong.empty())
+            throw Error(wrong);
         if (options.discardLogs)
             discardLogs(settings);
         if (choices && choosesGridPoints(options.filters[link]))
@@ -58,7 +68,7 @@ Chain makeChain(Session& session, const RunOptions& options, ChoiceLogs* choices
     Chain chain;
     for (std::size_t i = 0; i < options.filters.size(); ++i) {
         FilterLink& link = chain.add(session.makeLink(FilterOption(options.filters[i]).name));
-        SettingsSource source = sourceOf(options, i, choices, worker);
+        SettingsSource source = sourceOf(options, session.device(), i, choices, worker);
         if (source.path.empty())
             continue;
         source.checksHeap = worker == 0;
@@ -83,7 +93,66 @@ bool remembers(FilterLink& link) {
     return filter.isUseZeroPixelsAsBadEnabled() && filter.isInterpolateBadPixelsEnabled();
 }
 
+// The values of a parameter that mean something; the filter itself takes any.
+struct ParamRange {
+    const char* name;
+    double least;
+    double most;
+};
+
+constexpr double unlimited = std::numeric_limits<double>::infinity();
+constexpr std::array adaptiveRanges{
+    ParamRange{"Interpolation", 0, 1},
+    ParamRange{"Search", 0, 2},
+    ParamRange{"PPBadPixelsDetectorMultiplicator", 0, unlimited},
+    ParamRange{"PPMedianMin", 0, 1},
+    ParamRange{"PPMedianMax", 0, 1},
+    ParamRange{"QFBorderMaskSize", 0, unlimited},
+    ParamRange{"QFTileSize", 0, unlimited},
+    ParamRange{"QFTileThreshold", 0, 100},
+};
+
+std::string outsideRange(const std::string& filter, const ParamRange& range, double value) {
+    if (value >= range.least && value <= range.most)
+        return {};
+    const std::string allowed = range.most == unlimited
+                                    ? "below " + numberText(range.least)
+                                    : "outside " + numberText(range.least) + " to " + numberText(range.most);
+    return filter + ": " + range.name + " is " + numberText(value) + ", which is " + allowed +
+           "; check the settings and -p";
+}
+
 } // namespace
+
+std::string unseenZeroPixels(zt::u8 pixelType) {
+    constexpr std::array seen{zt::DT_I16, zt::DT_U32, zt::DT_U64, zt::DT_DOUBLE};
+    if (std::ranges::find(seen, pixelType) != seen.end())
+        return {};
+    return "Flat-Field: zero pixels are not found in frames of type " +
+           std::string(pixelTypeName(pixelType)) +
+           ", so dead pixels stay; calibrate with --bad ff to find them by their coefficients";
+}
+
+std::vector<std::string> warningsOn(Chain& chain, zt::u8 pixelType) {
+    std::vector<std::string> warnings;
+    const auto add = [&](const std::string& text) {
+        if (!text.empty())
+            warnings.push_back(text);
+    };
+    // Links after the first get doubles.
+    if (FilterLink& first = chain.links().front(); first.name() == "Flat-Field") {
+        const auto& filter = privateInterface<IFFFilter>(first.filter(), flatFieldObject);
+        if (filter.interpolateBadAndMaskedPixels() && filter.useZeroPixelsForBadPixels())
+            add(unseenZeroPixels(pixelType));
+    }
+    for (FilterLink& link : chain.links()) {
+        zt::IParamMgr* const params = link.name() == "AdaptiveFF" ? link.filter().parameters() : nullptr;
+        for (const ParamRange& range : adaptiveRanges)
+            if (const zt::IParam* const param = params ? params->param(range.name) : nullptr)
+                add(outsideRange(link.name(), range, param->getDouble()));
+    }
+    return warnings;
+}
 
 WorkerChains makeWorkerChains(Session& session, const RunOptions& options, zt::u64 frames, Console& console) {
     WorkerChains workers;

@@ -7,6 +7,7 @@
 #include "standalone/cli/Session.h"
 
 #include <memory>
+#include <string>
 #include <vector>
 
 namespace ombrel::cli {
@@ -17,6 +18,12 @@ struct WorkerChains {
     bool remember = false;               // a filter's result hangs on the frames before
     std::unique_ptr<ChoiceLogs> choices; // null where no adaptive filter chooses, or nobody wants to know
 };
+
+// Says that Flat-Field does not find zero pixels in frames of that type; empty where it does.
+std::string unseenZeroPixels(zt::u8 pixelType);
+
+// What a user should know of a loaded chain before frames of that type pass through it, a line each.
+std::vector<std::string> warningsOn(Chain& chain, zt::u8 pixelType);
 
 // As many chains as jobs are asked for, or fewer, said aloud: where a filter remembers from frame to frame,
 // where memory does not allow more, and where there are fewer frames. Throws Error.
