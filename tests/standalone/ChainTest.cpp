@@ -162,7 +162,7 @@ TEST_F(ChainTest, ParametersAreSetByText) {
     EXPECT_EQ(setting("Scripted:Size=-1"), "Scripted: negative size");
     EXPECT_THAT(setting("Scripted:Size"), HasSubstr("is not of the form PARAM=VALUE"));
     EXPECT_THAT(setting("Other:Size=4"),
-                HasSubstr("no FILTER:PARAM=VALUE for a filter of the chain (Scripted)"));
+                HasSubstr("not of the form FILTER:PARAM=VALUE with a filter of the chain (Scripted)"));
 }
 
 TEST(Host, EndsFiltersBeforeDevicesAndTheLastFirst) {
