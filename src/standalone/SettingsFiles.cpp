@@ -100,6 +100,28 @@ bool namesLogFile(std::string_view key) {
     return key.starts_with("Log");
 }
 
+bool makesAWrite(std::string_view key) {
+    return namesLogFile(key) || key == dumpKey;
+}
+
+std::map<std::string, std::string> discardWrites(Settings& settings) {
+    std::map<std::string, std::string> before;
+    const SettingsTree tree = settings.contents();
+    for (const SettingsGroup& group : tree.groups)
+        for (const SettingsItem& item : group.items) {
+            const auto* const file = std::get_if<std::string>(&item.value);
+            const auto* const on = std::get_if<bool>(&item.value);
+            if (file && !file->empty() && namesLogFile(item.key)) {
+                before[item.key] = *file;
+                settings.setString(group.name.c_str(), item.key.c_str(), "/dev/null");
+            } else if (on && *on && item.key == dumpKey) {
+                before[item.key] = "true";
+                settings.setBool(group.name.c_str(), item.key.c_str(), false);
+            }
+        }
+    return before;
+}
+
 bool isDumpName(const std::string& name) {
     return (name.starts_with("cs_v") || name.starts_with("ff_v")) && name.ends_with(".txt");
 }

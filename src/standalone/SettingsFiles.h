@@ -1,7 +1,8 @@
 #pragma once
 
-#include "standalone/SettingsTree.h"
+#include "standalone/Settings.h"
 
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -40,6 +41,11 @@ struct ParamAssignment {
 
 // What a settings item or a parameter makes its filter write.
 bool namesLogFile(std::string_view key);
+// True for a key, or a parameter, that only decides what the filter writes besides its frames.
+bool makesAWrite(std::string_view key);
+// Lets a filter that loads these settings write nothing but its frames. Returns what was set, as texts by
+// key.
+std::map<std::string, std::string> discardWrites(Settings& settings);
 // With this key on, the filter writes images into the working directory...
 inline constexpr std::string_view dumpKey = "DumpCompensationImages";
 // ...whose names are of this form.

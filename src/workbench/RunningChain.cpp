@@ -1,6 +1,7 @@
 #include "workbench/RunningChain.h"
 
 #include "standalone/Error.h"
+#include "standalone/SettingsFiles.h"
 #include "standalone/cli/AdaptiveSettings.h"
 
 #include <algorithm>
@@ -27,6 +28,14 @@ std::size_t logNumber(const LinkState& state) {
 
 bool choosesGridPoints(const LinkState& state) {
     return state.filter == cli::adaptiveFilter;
+}
+
+// Of the adaptive filter, the only one that writes files.
+void setWrite(Settings& settings, const std::string& key, const std::string& text) {
+    if (key == dumpKey)
+        settings.setBool(cli::adaptiveGroup, key.c_str(), text == "true");
+    else
+        settings.setString(cli::adaptiveGroup, key.c_str(), text.c_str());
 }
 
 } // namespace
@@ -65,8 +74,8 @@ RunningChain::RunningLink RunningChain::makeLink(const LinkState& wanted) {
     for (const ParamCopy& copy : running.report.params)
         running.original[copy.name] = textOf(*running.link.filter().parameters()->param(copy.name.c_str()));
     for (ParamCopy& copy : running.report.params)
-        if (running.ownLog && copy.name == logKey)
-            copy.value = *running.ownLog;
+        if (const auto own = running.ownWrites.find(copy.name); own != running.ownWrites.end())
+            copy.value = own->second;
     return running;
 }
 
@@ -80,8 +89,9 @@ void RunningChain::load(RunningLink& running) {
         return; // a filter as it is made; whether that will do shows with the first frame
     SettingsSource source{state.settings, state.settings, {}};
     if (choosesGridPoints(state))
-        source.change = [&](zt::ISettings& settings) {
-            running.ownLog = settings.getString(cli::adaptiveGroup, logKey, "");
+        source.change = [&](Settings& settings) {
+            running.ownWrites = discardWrites(settings);
+            running.ownWrites.try_emplace(logKey); // where quality values are led elsewhere
             choices.redirect(settings, logNumber(state));
         };
     running.link.loadSettings(source);
@@ -95,6 +105,8 @@ bool RunningChain::applyEdits(RunningLink& running, const LinkState& wanted) {
     const auto start = Clock::now();
     std::string troubles;
     for (const auto& [name, text] : running.original) {
+        if (makesAWrite(name))
+            continue;
         const auto was = before.find(name);
         const auto now = wanted.params.find(name);
         const std::string& textNow = now == wanted.params.end() ? text : now->second;
@@ -150,9 +162,11 @@ void RunningChain::saveSettings(int id, const std::string& path) {
         store->loadFile(source);
     if (found->link.filter().saveToSettings(store.get()) != 0)
         throw Error(path + ": " + found->link.name() + " gave no settings");
-    // While it runs here the filter logs to a scratch file.
-    if (found->ownLog && !found->state.params.contains(logKey))
-        store->setString(cli::adaptiveGroup, logKey, found->ownLog->c_str());
+    for (const auto& [key, text] : found->ownWrites)
+        setWrite(*store, key, text);
+    for (const auto& [key, text] : found->state.params)
+        if (makesAWrite(key))
+            setWrite(*store, key, text);
     store->saveFile();
 }
 

@@ -35,7 +35,8 @@ private:
         FilterLink link;
         LinkReport report;
         std::map<std::string, std::string> original; // parameters as loaded
-        std::optional<std::string> ownLog;           // of quality values, where it is led elsewhere
+        // What the settings make the filter write, as texts by key. Here it writes nothing: a batch does.
+        std::map<std::string, std::string> ownWrites;
 
         bool isFor(const LinkState& wanted) const {
             return state.id == wanted.id && state.revision == wanted.revision;

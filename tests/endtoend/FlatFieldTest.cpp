@@ -11,6 +11,8 @@
 #include <fstream>
 
 using ::testing::ElementsAreArray;
+using ::testing::HasSubstr;
+using ::testing::Not;
 
 namespace {
 
@@ -121,13 +123,17 @@ TEST_F(FlatField, SaysThatDarkFramesAreNotUsed) {
     }
     const std::string words =
         "ombrel: " + scan + ": not used: 2 dark frames; no filter subtracts dark frames\n";
-    EXPECT_EQ(calibrate({scan}).messages, words + "ombrel: 2 flat fields: " + settings + "\n");
+    const auto linesOnDarks = [&](const std::string& messages) {
+        return std::pair(messages.find(words) != std::string::npos,
+                         messages.find("not used") == messages.rfind("not used"));
+    };
+    EXPECT_EQ(linesOnDarks(calibrate({scan, "--bad", "ff"}).messages), std::pair(true, true));
     const auto run = runOmbrel({"run", "-q", "-f", "Flat-Field=" + settings, scan, "-o", output});
-    EXPECT_EQ(run.messages, words);
-    EXPECT_EQ(runOmbrel({"run", "-q", "-f", "Binning 2x2", scan + "::/exchange/data_dark", "-o",
-                         folder / "dark.h5"})
-                  .messages,
-              "");
+    EXPECT_EQ(linesOnDarks(run.messages), std::pair(true, true));
+    EXPECT_THAT(runOmbrel({"run", "-q", "-f", "Binning 2x2", scan + "::/exchange/data_dark", "-o",
+                           folder / "dark.h5"})
+                    .messages,
+                Not(HasSubstr("not used")));
 }
 
 TEST_F(FlatField, LeavesPhotonStatisticsInASimulatedSet) {

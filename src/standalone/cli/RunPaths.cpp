@@ -3,6 +3,7 @@
 #include "standalone/Error.h"
 #include "standalone/FileKind.h"
 #include "standalone/FrameOutput.h"
+#include "standalone/MergedParts.h"
 #include "standalone/PluginLibrary.h"
 #include "standalone/SettingsFiles.h"
 #include "standalone/SettingsReader.h"
@@ -79,6 +80,8 @@ void addInput(CommandPaths& paths, const std::string& input, NamedBy by) {
     paths.reads(input, "an input", by);
     for (const std::string& file : FrameOutput::filesBeside(splitDatasetPath(input).file))
         paths.reads(file, "the record of an input", by);
+    for (const std::string& file : partFilesOf(splitDatasetPath(input).file))
+        paths.reads(file, "a part of an input", NamedBy::File);
 }
 
 void addOutput(CommandPaths& paths, const std::string& output, WhenThere whenThere) {

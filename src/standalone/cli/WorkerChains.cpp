@@ -27,23 +27,9 @@ bool choosesGridPoints(const std::string& filter) {
     return filter.starts_with("AdaptiveFF=");
 }
 
-// The filter then writes nothing but its frames.
-void discardLogs(Settings& settings) {
-    const SettingsTree before = settings.contents();
-    for (const SettingsGroup& group : before.groups)
-        for (const SettingsItem& item : group.items) {
-            const auto* const file = std::get_if<std::string>(&item.value);
-            if (file && !file->empty() && namesLogFile(item.key))
-                settings.setString(group.name.c_str(), item.key.c_str(), "/dev/null");
-            if (item.key == dumpKey)
-                settings.setBool(group.name.c_str(), item.key.c_str(), false);
-        }
-}
-
 // A parameter that only decides what the filter writes besides its frames.
 bool setsAWrite(const std::string& assignment) {
-    const std::string param = ParamAssignment(assignment).param;
-    return namesLogFile(param) || param == dumpKey;
+    return makesAWrite(ParamAssignment(assignment).param);
 }
 
 SettingsSource sourceOf(const RunOptions& options, const Device& device, std::size_t link,
@@ -54,7 +40,7 @@ SettingsSource sourceOf(const RunOptions& options, const Device& device, std::si
         if (!wrong.empty())
             throw Error(wrong);
         if (options.discardLogs)
-            discardLogs(settings);
+            discardWrites(settings);
         if (choices && choosesGridPoints(options.filters[link]))
             choices->redirect(settings, worker);
         if (choices && options.discardLogs)
