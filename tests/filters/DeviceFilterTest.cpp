@@ -131,8 +131,8 @@ TEST(AdaptiveFF, isWholeWhileItsParametersEnd) {
     const auto store = host.host.openSettings(folder / "set.xml");
     filter->loadFromSettings(store.get());
     filter->destroy();
-    constexpr const char* notStarted = "Cannot initialize adaptive FF filter";
-    EXPECT_THAT(host.lines, ElementsAre(notStarted, notStarted));
+    constexpr const char* engineRefuses = "Cannot initialize adaptive FF filter";
+    EXPECT_THAT(host.lines, ElementsAre(engineRefuses, engineRefuses));
 }
 
 // A host that ends the filter while the user is asked for a sub-frame.
