@@ -5,8 +5,11 @@
 #include "filters/Neighbourhood.h"
 
 #include <algorithm>
+#include <array>
+#include <bit>
 #include <cstdint>
 #include <cstring>
+#include <emmintrin.h>
 #include <utility>
 
 namespace PluginOmbrel {
@@ -133,14 +136,14 @@ private:
             // One that was filled in the last pass but one, and that the last did not reach, is filled again.
             const bool isBad = code == MASK_WAITING;
             hadWork = true;
-            if (hasEnoughKnown(x, y) && fillFromKnown(x, y)) {
+            if (fillFromKnown(x, y)) {
                 code = passCode;
                 ++changed;
                 front.unfilled[y] -= isBad;
                 front.addChanged(placeAt(x, y));
                 return true;
             }
-            if (!isBad || hasNeighbourOf(passCode, x, y))
+            if (!isBad || cellsOf({passCode, passCode, passCode}, x, y) != 0)
                 return true;
             code = MASK_BAD;
             return false;
@@ -151,23 +154,23 @@ private:
 
     // Asks for what later rows will need. Where an edge runs down the rows, each row is another page of
     // memory, and rows of a round width share few places in the cache: the second level is the one to hold
-    // them.
-    void fetchAhead(std::size_t y) const {
-        constexpr std::size_t rowsAhead = 8;
-        const std::size_t row = y + rowsAhead;
-        if (row + neighbourReach >= frame.height)
+    // them. Inlined, since the compiler leaves out calls that do nothing else.
+    __attribute__((always_inline)) void fetchAhead(std::size_t y) const {
+        constexpr std::size_t rowsAhead = 6;
+        constexpr std::size_t columnsAhead = 24;
+        if (y + columnsAhead >= frame.height)
             return;
+        __builtin_prefetch(front.placeOfColumns(y + columnsAhead));
+        const std::size_t row = y + rowsAhead;
         const std::size_t column = front.anyColumn(row);
-        if (column < frame.width)
-            fetchRow(column, row + neighbourReach);
-    }
-
-    void fetchRow(std::size_t x, std::size_t y) const {
-        const std::size_t first = y * frame.width + x - std::min(x, neighbourReach);
-        const std::size_t last = y * frame.width + std::min(x + neighbourReach, frame.width - 1);
-        __builtin_prefetch(mask + first, 1, 2);
-        __builtin_prefetch(data + first, 1, 2);
-        __builtin_prefetch(data + last, 1, 2);
+        if (column >= frame.width)
+            return;
+        const std::size_t rowStart = (row + neighbourReach) * frame.width;
+        const std::size_t left = rowStart + column - std::min(column, neighbourReach);
+        const std::size_t right = rowStart + std::min(column + neighbourReach, frame.width - 1);
+        __builtin_prefetch(mask + left, 0, 2);
+        __builtin_prefetch(data + left, 0, 2);
+        __builtin_prefetch(data + right, 0, 2);
     }
 
     // After a pass: all pixels that may change later on. Bad ones are those that the pass did not reach, and
@@ -208,11 +211,12 @@ private:
     void wakeNeighbours(std::size_t walkedRow) {
         while (front.hasChanged() && front.firstChanged().row + neighbourReach <= walkedRow) {
             const FillFront::Place place = front.takeFirstChanged();
-            const Neighbourhood around(place.column, place.row, frame);
-            for (std::size_t row = std::max(around.top, startRow); row <= around.bottom; ++row)
-                for (std::size_t column = around.left; column <= around.right; ++column)
-                    if (mask[row * frame.width + column] == MASK_BAD)
-                        wake(column, row);
+            Cells bad = cellsOf({MASK_BAD, MASK_BAD, MASK_BAD}, place.column, place.row);
+            for (; bad != 0; bad &= bad - 1) {
+                const auto cell = static_cast<std::size_t>(std::countr_zero(bad));
+                wake(place.column + cell % neighbourSide - neighbourReach,
+                     place.row + cell / neighbourSide - neighbourReach);
+            }
         }
     }
 
@@ -234,22 +238,11 @@ private:
         return {static_cast<std::uint32_t>(x), static_cast<std::uint32_t>(y)};
     }
 
-    bool hasNeighbourOf(unsigned char code, std::size_t x, std::size_t y) const {
-        const Neighbourhood around(x, y, frame);
-        bool has = false;
-        for (std::size_t row = around.top; row <= around.bottom; ++row)
-            for (std::size_t column = around.left; column <= around.right; ++column)
-                has |= mask[row * frame.width + column] == code;
-        return has;
-    }
-
-    // May be false for a pixel near an edge all the same: a whole word must fit into the row.
+    // Of pixels near an edge it may be false all the same.
     bool isSurroundedByGood(std::size_t x, std::size_t y) const {
-        constexpr std::size_t wordBytes = sizeof(std::uint64_t);
         constexpr std::uint64_t fiveBytes = 0xff'ffff'ffff;
         constexpr std::uint64_t withoutCentre = 0xff'ff00'ffff;
-        if (x < neighbourReach || x + wordBytes - neighbourReach > frame.width || y < neighbourReach ||
-            y + neighbourReach >= frame.height)
+        if (!hasWordsAround(x, y))
             return false;
         const unsigned char* const centre = mask + y * frame.width + x - neighbourReach;
         const std::uint64_t others = wordAt(centre - 2 * frame.width) | wordAt(centre - frame.width) |
@@ -257,49 +250,82 @@ private:
         return ((others & fiveBytes) | (wordAt(centre) & withoutCentre)) == 0;
     }
 
-    // A neighbour that is not known adds nothing by way of a zero, since its code can't be foreseen.
     bool fillFromKnown(std::size_t x, std::size_t y) {
-        const Neighbourhood around(x, y, frame);
-        std::size_t known = 0;
+        Cells known = cellsOf({MASK_GOOD, MASK_FILLED, previousCode}, x, y);
+        if (Neighbourhood(x, y, frame).cells() * 3 >= static_cast<std::size_t>(std::popcount(known)) * 8)
+            return false;
+        T& pixel = data[y * frame.width + x];
         double weightSum = 0;
         double valueSum = 0;
-        for (std::size_t row = around.top; row <= around.bottom; ++row)
-            for (std::size_t column = around.left; column <= around.right; ++column) {
-                const std::size_t cell = row * frame.width + column;
-                const double weight = inverseDistances[row + neighbourReach - y][column + neighbourReach - x];
-                const double product = weight * static_cast<double>(data[cell]);
-                const bool isSource = isKnown(mask[cell]);
-                known += isSource;
-                weightSum += isSource ? weight : 0;
-                valueSum += isSource ? product : 0;
-            }
-        if (!isEnough(known, around))
-            return false;
-        data[y * frame.width + x] = static_cast<T>(valueSum / weightSum);
+        for (; known != 0; known &= known - 1) {
+            const Source& source = sources[static_cast<std::size_t>(std::countr_zero(known))];
+            weightSum += source.weight;
+            valueSum += source.weight * static_cast<double>((&pixel)[source.offset]);
+        }
+        pixel = static_cast<T>(valueSum / weightSum);
         return true;
     }
 
-    // By the mask alone: along a front every other try is in vain.
-    bool hasEnoughKnown(std::size_t x, std::size_t y) const {
+    // A bit for each cell of the neighbourhood, row by row from the lowest on.
+    using Cells = std::uint32_t;
+    using Codes = std::array<unsigned char, 3>;
+
+    // The cells that have one of the codes.
+    Cells cellsOf(const Codes& codes, std::size_t x, std::size_t y) const {
+        if (!hasWordsAround(x, y))
+            return cellsNearEdge(codes, x, y);
+        const unsigned char* row = mask + (y - neighbourReach) * frame.width + x - neighbourReach;
+        Cells cells = 0;
+        for (std::size_t i = 0; i < neighbourSide; ++i, row += frame.width) {
+            const __m128i bytes = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(row));
+            __m128i equal = _mm_setzero_si128();
+            for (const unsigned char code : codes)
+                equal = _mm_or_si128(equal, _mm_cmpeq_epi8(bytes, _mm_set1_epi8(static_cast<char>(code))));
+            cells |= (static_cast<Cells>(_mm_movemask_epi8(equal)) & 31) << (i * neighbourSide);
+        }
+        return cells;
+    }
+
+    Cells cellsNearEdge(const Codes& codes, std::size_t x, std::size_t y) const {
         const Neighbourhood around(x, y, frame);
-        std::size_t known = 0;
+        Cells cells = 0;
         for (std::size_t row = around.top; row <= around.bottom; ++row)
-            for (std::size_t column = around.left; column <= around.right; ++column)
-                known += isKnown(mask[row * frame.width + column]);
-        return isEnough(known, around);
+            for (std::size_t column = around.left; column <= around.right; ++column) {
+                const std::size_t cell =
+                    (row + neighbourReach - y) * neighbourSide + column + neighbourReach - x;
+                const bool has = std::ranges::find(codes, mask[row * frame.width + column]) != codes.end();
+                cells |= Cells{has} << cell;
+            }
+        return cells;
     }
 
-    static bool isEnough(std::size_t known, const Neighbourhood& around) {
-        return around.cells() * 3 < known * 8;
+    // May be false for a pixel near an edge all the same: a whole word must fit into the row.
+    bool hasWordsAround(std::size_t x, std::size_t y) const {
+        return x >= neighbourReach && x + sizeof(std::uint64_t) - neighbourReach <= frame.width &&
+               y >= neighbourReach && y + neighbourReach < frame.height;
     }
 
-    bool isKnown(unsigned char code) const {
-        return (code == MASK_GOOD) | (code == MASK_FILLED) | (code == previousCode);
+    struct Source {
+        std::ptrdiff_t offset; // from the pixel
+        double weight;
+    };
+
+    static std::array<Source, neighbourSide * neighbourSide> sourcesOf(std::size_t width) {
+        std::array<Source, neighbourSide * neighbourSide> all;
+        for (std::size_t row = 0; row < neighbourSide; ++row)
+            for (std::size_t column = 0; column < neighbourSide; ++column)
+                all[row * neighbourSide + column] = {
+                    (static_cast<std::ptrdiff_t>(row) - std::ptrdiff_t{neighbourReach}) *
+                            static_cast<std::ptrdiff_t>(width) +
+                        static_cast<std::ptrdiff_t>(column) - std::ptrdiff_t{neighbourReach},
+                    inverseDistances[row][column]};
+        return all;
     }
 
     T* data;
     unsigned char* mask;
     FrameSize frame;
+    std::array<Source, neighbourSide* neighbourSide> sources = sourcesOf(frame.width); // by cell
     FillQueue<T> queue;
     FillFront& front; // started once tries were in vain too often
     std::size_t triesInVain = 0;

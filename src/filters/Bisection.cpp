@@ -37,6 +37,8 @@ void sortKeys(Buffer<std::uint64_t>& keys) {
         std::array<std::size_t, 256> places{};
         for (const std::uint64_t key : keys.span())
             ++places[byteOf(key)];
+        if (keys.empty() || places[byteOf(keys.span().front())] == keys.size())
+            continue; // they are in order already, as counts are by most of their bytes
         std::size_t before = 0;
         for (std::size_t& place : places)
             before += std::exchange(place, before);

@@ -45,6 +45,10 @@ public:
     std::size_t anyColumn(std::size_t row) const {
         return firsts[row] == none ? none : nodes[firsts[row]].column;
     }
+    // Where that is kept, to be asked for ahead of time.
+    const void* placeOfColumns(std::size_t row) const {
+        return nodes.data() + (firsts[row] == none ? 0 : firsts[row]);
+    }
 
     // Drops the columns for which `stays` is false. It may not add any.
     template <typename Stays>
