@@ -13,6 +13,7 @@
 #include "standalone/FilterLink.h"
 
 #include <QApplication>
+#include <QFileDialog>
 #include <QLabel>
 #include <QTableWidget>
 #include <QTimer>
@@ -125,6 +126,28 @@ TEST_F(Configure, AFilterWithoutWindowShowsItsParametersAndIsSavedOnClose) {
         window.close();
     });
     EXPECT_THAT(fileText(settings), HasSubstr("QfTileSize"));
+}
+
+TEST_F(Configure, PrintsWhyAFileWasNotLoaded) {
+    writeTiff(folder / "flats.tif", ImageStack<zt::u32>{3, 2, {1, 1, 1, 1, 1, 1}});
+    std::filesystem::resize_file(folder / "flats.tif", 30);
+    auto options = optionsFor("Flat-Field");
+    options.size = "3x2";
+    QTimer pick;
+    pick.callOnTimeout([&] {
+        if (auto* const picker = qobject_cast<QFileDialog*>(QApplication::activeModalWidget())) {
+            pick.stop();
+            chooseFile(*picker, folder / "flats.tif");
+        }
+    });
+    testing::internal::CaptureStderr();
+    configure(options, "Flat-field Filter Settings", [&](QWidget& window) {
+        pick.start(1);
+        click(window, "btCoeffLoad");
+        EXPECT_EQ(textOf(window, "edCoeffsData"), "");
+        click(window, "btClose");
+    });
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("flats.tif"));
 }
 
 TEST_F(Configure, LeavesASettingsFileThatCannotBeRead) {
