@@ -14,7 +14,7 @@ using testing::Lt;
 TEST(ProgressBar, LeavesOutWhatDoesNotFit) {
     const auto bar = [](unsigned columns) { return cli::progressBar(150, 400, 12.3, columns); };
     EXPECT_EQ(bar(200), "[###########...................] 150 of 400 frames, 12 frames/s, 0:20 left");
-    EXPECT_EQ(bar(60), "[####......] 150 of 400 frames, 12 frames/s, 0:20 left");
+    EXPECT_EQ(bar(60), "[#####..........] 150 of 400 frames, 12 frames/s, 0:20 left");
     EXPECT_EQ(bar(50), "[######............] 150 of 400 frames, 0:20 left");
     EXPECT_EQ(bar(40), "[#####..........] 150 of 400, 0:20 left");
     EXPECT_EQ(bar(30), "[######..........] 150 of 400");

@@ -31,6 +31,8 @@ namespace {
 class Configure : public testing::Test {
 protected:
     // Configures, and hands the window of that title to `user`, who ends by closing it.
+    ombrel::cli::Console* console = &quietConsole();
+
     void configure(const ombrel::cli::ConfigureOptions& options, const QString& title,
                    const std::function<void(QWidget&)>& user) {
         bool met = false;
@@ -47,7 +49,7 @@ protected:
                 }
         });
         look.start(1);
-        ombrel::workbench::configure(options, quietConsole());
+        ombrel::workbench::configure(options, *console);
         EXPECT_TRUE(met) << title.toStdString();
         for (const QWidget* window : QApplication::topLevelWidgets())
             EXPECT_NE(window->windowTitle(), title) << "the window outlives its filter";
@@ -140,14 +142,18 @@ TEST_F(Configure, PrintsWhyAFileWasNotLoaded) {
             chooseFile(*picker, folder / "flats.tif");
         }
     });
-    testing::internal::CaptureStderr();
+    std::FILE* const stream = std::fopen((folder / "messages").c_str(), "w");
+    const auto printing = consoleOn(stream);
+    console = printing.get();
     configure(options, "Flat-field Filter Settings", [&](QWidget& window) {
         pick.start(1);
         click(window, "btCoeffLoad");
         EXPECT_EQ(textOf(window, "edCoeffsData"), "");
         click(window, "btClose");
     });
-    EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("flats.tif"));
+    std::fflush(stream);
+    EXPECT_THAT(fileText(folder / "messages"), HasSubstr("flats.tif"));
+    std::fclose(stream);
 }
 
 TEST_F(Configure, LeavesASettingsFileThatCannotBeRead) {
