@@ -23,8 +23,8 @@ class StackViewer;
 class FrameWorker final : public QObject {
     Q_OBJECT
 public:
-    // `pluginPath` empty finds the plug-in. A chain that takes longer than `slowSeconds` waits until the slider
-    // rests, so that raw frames follow it.
+    // `pluginPath` empty finds the plug-in. A chain that takes longer than `slowSeconds` waits until the
+    // slider rests, so that raw frames follow it.
     explicit FrameWorker(std::string pluginPath, double slowSeconds = 0.08);
     ~FrameWorker() override;
     // Waits for the frame or task at work; what waits is never done.

@@ -382,6 +382,7 @@ TEST(Batch, ShowsABarThatFitsTheTerminal) {
         EXPECT_THAT(bars.front(), StartsWith(first));
         for (const std::string& bar : bars)
             EXPECT_LT(bar.size(), columns) << bar;
-        EXPECT_THAT(result.messages, HasSubstr("\x1b[Kombrel: 1 frame is not finite: 2\r\n")) << "in place of the bar";
+        EXPECT_THAT(result.messages, HasSubstr("\x1b[Kombrel: 1 frame is not finite: 2\r\n"))
+            << "in place of the bar";
     }
 }
