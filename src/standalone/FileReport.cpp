@@ -58,7 +58,7 @@ std::string pixelRangeText(const PixelReport& report) {
 }
 
 // Without an exponent for any time that a detector counts. Fifteen digits: what the conversion of a unit adds
-// behind them is no information.
+// after them holds no information.
 std::string secondsText(double seconds) {
     char text[64];
     std::snprintf(text, sizeof text, "%.15g", seconds);

@@ -13,7 +13,7 @@ namespace ombrel::cli {
 
 namespace {
 
-// Bytes of the UTF-8 character at the start of a text; 0 when there is none.
+// Bytes of the UTF-8 character at the start of a text; 0 where the text starts with none.
 std::size_t characterLength(std::string_view text) {
     const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
     const std::size_t length = byte(0) < 0x80                      ? 1

@@ -72,7 +72,7 @@ void addFilesOfSettings(CommandPaths& paths, const std::string& filter, const st
 void addPlugin(CommandPaths& paths, const std::string& plugin) {
     try {
         paths.reads(PluginLibrary::find(plugin), "the plug-in");
-    } catch (const Error&) { // loading it shows that there is none
+    } catch (const Error&) { // loading reports it
     }
 }
 
