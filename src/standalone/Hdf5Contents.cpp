@@ -28,6 +28,8 @@ public:
             if (failure)
                 std::rethrow_exception(failure);
         }
+        const std::vector<std::string> more = sources.files();
+        contents.files.insert(contents.files.end(), more.begin(), more.end());
         return std::move(contents);
     }
 
@@ -51,12 +53,18 @@ private:
             return addGroup(path, std::move(object));
         if (H5Iget_type(object) != H5I_DATASET)
             return;
+        noteFile(hdf5FileName(object));
         auto problem = sources.problemOf(object);
         auto shape = problem ? shapeOfBrokenImages(object) : shapeOfImages(object);
         if (shape)
             addDataset(path, std::move(object), std::move(*shape), std::move(problem));
         else
             contents.others.push_back(path);
+    }
+
+    void noteFile(std::string name) {
+        if (std::ranges::find(contents.files, name) == contents.files.end())
+            contents.files.push_back(std::move(name));
     }
 
     void addDeadLink(hid_t group, const std::string& name, const std::string& path) {

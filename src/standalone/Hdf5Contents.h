@@ -32,6 +32,7 @@ struct Hdf5Contents {
     // Datasets that cannot be frames, and links that lead nowhere, as shown to users.
     std::vector<std::string> others;
     std::vector<std::string> deadLinks; // those of them into other files
+    std::vector<std::string> files;     // that datasets are in or take their values from
 };
 
 Hdf5Contents listContents(hid_t file);

@@ -1,6 +1,7 @@
 #include "standalone/Hdf5File.h"
 
 #include "standalone/Error.h"
+#include "standalone/Hdf5Contents.h"
 #include "standalone/Hdf5Open.h"
 #include "standalone/Hdf5OutputLayout.h"
 #include "standalone/Hdf5RunState.h"
@@ -137,6 +138,16 @@ void Hdf5File::readImage(zt::u32 frame, zt::u32 subFrame, std::span<std::byte> p
     } catch (const Error& error) {
         throw Error(where(frame) + ": " + error.what());
     }
+}
+
+std::vector<std::string> hdf5FilesOf(const std::string& path) {
+    const Hdf5Session session;
+    try {
+        if (fileKind(FileDescriptor::openForReading(path)) == FileKind::Hdf5)
+            return listContents(openHdf5(path, "this HDF5 file is cut off or damaged")).files;
+    } catch (const Error&) { // reading it reports this
+    }
+    return {};
 }
 
 } // namespace ombrel

@@ -4,6 +4,7 @@
 #include "standalone/Hdf5Images.h"
 
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace ombrel {
@@ -29,5 +30,9 @@ private:
     std::vector<zt::u32> chosen; // the frames of the role in the dataset; empty when all are
     std::vector<double> times;   // of each frame in the dataset, when they differ
 };
+
+// The files that the datasets of an HDF5 file are in or take their values from, itself among them. Empty for
+// other files.
+std::vector<std::string> hdf5FilesOf(const std::string& path);
 
 } // namespace ombrel

@@ -5,6 +5,7 @@
 #include "standalone/SizeText.h"
 
 #include <algorithm>
+#include <ranges>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
@@ -130,13 +131,18 @@ std::optional<std::string> Hdf5Sources::problemOf(hid_t dataset) {
     open.clear();
     try {
         check(dataset);
-        if (!canOpenFiles(files.size()))
-            return "its sources are " + std::to_string(files.size()) +
+        if (!canOpenFiles(sources.size()))
+            return "its sources are " + std::to_string(sources.size()) +
                    " files, more than may be open at once; raise the limit with ulimit -n";
         return std::nullopt;
     } catch (const Error& problem) {
         return problem.what();
     }
+}
+
+std::vector<std::string> Hdf5Sources::files() const {
+    const auto paths = std::views::values(sources);
+    return {paths.begin(), paths.end()};
 }
 
 Hdf5Sources::Stored Hdf5Sources::sum(Stored one, Stored other) {
@@ -230,7 +236,7 @@ std::optional<Hdf5Sources::Stored> Hdf5Sources::checkSource(hid_t dataset, const
             return std::nullopt;
         if (!found.problem.empty())
             throw Error("its source " + file + ' ' + found.problem);
-        files.insert(fileIdentity(found.path));
+        sources.emplace(fileIdentity(found.path), found.path);
         source = openHdf5(found.path, "a source that cannot be opened");
     }
     if (mapping.blocks && !openHdf5Object(source, name).isOpen())
@@ -260,8 +266,16 @@ void Hdf5Sources::checkRawFiles(hid_t creation) {
         hsize_t size = 0;
         H5Pget_external(creation, static_cast<unsigned>(i), name.size() - 1, name.data(), &offset, &size);
         struct stat status {};
-        if (::stat(name.data(), &status) == 0 && !S_ISREG(status.st_mode))
+        if (::stat(name.data(), &status) != 0)
+            continue;
+        if (!S_ISREG(status.st_mode))
             throw Error(std::string("its raw file ") + name.data() + " is no regular file");
+        // The library reads zeros where the file has ended.
+        const hsize_t end = static_cast<hsize_t>(offset) + (size == H5F_UNLIMITED ? 0 : size);
+        if (static_cast<hsize_t>(status.st_size) < end)
+            throw Error(std::string("its raw file ") + name.data() + " is truncated (" +
+                        std::to_string(status.st_size) + " of " + std::to_string(end) + " bytes)");
+        sources.emplace(fileIdentity(name.data()), name.data());
     }
 }
 

@@ -5,7 +5,6 @@
 
 #include <map>
 #include <optional>
-#include <set>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -23,6 +22,9 @@ class Hdf5Sources {
 public:
     // What is wrong with the sources, for a message after the dataset's path; nothing when all are there.
     std::optional<std::string> problemOf(hid_t dataset);
+
+    // The files that the datasets asked about take their values from, but for the files they are in.
+    std::vector<std::string> files() const;
 
 private:
     // A dataset, by the device and inode of its file and its place there.
@@ -47,7 +49,7 @@ private:
 
     std::map<Key, Stored> done; // of datasets that are right
     std::vector<Key> open;      // from the outermost dataset to the present one
-    std::set<std::pair<zt::u64, zt::u64>> files;
+    std::map<std::pair<zt::u64, zt::u64>, std::string> sources; // the path of each file, by device and inode
 };
 
 } // namespace ombrel

@@ -51,6 +51,9 @@ std::optional<std::string> textAttribute(hid_t object, const char* name) {
 
 std::optional<Hdf5Numbers> numbersAt(hid_t file, const std::string& path, zt::u64 count) {
     const Hdf5Object object = openHdf5Object(file, path);
+    if (!object.isOpen())
+        if (const auto dead = deadLinkOn(file, path))
+            throw Error(hdf5FileName(file) + ": " + dead->text);
     if (!object.isOpen() || H5Iget_type(object) != H5I_DATASET)
         return std::nullopt;
     if (const auto problem = Hdf5Sources().problemOf(object))

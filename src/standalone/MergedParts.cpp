@@ -104,20 +104,6 @@ void checkParts(const std::string& whole, const RunRecord& record) {
     }
 }
 
-std::vector<std::string> partFilesOf(const std::string& path) {
-    std::vector<std::string> files;
-    std::error_code failure;
-    if (!std::filesystem::is_regular_file(path, failure))
-        return files;
-    try {
-        const std::filesystem::path folder = std::filesystem::path(path).parent_path();
-        for (const PartRecord& part : RunRecord::fromJson(readHdf5Output(path).plan.record).parts)
-            files.push_back((folder / part.path).string());
-    } catch (const Error&) { // not an output
-    }
-    return files;
-}
-
 void checkPartsOf(const std::string& output) {
     checkParts(output, RunRecord::fromJson(readHdf5Output(output).plan.record));
 }

@@ -19,8 +19,6 @@ void mergeParts(const std::vector<std::string>& parts, const std::string& whole)
 // Throws Error when a part of the whole is missing or is another one than was merged. A record without parts
 // is right.
 void checkParts(const std::string& whole, const RunRecord& record);
-// The files that a merged output refers to; none of any other file.
-std::vector<std::string> partFilesOf(const std::string& path);
 // The same as checkParts() of an HDF5 output, whose record is read.
 void checkPartsOf(const std::string& output);
 

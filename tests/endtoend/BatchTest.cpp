@@ -54,6 +54,11 @@ void expectSameRows(const std::vector<ombrel::FrameRow>& rows, const std::vector
 // Binning of a stack into an output of the format that the parameter ends in.
 class BatchInto : public ::testing::TestWithParam<const char*> {
 protected:
+    BatchInto() {
+        for (const int signal : {SIGINT, SIGTERM, SIGHUP}) // else ignored in the background
+            std::signal(signal, SIG_DFL);
+    }
+
     void writeInput(zt::u32 frames, zt::u32 side) {
         writeHdf5(input, randomFrames(frames, side));
         const auto result = runOmbrel(commandTo(whole));

@@ -2,6 +2,7 @@
 
 #include "fixtures/FileText.h"
 #include "fixtures/FrameFiles.h"
+#include "fixtures/Hdf5Builder.h"
 #include "fixtures/Program.h"
 #include "fixtures/TemporaryFolder.h"
 
@@ -161,8 +162,25 @@ TEST_F(Paths, WhatIsThereIsKeptAndPlacesAreCheckedFirst) {
     refuse({"info", at("in.h5"), "--picture", at("in.tif/p.png")}, 1, "is not a folder");
 }
 
+TEST_F(Paths, SourcesOfInputsAreInputs) {
+    Hdf5Builder(at("linked.h5")).images("/data", 1, 5);
+    Hdf5Builder(at("viewed.h5")).images("/data", 1, 5);
+    {
+        Hdf5Builder master(at("master.h5"));
+        master.externalLink("/entry/data", "linked.h5", "/data");
+        master.view("/view", {{"viewed.h5", "/data"}}, 1);
+    }
+    for (const char* source : {"linked.h5", "viewed.h5"}) {
+        const std::string before = fileText(at(source));
+        for (const std::string& input : {at("master.h5::/entry/data"), at("master.h5::/view")})
+            expectRefusal(runOmbrel({"run", "-f", "Binning 2x2", input, "-o", at(source), "--force"}), 1,
+                          "a source of an input");
+        EXPECT_EQ(fileText(at(source)), before);
+    }
+}
+
 TEST_F(Paths, AClosedDescriptorIsNotTakenByAFile) {
-    for (const char* closed : {"2>&-", ">&-", "<&- >&- 2>&-"}) {
+    for (const char* closed : {"2>&-", ">&- 2>/dev/null", "<&- >&- 2>&-"}) {
         const std::string command = std::string(OMBREL_PROGRAM) + " run -q -f 'Binning 2x2' " + at("in.h5") +
                                     " -o " + at("out.h5") + " --force --report " + at("r.json") + " " +
                                     closed;

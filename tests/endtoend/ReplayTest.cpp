@@ -94,7 +94,7 @@ TEST_F(Replay, PartsAreOneOutputWhereverTheyAreMovedTogether) {
     EXPECT_THAT(replay("moved/merged.h5", "again.h5").messages, HasSubstr("10 frames are the same"));
     expectRefusal(runOmbrel({"run", "-f", "Binning 2x2", folder / "moved/merged.h5", "-o",
                              folder / "moved/parts/3.h5", "--force"}),
-                  1, "a part of an input");
+                  1, "a source of an input");
 
     fs::rename(folder / "moved/parts/3.h5", folder / "3.h5");
     const std::string whole = folder / "moved/merged.h5";

@@ -115,6 +115,18 @@ TEST_F(Hdf5File, ReadsFramesThatWereNeverWrittenAsZeros) {
     }
 }
 
+TEST_F(Hdf5File, RefusesARawFileThatHasBeenCutOff) {
+    const std::string raw = folder / "pixels.raw";
+    {
+        Hdf5Builder file(path);
+        file.data<zt::u16>("/exchange/data", {6, 5, 7}, ramp(6 * 5 * 7),
+                           [&](hid_t creation) { H5Pset_external(creation, raw.c_str(), 0, 420); });
+    }
+    EXPECT_EQ(FrameFile::open(path)->info().frames, 6U);
+    std::filesystem::resize_file(raw, 419);
+    EXPECT_THAT(errorOf([&] { FrameFile::open(path); }), HasSubstr("is truncated (419 of 420 bytes)"));
+}
+
 TEST_F(Hdf5File, DecodesAChunkOfSeveralFramesOnce) {
     registerCountingFilter();
     {

@@ -147,6 +147,17 @@ TEST_F(Hdf5Sources, OfDeadLinksAreNamedInPlaceOfAnUnrelatedDataset) {
     EXPECT_THAT(firstPixels("::/entry/data"), ElementsAre(5, 5));
 }
 
+// Taken for absent, they would make flat fields frames of the sample.
+TEST_F(Hdf5Sources, OfDeadLinksBesideTheFramesAreNamed) {
+    for (const char* name : {"image_key", "count_time"}) {
+        make([&](Hdf5Builder& file) {
+            file.images("/entry/data", 1, 1);
+            file.externalLink(std::string("/entry/") + name, "keys.h5", "/keys");
+        });
+        expectRefusal(std::string("/entry/") + name + " is a link to keys.h5::/keys, which does not exist");
+    }
+}
+
 TEST_F(Hdf5Sources, ThatHoldFarLessThanIsClaimedAreRefused) {
     make([](Hdf5Builder& file) {
         file.data<double>("/data", {1, 60000, 60000}, {}, [](hid_t creation) {

@@ -118,9 +118,9 @@ CommandPaths inputsOf(const AdaptiveOptions& options, const std::vector<GridRow>
     CommandPaths paths;
     paths.reads(options.grid, "the table");
     for (const GridRow& row : rows)
-        paths.reads(row.file, "a flat field", NamedBy::File);
+        addFrames(paths, row.file, "a flat field", NamedBy::File);
     if (!options.compensationMask.empty())
-        paths.reads(options.compensationMask, "the compensation mask");
+        addFrames(paths, options.compensationMask, "the compensation mask");
     addPlugin(paths, options.plugin);
     return paths;
 }

@@ -144,7 +144,7 @@ void addFiles(CommandPaths& paths, const RunRecord& record, const fs::path& reco
     for (const FileRecord& file : record.paramFiles)
         paths.reads(file.path, "a file of a parameter", NamedBy::File);
     if (record.deviceMask)
-        paths.reads(record.deviceMask->path, "the device mask", NamedBy::File);
+        addFrames(paths, record.deviceMask->path, "the device mask", NamedBy::File);
     for (const PartRecord& part : record.parts)
         paths.reads((recordedFolder / part.path).string(), "a part", NamedBy::File);
 }

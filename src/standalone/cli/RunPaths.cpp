@@ -3,13 +3,13 @@
 #include "standalone/Error.h"
 #include "standalone/FileKind.h"
 #include "standalone/FrameOutput.h"
-#include "standalone/MergedParts.h"
+#include "standalone/Hdf5File.h"
 #include "standalone/PluginLibrary.h"
 #include "standalone/SettingsFiles.h"
 #include "standalone/SettingsReader.h"
 #include "standalone/cli/PreviewFolder.h"
 
-#include <algorithm>
+#include <filesystem>
 
 namespace ombrel::cli {
 
@@ -76,12 +76,19 @@ void addPlugin(CommandPaths& paths, const std::string& plugin) {
     }
 }
 
+void addFrames(CommandPaths& paths, const std::string& path, const std::string& what, NamedBy by) {
+    paths.reads(path, what, by);
+    const std::string own = splitDatasetPath(path).file;
+    std::error_code none;
+    for (const std::string& file : hdf5FilesOf(own))
+        if (!std::filesystem::equivalent(file, own, none))
+            paths.reads(file, "a source of " + what, NamedBy::File);
+}
+
 void addInput(CommandPaths& paths, const std::string& input, NamedBy by) {
-    paths.reads(input, "an input", by);
+    addFrames(paths, input, "an input", by);
     for (const std::string& file : FrameOutput::filesBeside(splitDatasetPath(input).file))
         paths.reads(file, "the record of an input", by);
-    for (const std::string& file : partFilesOf(splitDatasetPath(input).file))
-        paths.reads(file, "a part of an input", NamedBy::File);
 }
 
 void addOutput(CommandPaths& paths, const std::string& output, WhenThere whenThere) {
@@ -95,7 +102,7 @@ CommandPaths pathsOf(const RunOptions& options) {
     for (const std::string& input : options.inputs)
         addInput(paths, input);
     if (!options.deviceMask.empty())
-        paths.reads(options.deviceMask, "the device mask");
+        addFrames(paths, options.deviceMask, "the device mask");
     addPlugin(paths, options.plugin);
     addFilters(paths, options);
     const auto whenThere = options.force || options.resume ? WhenThere::Replace : WhenThere::Refuse;
