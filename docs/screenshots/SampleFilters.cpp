@@ -1,12 +1,13 @@
 #include "SampleFilters.h"
 
-#include "host/IBHFilter.h"
-#include "host/IFFFilter.h"
 #include "standalone/cli/PrivateInterface.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+
+#include "zt/IBHFilter.h"
+#include "zt/IFFFilter.h"
 
 namespace {
 

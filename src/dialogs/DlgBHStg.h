@@ -1,13 +1,14 @@
 #pragma once
 
 #include "dialogs/WindowSystem.h"
-#include "host/IZenteo.h"
 
 #include <QList>
 #include <QString>
 #include <QWidget>
 
 #include <memory>
+
+#include "zt/IZenteo.h"
 
 class Ui_DlgBHStg;
 

@@ -2,12 +2,13 @@
 
 #include "filters/AdaptiveFFSettings.h"
 #include "filters/ClonedFrame.h"
-#include "host/DataType.h"
-#include "host/ErrorCode.h"
 
 #include <algorithm>
 #include <span>
 #include <utility>
+
+#include "zt/DataType.h"
+#include "zt/ErrorCode.h"
 
 namespace PluginOmbrel {
 

@@ -2,11 +2,12 @@
 
 #include "aic/AIC.h"
 #include "filters/DeviceFilter.h"
-#include "host/IMpxFrame.h"
 
 #include <cstddef>
 #include <memory>
 #include <string>
+
+#include "zt/IMpxFrame.h"
 
 namespace PluginOmbrel {
 

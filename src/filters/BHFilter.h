@@ -5,14 +5,15 @@
 #include "filters/DeviceFilter.h"
 #include "filters/FillFront.h"
 #include "filters/MaskWalk.h"
-#include "host/IBHFilter.h"
-#include "host/IMpxFrame.h"
 
 #include <functional>
 #include <memory>
 #include <span>
 #include <string>
 #include <vector>
+
+#include "zt/IBHFilter.h"
+#include "zt/IMpxFrame.h"
 
 namespace PluginOmbrel {
 

@@ -2,16 +2,17 @@
 #include "filters/BHFilter.h"
 #include "filters/BadPixelInterpolation.h"
 #include "filters/MaskScan.h"
-#include "host/DataBuff.h"
-#include "host/DataType.h"
-#include "host/ErrorCode.h"
-#include "host/FrameHolder.h"
-#include "host/RefDataBuff.h"
 #include "support/FileResult.h"
 #include "support/MatrixFile.h"
 
 #include <algorithm>
 #include <array>
+
+#include "zt/DataBuff.h"
+#include "zt/DataType.h"
+#include "zt/ErrorCode.h"
+#include "zt/FrameHolder.h"
+#include "zt/RefDataBuff.h"
 
 namespace PluginOmbrel {
 

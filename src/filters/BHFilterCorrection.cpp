@@ -1,9 +1,10 @@
 // The way of a frame through the beam-hardening filter.
 #include "filters/BHFilter.h"
 #include "filters/ClonedFrame.h"
-#include "host/DataType.h"
-#include "host/ErrorCode.h"
-#include "host/RefDataBuff.h"
+
+#include "zt/DataType.h"
+#include "zt/ErrorCode.h"
+#include "zt/RefDataBuff.h"
 
 namespace PluginOmbrel {
 

@@ -3,14 +3,15 @@
 #include "filters/CoefficientTable.h"
 #include "filters/FrameSum.h"
 #include "filters/SubFrameQuestion.h"
-#include "host/DataType.h"
-#include "host/ErrorCode.h"
-#include "host/FrameHolder.h"
-#include "host/RefDataBuff.h"
 #include "support/Str.h"
 
 #include <algorithm>
 #include <cmath>
+
+#include "zt/DataType.h"
+#include "zt/ErrorCode.h"
+#include "zt/FrameHolder.h"
+#include "zt/RefDataBuff.h"
 
 namespace PluginOmbrel {
 

@@ -1,9 +1,10 @@
 #pragma once
 
 #include "filters/Buffer.h"
-#include "host/Types.h"
 
 #include <string>
+
+#include "zt/Types.h"
 
 namespace PluginOmbrel {
 

@@ -1,10 +1,10 @@
 #include "filters/BadPixelMask.h"
 
-#include "host/DataType.h"
-#include "host/RefDataBuff.h"
-
 #include <algorithm>
 #include <cstring>
+
+#include "zt/DataType.h"
+#include "zt/RefDataBuff.h"
 
 namespace PluginOmbrel {
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "host/IMpxFrame.h"
-
 #include <span>
+
+#include "zt/IMpxFrame.h"
 
 namespace PluginOmbrel {
 

@@ -1,11 +1,12 @@
 #include "filters/Binning2x2.h"
 
 #include "filters/ClonedFrame.h"
-#include "host/DataType.h"
-#include "host/IMpxFrame.h"
-#include "host/RefDataBuff.h"
 
 #include <cstddef>
+
+#include "zt/DataType.h"
+#include "zt/IMpxFrame.h"
+#include "zt/RefDataBuff.h"
 
 namespace PluginOmbrel {
 

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "host/IData.h"
-#include "host/IMpxFrame.h"
-
 #include <memory>
+
+#include "zt/IData.h"
+#include "zt/IMpxFrame.h"
 
 namespace PluginOmbrel {
 

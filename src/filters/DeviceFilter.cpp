@@ -1,7 +1,8 @@
 #include "filters/DeviceFilter.h"
 
 #include "filters/PluginName.h"
-#include "host/ISettings.h"
+
+#include "zt/ISettings.h"
 
 namespace PluginOmbrel {
 

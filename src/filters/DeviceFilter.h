@@ -1,14 +1,15 @@
 #pragma once
 
-#include "host/IDataFilter.h"
-#include "host/IDevMpx.h"
-#include "host/IParamMgr.h"
-#include "host/IZenteo.h"
 #include "support/Str.h"
 
 #include <cstdarg>
 #include <memory>
 #include <string>
+
+#include "zt/IDataFilter.h"
+#include "zt/IDevMpx.h"
+#include "zt/IParamMgr.h"
+#include "zt/IZenteo.h"
 
 namespace PluginOmbrel {
 

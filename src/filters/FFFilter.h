@@ -4,12 +4,13 @@
 #include "filters/DeviceFilter.h"
 #include "filters/FillFront.h"
 #include "filters/FrameSum.h"
-#include "host/DataBuff.h"
-#include "host/IFFFilter.h"
-#include "host/IMpxFrame.h"
 
 #include <string>
 #include <vector>
+
+#include "zt/DataBuff.h"
+#include "zt/IFFFilter.h"
+#include "zt/IMpxFrame.h"
 
 namespace PluginOmbrel {
 

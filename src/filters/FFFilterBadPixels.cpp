@@ -3,9 +3,10 @@
 #include "filters/BadPixelMask.h"
 #include "filters/FFFilter.h"
 #include "filters/MaskScan.h"
-#include "host/DataType.h"
-#include "host/ErrorCode.h"
-#include "host/RefDataBuff.h"
+
+#include "zt/DataType.h"
+#include "zt/ErrorCode.h"
+#include "zt/RefDataBuff.h"
 
 namespace PluginOmbrel {
 

@@ -3,10 +3,11 @@
 #include "filters/CoefficientTable.h"
 #include "filters/FFFilter.h"
 #include "filters/SubFrameQuestion.h"
-#include "host/ErrorCode.h"
-#include "host/FrameHolder.h"
 
 #include <algorithm>
+
+#include "zt/ErrorCode.h"
+#include "zt/FrameHolder.h"
 
 namespace PluginOmbrel {
 

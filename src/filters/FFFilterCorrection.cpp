@@ -2,8 +2,9 @@
 #include "filters/ClonedFrame.h"
 #include "filters/FFFilter.h"
 #include "filters/Multiply.h"
-#include "host/DataType.h"
-#include "host/RefDataBuff.h"
+
+#include "zt/DataType.h"
+#include "zt/RefDataBuff.h"
 
 namespace PluginOmbrel {
 

@@ -1,13 +1,14 @@
 // Where the flat-field filter's coefficients come from and go to: files.
 #include "filters/FFFilter.h"
-#include "host/DataType.h"
-#include "host/ErrorCode.h"
-#include "host/FrameHolder.h"
-#include "host/RefDataBuff.h"
 #include "support/BinaryFile.h"
 #include "support/FileResult.h"
 #include "support/FileSize.h"
 #include "support/MatrixFile.h"
+
+#include "zt/DataType.h"
+#include "zt/ErrorCode.h"
+#include "zt/FrameHolder.h"
+#include "zt/RefDataBuff.h"
 
 namespace PluginOmbrel {
 

@@ -1,8 +1,8 @@
 #include "filters/FrameSum.h"
 
-#include "host/DataType.h"
-#include "host/ErrorCode.h"
-#include "host/RefDataBuff.h"
+#include "zt/DataType.h"
+#include "zt/ErrorCode.h"
+#include "zt/RefDataBuff.h"
 
 namespace PluginOmbrel {
 

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "host/FrameHolder.h"
-#include "host/IDataMgr.h"
-
 #include <optional>
 #include <span>
+
+#include "zt/FrameHolder.h"
+#include "zt/IDataMgr.h"
 
 namespace PluginOmbrel {
 

@@ -5,8 +5,9 @@
 #include "filters/Binning2x2.h"
 #include "filters/FFFilter.h"
 #include "filters/PluginName.h"
-#include "host/IDevMpx.h"
-#include "host/PtrList.h"
+
+#include "zt/IDevMpx.h"
+#include "zt/PtrList.h"
 
 namespace PluginOmbrel {
 

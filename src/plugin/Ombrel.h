@@ -1,8 +1,8 @@
 #pragma once
 
-#include "host/IDev.h"
-#include "host/IZenteo.h"
-#include "host/IZtPlugin.h"
+#include "zt/IDev.h"
+#include "zt/IZenteo.h"
+#include "zt/IZtPlugin.h"
 
 namespace PluginOmbrel {
 

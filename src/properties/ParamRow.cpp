@@ -1,7 +1,5 @@
 #include "properties/ParamRow.h"
 
-#include "host/DataType.h"
-#include "host/IParam.h"
 #include "properties/PropertyColumn.h"
 #include "properties/QBoolProperty.h"
 #include "properties/QDoubleProperty.h"
@@ -12,6 +10,9 @@
 #include "properties/QULongProperty.h"
 
 #include <limits>
+
+#include "zt/DataType.h"
+#include "zt/IParam.h"
 
 namespace {
 

@@ -1,7 +1,5 @@
 #include "properties/QParamsBrowser.h"
 
-#include "host/IParamMgr.h"
-#include "host/PtrList.h"
 #include "properties/CustomDelegate.h"
 #include "properties/ParamRow.h"
 #include "properties/PropertyColumn.h"
@@ -11,6 +9,9 @@
 #include <QFocusEvent>
 
 #include <algorithm>
+
+#include "zt/IParamMgr.h"
+#include "zt/PtrList.h"
 
 QParamsBrowser::QParamsBrowser(QWidget* parent)
     : QPropertyTreeView(parent), propertyModel(new QPropertyModel(this)) {

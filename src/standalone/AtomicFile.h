@@ -1,12 +1,13 @@
 #pragma once
 
-#include "host/Types.h"
 #include "standalone/FileDescriptor.h"
 
 #include <cstddef>
 #include <span>
 #include <string>
 #include <string_view>
+
+#include "zt/Types.h"
 
 namespace ombrel {
 

@@ -1,6 +1,5 @@
 #include "standalone/BatchRun.h"
 
-#include "host/DataType.h"
 #include "standalone/BatchMemory.h"
 #include "standalone/Error.h"
 #include "standalone/FrameStack.h"
@@ -15,6 +14,8 @@
 #include <span>
 #include <utility>
 #include <vector>
+
+#include "zt/DataType.h"
 
 namespace ombrel {
 

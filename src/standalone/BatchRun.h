@@ -1,6 +1,5 @@
 #pragma once
 
-#include "host/Types.h"
 #include "standalone/Chain.h"
 #include "standalone/FrameOutput.h"
 #include "standalone/GridChoice.h"
@@ -9,6 +8,8 @@
 #include <optional>
 #include <span>
 #include <string>
+
+#include "zt/Types.h"
 
 namespace ombrel {
 

@@ -1,12 +1,13 @@
 #pragma once
 
-#include "host/Types.h"
 #include "standalone/CalibrationGrid.h"
 
 #include <cstddef>
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "zt/Types.h"
 
 namespace ombrel {
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "host/Types.h"
 #include "standalone/AtomicFile.h"
 #include "standalone/CalibrationGrid.h"
 
@@ -8,6 +7,8 @@
 #include <span>
 #include <string>
 #include <vector>
+
+#include "zt/Types.h"
 
 namespace ombrel {
 

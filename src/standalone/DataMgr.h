@@ -1,6 +1,5 @@
 #pragma once
 
-#include "host/IDataMgr.h"
 #include "standalone/Frame.h"
 #include "standalone/FrameFile.h"
 
@@ -12,6 +11,8 @@
 #include <thread>
 #include <variant>
 #include <vector>
+
+#include "zt/IDataMgr.h"
 
 namespace ombrel {
 

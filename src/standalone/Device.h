@@ -1,10 +1,11 @@
 #pragma once
 
-#include "host/IDevMpx.h"
 #include "standalone/Frame.h"
 #include "standalone/PixelCfg.h"
 
 #include <vector>
+
+#include "zt/IDevMpx.h"
 
 namespace ombrel {
 

@@ -1,10 +1,10 @@
 #include "standalone/FailedFrame.h"
 
-#include "host/DataType.h"
-
 #include <algorithm>
 #include <limits>
 #include <stdexcept>
+
+#include "zt/DataType.h"
 
 namespace ombrel {
 

@@ -1,12 +1,12 @@
 #pragma once
 
-#include "host/Types.h"
-
 #include <cstddef>
 #include <optional>
 #include <span>
 #include <string>
 #include <utility>
+
+#include "zt/Types.h"
 
 namespace ombrel {
 

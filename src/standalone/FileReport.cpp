@@ -1,6 +1,5 @@
 #include "standalone/FileReport.h"
 
-#include "host/DataType.h"
 #include "standalone/NumberText.h"
 #include "standalone/PixelType.h"
 #include "standalone/SizeText.h"
@@ -11,6 +10,8 @@
 #include <cstdio>
 #include <type_traits>
 #include <vector>
+
+#include "zt/DataType.h"
 
 namespace ombrel {
 

@@ -1,8 +1,5 @@
 #include "standalone/FilterLink.h"
 
-#include "host/ErrorCode.h"
-#include "host/PtrList.h"
-#include "host/String.h"
 #include "standalone/Error.h"
 #include "standalone/Host.h"
 #include "standalone/LogCapture.h"
@@ -11,6 +8,10 @@
 
 #include <optional>
 #include <vector>
+
+#include "zt/ErrorCode.h"
+#include "zt/PtrList.h"
+#include "zt/String.h"
 
 namespace ombrel {
 

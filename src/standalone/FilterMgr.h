@@ -1,9 +1,9 @@
 #pragma once
 
-#include "host/IFilterMgr.h"
-
 #include <memory>
 #include <vector>
+
+#include "zt/IFilterMgr.h"
 
 namespace ombrel {
 

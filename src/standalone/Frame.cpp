@@ -1,6 +1,5 @@
 #include "standalone/Frame.h"
 
-#include "host/RefDataBuff.h"
 #include "standalone/ClampedCast.h"
 #include "standalone/FrameCheck.h"
 #include "standalone/PixelConversion.h"
@@ -13,6 +12,8 @@
 #include <limits>
 #include <stdexcept>
 #include <type_traits>
+
+#include "zt/RefDataBuff.h"
 
 namespace ombrel {
 

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "host/DataType.h"
-#include "host/IMpxFrame.h"
 #include "standalone/FramePool.h"
 
 #include <atomic>
@@ -10,6 +8,9 @@
 #include <span>
 #include <string>
 #include <vector>
+
+#include "zt/DataType.h"
+#include "zt/IMpxFrame.h"
 
 namespace ombrel {
 

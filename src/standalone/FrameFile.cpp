@@ -1,6 +1,5 @@
 #include "standalone/FrameFile.h"
 
-#include "host/DataType.h"
 #include "standalone/BatchMemory.h"
 #include "standalone/Error.h"
 #include "standalone/FileDescriptor.h"
@@ -11,6 +10,8 @@
 #include "standalone/TiffFile.h"
 
 #include <algorithm>
+
+#include "zt/DataType.h"
 
 namespace ombrel {
 

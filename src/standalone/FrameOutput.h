@@ -1,6 +1,5 @@
 #pragma once
 
-#include "host/Types.h"
 #include "standalone/FrameRow.h"
 
 #include <cstddef>
@@ -9,6 +8,8 @@
 #include <span>
 #include <string>
 #include <vector>
+
+#include "zt/Types.h"
 
 namespace ombrel {
 

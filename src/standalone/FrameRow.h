@@ -1,11 +1,12 @@
 #pragma once
 
-#include "host/Types.h"
 #include "standalone/FrameFigures.h"
 #include "standalone/GridChoice.h"
 
 #include <optional>
 #include <string>
+
+#include "zt/Types.h"
 
 namespace ombrel {
 

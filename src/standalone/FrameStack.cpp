@@ -1,10 +1,11 @@
 #include "standalone/FrameStack.h"
 
-#include "host/DataType.h"
 #include "standalone/Error.h"
 #include "standalone/SizeText.h"
 
 #include <algorithm>
+
+#include "zt/DataType.h"
 
 namespace ombrel {
 

@@ -1,12 +1,13 @@
 #pragma once
 
-#include "host/Types.h"
 #include "standalone/Hdf5Handle.h"
 #include "standalone/RunRecord.h"
 
 #include <initializer_list>
 #include <string>
 #include <vector>
+
+#include "zt/Types.h"
 
 namespace ombrel {
 

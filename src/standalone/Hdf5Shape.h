@@ -1,11 +1,12 @@
 #pragma once
 
-#include "host/Types.h"
 #include "standalone/Hdf5Handle.h"
 
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "zt/Types.h"
 
 namespace ombrel {
 

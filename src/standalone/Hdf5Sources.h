@@ -1,6 +1,5 @@
 #pragma once
 
-#include "host/Types.h"
 #include "standalone/Hdf5Handle.h"
 
 #include <map>
@@ -8,6 +7,8 @@
 #include <string>
 #include <tuple>
 #include <vector>
+
+#include "zt/Types.h"
 
 namespace ombrel {
 

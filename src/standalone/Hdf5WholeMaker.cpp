@@ -1,6 +1,5 @@
 #include "standalone/Hdf5WholeMaker.h"
 
-#include "host/DataType.h"
 #include "standalone/Hdf5FrameTable.h"
 #include "standalone/Hdf5Maker.h"
 #include "standalone/Hdf5OutputLayout.h"
@@ -8,6 +7,8 @@
 #include "standalone/OutputFile.h"
 
 #include <limits>
+
+#include "zt/DataType.h"
 
 namespace ombrel {
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "host/IZenteo.h"
 #include "standalone/DataMgr.h"
 #include "standalone/Device.h"
 #include "standalone/FilterMgr.h"
@@ -10,6 +9,8 @@
 #include <memory>
 #include <string>
 #include <vector>
+
+#include "zt/IZenteo.h"
 
 namespace ombrel {
 

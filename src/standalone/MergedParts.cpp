@@ -1,6 +1,5 @@
 #include "standalone/MergedParts.h"
 
-#include "host/DataType.h"
 #include "standalone/Error.h"
 #include "standalone/Hdf5OutputLayout.h"
 #include "standalone/Hdf5WholeMaker.h"
@@ -9,6 +8,8 @@
 
 #include <algorithm>
 #include <filesystem>
+
+#include "zt/DataType.h"
 
 namespace ombrel {
 

@@ -1,9 +1,9 @@
 #include "standalone/NumberText.h"
 
-#include "host/Types.h"
-
 #include <array>
 #include <charconv>
+
+#include "zt/Types.h"
 
 namespace ombrel {
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "host/Types.h"
 #include "standalone/Error.h"
 
 #include <condition_variable>
@@ -13,6 +12,8 @@
 #include <system_error>
 #include <thread>
 #include <vector>
+
+#include "zt/Types.h"
 
 namespace ombrel {
 

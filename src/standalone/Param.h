@@ -1,11 +1,11 @@
 #pragma once
 
-#include "host/DataType.h"
-#include "host/IParam.h"
-
 #include <string>
 #include <variant>
 #include <vector>
+
+#include "zt/DataType.h"
+#include "zt/IParam.h"
 
 namespace ombrel {
 

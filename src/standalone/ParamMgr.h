@@ -1,10 +1,11 @@
 #pragma once
 
-#include "host/IParamMgr.h"
 #include "standalone/Param.h"
 
 #include <memory>
 #include <vector>
+
+#include "zt/IParamMgr.h"
 
 namespace ombrel {
 

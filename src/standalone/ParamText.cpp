@@ -1,10 +1,11 @@
 #include "standalone/ParamText.h"
 
-#include "host/DataType.h"
 #include "standalone/Error.h"
 #include "standalone/NumberText.h"
 
 #include <algorithm>
+
+#include "zt/DataType.h"
 
 namespace ombrel {
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "host/IParam.h"
-
 #include <string>
+
+#include "zt/IParam.h"
 
 namespace ombrel {
 

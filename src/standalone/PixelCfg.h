@@ -1,10 +1,10 @@
 #pragma once
 
-#include "host/IPixelCfg.h"
-
 #include <cstddef>
 #include <span>
 #include <vector>
+
+#include "zt/IPixelCfg.h"
 
 namespace ombrel {
 

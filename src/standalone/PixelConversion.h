@@ -1,8 +1,8 @@
 #pragma once
 
-#include "host/Types.h"
-
 #include <cstddef>
+
+#include "zt/Types.h"
 
 namespace ombrel {
 

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "host/Types.h"
-
 #include <cstddef>
 #include <span>
 #include <string>
+
+#include "zt/Types.h"
 
 namespace ombrel {
 

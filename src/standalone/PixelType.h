@@ -1,10 +1,10 @@
 #pragma once
 
-#include "host/DataType.h"
-
 #include <cstddef>
 #include <stdexcept>
 #include <string_view>
+
+#include "zt/DataType.h"
 
 namespace ombrel {
 

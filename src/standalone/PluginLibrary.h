@@ -1,8 +1,8 @@
 #pragma once
 
-#include "host/IZtPlugin.h"
-
 #include <string>
+
+#include "zt/IZtPlugin.h"
 
 namespace ombrel {
 

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "host/Types.h"
-
 #include <QImage>
 
 #include <span>
 #include <string>
+
+#include "zt/Types.h"
 
 namespace ombrel {
 

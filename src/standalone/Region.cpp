@@ -1,10 +1,11 @@
 #include "standalone/Region.h"
 
-#include "host/DataType.h"
 #include "standalone/Error.h"
 #include "standalone/SizeText.h"
 
 #include <string>
+
+#include "zt/DataType.h"
 
 namespace ombrel {
 

@@ -1,9 +1,10 @@
 #pragma once
 
-#include "host/Types.h"
 #include "standalone/FrameFile.h"
 
 #include <vector>
+
+#include "zt/Types.h"
 
 namespace ombrel {
 

@@ -1,6 +1,5 @@
 #include "standalone/ResidualReport.h"
 
-#include "host/DataType.h"
 #include "standalone/Error.h"
 #include "standalone/FrameFile.h"
 #include "standalone/SizeText.h"
@@ -8,6 +7,8 @@
 #include <algorithm>
 #include <cmath>
 #include <span>
+
+#include "zt/DataType.h"
 
 namespace ombrel {
 

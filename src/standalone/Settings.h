@@ -1,10 +1,11 @@
 #pragma once
 
-#include "host/ISettings.h"
 #include "standalone/SettingsTree.h"
 
 #include <functional>
 #include <string>
+
+#include "zt/ISettings.h"
 
 namespace ombrel {
 

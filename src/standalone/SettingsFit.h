@@ -1,9 +1,10 @@
 #pragma once
 
-#include "host/Types.h"
 #include "standalone/SettingsTree.h"
 
 #include <string>
+
+#include "zt/Types.h"
 
 namespace ombrel {
 

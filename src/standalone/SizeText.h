@@ -1,11 +1,11 @@
 #pragma once
 
-#include "host/Types.h"
-
 #include <cstdio>
 #include <iterator>
 #include <string>
 #include <string_view>
+
+#include "zt/Types.h"
 
 namespace ombrel {
 

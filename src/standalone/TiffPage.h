@@ -1,10 +1,11 @@
 #pragma once
 
-#include "host/Types.h"
 #include "standalone/TiffHandle.h"
 
 #include <optional>
 #include <string>
+
+#include "zt/Types.h"
 
 namespace ombrel {
 

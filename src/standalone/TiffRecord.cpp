@@ -1,6 +1,5 @@
 #include "standalone/TiffRecord.h"
 
-#include "host/DataType.h"
 #include "standalone/Error.h"
 #include "standalone/FileDescriptor.h"
 #include "standalone/FrameFile.h"
@@ -21,6 +20,8 @@
 #include <span>
 #include <unistd.h>
 #include <vector>
+
+#include "zt/DataType.h"
 
 namespace ombrel {
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "host/Types.h"
 #include "standalone/FileDescriptor.h"
 
 #include <QXmlStreamReader>
@@ -9,6 +8,8 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+
+#include "zt/Types.h"
 
 namespace ombrel {
 

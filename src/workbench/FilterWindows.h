@@ -1,12 +1,12 @@
 #pragma once
 
-#include "host/IDataFilter.h"
-
 #include <QObject>
 #include <QPointer>
 #include <QWidget>
 
 #include <vector>
+
+#include "zt/IDataFilter.h"
 
 namespace ombrel::workbench {
 

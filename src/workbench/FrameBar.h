@@ -1,9 +1,9 @@
 #pragma once
 
-#include "host/Types.h"
-
 #include <QTimer>
 #include <QWidget>
+
+#include "zt/Types.h"
 
 class QLabel;
 class QSlider;

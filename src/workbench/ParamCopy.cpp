@@ -1,6 +1,6 @@
 #include "workbench/ParamCopy.h"
 
-#include "host/PtrList.h"
+#include "zt/PtrList.h"
 
 namespace ombrel::workbench {
 

@@ -1,10 +1,11 @@
 #pragma once
 
-#include "host/IDataFilter.h"
 #include "standalone/Param.h"
 
 #include <string>
 #include <vector>
+
+#include "zt/IDataFilter.h"
 
 namespace ombrel::workbench {
 

@@ -1,6 +1,5 @@
 #include "workbench/ParameterPane.h"
 
-#include "host/PtrList.h"
 #include "properties/QParamsBrowser.h"
 #include "properties/QPropertyDelegate.h"
 #include "properties/QPropertyModel.h"
@@ -16,6 +15,8 @@
 #include <QVBoxLayout>
 
 #include <algorithm>
+
+#include "zt/PtrList.h"
 
 namespace ombrel::workbench {
 

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "host/IParamMgr.h"
-
 #include <QWidget>
 
 #include <string>
 #include <vector>
+
+#include "zt/IParamMgr.h"
 
 class QLabel;
 class QParamsBrowser;

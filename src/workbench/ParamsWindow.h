@@ -1,8 +1,8 @@
 #pragma once
 
-#include "host/IDataFilter.h"
-
 #include <QWidget>
+
+#include "zt/IDataFilter.h"
 
 namespace ombrel::workbench {
 

@@ -1,9 +1,6 @@
 // The plug-in as a host loads it.
 
 #include "fixtures/PlainBinning.h"
-#include "host/DataType.h"
-#include "host/IObject.h"
-#include "host/String.h"
 #include "standalone/Frame.h"
 #include "standalone/Host.h"
 #include "standalone/PluginLibrary.h"
@@ -14,6 +11,10 @@
 #include <numeric>
 #include <string>
 #include <vector>
+
+#include "zt/DataType.h"
+#include "zt/IObject.h"
+#include "zt/String.h"
 
 using ombrel::Frame;
 using ombrel::FramePtr;

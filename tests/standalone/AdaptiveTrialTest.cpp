@@ -1,7 +1,6 @@
 // What is read from the adaptive filter's log, what is made of a frame, and what counts as best.
 
 #include "fixtures/TemporaryFolder.h"
-#include "host/DataType.h"
 #include "standalone/Error.h"
 #include "standalone/cli/AdaptiveChoices.h"
 #include "standalone/cli/AdaptiveQualityLog.h"
@@ -16,6 +15,8 @@
 #include <fstream>
 #include <sys/wait.h>
 #include <unistd.h>
+
+#include "zt/DataType.h"
 
 namespace {
 

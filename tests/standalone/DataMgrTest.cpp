@@ -3,14 +3,15 @@
 #include "fixtures/FileText.h"
 #include "fixtures/FrameFiles.h"
 #include "fixtures/TemporaryFolder.h"
-#include "host/DataBuff.h"
-#include "host/FrameHolder.h"
 #include "standalone/Device.h"
 
 #include <gmock/gmock.h>
 
 #include <filesystem>
 #include <stdexcept>
+
+#include "zt/DataBuff.h"
+#include "zt/FrameHolder.h"
 
 using namespace ombrel;
 using testing::ElementsAre;

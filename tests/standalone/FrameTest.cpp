@@ -1,7 +1,5 @@
 #include "standalone/Frame.h"
 
-#include "host/DataBuff.h"
-#include "host/RefDataBuff.h"
 #include "standalone/PixelType.h"
 
 #include <gmock/gmock.h>
@@ -9,6 +7,9 @@
 #include <limits>
 #include <numeric>
 #include <stdexcept>
+
+#include "zt/DataBuff.h"
+#include "zt/RefDataBuff.h"
 
 using namespace ombrel;
 using testing::Each;

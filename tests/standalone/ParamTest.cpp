@@ -1,5 +1,4 @@
 #include "fixtures/ErrorText.h"
-#include "host/PtrList.h"
 #include "standalone/ParamMgr.h"
 #include "standalone/ParamText.h"
 
@@ -7,6 +6,8 @@
 
 #include <cmath>
 #include <limits>
+
+#include "zt/PtrList.h"
 
 using namespace ombrel;
 using testing::ElementsAre;

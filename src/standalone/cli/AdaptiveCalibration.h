@@ -1,6 +1,5 @@
 #pragma once
 
-#include "host/Types.h"
 #include "standalone/CalibrationGridTable.h"
 #include "standalone/cli/CalibrateCommand.h"
 #include "standalone/cli/CommandPaths.h"
@@ -8,6 +7,8 @@
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "zt/Types.h"
 
 namespace ombrel::cli {
 

@@ -1,12 +1,13 @@
 #pragma once
 
-#include "host/Types.h"
 #include "standalone/SettingsTree.h"
 
 #include <cstddef>
 #include <set>
 #include <string>
 #include <vector>
+
+#include "zt/Types.h"
 
 namespace ombrel::cli {
 

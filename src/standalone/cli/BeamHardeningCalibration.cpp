@@ -1,6 +1,5 @@
 #include "standalone/cli/BeamHardeningCalibration.h"
 
-#include "host/IBHFilter.h"
 #include "standalone/Error.h"
 #include "standalone/FileLock.h"
 #include "standalone/FrameStack.h"
@@ -13,6 +12,8 @@
 #include "standalone/cli/ThicknessMasks.h"
 
 #include <cstdio>
+
+#include "zt/IBHFilter.h"
 
 namespace ombrel::cli {
 

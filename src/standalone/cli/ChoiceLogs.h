@@ -1,7 +1,5 @@
 #pragma once
 
-#include "host/ISettings.h"
-#include "host/Types.h"
 #include "standalone/GridChoice.h"
 #include "standalone/QualityLog.h"
 
@@ -10,6 +8,9 @@
 #include <mutex>
 #include <optional>
 #include <string>
+
+#include "zt/ISettings.h"
+#include "zt/Types.h"
 
 namespace ombrel::cli {
 

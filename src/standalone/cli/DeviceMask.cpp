@@ -1,11 +1,12 @@
 #include "standalone/cli/DeviceMask.h"
 
-#include "host/DataType.h"
 #include "standalone/Error.h"
 #include "standalone/FrameFile.h"
 #include "standalone/SizeText.h"
 
 #include <utility>
+
+#include "zt/DataType.h"
 
 namespace ombrel::cli {
 

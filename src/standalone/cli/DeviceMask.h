@@ -1,10 +1,11 @@
 #pragma once
 
-#include "host/Types.h"
 #include "standalone/Frame.h"
 
 #include <string>
 #include <vector>
+
+#include "zt/Types.h"
 
 namespace ombrel::cli {
 

@@ -1,5 +1,3 @@
-#include "host/DataType.h"
-#include "host/String.h"
 #include "standalone/AtomicFile.h"
 #include "standalone/LogCapture.h"
 #include "standalone/cli/Commands.h"
@@ -15,6 +13,9 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+
+#include "zt/DataType.h"
+#include "zt/String.h"
 
 namespace ombrel::cli {
 

@@ -1,7 +1,5 @@
 #include "standalone/cli/FlatFieldCalibration.h"
 
-#include "host/IFFFilter.h"
-#include "host/IObject.h"
 #include "standalone/AtomicFile.h"
 #include "standalone/Error.h"
 #include "standalone/FileKind.h"
@@ -17,6 +15,9 @@
 
 #include <algorithm>
 #include <memory>
+
+#include "zt/IFFFilter.h"
+#include "zt/IObject.h"
 
 namespace ombrel::cli {
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "host/Types.h"
-
 #include <string>
+
+#include "zt/Types.h"
 
 namespace ombrel::cli {
 

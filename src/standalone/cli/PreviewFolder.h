@@ -1,11 +1,12 @@
 #pragma once
 
-#include "host/Types.h"
 #include "standalone/cli/FrameRange.h"
 
 #include <filesystem>
 #include <span>
 #include <string>
+
+#include "zt/Types.h"
 
 namespace ombrel::cli {
 

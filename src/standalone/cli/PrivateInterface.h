@@ -1,8 +1,9 @@
 #pragma once
 
-#include "host/IDataFilter.h"
-#include "host/IObject.h"
 #include "standalone/Error.h"
+
+#include "zt/IDataFilter.h"
+#include "zt/IObject.h"
 
 namespace ombrel::cli {
 

@@ -1,10 +1,11 @@
 #pragma once
 
-#include "host/Types.h"
 #include "standalone/cli/Console.h"
 
 #include <chrono>
 #include <string>
+
+#include "zt/Types.h"
 
 namespace ombrel::cli {
 

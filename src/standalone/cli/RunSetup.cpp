@@ -1,10 +1,11 @@
 #include "standalone/cli/RunSetup.h"
 
-#include "host/DataType.h"
 #include "standalone/cli/DeviceMask.h"
 #include "standalone/cli/MakeRecord.h"
 #include "standalone/cli/PreviewFolder.h"
 #include "standalone/cli/ResumeOutput.h"
+
+#include "zt/DataType.h"
 
 namespace ombrel::cli {
 

@@ -1,7 +1,5 @@
 #include "standalone/cli/WorkerChains.h"
 
-#include "host/IBHFilter.h"
-#include "host/IFFFilter.h"
 #include "standalone/BatchMemory.h"
 #include "standalone/Error.h"
 #include "standalone/NumberText.h"
@@ -16,6 +14,9 @@
 #include <array>
 #include <limits>
 #include <string_view>
+
+#include "zt/IBHFilter.h"
+#include "zt/IFFFilter.h"
 
 namespace ombrel::cli {
 

@@ -1,11 +1,12 @@
 #pragma once
 
-#include "host/Types.h"
 #include "standalone/simulation/DetectorModel.h"
 #include "standalone/simulation/Random.h"
 
 #include <span>
 #include <vector>
+
+#include "zt/Types.h"
 
 namespace ombrel::simulation {
 

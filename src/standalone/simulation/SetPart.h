@@ -1,6 +1,5 @@
 #pragma once
 
-#include "host/Types.h"
 #include "standalone/simulation/DetectorModel.h"
 #include "standalone/simulation/Exposure.h"
 #include "standalone/simulation/SimulatedSet.h"
@@ -9,6 +8,8 @@
 #include <functional>
 #include <string>
 #include <vector>
+
+#include "zt/Types.h"
 
 namespace ombrel::simulation {
 

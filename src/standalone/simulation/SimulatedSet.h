@@ -1,11 +1,11 @@
 #pragma once
 
-#include "host/Types.h"
-
 #include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
+
+#include "zt/Types.h"
 
 namespace ombrel::simulation {
 

@@ -1,12 +1,13 @@
 #pragma once
 
-#include "host/Types.h"
 #include "standalone/AtomicFile.h"
 #include "standalone/Hdf5Maker.h"
 
 #include <memory>
 #include <span>
 #include <string>
+
+#include "zt/Types.h"
 
 namespace ombrel::simulation {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/IMpxFrame.h"
+#include "zt/IMpxFrame.h"
 
 namespace zt {
 

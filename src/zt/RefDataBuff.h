@@ -1,8 +1,8 @@
 #pragma once
 
-#include "host/IRefDataBuff.h"
-
 #include <cstddef>
+
+#include "zt/IRefDataBuff.h"
 
 namespace zt {
 

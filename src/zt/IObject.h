@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/Types.h"
+#include "zt/Types.h"
 
 namespace zt {
 

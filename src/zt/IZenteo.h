@@ -1,11 +1,11 @@
 #pragma once
 
-#include "host/IDataMgr.h"
-#include "host/IDev.h"
-#include "host/IFilterMgr.h"
-#include "host/IParamMgr.h"
-#include "host/IPtrList.h"
-#include "host/ISettings.h"
+#include "zt/IDataMgr.h"
+#include "zt/IDev.h"
+#include "zt/IFilterMgr.h"
+#include "zt/IParamMgr.h"
+#include "zt/IPtrList.h"
+#include "zt/ISettings.h"
 
 namespace zt {
 

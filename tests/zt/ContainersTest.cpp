@@ -1,12 +1,12 @@
-#include "host/DataBuff.h"
-#include "host/PtrList.h"
-#include "host/RefDataBuff.h"
-#include "host/StrList.h"
-#include "host/String.h"
-
 #include <gmock/gmock.h>
 
 #include <cstdint>
+
+#include "zt/DataBuff.h"
+#include "zt/PtrList.h"
+#include "zt/RefDataBuff.h"
+#include "zt/StrList.h"
+#include "zt/String.h"
 
 using ::testing::ElementsAre;
 

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "host/IData.h"
-#include "host/IDevMpx.h"
-#include "host/IParamMgr.h"
-#include "host/ISettings.h"
-#include "host/IString.h"
+#include "zt/IData.h"
+#include "zt/IDevMpx.h"
+#include "zt/IParamMgr.h"
+#include "zt/ISettings.h"
+#include "zt/IString.h"
 
 namespace zt {
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "host/IDataBuff.h"
-#include "host/Types.h"
+#include "zt/IDataBuff.h"
+#include "zt/Types.h"
 
 namespace zt {
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "host/IMpxFrame.h"
-#include "host/Types.h"
+#include "zt/IMpxFrame.h"
+#include "zt/Types.h"
 
 namespace zt {
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "host/IDataFilter.h"
-#include "host/IDev.h"
+#include "zt/IDataFilter.h"
+#include "zt/IDev.h"
 
 namespace zt {
 

@@ -1,13 +1,13 @@
 #pragma once
 
-#include "host/IStrList.h"
-#include "host/IString.h"
-#include "host/StrList.h"
-#include "host/String.h"
-#include "host/Types.h"
-
 #include <string>
 #include <vector>
+
+#include "zt/IStrList.h"
+#include "zt/IString.h"
+#include "zt/StrList.h"
+#include "zt/String.h"
+#include "zt/Types.h"
 
 namespace zt {
 

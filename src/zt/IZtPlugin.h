@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/IZenteo.h"
+#include "zt/IZenteo.h"
 
 namespace zt {
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "host/IMpxFrame.h"
-#include "host/IObject.h"
+#include "zt/IMpxFrame.h"
+#include "zt/IObject.h"
 
 // The beam-hardening filter's interface of its own, which its privateInterface() gives: object ID 1442418600,
 // name "BHFilterInterface". Paths are UTF-8. Operations that can fail return 0, or a negative code after a

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/IObject.h"
+#include "zt/IObject.h"
 
 // The flat-field filter's interface of its own, which its privateInterface() gives: object ID 1442418610,
 // name "FlatFieldFilterInterface". Paths are UTF-8. Loading and saving return 0 or a negative code. A line in

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "host/IString.h"
-#include "host/String.h"
-#include "host/Types.h"
-
 #include <string>
+
+#include "zt/IString.h"
+#include "zt/String.h"
+#include "zt/Types.h"
 
 namespace zt {
 

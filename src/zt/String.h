@@ -1,8 +1,8 @@
 #pragma once
 
-#include "host/IString.h"
-
 #include <string>
+
+#include "zt/IString.h"
 
 namespace zt {
 

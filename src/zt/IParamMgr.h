@@ -1,8 +1,8 @@
 #pragma once
 
-#include "host/IParam.h"
-#include "host/IPtrList.h"
-#include "host/Types.h"
+#include "zt/IParam.h"
+#include "zt/IPtrList.h"
+#include "zt/Types.h"
 
 namespace zt {
 

@@ -1,16 +1,16 @@
 #pragma once
 
-#include "host/IData.h"
-#include "host/IDataBuff.h"
-#include "host/IPtrList.h"
-#include "host/IRefDataBuff.h"
-#include "host/IString.h"
-#include "host/PtrList.h"
-#include "host/String.h"
-#include "host/Types.h"
-
 #include <string>
 #include <vector>
+
+#include "zt/IData.h"
+#include "zt/IDataBuff.h"
+#include "zt/IPtrList.h"
+#include "zt/IRefDataBuff.h"
+#include "zt/IString.h"
+#include "zt/PtrList.h"
+#include "zt/String.h"
+#include "zt/Types.h"
 
 namespace zt {
 

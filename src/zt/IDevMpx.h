@@ -1,9 +1,9 @@
 #pragma once
 
-#include "host/IDev.h"
-#include "host/IMpxFrame.h"
-#include "host/IPixelCfg.h"
-#include "host/Types.h"
+#include "zt/IDev.h"
+#include "zt/IMpxFrame.h"
+#include "zt/IPixelCfg.h"
+#include "zt/Types.h"
 
 namespace zt {
 

@@ -1,18 +1,18 @@
 #pragma once
 
-#include "host/IPtrList.h"
-
+#include <string>
 #include <vector>
+
+#include "zt/IStrList.h"
 
 namespace zt {
 
-template <typename T>
-class PtrList : public IPtrList<T> {
+class StrList : public IStrList {
 public:
     unsigned int size() const override { return static_cast<unsigned int>(items.size()); }
-    T get(unsigned int index) const override { return items[index]; }
-    void add(T value) override { items.push_back(value); }
-    void insert(int index, T value) override { items.insert(items.begin() + index, value); }
+    const char* get(unsigned int index) const override { return items[index].c_str(); }
+    void add(const char* value) override { items.emplace_back(value); }
+    void insert(int index, const char* value) override { items.insert(items.begin() + index, value); }
 
     int erase(unsigned int index) override {
         if (index >= items.size())
@@ -24,7 +24,7 @@ public:
     void clear() override { items.clear(); }
 
 private:
-    std::vector<T> items;
+    std::vector<std::string> items;
 };
 
 } // namespace zt
