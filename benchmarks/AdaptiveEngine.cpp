@@ -2,8 +2,10 @@
 // with the same flags, (b) OpenCV, (c) the limit, a loop that reads frame and image, divides and sums
 // magnitudes, once for each candidate. A candidate is measured as a search without pre-processing, divided by
 // its candidates.
+#include "Interleaved.h"
+#include "OpenCvCorrection.h"
 #include "aic/AIC.h"
-#include "aic/PlainEngine.h"
+#include "plugin/aic/PlainEngine.h"
 
 #include <array>
 #include <cmath>
@@ -12,9 +14,6 @@
 #include <deque>
 #include <filesystem>
 #include <random>
-
-#include "Interleaved.h"
-#include "OpenCvCorrection.h"
 
 namespace {
 

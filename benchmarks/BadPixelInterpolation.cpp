@@ -1,8 +1,9 @@
 // The interpolation of isolated bad pixels, against OpenCV's nearest thing: the same weights by filter2D over
 // the whole frame, and the result copied at the bad pixels.
-#include "filters/BadPixelInterpolation.h"
+#include "kernels/BadPixelInterpolation.h"
 
-#include "filters/Neighbourhood.h"
+#include "Interleaved.h"
+#include "kernels/Neighbourhood.h"
 
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
@@ -10,8 +11,6 @@
 #include <cmath>
 #include <functional>
 #include <random>
-
-#include "Interleaved.h"
 
 namespace {
 

@@ -1,17 +1,16 @@
 // The beam-hardening filter with 8 masks on random pixels, against the same correction written with OpenCV
 // and the plain walk, and against two limits: the vector logarithm alone, and reading the masks alone.
+#include "Interleaved.h"
+#include "OpenCvThickness.h"
+#include "PlainThickness.h"
 #include "filters/BHFilter.h"
-#include "filters/Logarithm.h"
-#include "filters/ProcessorDispatch.h"
-#include "standalone/Host.h"
+#include "host/Host.h"
+#include "kernels/Logarithm.h"
+#include "kernels/ProcessorDispatch.h"
 
 #include <cmath>
 #include <cstring>
 #include <random>
-
-#include "Interleaved.h"
-#include "OpenCvThickness.h"
-#include "PlainThickness.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // What the beam-hardening filter holds in memory with 20 masks of 4096 x 4096 pixels, loaded from a store and
 // after a frame.
 #include "filters/BHFilter.h"
-#include "standalone/Host.h"
+#include "host/Host.h"
 
 #include <cstdio>
 #include <cstring>

@@ -1,7 +1,8 @@
 // Loading a heap of 125 images of 256 x 256, against a memcpy of the file into fresh memory; and the
 // interpolation of one grid point, against a loop that reads two images and writes one, into memory that is
 // there and into fresh memory.
-#include "aic/CalibrationImages.h"
+#include "Interleaved.h"
+#include "store/CalibrationImages.h"
 
 #include <cstdint>
 #include <cstdlib>
@@ -10,8 +11,6 @@
 #include <malloc.h>
 #include <memory>
 #include <random>
-
-#include "Interleaved.h"
 
 namespace {
 

@@ -1,13 +1,12 @@
 // The whole of the flat-field filter on a frame of u16 and of double, and what its parts take.
-#include "filters/BadPixelInterpolation.h"
+#include "Interleaved.h"
 #include "filters/FFFilter.h"
-#include "filters/MaskScan.h"
-#include "filters/Multiply.h"
-#include "standalone/Host.h"
+#include "host/Host.h"
+#include "kernels/BadPixelInterpolation.h"
+#include "kernels/MaskScan.h"
+#include "kernels/Multiply.h"
 
 #include <random>
-
-#include "Interleaved.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 // How far the filters' logarithm is from the exact one, over many values of several kinds, and whether every
 // variant gives the same bits.
 //   bench_LogarithmUlps [VALUES-OF-EACH-KIND]
-#include "filters/Logarithm.h"
-#include "filters/ProcessorDispatch.h"
+#include "kernels/Logarithm.h"
+#include "kernels/ProcessorDispatch.h"
 
 #include <algorithm>
 #include <bit>

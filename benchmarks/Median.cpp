@@ -1,12 +1,11 @@
 // The median of tables, against the bisection taken literally and std::nth_element on a copy.
-#include "filters/Median.h"
+#include "kernels/Median.h"
 
+#include "Interleaved.h"
 #include "fixtures/PlainMedian.h"
 
 #include <bit>
 #include <random>
-
-#include "Interleaved.h"
 
 namespace {
 

@@ -1,12 +1,12 @@
 // The multiplication of a double frame in place, against OpenCV's into another array and against the loop
 // that reads two arrays and writes a third.
-#include "filters/Multiply.h"
+#include "kernels/Multiply.h"
+
+#include "Interleaved.h"
 
 #include <opencv2/core.hpp>
 
 #include <random>
-
-#include "Interleaved.h"
 
 namespace {
 

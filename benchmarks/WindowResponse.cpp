@@ -1,12 +1,12 @@
 // How soon the workbench is up and shows another frame, and how long its window's thread is busy while the
 // adaptive filter works and is edited.
 //   bench_WindowResponse [SIDE [CANDIDATES]]     of the frames, and of the adaptive filter; default: 1024 125
+#include "calibration/CalibrationHeap.h"
 #include "fixtures/FrameFiles.h"
 #include "fixtures/QuietConsole.h"
 #include "fixtures/TemporaryFolder.h"
-#include "standalone/CalibrationHeap.h"
-#include "standalone/Settings.h"
-#include "workbench/MainWindow.h"
+#include "settings/Settings.h"
+#include "window/MainWindow.h"
 
 #include <QApplication>
 #include <QElapsedTimer>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "standalone/FilterLink.h"
-#include "standalone/Host.h"
-#include "standalone/PluginLibrary.h"
+#include "host/FilterLink.h"
+#include "host/Host.h"
+#include "host/PluginLibrary.h"
 
 // The plug-in on a host with a device, and what users fill its filters with.
 class SampleFilters {

@@ -1,8 +1,8 @@
 #include "WorkbenchUser.h"
 
+#include "batch/BatchPane.h"
+#include "panes/FramePanes.h"
 #include "properties/QParamsBrowser.h"
-#include "workbench/BatchPane.h"
-#include "workbench/FramePanes.h"
 
 #include <QApplication>
 #include <QDockWidget>

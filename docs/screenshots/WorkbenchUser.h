@@ -1,6 +1,6 @@
 #pragma once
 
-#include "workbench/MainWindow.h"
+#include "window/MainWindow.h"
 
 #include <QRect>
 #include <QString>

@@ -2,6 +2,9 @@
 //     ombrel-screenshots FOLDER [--dark] [--empty]
 // --empty also shows the windows of filters as they are made, for those who look windows over.
 // QT_SCALE_FACTOR=2 makes them as on a display of twice the density.
+#include "SampleFilters.h"
+#include "WindowPicture.h"
+
 #include <QApplication>
 #include <QPalette>
 #include <QTableWidget>
@@ -9,9 +12,6 @@
 
 #include <cstdio>
 #include <exception>
-
-#include "SampleFilters.h"
-#include "WindowPicture.h"
 
 namespace {
 

@@ -1,8 +1,9 @@
 // Takes the pictures of the workbench: the real window, used with the mouse and the keyboard as a user does.
 //     ombrel-workbench-screenshots FOLDER FRAMES.h5 ADAPTIVE.xml FLAT-FIELD.xml
 // The files are those of `ombrel simulate` and `ombrel calibrate`, as script/screenshots makes them.
-#include "standalone/cli/Console.h"
-#include "workbench/MainWindow.h"
+#include "WorkbenchUser.h"
+#include "base/Console.h"
+#include "window/MainWindow.h"
 
 #include <QApplication>
 #include <QDir>
@@ -12,8 +13,6 @@
 
 #include <cstdio>
 #include <exception>
-
-#include "WorkbenchUser.h"
 
 using namespace ombrel::workbench;
 
@@ -94,7 +93,7 @@ int main(int argc, char** argv) {
     try {
         QApplication::setStyle("fusion");
         QApplication::setFont(QFont("DejaVu Sans", 9));
-        ombrel::cli::Console console;
+        ombrel::Console console;
         MainWindow window(console, {});
         window.resize(windowSize);
         WorkbenchUser user(window, argv[1]);

@@ -1,6 +1,7 @@
 // A tree of typed properties that has nothing to do with filters.
 //     ombrel-properties-example                         shows it
 //     ombrel-properties-example FOLDER [--dark]         writes pictures of it
+#include "RangeProperty.h"
 #include "properties/CustomDelegate.h"
 #include "properties/PropertyColumn.h"
 #include "properties/QBoolProperty.h"
@@ -17,8 +18,6 @@
 #include <QPalette>
 
 #include <cstdio>
-
-#include "RangeProperty.h"
 
 namespace {
 

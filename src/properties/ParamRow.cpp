@@ -8,11 +8,10 @@
 #include "properties/QLongProperty.h"
 #include "properties/QStringProperty.h"
 #include "properties/QULongProperty.h"
-
-#include <limits>
-
 #include "zt/DataType.h"
 #include "zt/IParam.h"
+
+#include <limits>
 
 namespace {
 

@@ -5,13 +5,12 @@
 #include "properties/PropertyColumn.h"
 #include "properties/QProperty.h"
 #include "properties/QPropertyModel.h"
+#include "zt/IParamMgr.h"
+#include "zt/PtrList.h"
 
 #include <QFocusEvent>
 
 #include <algorithm>
-
-#include "zt/IParamMgr.h"
-#include "zt/PtrList.h"
 
 QParamsBrowser::QParamsBrowser(QWidget* parent)
     : QPropertyTreeView(parent), propertyModel(new QPropertyModel(this)) {

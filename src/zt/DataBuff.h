@@ -1,9 +1,9 @@
 #pragma once
 
+#include "zt/IDataBuff.h"
+
 #include <algorithm>
 #include <cstddef>
-
-#include "zt/IDataBuff.h"
 
 namespace zt {
 

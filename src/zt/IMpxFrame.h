@@ -1,8 +1,5 @@
 #pragma once
 
-#include <string>
-#include <vector>
-
 #include "zt/IData.h"
 #include "zt/IDataBuff.h"
 #include "zt/IPtrList.h"
@@ -11,6 +8,9 @@
 #include "zt/PtrList.h"
 #include "zt/String.h"
 #include "zt/Types.h"
+
+#include <string>
+#include <vector>
 
 namespace zt {
 

@@ -1,13 +1,13 @@
 #pragma once
 
-#include <string>
-#include <vector>
-
 #include "zt/IStrList.h"
 #include "zt/IString.h"
 #include "zt/StrList.h"
 #include "zt/String.h"
 #include "zt/Types.h"
+
+#include <string>
+#include <vector>
 
 namespace zt {
 

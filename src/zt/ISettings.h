@@ -1,10 +1,10 @@
 #pragma once
 
-#include <string>
-
 #include "zt/IString.h"
 #include "zt/String.h"
 #include "zt/Types.h"
+
+#include <string>
 
 namespace zt {
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <vector>
-
 #include "zt/IPtrList.h"
+
+#include <vector>
 
 namespace zt {
 

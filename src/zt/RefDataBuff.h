@@ -1,8 +1,8 @@
 #pragma once
 
-#include <cstddef>
-
 #include "zt/IRefDataBuff.h"
+
+#include <cstddef>
 
 namespace zt {
 

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "zt/IStrList.h"
+
 #include <string>
 #include <vector>
-
-#include "zt/IStrList.h"
 
 namespace zt {
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <string>
-
 #include "zt/IString.h"
+
+#include <string>
 
 namespace zt {
 

@@ -4,9 +4,9 @@
 #include "fixtures/FrameFiles.h"
 #include "fixtures/Program.h"
 #include "fixtures/TemporaryFolder.h"
-#include "standalone/FrameOutput.h"
-#include "standalone/ResidualReport.h"
-#include "standalone/Settings.h"
+#include "frame/FrameOutput.h"
+#include "settings/Settings.h"
+#include "stack/ResidualReport.h"
 
 #include <gmock/gmock.h>
 

@@ -1,9 +1,12 @@
 // The plug-in as a host loads it.
 
 #include "fixtures/PlainBinning.h"
-#include "standalone/Frame.h"
-#include "standalone/Host.h"
-#include "standalone/PluginLibrary.h"
+#include "frame/Frame.h"
+#include "host/Host.h"
+#include "host/PluginLibrary.h"
+#include "zt/DataType.h"
+#include "zt/IObject.h"
+#include "zt/String.h"
 
 #include <gmock/gmock.h>
 
@@ -11,10 +14,6 @@
 #include <numeric>
 #include <string>
 #include <vector>
-
-#include "zt/DataType.h"
-#include "zt/IObject.h"
-#include "zt/String.h"
 
 using ombrel::Frame;
 using ombrel::FramePtr;

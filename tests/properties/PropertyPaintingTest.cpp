@@ -1,3 +1,4 @@
+#include "host/ParamMgr.h"
 #include "properties/CustomDelegate.h"
 #include "properties/PropertyColumn.h"
 #include "properties/QBoolProperty.h"
@@ -6,7 +7,6 @@
 #include "properties/QPropertyModel.h"
 #include "properties/QPropertyTreeView.h"
 #include "properties/QStringProperty.h"
-#include "standalone/ParamMgr.h"
 
 #include <QApplication>
 #include <QImage>

@@ -1,5 +1,6 @@
 #include "properties/QParamsBrowser.h"
 
+#include "host/ParamMgr.h"
 #include "properties/PropertyColumn.h"
 #include "properties/QBoolProperty.h"
 #include "properties/QDoubleProperty.h"
@@ -8,7 +9,6 @@
 #include "properties/QPropertyModel.h"
 #include "properties/QStringProperty.h"
 #include "properties/QULongProperty.h"
-#include "standalone/ParamMgr.h"
 
 #include <QApplication>
 #include <QComboBox>

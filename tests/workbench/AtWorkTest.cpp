@@ -1,6 +1,6 @@
 // What users do while the worker is at work. The sanitizers see what is lost.
+#include "batch/BatchPane.h"
 #include "fixtures/ModalUser.h"
-#include "workbench/BatchPane.h"
 #include "workbench/HeldFile.h"
 #include "workbench/WorkbenchFixture.h"
 

@@ -1,9 +1,9 @@
 // The batch of the window against `ombrel run`, which shares its walk but not what leads to it.
+#include "batch/BatchPane.h"
+#include "batch/BatchProgress.h"
 #include "fixtures/ModalUser.h"
 #include "fixtures/Program.h"
-#include "standalone/FrameOutput.h"
-#include "workbench/BatchPane.h"
-#include "workbench/BatchProgress.h"
+#include "frame/FrameOutput.h"
 #include "workbench/HeldWrites.h"
 #include "workbench/WorkbenchFixture.h"
 

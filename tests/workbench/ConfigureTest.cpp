@@ -1,7 +1,8 @@
 // `configure` on the loaded plug-in: its windows are met as a host meets them, as widgets of an unknown
 // class.
-#include "workbench/Configure.h"
+#include "chain/Configure.h"
 
+#include "base/Error.h"
 #include "fixtures/ErrorText.h"
 #include "fixtures/FileText.h"
 #include "fixtures/FrameFiles.h"
@@ -9,8 +10,7 @@
 #include "fixtures/QuietConsole.h"
 #include "fixtures/TemporaryFolder.h"
 #include "fixtures/WidgetActions.h"
-#include "standalone/Error.h"
-#include "standalone/FilterLink.h"
+#include "host/FilterLink.h"
 
 #include <QApplication>
 #include <QFileDialog>
@@ -31,9 +31,9 @@ namespace {
 class Configure : public testing::Test {
 protected:
     // Configures, and hands the window of that title to `user`, who ends by closing it.
-    ombrel::cli::Console* console = &quietConsole();
+    ombrel::Console* console = &quietConsole();
 
-    void configure(const ombrel::cli::ConfigureOptions& options, const QString& title,
+    void configure(const ombrel::workbench::ConfigureOptions& options, const QString& title,
                    const std::function<void(QWidget&)>& user) {
         bool met = false;
         QTimer look;
@@ -55,8 +55,8 @@ protected:
             EXPECT_NE(window->windowTitle(), title) << "the window outlives its filter";
     }
 
-    ombrel::cli::ConfigureOptions optionsFor(const char* filter) const {
-        ombrel::cli::ConfigureOptions options;
+    ombrel::workbench::ConfigureOptions optionsFor(const char* filter) const {
+        ombrel::workbench::ConfigureOptions options;
         options.filter = filter;
         options.settings = settings;
         options.plugin = OMBREL_PLUGIN;

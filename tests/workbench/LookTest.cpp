@@ -1,6 +1,6 @@
 // That the window can be used on small screens, without a mouse, and in a dark palette.
+#include "chain/DeviceDialog.h"
 #include "properties/QParamsBrowser.h"
-#include "workbench/DeviceDialog.h"
 #include "workbench/WorkbenchFixture.h"
 
 #include <QAction>

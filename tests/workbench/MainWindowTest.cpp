@@ -1,8 +1,8 @@
 // The whole window on the loaded plug-in, driven by keys and the mouse.
 #include "fixtures/FileText.h"
 #include "fixtures/ModalUser.h"
+#include "model/Memory.h"
 #include "properties/QParamsBrowser.h"
-#include "workbench/Memory.h"
 #include "workbench/WorkbenchFixture.h"
 
 #include <QAction>

@@ -1,13 +1,13 @@
 // The pane on the parameters of a real filter, which restarts its engine at every change.
-#include "workbench/ParameterPane.h"
+#include "chain/ParameterPane.h"
 
+#include "calibration/CalibrationHeap.h"
 #include "fixtures/TemporaryFolder.h"
 #include "fixtures/WidgetActions.h"
+#include "host/FilterLink.h"
+#include "host/Host.h"
+#include "host/PluginLibrary.h"
 #include "properties/QParamsBrowser.h"
-#include "standalone/CalibrationHeap.h"
-#include "standalone/FilterLink.h"
-#include "standalone/Host.h"
-#include "standalone/PluginLibrary.h"
 
 #include <QApplication>
 #include <QLabel>

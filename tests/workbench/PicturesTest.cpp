@@ -1,10 +1,10 @@
 // What is computed for the panes, without a window.
-#include "standalone/Error.h"
-#include "workbench/BatchOptions.h"
-#include "workbench/FiguresPane.h"
-#include "workbench/Histogram.h"
-#include "workbench/LineProfile.h"
-#include "workbench/PaneMap.h"
+#include "base/Error.h"
+#include "model/BatchOptions.h"
+#include "model/Histogram.h"
+#include "panes/FiguresPane.h"
+#include "panes/LineProfile.h"
+#include "panes/PaneMap.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

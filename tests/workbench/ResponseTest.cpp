@@ -1,7 +1,7 @@
 // Whether the window answers while a filter works, and which frames are shown meanwhile.
-#include "workbench/FrameWorker.h"
 #include "workbench/HeldFile.h"
 #include "workbench/WorkbenchFixture.h"
+#include "worker/FrameWorker.h"
 
 #include <QSlider>
 #include <QTimer>

@@ -1,14 +1,14 @@
 #pragma once
 
+#include "calibration/CalibrationHeap.h"
 #include "fixtures/FrameFiles.h"
 #include "fixtures/QuietConsole.h"
 #include "fixtures/TemporaryFolder.h"
 #include "fixtures/WidgetActions.h"
-#include "standalone/CalibrationHeap.h"
-#include "standalone/Settings.h"
-#include "workbench/FrameBar.h"
-#include "workbench/FramePanes.h"
-#include "workbench/MainWindow.h"
+#include "panes/FrameBar.h"
+#include "panes/FramePanes.h"
+#include "settings/Settings.h"
+#include "window/MainWindow.h"
 
 #include <QApplication>
 #include <QLabel>

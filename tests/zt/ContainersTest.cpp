@@ -1,12 +1,12 @@
-#include <gmock/gmock.h>
-
-#include <cstdint>
-
 #include "zt/DataBuff.h"
 #include "zt/PtrList.h"
 #include "zt/RefDataBuff.h"
 #include "zt/StrList.h"
 #include "zt/String.h"
+
+#include <gmock/gmock.h>
+
+#include <cstdint>
 
 using ::testing::ElementsAre;
 

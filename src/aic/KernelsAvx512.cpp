@@ -1,5 +1,0 @@
-// Compiled for AVX-512, see CMakeLists.txt.
-#include "aic/KernelTable.h"
-
-extern const Kernels avx512Kernels;
-const Kernels avx512Kernels = kernelTable("AVX-512");

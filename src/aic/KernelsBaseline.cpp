@@ -1,4 +1,0 @@
-#include "aic/KernelTable.h"
-
-extern const Kernels baselineKernels;
-const Kernels baselineKernels = kernelTable("baseline");

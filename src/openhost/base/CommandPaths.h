@@ -1,0 +1,77 @@
+#pragma once
+
+#include "base/Console.h"
+
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <sys/stat.h>
+#include <vector>
+
+namespace ombrel {
+
+// What named a path: the command line, or a file that the command reads (settings, a table, a record).
+enum class NamedBy { CommandLine, File };
+
+// What a command does to a file that exists.
+enum class WhenThere { Refuse, Replace, Append };
+
+// The paths that a command reads and writes. No file may be written that the command reads or writes
+// otherwise, too: paths are compared as files, whatever links and names lead to them.
+//
+// `what` names the file for messages, as in "PATH: is both an input and the output".
+class CommandPaths {
+public:
+    // A path may end in "::/dataset", as inputs do.
+    void reads(const std::string& path, const std::string& what, NamedBy by = NamedBy::CommandLine);
+    void writes(const std::string& path, const std::string& what, WhenThere whenThere,
+                NamedBy by = NamedBy::CommandLine);
+    // Files of a folder, which need not exist yet, whose names are known only by a rule.
+    void writesInto(const std::string& folder, const std::string& what,
+                    std::function<bool(const std::string& name)> isName, NamedBy by = NamedBy::CommandLine);
+
+    // Checks all paths, and opens the log in between, so that it holds refusals of files that exist and of
+    // places that can't be written. Nothing else is opened. Throws UsageError when two paths of the command
+    // line are one file, and Error.
+    void check(Console& console, const std::string& log = {});
+
+private:
+    // A file that is not there is known by its folder and its name.
+    struct Identity {
+        dev_t device = 0;
+        ino_t inode = 0;
+        std::string name;
+
+        auto operator<=>(const Identity&) const = default;
+    };
+    struct Entry {
+        std::string path;
+        std::string what;
+        NamedBy by;
+        std::optional<WhenThere> whenWritten;
+        Identity file;
+        Identity folder;
+        std::string name;
+        bool isSpecial; // a device or a pipe, which may be named twice
+    };
+    struct Family {
+        std::string what;
+        NamedBy by;
+        Identity folder;
+        std::function<bool(const std::string& name)> isName;
+    };
+
+    static Entry entryOf(const std::string& path, const std::string& what, NamedBy by);
+    static Identity identityOf(const std::filesystem::path& path);
+    static void refuse(const Entry& written, const Entry& other);
+    void checkDistinct() const;
+    void checkFamily(const Family& family) const;
+    void checkPlaces() const;
+
+    std::vector<Entry> entries;
+    std::vector<Family> families;
+};
+
+} // namespace ombrel

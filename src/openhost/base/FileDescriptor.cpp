@@ -1,0 +1,76 @@
+#include "base/FileDescriptor.h"
+
+#include "base/Error.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace ombrel {
+
+std::string systemErrorText(const std::string& path, const std::string& what, int errorNumber) {
+    return path + ": " + what + ": " + std::generic_category().message(errorNumber);
+}
+
+FileDescriptor FileDescriptor::openForReading(const std::string& path) {
+    // A pipe without a writer would hold up the program: "no delay" makes open() return, and is nothing to a
+    // file.
+    const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (descriptor < 0)
+        throw Error(systemErrorText(path, "cannot be opened", errno));
+    return {descriptor, path};
+}
+
+FileDescriptor& FileDescriptor::operator=(FileDescriptor&& other) noexcept {
+    std::swap(descriptor, other.descriptor);
+    std::swap(path, other.path);
+    return *this;
+}
+
+FileDescriptor::~FileDescriptor() {
+    if (descriptor >= 0)
+        ::close(descriptor);
+}
+
+zt::u64 FileDescriptor::size() const {
+    struct stat status {};
+    if (::fstat(descriptor, &status) != 0)
+        throw Error(systemErrorText(path, "cannot be examined", errno));
+    return static_cast<zt::u64>(status.st_size);
+}
+
+void FileDescriptor::readAt(zt::u64 offset, std::span<std::byte> bytes) const {
+    if (const auto failure = tryReadAt(offset, bytes))
+        throw Error(path + ": " + *failure);
+}
+
+std::optional<std::string> FileDescriptor::tryReadAt(zt::u64 offset, std::span<std::byte> bytes) const {
+    while (!bytes.empty()) {
+        const ssize_t count = ::pread(descriptor, bytes.data(), bytes.size(), static_cast<off_t>(offset));
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count < 0)
+            return "cannot be read: " + std::generic_category().message(errno);
+        if (count == 0)
+            return "the file ends too early";
+        offset += static_cast<zt::u64>(count);
+        bytes = bytes.subspan(static_cast<std::size_t>(count));
+    }
+    return std::nullopt;
+}
+
+void FileDescriptor::writeAt(zt::u64 offset, std::span<const std::byte> bytes) const {
+    while (!bytes.empty()) {
+        const ssize_t count = ::pwrite(descriptor, bytes.data(), bytes.size(), static_cast<off_t>(offset));
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count < 0)
+            throw Error(systemErrorText(path, "cannot be written", errno));
+        offset += static_cast<zt::u64>(count);
+        bytes = bytes.subspan(static_cast<std::size_t>(count));
+    }
+}
+
+} // namespace ombrel

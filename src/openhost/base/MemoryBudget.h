@@ -1,0 +1,13 @@
+#pragma once
+
+#include "zt/Types.h"
+
+namespace ombrel {
+
+// Bytes that this process may still take: what the machine has free, or less where its group of processes is
+// limited.
+zt::u64 availableMemory();
+// Bytes that this process has in memory.
+zt::u64 residentMemory();
+
+} // namespace ombrel

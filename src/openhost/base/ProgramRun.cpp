@@ -1,0 +1,145 @@
+#include "base/ProgramRun.h"
+
+#include "base/Error.h"
+
+#include <CLI/CLI.hpp>
+
+#include <csignal>
+#include <cstdlib>
+#include <exception>
+#include <new>
+#include <string>
+#include <string_view>
+#include <unistd.h>
+
+namespace ombrel {
+
+namespace {
+
+// The first line of what the parser has to say, with the way to more.
+std::string usageText(const CLI::App& program, const std::string& problem) {
+    std::string command = program.get_name();
+    for (auto used = program.get_subcommands(); !used.empty(); used = used.front()->get_subcommands())
+        command += " " + used.front()->get_name();
+    return problem.substr(0, problem.find('\n')) + " (see " + command + " --help)";
+}
+
+// The value of an option that was not given is an empty text, so that none may be given.
+void refuseEmptyValues(CLI::App& program) {
+    const CLI::Validator isGiven(
+        [](const std::string& text) { return std::string(text.empty() ? "its value is empty" : ""); }, "");
+    for (CLI::Option* option : program.get_options())
+        if (option->get_items_expected_max() > 0)
+            option->check(isGiven);
+    for (CLI::App* command : program.get_subcommands([](CLI::App*) { return true; }))
+        refuseEmptyValues(*command);
+}
+
+// The parser itself names neither a command that it does not know nor those that it does.
+void checkCommand(const CLI::App& program, int argc, char** argv) {
+    const std::string word = argc > 1 ? argv[1] : "";
+    if (word.starts_with('-'))
+        return;
+    std::string known;
+    for (const CLI::App* command : program.get_subcommands([](const CLI::App*) { return true; })) {
+        if (word == command->get_name())
+            return;
+        known += (known.empty() ? "" : ", ") + command->get_name();
+    }
+    throw UsageError((word.empty() ? "no command given" : "unknown command \"" + word + "\"") +
+                     "; commands: " + known + " (see " + program.get_name() + " --help)");
+}
+
+int parse(CLI::App& program, int argc, char** argv, Console& console) {
+    try {
+        program.parse(argc, argv);
+        console.flushResults();
+        return EXIT_ALL_DONE;
+    } catch (const CLI::CallForHelp&) {
+        const std::string help = program.help();
+        console.result(help.ends_with('\n') ? help : help + '\n');
+    } catch (const CLI::CallForVersion& version) {
+        console.result(std::string(version.what()) + "\n");
+    } catch (const CLI::ParseError& error) {
+        console.message(usageText(program, error.what()));
+        return EXIT_USAGE;
+    }
+    console.flushResults();
+    return EXIT_ALL_DONE;
+}
+
+// Needs no memory.
+void reportNoMemory() {
+    constexpr std::string_view text = "ombrel: not enough memory\n";
+    [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, text.data(), text.size());
+}
+
+std::terminate_handler defaultEnd = nullptr;
+
+// Where an exception may not pass, in Qt or before main(), want of memory still ends the program by a
+// message. What is on the disk is whole after any end.
+[[noreturn]] void endWithoutMemory() noexcept {
+    try {
+        if (std::current_exception())
+            throw;
+    } catch (const std::bad_alloc&) {
+        reportNoMemory();
+        ::_exit(EXIT_FAILED);
+    } catch (...) { // the default shows what it is
+    }
+    defaultEnd();
+    std::abort();
+}
+
+// Before the parser's own static objects are made.
+__attribute__((constructor(101))) void catchWantOfMemory() {
+    defaultEnd = std::set_terminate(endWithoutMemory);
+}
+
+// For the exception that is being handled, after a message.
+int exitCodeOfFailure(Console& console) {
+    try {
+        throw;
+    } catch (const UsageError& error) {
+        console.message(error.what());
+        return EXIT_USAGE;
+    } catch (const std::bad_alloc&) {
+        console.message("not enough memory");
+    } catch (const std::exception& error) {
+        console.message(error.what());
+    }
+    return EXIT_FAILED;
+}
+
+} // namespace
+
+int runProgram(CLI::App& program, int argc, char** argv, Console& console, const int& exitCode) {
+    // A write beyond a limit or to a reader that has gone is to fail as a write, not to end the program.
+    std::signal(SIGXFSZ, SIG_IGN);
+    std::signal(SIGPIPE, SIG_IGN);
+
+    program.require_subcommand(1);
+    program.set_version_flag("--version", program.get_name() + " " OMBREL_VERSION);
+    program.get_formatter()->column_width(34);
+
+    checkCommand(program, argc, argv);
+    refuseEmptyValues(program);
+    const int parsed = parse(program, argc, argv, console);
+    return parsed != EXIT_ALL_DONE ? parsed : exitCode;
+}
+
+int runMain(int argc, char** argv, int (*program)(int argc, char** argv, Console& console)) noexcept {
+    try {
+        Console console;
+        try {
+            return program(argc, argv, console);
+        } catch (...) {
+            return exitCodeOfFailure(console);
+        }
+    } catch (...) { // there is no memory for a message either
+        reportNoMemory();
+        return EXIT_FAILED;
+    }
+}
+
+} // namespace ombrel

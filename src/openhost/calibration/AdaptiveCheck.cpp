@@ -1,0 +1,85 @@
+#include "base/Error.h"
+#include "base/Interrupt.h"
+#include "base/Progress.h"
+#include "base/TrialFolder.h"
+#include "calibration/AdaptiveCalibration.h"
+#include "calibration/AdaptiveHeaps.h"
+#include "calibration/AdaptiveRanking.h"
+#include "calibration/AdaptiveSettings.h"
+#include "calibration/AdaptiveTable.h"
+#include "calibration/AdaptiveTuner.h"
+#include "settings/SettingsFiles.h"
+
+#include <algorithm>
+#include <filesystem>
+
+namespace ombrel {
+
+namespace {
+
+// Those of the file; what it leaves out, the filter has by default.
+SettingsTree settingsOf(Session& session, const std::string& path) {
+    SettingsTree settings = defaultAdaptiveSettings(session);
+    const auto store = session.host().openSettings(path);
+    store->loadFile();
+    checkHeap(store->contents(), path);
+    if (const SettingsGroup* group = store->contents().find(adaptiveGroup))
+        for (const SettingsItem& item : group->items)
+            settings.set(adaptiveGroup, item.key, item.value);
+    return settings;
+}
+
+std::vector<AdaptiveTestFrame> readTests(const CalibrationGridFlats& flats, std::span<const float> mask) {
+    const std::vector<bool> isTest = testPoints(flats.rows().size());
+    std::vector<AdaptiveTestFrame> tests;
+    for (std::size_t row = 0; row < isTest.size(); ++row)
+        if (isTest[row])
+            tests.emplace_back(flats.rows()[row].point, flats.read(row), mask, FlatOrigin::WithTest);
+    return tests;
+}
+
+// The heap under a name in the folder, where settings for trials can be put beside it.
+std::string linkToHeap(const TrialFolder& folder, const std::string& settingsPath) {
+    const std::string heap = std::filesystem::absolute(heapPathOf(settingsPath)).string();
+    if (!std::filesystem::exists(heap))
+        throw Error(heap + ": there is no such file; the calibration is " + settingsPath + " and this one");
+    const std::string link = folder / "check.bin";
+    std::filesystem::create_symlink(heap, link);
+    return link;
+}
+
+} // namespace
+
+void checkAdaptive(const AdaptiveOptions& options, Console& console) {
+    const std::vector<GridRow> rows = readGridTable(options.grid);
+    CommandPaths paths = inputsOf(options, rows);
+    paths.reads(options.check, "the settings file");
+    paths.reads(heapPathOf(options.check), "the calibration file");
+    paths.check(console, options.log);
+    const CalibrationGridFlats flats(options.grid, rows);
+    const auto mask = readCompensationMask(options.compensationMask, flats.width(), flats.height());
+    Session session(console, options.plugin, {1, flats.width(), flats.height()});
+    SettingsTree settings = settingsOf(session, options.check);
+    const std::set<std::string> fixed = assignSettings(settings, options.assignments);
+
+    const Interrupt interrupt;
+    const TrialFolder folder = TrialFolder::inTemporary();
+    const std::vector<AdaptiveTestFrame> tests = readTests(flats, mask);
+    const TrialSet set{linkToHeap(folder, options.check), tests};
+    const AdaptiveChoices choices(settings, fixed, std::min(flats.width(), flats.height()));
+    Progress progress(console, tests.size() * (1 + choices.count() + searchKinds), options.quiet);
+    AdaptiveTrial trial(session, [&] { progress.advance(); });
+
+    std::vector<TrialResult> results{trial.run(set.heap, settings, set.frames)};
+    const auto tried = tryChoices(trial, set, settings, choices);
+    results.insert(results.end(), tried.begin(), tried.end());
+    console.result(choicesTable(results, {0, options.check}));
+    AdaptiveTuner(trial, console).showSearches(set, settings);
+    const std::size_t best = bestOf(results);
+    if (best != 0 && isClearlyFlatter(results[best], results[0]))
+        console.message(options.check +
+                        ": other settings leave less; calibrate again, or take over those of row " +
+                        std::to_string(best + 1));
+}
+
+} // namespace ombrel

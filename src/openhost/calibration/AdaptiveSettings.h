@@ -1,0 +1,31 @@
+#pragma once
+
+#include "host/Session.h"
+#include "settings/SettingsTree.h"
+
+#include <set>
+#include <string>
+#include <vector>
+
+namespace ombrel {
+
+// The settings of the adaptive filter, all of them explicit.
+
+inline constexpr const char* adaptiveFilter = "AdaptiveFF";
+inline constexpr const char* adaptiveGroup = "Settings";
+inline constexpr int mosaicSearch = 2; // the value of "Search"
+
+// As a new instance of the filter has them.
+SettingsTree defaultAdaptiveSettings(Session& session);
+
+// Sets each "KEY=VALUE", the value being read as the key's type, and returns the keys. Throws UsageError for
+// a key that there is not (with the list of those there are) or a value of another type.
+std::set<std::string> assignSettings(SettingsTree& settings, const std::vector<std::string>& assignments);
+
+// The value of a key; T must be its type.
+template <typename T>
+const T& adaptiveSetting(const SettingsTree& settings, const char* key) {
+    return std::get<T>(*settings.find(adaptiveGroup, key));
+}
+
+} // namespace ombrel

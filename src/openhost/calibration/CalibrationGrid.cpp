@@ -1,0 +1,98 @@
+#include "calibration/CalibrationGrid.h"
+
+#include "base/Error.h"
+#include "base/NumberText.h"
+
+#include <algorithm>
+#include <cmath>
+#include <string>
+
+namespace ombrel {
+
+namespace {
+
+// As it is written behind --hole.
+std::string pointText(const GridPoint& point) {
+    return numberText(point.v) + "," + numberText(point.t) + "," + numberText(point.e);
+}
+
+void refuseInfinite(std::span<const GridPoint> points) {
+    for (const GridPoint& point : points)
+        if (!std::isfinite(point.v) || !std::isfinite(point.t) || !std::isfinite(point.e))
+            throw Error("grid point " + pointText(point) + ": V, T and E must be finite numbers");
+}
+
+std::vector<float> axisValues(std::span<const GridPoint> points, float GridPoint::*axis) {
+    std::vector<float> values;
+    for (const GridPoint& point : points)
+        values.push_back(point.*axis + 0.0f); // not -0
+    std::ranges::sort(values);
+    values.erase(std::unique(values.begin(), values.end()), values.end());
+    return values;
+}
+
+} // namespace
+
+CalibrationGrid::CalibrationGrid(std::span<const GridPoint> taken, std::span<const GridPoint> holes) {
+    refuseInfinite(taken);
+    refuseInfinite(holes);
+    if (taken.empty())
+        throw Error("the grid names no point");
+    vValues = axisValues(taken, &GridPoint::v);
+    tValues = axisValues(taken, &GridPoint::t);
+    eValues = axisValues(taken, &GridPoint::e);
+
+    std::vector<Entry> entries;
+    for (std::size_t i = 0; i < taken.size(); ++i)
+        entries.push_back({taken[i], i});
+    for (const GridPoint& hole : holes) {
+        if (!contains(hole))
+            throw Error("hole " + pointText(hole) + ": the grid has no such point");
+        entries.push_back({hole, std::nullopt});
+    }
+    std::ranges::stable_sort(entries, {}, &Entry::point);
+    refuseRepeated(entries);
+    refuseMissing(entries);
+    if (!entries.front().taken)
+        throw Error("hole " + pointText(entries.front().point) +
+                    ": the first grid point cannot be left out, its image tells the size of all");
+    for (const Entry& entry : entries)
+        order.push_back(entry.taken);
+}
+
+bool CalibrationGrid::contains(const GridPoint& point) const {
+    return std::ranges::binary_search(vValues, point.v) && std::ranges::binary_search(tValues, point.t) &&
+           std::ranges::binary_search(eValues, point.e);
+}
+
+void CalibrationGrid::refuseRepeated(std::span<const Entry> entries) const {
+    const auto repeated = std::ranges::adjacent_find(entries, {}, &Entry::point);
+    if (repeated == entries.end())
+        return;
+    const bool bothTaken = repeated[0].taken && repeated[1].taken;
+    throw Error("grid point " + pointText(repeated->point) +
+                (bothTaken ? " is named twice" : " is a hole and is named as well"));
+}
+
+void CalibrationGrid::refuseMissing(std::span<const Entry> entries) const {
+    if (entries.size() == size())
+        return;
+    constexpr std::size_t mostListed = 50;
+    const std::size_t missing = size() - entries.size();
+    std::string list;
+    auto next = entries.begin();
+    for (std::size_t i = 0, listed = 0; listed < std::min(missing, mostListed); ++i) {
+        const GridPoint point{vValues[i / (tValues.size() * eValues.size())],
+                              tValues[i / eValues.size() % tValues.size()], eValues[i % eValues.size()]};
+        if (next != entries.end() && next->point == point) {
+            ++next;
+            continue;
+        }
+        list += (listed++ == 0 ? "" : "; ") + pointText(point);
+    }
+    throw Error(std::to_string(missing) + " of " + std::to_string(size()) +
+                " grid points are missing: " + list + (missing > mostListed ? " and more" : "") +
+                "; name a file for each, or leave them out on purpose as holes");
+}
+
+} // namespace ombrel

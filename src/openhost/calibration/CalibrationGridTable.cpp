@@ -1,0 +1,165 @@
+#include "calibration/CalibrationGridTable.h"
+
+#include "base/CsvLine.h"
+#include "base/Error.h"
+#include "base/FileKind.h"
+#include "base/LineProblems.h"
+#include "base/NumberText.h"
+#include "base/SizeText.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <filesystem>
+#include <map>
+#include <span>
+#include <sstream>
+#include <stdexcept>
+
+namespace ombrel {
+
+namespace {
+
+constexpr std::array<const char*, 5> columnNames{"v", "t", "e", "file", "page"};
+constexpr std::size_t pageColumn = 4; // which may be missing
+
+using Fields = std::vector<std::string>;
+// Where each of the columns stands in a line.
+using Columns = std::array<std::optional<std::size_t>, columnNames.size()>;
+
+// What is wrong with one line.
+class BadLine : public std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+Fields split(const std::string& line) {
+    const auto fields = splitCsvLine(line);
+    if (!fields)
+        throw BadLine("a double quote is not closed, or text follows it");
+    return *fields;
+}
+
+Columns readHeader(const Fields& names) {
+    Columns columns;
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        const auto known = std::ranges::find(columnNames, names[i]);
+        if (known == columnNames.end() || columns[known - columnNames.begin()])
+            throw BadLine("\"" + names[i] + "\" is no column of its own; the first line names the columns " +
+                          "v,t,e,file or v,t,e,file,page");
+        columns[known - columnNames.begin()] = i;
+    }
+    for (std::size_t i = 0; i < columns.size(); ++i)
+        if (!columns[i] && i != pageColumn)
+            throw BadLine(std::string("there is no column ") + columnNames[i] +
+                          "; the first line names the columns v,t,e,file or v,t,e,file,page");
+    return columns;
+}
+
+template <typename T>
+T numberOf(const Fields& fields, const Columns& columns, std::size_t column) {
+    const std::string& text = fields[*columns[column]];
+    const auto value = readNumber<T>(text);
+    if (!value || !std::isfinite(static_cast<double>(*value)))
+        throw BadLine("\"" + text + "\" is no number for " + columnNames[column]);
+    return *value;
+}
+
+GridRow readRow(const Fields& fields, const Columns& columns, const std::filesystem::path& folder) {
+    const auto wanted = static_cast<std::size_t>(
+        std::ranges::count_if(columns, [](const auto& column) { return column.has_value(); }));
+    if (fields.size() != wanted)
+        throw BadLine(countText(fields.size(), "field") + ", not " + std::to_string(wanted));
+    GridRow row;
+    row.point = {numberOf<float>(fields, columns, 0) + 0.0f, // not -0
+                 numberOf<float>(fields, columns, 1) + 0.0f, numberOf<float>(fields, columns, 2) + 0.0f};
+    const std::string& file = fields[*columns[3]];
+    if (file.empty())
+        throw BadLine("no file is named");
+    row.file = (folder / file).string(); // an absolute one replaces the folder
+    if (columns[pageColumn] && !fields[*columns[pageColumn]].empty())
+        row.page = numberOf<zt::u32>(fields, columns, pageColumn);
+    return row;
+}
+
+class TableReader {
+public:
+    explicit TableReader(const std::string& path)
+        : problems(path), folder(std::filesystem::path(path).parent_path()) {}
+
+    // Without the header no line can be read: what is wrong with it is told at once.
+    void read(std::size_t number, const std::string& line) {
+        try {
+            if (columns)
+                addRow(number, readRow(split(line), *columns, folder));
+            else
+                columns = readHeader(split(line));
+        } catch (const BadLine& bad) {
+            problems.add(number, bad.what());
+            if (!columns)
+                problems.throwIfAny();
+        }
+    }
+
+    std::vector<GridRow> finish() const {
+        problems.throwIfAny();
+        return rows;
+    }
+
+private:
+    void addRow(std::size_t number, GridRow row) {
+        row.line = number;
+        const auto [first, isNew] = lineOf.try_emplace(row.point, number);
+        if (!isNew)
+            throw BadLine("its grid point is named in line " + std::to_string(first->second) + " already");
+        rows.push_back(std::move(row));
+    }
+
+    LineProblems problems;
+    std::filesystem::path folder;
+    std::optional<Columns> columns;
+    std::vector<GridRow> rows;
+    std::map<GridPoint, std::size_t> lineOf;
+};
+
+// More than any list of flat fields needs: what is larger is another file.
+constexpr std::size_t longestLine = 65536;
+constexpr zt::u64 largestTable = zt::u64{16} << 20;
+
+std::string readTable(const std::string& path) {
+    const FileDescriptor file = FileDescriptor::openForReading(path);
+    checkRegular(file, path);
+    if (file.size() > largestTable)
+        throw Error(path + ": has " + countText(file.size(), "byte") + "; a table may have " +
+                    std::to_string(largestTable));
+    std::string text(file.size(), '\0');
+    file.readAt(0, std::as_writable_bytes(std::span(text)));
+    return text;
+}
+
+bool isPassedOver(const std::string& line) {
+    const std::size_t first = line.find_first_not_of(" \t\r");
+    return first == std::string::npos || line[first] == '#';
+}
+
+} // namespace
+
+std::vector<GridRow> readGridTable(const std::string& path) {
+    std::istringstream file(readTable(path));
+    TableReader reader(path);
+    std::string line;
+    for (std::size_t number = 1; std::getline(file, line); ++number) {
+        if (line.size() > longestLine)
+            throw Error(path + ": line " + std::to_string(number) + " has " + countText(line.size(), "byte") +
+                        "; a line of a table may have " + std::to_string(longestLine));
+        if (number == 1 && line.starts_with("\xEF\xBB\xBF"))
+            line.erase(0, 3); // the mark that spreadsheets put before UTF-8
+        if (!isPassedOver(line))
+            reader.read(number, line);
+    }
+    auto rows = reader.finish();
+    if (rows.empty())
+        throw Error(path + ": the table names no flat field");
+    return rows;
+}
+
+} // namespace ombrel

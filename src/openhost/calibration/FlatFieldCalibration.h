@@ -1,0 +1,30 @@
+#pragma once
+
+#include "base/Console.h"
+#include "calibration/CalibrateOptions.h"
+#include "zt/Types.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace ombrel {
+
+// The command line of `ombrel calibrate flat-field`.
+struct FlatFieldOptions : CalibrateOptions {
+    std::vector<std::string> inputs;
+    std::string size; // "WxH", for inputs that do not tell it
+    bool acquisition = false;
+    std::optional<zt::u32> subFrame;
+    bool noInterpolation = false;
+    bool noDeviceMask = false;
+    std::string bad = "zero"; // zero, ff or none
+    bool tdi = false;
+    std::string ffcFile;
+    std::string asciiFile;
+};
+
+// The work of the command. Throws UsageError or Error, with nothing written.
+void calibrateFlatField(const FlatFieldOptions& options, Console& console);
+
+} // namespace ombrel

@@ -1,0 +1,60 @@
+#include "base/Error.h"
+#include "base/FileLock.h"
+#include "base/SizeText.h"
+#include "cli/Commands.h"
+#include "run/RunPaths.h"
+#include "stack/MergedParts.h"
+
+#include <CLI/CLI.hpp>
+
+#include <memory>
+
+namespace ombrel::cli {
+
+namespace {
+
+struct MergeOptions {
+    std::vector<std::string> parts;
+    std::string output;
+    bool force = false;
+};
+
+void merge(const MergeOptions& options, Console& console) {
+    if (!options.output.ends_with(".h5") && !options.output.ends_with(".hdf5") &&
+        !options.output.ends_with(".nxs"))
+        throw UsageError("-o " + options.output + ": the name must end in .h5, .hdf5 or .nxs");
+    CommandPaths paths;
+    for (const std::string& part : options.parts)
+        addInput(paths, part);
+    addOutput(paths, options.output, options.force ? WhenThere::Replace : WhenThere::Refuse);
+    paths.check(console);
+    const OutputLock lock(options.output, options.force);
+    mergeParts(options.parts, options.output);
+    console.message(countText(options.parts.size(), "part") + " as one: " + options.output);
+}
+
+} // namespace
+
+void addMergeCommand(const CommandContext& context) {
+    auto options = std::make_shared<MergeOptions>();
+    CLI::App* command =
+        context.program.add_subcommand("merge", "Put parts of one run together as one virtual output");
+    command
+        ->add_option("PART", options->parts,
+                     "HDF5 outputs of the same run with different --frames, in any order")
+        ->required()
+        ->type_name("FILE");
+    command
+        ->add_option("-o,--output", options->output,
+                     "The whole, which refers to the parts: keep them together")
+        ->required()
+        ->type_name("WHOLE.h5");
+    command->add_flag("--force", options->force, "Replace an output that exists");
+    command->footer("Example:\n"
+                    "  ombrel run -f Flat-Field=ff.xml scan.h5 --frames :500 -o part-1.h5\n"
+                    "  ombrel run -f Flat-Field=ff.xml scan.h5 --frames 500: -o part-2.h5\n"
+                    "  ombrel merge part-1.h5 part-2.h5 -o corrected.h5");
+    command->callback([=, &console = context.console] { merge(*options, console); });
+}
+
+} // namespace ombrel::cli

@@ -1,0 +1,91 @@
+#include "base/CommandPaths.h"
+#include "base/NumberCheck.h"
+#include "base/Progress.h"
+#include "cli/Commands.h"
+#include "host/FrameSize.h"
+#include "simulation/SimulatedSet.h"
+
+#include <CLI/CLI.hpp>
+
+#include <filesystem>
+#include <memory>
+#include <string>
+
+namespace ombrel::cli {
+
+namespace {
+
+struct SimulateOptions {
+    simulation::SetPlan plan;
+    std::string size = "256x256";
+    bool force = false;
+    bool quiet = false;
+};
+
+void checkFiles(const SimulateOptions& options, Console& console) {
+    if (!std::filesystem::exists(options.plan.directory))
+        return;
+    CommandPaths paths;
+    for (const std::string& file : simulation::filesOf(options.plan))
+        paths.writes(file, std::filesystem::path(file).filename().string() + " of the set",
+                     options.force ? WhenThere::Replace : WhenThere::Refuse);
+    paths.check(console);
+}
+
+void simulate(SimulateOptions options, Console& console) {
+    const FrameSize size = parseFrameSize("--size", options.size);
+    options.plan.width = size.width;
+    options.plan.height = size.height;
+    checkFiles(options, console);
+    Progress progress(console, simulation::imagesOf(options.plan), options.quiet);
+    simulation::writeSet(options.plan, [&] { progress.advance(); });
+    for (const std::string& file : simulation::filesOf(options.plan))
+        console.result(file + "\n");
+}
+
+} // namespace
+
+void addSimulateCommand(const CommandContext& context) {
+    auto options = std::make_shared<SimulateOptions>();
+    CLI::App* command =
+        context.program.add_subcommand("simulate", "Write a data set of a simulated detector");
+    command
+        ->add_option("DIR", options->plan.directory, "Folder for the files; it is made when it is not there")
+        ->required()
+        ->type_name("PATH");
+    command->add_option("--size", options->size, "Width and height of the detector, in pixels")
+        ->type_name("WxH")
+        ->capture_default_str();
+    command->add_option("--frames", options->plan.frames, "Frames with the sample")
+        ->check(wholeNumber(1, 1'000'000))
+        ->type_name("N")
+        ->capture_default_str();
+    command->add_option("--flux", options->plan.flux, "Photons a pixel and frame in the open beam")
+        ->check(numberCheck<double>("a number from 1 to 10000",
+                                    [](double flux) { return flux >= 1 && flux <= 10'000; }))
+        ->type_name("PHOTONS")
+        ->capture_default_str();
+    command
+        ->add_option("--grid-steps", options->plan.gridSteps,
+                     "Values of each of V, T and E in the grid for the adaptive filter; 0: no grid")
+        ->check(numberCheck<int>("0, or a whole number from 2 to 9",
+                                 [](int steps) { return steps == 0 || (steps >= 2 && steps <= 9); }))
+        ->type_name("N")
+        ->capture_default_str();
+    command
+        ->add_option("--wedge-steps", options->plan.wedgeSteps,
+                     "Thicknesses of the wedge for the beam-hardening filter, 0.3 mm apart; 0: no wedge")
+        ->check(wholeNumber(0, 20))
+        ->type_name("N")
+        ->capture_default_str();
+    command->add_option("--seed", options->plan.seed, "Another seed gives another detector and other noise")
+        ->check(wholeNumber<std::uint64_t>())
+        ->type_name("N")
+        ->capture_default_str();
+    command->add_flag("--force", options->force, "Replace files that are there");
+    command->add_flag("-q,--quiet", options->quiet, "No progress");
+    command->footer("Example:\n  ombrel simulate data --frames 500 --size 512x512");
+    command->callback([=, &console = context.console] { simulate(*options, console); });
+}
+
+} // namespace ombrel::cli

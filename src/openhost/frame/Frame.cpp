@@ -1,0 +1,199 @@
+#include "frame/Frame.h"
+
+#include "base/SizeText.h"
+#include "frame/ClampedCast.h"
+#include "frame/FrameCheck.h"
+#include "frame/PixelConversion.h"
+#include "frame/PixelType.h"
+#include "zt/RefDataBuff.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <limits>
+#include <stdexcept>
+#include <type_traits>
+
+namespace ombrel {
+
+namespace {
+
+// Of all pixels and the room behind them. Sizes whose bytes can't be counted are refused.
+std::size_t storageBytes(zt::u32 width, zt::u32 height, zt::u8 dataType) {
+    const std::size_t pixel = pixelSize(dataType);
+    const std::size_t rows = std::size_t{height} + 1;
+    if (width >= std::numeric_limits<std::ptrdiff_t>::max() / pixel / rows)
+        throw std::length_error("a frame of " + sizeText(width, height) + " pixels is too large");
+    return (width * rows + 1) * pixel;
+}
+
+template <typename T>
+T sum(T a, T b) {
+    if constexpr (std::is_floating_point_v<T>) {
+        return a + b;
+    } else if constexpr (sizeof(T) < 8) {
+        return clampedCast<T>(std::int64_t{a} + std::int64_t{b});
+    } else {
+        T result;
+        if (!__builtin_add_overflow(a, b, &result))
+            return result;
+        return b < 0 ? std::numeric_limits<T>::min() : std::numeric_limits<T>::max();
+    }
+}
+
+template <typename T>
+T product(T pixel, double factor) {
+    if constexpr (std::is_integral_v<T> && sizeof(T) == 8)
+        return clampedCast<T>(static_cast<long double>(pixel) * factor); // double does not hold every pixel
+    else
+        return clampedCast<T>(pixel * factor);
+}
+
+} // namespace
+
+void ReleaseFrame::operator()(Frame* frame) const {
+    frame->release();
+}
+
+Frame::Frame(zt::u32 width, zt::u32 height, zt::u8 dataType)
+    : frameWidth(width), frameHeight(height), pixelType(dataType),
+      storage(FramePool::shared().take(storageBytes(width, height, dataType))) {
+    zeroRoom();
+    FrameCheck::born(this);
+}
+
+Frame::~Frame() {
+    FrameCheck::died(this);
+}
+
+FramePtr Frame::createUnfilled(zt::u32 width, zt::u32 height, zt::u8 dataType) {
+    return FramePtr(new Frame(width, height, dataType));
+}
+
+FramePtr Frame::create(zt::u32 width, zt::u32 height, zt::u8 dataType) {
+    FramePtr frame = createUnfilled(width, height, dataType);
+    frame->clear();
+    return frame;
+}
+
+std::size_t Frame::aliveCount() {
+    return FrameCheck::aliveCount();
+}
+
+void Frame::addSubFrame(FramePtr subFrame) {
+    children.push_back(std::move(subFrame));
+}
+
+std::span<std::byte> Frame::bytes() {
+    return {storage.get(), static_cast<std::size_t>(size()) * pixelSize(pixelType)};
+}
+
+std::span<const std::byte> Frame::bytes() const {
+    return {storage.get(), static_cast<std::size_t>(size()) * pixelSize(pixelType)};
+}
+
+void Frame::zeroRoom() {
+    const std::span<std::byte> pixels = bytes();
+    std::memset(pixels.data() + pixels.size(), 0, (std::size_t{frameWidth} + 1) * pixelSize(pixelType));
+}
+
+void Frame::addRef() {
+    FrameCheck::mustLive(this, "addRef");
+    references.fetch_add(1, std::memory_order_relaxed);
+}
+
+void Frame::release() {
+    FrameCheck::mustLive(this, "release");
+    if (references.fetch_sub(1, std::memory_order_acq_rel) == 1)
+        delete this;
+}
+
+void Frame::destroy() {
+    FrameCheck::mustLive(this, "destroy");
+    FrameCheck::mustBeLast(references.load(std::memory_order_acquire));
+    delete this;
+}
+
+zt::IData* Frame::clone() const {
+    FramePtr copy = createUnfilled(frameWidth, frameHeight, pixelType);
+    std::memcpy(copy->storage.get(), storage.get(), storage.get_deleter().bytes);
+    copy->name = name;
+    copy->time = time;
+    for (const FramePtr& child : children)
+        copy->addSubFrame(FramePtr(static_cast<Frame*>(child->clone())));
+    return copy.release();
+}
+
+void Frame::getData(zt::IByteBuff* out, zt::u8 dataType) {
+    const auto count = static_cast<std::size_t>(size());
+    out->resizeByte(count * pixelSize(dataType));
+    convertPixels(storage.get(), pixelType, reinterpret_cast<std::byte*>(out->dataByte()), dataType, count);
+}
+
+void Frame::refData(zt::IRefByteBuff* out, double /*zero*/) {
+    const std::span<std::byte> pixels = bytes();
+    out->setByte(reinterpret_cast<const unsigned char*>(pixels.data()), pixels.size());
+}
+
+double* Frame::doubleData(double /*zero*/) {
+    if (pixelType != zt::DT_DOUBLE)
+        throw std::logic_error("the pixels of the frame are " + std::string(pixelTypeName(pixelType)) +
+                               " where f64 is asked for");
+    return reinterpret_cast<double*>(storage.get());
+}
+
+void Frame::convertToType(zt::u8 dataType) {
+    if (dataType != pixelType) {
+        auto converted = FramePool::shared().take(storageBytes(frameWidth, frameHeight, dataType));
+        convertPixels(storage.get(), pixelType, converted.get(), dataType, storedCount());
+        storage = std::move(converted);
+        pixelType = dataType;
+    }
+    if (dataType == zt::DT_DOUBLE)
+        sawConversion = true;
+}
+
+void Frame::frameName(zt::IString* out) const {
+    out->set(name.c_str());
+}
+
+void Frame::clear() {
+    std::ranges::fill(bytes(), std::byte{0});
+}
+
+void Frame::addFrame(zt::IMpxFrame* other) {
+    if (other->width() != frameWidth || other->height() != frameHeight)
+        throw std::invalid_argument("frames of different sizes can't be added");
+    zt::RefDataBuff<unsigned char> otherBytes;
+    other->refData(&otherBytes, 0.0);
+    const auto* from = reinterpret_cast<const std::byte*>(otherBytes.data());
+    const zt::u8 fromType = other->frameDataType();
+    const std::size_t step = pixelSize(fromType);
+
+    withPixelType(pixelType, [&](auto pixel) {
+        using T = decltype(pixel);
+        const std::span<T> mine = pixels<T>();
+        std::array<T, 2048> converted; // a piece at a time stays in the cache
+        for (std::size_t start = 0; start < mine.size(); start += converted.size()) {
+            const std::size_t count = std::min(converted.size(), mine.size() - start);
+            convertPixels(from + start * step, fromType, reinterpret_cast<std::byte*>(converted.data()),
+                          pixelType, count);
+            for (std::size_t i = 0; i < count; ++i)
+                mine[start + i] = sum(mine[start + i], converted[i]);
+        }
+    });
+}
+
+void Frame::multiplyBy(double factor) {
+    withPixelType(pixelType, [&](auto pixel) {
+        for (auto& value : pixels<decltype(pixel)>())
+            value = product(value, factor);
+    });
+}
+
+void Frame::subFrames(zt::IPtrList<zt::IMpxFrame*>* out) const {
+    for (const FramePtr& child : children)
+        out->add(child.get());
+}
+
+} // namespace ombrel

@@ -1,0 +1,113 @@
+#pragma once
+
+#include "frame/FramePool.h"
+#include "zt/DataType.h"
+#include "zt/IMpxFrame.h"
+
+#include <atomic>
+#include <cstddef>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace ombrel {
+
+class Frame;
+
+struct ReleaseFrame {
+    void operator()(Frame* frame) const;
+};
+
+// Holds one reference of a frame.
+using FramePtr = std::unique_ptr<Frame, ReleaseFrame>;
+
+// A frame of the open host, of any pixel type.
+//
+// Behind the pixels there is room for width + 1 elements in every pixel type, since filters may read and
+// write there (binning of odd sizes does). zeroRoom() is called each time the frame is handed to a filter, so
+// that no result depends on what stood there. References are checked in debug builds: to release a dead
+// frame, or to destroy one that others still hold, ends the program.
+class Frame final : public zt::IMpxFrame {
+public:
+    // A frame of zeros with one reference. Throws std::bad_alloc or std::length_error for sizes out of reach
+    // and std::invalid_argument when `dataType` is no pixel type.
+    static FramePtr create(zt::u32 width, zt::u32 height, zt::u8 dataType);
+    // The same with undefined pixels, for those who write them all.
+    static FramePtr createUnfilled(zt::u32 width, zt::u32 height, zt::u8 dataType);
+
+    // Frames alive in this process; a test that ends with what it began with has leaked none.
+    static std::size_t aliveCount();
+
+    void setName(std::string newName) { name = std::move(newName); }
+    void setAcqTime(double seconds) { time = seconds; }
+    void addSubFrame(FramePtr subFrame);
+
+    // The pixels, without the room behind them.
+    std::span<std::byte> bytes();
+    std::span<const std::byte> bytes() const;
+    // T must be the C++ type of frameDataType().
+    template <typename T>
+    std::span<T> pixels() {
+        return {reinterpret_cast<T*>(bytes().data()), static_cast<std::size_t>(size())};
+    }
+    template <typename T>
+    std::span<const T> pixels() const {
+        return {reinterpret_cast<const T*>(bytes().data()), static_cast<std::size_t>(size())};
+    }
+
+    void zeroRoom();
+
+    // Whether convertToType(DT_DOUBLE) was called since the last forgetConversion(). A filter that answers 0
+    // to filterReplace without it has refused the frame.
+    bool convertedToDouble() const { return sawConversion; }
+    void forgetConversion() { sawConversion = false; }
+
+    int type() const override { return TYPE_FRAME; }
+    void addRef() override;
+    void release() override;
+    void destroy() override;
+    // The copy has sub-frames of its own.
+    IData* clone() const override;
+
+    void getData(zt::IByteBuff* out, zt::u8 dataType) override;
+    void refData(zt::IRefByteBuff* out, double zero) override;
+    // Throws std::logic_error when the pixels are no doubles.
+    double* doubleData(double zero) override;
+    zt::u64 size() const override { return zt::u64{frameWidth} * frameHeight; }
+    zt::u32 width() const override { return frameWidth; }
+    zt::u32 height() const override { return frameHeight; }
+    zt::u8 frameDataType() const override { return pixelType; }
+    void convertToType(zt::u8 dataType) override;
+    using zt::IMpxFrame::frameName;
+    void frameName(zt::IString* out) const override;
+    void clear() override;
+    // The other frame's pixels are converted to this frame's type and then added; sums of integers are
+    // clamped to the range of the type. Throws std::invalid_argument when the sizes differ.
+    void addFrame(zt::IMpxFrame* other) override;
+    // Products are rounded and clamped like conversions from double.
+    void multiplyBy(double factor) override;
+    double acqTime() const override { return time; }
+    int subFrameCount() const override { return static_cast<int>(children.size()); }
+    using zt::IMpxFrame::subFrames;
+    void subFrames(zt::IPtrList<zt::IMpxFrame*>* out) const override;
+
+private:
+    Frame(zt::u32 width, zt::u32 height, zt::u8 dataType);
+    ~Frame();
+
+    // Pixels and the elements of the room behind them.
+    std::size_t storedCount() const { return static_cast<std::size_t>(size()) + frameWidth + 1; }
+
+    std::atomic<int> references{1};
+    zt::u32 frameWidth;
+    zt::u32 frameHeight;
+    zt::u8 pixelType;
+    bool sawConversion = false;
+    double time = 0;
+    std::string name;
+    FramePool::Block storage;
+    std::vector<FramePtr> children;
+};
+
+} // namespace ombrel

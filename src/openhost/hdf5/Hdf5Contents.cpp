@@ -1,0 +1,113 @@
+#include "hdf5/Hdf5Contents.h"
+
+#include "hdf5/Hdf5Open.h"
+#include "hdf5/Hdf5Sources.h"
+
+#include <algorithm>
+#include <exception>
+
+namespace ombrel {
+
+namespace {
+
+struct Group {
+    std::string path;  // "" for the root
+    Hdf5Object object; // kept open for its identity
+    Hdf5Identity identity;
+};
+
+// Goes through the groups, those near the root first.
+class Walk {
+public:
+    explicit Walk(hid_t file) { addGroup("", openHdf5Object(file, "/")); }
+
+    Hdf5Contents run() {
+        for (std::size_t index = 0; index < groups.size(); ++index) {
+            current = index;
+            H5Literate(groups[index].object, H5_INDEX_NAME, H5_ITER_INC, nullptr, visitLink, this);
+            if (failure)
+                std::rethrow_exception(failure);
+        }
+        const std::vector<std::string> more = sources.files();
+        contents.files.insert(contents.files.end(), more.begin(), more.end());
+        return std::move(contents);
+    }
+
+private:
+    // The library's C code calls this, so no exception may leave it.
+    static herr_t visitLink(hid_t group, const char* name, const H5L_info_t*, void* walk) {
+        auto& self = *static_cast<Walk*>(walk);
+        try {
+            const std::string path = self.groups[self.current].path + '/' + name;
+            Hdf5Object object = openHdf5Object(group, name);
+            object.isOpen() ? self.addLink(path, std::move(object)) : self.addDeadLink(group, name, path);
+            return 0;
+        } catch (...) {
+            self.failure = std::current_exception();
+            return -1;
+        }
+    }
+
+    void addLink(const std::string& path, Hdf5Object object) {
+        if (H5Iget_type(object) == H5I_GROUP)
+            return addGroup(path, std::move(object));
+        if (H5Iget_type(object) != H5I_DATASET)
+            return;
+        noteFile(hdf5FileName(object));
+        auto problem = sources.problemOf(object);
+        auto shape = problem ? shapeOfBrokenImages(object) : shapeOfImages(object);
+        if (shape)
+            addDataset(path, std::move(object), std::move(*shape), std::move(problem));
+        else
+            contents.others.push_back(path);
+    }
+
+    void noteFile(std::string name) {
+        if (std::ranges::find(contents.files, name) == contents.files.end())
+            contents.files.push_back(std::move(name));
+    }
+
+    void addDeadLink(hid_t group, const std::string& name, const std::string& path) {
+        contents.others.push_back(path + " (a link that leads nowhere)");
+        const auto dead = deadLinkOn(group, name);
+        if (dead && dead->intoOtherFile)
+            contents.deadLinks.push_back(path.substr(0, path.size() - name.size()) + dead->text);
+    }
+
+    void addGroup(const std::string& path, Hdf5Object object) {
+        const auto identity = Hdf5Identity::of(object);
+        if (std::ranges::find(groups, identity, &Group::identity) == groups.end())
+            groups.push_back({path, std::move(object), identity});
+    }
+
+    void addDataset(const std::string& path, Hdf5Object object, Hdf5Shape shape,
+                    std::optional<std::string> problem) {
+        const auto identity = Hdf5Identity::of(object);
+        const auto known = std::ranges::find(contents.candidates, identity, &Hdf5Candidate::identity);
+        if (known != contents.candidates.end())
+            known->paths.push_back(path);
+        else
+            contents.candidates.push_back(
+                {{path}, std::move(object), identity, std::move(shape), std::move(problem)});
+    }
+
+    Hdf5Contents contents;
+    Hdf5Sources sources;
+    std::vector<Group> groups;
+    std::size_t current = 0;
+    std::exception_ptr failure;
+};
+
+} // namespace
+
+Hdf5Identity Hdf5Identity::of(hid_t object) {
+    H5O_info_t info{};
+    return H5Oget_info2(object, &info, H5O_INFO_BASIC) < 0 ? Hdf5Identity{}
+                                                           : Hdf5Identity{info.fileno, info.addr};
+}
+
+Hdf5Contents listContents(hid_t file) {
+    return Walk(file).run();
+}
+
+} // namespace ombrel

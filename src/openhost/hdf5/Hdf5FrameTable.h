@@ -1,0 +1,48 @@
+#pragma once
+
+#include "frame/FrameRow.h"
+#include "hdf5/Hdf5Handle.h"
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace ombrel {
+
+// A row of the table of frames, as an HDF5 output stores it.
+struct StoredFrameRow {
+    static constexpr std::size_t reasonBytes = 127; // the last one is 0
+
+    struct Point {
+        double v, t, e, value;
+    };
+    struct Figures {
+        double mean, spread;
+        zt::u64 zeroPixels, notFinite;
+    };
+
+    zt::u64 inputHash;
+    zt::u64 outputHash;
+    Figures input;
+    Figures output;
+    double seconds;
+    Point best; // NaN where no grid was searched
+    Point next;
+    zt::u8 ambiguous;
+    zt::u8 failed;
+    char reason[reasonBytes];
+    char unused[7];
+};
+
+StoredFrameRow storedRow(const FrameRow& row);
+FrameRow frameRow(const StoredFrameRow& stored);
+
+// The row as a compound type of the library; its members have names of their own.
+Hdf5Type storedRowType();
+
+// The rows of an open table, the first `count` of them. Throws Error with the reason alone.
+std::vector<FrameRow> readRows(hid_t table, zt::u64 count);
+// How many of the first `count` frames failed.
+zt::u64 countFailed(hid_t table, zt::u64 count);
+
+} // namespace ombrel

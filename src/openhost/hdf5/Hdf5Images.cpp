@@ -1,0 +1,117 @@
+#include "hdf5/Hdf5Images.h"
+
+#include "base/Error.h"
+#include "frame/PixelType.h"
+#include "hdf5/Hdf5ChunkCache.h"
+
+#include <algorithm>
+#include <fcntl.h>
+
+namespace ombrel {
+
+namespace {
+
+// The extent of one image: all axes but the last two are 1.
+std::vector<hsize_t> extentOfImage(const Hdf5Shape& shape) {
+    std::vector<hsize_t> extent = shape.extent;
+    std::fill(extent.begin(), extent.end() - 2, 1);
+    return extent;
+}
+
+// A descriptor of our own of the file in which the dataset really stands, which a link may have led to.
+std::optional<FileDescriptor> duplicateDescriptor(hid_t dataset, const std::string& path) {
+    const Hdf5FileHandle owner{H5Iget_file_id(dataset)};
+    void* handle = nullptr;
+    if (!owner.isOpen() || H5Fget_vfd_handle(owner, H5P_DEFAULT, &handle) < 0)
+        return std::nullopt;
+    const int copy = ::fcntl(*static_cast<int*>(handle), F_DUPFD_CLOEXEC, 0);
+    return copy < 0 ? std::nullopt : std::optional<FileDescriptor>(std::in_place, copy, path);
+}
+
+} // namespace
+
+Hdf5Images::Hdf5Images(hid_t fileHandle, const std::string& path, const std::string& where)
+    : dataset{openWithChunkCache(fileHandle, path)} {
+    const auto shapeFound = dataset.isOpen() ? shapeOfImages(dataset) : std::nullopt;
+    if (!shapeFound)
+        throw Error(where + ": " + path + " cannot be opened" + Hdf5Session::reason());
+    imageShape = *shapeFound;
+    space = Hdf5Space{H5Dget_space(dataset)};
+    const std::vector<hsize_t> image = extentOfImage(imageShape);
+    imageSpace = Hdf5Space{H5Screate_simple(static_cast<int>(image.size()), image.data(), nullptr)};
+    const Hdf5Type type{H5Dget_type(dataset)};
+    storedAsNative = H5Tequal(type, nativeHdf5Type(imageShape.pixelType)) > 0;
+
+    const Hdf5Properties creation{H5Dget_create_plist(dataset)};
+    checkFilters(creation, where);
+    if (H5Pget_layout(creation) == H5D_CONTIGUOUS)
+        findContiguousPixels(where);
+    if (H5Pget_layout(creation) == H5D_CHUNKED) {
+        std::vector<hsize_t> chunk(image.size());
+        H5Pget_chunk(creation, static_cast<int>(chunk.size()), chunk.data());
+        chunkIsImage = storedAsNative && chunk == image && H5Pget_nfilters(creation) == 0;
+    }
+}
+
+void Hdf5Images::checkFilters(hid_t creation, const std::string& where) const {
+    for (int index = 0; index < H5Pget_nfilters(creation); ++index) {
+        unsigned flags = 0;
+        unsigned config = 0;
+        std::size_t valueCount = 0;
+        char name[64] = "";
+        const H5Z_filter_t filter = H5Pget_filter2(creation, static_cast<unsigned>(index), &flags,
+                                                   &valueCount, nullptr, sizeof name, name, &config);
+        if (H5Zfilter_avail(filter) <= 0)
+            throw Error(where + ": compressed by HDF5 filter " + std::to_string(filter) + " (" + name +
+                        "), which is not installed; HDF5_PLUGIN_PATH may tell where it is");
+    }
+}
+
+void Hdf5Images::findContiguousPixels(const std::string& where) {
+    const haddr_t offset = H5Dget_offset(dataset);
+    if (offset == HADDR_UNDEF) // nothing written yet, or kept in other files: the library knows
+        return;
+    auto descriptor = duplicateDescriptor(dataset, where);
+    if (!descriptor)
+        return;
+    const zt::u64 fileSize = descriptor->size();
+    const zt::u64 dataSize = H5Dget_storage_size(dataset);
+    if (offset > fileSize || dataSize > fileSize - offset)
+        throw Error(where + ": the file is cut off or damaged: pixels are missing");
+    if (storedAsNative) {
+        file = std::move(descriptor);
+        firstPixel = offset;
+    }
+}
+
+void Hdf5Images::read(zt::u32 frame, zt::u32 subFrame, std::span<std::byte> pixels) {
+    const zt::u64 index = zt::u64{frame} * std::max(imageShape.subFrames(), 1U) + subFrame;
+    if (file) {
+        if (const auto failure = file->tryReadAt(firstPixel + index * pixels.size(), pixels))
+            throw Error(*failure);
+        return;
+    }
+    std::vector<hsize_t> start(imageShape.extent.size(), 0);
+    if (start.size() > 2)
+        start[0] = frame;
+    if (start.size() > 3)
+        start[1] = subFrame;
+    if (!chunkIsImage || !readChunk(start, pixels))
+        readByLibrary(start, pixels);
+}
+
+// False for a chunk that was never written.
+bool Hdf5Images::readChunk(const std::vector<hsize_t>& start, std::span<std::byte> pixels) {
+    std::uint32_t filters = 0;
+    return H5Dread_chunk(dataset, H5P_DEFAULT, start.data(), &filters, pixels.data()) >= 0;
+}
+
+void Hdf5Images::readByLibrary(const std::vector<hsize_t>& start, std::span<std::byte> pixels) {
+    const std::vector<hsize_t> count = extentOfImage(imageShape);
+    if (H5Sselect_hyperslab(space, H5S_SELECT_SET, start.data(), nullptr, count.data(), nullptr) < 0 ||
+        H5Dread(dataset, nativeHdf5Type(imageShape.pixelType), imageSpace, space, H5P_DEFAULT,
+                pixels.data()) < 0)
+        throw Error("cannot be read" + Hdf5Session::reason());
+}
+
+} // namespace ombrel

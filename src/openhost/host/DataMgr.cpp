@@ -1,0 +1,120 @@
+#include "host/DataMgr.h"
+
+#include "base/Error.h"
+#include "base/FileKind.h"
+#include "host/ParamText.h"
+
+#include <sys/stat.h>
+#include <utility>
+
+namespace ombrel {
+
+void DataMgr::defineFrames(const std::string& name, std::vector<FrameSource> frames) {
+    const std::lock_guard lock(mutex);
+    definitions.insert_or_assign(name, std::move(frames));
+}
+
+void DataMgr::defineFrame(const std::string& name, FramePtr frame) {
+    const std::lock_guard lock(mutex);
+    definitions.insert_or_assign(name, std::move(frame));
+}
+
+void DataMgr::undefine(const std::string& name) {
+    const std::lock_guard lock(mutex);
+    definitions.erase(name);
+}
+
+std::string DataMgr::takeError() {
+    const std::lock_guard lock(mutex);
+    const auto found = errors.extract(std::this_thread::get_id());
+    return found ? std::move(found.mapped()) : std::string();
+}
+
+void DataMgr::closeFile() {
+    const std::lock_guard lock(mutex);
+    openFile.reset();
+}
+
+template <typename Result, typename Work>
+Result DataMgr::guarded(Result failure, Work work) {
+    std::string reason;
+    {
+        const std::lock_guard lock(mutex);
+        try {
+            return work();
+        } catch (const std::bad_alloc&) {
+            reason = "there is not enough memory";
+        } catch (const std::exception& thrown) {
+            reason = thrown.what();
+        }
+        errors[std::this_thread::get_id()] = reason;
+    }
+    if (reportError)
+        reportError(reason);
+    return failure;
+}
+
+zt::IMpxFrame* DataMgr::createFrame(zt::u32 width, zt::u32 height, zt::u8 dataType) {
+    return guarded<zt::IMpxFrame*>(nullptr, [&] { return Frame::create(width, height, dataType).release(); });
+}
+
+zt::IMpxFrame* DataMgr::loadFrame(const char* path, zt::u32 frameIndex) {
+    return guarded<zt::IMpxFrame*>(nullptr, [&] { return frameOf(textOf(path), frameIndex).release(); });
+}
+
+zt::u32 DataMgr::frameCountInFile(const char* path) {
+    return guarded<zt::u32>(0, [&] {
+        const std::string name = textOf(path);
+        const auto defined = definitions.find(name);
+        if (defined == definitions.end())
+            return fileOf(name, FrameRole::Any).info().frames;
+        const auto* const sources = std::get_if<std::vector<FrameSource>>(&defined->second);
+        return sources ? static_cast<zt::u32>(sources->size()) : 1u;
+    });
+}
+
+bool DataMgr::isFrameFile(const char* path) {
+    const std::lock_guard lock(mutex);
+    return definitions.contains(textOf(path)) || FrameFile::looksLikeFrames(textOf(path));
+}
+
+FramePtr DataMgr::frameOf(const std::string& path, zt::u32 index) {
+    const auto defined = definitions.find(path);
+    if (defined == definitions.end())
+        return frameOf(FrameSource{path, FrameRole::Any, index});
+    const auto* const sources = std::get_if<std::vector<FrameSource>>(&defined->second);
+    if (index >= (sources ? sources->size() : 1))
+        throw Error(path + ": there is no frame " + std::to_string(index));
+    if (sources)
+        return frameOf((*sources)[index]);
+    return FramePtr(static_cast<Frame*>(std::get<FramePtr>(defined->second)->clone()));
+}
+
+FramePtr DataMgr::frameOf(const FrameSource& source) {
+    FrameFile& file = fileOf(source.path, source.role);
+    if (source.index >= file.info().frames)
+        throw Error(source.path + ": there is no frame " + std::to_string(source.index) + "; it holds " +
+                    std::to_string(file.info().frames));
+    return file.readFrame(source.index);
+}
+
+FrameFile& DataMgr::fileOf(const std::string& path, FrameRole role) {
+    const FileStamp stamp = stampOf(splitDatasetPath(path).file);
+    if (!openFile || openFile->info().path != path || openRole != role || openStamp != stamp) {
+        openFile.reset(); // ahead of the next, so that never two are open
+        openFile = FrameFile::open(path, role);
+        openRole = role;
+        openStamp = stamp;
+    }
+    return *openFile;
+}
+
+DataMgr::FileStamp DataMgr::stampOf(const std::string& path) {
+    struct stat status {};
+    if (::stat(path.c_str(), &status) != 0)
+        return {}; // opening it tells why
+    return {status.st_dev, status.st_ino, static_cast<zt::u64>(status.st_size),
+            status.st_mtim.tv_sec * zt::i64{1'000'000'000} + status.st_mtim.tv_nsec};
+}
+
+} // namespace ombrel

@@ -1,0 +1,81 @@
+#pragma once
+
+#include "frame/Frame.h"
+#include "frame/FrameFile.h"
+#include "zt/IDataMgr.h"
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <variant>
+#include <vector>
+
+namespace ombrel {
+
+// One frame of a file.
+struct FrameSource {
+    std::string path;
+    FrameRole role = FrameRole::Any;
+    zt::u32 index = 0; // among the frames of that role
+};
+
+// Makes frames and reads them from files, for filters. What goes wrong gives null, 0 or false, and
+// takeError() tells why. Safe to use from any thread.
+//
+// A host decides what a path means: a name that is defined here stands for frames of any number of files, or
+// for a frame that is at hand, wherever a filter takes a path.
+class DataMgr final : public zt::IDataMgr {
+public:
+    void defineFrames(const std::string& name, std::vector<FrameSource> frames);
+    // Each loadFrame() of the name gives a copy.
+    void defineFrame(const std::string& name, FramePtr frame);
+    void undefine(const std::string& name);
+
+    // The reason of the last failure on this thread, which is then forgotten; empty when there was none.
+    std::string takeError();
+    // Called with the reason of each failure, on its thread. For a host whose user waits for no call, but
+    // clicks in a filter's window. Set before the first call.
+    void reportErrors(std::function<void(const std::string& reason)> report) {
+        reportError = std::move(report);
+    }
+    // The file read last is kept open, so that a walk over its frames does not open it anew each time.
+    void closeFile();
+
+    zt::IMpxFrame* createFrame(zt::u32 width, zt::u32 height, zt::u8 dataType) override;
+    zt::IMpxFrame* loadFrame(const char* path, zt::u32 frameIndex) override;
+    zt::u32 frameCountInFile(const char* path) override;
+    bool isFrameFile(const char* path) override;
+
+private:
+    using Definition = std::variant<std::vector<FrameSource>, FramePtr>;
+
+    // What a file was when it was opened; a file that was written anew since is opened again.
+    struct FileStamp {
+        zt::u64 device = 0;
+        zt::u64 inode = 0;
+        zt::u64 bytes = 0;
+        zt::i64 changed = 0; // nanoseconds
+        bool operator==(const FileStamp&) const = default;
+    };
+
+    static FileStamp stampOf(const std::string& path);
+    FrameFile& fileOf(const std::string& path, FrameRole role);
+    FramePtr frameOf(const std::string& path, zt::u32 index);
+    FramePtr frameOf(const FrameSource& source);
+    // The result of `work`, or `failure` with the reason kept.
+    template <typename Result, typename Work>
+    Result guarded(Result failure, Work work);
+
+    std::mutex mutex;
+    std::map<std::string, Definition> definitions;
+    std::unique_ptr<FrameFile> openFile;
+    FrameRole openRole = FrameRole::Any;
+    FileStamp openStamp;
+    std::map<std::thread::id, std::string> errors;
+    std::function<void(const std::string&)> reportError;
+};
+
+} // namespace ombrel

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "host/DataMgr.h"
+#include "host/Device.h"
+#include "host/FilterMgr.h"
+#include "settings/Settings.h"
+#include "zt/IZenteo.h"
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace ombrel {
+
+// The host, as plug-ins see it. It ends the registered filters before the devices; filters that were made by
+// createNewInstance() must be gone before it.
+class Host final : public zt::IZenteo {
+public:
+    // Called with each line that is logged, from any thread.
+    using LogSink = std::function<void(const std::string& line)>;
+
+    explicit Host(LogSink logSink);
+    ~Host();
+    Host(const Host&) = delete;
+    Host& operator=(const Host&) = delete;
+
+    // The host owns the device. Plug-ins see the devices that are there when they are initialised.
+    Device& addDevice(int type, zt::u32 width, zt::u32 height);
+
+    DataMgr& frames() { return data; }
+    FilterMgr& filters() { return registered; }
+
+    // To the LogCapture that stands on this thread, else to the sink. The text is taken as it is.
+    void logLine(const std::string& line);
+    // A store whose troubles go to the log; for those who want its type.
+    std::unique_ptr<Settings> openSettings(const std::string& path);
+
+    // `format` is a finished text: it is taken as it is, percent signs included, and no argument is read.
+    void log(const char* source, int flag, const char* format, ...) override;
+    void devices(zt::IPtrList<zt::IDev*>* out) override;
+    zt::IParamMgr* createParamMgr() override;
+    zt::ISettings* createSettings(const char* path, int flag) override;
+    zt::IDataMgr* dataMgr() override { return &data; }
+    zt::IFilterMgr* filterMgr() override { return &registered; }
+
+private:
+    LogSink sink;
+    std::vector<std::unique_ptr<Device>> ownDevices;
+    DataMgr data;
+    FilterMgr registered; // the last member: filters go first
+};
+
+} // namespace ombrel

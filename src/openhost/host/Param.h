@@ -1,0 +1,91 @@
+#pragma once
+
+#include "zt/DataType.h"
+#include "zt/IParam.h"
+
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace ombrel {
+
+// The value of a parameter. The index of the alternative is the parameter's type, a zt::DataType.
+using ParamValue = std::variant<zt::i8, zt::u8, zt::i16, zt::u16, zt::i32, zt::u32, zt::i64, zt::u64, float,
+                                double, bool, std::string>;
+
+// What a parameter is created with, apart from its value.
+struct ParamInfo {
+    std::string name;
+    std::string description;
+    zt::ParamCallback callback = nullptr;
+    void* userData = nullptr;
+    int createFlags = 0; // zt::ParamCreateFlag
+};
+
+// A named value of a filter. Values are converted between the types as follows: numbers are rounded and
+// clamped to the range of the type, NaN becomes 0; a number is true unless it is 0 or NaN; a text is read as
+// a number, or "true" or "false", and is 0 or false when it is neither; a number as a text is the shortest
+// that reads back.
+//
+// Every setter stores and then calls the callback with flag false, also when the value is the same as before:
+// a filter may want to hear that it was set. The setters of a read-only parameter work like all others, since
+// its filter shows values through them; whoever lets a user edit parameters looks at flags() first.
+class Param final : public zt::IParam {
+public:
+    Param(ParamInfo paramInfo, ParamValue initialValue);
+
+    // Makes the parameter a choice of named values. For a string the value is the name itself; for a number
+    // it is the index of the name. Names that are not in the list are ignored by setAliasValue().
+    void setAliases(std::vector<std::string> names);
+
+    const char* name() const override { return info.name.c_str(); }
+    const char* description() const override { return info.description.c_str(); }
+    int type() const override { return static_cast<int>(value.index()); }
+
+    zt::i8 getI8() const override;
+    zt::u8 getU8() const override;
+    bool getBool() const override;
+    zt::i16 getI16() const override;
+    zt::u16 getU16() const override;
+    zt::i32 getInt() const override;
+    zt::u32 getUInt() const override;
+    zt::i64 getI64() const override;
+    zt::u64 getU64() const override;
+    float getFloat() const override;
+    double getDouble() const override;
+    using zt::IParam::getString;
+    void getString(zt::IString* out) const override;
+
+    void setI8(zt::i8 newValue) override;
+    void setU8(zt::u8 newValue) override;
+    void setBool(bool newValue) override;
+    void setI16(zt::i16 newValue) override;
+    void setU16(zt::u16 newValue) override;
+    void setInt(zt::i32 newValue) override;
+    void setUInt(zt::u32 newValue) override;
+    void setI64(zt::i64 newValue) override;
+    void setU64(zt::u64 newValue) override;
+    void setFloat(float newValue) override;
+    void setDouble(double newValue) override;
+    void setString(const char* newValue) override;
+
+    zt::u32 flags() const override;
+    using zt::IParam::getAliasValues;
+    void getAliasValues(zt::IStrList* out) const override;
+    void setAliasValue(const char* alias) override;
+    using zt::IParam::getAliasValue;
+    // Empty when the value is none of the aliases.
+    void getAliasValue(zt::IString* out) const override;
+
+private:
+    template <typename T>
+    T valueAs() const;
+    template <typename T>
+    void store(const T& newValue);
+
+    ParamInfo info;
+    ParamValue value;
+    std::vector<std::string> aliases;
+};
+
+} // namespace ombrel

@@ -1,0 +1,149 @@
+#include "settings/Settings.h"
+
+#include "base/AtomicFile.h"
+#include "base/Error.h"
+#include "settings/SettingsReader.h"
+#include "settings/SettingsWriter.h"
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+#include <limits>
+#include <optional>
+
+namespace ombrel {
+
+namespace {
+
+std::string_view textOf(const char* text) {
+    return text ? text : "";
+}
+
+bool shareGroup(const SettingsTree& one, const SettingsTree& other) {
+    return std::ranges::any_of(one.groups, [&](const SettingsGroup& group) {
+        return group.name != ownGroup && other.find(group.name);
+    });
+}
+
+} // namespace
+
+Settings::Settings(std::string filePath, Log lineLog) : path(std::move(filePath)), log(std::move(lineLog)) {}
+
+void Settings::loadFile(const std::string& source) {
+    tree = readSettings(source);
+}
+
+void Settings::keepOwnGroupOfFile() {
+    std::error_code none;
+    const auto bytes = std::filesystem::file_size(path, none);
+    if (none || bytes == 0)
+        return;
+    const auto before = readReplaceable(path);
+    if (!shareGroup(before, tree))
+        throw Error(path + ": holds other settings (" + filterGroups(before) + ", not " + filterGroups(tree) +
+                    ") and is not replaced; choose another name");
+    tree.remove(ownGroup);
+    if (const SettingsGroup* const kept = before.find(ownGroup))
+        tree.set(*kept);
+}
+
+void Settings::saveFile() {
+    if (tree.groups.empty())
+        return;
+    AtomicFile file(path);
+    keepOwnGroupOfFile();
+    writeSettings(tree, file);
+    file.commit();
+}
+
+void Settings::load() {
+    try {
+        loadFile();
+    } catch (const std::exception& error) {
+        log(error.what());
+    }
+}
+
+void Settings::save() {
+    try {
+        saveFile();
+    } catch (const std::exception& error) {
+        log(error.what());
+    }
+}
+
+void Settings::setString(const char* group, const char* key, const char* value) {
+    tree.set(textOf(group), textOf(key), std::string(textOf(value)));
+}
+
+void Settings::setInt(const char* group, const char* key, int value) {
+    tree.set(textOf(group), textOf(key), value);
+}
+
+void Settings::setDouble(const char* group, const char* key, double value) {
+    tree.set(textOf(group), textOf(key), value);
+}
+
+void Settings::setBool(const char* group, const char* key, bool value) {
+    tree.set(textOf(group), textOf(key), value);
+}
+
+void Settings::setBlob(const char* group, const char* key, const void* data, zt::u64 byteSize) {
+    const std::span bytes(static_cast<const std::byte*>(data), static_cast<std::size_t>(byteSize));
+    tree.set(textOf(group), textOf(key), Blob(bytes));
+}
+
+void Settings::logWrongType(const char* group, const char* key, const SettingsValue& value,
+                            std::string_view asked) const {
+    log(path + ": group \"" + std::string(textOf(group)) + "\", key \"" + std::string(textOf(key)) +
+        "\": the value is of type " + std::string(settingsTypeName(value)) + " where " + std::string(asked) +
+        " is asked for");
+}
+
+template <typename T>
+const T* Settings::find(const char* group, const char* key) const {
+    const SettingsValue* const value = tree.find(textOf(group), textOf(key));
+    const T* const typed = std::get_if<T>(value);
+    if (value && !typed)
+        logWrongType(group, key, *value, settingsTypeName(T{}));
+    return typed;
+}
+
+void Settings::getString(const char* group, const char* key, const char* defaultValue, zt::IString* out) {
+    const std::string* const value = find<std::string>(group, key);
+    out->set(value ? value->c_str() : textOf(defaultValue).data());
+}
+
+int Settings::getInt(const char* group, const char* key, int defaultValue) {
+    const SettingsValue* const value = tree.find(textOf(group), textOf(key));
+    const double* const number = std::get_if<double>(value);
+    if (number && *number == std::trunc(*number) && std::abs(*number) <= std::numeric_limits<int>::max())
+        return static_cast<int>(*number);
+    const int* const exact = find<int>(group, key);
+    return exact ? *exact : defaultValue;
+}
+
+double Settings::getDouble(const char* group, const char* key, double defaultValue) {
+    const SettingsValue* const value = tree.find(textOf(group), textOf(key));
+    if (const int* const whole = std::get_if<int>(value))
+        return *whole;
+    const double* const exact = find<double>(group, key);
+    return exact ? *exact : defaultValue;
+}
+
+bool Settings::getBool(const char* group, const char* key, bool defaultValue) {
+    const bool* const value = find<bool>(group, key);
+    return value ? *value : defaultValue;
+}
+
+void Settings::getBlob(const char* group, const char* key, void* buffer, zt::u64* byteSize) {
+    const Blob* const value = find<Blob>(group, key);
+    const std::span out(static_cast<std::byte*>(buffer), static_cast<std::size_t>(*byteSize));
+    *byteSize = value ? value->copyTo(out) : 0;
+}
+
+void Settings::getFilePath(zt::IString* out) const {
+    out->set(path.c_str());
+}
+
+} // namespace ombrel

@@ -1,0 +1,129 @@
+#include "settings/SettingsFiles.h"
+
+#include "base/Error.h"
+#include "base/FileDescriptor.h"
+#include "base/Hash.h"
+#include "settings/SettingsReader.h"
+
+#include <algorithm>
+#include <filesystem>
+
+namespace ombrel {
+
+namespace {
+
+constexpr std::string_view heapHashKey = "HeapHash";
+
+bool namesInput(std::string_view key, const std::string& value) {
+    std::error_code failure;
+    return !namesLogFile(key) && !value.empty() && std::filesystem::is_regular_file(value, failure);
+}
+
+} // namespace
+
+std::vector<std::string> filesUsedBy(const SettingsTree& settings, const std::string& path) {
+    std::vector<std::string> files;
+    const auto add = [&](const std::string& file) {
+        if (std::ranges::find(files, file) == files.end())
+            files.push_back(file);
+    };
+    std::error_code failure;
+    if (const std::string heap = heapPathOf(path); std::filesystem::is_regular_file(heap, failure))
+        add(heap);
+    for (const SettingsGroup& group : settings.groups)
+        for (const SettingsItem& item : group.items)
+            if (const auto* const text = std::get_if<std::string>(&item.value))
+                if (namesInput(item.key, *text))
+                    add(*text);
+    return files;
+}
+
+std::string heapPathOf(const std::string& settingsPath) {
+    return std::filesystem::path(settingsPath).replace_extension(".bin").string();
+}
+
+void noteHeap(SettingsTree& settings, const std::string& heapFile) {
+    settings.set(ownGroup, heapHashKey, fileHash(heapFile));
+}
+
+void checkHeap(const SettingsTree& settings, const std::string& settingsPath) {
+    const SettingsValue* const noted = settings.find(ownGroup, heapHashKey);
+    if (!noted)
+        return;
+    const std::string heap = heapPathOf(settingsPath);
+    const auto* const hash = std::get_if<std::string>(noted);
+    std::error_code failure;
+    const bool isThere = std::filesystem::exists(heap, failure);
+    if (hash && isThere && fileHash(heap) == *hash)
+        return;
+    throw Error(settingsPath + ": its calibration " + heap +
+                (isThere ? " is not the one" : " is missing, the one") +
+                " it was made with; calibrate again with --force, or copy both files again from one place");
+}
+
+bool looksLikeSettings(const std::string& path) {
+    std::error_code failure;
+    if (!std::filesystem::is_regular_file(path, failure))
+        return false;
+    const FileDescriptor file = FileDescriptor::openForReading(path);
+    std::string begin(static_cast<std::size_t>(std::min<zt::u64>(file.size(), 64)), '\0');
+    file.readAt(0, std::as_writable_bytes(std::span(begin)));
+    const std::size_t mark = begin.starts_with("\xef\xbb\xbf") ? 3 : 0;
+    const std::size_t first = begin.find_first_not_of(" \t\r\n", mark);
+    return first != std::string::npos && begin[first] == '<';
+}
+
+std::string settingsReportText(const std::string& path) {
+    const SettingsTree settings = readSettings(path);
+    checkHeap(settings, path);
+    std::string text = path + "\n  kind          settings, " + filterGroups(settings) + '\n';
+    if (settings.find(ownGroup, heapHashKey))
+        text += "  calibration   " + heapPathOf(path) + ", the one it was made with\n";
+    return text;
+}
+
+ParamAssignment::ParamAssignment(const std::string& text) {
+    const std::size_t colon = text.find(':');
+    const std::size_t equals = text.find('=');
+    if (colon == std::string::npos || equals == std::string::npos || colon > equals)
+        return;
+    filter = text.substr(0, colon);
+    param = text.substr(colon + 1, equals - colon - 1);
+    value = text.substr(equals + 1);
+}
+
+std::string ParamAssignment::fileUsed() const {
+    return namesInput(param, value) ? value : std::string();
+}
+
+bool namesLogFile(std::string_view key) {
+    return key.starts_with("Log");
+}
+
+bool makesAWrite(std::string_view key) {
+    return namesLogFile(key) || key == dumpKey;
+}
+
+std::map<std::string, std::string> discardWrites(Settings& settings) {
+    std::map<std::string, std::string> before;
+    const SettingsTree tree = settings.contents();
+    for (const SettingsGroup& group : tree.groups)
+        for (const SettingsItem& item : group.items) {
+            const auto* const file = std::get_if<std::string>(&item.value);
+            const auto* const on = std::get_if<bool>(&item.value);
+            if (file && !file->empty() && namesLogFile(item.key)) {
+                before[item.key] = *file;
+                settings.setString(group.name.c_str(), item.key.c_str(), "/dev/null");
+            } else if (on && *on && item.key == dumpKey) {
+                before[item.key] = "true";
+                settings.setBool(group.name.c_str(), item.key.c_str(), false);
+            }
+        }
+    return before;
+}
+
+bool isDumpName(const std::string& name) {
+    return (name.starts_with("cs_v") || name.starts_with("ff_v")) && name.ends_with(".txt");
+}
+
+} // namespace ombrel

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "simulation/SetPart.h"
+
+namespace ombrel::simulation {
+
+// What the adaptive filter is calibrated with and tried on. The axes are bias (V), threshold (T) and energy
+// (E), each with plan.gridSteps values; with none of them the set has no such part.
+//
+//   grid.csv            the table of the flat fields: v, t, e, file
+//   grid-flats.h5       u32, a few frames of the open beam for each point, 2 million counts a pixel in all
+//   on-grid.h5, midpoints.h5, drifting.h5
+//                       u16, 20,000 counts a pixel, a sample and a nearly black block in the beam: at points
+//                       of the grid, midway between neighbours on all axes, and on a way through the grid
+//   grid-frames.csv     at which settings each of these was taken
+//   open-area.h5        u16, 1 for good pixels that see the open beam in all of them, else 0
+//   compensation-mask.h5  u16, 0 for dead and hot pixels and for a block in a corner, which stays black
+class GridPart : public SetPart {
+public:
+    std::vector<std::string> files(const SetPlan& plan) const override;
+    zt::u64 images(const SetPlan& plan) const override;
+    void write(const SetContext& context) const override;
+};
+
+} // namespace ombrel::simulation

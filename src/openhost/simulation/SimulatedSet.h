@@ -1,0 +1,36 @@
+#pragma once
+
+#include "zt/Types.h"
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace ombrel::simulation {
+
+// What a simulated data set is to hold.
+struct SetPlan {
+    std::string directory;
+    zt::u32 width = 256;
+    zt::u32 height = 256;
+    zt::u32 frames = 100;
+    zt::u32 flats = 20;
+    double flux = 5000;      // photons a pixel and frame in the middle of the open beam
+    zt::u32 gridSteps = 3;   // values of each setting in the adaptive filter's grid; 0: none, else 2 or more
+    zt::u32 wedgeSteps = 10; // thicknesses of the beam-hardening filter's wedge, 0.3 mm apart; 0: none
+    std::uint64_t seed = 1;
+};
+
+// The paths of the files that writeSet() writes.
+std::vector<std::string> filesOf(const SetPlan& plan);
+
+// Images that writeSet() makes.
+zt::u64 imagesOf(const SetPlan& plan);
+
+// Writes the set, replacing files that are there, and calls `advanced` once an image. simulation.json holds
+// the plan and lists the dead and hot pixels by index; each part describes its own files. The same plan gives
+// the same pixels. Throws Error.
+void writeSet(const SetPlan& plan, const std::function<void()>& advanced);
+
+} // namespace ombrel::simulation

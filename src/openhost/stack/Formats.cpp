@@ -1,0 +1,196 @@
+// What is known of a format of frame files is one row of this table: reading goes by the content of a file,
+// writing by the suffix of its name.
+
+#include "base/Error.h"
+#include "base/FileDescriptor.h"
+#include "base/FileKind.h"
+#include "base/FileLock.h"
+#include "base/MemoryBudget.h"
+#include "base/SizeText.h"
+#include "frame/FrameFile.h"
+#include "frame/FrameOutput.h"
+#include "frame/PixelType.h"
+#include "hdf5/Hdf5File.h"
+#include "hdf5/Hdf5Output.h"
+#include "tiff/TiffFile.h"
+#include "tiff/TiffOutput.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <string_view>
+
+namespace ombrel {
+
+namespace {
+
+using Path = const std::string&;
+
+struct Format {
+    FileKind kind;
+    std::vector<std::string_view> suffixes; // of outputs
+    std::unique_ptr<FrameFile> (*open)(Path path, FrameRole role);
+    std::vector<std::string> (*sources)(Path path);
+    std::unique_ptr<FrameOutput> (*create)(const OutputPlan& plan);
+    std::unique_ptr<FrameOutput> (*resume)(const OutputState& state);
+    OutputState (*state)(Path path);
+    std::optional<OutputState> (*stateToResume)(Path path, const std::string& record);
+    std::string (*settings)(Path path, std::size_t index);
+    std::vector<std::string> (*filesBeside)(Path path);
+};
+
+template <typename Output, typename From>
+std::unique_ptr<FrameOutput> make(const From& from) {
+    return std::make_unique<Output>(from);
+}
+
+std::unique_ptr<FrameFile> openTiff(Path path, FrameRole) {
+    const auto [file, dataset] = splitDatasetPath(path);
+    if (!dataset.empty())
+        throw Error(path + ": a TIFF file holds no datasets; leave out what follows \"::\"");
+    return std::make_unique<TiffFile>(file);
+}
+
+std::optional<OutputState> tiffStateToResume(Path path, const std::string& record) {
+    if (std::filesystem::exists(path) && TiffRecord::isMissing(path, record))
+        return std::nullopt;
+    std::optional<OutputState> state = FrameOutput::stateOf(path);
+    if (state)
+        TiffOutput::keepWholeFrames(*state);
+    return state;
+}
+
+const Format formats[] = {
+    {FileKind::Hdf5,
+     {".h5", ".hdf5", ".nxs"},
+     [](Path path, FrameRole role) -> std::unique_ptr<FrameFile> {
+         return std::make_unique<Hdf5File>(path, role);
+     },
+     hdf5FilesOf,
+     make<Hdf5Output, OutputPlan>,
+     make<Hdf5Output, OutputState>,
+     readHdf5Output,
+     [](Path path, const std::string&) { return FrameOutput::stateOf(path); },
+     settingsInHdf5Output,
+     [](Path) { return std::vector<std::string>(); }},
+    {FileKind::Tiff,
+     {".tif", ".tiff"},
+     openTiff,
+     [](Path path) { return std::vector{path}; },
+     make<TiffOutput, OutputPlan>,
+     make<TiffOutput, OutputState>,
+     TiffRecord::read,
+     tiffStateToResume,
+     TiffRecord::settings,
+     [](Path path) { return std::vector{TiffRecord::pathFor(path)}; }},
+};
+
+bool hasSuffix(Path path, std::string_view suffix) {
+    const auto sameLetter = [](char one, char other) { return (one | 0x20) == (other | 0x20); };
+    return path.size() > suffix.size() &&
+           std::equal(suffix.begin(), suffix.end(), path.end() - static_cast<std::ptrdiff_t>(suffix.size()),
+                      sameLetter);
+}
+
+const Format* formatOfOutput(Path path) {
+    const auto* const found = std::ranges::find_if(formats, [&](const Format& format) {
+        return std::ranges::any_of(format.suffixes,
+                                   [&](std::string_view suffix) { return hasSuffix(path, suffix); });
+    });
+    return found == std::end(formats) ? nullptr : found;
+}
+
+// For an output that exists; an output of another name is taken for HDF5, whose reader says what is wrong.
+const Format& formatOrFirst(Path path) {
+    const Format* const format = formatOfOutput(path);
+    return format ? *format : formats[0];
+}
+
+const Format* formatOfKind(FileKind kind) {
+    const auto* const found = std::ranges::find(formats, kind, &Format::kind);
+    return found == std::end(formats) ? nullptr : found;
+}
+
+// A damaged file may claim any size.
+void checkMemory(const FrameFileInfo& info, zt::u64 scratchBytes) {
+    const double pixels = static_cast<double>(info.width) * info.height;
+    const double image = pixels * static_cast<double>(pixelSize(info.pixelType));
+    const double frame = info.subFrames == 0 ? image : image * info.subFrames + pixels * sizeof(double);
+    const double needed = frame + static_cast<double>(scratchBytes);
+    constexpr double alwaysThere = 1 << 26;
+    if (needed <= alwaysThere)
+        return;
+    const auto available = static_cast<double>(availableMemory());
+    if (needed > available)
+        throw Error(info.path + ": a frame of " + sizeText(info.width, info.height) + " pixels needs " +
+                    bytesText(needed) + " of memory, but only " + bytesText(available) + " is available");
+}
+
+} // namespace
+
+std::unique_ptr<FrameFile> FrameFile::open(const std::string& path, FrameRole role) {
+    const std::string name = splitDatasetPath(path).file;
+    const FileDescriptor content = FileDescriptor::openForReading(name);
+    checkRegular(content, name);
+    const Format* const format = formatOfKind(fileKind(content));
+    if (!format)
+        throw Error(name + ": is neither TIFF nor HDF5");
+    auto file = format->open(path, role);
+    checkMemory(file->info(), file->scratchBytes);
+    return file;
+}
+
+std::vector<std::string> FrameFile::sourcesOf(const std::string& path) {
+    try {
+        const std::string name = splitDatasetPath(path).file;
+        const Format* const format = formatOfKind(fileKind(FileDescriptor::openForReading(name)));
+        return format ? format->sources(name) : std::vector<std::string>();
+    } catch (const Error&) { // whoever reads it gets the reason
+        return {};
+    }
+}
+
+bool FrameFile::looksLikeFrames(const std::string& path) {
+    try {
+        return formatOfKind(fileKind(FileDescriptor::openForReading(splitDatasetPath(path).file)));
+    } catch (const Error&) {
+        return false;
+    }
+}
+
+bool FrameOutput::isOutputPath(const std::string& path) {
+    return formatOfOutput(path);
+}
+
+std::vector<std::string> FrameOutput::filesBeside(const std::string& path) {
+    const Format* const format = formatOfOutput(path);
+    return format ? format->filesBeside(path) : std::vector<std::string>();
+}
+
+std::unique_ptr<FrameOutput> FrameOutput::create(const OutputPlan& plan) {
+    if (const Format* const format = formatOfOutput(plan.path))
+        return format->create(plan);
+    throw Error(plan.path +
+                ": unknown output format; the file name must end in .h5, .hdf5, .nxs, .tif or .tiff");
+}
+
+std::optional<OutputState> FrameOutput::stateOf(const std::string& path) {
+    if (!std::filesystem::exists(path))
+        return std::nullopt;
+    if (isBeingWritten(path))
+        throw Error(path + ": another run is writing it; try again when it has ended");
+    return formatOrFirst(path).state(path);
+}
+
+std::optional<OutputState> FrameOutput::stateToResume(const std::string& path, const std::string& record) {
+    return formatOrFirst(path).stateToResume(path, record);
+}
+
+std::unique_ptr<FrameOutput> FrameOutput::resume(const OutputState& state) {
+    return formatOrFirst(state.plan.path).resume(state);
+}
+
+std::string FrameOutput::settingsIn(const std::string& path, std::size_t index) {
+    return formatOrFirst(path).settings(path, index);
+}
+
+} // namespace ombrel

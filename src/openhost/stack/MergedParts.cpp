@@ -1,0 +1,111 @@
+#include "stack/MergedParts.h"
+
+#include "base/Error.h"
+#include "base/Hash.h"
+#include "base/SizeText.h"
+#include "hdf5/Hdf5OutputLayout.h"
+#include "stack/Hdf5WholeMaker.h"
+#include "zt/DataType.h"
+
+#include <algorithm>
+#include <filesystem>
+
+namespace ombrel {
+
+namespace {
+
+struct Part {
+    std::string path;
+    OutputState state;
+    RunRecord record;
+};
+
+// Tells the frames of a part from those of another run: a hash of the hashes of all its frames.
+std::string partHash(const OutputState& state) {
+    std::vector<zt::u64> hashes;
+    for (const FrameRow& row : state.rows)
+        hashes.insert(hashes.end(), {row.inputHash, row.outputHash, row.failed ? zt::u64{1} : zt::u64{0}});
+    return hashText(pixelHash(std::as_bytes(std::span(hashes))));
+}
+
+Part openPart(const std::string& path) {
+    Part part{path, readHdf5Output(path), {}};
+    part.record = RunRecord::fromJson(part.state.plan.record);
+    if (!part.record.parts.empty())
+        throw Error(path + ": is merged from parts itself; merge these");
+    if (!part.state.complete)
+        throw Error(path + ": is not complete: " + std::to_string(part.state.framesDone) + " of " +
+                    countText(part.state.plan.frames, "frame") + " done; finish it with --resume");
+    return part;
+}
+
+// Ranges apart, the records must be the same.
+void checkSameRun(const Part& part, const Part& first) {
+    RunRecord record = part.record;
+    record.begin = first.record.begin;
+    record.end = first.record.end;
+    const auto differences = record.differencesFrom(first.record);
+    if (!differences.empty())
+        throw Error(part.path + ": is not of the same run as " + first.path + ": " + differences.front());
+    if (part.state.plan.width != first.state.plan.width || part.state.plan.height != first.state.plan.height)
+        throw Error(part.path + ": its frames are of another size than those of " + first.path);
+}
+
+void checkFollows(const Part& part, const Part& before) {
+    if (part.record.begin == before.record.end)
+        return;
+    const std::string where = std::to_string(before.record.end) + " to " + std::to_string(part.record.begin);
+    throw Error(part.record.begin > before.record.end
+                    ? "frames are missing between " + before.path + " and " + part.path + ": " + where
+                    : part.path + " and " + before.path + " hold the same frames");
+}
+
+std::string relativeTo(const std::string& whole, const std::string& part) {
+    namespace fs = std::filesystem;
+    return fs::absolute(part).lexically_normal().lexically_relative(
+        fs::absolute(whole).lexically_normal().parent_path());
+}
+
+} // namespace
+
+void mergeParts(const std::vector<std::string>& paths, const std::string& whole) {
+    std::vector<Part> parts;
+    for (const std::string& path : paths)
+        parts.push_back(openPart(path));
+    std::ranges::sort(parts, {}, [](const Part& part) { return part.record.begin; });
+    RunRecord record = parts.front().record;
+    record.end = parts.back().record.end;
+    OutputPlan plan = parts.front().state.plan;
+    plan.frames = record.end - record.begin;
+    for (std::size_t i = 0; i < parts.size(); ++i) {
+        checkSameRun(parts[i], parts.front());
+        if (i > 0)
+            checkFollows(parts[i], parts[i - 1]);
+        record.parts.push_back({relativeTo(whole, parts[i].path), parts[i].record.begin, parts[i].record.end,
+                                partHash(parts[i].state)});
+    }
+    plan.path = whole;
+    plan.record = record.toJson();
+    std::vector<std::string> settings;
+    for (const LinkRecord& link : record.chain)
+        if (link.settings)
+            settings.push_back(settingsInHdf5Output(parts.front().path, settings.size()));
+    makeHdf5Whole(plan, record, settings);
+}
+
+void checkParts(const std::string& whole, const RunRecord& record) {
+    const std::filesystem::path folder = std::filesystem::path(whole).parent_path();
+    for (const PartRecord& part : record.parts) {
+        const std::string path = (folder / part.path).string();
+        if (!std::filesystem::exists(path))
+            throw Error(whole + ": its part " + path + " is missing");
+        if (partHash(readHdf5Output(path)) != part.hash)
+            throw Error(whole + ": its part " + path + " is another one than was merged");
+    }
+}
+
+void checkPartsOf(const std::string& output) {
+    checkParts(output, RunRecord::fromJson(readHdf5Output(output).plan.record));
+}
+
+} // namespace ombrel

@@ -1,0 +1,161 @@
+#include "tiff/TiffFile.h"
+
+#include "base/Error.h"
+#include "base/SizeText.h"
+#include "frame/PixelType.h"
+
+#include <algorithm>
+
+namespace ombrel {
+
+namespace {
+
+std::string kindText(const TiffPage& page) {
+    return sizeText(page.width, page.height) + ' ' + std::string(pixelTypeName(page.pixelType));
+}
+
+// Pixels of the other byte order as those of this processor.
+void swapBytes(std::span<std::byte> pixels, std::size_t pixelBytes) {
+    const auto count = static_cast<tmsize_t>(pixels.size() / pixelBytes);
+    if (pixelBytes == 2)
+        TIFFSwabArrayOfShort(reinterpret_cast<zt::u16*>(pixels.data()), count);
+    else if (pixelBytes == 4)
+        TIFFSwabArrayOfLong(reinterpret_cast<zt::u32*>(pixels.data()), count);
+    else if (pixelBytes == 8)
+        TIFFSwabArrayOfLong8(reinterpret_cast<zt::u64*>(pixels.data()), count);
+}
+
+} // namespace
+
+TiffFile::TiffFile(const std::string& path) : file{FileDescriptor::openForReading(path)}, tiff{path} {
+    fileInfo.path = path;
+    fileInfo.format = "TIFF";
+    gatherPages();
+    fileInfo.width = pages.front().width;
+    fileInfo.height = pages.front().height;
+    fileInfo.pixelType = pages.front().pixelType;
+    fileInfo.frames = pages.size() == 1 ? pages.front().images : static_cast<zt::u32>(pages.size());
+    scratchBytes = TIFFIsTiled(tiff.get()) ? TIFFTileSize64(tiff.get()) : 0;
+}
+
+void TiffFile::gatherPages() {
+    std::unordered_set<zt::u64> directories;
+    zt::u64 next = TIFFCurrentDirOffset(tiff.get());
+    while (next != 0) {
+        const std::string page = where(static_cast<zt::u32>(pages.size()));
+        if (!directories.insert(next).second)
+            throw Error(page + ": the file is damaged: its pages lead back to an earlier one");
+        if (TIFFCurrentDirOffset(tiff.get()) != next && TIFFSetSubDirectory(tiff.get(), next) != 1)
+            throw Error(page + ": the file is cut off or damaged: this page cannot be read" + tiff.reason());
+        pages.push_back(examineTiffPage(tiff, page, file.size()));
+        checkLikeFirst(pages.back(), page);
+        next = gatherLikeLast(directories);
+    }
+    if (pages.size() == 1)
+        gatherStack();
+}
+
+// The pages after the last one that differ from it by their place alone. Returns where the next directory is.
+zt::u64 TiffFile::gatherLikeLast(std::unordered_set<zt::u64>& directories) {
+    const zt::u64 fileSize = file.size();
+    TiffPage page = pages.back();
+    TiffDirectory directory = readDirectory(page.directoryOffset);
+    while (page.pixelOffset && directory.hasOneStrip()) {
+        const zt::u64 next = directory.next();
+        if (next == 0 || directories.contains(next) || !directory.moveTo(file, next))
+            return next;
+        page.directoryOffset = next;
+        page.pixelOffset = directory.stripOffset();
+        // What is wrong with a page is found by the library.
+        if (*page.pixelOffset == 0 || *page.pixelOffset > fileSize ||
+            std::max(directory.stripBytes(), page.imageBytes()) > fileSize - *page.pixelOffset)
+            return next;
+        directories.insert(next);
+        pages.push_back(page);
+    }
+    return directory.next();
+}
+
+// The library takes a link that is cut off for the end of the pages.
+TiffDirectory TiffFile::readDirectory(zt::u64 offset) const {
+    try {
+        return {file, {TIFFIsBigTIFF(tiff.get()) != 0, TIFFIsByteSwapped(tiff.get()) != 0}, offset};
+    } catch (const Error&) {
+        throw Error(where(static_cast<zt::u32>(pages.size() - 1)) + ": the file is cut off after this page");
+    }
+}
+
+// One directory may describe images that follow each other without directories of their own.
+void TiffFile::gatherStack() {
+    TiffPage& page = pages.front();
+    const zt::u32 images = imagesDescribed(tiff);
+    if (images == 1)
+        return;
+    const std::string claim =
+        fileInfo.path + ": its description names " + std::to_string(images) + " images, but ";
+    if (!page.pixelOffset)
+        throw Error(claim + "it has one directory, whose pixels are compressed or in several pieces");
+    const zt::u64 held = (file.size() - *page.pixelOffset) / page.imageBytes();
+    if (held < images)
+        throw Error(claim + "the file is cut off or damaged: there is room for " + std::to_string(held));
+    page.images = images;
+}
+
+void TiffFile::checkLikeFirst(const TiffPage& page, const std::string& name) const {
+    const TiffPage& first = pages.front();
+    if (page.width != first.width || page.height != first.height || page.pixelType != first.pixelType)
+        throw Error(name + " is " + kindText(page) + ", but frame 0 is " + kindText(first) +
+                    "; the frames of one file must be alike");
+}
+
+void TiffFile::readImage(zt::u32 frame, zt::u32, std::span<std::byte> pixels) {
+    const bool isStack = pages.front().images > 1;
+    const TiffPage& page = pages.at(isStack ? 0 : frame);
+    if (page.pixelOffset)
+        return readDirectly(page, frame, pixels);
+    if (TIFFCurrentDirOffset(tiff.get()) != page.directoryOffset &&
+        TIFFSetSubDirectory(tiff.get(), page.directoryOffset) != 1)
+        throw Error(where(frame) + ": cannot be read" + tiff.reason());
+    TIFFIsTiled(tiff.get()) ? readTiles(where(frame), pixels) : readStrips(where(frame), pixels);
+}
+
+void TiffFile::readDirectly(const TiffPage& page, zt::u32 frame, std::span<std::byte> pixels) const {
+    const zt::u64 before = page.images > 1 ? frame * page.imageBytes() : 0;
+    if (const auto failure = file.tryReadAt(*page.pixelOffset + before, pixels))
+        throw Error(where(frame) + ": " + *failure);
+    if (TIFFIsByteSwapped(tiff.get()))
+        swapBytes(pixels, pixelSize(page.pixelType));
+}
+
+void TiffFile::readStrips(const std::string& page, std::span<std::byte> pixels) const {
+    const zt::u32 count = TIFFNumberOfStrips(tiff.get());
+    for (zt::u32 strip = 0; strip < count; ++strip) {
+        const auto size = std::min<std::size_t>(pixels.size(), TIFFStripSize64(tiff.get()));
+        if (TIFFReadEncodedStrip(tiff.get(), strip, pixels.data(), static_cast<tmsize_t>(size)) !=
+            static_cast<tmsize_t>(size))
+            throw Error(page + ": strip " + std::to_string(strip) + " cannot be read" + tiff.reason());
+        pixels = pixels.subspan(size);
+    }
+}
+
+void TiffFile::readTiles(const std::string& page, std::span<std::byte> pixels) {
+    zt::u32 tileWidth = 0;
+    zt::u32 tileHeight = 0;
+    TIFFGetField(tiff.get(), TIFFTAG_TILEWIDTH, &tileWidth);
+    TIFFGetField(tiff.get(), TIFFTAG_TILELENGTH, &tileHeight);
+    tile.resize(TIFFTileSize64(tiff.get()));
+    const std::size_t pixelBytes = pixelSize(fileInfo.pixelType);
+    for (zt::u32 top = 0; top < fileInfo.height; top += tileHeight)
+        for (zt::u32 left = 0; left < fileInfo.width; left += tileWidth) {
+            if (TIFFReadTile(tiff.get(), tile.data(), left, top, 0, 0) != static_cast<tmsize_t>(tile.size()))
+                throw Error(page + ": the tile at " + std::to_string(left) + ", " + std::to_string(top) +
+                            " cannot be read" + tiff.reason());
+            const std::size_t rowBytes = std::min(tileWidth, fileInfo.width - left) * pixelBytes;
+            const zt::u32 rows = std::min(tileHeight, fileInfo.height - top);
+            for (zt::u32 row = 0; row < rows; ++row)
+                std::copy_n(tile.data() + std::size_t{row} * tileWidth * pixelBytes, rowBytes,
+                            pixels.data() + ((std::size_t{top} + row) * fileInfo.width + left) * pixelBytes);
+        }
+}
+
+} // namespace ombrel

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "base/FileDescriptor.h"
+#include "frame/FrameFile.h"
+#include "tiff/TiffDirectory.h"
+#include "tiff/TiffHandle.h"
+#include "tiff/TiffPage.h"
+
+#include <unordered_set>
+#include <vector>
+
+namespace ombrel {
+
+// The pages of a TIFF file as frames.
+class TiffFile final : public FrameFile {
+public:
+    // Looks at every page, so that a file that is cut off is found here and any frame is reached at once
+    // later.
+    explicit TiffFile(const std::string& path);
+
+    void readImage(zt::u32 frame, zt::u32 subFrame, std::span<std::byte> pixels) override;
+
+private:
+    void gatherPages();
+    zt::u64 gatherLikeLast(std::unordered_set<zt::u64>& directories);
+    TiffDirectory readDirectory(zt::u64 offset) const;
+    void gatherStack();
+    void checkLikeFirst(const TiffPage& page, const std::string& name) const;
+    void readDirectly(const TiffPage& page, zt::u32 frame, std::span<std::byte> pixels) const;
+    void readStrips(const std::string& page, std::span<std::byte> pixels) const;
+    void readTiles(const std::string& page, std::span<std::byte> pixels);
+
+    FileDescriptor file;
+    TiffHandle tiff;
+    std::vector<TiffPage> pages;
+    std::vector<std::byte> tile;
+};
+
+} // namespace ombrel

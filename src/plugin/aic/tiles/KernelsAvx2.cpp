@@ -1,0 +1,5 @@
+// Compiled for AVX2, see CMakeLists.txt.
+#include "tiles/KernelTable.h"
+
+extern const Kernels avx2Kernels;
+const Kernels avx2Kernels = kernelTable("AVX2");

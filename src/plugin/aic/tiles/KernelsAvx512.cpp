@@ -1,0 +1,5 @@
+// Compiled for AVX-512, see CMakeLists.txt.
+#include "tiles/KernelTable.h"
+
+extern const Kernels avx512Kernels;
+const Kernels avx512Kernels = kernelTable("AVX-512");

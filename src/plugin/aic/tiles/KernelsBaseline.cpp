@@ -1,0 +1,4 @@
+#include "tiles/KernelTable.h"
+
+extern const Kernels baselineKernels;
+const Kernels baselineKernels = kernelTable("baseline");

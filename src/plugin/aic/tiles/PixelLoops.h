@@ -1,0 +1,88 @@
+#pragma once
+
+#include "tiles/PixelRules.h"
+
+#include <cstddef>
+#include <cstdint>
+
+// Loops over pixels that the compiler turns into vectors of the processor that the including source is
+// compiled for. Each pixel is worked out by itself, so the width of the vectors does not show.
+namespace {
+
+inline void multiply(float* pixels, const float* factors, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+        pixels[i] *= factors[i];
+    }
+}
+
+inline void scale(float* pixels, float factor, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+        pixels[i] *= factor;
+    }
+}
+
+inline void divide(const float* dividends, const float* divisors, float* quotients, PixelBlock block) {
+    for (std::size_t y = 0; y < block.rows; ++y) {
+        for (std::size_t i = y * block.rowDistance; i < y * block.rowDistance + block.cols; ++i) {
+            quotients[i] = dividends[i] / divisors[i];
+        }
+    }
+}
+
+inline void clip(float* pixels, float low, float high, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+        const float raised = pixels[i] < low ? low : pixels[i];
+        pixels[i] = raised > high ? high : raised;
+    }
+}
+
+// The magnitudes' extremes, as the bits of floats: these order as magnitudes do, with infinity and then NaN
+// above all others.
+inline MagnitudeBits magnitudeBits(const float* pixels, std::size_t count) {
+    std::int32_t lowest = 0x7fffffff;
+    std::int32_t highest = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+        std::int32_t bits;
+        __builtin_memcpy(&bits, pixels + i, sizeof bits);
+        bits &= 0x7fffffff;
+        lowest = bits < lowest ? bits : lowest;
+        highest = bits > highest ? bits : highest;
+    }
+    return {lowest, highest};
+}
+
+inline void stretchIntoBins(float* pixels, StretchRule rule, std::int32_t* bins, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+        const float stretched = (pixels[i] - rule.lowest) / rule.range + rule.offset;
+        const float bin = stretched / rule.binWidth;
+        pixels[i] = stretched;
+        bins[i] = bin >= 0 && bin < rule.binCount ? static_cast<std::int32_t>(bin) : -1;
+    }
+}
+
+// Marks a row's pixels 1 where they stand out from the mean of their eight neighbours, else 0, and tells
+// whether any does. The first and the last pixel are left alone. The pixel itself counts for nothing in the
+// mean, unless it is not finite.
+inline bool markOutliers(const NeighbourRows& rows, OutlierRule rule, float* marks, std::size_t count) {
+    constexpr float weight = 0.125f;
+    std::int32_t any = 0;
+    for (std::size_t x = 1; x + 1 < count; ++x) {
+        float mean = 0;
+        mean += rows.above[x - 1] * weight;
+        mean += rows.row[x - 1] * weight;
+        mean += rows.below[x - 1] * weight;
+        mean += rows.above[x] * weight;
+        mean += rows.row[x] * 0.0f;
+        mean += rows.below[x] * weight;
+        mean += rows.above[x + 1] * weight;
+        mean += rows.row[x + 1] * weight;
+        mean += rows.below[x + 1] * weight;
+        const std::int32_t marked =
+            (rows.row[x] > rule.ratio * mean ? 1 : 0) | (rule.inverse * mean > rows.row[x] ? 1 : 0);
+        marks[x] = static_cast<float>(marked);
+        any |= marked;
+    }
+    return any != 0;
+}
+
+} // namespace

@@ -1,0 +1,80 @@
+#include "filters/AdaptiveFF.h"
+
+#include "filters/AdaptiveFFSettings.h"
+#include "filters/ClonedFrame.h"
+#include "zt/DataType.h"
+#include "zt/ErrorCode.h"
+
+#include <algorithm>
+#include <span>
+#include <utility>
+
+namespace PluginOmbrel {
+
+namespace {
+
+constexpr const char* notAFrame = "Cannot filter data that is not of type IMpxFrame";
+constexpr const char* notLoaded = "No adaptive correction loaded";
+constexpr const char* notCorrected = "Cannot filter data - compensation error";
+
+} // namespace
+
+AdaptiveFF::AdaptiveFF(zt::IZenteo* zenteo, zt::IDevMpx* device)
+    : DeviceFilter(zenteo, device, zenteo->createParamMgr(), 1), engine(std::make_unique<c_AIC>()),
+      config(std::make_unique<c_AIC::AICCfg>()) {}
+
+zt::IData* AdaptiveFF::filter(const zt::IData* data) {
+    if (data->type() != zt::IData::TYPE_FRAME)
+        return logError<zt::IData*>(nullptr, notAFrame);
+    if (!loaded)
+        return logError<zt::IData*>(nullptr, notLoaded);
+    ClonedFrame copy = cloneFrame(*data);
+    if (!correct(*copy)) {
+        copy.reset();
+        return logError<zt::IData*>(nullptr, notCorrected);
+    }
+    return copy.release();
+}
+
+int AdaptiveFF::filterReplace(zt::IData* data) {
+    if (data->type() != zt::IData::TYPE_FRAME)
+        return logError<int>(zt::ERR_NONE, notAFrame);
+    if (!loaded)
+        return logError<int>(zt::ERR_NONE, notLoaded);
+    if (!correct(static_cast<zt::IMpxFrame&>(*data)))
+        return logError<int>(zt::ERR_CANNOT_CORRECT, notCorrected);
+    return zt::ERR_NONE;
+}
+
+bool AdaptiveFF::correct(zt::IMpxFrame& frame) {
+    frame.convertToType(zt::DT_DOUBLE);
+    const std::span pixels(frame.doubleData(0.0), frame.size());
+    AICImage image;
+    setAicImageData(pixels.data(), frame.width(), frame.height(), &image);
+
+    ImageContainer result;
+    float quality = 0;
+    if (engine->CompensateImage(std::move(image), &result, &quality, "", true) != 0)
+        return false;
+    // A search that no candidate won leaves an image without pixels.
+    const std::span<const float> corrected = std::as_const(result.Image).pixels();
+    if (corrected.empty() || corrected.size() < pixels.size())
+        return false;
+    std::copy_n(corrected.begin(), pixels.size(), pixels.begin());
+    return true;
+}
+
+void AdaptiveFF::setAicImageData(const double* data, std::size_t cols, std::size_t rows, AICImage* image) {
+    const std::span values(data, cols * rows);
+    const auto narrowed = [](double pixel) { return static_cast<float>(pixel); };
+    if (image->pixels().empty()) {
+        image->resize(static_cast<int>(values.size()), 1);
+        std::ranges::transform(values, image->pixels().begin(), narrowed);
+    } else {
+        for (const double pixel : values)
+            image->push_back(narrowed(pixel));
+    }
+    image->reshape_r(static_cast<int>(rows));
+}
+
+} // namespace PluginOmbrel

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "aic/AIC.h"
+#include "filters/DeviceFilter.h"
+#include "zt/IMpxFrame.h"
+
+#include <cstddef>
+#include <memory>
+#include <string>
+
+namespace PluginOmbrel {
+
+struct AdaptiveFFSetting;
+
+// Flat-fields a frame by the image of a calibration grid that leaves it flattest (the engine c_AIC). The
+// result has the precision of float.
+//
+// The calibration grid lies beside the settings store, under its name with the ending ".bin". Until a store
+// with such a file was loaded frames are refused, and there are no parameters. Every change of a parameter
+// starts the engine anew, and so reads the grid again.
+class AdaptiveFF : public DeviceFilter {
+public:
+    AdaptiveFF(zt::IZenteo* zenteo, zt::IDevMpx* device);
+    ~AdaptiveFF() override { endParameters(); }
+
+    void filterNameStr(zt::IString* out) const override { out->set("AdaptiveFF"); }
+    void filterDescriptionStr(zt::IString* out) const override { out->set("Adaptive flat-field correction"); }
+    zt::IDataFilter* createNewInstance() const override { return new AdaptiveFF(host, dev); }
+    zt::IData* filter(const zt::IData* data) override;
+    int filterReplace(zt::IData* data) override;
+    bool hasConfigGUI() const override { return false; }
+    void showConfigGUI() override {}
+    int saveToSettings(zt::ISettings* settings) override;
+    int loadFromSettings(zt::ISettings* settings) override;
+    void* privateInterface() override { return nullptr; }
+
+    virtual zt::u32 getObjectID() const { return 0; }
+    virtual const char* getObjectName() const { return "AdaptiveFFInterface"; }
+
+    // Appends the values, each narrowed to float, and shapes the image, with what it held, to so many rows.
+    void setAicImageData(const double* data, std::size_t cols, std::size_t rows, AICImage* image);
+
+private:
+    static int parameterChanged(zt::IParam* param, bool flag, long userData);
+
+    void initParams();
+    void createParameter(const AdaptiveFFSetting& setting);
+    bool startEngine();
+    // Corrects the frame, which becomes DT_DOUBLE; false, with the pixels as they were, when the engine
+    // fails.
+    bool correct(zt::IMpxFrame& frame);
+
+    std::unique_ptr<c_AIC> engine;
+    std::unique_ptr<c_AIC::AICCfg> config;
+    bool loaded = false;
+};
+
+} // namespace PluginOmbrel

@@ -1,0 +1,140 @@
+#pragma once
+
+#include "filters/BHMask.h"
+#include "filters/DeviceFilter.h"
+#include "kernels/Buffer.h"
+#include "kernels/FillFront.h"
+#include "kernels/MaskWalk.h"
+#include "zt/IBHFilter.h"
+#include "zt/IMpxFrame.h"
+
+#include <functional>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace PluginOmbrel {
+
+class DlgBHStg;
+
+// The beam-hardening correction: turns a frame into a map of thickness, pixel by pixel, by masks that were
+// measured through known thicknesses. Between the two masks that a pixel's count rate lies between, thickness
+// is a straight line in the logarithm of the rate; below the thinnest and above the thickest mask the line
+// goes on. The result is a frame of doubles in the masks' unit of thickness; nothing is clamped.
+//
+// It needs masks, added or from settings, in the order of ascending thickness. Masks, the mask of bad pixels
+// and its working copy live on from frame to frame, so one instance corrects one frame at a time.
+class BHFilter : public DeviceFilter, public IBHFilter {
+public:
+    using Masks = std::vector<std::unique_ptr<BHMask>>;
+
+    // Stands for a mask's time when it is to be taken from the frames.
+    static constexpr double AUTO = -1.0;
+
+    BHFilter(zt::IZenteo* zenteo, zt::IDevMpx* device);
+
+    void filterNameStr(zt::IString* out) const override { out->set("Beam-hardening"); }
+    void filterDescriptionStr(zt::IString* out) const override {
+        out->set("Beam-hardening correction of frame");
+    }
+    zt::IDataFilter* createNewInstance() const override { return new BHFilter(host, dev); }
+    zt::IData* filter(const zt::IData* data) override;
+    int filterReplace(zt::IData* data) override;
+    bool hasConfigGUI() const override { return true; }
+    // Defined with the dialogs.
+    void showConfigGUI() override;
+    int saveToSettings(zt::ISettings* settings) override;
+    // Masks that the store does not hold whole are passed over, with a line in the log each.
+    int loadFromSettings(zt::ISettings* settings) override;
+    void* privateInterface() override { return static_cast<IBHFilter*>(this); }
+    ~BHFilter() override;
+
+    int addMaskFromFile(const char* path, double thickness, double acqTime) override;
+    // Adds the sum of all frames of all frame files as one mask, whose time is the sum of theirs; a given
+    // `acqTime` is that of each frame. Other files are passed over, and frames that can't be read are logged.
+    virtual int addMaskFromFiles(std::vector<std::string> files, double thickness, double acqTime);
+    // Takes frames of 16 bit signed, 32 bit unsigned and double pixels.
+    virtual int addMaskFromFrame(const zt::IMpxFrame* frame, double thickness, double acqTime);
+    int addMaskFromAcqData(double thickness) override;
+    int removeMask(unsigned int index) override;
+    int removeAllMasks() override;
+    int loadBadPixelsFromFile(const char* path) override;
+    int saveBadPixelsToFile(const char* path) override;
+    int generateBadPixels() override;
+    int interpolateBadPixels(zt::IMpxFrame* frame) override;
+    void setInterpolateBadPixelsEnabled(bool on) override { interpolateOn = on; }
+    bool isInterpolateBadPixelsEnabled() const override { return interpolateOn; }
+    void setUseZeroPixelsAsBad(bool on) override { useZeroAsBad = on; }
+    bool isUseZeroPixelsAsBadEnabled() const override { return useZeroAsBad; }
+    // Corrects in place a frame that took `acqTime` seconds. 0 or ERR_INVALID_INPUT.
+    virtual int filterFrame(zt::IMpxFrame* frame, double acqTime);
+    // Time-delayed integration: all pixels of a column share the mean of the masks' column.
+    virtual void setTDI(bool on) { tdiOn = on; }
+    // Time, thickness and name may be changed from outside, the values not.
+    virtual const Masks& masks() const { return maskList; }
+    // The last message that was logged, up to its first zero; more zeros follow.
+    virtual std::string lastError() const { return lastErrorText; }
+    zt::u32 getObjectID() const override { return 1442418600; }
+    const char* getObjectName() const override { return "BHFilterInterface"; }
+
+    // In the order of ascending thickness.
+    void sortMasks();
+    // Turns the values of masks that still are counts into logarithms of the count rate. Ends, with a line in
+    // the log, at a mask without a time.
+    void logarithmMasks();
+    using DeviceFilter::saveToSettingsFile;
+
+private:
+    friend class DlgBHStg;
+
+    // Keeps the text for lastError().
+    template <typename T>
+    T logError(T value, const char* format, ...) const {
+        va_list arguments;
+        va_start(arguments, format);
+        lastErrorText = str::printToBuffer(format, arguments);
+        va_end(arguments);
+        log(lastErrorText);
+        return value;
+    }
+
+    // Why the data can't be corrected and the code for it; null when it can.
+    const char* refusal(const zt::IData& data, int& code) const;
+    int walkPixels(std::span<double> pixels, double acqTime);
+    int walkColumns(std::span<double> pixels, std::size_t width, double acqTime);
+    // Looks at the masks anew for a walk.
+    void takeTables(Buffer<double> BHMask::*table);
+    void forgetOrder();
+    // 0 when each mask's table has that many values, else ERR_INVALID_INPUT with a line in the log.
+    int checkTables(Buffer<double> BHMask::*table, std::size_t values) const;
+
+    // Adds the device's frame, or its part of that index, to the sum.
+    int addAcquired(zt::IMpxFrame& frame, int subFrame, zt::IMpxFrame& sum) const;
+    int loadBadPixelMatrix(const char* path);
+    void makeWorkMask();
+    // Marks the bad pixels in the working mask and returns their number.
+    std::size_t markBadPixels(std::span<const double> pixels);
+
+    std::unique_ptr<BHMask> storedMask(zt::ISettings& settings, int index) const;
+    bool readTable(zt::ISettings& settings, int index, const char* key, Buffer<double>& table,
+                   std::size_t size) const;
+
+    mutable std::string lastErrorText;
+    Masks maskList;
+    Buffer<unsigned char> badPixels;         // one byte a pixel; a bad pixel's is not 0
+    Buffer<unsigned char> workMask;          // what interpolation knows of pixels, from frame to frame
+    FillFront front;                         // kept for its room
+    DlgBHStg* configDialog = nullptr;        // never deleted here
+    std::function<void()> leaveConfigDialog; // tells the window, which may stand longer, that the filter ends
+    zt::u64 frameSize = 0;                   // pixels of each mask
+    bool useZeroAsBad = false;
+    bool interpolateOn = true;
+    bool settingsLoaded = false; // from a store with at least one mask
+    bool tdiOn = false;
+    MaskTables tables;    // those of the masks, for the walk at hand
+    MaskOrder pixelOrder; // of the masks' values, while they stay as they are
+    MaskOrder columnOrder;
+};
+
+} // namespace PluginOmbrel

@@ -1,0 +1,156 @@
+// The beam-hardening filter's mask of bad pixels, and their interpolation.
+#include "filters/BHFilter.h"
+#include "kernels/BadPixelInterpolation.h"
+#include "kernels/MaskScan.h"
+#include "support/FileResult.h"
+#include "support/MatrixFile.h"
+#include "zt/DataBuff.h"
+#include "zt/DataType.h"
+#include "zt/ErrorCode.h"
+#include "zt/FrameHolder.h"
+#include "zt/RefDataBuff.h"
+
+#include <algorithm>
+#include <array>
+
+namespace PluginOmbrel {
+
+namespace {
+
+constexpr const char* sizesDiffer = "Cannot interpolate bad pixels - frame dimensions do not match";
+constexpr std::size_t valuesPerLine = 256; // where no mask gives the width
+
+// A value has to fall from each mask to the next.
+void markNotFalling(std::span<const double> before, std::span<const double> values,
+                    std::span<unsigned char> bad) {
+    for (std::size_t i = 0; i < bad.size(); ++i)
+        bad[i] |= values[i] >= before[i] ? 1 : 0;
+}
+
+void mark(const unsigned char* isBad, unsigned char* codes, std::size_t size) {
+    for (std::size_t i = 0; i < size; ++i)
+        codes[i] = isBad[i] != 0 ? static_cast<unsigned char>(MASK_BAD) : codes[i];
+}
+
+} // namespace
+
+int BHFilter::generateBadPixels() {
+    if (maskList.empty()) {
+        badPixels.resize(0);
+        return 0;
+    }
+    const BHMask& first = *maskList.front();
+    const std::size_t size = first.data.size();
+    const std::size_t width = tdiOn ? first.width : size;
+    Buffer<double> BHMask::*const table = tdiOn ? &BHMask::tdiData : &BHMask::data;
+    if (maskList.size() > 1)
+        if (const int failure = checkTables(table, tdiOn ? std::max<std::size_t>(width, 1) : width))
+            return failure;
+    badPixels.resize(size);
+    std::ranges::fill(badPixels.span(), static_cast<unsigned char>(0));
+    for (std::size_t k = 1; k < maskList.size(); ++k)
+        for (std::size_t row = 0; row < size; row += width)
+            markNotFalling(((*maskList[k - 1]).*table).span(), ((*maskList[k]).*table).span(),
+                           badPixels.span().subspan(row, std::min(width, size - row)));
+    return 0;
+}
+
+int BHFilter::loadBadPixelsFromFile(const char* path) {
+    zt::IDataMgr& frames = *host->dataMgr();
+    if (!frames.isFrameFile(path))
+        return loadBadPixelMatrix(path);
+    const zt::FrameHolder frame(frames.loadFrame(path, 0));
+    if (!frame)
+        return logError<int>(zt::ERR_CANNOT_READ, "Cannot load frame file.");
+    if (frameSize == 0)
+        frameSize = frame->size();
+    if (frame->size() != frameSize)
+        return logError<int>(zt::ERR_CANNOT_READ, "Bad pixel frame dimensions dont match BH masks");
+    zt::DataBuff<unsigned char> bytes;
+    frame->getData(&bytes, zt::DT_U8);
+    badPixels.resize(bytes.size());
+    std::copy_n(bytes.data(), bytes.size(), badPixels.data());
+    return 0;
+}
+
+// Values go to their places as they are read: a file that ends early gives those that it has, over the bad
+// pixels so far, or over good ones where these are of another size. One that cannot be opened changes nothing
+// but the size.
+int BHFilter::loadBadPixelMatrix(const char* path) {
+    if (frameSize == 0)
+        frameSize = dev->pixelCount();
+    Buffer<unsigned char> table;
+    table.resize(frameSize);
+    if (badPixels.size() == frameSize)
+        std::ranges::copy(badPixels.span(), table.data());
+    else
+        std::ranges::fill(table.span(), static_cast<unsigned char>(0));
+    const int result = readAsciiMatrix(path, ::DT_U8, table.size(), table.data());
+    if (result != FILE_NOT_OPENED)
+        badPixels.swap(table);
+    if (result != 0)
+        return logError(result, "Cannot load bad pixels from file %s. Error %d", path, result);
+    return 0;
+}
+
+int BHFilter::saveBadPixelsToFile(const char* path) {
+    const bool hasWidth = !maskList.empty() && maskList.front()->width != 0;
+    const int result = writeAsciiMatrix(path, ::DT_U8, badPixels.data(), badPixels.size(),
+                                        hasWidth ? maskList.front()->width : valuesPerLine, false);
+    if (result != 0)
+        return logError(result, "Cannot save bad pixels to file %s. Error %d", path, result);
+    return 0;
+}
+
+int BHFilter::interpolateBadPixels(zt::IMpxFrame* frame) {
+    if (frame->frameDataType() != zt::DT_DOUBLE)
+        return logError<int>(zt::ERR_INVALID_INPUT,
+                             "Cannot interpolate bad pixels - frame is not of type double");
+    if (frame->size() != frameSize)
+        return logError<int>(zt::ERR_INVALID_INPUT, sizesDiffer);
+    if (badPixels.size() < frameSize)
+        if (const int failure = generateBadPixels())
+            return failure;
+    if (badPixels.size() < frameSize)
+        return logError<int>(zt::ERR_INVALID_INPUT, sizesDiffer);
+
+    makeWorkMask();
+    zt::RefDataBuff<double> pixels;
+    frame->refData(&pixels, 0.0);
+    const std::size_t count = markBadPixels({pixels.data(), pixels.size()});
+    if (count > frameSize / 2)
+        return logError<int>(zt::ERR_CANNOT_CORRECT, "Too many bad pixels (%llu) to interpolate.",
+                             static_cast<unsigned long long>(count));
+    if (frame->height() != 0)
+        runInterpolationPasses(pixels.data(), workMask.data(), frame->width(), frame->height(), front);
+    return 0;
+}
+
+// Codes of earlier frames stay: what they filled counts as known.
+void BHFilter::makeWorkMask() {
+    const bool isNew = workMask.capacity() < badPixels.size();
+    workMask.resize(badPixels.size());
+    if (isNew)
+        std::ranges::fill(workMask.span(), static_cast<unsigned char>(0));
+}
+
+std::size_t BHFilter::markBadPixels(std::span<const double> pixels) {
+    std::array<unsigned char, maskChunk> isBad;
+    std::size_t count = 0;
+    for (std::size_t start = 0; start < pixels.size(); start += maskChunk) {
+        const std::size_t size = std::min(maskChunk, pixels.size() - start);
+        const unsigned char* marks = badPixels.data() + start;
+        if (useZeroAsBad) {
+            for (std::size_t i = 0; i < size; ++i)
+                isBad[i] = marks[i] | (pixels[start + i] == 0.0);
+            marks = isBad.data();
+        }
+        if (!hasMarks(marks, size))
+            continue;
+        mark(marks, workMask.data() + start, size);
+        count += countMarks(marks, size);
+    }
+    return count;
+}
+
+} // namespace PluginOmbrel

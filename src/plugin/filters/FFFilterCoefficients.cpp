@@ -1,0 +1,90 @@
+// Where the flat-field filter's coefficients come from: the device's frames, and what makes coefficients of
+// an image.
+#include "filters/FFFilter.h"
+#include "filters/SubFrameQuestion.h"
+#include "kernels/CoefficientTable.h"
+#include "zt/ErrorCode.h"
+#include "zt/FrameHolder.h"
+
+#include <algorithm>
+
+namespace PluginOmbrel {
+
+namespace {
+
+constexpr const char* sizesDiffer = "Frame dimensions do not match";
+
+} // namespace
+
+int FFFilter::loadCoefficientsFromAcquisition(bool allFrames) {
+    coeffsSourceName = allFrames ? "<From all measured frames>" : "<From last measured frame>";
+    const zt::FrameHolder last(dev->lastAcqFrame());
+    int subFrame = -1;
+    if (last && last->subFrameCount() > 0) {
+        const std::weak_ptr<const void> filterLife = lifetime();
+        subFrame = askForSubFrame(*last.get(), "Select sub-frame for Flat-Field correction");
+        if (filterLife.expired())
+            return zt::ERR_GENERIC;
+    }
+    const std::vector<zt::IMpxFrame*> frames = acquiredFrames(allFrames, subFrame);
+    if (frames.empty())
+        return logError<int>(zt::ERR_GENERIC, "Cannot load flat-field coefficients. No frames measured");
+
+    // Frames add up to the scale of their sum, which the median takes out again.
+    FrameSum sum(*host->dataMgr());
+    for (zt::IMpxFrame* frame : frames) {
+        if (frame->size() != dev->pixelCount())
+            return logError<int>(zt::ERR_INVALID_INPUT, sizesDiffer);
+        if (const int failure = addFrame(*frame, sum))
+            return failure;
+    }
+    takeCoefficients(sum);
+    return prepareCoefficients();
+}
+
+// The device keeps its frames, so that they are good without a reference.
+std::vector<zt::IMpxFrame*> FFFilter::acquiredFrames(bool allFrames, int subFrame) {
+    std::vector<zt::IMpxFrame*> frames;
+    const auto gather = [&](zt::IMpxFrame* handedOver) {
+        const zt::FrameHolder frame(handedOver);
+        if (!frame)
+            return;
+        const std::vector<zt::IMpxFrame*> parts = frame->subFrames();
+        const bool hasPart = subFrame >= 0 && static_cast<std::size_t>(subFrame) < parts.size();
+        frames.push_back(hasPart ? parts[static_cast<std::size_t>(subFrame)] : frame.get());
+    };
+    if (!allFrames)
+        gather(dev->lastAcqFrame());
+    else
+        for (int i = 0; i < dev->acqFrameCountAll(); ++i)
+            gather(dev->acqFrame(static_cast<zt::u32>(i)));
+    return frames;
+}
+
+void FFFilter::setAllCoefficientsToOne() {
+    coeffs.resize(dev->pixelCount());
+    std::ranges::fill(coeffs.span(), 1.0);
+}
+
+void FFFilter::takeCoefficients(const FrameSum& sum) {
+    const std::span<const double> pixels = sum.pixels();
+    coeffs.resize(pixels.size());
+    std::ranges::copy(pixels, coeffs.data());
+}
+
+int FFFilter::prepareCoefficients() {
+    const std::size_t width = dev->width();
+    const std::size_t height = dev->height();
+    if (coeffs.size() < width * height) {
+        setAllCoefficientsToOne();
+        return logError<int>(zt::ERR_INVALID_INPUT, sizesDiffer);
+    }
+    // The columns need the image as it came.
+    tdiCoeffs.resize(width);
+    meanOfColumns(coeffs.span(), height, tdiCoeffs.span());
+    toCoefficients(tdiCoeffs.span());
+    toCoefficients(coeffs.span());
+    return 0;
+}
+
+} // namespace PluginOmbrel

@@ -1,0 +1,96 @@
+#include "chain/Configure.h"
+
+#include "base/Error.h"
+#include "chain/FilterWindows.h"
+#include "chain/ParamsWindow.h"
+#include "host/FrameSize.h"
+#include "host/Session.h"
+#include "settings/SettingsFiles.h"
+#include "stack/FrameStack.h"
+
+#include <filesystem>
+#include <memory>
+#include <vector>
+
+namespace ombrel::workbench {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+std::unique_ptr<FrameStack> openFrames(const ConfigureOptions& options) {
+    if (options.frames.empty())
+        return nullptr;
+    return std::make_unique<FrameStack>(std::vector{options.frames}, FrameRole::Any);
+}
+
+DevicePlan devicePlan(const ConfigureOptions& options, const FrameStack* stack) {
+    DevicePlan plan;
+    if (stack) {
+        plan.width = stack->width();
+        plan.height = stack->height();
+    } else if (!options.size.empty()) {
+        const FrameSize size = parseFrameSize("--size", options.size);
+        plan.width = size.width;
+        plan.height = size.height;
+    }
+    return plan;
+}
+
+void acquire(Device& device, FrameStack& stack) {
+    std::vector<FramePtr> frames;
+    for (zt::u64 frame = 0; frame < stack.frameCount(); ++frame)
+        frames.push_back(stack.readFrame(frame));
+    device.setAcquisition(std::move(frames));
+}
+
+// A file that is not there is a store that holds nothing yet. One that can't be read is an error: the window
+// would replace it on close.
+std::unique_ptr<Settings> openStore(Host& host, const std::string& path) {
+    const fs::path folder = fs::absolute(path).parent_path();
+    if (!fs::is_directory(folder))
+        throw Error(path + ": there is no folder " + folder.string());
+    std::unique_ptr<Settings> store = host.openSettings(path);
+    if (fs::exists(path)) {
+        store->loadFile();
+        checkHeap(store->contents(), path);
+    }
+    return store;
+}
+
+// What the filter has to say of the settings goes to the log: its window is the place to mend them.
+void loadFilter(zt::IDataFilter& filter, Settings& store, const std::string& path) {
+    if (const int answer = filter.loadFromSettings(&store))
+        throw Error(filterName(filter) + ": settings " + path + ": the filter answered " +
+                    std::to_string(answer));
+}
+
+// For a filter without a window of its own, which would save by itself.
+void saveParameters(zt::IDataFilter& filter, Settings& store) {
+    if (filter.hasConfigGUI() || !hasParameters(filter))
+        return;
+    filter.saveToSettings(&store);
+    store.saveFile();
+}
+
+} // namespace
+
+void configure(const ConfigureOptions& options, Console& console) {
+    const std::unique_ptr<FrameStack> stack = openFrames(options);
+    Session session(console, options.plugin, devicePlan(options, stack.get()));
+    Host& host = session.host();
+    host.frames().reportErrors([&host](const std::string& reason) { host.logLine(reason); });
+    if (stack)
+        acquire(session.device(), *stack);
+    const FilterLink link = session.makeLink(options.filter);
+    zt::IDataFilter& filter = link.filter();
+    const std::unique_ptr<Settings> store = openStore(host, options.settings);
+    loadFilter(filter, *store, options.settings);
+
+    FilterWindows windows(filter);
+    windows.show();
+    windows.waitUntilClosed();
+    saveParameters(filter, *store);
+}
+
+} // namespace ombrel::workbench

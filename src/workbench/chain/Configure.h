@@ -1,0 +1,22 @@
+#pragma once
+
+#include "base/Console.h"
+
+#include <string>
+
+namespace ombrel::workbench {
+
+// The command line of `configure`.
+struct ConfigureOptions {
+    std::string filter;
+    std::string settings;
+    std::string frames; // empty: nothing was measured
+    std::string size;   // "WxH"; empty: that of the frames, else of a usual detector
+    std::string plugin;
+};
+
+// Opens the settings window of a filter on a settings file and waits until it is closed. Needs an
+// application. Throws UsageError or Error.
+void configure(const ConfigureOptions& options, Console& console);
+
+} // namespace ombrel::workbench

@@ -1,0 +1,44 @@
+#include "model/BatchOptions.h"
+
+#include "base/Error.h"
+
+#include <algorithm>
+#include <filesystem>
+
+namespace ombrel::workbench {
+
+namespace {
+
+void checkEdits(const ChainState& chain, const LinkState& edited) {
+    const auto same = std::ranges::count_if(
+        chain.links, [&](const LinkState& link) { return link.enabled && link.filter == edited.filter; });
+    if (same > 1)
+        throw Error(edited.filter + " stands in the chain " + std::to_string(same) +
+                    " times: save the changed settings of each first");
+}
+
+} // namespace
+
+RunOptions batchOptions(const std::vector<std::string>& inputs, const ChainState& chain,
+                        const DeviceState& device) {
+    RunOptions options;
+    options.inputs = inputs;
+    options.deviceMask = device.mask;
+    options.acqTime = device.acqTime;
+    for (const LinkState& link : chain.links) {
+        if (!link.enabled)
+            continue;
+        // Settings that were never saved are those of a filter as it is made.
+        const bool hasFile = !link.settings.empty() && std::filesystem::exists(link.settings);
+        options.filters.push_back(hasFile ? link.filter + "=" + link.settings : link.filter);
+        if (!link.params.empty())
+            checkEdits(chain, link);
+        for (const auto& [name, value] : link.params)
+            options.params.push_back(link.filter + ":" + name + "=" + value);
+    }
+    if (options.filters.empty())
+        throw Error("no filter of the chain is on: there is nothing to run");
+    return options;
+}
+
+} // namespace ombrel::workbench

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "frame/Frame.h"
+
+#include <memory>
+#include <vector>
+
+namespace ombrel::workbench {
+
+// The pixels of a frame as the window shows them, row by row from the top.
+struct Image {
+    zt::u32 width = 0;
+    zt::u32 height = 0;
+    std::vector<double> pixels;
+
+    bool contains(int x, int y) const {
+        return x >= 0 && y >= 0 && x < static_cast<int>(width) && y < static_cast<int>(height);
+    }
+    double at(int x, int y) const { return pixels[static_cast<std::size_t>(y) * width + x]; }
+};
+
+// Shared by the worker that makes it and the widgets that look at it.
+using ImagePtr = std::shared_ptr<const Image>;
+
+ImagePtr imageOf(const Frame& frame);
+// `image` minus `base`; null when one is missing or the sizes differ.
+ImagePtr differenceOf(const ImagePtr& image, const ImagePtr& base);
+
+} // namespace ombrel::workbench

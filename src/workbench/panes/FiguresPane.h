@@ -1,0 +1,51 @@
+#pragma once
+
+#include "panes/FrameView.h"
+
+#include <QRect>
+#include <QWidget>
+
+#include <array>
+#include <map>
+
+class QGridLayout;
+class QLabel;
+
+namespace ombrel::workbench {
+
+// How even the pixels of a rectangle are. What is not finite is left out.
+struct RegionFigures {
+    double mean = 0;
+    double spread = 0; // standard deviation over mean
+};
+
+RegionFigures regionFigures(const Image& image, const QRect& region);
+
+// The figures of the shown frame, raw beside corrected.
+class FiguresPane final : public QWidget {
+    Q_OBJECT
+public:
+    explicit FiguresPane(QWidget* parent = nullptr);
+
+    void show(const FrameView& view);
+    using QWidget::show;
+    // Empty: none is drawn.
+    void setRegion(const QRect& region);
+
+private:
+    enum Row { MEAN, SPREAD, REGION_MEAN, REGION_SPREAD, PHOTONS, ZERO, NOT_FINITE, PAIRED_ROWS };
+
+    void addRow(const QString& name, const QString& tip);
+    void set(Row row, std::size_t pane, const QString& text);
+    void showPane(std::size_t index, const PaneView& pane);
+    void showRegion();
+
+    QGridLayout* grid;
+    std::array<std::array<QLabel*, 2>, PAIRED_ROWS> values{};
+    QLabel* choice;
+    QLabel* time;
+    QRect region;
+    std::array<ImagePtr, 2> images;
+};
+
+} // namespace ombrel::workbench

@@ -1,0 +1,76 @@
+#pragma once
+
+#include "panes/FrameView.h"
+#include "panes/PaneMouse.h"
+#include "panes/PaneOverlay.h"
+
+#include <QString>
+#include <QWidget>
+
+#include <memory>
+
+class QCPColorGradient;
+class QCPColorMap;
+class QCPColorScale;
+class QCustomPlot;
+class QLabel;
+
+namespace ombrel::workbench {
+
+// One frame as a picture in colours, with the scale beside it. The wheel zooms.
+class FramePane final : public QWidget {
+    Q_OBJECT
+public:
+    explicit FramePane(const QString& title, QWidget* parent = nullptr);
+
+    // Takes over the map's data. Without an image the pane says `hint`.
+    void setPicture(const PaneView& picture, PaneMap& map, const QString& hint);
+    void setLimits(const ScaleLimits& limits);
+    ScaleLimits limits() const;
+    void setColours(const QCPColorGradient& colours);
+    void setTool(PaneTool tool) { mouse->setTool(tool); }
+
+    // Shows this part of the frame, and as much more as the pane has room for.
+    void setVisibleArea(const QRectF& area);
+    // Screen pixels that the picture has.
+    QSize screenSize() const;
+    // The middle of a pixel of the frame, in the pane.
+    QPoint positionOf(const QPoint& pixel) const;
+    // Empty: none.
+    void showRegion(const QRect& region) { overlay->setRegion(region); }
+    void showLine(const QLineF& line) { overlay->setLine(line); }
+    const ImagePtr& image() const { return shownImage; }
+
+signals:
+    // By the user.
+    void visibleAreaChanged(const QRectF& area);
+    void limitsEdited();
+    void regionDrawn(const QRect& region);
+    void lineDrawn(const QLineF& line);
+    // Over a pixel of the frame, or over none.
+    void pointed(int x, int y);
+    void pointedAway();
+
+private:
+    void layOut(const QString& title);
+    void makePicture();
+    void makeScale();
+    void connectPlot();
+    void rangeEdited();
+    void fitArea();
+    void fitAreaSoon();
+    void resizeEvent(QResizeEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+    QCustomPlot* plot;
+    QLabel* hintLabel;
+    QCPColorMap* colours;
+    QCPColorScale* scale;
+    std::unique_ptr<PaneOverlay> overlay;
+    PaneMouse* mouse;
+    ImagePtr shownImage;
+    QRectF visibleArea;
+    bool isFitting = false; // ranges change by the program
+};
+
+} // namespace ombrel::workbench

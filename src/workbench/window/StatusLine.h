@@ -1,0 +1,33 @@
+#pragma once
+
+#include "model/Workspace.h"
+
+#include <QStatusBar>
+#include <QTimer>
+
+class QLabel;
+
+namespace ombrel::workbench {
+
+// The line at the foot of the window: values under the cursor, whether the worker is at work, what is open.
+class StatusLine final : public QStatusBar {
+    Q_OBJECT
+public:
+    explicit StatusLine(const Workspace& model, QWidget* parent = nullptr);
+
+    void setValues(const QString& values);
+    void setBusy(bool isBusy);
+    // For a while.
+    void tell(const QString& message);
+
+private:
+    void showStack();
+
+    const Workspace& workspace;
+    QLabel* valueLabel;
+    QLabel* busyLabel;
+    QLabel* stackLabel;
+    QTimer busySoon; // so that quick frames do not flicker
+};
+
+} // namespace ombrel::workbench

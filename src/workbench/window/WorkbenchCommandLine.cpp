@@ -1,0 +1,101 @@
+#include "window/WorkbenchCommandLine.h"
+
+#include "base/CommonOptions.h"
+#include "base/ProgramRun.h"
+#include "chain/Configure.h"
+#include "host/FrameSize.h"
+#include "run/RunPaths.h"
+#include "window/Application.h"
+#include "window/MainWindow.h"
+
+#include <CLI/CLI.hpp>
+
+#include <filesystem>
+
+namespace ombrel::workbench {
+
+namespace {
+
+constexpr const char* about = "The windows of ombrel; \"ombrel gui\" and \"ombrel configure\" start it.";
+
+struct GuiOptions {
+    std::vector<std::string> inputs; // empty: the window offers what to open
+    std::string plugin;
+};
+
+CLI::App& addConfigureCommand(CLI::App& program, ConfigureOptions& options) {
+    CLI::App* command =
+        program.add_subcommand("configure", "Open a filter's settings window, or its parameters");
+    command->add_option("FILTER", options.filter, "The filter's name")->required()->type_name("NAME");
+    command
+        ->add_option("--settings", options.settings,
+                     "The settings file, made when the window closes if it does not exist")
+        ->required()
+        ->type_name("FILE.xml");
+    CLI::Option* frames = command->add_option("--frames", options.frames,
+                                              "Frames that the device is to have measured last, of its size");
+    frames->type_name("FILE");
+    command->add_option("--size", options.size, "Size of the device")->type_name("WxH")->excludes(frames);
+    addPluginOption(*command, options.plugin);
+    command->footer("Example:\n"
+                    "  ombrel configure Flat-Field --settings ff.xml --frames flats.tif");
+    return *command;
+}
+
+CLI::App& addGuiCommand(CLI::App& program, GuiOptions& options) {
+    CLI::App* command =
+        program.add_subcommand("gui", "Open the workbench: frames before and after a chain of filters");
+    command
+        ->add_option("INPUT", options.inputs,
+                     "Frame files; of an HDF5 file one dataset by FILE::/path/of/dataset")
+        ->type_name("FILE");
+    addPluginOption(*command, options.plugin);
+    command->footer("Examples:\n"
+                    "  ombrel gui\n"
+                    "  ombrel gui frames.h5");
+    return *command;
+}
+
+CommandPaths pathsOf(const ConfigureOptions& options) {
+    CommandPaths paths;
+    if (!options.frames.empty())
+        addInput(paths, options.frames);
+    addPlugin(paths, options.plugin);
+    paths.writes(options.settings, "the settings file", WhenThere::Replace);
+    addFilesOfSettings(paths, options.filter, options.settings);
+    return paths;
+}
+
+void showConfiguration(const ConfigureOptions& options, Console& console) {
+    // Before a display is looked for.
+    if (!options.size.empty())
+        parseFrameSize("--size", options.size);
+    pathsOf(options).check(console);
+    const Application application(console);
+    configure(options, console);
+}
+
+void showWorkbench(const GuiOptions& options, Console& console) {
+    const Application application(console);
+    MainWindow window(console, options.plugin);
+    window.show();
+    if (!options.inputs.empty())
+        window.open(options.inputs);
+    Application::exec();
+}
+
+} // namespace
+
+int runWorkbench(int argc, char** argv, Console& console) {
+    // "ombrel" when that program has become this one.
+    CLI::App program(about, argc > 0 ? std::filesystem::path(argv[0]).filename() : "ombrel-workbench");
+    ConfigureOptions configureOptions;
+    addConfigureCommand(program, configureOptions).callback([&] {
+        showConfiguration(configureOptions, console);
+    });
+    GuiOptions guiOptions;
+    addGuiCommand(program, guiOptions).callback([&] { showWorkbench(guiOptions, console); });
+    return runProgram(program, argc, argv, console, EXIT_ALL_DONE);
+}
+
+} // namespace ombrel::workbench

@@ -1,0 +1,173 @@
+#include "worker/RunningChain.h"
+
+#include "base/Error.h"
+#include "calibration/AdaptiveSettings.h"
+#include "settings/SettingsFiles.h"
+
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
+
+namespace ombrel::workbench {
+
+namespace {
+
+// Key and parameter of the adaptive filter.
+constexpr const char* logKey = "LogQualityValuesFile";
+
+using Clock = std::chrono::steady_clock;
+
+double secondsSince(Clock::time_point start) {
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+// Each link logs its quality values to a file of its own, told apart by the link's number.
+std::size_t logNumber(const LinkState& state) {
+    return static_cast<std::size_t>(state.id);
+}
+
+bool choosesGridPoints(const LinkState& state) {
+    return state.filter == adaptiveFilter;
+}
+
+// Of the adaptive filter, the only one that writes files.
+void setWrite(Settings& settings, const std::string& key, const std::string& text) {
+    if (key == dumpKey)
+        settings.setBool(adaptiveGroup, key.c_str(), text == "true");
+    else
+        settings.setString(adaptiveGroup, key.c_str(), text.c_str());
+}
+
+} // namespace
+
+std::vector<LinkReport> RunningChain::follow(const ChainState& wanted) {
+    std::vector<RunningLink> next;
+    std::vector<LinkReport> reports;
+    // What is no longer wanted ends first: the new ones may need its memory.
+    std::erase_if(links, [&](const RunningLink& running) {
+        return std::ranges::none_of(wanted.links, [&](const auto& link) { return running.isFor(link); });
+    });
+    for (const LinkState& state : wanted.links) {
+        const auto found = std::ranges::find_if(links, [&](const auto& link) { return link.isFor(state); });
+        const bool isNew = found == links.end();
+        next.push_back(isNew ? makeLink(state) : std::move(*found));
+        if (applyEdits(next.back(), state) || isNew)
+            reports.push_back(next.back().report);
+        next.back().state = state;
+    }
+    links = std::move(next);
+    return reports;
+}
+
+RunningChain::RunningLink RunningChain::makeLink(const LinkState& wanted) {
+    RunningLink running{wanted, host->makeLink(wanted.filter), {}, {}, {}};
+    running.state.params.clear();
+    running.report.id = wanted.id;
+    running.report.revision = wanted.revision;
+    running.report.hasWindow = running.link.filter().hasConfigGUI();
+    try {
+        load(running);
+    } catch (const Error& error) {
+        running.report.failure = error.what();
+    }
+    running.report.params = paramCopiesOf(running.link.filter());
+    for (const ParamCopy& copy : running.report.params)
+        running.original[copy.name] = textOf(*running.link.filter().parameters()->param(copy.name.c_str()));
+    for (ParamCopy& copy : running.report.params)
+        if (const auto own = running.ownWrites.find(copy.name); own != running.ownWrites.end())
+            copy.value = own->second;
+    return running;
+}
+
+void RunningChain::load(RunningLink& running) {
+    const LinkState& state = running.state;
+    if (state.unsaved) {
+        running.report.failure = loadInto(running.link.filter(), *state.unsaved);
+        return;
+    }
+    if (state.settings.empty() || !std::filesystem::exists(state.settings))
+        return; // a filter as it is made; whether that will do shows with the first frame
+    SettingsSource source{state.settings, state.settings, {}};
+    if (choosesGridPoints(state))
+        source.change = [&](Settings& settings) {
+            running.ownWrites = discardWrites(settings);
+            running.ownWrites.try_emplace(logKey); // where quality values are led elsewhere
+            choices.redirect(settings, logNumber(state));
+        };
+    running.link.loadSettings(source);
+}
+
+bool RunningChain::applyEdits(RunningLink& running, const LinkState& wanted) {
+    const auto before = std::move(running.state.params);
+    running.state.params = wanted.params;
+    if (before == wanted.params)
+        return false;
+    const auto start = Clock::now();
+    std::string troubles;
+    for (const auto& [name, text] : running.original) {
+        if (makesAWrite(name))
+            continue;
+        const auto was = before.find(name);
+        const auto now = wanted.params.find(name);
+        const std::string& textNow = now == wanted.params.end() ? text : now->second;
+        if (textNow != (was == before.end() ? text : was->second))
+            troubles += setParam(running, name, textNow);
+    }
+    running.report.editSeconds = secondsSince(start);
+    running.report.isEdited = true;
+    running.report.editTrouble = troubles;
+    return true;
+}
+
+std::string RunningChain::setParam(RunningLink& running, const std::string& name, const std::string& text) {
+    try {
+        running.link.setParam(name + "=" + text);
+        return {};
+    } catch (const Error& error) {
+        return std::string(error.what()) + "\n";
+    }
+}
+
+FrameResult RunningChain::apply(FramePtr frame) {
+    FrameResult result{std::move(frame), {}};
+    for (RunningLink& running : links) {
+        if (!running.state.enabled)
+            continue;
+        if (!running.report.failure.empty())
+            return {nullptr, running.report.failure};
+        result = running.link.apply(std::move(result.frame), ApplyMode::Copy);
+        if (!result) {
+            result.failure = running.link.name() + ": " + result.failure;
+            return result;
+        }
+    }
+    return result;
+}
+
+std::optional<GridChoice> RunningChain::choice() {
+    for (const RunningLink& running : links)
+        if (running.state.enabled && choosesGridPoints(running.state))
+            return choices.read(logNumber(running.state), choicesRead++);
+    return std::nullopt;
+}
+
+void RunningChain::saveSettings(int id, const std::string& path) {
+    const auto found =
+        std::ranges::find_if(links, [=](const RunningLink& running) { return running.state.id == id; });
+    if (found == links.end())
+        throw Error(path + ": there is no such link any more");
+    const auto store = host->host().openSettings(path);
+    const std::string& source = found->state.settings;
+    if (!source.empty() && std::filesystem::exists(source))
+        store->loadFile(source);
+    if (found->link.filter().saveToSettings(store.get()) != 0)
+        throw Error(path + ": " + found->link.name() + " gave no settings");
+    for (const auto& [key, text] : found->ownWrites)
+        setWrite(*store, key, text);
+    for (const auto& [key, text] : found->state.params)
+        if (makesAWrite(key))
+            setWrite(*store, key, text);
+    store->saveFile();
+}
+
+} // namespace ombrel::workbench

@@ -1,0 +1,164 @@
+#include "worker/StackViewer.h"
+
+#include "base/Error.h"
+#include "frame/PixelType.h"
+#include "host/DeviceMask.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <exception>
+
+namespace ombrel::workbench {
+
+namespace {
+
+FramePtr copyOf(const Frame& frame) {
+    return FramePtr(dynamic_cast<Frame*>(static_cast<zt::IMpxFrame*>(frame.clone())));
+}
+
+PaneView paneOf(const Frame& frame) {
+    PaneView pane;
+    pane.image = imageOf(frame);
+    pane.figures = figuresOf(frame);
+    pane.limits = robustLimits(pane.image->pixels);
+    pane.histogram = histogramOf(pane.image->pixels, pane.limits);
+    return pane;
+}
+
+// As far below zero as above.
+PaneView differencePane(const PaneView& corrected, const PaneView& base) {
+    PaneView pane;
+    pane.image = differenceOf(corrected.image, base.image);
+    if (!pane.image)
+        return pane;
+    const ScaleLimits limits = robustLimits(pane.image->pixels);
+    pane.limits.high = std::max(std::abs(limits.low), std::abs(limits.high));
+    pane.limits.low = -pane.limits.high;
+    return pane;
+}
+
+} // namespace
+
+bool StackViewer::open(const FrameRequest& request) {
+    if (stack && request.opening == opening)
+        return false;
+    // What is open stays so until all of the new one stands.
+    auto newStack = std::make_unique<FrameStack>(request.inputs, FrameRole::Sample);
+    const zt::u32 width = newStack->width();
+    const zt::u32 height = newStack->height();
+    auto newHost = std::make_shared<PluginHost>(pluginPath, width, height, sink);
+    if (const std::string& mask = request.device.mask; !mask.empty())
+        newHost->device().pixels().setMask(readDeviceMask(mask, width, height));
+    auto newChain = std::make_unique<RunningChain>(newHost);
+    running = std::move(newChain);
+    host = std::move(newHost);
+    stack = std::move(newStack);
+    chainState = {};
+    raw.reset();
+    view = {};
+    openInputs = request.inputs;
+    opening = request.opening;
+    return true;
+}
+
+FramePtr StackViewer::frameOf(FrameStack& frames, zt::u64 frame) const {
+    FramePtr read = frames.readFrame(frame);
+    if (device.acqTime)
+        read->setAcqTime(*device.acqTime);
+    return read;
+}
+
+bool StackViewer::read(const FrameRequest& request) {
+    const zt::u64 frame = std::min(request.frame, stack->frameCount() - 1);
+    if (raw && view.frame == frame && device == request.device)
+        return false;
+    device = request.device;
+    const double seconds = view.seconds;
+    raw.reset();
+    view = {};
+    view.opening = opening;
+    view.frame = frame;
+    view.seconds = seconds; // until it is known better
+    try {
+        raw = frameOf(*stack, frame);
+        view.panes[RAW_PANE] = paneOf(*raw);
+    } catch (const Error& error) {
+        view.failure = error.what();
+    }
+    return true;
+}
+
+std::vector<LinkReport> StackViewer::follow(const ChainState& wanted) {
+    if (!running)
+        throw Error("no frames are open");
+    if (wanted == chainState)
+        return {};
+    view.isComplete = false;
+    chainState = {};
+    try {
+        auto reports = running->follow(wanted);
+        chainState = wanted;
+        return reports;
+    } catch (...) {
+        running = std::make_unique<RunningChain>(host);
+        throw;
+    }
+}
+
+void StackViewer::correct() {
+    if (view.isComplete)
+        return;
+    view.isComplete = true;
+    view.panes[CORRECTED_PANE] = view.panes[DIFFERENCE_PANE] = {};
+    view.choice.reset();
+    if (!raw)
+        return;
+    view.failure.clear();
+    view.seconds = 0;
+    if (std::ranges::none_of(chainState.links, &LinkState::enabled))
+        return;
+    const auto start = std::chrono::steady_clock::now();
+    const FrameResult result = running->apply(copyOf(*raw));
+    view.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    if (!result) {
+        view.failure = result.failure;
+        return;
+    }
+    view.choice = running->choice();
+    view.panes[CORRECTED_PANE] = paneOf(*result.frame);
+    view.panes[DIFFERENCE_PANE] = differencePane(view.panes[CORRECTED_PANE], view.panes[RAW_PANE]);
+}
+
+ShownFramePtr StackViewer::show(const FrameRequest& request) const {
+    auto shown = std::make_shared<ShownFrame>();
+    shown->request = request.number;
+    shown->view = view;
+    for (std::size_t pane = 0; pane < PANE_COUNT; ++pane)
+        if (const ImagePtr& image = view.panes[pane].image)
+            shown->maps[pane] = makePaneMap(*image, request.view, pane != DIFFERENCE_PANE);
+    return shown;
+}
+
+StackFacts StackViewer::facts() const {
+    return {openInputs,         opening,         stack->frameCount(),
+            stack->width(),     stack->height(), std::string(pixelTypeName(stack->info(0).pixelType)),
+            host->filterNames()};
+}
+
+std::vector<FramePtr> StackViewer::measuredFrames(zt::u64 most) {
+    std::vector<FramePtr> frames;
+    try {
+        FrameStack flats(openInputs, FrameRole::Flat);
+        if (flats.info(0).kinds)
+            for (zt::u64 frame = 0; frame < std::min(most, flats.frameCount()); ++frame)
+                frames.push_back(frameOf(flats, frame));
+    } catch (const Error&) {
+        frames.clear(); // there are none
+    }
+    if (frames.empty() && raw)
+        frames.push_back(copyOf(*raw));
+    return frames;
+}
+
+} // namespace ombrel::workbench

@@ -1,6 +1,0 @@
-#define OMBREL_LANES 16
-#include "SixteenLanes.h"
-
-#include "aic/KernelTable.h"
-
-const Kernels sixteenLaneKernels = kernelTable("sixteen lanes");

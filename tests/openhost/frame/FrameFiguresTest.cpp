@@ -1,0 +1,96 @@
+#include "frame/FrameFigures.h"
+
+#include "frame/Frame.h"
+#include "frame/PixelType.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <random>
+#include <vector>
+
+namespace {
+
+using ombrel::Frame;
+using ombrel::FrameFigures;
+
+const double infinity = std::numeric_limits<double>::infinity();
+const double notANumber = std::numeric_limits<double>::quiet_NaN();
+
+ombrel::FramePtr frameOf(zt::u8 type, const std::vector<double>& values) {
+    ombrel::FramePtr frame = Frame::create(static_cast<zt::u32>(values.size()), 1, type);
+    ombrel::withPixelType(type, [&](auto pixel) {
+        std::ranges::transform(values, frame->pixels<decltype(pixel)>().begin(),
+                               [](double value) { return static_cast<decltype(pixel)>(value); });
+    });
+    return frame;
+}
+
+// In two passes, as the figures are defined.
+FrameFigures plainFigures(const std::vector<double>& values) {
+    FrameFigures figures;
+    long double sum = 0;
+    long double squares = 0;
+    for (const double value : values) {
+        figures.zeroPixels += value == 0;
+        figures.notFinite += !std::isfinite(value);
+        sum += std::isfinite(value) ? value : 0;
+    }
+    const auto count = static_cast<long double>(values.size() - figures.notFinite);
+    const long double mean = sum / count;
+    for (const double value : values)
+        squares += std::isfinite(value) ? (value - mean) * (value - mean) : 0;
+    figures.mean = static_cast<double>(mean);
+    figures.spread = static_cast<double>(std::sqrt(squares / count) / mean);
+    return figures;
+}
+
+TEST(FrameFigures, areThoseOfEveryPixelTypeAndLength) {
+    std::mt19937_64 random(4);
+    for (zt::u8 type = 0; type <= zt::DT_DOUBLE; ++type)
+        for (std::size_t size = 2; size < 40; ++size) {
+            std::vector<double> values(size);
+            for (double& value : values)
+                value = static_cast<double>(random() % 100);
+            values.back() = 0;
+            values.front() = 50;
+            const FrameFigures expected = plainFigures(values);
+            const FrameFigures actual = ombrel::figuresOf(*frameOf(type, values));
+            EXPECT_NEAR(actual.mean, expected.mean, 1e-12) << ombrel::pixelTypeName(type) << ' ' << size;
+            EXPECT_NEAR(actual.spread, expected.spread, 1e-12) << ombrel::pixelTypeName(type) << ' ' << size;
+            EXPECT_EQ(actual.zeroPixels, expected.zeroPixels) << ombrel::pixelTypeName(type) << ' ' << size;
+            EXPECT_EQ(actual.notFinite, 0);
+        }
+}
+
+TEST(FrameFigures, leaveOutWhatIsNotFinite) {
+    std::mt19937_64 random(5);
+    const std::vector<double> kinds = {notANumber, infinity, -infinity, 0, -0.0, 1000, 1001, 1002};
+    for (std::size_t size = 1; size < 40; ++size) {
+        std::vector<double> values(size);
+        for (double& value : values)
+            value = kinds[random() % kinds.size()];
+        values.back() = 1003;
+        const FrameFigures expected = plainFigures(values);
+        const FrameFigures actual = ombrel::figuresOf(*frameOf(zt::DT_FLOAT, values));
+        EXPECT_NEAR(actual.mean, expected.mean, 1e-9) << size;
+        EXPECT_NEAR(actual.spread, expected.spread, 1e-9) << size;
+        EXPECT_EQ(actual.zeroPixels, expected.zeroPixels) << size;
+        EXPECT_EQ(actual.notFinite, expected.notFinite) << size;
+    }
+    const FrameFigures none = ombrel::figuresOf(*frameOf(zt::DT_DOUBLE, {notANumber, infinity}));
+    EXPECT_TRUE(std::isnan(none.mean) && std::isnan(none.spread));
+    EXPECT_EQ(none.notFinite, 2);
+}
+
+// A spread of a hundred-millionth is lost in the difference of two squares.
+TEST(FrameFigures, keepTheDigitsOfASmallSpread) {
+    std::vector<double> values(1000);
+    for (std::size_t i = 0; i < values.size(); ++i)
+        values[i] = 1e8 + (i % 2 ? 1 : -1);
+    EXPECT_NEAR(ombrel::figuresOf(*frameOf(zt::DT_DOUBLE, values)).spread, 1e-8, 1e-14);
+}
+
+} // namespace

@@ -1,0 +1,224 @@
+#include "HeapFixture.h"
+#include "HostilePixels.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <array>
+#include <limits>
+#include <numeric>
+#include <random>
+#include <utility>
+
+using ::testing::EndsWith;
+using ::testing::IsNan;
+
+namespace {
+
+using Store = c_CalibrationImages;
+
+class CalibrationGrid : public HeapFixture {
+protected:
+    // The first pixel of the grid point that a walk along an axis finds, or the outcome where there is none.
+    float next(int start, Store::ParamType axis, bool includeInterpolated = true) {
+        Store::Position found{};
+        auto result = Store::ResultOk;
+        EXPECT_EQ(store.GetNextImage(store.Images.begin() + start, found, axis, &result, includeInterpolated),
+                  0);
+        return result == Store::ResultOk ? found->Image.at(0, 0) : static_cast<float>(result);
+    }
+    float previous(int start, Store::ParamType axis) {
+        Store::Position found{};
+        auto result = Store::ResultOk;
+        EXPECT_EQ(store.GetPreviousImage(store.Images.begin() + start, found, axis, &result, true), 0);
+        return result == Store::ResultOk ? found->Image.at(0, 0) : static_cast<float>(result);
+    }
+    const AICImage& image(std::size_t point) const { return store.Images.at(point).Image; }
+};
+
+TEST_F(CalibrationGrid, movesItsCursorInListOrderOverHoles) {
+    Store::Position found{};
+    auto result = Store::ResultOk;
+    store.Init(log);
+    EXPECT_EQ(store.GetFirstImage(found, &result), 0);
+    EXPECT_EQ(result, Store::ResultNotFound);
+    store.GetNextImage(found, &result, true);
+    EXPECT_EQ(result, Store::ResultNoNext);
+
+    ASSERT_EQ(load(heapOf({1}, {1}, {1, 2, 3, 4}).pair(1, 1).hole().pair(3, 3).hole()), 0);
+    store.GetNextImage(found, &result, false);
+    EXPECT_EQ(std::pair(result, found - store.Images.begin()), std::pair(Store::ResultOk, 2L));
+    store.GetNextImage(found, &result, false);
+    EXPECT_EQ(result, Store::ResultNoNext);
+    EXPECT_EQ(store.Current - store.Images.begin(), 2);
+    store.GetNextImage(found, &result, true);
+    store.GetCurrentImage(found, &result);
+    EXPECT_EQ(std::pair(result, found - store.Images.begin()), std::pair(Store::ResultOk, 3L));
+    store.ResetToFirstImage();
+    store.GetCurrentImage(found, &result);
+    EXPECT_EQ(found, store.Images.begin());
+}
+
+TEST_F(CalibrationGrid, walksAlongAnAxisOverHolesButNotIntoTheNextLine) {
+    HeapBytes heap = heapOf({1, 2, 3}, {1, 2}, {1, 2, 3});
+    for (int i = 0; i < 18; ++i) {
+        i == 6 || i == 1 ? heap.hole() : heap.pair(static_cast<float>(i), 0);
+    }
+    ASSERT_EQ(load(heap), 0);
+    EXPECT_EQ(next(0, Store::ParamV), 12);
+    EXPECT_EQ(next(0, Store::ParamT), 3);
+    EXPECT_EQ(next(0, Store::ParamE), 2);
+    EXPECT_EQ(next(2, Store::ParamE), Store::ResultNoNext);
+    EXPECT_EQ(next(3, Store::ParamT), Store::ResultNoNext);
+    EXPECT_EQ(next(17, Store::ParamE), Store::ResultNoNext);
+    EXPECT_EQ(previous(12, Store::ParamV), 0);
+    EXPECT_EQ(previous(2, Store::ParamE), 0);
+    EXPECT_EQ(previous(3, Store::ParamE), Store::ResultNoPrevious);
+    EXPECT_EQ(previous(0, Store::ParamV), Store::ResultNoPrevious);
+    EXPECT_EQ(logText(), "");
+}
+
+TEST_F(CalibrationGrid, saysWhichAxisItDoesNotKnow) {
+    ASSERT_EQ(load(heapOf({1}, {1}, {1}).pair(1, 2)), 0);
+    Store::Position found{};
+    auto result = Store::ResultOk;
+    int step = 0;
+    EXPECT_EQ(store.GetImageStep(Store::ParamNone, &step), -1);
+    EXPECT_EQ(step, 1);
+    EXPECT_EQ(store.GetNextImage(store.Current, found, Store::ParamNone, &result, true), -1);
+    EXPECT_EQ(store.GetPreviousImage(store.Current, found, Store::ParamNone, &result, true), -1);
+    EXPECT_EQ(result, Store::ResultError);
+    const std::string step1 = "c_CalibrationImages::getImageStep setting vector type step error\n";
+    EXPECT_EQ(logText(), step1 + step1 +
+                             "c_CalibrationImages::GetNextImage setting vector type step error\n" + step1 +
+                             "c_CalibrationImages::GetPreviousImage setting vector type step error\n");
+}
+
+TEST_F(CalibrationGrid, fillsMidpointsFromTheAxisNearestToZero) {
+    HeapBytes heap = heapOf({10, 20}, {1, 2}, {-1, 3});
+    for (int i = 0; i < 8; ++i) {
+        heap.pair(static_cast<float>(i), static_cast<float>(i * i));
+    }
+    ASSERT_EQ(load(heap, 1), 0);
+    ASSERT_EQ(store.Images.size(), 27u);
+    EXPECT_EQ(std::tuple(store.StepV, store.StepT, store.StepE), std::tuple(9, 3, 1));
+    const ImageContainer& edge = store.Images[1]; // between the first two blocks, E from -1 to 3
+    EXPECT_EQ(std::tuple(edge.V, edge.T, edge.E, edge.Interpolated), std::tuple(10, 1, 1, true));
+    EXPECT_EQ(edge.Image.at(0, 0), 0.5);
+    EXPECT_EQ(edge.Image.at(1, 0), 0.5);
+    // Amid the grid T is cheaper than E, 1 + 2 against 1 + 3, and both than V.
+    EXPECT_EQ(image(13).at(1, 0), (image(10).at(1, 0) + image(16).at(1, 0)) / 2);
+    EXPECT_EQ(store.Current - store.Images.begin(), 26);
+    EXPECT_TRUE(std::ranges::none_of(store.Images, [](const auto& point) { return point.Image.empty(); }));
+}
+
+TEST_F(CalibrationGrid, fillsStoredHolesAndForeignSizesThatHaveNeighbours) {
+    HeapBytes heap = heapOf({1}, {1}, {1, 2, 4, 5});
+    heap.pair(3, 3).hole().block(3, 1, {1, 1, 1}).pair(15, 15);
+    ASSERT_EQ(load(heap, 1), 0);
+    EXPECT_EQ(image(2).at(0, 0), 6);
+    EXPECT_FALSE(store.Images[2].Interpolated);
+    EXPECT_EQ(image(4).cols(), 2);
+    EXPECT_EQ(image(4).at(0, 0), 12);
+    ASSERT_EQ(load(heapOf({1}, {1}, {1, 2}).hole().pair(1, 2), 1), 0);
+    EXPECT_TRUE(image(0).empty()); // no neighbour before it
+    ASSERT_EQ(load(heap), 0);
+    EXPECT_TRUE(image(1).empty()); // without interpolation holes stay
+}
+
+TEST_F(CalibrationGrid, dividesByZeroBetweenEqualParameters) {
+    ASSERT_EQ(load(heapOf({1}, {1}, {2, 2}).pair(1, 2).pair(3, 2), 1), 0);
+    EXPECT_THAT(image(1).at(0, 0), IsNan());
+    ASSERT_EQ(load(heapOf({1}, {1}, {1}).pair(3, 2), 1), 0);
+    EXPECT_EQ(store.Images.size(), 1u);
+}
+
+// Each hole filled by itself, in the order of the three passes.
+void fillByWalks(Store& grid) {
+    for (const bool includeInterpolated : {false, true, true}) {
+        for (auto point = grid.Images.begin(); point != grid.Images.end(); ++point) {
+            bool done = false;
+            if (!grid.hasImage(*point)) {
+                grid.GetLinearInterpolatedImage1D(point, &done, includeInterpolated);
+            }
+        }
+    }
+}
+
+TEST_F(CalibrationGrid, fillsHolesAsWalksFromEachOfThemDo) {
+    constexpr float notANumber = std::numeric_limits<float>::quiet_NaN();
+    constexpr float most = std::numeric_limits<float>::max();
+    std::mt19937 random(9);
+    for (int round = 0; round < 300; ++round) {
+        SCOPED_TRACE(round);
+        std::array<std::vector<float>, 3> axes;
+        for (std::vector<float>& axis : axes) {
+            axis.resize(1 + random() % 4);
+            for (float& value : axis) { // also equal ones, which are on one line, and absurd ones
+                value = random() % 30 == 0   ? most
+                        : random() % 50 == 0 ? notANumber
+                                             : static_cast<float>(random() % 6) - 2;
+            }
+        }
+        HeapBytes heap = heapOf(axes[0], axes[1], axes[2]);
+        for (std::size_t i = axes[0].size() * axes[1].size() * axes[2].size(); i > 0; --i) {
+            const auto pixel = static_cast<float>(random() % 1000);
+            random() % 3 == 0    ? heap.hole()
+            : random() % 12 == 0 ? heap.block(3, 1, {pixel, pixel, pixel})
+                                 : heap.pair(pixel, pixel / 7);
+        }
+        ASSERT_EQ(load(heap, 1), 0);
+        Store stored; // with its holes
+        Store walked;
+        ASSERT_EQ(stored.Init(heapPath, Store::InterpolationNone, log), 0);
+        ASSERT_EQ(walked.Init(heapPath, Store::InterpolationLinear1D, log), 0);
+        auto next = stored.Images.begin();
+        for (ImageContainer& point : walked.Images) {
+            point.Image = point.Interpolated ? AICImage() : next++->Image;
+        }
+        fillByWalks(walked);
+        for (std::size_t i = 0; i < walked.Images.size(); ++i) {
+            ASSERT_TRUE(sameBits(image(i).pixels(), std::as_const(walked).Images[i].Image.pixels())) << i;
+        }
+    }
+}
+
+// Hundreds of thousands of points: work that grew with their square would outlast every time limit.
+TEST_F(CalibrationGrid, loadsAGridOfHolesInOneGo) {
+    std::vector<float> line(400);
+    std::iota(line.begin(), line.end(), 0.0f);
+    HeapBytes heap = heapOf({1}, line, line);
+    for (std::size_t i = 0; i < line.size() * line.size(); ++i) {
+        heap.hole();
+    }
+    EXPECT_EQ(load(heap, 1), 0);
+    EXPECT_EQ(store.Images.size(), 799u * 799u);
+}
+
+TEST_F(CalibrationGrid, leavesAPointThatNoAxisCanFill) {
+    ASSERT_EQ(load(heapOf({1, 2}, {1}, {1}).pair(1, 2).pair(3, 4)), 0);
+    const Store::Position point = store.Images.begin();
+    Store::Position a{};
+    Store::Position b{};
+    auto axis = Store::ParamV;
+    EXPECT_EQ(store.GetBaseImages(point, a, b, &axis, true), 0);
+    EXPECT_EQ(axis, Store::ParamNone);
+    bool done = true;
+    EXPECT_EQ(store.GetLinearInterpolatedImage1D(point, &done, true), 0);
+    EXPECT_FALSE(done);
+
+    EXPECT_EQ(store.CombineLinear1D(point, point + 1, point, Store::ParamNone), -1);
+    EXPECT_THAT(image(0).at(0, 0), IsNan());
+    store.Images[0].Image.release();
+    EXPECT_EQ(store.CombineLinear1D(point, point + 1, point, Store::ParamV), 0);
+    EXPECT_TRUE(image(0).empty());
+    EXPECT_EQ(logText(), "c_CalibrationImages::CombineLinear1D setting vector type step error\n"
+                         "c_CalibrationImages::CombineLinear1D problem getting image size\n");
+    store.Interpolation = static_cast<Store::InterpolationType>(7);
+    EXPECT_EQ(store.GenerateInterpolatedImages(), -1);
+    EXPECT_THAT(logText(),
+                EndsWith("c_CalibrationImages::GenerateInterpolatedImages interpolation mismatch\n"
+                         "c_CalibrationImages::GenerateInterpolatedImages error runing interpolation\n"));
+}
+
+} // namespace

@@ -1,0 +1,190 @@
+#include "kernels/BadPixelInterpolation.h"
+
+#include "fixtures/PlainInterpolation.h"
+#include "kernels/ProcessorDispatch.h"
+
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <cstdint>
+#include <random>
+
+namespace {
+
+using PluginOmbrel::runInterpolationPasses;
+using PluginOmbrel::tInterpolateBadPixels;
+
+struct MaskedFrame {
+    MaskedFrame(int frameWidth, int frameHeight)
+        : width(frameWidth), height(frameHeight), data(size()), mask(size()) {}
+
+    std::size_t size() const { return static_cast<std::size_t>(width * height); }
+    double& at(int x, int y) { return data[static_cast<std::size_t>(y * width + x)]; }
+    unsigned char& maskAt(int x, int y) { return mask[static_cast<std::size_t>(y * width + x)]; }
+    int interpolate() {
+        return tInterpolateBadPixels(data.data(), mask.data(), static_cast<unsigned long>(width),
+                                     static_cast<unsigned long>(height));
+    }
+
+    int width;
+    int height;
+    std::vector<double> data;
+    std::vector<unsigned char> mask;
+};
+
+MaskedFrame rampFrame(int width, int height) {
+    MaskedFrame frame(width, height);
+    for (std::size_t i = 0; i < frame.size(); ++i)
+        frame.data[i] = static_cast<double>(i * i % 101);
+    return frame;
+}
+
+TEST(BadPixelInterpolation, aLonePixelBecomesTheMeanWeightedByInverseDistance) {
+    MaskedFrame frame(9, 9);
+    frame.maskAt(4, 4) = 1;
+    frame.at(4, 4) = 1e300;
+    frame.at(4, 3) = 1;  // distance 1
+    frame.at(6, 6) = 10; // distance sqrt(8)
+    ASSERT_EQ(frame.interpolate(), 0);
+    const double weights = 4 + 4 / std::sqrt(2.0) + 4 / 2.0 + 8 / std::sqrt(5.0) + 4 / std::sqrt(8.0);
+    EXPECT_NEAR(frame.at(4, 4), (1 + 10 / std::sqrt(8.0)) / weights, 1e-15);
+    EXPECT_EQ(frame.maskAt(4, 4), 1);
+}
+
+TEST(BadPixelInterpolation, moreThanThreeEighthsOfTheNeighboursMustBeKnown) {
+    // In a row the neighbourhood has 5 cells, at its ends 3: two known ones are enough, one is not.
+    MaskedFrame row(8, 1);
+    row.data = {2, 9, 9, 9, 4, 6, 8, 9};
+    row.mask = {0, 1, 1, 1, 0, 0, 0, 1};
+    ASSERT_EQ(row.interpolate(), 0);
+    EXPECT_EQ(row.at(7, 0), (6.0 * 0.5 + 8.0) / 1.5);
+    // The third has two known neighbours, so has the fourth; the second follows in the next pass.
+    EXPECT_EQ(row.at(2, 0), (2.0 * 0.5 + 4.0 * 0.5) / 1.0);
+    EXPECT_EQ(row.at(3, 0), (4.0 + 6.0 * 0.5) / 1.5);
+    EXPECT_EQ(row.at(1, 0), (2.0 + row.at(2, 0) + row.at(3, 0) * 0.5) / 2.5);
+}
+
+TEST(BadPixelInterpolation, halfOfThePixelsMayBeBad) {
+    MaskedFrame frame = rampFrame(4, 4);
+    for (std::size_t i = 0; i < 16; i += 2)
+        frame.mask[i] = 7;
+    EXPECT_EQ(frame.interpolate(), 0);
+    EXPECT_EQ(frame.mask[0], 1);
+    frame.mask[1] = 5;
+    const MaskedFrame before = frame;
+    EXPECT_EQ(frame.interpolate(), -1);
+    EXPECT_EQ(frame.data, before.data);
+    EXPECT_EQ(frame.mask, before.mask);
+}
+
+TEST(BadPixelInterpolation, anEmptyFrameIsDone) {
+    EXPECT_EQ(MaskedFrame(0, 0).interpolate(), 0);
+    EXPECT_EQ(MaskedFrame(0, 5).interpolate(), 0);
+    EXPECT_EQ(MaskedFrame(5, 0).interpolate(), 0);
+}
+
+// Bad pixels alone, in lines and in blocks; `codes` is how many mask values there are.
+MaskedFrame randomFrame(int width, int height, std::mt19937& random, unsigned codes) {
+    MaskedFrame frame(width, height);
+    for (double& value : frame.data)
+        value = std::normal_distribution<double>(0, 100)(random);
+    const unsigned marks = random() % (frame.size() / 6 + 2);
+    for (unsigned i = 0; i < marks; ++i) {
+        const int x = static_cast<int>(random() % static_cast<unsigned>(width));
+        const int y = static_cast<int>(random() % static_cast<unsigned>(height));
+        const int toX = std::min(width, x + (random() % 8 == 0 ? 6 : 1));
+        const int toY = std::min(height, y + (random() % 8 == 0 ? 6 : 1));
+        for (int row = y; row < toY; ++row)
+            for (int column = x; column < toX; ++column) {
+                frame.maskAt(column, row) = static_cast<unsigned char>(1 + random() % codes);
+                if (random() % 3 == 0)
+                    frame.at(column, row) = NAN;
+            }
+    }
+    return frame;
+}
+
+void expectSame(const MaskedFrame& actual, const MaskedFrame& expected) {
+    ASSERT_EQ(actual.mask, expected.mask);
+    for (std::size_t i = 0; i < actual.size(); ++i) {
+        if (std::isnan(expected.data[i]) && std::isnan(actual.data[i]))
+            continue;
+        ASSERT_EQ(std::bit_cast<std::uint64_t>(actual.data[i]),
+                  std::bit_cast<std::uint64_t>(expected.data[i]))
+            << "at " << i << " of " << actual.width << " x " << actual.height;
+    }
+}
+
+TEST(BadPixelInterpolation, givesTheBitsOfThePlainPassesOnEveryShapeAndMask) {
+    std::mt19937 random(23);
+    const std::pair<int, int> shapes[] = {{1, 1},     {1, 40},   {40, 1},  {2, 7},  {5, 5},
+                                          {7, 3},     {16, 16},  {33, 17}, {64, 9}, {65, 40},
+                                          {100, 100}, {520, 12}, {1100, 5}};
+    for (const auto& [width, height] : shapes)
+        for (int repeat = 0; repeat < 30; ++repeat) {
+            PluginOmbrel::useBaselineKernels = repeat % 2;
+            MaskedFrame frame = randomFrame(width, height, random, 1);
+            MaskedFrame expected = frame;
+            if (frame.interpolate() != 0)
+                continue;
+            PlainInterpolation(expected.data, expected.mask, width, height).run();
+            for (unsigned char& code : expected.mask)
+                code = code != 0;
+            expectSame(frame, expected);
+        }
+    PluginOmbrel::useBaselineKernels = false;
+}
+
+TEST(BadPixelInterpolation, passesTakeAndLeaveTheCodesOfEarlierOnes) {
+    std::mt19937 random(29);
+    PluginOmbrel::FillFront front;
+    for (int repeat = 0; repeat < 200; ++repeat) {
+        MaskedFrame frame = randomFrame(30, 20, random, 4);
+        MaskedFrame expected = frame;
+        runInterpolationPasses(frame.data.data(), frame.mask.data(), 30, 20, front);
+        PlainInterpolation(expected.data, expected.mask, 30, 20).run();
+        expectSame(frame, expected);
+    }
+}
+
+// Marks a block, ring, comb, checkerboard, noise, islands of good pixels, or about as many as can be filled.
+void markArea(MaskedFrame& frame, std::mt19937& random) {
+    const auto below = [&](int end) { return static_cast<int>(random() % static_cast<unsigned>(end)); };
+    const int kind = below(7), atX = below(frame.width), atY = below(frame.height);
+    const int toX = atX + 1 + below(frame.width), toY = atY + 1 + below(frame.height);
+    const int bar = 1 + below(6), step = bar + 1 + below(6), inner = below(20), outer = inner + 1 + below(12);
+    const bool upright = below(2) != 0;
+    for (int y = 0; y < frame.height; ++y)
+        for (int x = 0; x < frame.width; ++x) {
+            const bool inBlock = x >= atX && x < toX && y >= atY && y < toY;
+            const int radius2 = (x - atX) * (x - atX) + (y - atY) * (y - atY);
+            const bool marks[] = {inBlock,
+                                  radius2 >= inner * inner && radius2 < outer * outer,
+                                  (upright ? x : y) % step < bar || (upright ? y : x) < outer,
+                                  inBlock && (x / bar + y / step) % 2 != 0,
+                                  below(5) == 0,
+                                  !inBlock,
+                                  below(25) >= 9 + below(2)};
+            if (marks[kind])
+                frame.maskAt(x, y) = static_cast<unsigned char>(inner % 3 == 0 ? 1 + below(4) : 1);
+        }
+}
+
+TEST(BadPixelInterpolation, givesTheBitsOfThePlainPassesInWideAreas) {
+    std::mt19937 random(31);
+    PluginOmbrel::FillFront front;
+    for (int repeat = 0; repeat < 150; ++repeat) {
+        MaskedFrame frame(1 + static_cast<int>(random() % 90), 1 + static_cast<int>(random() % 90));
+        for (double& value : frame.data)
+            value = std::normal_distribution<double>(0, 100)(random);
+        for (unsigned areas = 1 + random() % 3; areas != 0; --areas)
+            markArea(frame, random);
+        MaskedFrame expected = frame;
+        runInterpolationPasses(frame.data.data(), frame.mask.data(), static_cast<std::size_t>(frame.width),
+                               static_cast<std::size_t>(frame.height), front);
+        PlainInterpolation(expected.data, expected.mask, frame.width, frame.height).run();
+        expectSame(frame, expected);
+    }
+}
+
+} // namespace
