@@ -1,10 +1,11 @@
 // The whole of the flat-field filter on a frame of u16 and of double, and what its parts take.
+#include "kernels/FlatField.h"
+
 #include "Interleaved.h"
 #include "filters/FFFilter.h"
 #include "host/Host.h"
 #include "kernels/BadPixelInterpolation.h"
-#include "kernels/MaskScan.h"
-#include "kernels/Multiply.h"
+#include "kernels/BadPixelMask.h"
 
 #include <random>
 

@@ -1,8 +1,7 @@
 // The median of tables, against the bisection taken literally and std::nth_element on a copy.
-#include "kernels/Median.h"
-
 #include "Interleaved.h"
 #include "fixtures/PlainMedian.h"
+#include "kernels/FlatField.h"
 
 #include <bit>
 #include <random>

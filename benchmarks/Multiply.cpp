@@ -1,8 +1,7 @@
 // The multiplication of a double frame in place, against OpenCV's into another array and against the loop
 // that reads two arrays and writes a third.
-#include "kernels/Multiply.h"
-
 #include "Interleaved.h"
+#include "kernels/FlatField.h"
 
 #include <opencv2/core.hpp>
 

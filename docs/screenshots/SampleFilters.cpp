@@ -1,8 +1,7 @@
 #include "SampleFilters.h"
 
-#include "host/PrivateInterface.h"
-#include "zt/IBHFilter.h"
-#include "zt/IFFFilter.h"
+#include "host/Session.h"
+#include "zt/IPrivateFilters.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/FilterLink.h"
+#include "host/Chain.h"
 #include "host/Host.h"
 #include "host/PluginLibrary.h"
 

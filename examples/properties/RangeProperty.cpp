@@ -1,6 +1,6 @@
 #include "RangeProperty.h"
 
-#include "properties/PropertyColumn.h"
+#include "properties/QPropertyModel.h"
 
 #include <QLineEdit>
 #include <QPainter>

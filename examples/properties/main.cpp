@@ -2,17 +2,9 @@
 //     ombrel-properties-example                         shows it
 //     ombrel-properties-example FOLDER [--dark]         writes pictures of it
 #include "RangeProperty.h"
-#include "properties/CustomDelegate.h"
-#include "properties/PropertyColumn.h"
-#include "properties/QBoolProperty.h"
-#include "properties/QDoubleProperty.h"
-#include "properties/QEmptyProperty.h"
-#include "properties/QListProperty.h"
-#include "properties/QLongProperty.h"
+#include "properties/PropertyTypes.h"
+#include "properties/QPropertyDelegate.h"
 #include "properties/QPropertyModel.h"
-#include "properties/QPropertyTreeView.h"
-#include "properties/QStringProperty.h"
-#include "properties/QULongProperty.h"
 
 #include <QApplication>
 #include <QPalette>

@@ -1,15 +1,9 @@
 #include "properties/ParamRow.h"
 
-#include "properties/PropertyColumn.h"
-#include "properties/QBoolProperty.h"
-#include "properties/QDoubleProperty.h"
-#include "properties/QIntegerProperty.h"
-#include "properties/QListProperty.h"
-#include "properties/QLongProperty.h"
-#include "properties/QStringProperty.h"
-#include "properties/QULongProperty.h"
-#include "zt/DataType.h"
+#include "properties/PropertyTypes.h"
+#include "properties/QPropertyModel.h"
 #include "zt/IParam.h"
+#include "zt/Types.h"
 
 #include <limits>
 

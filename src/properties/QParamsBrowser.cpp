@@ -1,12 +1,11 @@
 #include "properties/QParamsBrowser.h"
 
-#include "properties/CustomDelegate.h"
 #include "properties/ParamRow.h"
-#include "properties/PropertyColumn.h"
 #include "properties/QProperty.h"
+#include "properties/QPropertyDelegate.h"
 #include "properties/QPropertyModel.h"
-#include "zt/IParamMgr.h"
-#include "zt/PtrList.h"
+#include "zt/IParam.h"
+#include "zt/String.h"
 
 #include <QFocusEvent>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "properties/QPropertyTreeView.h"
+#include "properties/QPropertyModel.h"
 
 namespace zt {
 class IParam;

@@ -1,15 +1,30 @@
 #include "properties/QPropertyDelegate.h"
 
-#include "properties/PropertyColumn.h"
 #include "properties/QProperty.h"
 #include "properties/QPropertyModel.h"
-#include "properties/ReadableText.h"
 
 #include <QApplication>
 #include <QPainter>
+#include <QPalette>
 #include <QStyle>
 
 #include <algorithm>
+
+namespace {
+
+void setText(QPalette& palette, QPalette::ColorGroup group, const QColor& color) {
+    // Items are written with the first, branch indicators drawn with the others.
+    for (const auto role : {QPalette::Text, QPalette::WindowText, QPalette::ButtonText})
+        palette.setColor(group, role, color);
+}
+
+} // namespace
+
+void setReadableText(QPalette& palette, const QColor& background) {
+    const bool onLight = background.lightnessF() > 0.5f;
+    setText(palette, QPalette::All, onLight ? QColor(26, 26, 26) : QColor(240, 240, 240));
+    setText(palette, QPalette::Disabled, onLight ? QColor(100, 100, 100) : QColor(165, 165, 165));
+}
 
 namespace {
 
@@ -101,4 +116,36 @@ void QPropertyDelegate::initStyleOption(QStyleOptionViewItem* option, const QMod
         option->features &= ~QStyleOptionViewItem::ViewItemFeatures(QStyleOptionViewItem::HasDecoration);
     if (index.data(Qt::TextAlignmentRole).typeId() == QMetaType::Bool)
         option->displayAlignment = Qt::AlignLeft | Qt::AlignVCenter;
+}
+
+namespace {
+
+QColor backgroundOf(const QModelIndex& index) {
+    if (index.column() == PropertyColumn::Value) {
+        const QString text = index.data(Qt::DisplayRole).toString();
+        if (text.contains('>'))
+            return {255, 200, 200};
+        if (text.contains('<'))
+            return {255, 223, 186};
+        if (text.contains('='))
+            return {200, 255, 200};
+    }
+    return CustomDelegate::rowColor(index.row());
+}
+
+} // namespace
+
+void CustomDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
+                           const QModelIndex& index) const {
+    QStyleOptionViewItem colored = option;
+    const QColor background = backgroundOf(index);
+    colored.palette.setBrush(QPalette::All, QPalette::Base, background);
+    setReadableText(colored.palette, background);
+    painter->fillRect(colored.rect, colored.palette.base());
+    QStyledItemDelegate::paint(painter, colored, index);
+    drawGridLines(painter, option);
+}
+
+QColor CustomDelegate::rowColor(int row) {
+    return row % 2 == 0 ? QColor(253, 253, 253) : QColor(247, 247, 247);
 }

@@ -2,6 +2,13 @@
 
 #include <QStyledItemDelegate>
 
+class QColor;
+class QPalette;
+
+// Makes text and signs near-black or near-white, whichever reads on the background: fixed colours of rows
+// meet light and dark palettes. Disabled text stays paler than the other.
+void setReadableText(QPalette& palette, const QColor& background);
+
 // Hands the editing and painting of a value to its QProperty, falls back on Qt's way, and draws grid lines.
 // For views on a QPropertyModel; on any other model it works in Qt's way.
 class QPropertyDelegate : public QStyledItemDelegate {
@@ -32,4 +39,19 @@ protected:
 private:
     int rowHeight = 0;
     bool addToDefault = false;
+};
+
+// Colours the rows light, in turns, and a value by the comparison in its text: ">" red, "<" orange, "="
+// green.
+class CustomDelegate : public QPropertyDelegate {
+    Q_OBJECT
+
+public:
+    using QPropertyDelegate::QPropertyDelegate;
+
+    void paint(QPainter* painter, const QStyleOptionViewItem& option,
+               const QModelIndex& index) const override;
+
+    // The colour of a row beside its value.
+    static QColor rowColor(int row);
 };

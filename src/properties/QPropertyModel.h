@@ -3,11 +3,25 @@
 #include "properties/QProperty.h"
 
 #include <QAbstractItemModel>
+#include <QBrush>
 #include <QMap>
 #include <QString>
+#include <QTreeView>
 
 #include <array>
 #include <memory>
+
+// The columns of a property tree.
+
+namespace PropertyColumn {
+
+enum Column : int { Name = 0, Value = 1, Description = 2 };
+
+} // namespace PropertyColumn
+
+// The role that gives the value as it is stored where the display role gives a text for it: the boolean
+// itself of a QBoolProperty.
+inline constexpr int StoredValueRole = -1;
 
 // Shows a tree of QProperty items in the columns of PropertyColumn. It owns the items, from an invisible root
 // down. An item may be given a key, any string, by which it is found again; parents are named by their keys.
@@ -77,4 +91,30 @@ private:
     std::unique_ptr<QProperty> root;
     std::array<QString, 3> headers;
     bool showDescription = false;
+};
+
+class QPropertyDelegate;
+class QPropertyModel;
+
+// A tree view on a QPropertyModel, which it does not own. A value's editor opens as soon as its cell becomes
+// the current one, by click or by key.
+class QPropertyTreeView : public QTreeView {
+    Q_OBJECT
+
+public:
+    explicit QPropertyTreeView(QWidget* parent = nullptr);
+    explicit QPropertyTreeView(QPropertyModel* model, QWidget* parent = nullptr);
+
+    // Selection, triggers and delegate. The constructors call it.
+    virtual void init();
+    // See QPropertyDelegate::setRowHeight().
+    void setRowHeight(int height, bool addToDefault);
+
+protected:
+    void drawBranches(QPainter* painter, const QRect& rect, const QModelIndex& index) const override;
+    void initViewItemOption(QStyleOptionViewItem* option) const override;
+
+private:
+    QPropertyDelegate* propertyDelegate = nullptr;
+    mutable QBrush branchBackground; // while branches are drawn on one
 };

@@ -5,6 +5,15 @@
 #include <QSpinBox>
 #include <QValidator>
 
+QPTVDoubleSpinBox::QPTVDoubleSpinBox(QWidget* parent) : QDoubleSpinBox(parent) {
+    // Where a point groups digits, the text "0.5" of this box would be read back as 5.
+    setLocale(QLocale::c());
+}
+
+QString QPTVDoubleSpinBox::textFromValue(double number) const {
+    return QString("%1").arg(number, 4, 'g', decimals(), QChar(' '));
+}
+
 namespace {
 
 // Before the box's own, which it asks.

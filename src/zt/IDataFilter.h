@@ -1,10 +1,10 @@
 #pragma once
 
-#include "zt/IData.h"
 #include "zt/IDevMpx.h"
-#include "zt/IParamMgr.h"
+#include "zt/IMpxFrame.h"
+#include "zt/IObject.h"
+#include "zt/IParam.h"
 #include "zt/ISettings.h"
-#include "zt/IString.h"
 
 namespace zt {
 

@@ -1,11 +1,25 @@
 #pragma once
 
-#include "zt/IDev.h"
+#include "zt/IDataBuff.h"
 #include "zt/IMpxFrame.h"
-#include "zt/IPixelCfg.h"
 #include "zt/Types.h"
 
 namespace zt {
+
+class IDev {
+public:
+    // 1, 2, 3, 4 and 10 are pixel detectors: such a device is an IDevMpx at the same address.
+    virtual int deviceType() const = 0;
+};
+
+// The pixel configuration of a device.
+class IPixelCfg {
+public:
+    // Sizes the buffer to one byte a pixel and fills it; 0 means masked. Filters pass chip 0, the whole
+    // device.
+    virtual void maskData(IByteBuff* out, int chip) = 0;
+    virtual u64 pixelCount() const = 0;
+};
 
 // A pixel detector. It outlives its filters, and its acquired frames live as long as it does.
 class IDevMpx : public IDev {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "zt/IString.h"
+#include "zt/IObject.h"
 #include "zt/String.h"
 #include "zt/Types.h"
 

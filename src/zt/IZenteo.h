@@ -1,13 +1,30 @@
 #pragma once
 
-#include "zt/IDataMgr.h"
-#include "zt/IDev.h"
-#include "zt/IFilterMgr.h"
-#include "zt/IParamMgr.h"
-#include "zt/IPtrList.h"
+#include "zt/IDataFilter.h"
+#include "zt/IDevMpx.h"
+#include "zt/IMpxFrame.h"
+#include "zt/IParam.h"
 #include "zt/ISettings.h"
+#include "zt/IStrList.h"
+#include "zt/Types.h"
 
 namespace zt {
+
+// Makes frames and reads them from files. Every frame comes with one reference for the caller, or is null.
+class IDataMgr {
+public:
+    virtual IMpxFrame* createFrame(u32 width, u32 height, u8 dataType) = 0;
+    virtual IMpxFrame* loadFrame(const char* path, u32 frameIndex) = 0;
+    virtual u32 frameCountInFile(const char* path) = 0;
+    // False makes the caller read the file as an ASCII matrix.
+    virtual bool isFrameFile(const char* path) = 0;
+};
+
+class IFilterMgr {
+public:
+    // Registers the filter for the device and takes it over: the host ends it with destroy().
+    virtual void addFilter(IDev* dev, IDataFilter* filter) = 0;
+};
 
 // The host. It outlives every filter. None of the operations that return a pointer returns null.
 class IZenteo {
@@ -24,5 +41,21 @@ public:
     virtual IDataMgr* dataMgr() = 0;
     virtual IFilterMgr* filterMgr() = 0;
 };
+
+// What the exported entry of a plug-in returns. The object lives as long as the library is loaded.
+class IZtPlugin {
+public:
+    // Registers a set of filters for every pixel detector that the host knows now. Returns 0.
+    virtual int initialize(IZenteo* host) = 0;
+    virtual void onStart() = 0;
+    virtual void onClose() = 0;
+    virtual const char* name() const = 0;
+    virtual const char* description() const = 0;
+    virtual void* privateInterface() = 0;
+    virtual ~IZtPlugin() = default;
+};
+
+// The type of the exported entry "ztGetPlugin".
+using GetPluginFunction = IZtPlugin* (*)();
 
 } // namespace zt

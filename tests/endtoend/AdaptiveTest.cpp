@@ -6,7 +6,7 @@
 #include "fixtures/TemporaryFolder.h"
 #include "frame/FrameOutput.h"
 #include "settings/Settings.h"
-#include "stack/ResidualReport.h"
+#include "stack/FileReport.h"
 
 #include <gmock/gmock.h>
 

@@ -1,13 +1,13 @@
 // Runs that are cut off and resumed, several jobs, several runs, and what outputs say of themselves.
 
-#include "base/FileLock.h"
+#include "base/FileDescriptor.h"
 #include "fixtures/FileText.h"
 #include "fixtures/FrameFiles.h"
 #include "fixtures/Program.h"
 #include "fixtures/TemporaryFolder.h"
 #include "fixtures/Terminal.h"
 #include "frame/FrameOutput.h"
-#include "frame/FrameRowJson.h"
+#include "frame/FrameRow.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

@@ -3,7 +3,7 @@
 #include "fixtures/Hdf5Builder.h"
 #include "fixtures/Program.h"
 #include "fixtures/TemporaryFolder.h"
-#include "frame/RegionReport.h"
+#include "frame/Statistics.h"
 
 #include <gmock/gmock.h>
 

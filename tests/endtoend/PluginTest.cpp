@@ -4,9 +4,9 @@
 #include "frame/Frame.h"
 #include "host/Host.h"
 #include "host/PluginLibrary.h"
-#include "zt/DataType.h"
 #include "zt/IObject.h"
 #include "zt/String.h"
+#include "zt/Types.h"
 
 #include <gmock/gmock.h>
 

@@ -1,11 +1,6 @@
-#include "properties/PropertyColumn.h"
-#include "properties/QBoolProperty.h"
-#include "properties/QDoubleProperty.h"
-#include "properties/QEmptyProperty.h"
-#include "properties/QIntegerProperty.h"
-#include "properties/QListProperty.h"
-#include "properties/QPTVDoubleSpinBox.h"
-#include "properties/QStringProperty.h"
+#include "properties/PropertyTypes.h"
+#include "properties/QPropertyModel.h"
+#include "properties/SpinBoxEditor.h"
 
 #include <QApplication>
 #include <QBrush>

@@ -1,9 +1,5 @@
-#include "properties/PropertyColumn.h"
-#include "properties/QBoolProperty.h"
-#include "properties/QEmptyProperty.h"
-#include "properties/QIntegerProperty.h"
+#include "properties/PropertyTypes.h"
 #include "properties/QPropertyModel.h"
-#include "properties/QPropertyTreeView.h"
 
 #include <QAbstractItemModelTester>
 #include <QApplication>

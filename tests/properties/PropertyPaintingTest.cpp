@@ -1,12 +1,8 @@
-#include "host/ParamMgr.h"
-#include "properties/CustomDelegate.h"
-#include "properties/PropertyColumn.h"
-#include "properties/QBoolProperty.h"
-#include "properties/QEmptyProperty.h"
+#include "host/Param.h"
+#include "properties/PropertyTypes.h"
 #include "properties/QParamsBrowser.h"
+#include "properties/QPropertyDelegate.h"
 #include "properties/QPropertyModel.h"
-#include "properties/QPropertyTreeView.h"
-#include "properties/QStringProperty.h"
 
 #include <QApplication>
 #include <QImage>

@@ -1,14 +1,8 @@
 #include "properties/QParamsBrowser.h"
 
-#include "host/ParamMgr.h"
-#include "properties/PropertyColumn.h"
-#include "properties/QBoolProperty.h"
-#include "properties/QDoubleProperty.h"
-#include "properties/QListProperty.h"
-#include "properties/QLongProperty.h"
+#include "host/Param.h"
+#include "properties/PropertyTypes.h"
 #include "properties/QPropertyModel.h"
-#include "properties/QStringProperty.h"
-#include "properties/QULongProperty.h"
 
 #include <QApplication>
 #include <QComboBox>

@@ -10,7 +10,7 @@
 #include "fixtures/QuietConsole.h"
 #include "fixtures/TemporaryFolder.h"
 #include "fixtures/WidgetActions.h"
-#include "host/FilterLink.h"
+#include "host/Chain.h"
 
 #include <QApplication>
 #include <QFileDialog>

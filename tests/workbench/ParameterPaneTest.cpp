@@ -4,7 +4,7 @@
 #include "calibration/CalibrationHeap.h"
 #include "fixtures/TemporaryFolder.h"
 #include "fixtures/WidgetActions.h"
-#include "host/FilterLink.h"
+#include "host/Chain.h"
 #include "host/Host.h"
 #include "host/PluginLibrary.h"
 #include "properties/QParamsBrowser.h"

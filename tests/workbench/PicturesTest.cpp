@@ -1,9 +1,9 @@
 // What is computed for the panes, without a window.
 #include "base/Error.h"
 #include "model/BatchOptions.h"
-#include "model/Histogram.h"
+#include "model/Image.h"
+#include "panes/CurvePlot.h"
 #include "panes/FiguresPane.h"
-#include "panes/LineProfile.h"
 #include "panes/PaneMap.h"
 
 #include <gmock/gmock.h>

@@ -1,7 +1,4 @@
 #include "zt/DataBuff.h"
-#include "zt/PtrList.h"
-#include "zt/RefDataBuff.h"
-#include "zt/StrList.h"
 #include "zt/String.h"
 
 #include <gmock/gmock.h>

@@ -2,6 +2,8 @@
 
 #include "base/Error.h"
 
+#include <QJsonDocument>
+
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
@@ -152,6 +154,11 @@ void replaceFile(const std::string& path, std::string_view contents) {
     AtomicFile file(path);
     file.write(std::as_bytes(std::span(contents)));
     file.commit();
+}
+
+void writeJsonFile(const std::string& path, const QJsonObject& json) {
+    const QByteArray text = QJsonDocument(json).toJson();
+    replaceFile(path, {text.data(), static_cast<std::size_t>(text.size())});
 }
 
 } // namespace ombrel

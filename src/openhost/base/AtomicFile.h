@@ -3,6 +3,8 @@
 #include "base/FileDescriptor.h"
 #include "zt/Types.h"
 
+#include <QJsonObject>
+
 #include <cstddef>
 #include <span>
 #include <string>
@@ -61,5 +63,8 @@ std::string endOfLinks(const std::string& path);
 std::string hiddenBeside(const std::string& path, const std::string& suffix);
 // Whether the name still leads to the open file: it was neither removed nor replaced.
 bool isNamed(const FileDescriptor& file, const std::string& path);
+
+// Replaces the file by the object as indented text, in one step. Throws Error.
+void writeJsonFile(const std::string& path, const QJsonObject& json);
 
 } // namespace ombrel

@@ -2,8 +2,8 @@
 
 #include "base/AtomicFile.h"
 #include "base/Error.h"
+#include "base/FileContent.h"
 #include "base/FileDescriptor.h"
-#include "base/FileKind.h"
 
 #include <algorithm>
 #include <cerrno>

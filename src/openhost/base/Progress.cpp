@@ -1,6 +1,6 @@
 #include "base/Progress.h"
 
-#include "base/SizeText.h"
+#include "base/Numbers.h"
 
 #include <algorithm>
 #include <cstdio>

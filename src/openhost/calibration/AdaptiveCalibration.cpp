@@ -1,20 +1,19 @@
 #include "calibration/AdaptiveCalibration.h"
 
-#include "base/CsvLine.h"
+#include "base/CsvTable.h"
 #include "base/Error.h"
-#include "base/FileLock.h"
-#include "base/Interrupt.h"
-#include "base/NumberText.h"
+#include "base/FileDescriptor.h"
+#include "base/Numbers.h"
+#include "base/ProgramRun.h"
 #include "base/Progress.h"
-#include "base/SizeText.h"
 #include "base/TrialFolder.h"
-#include "calibration/AdaptiveHeaps.h"
 #include "calibration/AdaptiveSettings.h"
-#include "calibration/AdaptiveTuner.h"
-#include "host/DeviceMask.h"
+#include "calibration/AdaptiveTuning.h"
+#include "calibration/CalibrationHeap.h"
+#include "host/Device.h"
 #include "run/RunPaths.h"
+#include "settings/SettingsFile.h"
 #include "settings/SettingsFiles.h"
-#include "settings/SettingsWriter.h"
 
 #include <algorithm>
 #include <cmath>

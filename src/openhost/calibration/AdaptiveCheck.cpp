@@ -1,13 +1,12 @@
 #include "base/Error.h"
-#include "base/Interrupt.h"
+#include "base/ProgramRun.h"
 #include "base/Progress.h"
 #include "base/TrialFolder.h"
 #include "calibration/AdaptiveCalibration.h"
-#include "calibration/AdaptiveHeaps.h"
-#include "calibration/AdaptiveRanking.h"
+#include "calibration/AdaptiveReport.h"
 #include "calibration/AdaptiveSettings.h"
-#include "calibration/AdaptiveTable.h"
-#include "calibration/AdaptiveTuner.h"
+#include "calibration/AdaptiveTuning.h"
+#include "calibration/CalibrationHeap.h"
 #include "settings/SettingsFiles.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 #include "calibration/AdaptiveSettings.h"
 
 #include "base/Error.h"
-#include "base/NumberText.h"
+#include "base/Numbers.h"
 
 #include <memory>
 #include <optional>

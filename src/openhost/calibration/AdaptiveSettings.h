@@ -1,7 +1,7 @@
 #pragma once
 
 #include "host/Session.h"
-#include "settings/SettingsTree.h"
+#include "settings/Settings.h"
 
 #include <set>
 #include <string>

@@ -1,13 +1,52 @@
 #pragma once
 
-#include "calibration/AdaptiveChoices.h"
+#include "base/Console.h"
 #include "calibration/AdaptiveTrial.h"
+#include "settings/Settings.h"
+#include "zt/Types.h"
 
+#include <cstddef>
+#include <set>
 #include <span>
 #include <string>
 #include <vector>
 
 namespace ombrel {
+
+// The values that are tried for the settings which decide whether the adaptive filter finds the right flat
+// field. Of each the preferred one comes first.
+struct AdaptiveChoices {
+    std::vector<SettingsValue> kernels;
+    std::vector<SettingsValue> preProcessing;
+    std::vector<SettingsValue> borders;
+    std::vector<SettingsValue> tileSizes;
+    std::vector<SettingsValue> thresholds;
+
+    // Keys in `fixed` keep their value of `settings`. Tiles must fit into frames of that shorter side.
+    AdaptiveChoices(const SettingsTree& settings, const std::set<std::string>& fixed, zt::u32 shortSide);
+
+    // Kernel, pre-processing and border are tried together, with the first tile size and threshold; then,
+    // with the best of these, the other tile sizes and thresholds, and a mosaic of each tile size.
+    std::vector<SettingsTree> first(const SettingsTree& base) const;
+    std::vector<SettingsTree> second(const SettingsTree& best) const;
+    // Trials of all together.
+    std::size_t count() const {
+        return kernels.size() * preProcessing.size() * borders.size() + tileSizes.size() * thresholds.size() -
+               1 + tileSizes.size();
+    }
+};
+
+// What people call a kernel: by its neighbours when it is one of those that are tried, else its text.
+std::string kernelName(const std::string& kernel);
+
+// The best of several results over the same frames. Each of these questions leaves some of them to the next:
+// the fewest frames failed; about the least residual; right most often; about the least residual of a mosaic;
+// surely right, and the first of equals. Residual comes before right, since settings may find every flat
+// field and still spoil the frames.
+std::size_t bestOf(std::span<const TrialResult> results);
+
+// Whether `other` leaves clearly less than `result`.
+bool isClearlyFlatter(const TrialResult& other, const TrialResult& result);
 
 // A heap file and frames to try it with.
 struct TrialSet {
@@ -27,5 +66,27 @@ inline constexpr std::size_t interpolationKinds = 2;
 // With each of the searches.
 std::vector<TrialResult> trySearches(AdaptiveTrial& trial, const TrialSet& set, const SettingsTree& base);
 inline constexpr std::size_t searchKinds = 3;
+
+// Chooses settings by trying, and shows the tables of what was tried.
+class AdaptiveTuner {
+public:
+    AdaptiveTuner(AdaptiveTrial& adaptiveTrial, Console& resultConsole)
+        : trial(adaptiveTrial), console(resultConsole) {}
+
+    // Each gives the settings with its own ones chosen. Throws Error.
+    SettingsTree chooseQuality(const TrialSet& set, const SettingsTree& base, const AdaptiveChoices& choices);
+    // `between`: frames that lie between the points of their heap.
+    SettingsTree chooseInterpolation(const TrialSet& between, SettingsTree settings);
+
+    void showSearches(const TrialSet& set, const SettingsTree& settings);
+
+private:
+    AdaptiveTrial& trial;
+    Console& console;
+};
+
+// Takes the values of these keys from `source`.
+SettingsTree withSettingsOf(SettingsTree settings, const SettingsTree& source,
+                            std::initializer_list<const char*> keys);
 
 } // namespace ombrel

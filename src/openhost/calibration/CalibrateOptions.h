@@ -12,8 +12,4 @@ struct CalibrateOptions {
     std::string log;
 };
 
-// A settings file that exists is replaced, of whatever filter it is, once --force was given. Throws Error for
-// one that does not read as settings: a mistyped name must not cost measured frames.
-void checkSettingsOutput(const std::string& output);
-
 } // namespace ombrel

@@ -2,18 +2,18 @@
 
 #include "base/AtomicFile.h"
 #include "base/Error.h"
-#include "base/FileKind.h"
-#include "base/FileLock.h"
-#include "base/SizeText.h"
-#include "host/FrameSize.h"
-#include "host/PrivateInterface.h"
+#include "base/FileContent.h"
+#include "base/FileDescriptor.h"
+#include "base/Numbers.h"
+#include "host/Device.h"
 #include "host/Session.h"
 #include "run/RunPaths.h"
-#include "run/WorkerChains.h"
-#include "settings/SettingsWriter.h"
+#include "run/RunSetup.h"
+#include "settings/SettingsFile.h"
+#include "settings/SettingsFiles.h"
 #include "stack/FrameStack.h"
-#include "zt/IFFFilter.h"
 #include "zt/IObject.h"
+#include "zt/IPrivateFilters.h"
 
 #include <algorithm>
 #include <memory>

@@ -1,8 +1,15 @@
 #include "cli/CalibrateCommand.h"
 
-#include "base/CommonOptions.h"
+#include "base/CommandOptions.h"
+#include "base/Error.h"
+#include "calibration/AdaptiveCalibration.h"
+#include "calibration/BeamHardeningCalibration.h"
+#include "calibration/FlatFieldCalibration.h"
 
 #include <CLI/CLI.hpp>
+
+#include <filesystem>
+#include <memory>
 
 namespace ombrel::cli {
 
@@ -22,6 +29,135 @@ void addCalibrateCommand(const CommandContext& context) {
     addAdaptiveCalibration(*command, context);
     addFlatFieldCalibration(*command, context);
     addBeamHardeningCalibration(*command, context);
+}
+
+namespace {
+
+bool isSettingsName(const std::string& path) {
+    const std::filesystem::path name(path);
+    return name.extension() == ".xml" && !name.stem().empty();
+}
+
+void calibrate(const AdaptiveOptions& options, Console& console) {
+    if (options.output.empty() == options.check.empty())
+        throw UsageError("give either -o NAME.xml to calibrate, or --check NAME.xml to try a calibration");
+    const std::string& name = options.check.empty() ? options.output : options.check;
+    if (!isSettingsName(name))
+        throw UsageError(name + ": the name must end in \".xml\"; the flat fields are in NAME.bin beside it");
+    if (options.check.empty())
+        calibrateAdaptive(options, console);
+    else
+        checkAdaptive(options, console);
+}
+
+void addOptions(CLI::App& command, AdaptiveOptions& options) {
+    command
+        .add_option("--grid", options.grid,
+                    "Table of the flat fields: v,t,e,file and maybe page, for every point of the grid")
+        ->required()
+        ->type_name("GRID.csv");
+    addCalibrateOptions(command, options);
+    command.get_option("--output")->required(false);
+    command.add_option("--check", options.check, "Write nothing; show how settings do on the grid's frames")
+        ->type_name("NAME.xml");
+    command.add_option("--hole", options.holes, "A grid point that is left out on purpose; repeatable")
+        ->allow_extra_args(false)
+        ->type_name("V,T,E");
+    command
+        .add_option("--element", options.element, "Side of one sensor element in pixels; default: the width")
+        ->check(numberCheck<zt::i32>("a whole number above 0", [](zt::i32 side) { return side > 0; }))
+        ->type_name("N");
+    command
+        .add_option("--compensation-mask", options.compensationMask, "A frame that multiplies every frame")
+        ->type_name("FILE");
+    command.add_flag("--normalise", options.normalise,
+                     "Divide each flat field by its mean, so that frames keep their level");
+    command
+        .add_option("--set", options.assignments,
+                    "Set a key of the settings instead of choosing it; repeatable")
+        ->allow_extra_args(false)
+        ->type_name("KEY=VALUE");
+    command.add_flag("-q,--quiet", options.quiet, "No progress");
+}
+
+} // namespace
+
+void addAdaptiveCalibration(CLI::App& program, const CommandContext& context) {
+    auto options = std::make_shared<AdaptiveOptions>();
+    CLI::App* command = program.add_subcommand(
+        "adaptive", "Settings and flat fields of AdaptiveFF from a grid of flat fields");
+    addOptions(*command, *options);
+    command->footer("Example:\n"
+                    "  ombrel calibrate adaptive --grid data/grid.csv --normalise -o adaptive.xml\n"
+                    "  ombrel run -f AdaptiveFF=adaptive.xml data/drifting.h5 -o corrected.h5");
+    command->callback([=, &console = context.console] { calibrate(*options, console); });
+}
+
+void addFlatFieldCalibration(CLI::App& calibrate, const CommandContext& context) {
+    auto options = std::make_shared<FlatFieldOptions>();
+    CLI::App* command =
+        calibrate.add_subcommand("flat-field", "Settings of Flat-Field from frames of the open beam");
+    command
+        ->add_option(
+            "FLAT", options->inputs,
+            "Frame files, or one ASCII matrix or \".ffc\" file. Of a file that tells its frames apart the "
+            "flat fields are taken")
+        ->required()
+        ->type_name("FILE");
+    addCalibrateOptions(*command, *options);
+    command->add_option("--size", options->size, "Size of the frames, for a matrix or \".ffc\" file")
+        ->type_name("WxH");
+    command->add_flag("--acquisition", options->acquisition,
+                      "Sum the frames as measured ones instead of averaging");
+    command->add_option("--sub-frame", options->subFrame, "Take the N-th sub-frame of each, counted from 0")
+        ->check(wholeNumber<zt::u32>())
+        ->type_name("N");
+    command
+        ->add_option("--bad", options->bad,
+                     "Bad pixels: those of value 0, those of extreme coefficient, or none")
+        ->check(CLI::IsMember({"zero", "ff", "none"}).description(""))
+        ->type_name("zero|ff|none")
+        ->capture_default_str();
+    command->add_flag("--no-interpolate", options->noInterpolation, "Leave bad pixels as they are");
+    command->add_flag("--no-device-mask", options->noDeviceMask,
+                      "Pixels masked by the device are not bad for that");
+    command->add_flag("--tdi", options->tdi, "One coefficient a column, for time-delayed integration");
+    command->add_option("--ffc", options->ffcFile, "Write the coefficients as doubles too")
+        ->type_name("FILE.ffc");
+    command->add_option("--ascii", options->asciiFile, "Write the coefficients as text too")
+        ->type_name("FILE");
+    command->footer("Example:\n"
+                    "  ombrel calibrate flat-field flats.tif -o ff.xml\n"
+                    "  ombrel run -f Flat-Field=ff.xml frames.tif -o corrected.h5");
+    command->callback([=, &console = context.console] { calibrateFlatField(*options, console); });
+}
+
+void addBeamHardeningCalibration(CLI::App& calibrate, const CommandContext& context) {
+    auto options = std::make_shared<BeamHardeningOptions>();
+    CLI::App* command = calibrate.add_subcommand(
+        "beam-hardening", "Settings of Beam-hardening from frames through known thicknesses");
+    command
+        ->add_option(
+            "--mask", options->masks,
+            "Frames through a thickness, which are summed; repeat it for each thickness, 0 for the open beam "
+            "included. Results come out in the unit of these")
+        ->required()
+        ->allow_extra_args(false)
+        ->type_name("THICKNESS=FILE[,FILE...]");
+    addCalibrateOptions(*command, *options);
+    command
+        ->add_option("--acq-time", options->acqTime,
+                     "Acquisition time of every frame, for files that do not tell it")
+        ->check(numberAboveZero())
+        ->type_name("SECONDS");
+    command->add_flag("--no-interpolate", options->noInterpolation, "Leave bad pixels as they are");
+    command->add_flag("--zero-as-bad", options->zeroAsBad, "Pixels that come out as 0 are bad too");
+    command->footer(
+        "Example:\n"
+        "  ombrel calibrate beam-hardening --mask 0=open.tif --mask 0.5=half.tif --mask 1=one.tif "
+        "--acq-time 2 -o bh.xml\n"
+        "  ombrel run -f Beam-hardening=bh.xml frames.tif --acq-time 2 -o thickness.h5");
+    command->callback([=, &console = context.console] { calibrateBeamHardening(*options, console); });
 }
 
 } // namespace ombrel::cli

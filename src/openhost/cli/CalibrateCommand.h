@@ -1,7 +1,7 @@
 #pragma once
 
 #include "calibration/CalibrateOptions.h"
-#include "cli/Commands.h"
+#include "cli/CommandLine.h"
 
 namespace ombrel::cli {
 

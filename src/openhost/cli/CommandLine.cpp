@@ -1,7 +1,6 @@
 #include "cli/CommandLine.h"
 
 #include "base/ProgramRun.h"
-#include "cli/Commands.h"
 
 #include <CLI/CLI.hpp>
 

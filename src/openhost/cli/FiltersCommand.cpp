@@ -1,11 +1,11 @@
 #include "base/AtomicFile.h"
-#include "base/CommonOptions.h"
+#include "base/CommandOptions.h"
 #include "base/TrialFolder.h"
-#include "cli/Commands.h"
-#include "host/LogCapture.h"
+#include "cli/CommandLine.h"
+#include "host/Host.h"
 #include "host/Session.h"
-#include "zt/DataType.h"
 #include "zt/String.h"
+#include "zt/Types.h"
 
 #include <CLI/CLI.hpp>
 #include <QJsonArray>

@@ -1,7 +1,7 @@
 #include "base/Error.h"
-#include "base/FileLock.h"
-#include "base/SizeText.h"
-#include "cli/Commands.h"
+#include "base/FileDescriptor.h"
+#include "base/Numbers.h"
+#include "cli/CommandLine.h"
 #include "run/RunPaths.h"
 #include "stack/MergedParts.h"
 

@@ -1,8 +1,8 @@
+#include "base/CommandOptions.h"
 #include "base/CommandPaths.h"
-#include "base/NumberCheck.h"
 #include "base/Progress.h"
-#include "cli/Commands.h"
-#include "host/FrameSize.h"
+#include "cli/CommandLine.h"
+#include "host/Device.h"
 #include "simulation/SimulatedSet.h"
 
 #include <CLI/CLI.hpp>

@@ -1,6 +1,6 @@
 #include "base/Error.h"
-#include "base/ProgramFolder.h"
-#include "cli/Commands.h"
+#include "base/ProgramRun.h"
+#include "cli/CommandLine.h"
 
 #include <CLI/CLI.hpp>
 

@@ -1,11 +1,9 @@
 #include "frame/Frame.h"
 
-#include "base/SizeText.h"
-#include "frame/ClampedCast.h"
-#include "frame/FrameCheck.h"
-#include "frame/PixelConversion.h"
+#include "base/Numbers.h"
+#include "frame/FramePool.h"
 #include "frame/PixelType.h"
-#include "zt/RefDataBuff.h"
+#include "zt/DataBuff.h"
 
 #include <algorithm>
 #include <array>

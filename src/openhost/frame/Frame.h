@@ -1,8 +1,8 @@
 #pragma once
 
 #include "frame/FramePool.h"
-#include "zt/DataType.h"
 #include "zt/IMpxFrame.h"
+#include "zt/Types.h"
 
 #include <atomic>
 #include <cstddef>

@@ -1,6 +1,6 @@
 #include "frame/FrameFile.h"
 
-#include "zt/DataType.h"
+#include "zt/Types.h"
 
 namespace ombrel {
 

@@ -65,4 +65,8 @@ public:
     virtual void finish() = 0;
 };
 
+// The pixels that stand for a failed frame in an output: NaN. Throws std::invalid_argument when the plan's
+// pixel type is neither float nor double.
+std::vector<std::byte> failedFramePixels(const OutputPlan& plan);
+
 } // namespace ombrel

@@ -1,7 +1,7 @@
 #include "frame/OutputFile.h"
 
 #include "base/Error.h"
-#include "base/FileLock.h"
+#include "base/FileDescriptor.h"
 
 #include <cerrno>
 #include <fcntl.h>

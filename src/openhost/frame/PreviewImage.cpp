@@ -2,12 +2,16 @@
 
 #include "base/AtomicFile.h"
 #include "base/Error.h"
+#include "base/Numbers.h"
 
 #include <QBuffer>
 #include <QPainter>
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
+#include <optional>
+#include <string_view>
 #include <vector>
 
 namespace ombrel {
@@ -82,6 +86,91 @@ void writePng(const QImage& picture, const std::string& path) {
         throw Error(path + ": a picture of " + std::to_string(picture.width()) + " x " +
                     std::to_string(picture.height()) + " pixels can't be made; choose a smaller region");
     replaceFile(path, {png.data().constData(), static_cast<std::size_t>(png.size())});
+}
+
+namespace {
+
+constexpr int gap = 4;
+
+QImage pictureOf(const std::string& path, const std::optional<Region>& wanted) {
+    const auto file = FrameFile::open(path, FrameRole::Sample);
+    const FrameFileInfo& info = file->info();
+    const Region part = wanted.value_or(Region{0, 0, info.width, info.height});
+    checkRegion(part, info);
+    const auto pixels = pixelsOf(*file->readFrame(0), part);
+    return greyImage(pixels, part.width, robustLimits(pixels));
+}
+
+} // namespace
+
+void writeFramePicture(const std::string& picturePath, const std::vector<std::string>& files,
+                       const std::optional<Region>& region) {
+    std::vector<QImage> pictures;
+    int width = -gap;
+    int height = 0;
+    for (const std::string& file : files) {
+        pictures.push_back(pictureOf(file, region));
+        width += pictures.back().width() + gap;
+        height = std::max(height, pictures.back().height());
+    }
+    QImage row(width, height, QImage::Format_RGB32);
+    row.fill(Qt::white);
+    QPainter painter(&row);
+    int x = 0;
+    for (const QImage& picture : pictures) {
+        painter.drawImage(x, 0, picture);
+        x += picture.width() + gap;
+    }
+    painter.end();
+    writePng(row, picturePath);
+}
+
+namespace {
+
+constexpr std::string_view prefix = "frame-";
+constexpr std::string_view suffix = ".png";
+
+std::string nameOf(zt::u64 frame) {
+    char name[40];
+    std::snprintf(name, sizeof name, "frame-%06llu.png", static_cast<unsigned long long>(frame));
+    return name;
+}
+
+// The frame of a preview of that name.
+std::optional<zt::u64> frameOf(const std::string& name) {
+    if (!name.starts_with(prefix) || !name.ends_with(suffix))
+        return std::nullopt;
+    const auto number = name.substr(prefix.size(), name.size() - prefix.size() - suffix.size());
+    const auto frame = readNumber<zt::u64>(number);
+    return frame && nameOf(*frame) == name ? frame : std::nullopt;
+}
+
+} // namespace
+
+bool PreviewFolder::isPreviewName(const std::string& name) {
+    return frameOf(name).has_value();
+}
+
+void PreviewFolder::checkFree(const std::string& folder, const FrameRange& range) {
+    std::error_code missing;
+    for (const auto& file : std::filesystem::directory_iterator(folder, missing))
+        if (const auto frame = frameOf(file.path().filename().string());
+            frame && *frame >= range.begin && *frame < range.end)
+            throw Error(file.path().string() + ": exists; give --force to replace previews");
+}
+
+PreviewFolder::PreviewFolder(const std::string& folderPath) : folder(folderPath) {
+    std::error_code failure;
+    std::filesystem::create_directories(folder, failure);
+    if (failure)
+        throw Error(folderPath + ": can't make the folder for previews: " + failure.message());
+}
+
+void PreviewFolder::write(zt::u64 frame, std::span<const double> raw, std::span<const double> corrected,
+                          zt::u32 width) const {
+    const QImage picture = besideEachOther(greyImage(raw, width, robustLimits(raw)),
+                                           greyImage(corrected, width, robustLimits(corrected)));
+    writePng(picture, (folder / nameOf(frame)).string());
 }
 
 } // namespace ombrel

@@ -1,11 +1,16 @@
 #pragma once
 
+#include "frame/FrameRange.h"
+#include "frame/Statistics.h"
 #include "zt/Types.h"
 
 #include <QImage>
 
+#include <filesystem>
+#include <optional>
 #include <span>
 #include <string>
+#include <vector>
 
 namespace ombrel {
 
@@ -27,5 +32,28 @@ QImage besideEachOther(const QImage& left, const QImage& right);
 
 // Replaces the file by the picture, in one step. Throws Error.
 void writePng(const QImage& picture, const std::string& path);
+
+// Writes a grey picture of the first frame of each file, side by side from left to right, each with robust
+// limits of its own; of a part of the frames when a region is given. Throws Error.
+void writeFramePicture(const std::string& picturePath, const std::vector<std::string>& files,
+                       const std::optional<Region>& region);
+
+// A folder of pictures, one a frame: raw beside corrected, each with robust limits of its own.
+class PreviewFolder {
+public:
+    static bool isPreviewName(const std::string& name);
+    // Throws Error when there is a picture of one of these frames already.
+    static void checkFree(const std::string& folder, const FrameRange& range);
+
+    // Makes the folder when it is not there. Throws Error.
+    explicit PreviewFolder(const std::string& folderPath);
+
+    // Writes "frame-000012.png". Throws Error.
+    void write(zt::u64 frame, std::span<const double> raw, std::span<const double> corrected,
+               zt::u32 width) const;
+
+private:
+    std::filesystem::path folder;
+};
 
 } // namespace ombrel

@@ -1,6 +1,6 @@
 #include "hdf5/Hdf5Contents.h"
 
-#include "hdf5/Hdf5Open.h"
+#include "hdf5/Hdf5Handle.h"
 #include "hdf5/Hdf5Sources.h"
 
 #include <algorithm>

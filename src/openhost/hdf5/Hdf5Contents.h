@@ -1,6 +1,6 @@
 #pragma once
 
-#include "hdf5/Hdf5Shape.h"
+#include "hdf5/Hdf5Values.h"
 
 #include <optional>
 #include <string>

@@ -2,18 +2,206 @@
 
 #include "base/Error.h"
 #include "hdf5/Hdf5Contents.h"
-#include "hdf5/Hdf5Open.h"
-#include "hdf5/Hdf5OutputLayout.h"
-#include "hdf5/Hdf5RunState.h"
-#include "hdf5/Hdf5Select.h"
+#include "hdf5/Hdf5Handle.h"
+#include "hdf5/Hdf5Output.h"
 #include "hdf5/Hdf5Sources.h"
 #include "hdf5/Hdf5Values.h"
-#include "hdf5/TimeUnit.h"
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 
 namespace ombrel {
+
+namespace {
+
+using Candidates = std::vector<const Hdf5Candidate*>;
+
+std::string parentOf(const std::string& path) {
+    return path.substr(0, std::max<std::size_t>(path.rfind('/'), 1));
+}
+
+std::string joined(const std::string& group, const std::string& name) {
+    if (name.starts_with('/'))
+        return name;
+    return group.ends_with('/') ? group + name : group + '/' + name;
+}
+
+const Hdf5Candidate* candidateAt(hid_t file, const Hdf5Contents& contents, const std::string& path) {
+    const Hdf5Object object = openHdf5Object(file, path);
+    if (!object.isOpen())
+        return nullptr;
+    const auto found =
+        std::ranges::find(contents.candidates, Hdf5Identity::of(object), &Hdf5Candidate::identity);
+    return found == contents.candidates.end() ? nullptr : &*found;
+}
+
+bool isDetectorData(hid_t file, const std::string& path) {
+    return path.ends_with("/data") &&
+           textAttribute(openHdf5Object(file, parentOf(path)), "NX_class") == "NXdetector";
+}
+
+// Follows `default` from group to group, then `signal`; empty when that ends nowhere.
+std::string signalledPath(hid_t file, std::string group) {
+    constexpr int deepest = 16; // more than any real file has, less than a circle
+    for (int depth = 0; depth < deepest; ++depth) {
+        const Hdf5Object object = openHdf5Object(file, group);
+        if (!object.isOpen())
+            return {};
+        if (const auto next = textAttribute(object, "default"))
+            group = joined(group, *next);
+        else if (const auto signal = textAttribute(object, "signal"))
+            return joined(group, *signal);
+        else
+            return {};
+    }
+    return {};
+}
+
+std::vector<std::string> topGroups(hid_t file) {
+    std::vector<std::string> groups{"/"};
+    const auto add = [](hid_t, const char* name, const H5L_info_t*, void* data) -> herr_t {
+        static_cast<std::vector<std::string>*>(data)->push_back(std::string("/") + name);
+        return 0;
+    };
+    H5Literate(file, H5_INDEX_NAME, H5_ITER_INC, nullptr, add, &groups);
+    return groups;
+}
+
+// Many files have no `default` at their root, but in the one entry below it.
+Candidates signalledCandidates(hid_t file, const Hdf5Contents& contents) {
+    Candidates found;
+    for (const std::string& group : topGroups(file)) {
+        const std::string path = signalledPath(file, group);
+        const auto* candidate = path.empty() ? nullptr : candidateAt(file, contents, path);
+        if (candidate && std::ranges::find(found, candidate) == found.end())
+            found.push_back(candidate);
+    }
+    return found;
+}
+
+Candidates detectorCandidates(hid_t file, const Hdf5Contents& contents) {
+    Candidates found;
+    for (const Hdf5Candidate& candidate : contents.candidates)
+        if (std::ranges::any_of(candidate.paths,
+                                [&](const auto& path) { return isDetectorData(file, path); }))
+            found.push_back(&candidate);
+    return found;
+}
+
+Candidates common(const Candidates& some, const Candidates& others) {
+    Candidates both;
+    std::ranges::copy_if(some, std::back_inserter(both),
+                         [&](const auto* one) { return std::ranges::find(others, one) != others.end(); });
+    return both;
+}
+
+// The list may be long: the first few show what kind of file it is.
+std::string listText(const std::vector<std::string>& entries) {
+    constexpr std::size_t shown = 12;
+    std::string text;
+    for (std::size_t index = 0; index < std::min(shown, entries.size()); ++index)
+        text += (index == 0 ? "" : ", ") + entries[index];
+    return entries.size() > shown ? text + " and " + std::to_string(entries.size() - shown) + " more" : text;
+}
+
+std::vector<std::string> describe(const Candidates& candidates) {
+    std::vector<std::string> entries;
+    for (const Hdf5Candidate* candidate : candidates)
+        entries.push_back("::" + candidate->paths.front() + " (" +
+                          candidate->problem.value_or(shapeText(candidate->shape)) + ")");
+    return entries;
+}
+
+Candidates allOf(const Hdf5Contents& contents) {
+    Candidates all;
+    for (const Hdf5Candidate& candidate : contents.candidates)
+        all.push_back(&candidate);
+    return all;
+}
+
+[[noreturn]] void refuseNone(const std::string& file, const Hdf5Contents& contents) {
+    throw Error(file + ": holds no frames, which are numbers of rank 2 to 4; it holds " +
+                (contents.others.empty() ? "no dataset" : listText(contents.others)));
+}
+
+// Where nothing marks a dataset as the frames, those may be what a link into a missing file led to.
+void refuseDeadLinks(const std::string& file, const Hdf5Contents& contents) {
+    if (!contents.deadLinks.empty())
+        throw Error(file + ": " + listText(contents.deadLinks) +
+                    "; put the file there, or name a dataset by FILE::/path/of/dataset");
+}
+
+[[noreturn]] void refuseSeveral(const std::string& file, const Candidates& candidates) {
+    std::vector<DatasetChoice> choices;
+    for (const Hdf5Candidate* candidate : candidates)
+        choices.push_back({candidate->paths.front(), shapeText(candidate->shape)});
+    throw SeveralDatasets(file + ": which dataset holds the frames is not clear; add one of these: " +
+                              listText(describe(candidates)),
+                          file, std::move(choices));
+}
+
+Hdf5Selection selection(const std::string& file, const Hdf5Candidate& candidate, const std::string& path) {
+    if (candidate.problem)
+        throw Error(file + ": " + path + ": " + *candidate.problem);
+    Hdf5Selection selected{path, {parentOf(path)}};
+    for (const std::string& other : candidate.paths)
+        if (other != path)
+            selected.groups.push_back(parentOf(other));
+    return selected;
+}
+
+// The dataset of the Data Exchange layout, when the file has it.
+std::optional<Hdf5Selection> selectExchange(hid_t file, const std::string& fileName,
+                                            const Hdf5Contents& contents, FrameRole role) {
+    const std::string data = "/exchange/data";
+    const std::string flats = "/exchange/data_white";
+    for (const std::string& path : role == FrameRole::Flat ? std::vector{flats, data} : std::vector{data})
+        if (const auto* candidate = candidateAt(file, contents, path))
+            return selection(fileName, *candidate, path);
+    return std::nullopt;
+}
+
+Hdf5Selection selectNamed(hid_t file, const DatasetPath& path, const Hdf5Contents& contents) {
+    if (const auto* candidate = candidateAt(file, contents, path.dataset))
+        return selection(path.file, *candidate, path.dataset);
+    if (const auto dead = deadLinkOn(file, path.dataset))
+        throw Error(path.file + ": " + dead->text + "; no frames can be read from " + path.dataset);
+    const bool exists = openHdf5Object(file, path.dataset).isOpen();
+    const Candidates others = allOf(contents);
+    throw Error(path.file + ": " + path.dataset +
+                (exists ? " is not a dataset of numbers of rank 2 to 4" : " does not exist") +
+                (others.empty() ? "" : "; there is " + listText(describe(others))));
+}
+
+Hdf5Selection selectByStructure(hid_t file, const std::string& fileName, const Hdf5Contents& contents) {
+    const Candidates signalled = signalledCandidates(file, contents);
+    Candidates left = detectorCandidates(file, contents);
+    if (left.size() != 1) {
+        const Candidates decided = left.empty() ? signalled : common(left, signalled);
+        if (left.empty() && decided.empty())
+            refuseDeadLinks(fileName, contents);
+        left = !decided.empty() ? decided : left.empty() ? allOf(contents) : left;
+    }
+    if (left.empty())
+        refuseNone(fileName, contents);
+    if (left.size() > 1)
+        refuseSeveral(fileName, left);
+    const std::vector<std::string>& paths = left.front()->paths;
+    const auto detector =
+        std::ranges::find_if(paths, [&](const auto& path) { return isDetectorData(file, path); });
+    return selection(fileName, *left.front(), detector == paths.end() ? paths.front() : *detector);
+}
+
+} // namespace
+
+Hdf5Selection selectDataset(hid_t file, const DatasetPath& path, FrameRole role) {
+    const Hdf5Contents contents = listContents(file);
+    if (!path.dataset.empty())
+        return selectNamed(file, path, contents);
+    const auto exchange = selectExchange(file, path.file, contents, role);
+    return exchange ? *exchange : selectByStructure(file, path.file, contents);
+}
 
 namespace {
 

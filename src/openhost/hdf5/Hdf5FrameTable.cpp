@@ -1,7 +1,7 @@
 #include "hdf5/Hdf5FrameTable.h"
 
 #include "base/Error.h"
-#include "base/NotANumber.h"
+#include "base/Numbers.h"
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,8 @@
 #pragma once
 
 #include "base/FileDescriptor.h"
-#include "hdf5/Hdf5Shape.h"
+#include "hdf5/Hdf5Handle.h"
+#include "hdf5/Hdf5Values.h"
 
 #include <cstddef>
 #include <optional>
@@ -10,6 +11,10 @@
 #include <vector>
 
 namespace ombrel {
+
+// Opens a dataset with a chunk cache that holds the chunks of one frame, so that reading frame by frame
+// decompresses a chunk that spans several frames only once. Bounded; not open when the library refuses.
+Hdf5Dataset openWithChunkCache(hid_t file, const std::string& path);
 
 // The images of one dataset, each read by the quickest way that its storage allows.
 class Hdf5Images {

@@ -1,13 +1,184 @@
 #include "hdf5/Hdf5Output.h"
 
 #include "base/Error.h"
-#include "frame/FailedFrame.h"
+#include "base/FileDescriptor.h"
+#include "frame/FrameOutput.h"
+#include "frame/OutputFile.h"
+#include "frame/PixelType.h"
 #include "hdf5/Hdf5FrameTable.h"
+#include "hdf5/Hdf5Handle.h"
+#include "hdf5/Hdf5Maker.h"
+#include "hdf5/Hdf5Sources.h"
+#include "hdf5/Hdf5Values.h"
 
 #include <algorithm>
 #include <stdexcept>
 
 namespace ombrel {
+
+std::optional<RunState> readRunState(hid_t file, zt::u32 frames) {
+    const auto done = numbersAt(file, outputlayout::framesDone, 1);
+    const auto complete = numbersAt(file, outputlayout::complete, 1);
+    const Hdf5Object table = openHdf5Object(file, outputlayout::frames);
+    if (!done || !complete || !table.isOpen() || H5Iget_type(table) != H5I_DATASET ||
+        Hdf5Sources().problemOf(table))
+        return std::nullopt;
+    const Hdf5Space space{H5Dget_space(table)};
+    if (H5Sget_simple_extent_npoints(space) != static_cast<hssize_t>(frames))
+        return std::nullopt;
+    RunState state;
+    state.framesPlanned = frames;
+    state.framesDone = static_cast<zt::u32>(std::clamp<double>(done->values[0], 0, frames));
+    state.complete = complete->values[0] == 1;
+    try {
+        state.framesFailed = static_cast<zt::u32>(countFailed(table, state.framesDone));
+    } catch (const Error&) { // another program's table of that name
+        return std::nullopt;
+    }
+    return state;
+}
+
+namespace {
+
+// The library walks through all chunks to find the address of one, so that asking for each would take hours
+// for a million frames. It gives them their places in order, at equal distances: some are compared, and only
+// if one differs all are asked for.
+Hdf5FrameAddresses frameAddresses(hid_t data, zt::u64 frames) {
+    constexpr zt::u64 samples = 16;
+    const auto asked = [&](zt::u64 frame) { return chunkAddress(data, frame); };
+    Hdf5FrameAddresses addresses{.first = asked(0), .count = frames, .listed = {}};
+    addresses.distance = frames > 1 ? asked(1) - addresses.first : 0;
+    bool inOrder = true;
+    for (zt::u64 sample = 1; sample <= samples && inOrder; ++sample) {
+        const zt::u64 frame = (frames - 1) * sample / samples;
+        inOrder = asked(frame) == addresses.of(frame);
+    }
+    if (!inOrder)
+        for (zt::u64 frame = 0; frame < frames; ++frame)
+            addresses.listed.push_back(asked(frame));
+    return addresses;
+}
+
+Hdf5Object openThing(hid_t file, const std::string& name) {
+    Hdf5Object object = openHdf5Object(file, name);
+    if (!object.isOpen() || H5Iget_type(object) != H5I_DATASET)
+        throw Error("it was not made by ombrel: there is no " + name);
+    if (const auto problem = Hdf5Sources().problemOf(object))
+        throw Error(name + ": " + *problem);
+    return object;
+}
+
+zt::u64 addressOf(hid_t file, const std::string& name) {
+    const haddr_t address = H5Dget_offset(openThing(file, name));
+    if (address == HADDR_UNDEF)
+        throw Error(name + " has no place in the file" + Hdf5Session::reason());
+    return address;
+}
+
+std::string textAt(hid_t file, const std::string& name) {
+    const Hdf5Object object = openThing(file, name);
+    const Hdf5Type type{H5Dget_type(object)};
+    std::string text(H5Tget_size(type), '\0');
+    if (H5Tget_class(type) != H5T_STRING || H5Tis_variable_str(type) > 0 ||
+        H5Dread(object, type, H5S_ALL, H5S_ALL, H5P_DEFAULT, text.data()) < 0)
+        throw Error(name + " cannot be read" + Hdf5Session::reason());
+    text.resize(std::min(text.find('\0'), text.size()));
+    return text;
+}
+
+// What is read of an output, led in by its path when it fails.
+template <typename Read>
+auto readOutput(const std::string& path, Read read) {
+    const Hdf5Session session;
+    const Hdf5FileHandle file = openHdf5(path, "cannot be opened");
+    try {
+        return read(file);
+    } catch (const Error& error) {
+        throw Error(path + ": " + error.what());
+    }
+}
+
+OutputPlan planOf(hid_t file, const std::string& path) {
+    OutputPlan plan;
+    plan.path = path;
+    plan.record = textAt(file, outputlayout::record);
+    const auto shape = shapeOfImages(openThing(file, outputlayout::data));
+    if (!shape || shape->extent.size() != 3 ||
+        (shape->pixelType != zt::DT_FLOAT && shape->pixelType != zt::DT_DOUBLE))
+        throw Error(std::string(outputlayout::data) + " is no stack of corrected frames");
+    plan.width = shape->width();
+    plan.height = shape->height();
+    plan.frames = shape->frames();
+    plan.pixelType = shape->pixelType;
+    return plan;
+}
+
+} // namespace
+
+Hdf5OutputAddresses makeHdf5Output(const OutputFile& output, const OutputPlan& plan) {
+    using namespace outputlayout;
+    const Hdf5Session session;
+    const hid_t pixel = nativeHdf5Type(plan.pixelType);
+    const zt::u64 frameBytes = zt::u64{plan.width} * plan.height * pixelSize(plan.pixelType);
+    Hdf5Maker maker(output.newPath(), output.path(), plan.frames, frameBytes);
+    Hdf5OutputAddresses addresses;
+    // First, where a page begins: a count that lies on two of them could be left half written.
+    addresses.framesDone = maker.table(framesDone, H5T_NATIVE_UINT64, {});
+    addresses.complete = maker.table(complete, H5T_NATIVE_UINT8, {});
+    addresses.rows = maker.table(frames, storedRowType(), {plan.frames});
+    maker.text("/implements", "exchange:process");
+    maker.text(record, plan.record);
+    for (std::size_t i = 0; i < plan.settingsFiles.size(); ++i) {
+        const std::string name = settings + std::to_string(i);
+        const zt::u64 bytes = FileDescriptor::openForReading(plan.settingsFiles[i]).size();
+        addresses.settings.push_back(maker.table(name.c_str(), H5T_NATIVE_UINT8, {bytes}));
+    }
+    {
+        const Hdf5Dataset pixels =
+            maker.dataset(data, pixel, {plan.frames, plan.height, plan.width}, {1, plan.height, plan.width});
+        addresses.frames = frameAddresses(pixels, plan.frames);
+    }
+    maker.close();
+    addresses.fileSize = output.descriptor().size();
+    return addresses;
+}
+
+OutputState readHdf5Output(const std::string& path) {
+    return readOutput(path, [&](hid_t file) {
+        OutputState state{planOf(file, path), 0, false, {}};
+        const auto run = readRunState(file, static_cast<zt::u32>(state.plan.frames));
+        if (!run)
+            throw Error("it was not made by ombrel");
+        state.framesDone = run->framesDone;
+        state.complete = run->complete;
+        state.rows = readRows(openThing(file, outputlayout::frames), state.framesDone);
+        return state;
+    });
+}
+
+Hdf5OutputAddresses addressesInHdf5Output(const std::string& path) {
+    return readOutput(path, [&](hid_t file) {
+        const OutputPlan plan = planOf(file, path);
+        Hdf5OutputAddresses addresses;
+        addresses.framesDone = addressOf(file, outputlayout::framesDone);
+        addresses.complete = addressOf(file, outputlayout::complete);
+        addresses.rows = addressOf(file, outputlayout::frames);
+        addresses.frames = frameAddresses(openThing(file, outputlayout::data), plan.frames);
+        return addresses;
+    });
+}
+
+std::string settingsInHdf5Output(const std::string& path, std::size_t index) {
+    return readOutput(path, [&](hid_t file) {
+        const std::string name = outputlayout::settings + std::to_string(index);
+        const Hdf5Object object = openThing(file, name);
+        const Hdf5Space space{H5Dget_space(object)};
+        std::string bytes(static_cast<std::size_t>(H5Sget_simple_extent_npoints(space)), '\0');
+        if (H5Dread(object, H5T_NATIVE_UINT8, H5S_ALL, H5S_ALL, H5P_DEFAULT, bytes.data()) < 0)
+            throw Error(name + " cannot be read" + Hdf5Session::reason());
+        return bytes;
+    });
+}
 
 Hdf5Output::Hdf5Output(const OutputPlan& plan) : file{plan.path}, failedFrame{failedFramePixels(plan)} {
     if (plan.frames == 0)

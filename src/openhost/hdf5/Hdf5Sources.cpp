@@ -1,8 +1,8 @@
 #include "hdf5/Hdf5Sources.h"
 
 #include "base/Error.h"
-#include "base/SizeText.h"
-#include "hdf5/Hdf5Open.h"
+#include "base/Numbers.h"
+#include "hdf5/Hdf5Handle.h"
 
 #include <algorithm>
 #include <ranges>

@@ -1,13 +1,88 @@
 #include "hdf5/Hdf5Values.h"
 
 #include "base/Error.h"
-#include "hdf5/Hdf5Open.h"
-#include "hdf5/Hdf5Shape.h"
+#include "frame/PixelType.h"
+#include "hdf5/Hdf5Handle.h"
 #include "hdf5/Hdf5Sources.h"
 
 #include <algorithm>
+#include <limits>
+#include <memory>
+#include <mutex>
+#include <udunits2.h>
 
 namespace ombrel {
+
+std::optional<zt::u8> pixelTypeOfHdf5(hid_t type) {
+    const std::size_t size = H5Tget_size(type);
+    switch (H5Tget_class(type)) {
+    case H5T_INTEGER: {
+        const bool isSigned = H5Tget_sign(type) == H5T_SGN_2;
+        if (size <= 1)
+            return isSigned ? zt::DT_I8 : zt::DT_U8;
+        if (size <= 2)
+            return isSigned ? zt::DT_I16 : zt::DT_U16;
+        if (size <= 4)
+            return isSigned ? zt::DT_I32 : zt::DT_U32;
+        return size <= 8 ? std::optional<zt::u8>(isSigned ? zt::DT_I64 : zt::DT_U64) : std::nullopt;
+    }
+    case H5T_FLOAT:
+        if (size <= 4)
+            return zt::DT_FLOAT;
+        return size <= 8 ? std::optional<zt::u8>(zt::DT_DOUBLE) : std::nullopt;
+    default:
+        return std::nullopt;
+    }
+}
+
+hid_t nativeHdf5Type(zt::u8 pixelType) {
+    const hid_t types[] = {H5T_NATIVE_INT8,  H5T_NATIVE_UINT8,  H5T_NATIVE_INT16, H5T_NATIVE_UINT16,
+                           H5T_NATIVE_INT32, H5T_NATIVE_UINT32, H5T_NATIVE_INT64, H5T_NATIVE_UINT64,
+                           H5T_NATIVE_FLOAT, H5T_NATIVE_DOUBLE};
+    return types[pixelType];
+}
+
+namespace {
+
+std::optional<Hdf5Shape> shapeIn(hid_t object, hid_t space) {
+    const Hdf5Type type{H5Dget_type(object)};
+    const int rank = H5Sget_simple_extent_ndims(space);
+    const auto pixelType = pixelTypeOfHdf5(type);
+    if (!pixelType || rank < 2 || rank > 4)
+        return std::nullopt;
+    Hdf5Shape shape{std::vector<hsize_t>(static_cast<std::size_t>(rank)), *pixelType};
+    H5Sget_simple_extent_dims(space, shape.extent.data(), nullptr);
+    const auto fits = [](hsize_t side) { return side >= 1 && side <= std::numeric_limits<zt::u32>::max(); };
+    return std::ranges::all_of(shape.extent, fits) ? std::optional(std::move(shape)) : std::nullopt;
+}
+
+} // namespace
+
+std::optional<Hdf5Shape> shapeOfImages(hid_t object) {
+    if (H5Iget_type(object) != H5I_DATASET)
+        return std::nullopt;
+    return shapeIn(object, Hdf5Space{H5Dget_space(object)});
+}
+
+std::optional<Hdf5Shape> shapeOfBrokenImages(hid_t dataset) {
+    const Hdf5Properties creation{H5Dget_create_plist(dataset)};
+    if (H5Pget_layout(creation) != H5D_VIRTUAL)
+        return shapeOfImages(dataset);
+    const Hdf5Space space{H5Pget_virtual_vspace(creation, 0)};
+    const int rank = H5Sget_simple_extent_ndims(space);
+    if (rank < 2 || rank > 4 || !pixelTypeOfHdf5(Hdf5Type{H5Dget_type(dataset)}))
+        return std::nullopt;
+    std::vector<hsize_t> extent(static_cast<std::size_t>(rank));
+    H5Sget_simple_extent_dims(space, extent.data(), nullptr);
+    return Hdf5Shape{std::move(extent), *pixelTypeOfHdf5(Hdf5Type{H5Dget_type(dataset)})};
+}
+
+std::string shapeText(const Hdf5Shape& shape) {
+    std::string text;
+    for (const hsize_t& side : shape.extent)
+        text += std::to_string(side) + (&side == &shape.extent.back() ? " " : " x ");
+    return text + std::string(pixelTypeName(shape.pixelType));
+}
 
 namespace {
 
@@ -67,6 +142,66 @@ std::optional<Hdf5Numbers> numbersAt(hid_t file, const std::string& path, zt::u6
     if (H5Dread(object, H5T_NATIVE_DOUBLE, H5S_ALL, H5S_ALL, H5P_DEFAULT, numbers.values.data()) < 0)
         return std::nullopt;
     return numbers;
+}
+
+namespace {
+
+struct FreeUnit {
+    void operator()(ut_unit* unit) const { ut_free(unit); }
+};
+struct FreeConverter {
+    void operator()(cv_converter* converter) const { cv_free(converter); }
+};
+
+using Unit = std::unique_ptr<ut_unit, FreeUnit>;
+
+// The database is a file that is read when the first unit is met; null when that fails.
+ut_system* unitSystem() {
+    static ut_system* const system = [] {
+        ut_set_error_message_handler(ut_ignore); // it writes to standard error
+        return ut_read_xml(nullptr);
+    }();
+    return system;
+}
+
+Unit parsedUnit(ut_system* system, std::string text) {
+    text.push_back('\0');
+    ut_trim(text.data(), UT_UTF8);
+    for (const ut_encoding encoding : {UT_UTF8, UT_LATIN1})
+        if (Unit unit{ut_parse(system, text.c_str(), encoding)})
+            return unit;
+    return nullptr;
+}
+
+// Units of frequency are convertible too, by the reciprocal: only a factor makes a time.
+double factorBetween(ut_unit* unit, ut_unit* second) {
+    const std::unique_ptr<cv_converter, FreeConverter> converter{ut_get_converter(unit, second)};
+    if (!converter)
+        return 0;
+    const double factor = cv_convert_double(converter.get(), 1);
+    return cv_convert_double(converter.get(), 0) == 0 && cv_convert_double(converter.get(), 2) == 2 * factor
+               ? factor
+               : 0;
+}
+
+} // namespace
+
+double secondsIn(const std::string& unit) {
+    if (unit == "s")
+        return 1;
+    static std::mutex mutex;
+    const std::lock_guard lock(mutex); // the library is made for one thread
+    ut_system* const system = unitSystem();
+    if (!system)
+        throw Error("the unit \"" + unit +
+                    "\" cannot be looked up: the database of UDUNITS is missing or damaged; install "
+                    "libudunits2-data or set UDUNITS2_XML_PATH");
+    const Unit second{ut_get_unit_by_name(system, "second")};
+    const Unit parsed = parsedUnit(system, unit);
+    const double factor = parsed && second ? factorBetween(parsed.get(), second.get()) : 0;
+    if (!(factor > 0))
+        throw Error("\"" + unit + "\" is not a unit of time; use s, ms, microsecond, min or the like");
+    return factor;
 }
 
 } // namespace ombrel

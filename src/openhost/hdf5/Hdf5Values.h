@@ -9,6 +9,32 @@
 
 namespace ombrel {
 
+// A dataset seen as a stack of images: rank 2 is one frame, rank 3 frames, rank 4 frames by sub-frames.
+struct Hdf5Shape {
+    std::vector<hsize_t> extent; // slowest axis first
+    zt::u8 pixelType = 0;
+
+    zt::u32 width() const { return static_cast<zt::u32>(extent.back()); }
+    zt::u32 height() const { return static_cast<zt::u32>(extent[extent.size() - 2]); }
+    zt::u32 frames() const { return extent.size() == 2 ? 1 : static_cast<zt::u32>(extent[0]); }
+    zt::u32 subFrames() const { return extent.size() == 4 ? static_cast<zt::u32>(extent[1]) : 0; }
+};
+
+// The pixel type that holds every value of an HDF5 type; none when it is no number, or a wider one.
+std::optional<zt::u8> pixelTypeOfHdf5(hid_t type);
+
+// The HDF5 type of pixels in memory.
+hid_t nativeHdf5Type(zt::u8 pixelType);
+
+// Nothing for an object that is not a dataset of numbers of rank 2 to 4 with at least one pixel. The sources
+// of a virtual dataset must have been looked at by Hdf5Sources.
+std::optional<Hdf5Shape> shapeOfImages(hid_t object);
+// The same of a virtual dataset whose sources must not be opened: the shape that it was made with.
+std::optional<Hdf5Shape> shapeOfBrokenImages(hid_t dataset);
+
+// "100 x 512 x 512 u16".
+std::string shapeText(const Hdf5Shape& shape);
+
 // Small things that stand in an HDF5 file. None when they are not there, or of another kind.
 
 // An attribute of one text.
@@ -21,5 +47,9 @@ struct Hdf5Numbers {
 
 // A dataset of numbers of rank 0 or 1 with `count` of them. Throws Error for one whose sources are missing.
 std::optional<Hdf5Numbers> numbersAt(hid_t file, const std::string& path, zt::u64 count);
+
+// Seconds in a unit of time as UDUNITS writes it: "ms", "millisecond", "min". Throws Error with the reason
+// alone for a unit that is not a time, and when the database of units cannot be read.
+double secondsIn(const std::string& unit);
 
 } // namespace ombrel

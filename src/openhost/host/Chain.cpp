@@ -1,8 +1,183 @@
 #include "host/Chain.h"
 
 #include "base/Error.h"
+#include "host/Host.h"
+#include "host/Param.h"
+#include "settings/SettingsFiles.h"
+#include "zt/String.h"
+#include "zt/Types.h"
+
+#include <optional>
+#include <vector>
 
 namespace ombrel {
+
+namespace {
+
+// What came of a call into a filter, with the lines that it logged kept from the host's log.
+struct Outcome {
+    std::optional<std::string> exception; // its text, when one came out
+    std::vector<std::string> lines;
+    std::string frameError; // why the host last failed to give it a frame
+
+    bool isClean() const { return !exception && lines.empty(); }
+
+    // Why it failed, in one line; `otherwise` when nothing told.
+    std::string reason(const std::string& otherwise) const {
+        std::string all;
+        const auto append = [&](const std::string& text, const char* between) {
+            all += (all.empty() ? "" : between) + text;
+        };
+        for (const std::string& line : lines)
+            append(line, "; ");
+        if (exception)
+            append(*exception, "; ");
+        if (all.empty())
+            append(otherwise, "");
+        if (!frameError.empty())
+            append(frameError, ": ");
+        return all;
+    }
+};
+
+template <typename Call>
+Outcome callGuarded(Host& host, Call call) {
+    Outcome outcome;
+    host.frames().takeError(); // what is of an earlier call
+    const LogCapture capture;
+    try {
+        call();
+    } catch (const std::exception& error) {
+        outcome.exception = error.what();
+    } catch (...) {
+        outcome.exception = "an exception of unknown type";
+    }
+    outcome.lines = capture.lines();
+    outcome.frameError = host.frames().takeError();
+    return outcome;
+}
+
+// To the log, after a call that did not fail.
+void passOn(Host& host, const Outcome& outcome) {
+    for (const std::string& line : outcome.lines)
+        host.logLine(line);
+}
+
+zt::IDataFilter& registeredFilter(Host& host, const zt::IDev& device, const std::string& name) {
+    std::string known;
+    for (zt::IDataFilter* const filter : host.filters().filtersOf(device)) {
+        const std::string each = filterName(*filter);
+        if (each == name)
+            return *filter;
+        known += (known.empty() ? "\"" : ", \"") + each + "\"";
+    }
+    if (known.empty())
+        known = "none for a device of type " + std::to_string(device.deviceType());
+    throw UnknownFilter("unknown filter \"" + name + "\"; known filters: " + known);
+}
+
+zt::IParam& parameterOf(const zt::IDataFilter& filter, const std::string& name) {
+    zt::IParamMgr* const manager = filter.parameters();
+    if (zt::IParam* const param = manager ? manager->param(name.c_str()) : nullptr)
+        return *param;
+    zt::PtrList<zt::IParam*> all;
+    if (manager)
+        manager->params(&all);
+    std::string known;
+    for (const zt::IParam* const param : all.vect())
+        known += (known.empty() ? "" : ", ") + std::string(param->name());
+    throw UsageError("unknown parameter \"" + name + "\"; there are: " + (known.empty() ? "none" : known));
+}
+
+// The frame that a filter made of `input`, with the reference that came with it; null when it is none.
+FramePtr takeOver(zt::IData* data, const Frame* input) {
+    if (data == input || data->type() != zt::IData::TYPE_FRAME)
+        return nullptr;
+    return FramePtr(dynamic_cast<Frame*>(static_cast<zt::IMpxFrame*>(data)));
+}
+
+FrameResult correctCopy(Host& host, zt::IDataFilter& filter, const Frame& frame) {
+    zt::IData* answer = nullptr;
+    const Outcome outcome = callGuarded(host, [&] { answer = filter.filter(&frame); });
+    if (!answer)
+        return {nullptr, outcome.reason("the filter gave no frame")};
+    FrameResult result{takeOver(answer, &frame), {}};
+    if (!result)
+        result.failure = outcome.reason("the filter gave something else than a new frame");
+    else
+        passOn(host, outcome);
+    return result;
+}
+
+FrameResult correctInPlace(Host& host, zt::IDataFilter& filter, FramePtr frame) {
+    int answer = zt::ERR_NONE;
+    frame->forgetConversion();
+    const Outcome outcome = callGuarded(host, [&] { answer = filter.filterReplace(frame.get()); });
+    if (outcome.exception || answer != zt::ERR_NONE)
+        return {nullptr, outcome.reason("the filter answered " + std::to_string(answer))};
+    if (!frame->convertedToDouble())
+        return {nullptr, outcome.reason("the filter left the frame as it was")};
+    passOn(host, outcome);
+    return {std::move(frame), {}};
+}
+
+} // namespace
+
+std::string filterName(const zt::IDataFilter& filter) {
+    zt::String name;
+    filter.filterNameStr(&name);
+    return name.get();
+}
+
+FilterLink::FilterLink(Host& zenteo, const zt::IDev& device, const std::string& wantedName)
+    : host(&zenteo), ownName(wantedName) {
+    const zt::IDataFilter& registered = registeredFilter(zenteo, device, wantedName);
+    const Outcome outcome = callGuarded(zenteo, [&] { instance.reset(registered.createNewInstance()); });
+    if (!instance)
+        throw Error(ownName + ": no instance could be made: " + outcome.reason("the filter gave none"));
+    passOn(zenteo, outcome);
+}
+
+void FilterLink::loadSettings(const SettingsSource& source) {
+    const std::unique_ptr<Settings> store = host->openSettings(source.path);
+    store->loadFile(source.contents);
+    if (source.checksHeap)
+        checkHeap(store->contents(), source.path);
+    settingsFiles = filesUsedBy(store->contents(), source.path);
+    if (source.change)
+        source.change(*store);
+    int answer = zt::ERR_NONE;
+    const Outcome outcome = callGuarded(*host, [&] { answer = instance->loadFromSettings(store.get()); });
+    if (!outcome.isClean() || answer != zt::ERR_NONE)
+        throw Error(ownName + ": settings " + source.path + ": " +
+                    outcome.reason("the filter answered " + std::to_string(answer)));
+}
+
+void FilterLink::setParam(const std::string& assignment) {
+    const std::size_t equals = assignment.find('=');
+    if (equals == std::string::npos)
+        throw UsageError(ownName + ": \"" + assignment + "\" is not of the form PARAM=VALUE");
+    std::optional<UsageError> mistake; // an error of the user, not of the filter
+    const Outcome outcome = callGuarded(*host, [&] {
+        try {
+            setParamFromText(parameterOf(*instance, assignment.substr(0, equals)),
+                             assignment.substr(equals + 1));
+        } catch (const UsageError& error) {
+            mistake = error;
+        }
+    });
+    if (mistake)
+        throw UsageError(ownName + ": " + mistake->what());
+    if (!outcome.isClean())
+        throw Error(ownName + ": " + outcome.reason(""));
+}
+
+FrameResult FilterLink::apply(FramePtr frame, ApplyMode mode) {
+    frame->zeroRoom();
+    if (mode == ApplyMode::Copy)
+        return correctCopy(*host, *instance, *frame);
+    return correctInPlace(*host, *instance, std::move(frame));
+}
 
 FilterLink& Chain::add(FilterLink link) {
     return filters.emplace_back(std::move(link));

@@ -1,8 +1,8 @@
 #include "host/DataMgr.h"
 
 #include "base/Error.h"
-#include "base/FileKind.h"
-#include "host/ParamText.h"
+#include "base/FileContent.h"
+#include "host/Param.h"
 
 #include <sys/stat.h>
 #include <utility>

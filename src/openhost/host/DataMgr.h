@@ -2,7 +2,7 @@
 
 #include "frame/Frame.h"
 #include "frame/FrameFile.h"
-#include "zt/IDataMgr.h"
+#include "zt/IZenteo.h"
 
 #include <functional>
 #include <map>

@@ -1,11 +1,71 @@
 #include "host/Device.h"
 
+#include "base/Error.h"
+#include "base/Numbers.h"
+#include "frame/FrameFile.h"
+#include "zt/Types.h"
+
 #include <algorithm>
+#include <charconv>
 #include <iterator>
 #include <limits>
+#include <optional>
 #include <stdexcept>
+#include <string_view>
+#include <utility>
 
 namespace ombrel {
+
+namespace {
+
+constexpr zt::u32 longestSide = 65535;
+
+std::optional<zt::u32> parseSide(std::string_view text) {
+    zt::u32 value = 0;
+    const auto [rest, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    const bool whole = error == std::errc() && rest == text.data() + text.size();
+    return whole && value >= 1 && value <= longestSide ? std::optional(value) : std::nullopt;
+}
+
+} // namespace
+
+FrameSize parseFrameSize(const std::string& option, const std::string& text) {
+    const std::string_view view = text;
+    const auto cross = view.find('x');
+    const auto width = parseSide(view.substr(0, cross));
+    const auto height = cross == std::string_view::npos ? std::nullopt : parseSide(view.substr(cross + 1));
+    if (!width || !height)
+        throw UsageError(option + " " + text + ": not a size; write WIDTHxHEIGHT, such as 256x256");
+    return {*width, *height};
+}
+
+void PixelCfg::setMask(std::span<const zt::u8> newMask) {
+    if (newMask.size() != mask.size())
+        throw std::invalid_argument("a pixel mask of another size than the device");
+    std::ranges::copy(newMask, mask.begin());
+}
+
+void PixelCfg::maskData(zt::IByteBuff* out, int /*chip*/) {
+    out->resizeByte(mask.size());
+    std::ranges::copy(mask, out->dataByte());
+}
+
+FramePtr readMaskFrame(const std::string& path, zt::u32 width, zt::u32 height) {
+    FramePtr mask = FrameFile::open(path)->readFrame(0);
+    if (mask->width() != width || mask->height() != height)
+        throw Error(path + ": the mask has " + sizeText(mask->width(), mask->height()) +
+                    " pixels, the frames have " + sizeText(width, height));
+    return mask;
+}
+
+std::vector<zt::u8> readDeviceMask(const std::string& path, zt::u32 width, zt::u32 height) {
+    const FramePtr mask = readMaskFrame(path, width, height);
+    mask->convertToType(zt::DT_DOUBLE);
+    std::vector<zt::u8> bytes;
+    for (const double pixel : std::as_const(*mask).pixels<double>())
+        bytes.push_back(pixel != 0);
+    return bytes;
+}
 
 namespace {
 

@@ -1,12 +1,48 @@
 #pragma once
 
 #include "frame/Frame.h"
-#include "host/PixelCfg.h"
 #include "zt/IDevMpx.h"
+#include "zt/Types.h"
 
+#include <cstddef>
+#include <span>
+#include <string>
 #include <vector>
 
 namespace ombrel {
+
+struct FrameSize {
+    zt::u32 width = 0;
+    zt::u32 height = 0;
+};
+
+// Reads "WxH", each side 1 to 65535. Throws UsageError that names the option.
+FrameSize parseFrameSize(const std::string& option, const std::string& text);
+
+// The pixel mask of a device: one byte a pixel, row-major, 0 for a pixel that is masked.
+class PixelCfg final : public zt::IPixelCfg {
+public:
+    // No pixel is masked.
+    explicit PixelCfg(std::size_t pixels) : mask(pixels, 1) {}
+
+    // Throws std::invalid_argument when the number of pixels differs.
+    void setMask(std::span<const zt::u8> newMask);
+    std::span<const zt::u8> maskBytes() const { return mask; }
+
+    // The mask is that of the whole device, whatever the chip.
+    void maskData(zt::IByteBuff* out, int chip) override;
+    zt::u64 pixelCount() const override { return mask.size(); }
+
+private:
+    std::vector<zt::u8> mask;
+};
+
+// The first frame of a file as a mask for frames of this size. Throws Error, for one of another size too.
+FramePtr readMaskFrame(const std::string& path, zt::u32 width, zt::u32 height);
+
+// The pixel mask of a device of this size from the first frame of a file, as PixelCfg takes it: pixels of
+// value 0 are masked. Throws Error as readMaskFrame().
+std::vector<zt::u8> readDeviceMask(const std::string& path, zt::u32 width, zt::u32 height);
 
 // A detector that measures nothing: its acquired frames are given to it.
 class Device final : public zt::IDevMpx {

@@ -1,9 +1,44 @@
 #include "host/Host.h"
 
-#include "host/LogCapture.h"
-#include "host/ParamMgr.h"
+#include "host/Param.h"
 
 namespace ombrel {
+
+namespace {
+
+thread_local LogCapture* innermost = nullptr;
+
+} // namespace
+
+LogCapture::LogCapture() : outer(innermost) {
+    innermost = this;
+}
+
+LogCapture::~LogCapture() {
+    innermost = outer;
+}
+
+LogCapture* LogCapture::current() {
+    return innermost;
+}
+
+FilterMgr::~FilterMgr() {
+    while (!entries.empty())
+        entries.pop_back();
+}
+
+std::vector<zt::IDataFilter*> FilterMgr::filtersOf(const zt::IDev& device) const {
+    std::vector<zt::IDataFilter*> found;
+    for (const Registration& entry : entries)
+        if (entry.device == &device)
+            found.push_back(entry.filter.get());
+    return found;
+}
+
+void FilterMgr::addFilter(zt::IDev* dev, zt::IDataFilter* filter) {
+    if (filter)
+        entries.push_back({dev, FilterPtr(filter)});
+}
 
 Host::Host(LogSink logSink) : sink(std::move(logSink)) {}
 

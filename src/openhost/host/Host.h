@@ -2,7 +2,6 @@
 
 #include "host/DataMgr.h"
 #include "host/Device.h"
-#include "host/FilterMgr.h"
 #include "settings/Settings.h"
 #include "zt/IZenteo.h"
 
@@ -12,6 +11,57 @@
 #include <vector>
 
 namespace ombrel {
+
+// Collects the lines that are logged on this thread while it stands, in place of the host's sink. The
+// innermost one collects.
+class LogCapture {
+public:
+    LogCapture();
+    ~LogCapture();
+    LogCapture(const LogCapture&) = delete;
+    LogCapture& operator=(const LogCapture&) = delete;
+
+    // The capture that collects on this thread, or null.
+    static LogCapture* current();
+
+    void add(std::string line) { collected.push_back(std::move(line)); }
+    const std::vector<std::string>& lines() const { return collected; }
+
+private:
+    LogCapture* outer;
+    std::vector<std::string> collected;
+};
+
+struct DestroyFilter {
+    void operator()(zt::IDataFilter* filter) const { filter->destroy(); }
+};
+
+// Owns a filter.
+using FilterPtr = std::unique_ptr<zt::IDataFilter, DestroyFilter>;
+
+// The filters that plug-ins registered. It owns them, and ends the last one first.
+class FilterMgr final : public zt::IFilterMgr {
+public:
+    struct Registration {
+        zt::IDev* device;
+        FilterPtr filter;
+    };
+
+    FilterMgr() = default;
+    ~FilterMgr();
+    FilterMgr(const FilterMgr&) = delete;
+    FilterMgr& operator=(const FilterMgr&) = delete;
+
+    // In the order in which they were registered.
+    const std::vector<Registration>& registrations() const { return entries; }
+    std::vector<zt::IDataFilter*> filtersOf(const zt::IDev& device) const;
+
+    // A null filter is passed over.
+    void addFilter(zt::IDev* dev, zt::IDataFilter* filter) override;
+
+private:
+    std::vector<Registration> entries;
+};
 
 // The host, as plug-ins see it. It ends the registered filters before the devices; filters that were made by
 // createNewInstance() must be gone before it.

@@ -1,8 +1,9 @@
 #pragma once
 
-#include "zt/DataType.h"
 #include "zt/IParam.h"
+#include "zt/Types.h"
 
+#include <memory>
 #include <string>
 #include <variant>
 #include <vector>
@@ -87,5 +88,38 @@ private:
     ParamValue value;
     std::vector<std::string> aliases;
 };
+
+// The parameters of one filter. Of two with the same name, param() gives the first.
+class ParamMgr final : public zt::IParamMgr {
+public:
+    // A parameter of any type; the manager owns it.
+    Param& create(ParamInfo info, ParamValue value);
+
+    zt::IParam* createBool(const char* name, const char* description, bool value, zt::ParamCallback callback,
+                           void* userData, int flags) override;
+    zt::IParam* createInt(const char* name, const char* description, zt::i32 value,
+                          zt::ParamCallback callback, void* userData, int flags) override;
+    zt::IParam* createDouble(const char* name, const char* description, double value,
+                             zt::ParamCallback callback, void* userData, int flags) override;
+    zt::IParam* createString(const char* name, const char* description, const char* value,
+                             zt::ParamCallback callback, void* userData, int flags) override;
+    zt::IParam* param(const char* name) override;
+    zt::u64 paramCount() const override { return owned.size(); }
+    void params(zt::IPtrList<zt::IParam*>* out) const override;
+    void destroy() override { delete this; }
+
+private:
+    std::vector<std::unique_ptr<Param>> owned;
+};
+
+// Sets a parameter from the text that a user gave: a number in the range of its type, "true" or "false", one
+// of its aliases, any text for a string. Throws UsageError, with the parameter unchanged, when it is
+// read-only or the text does not read as its type.
+void setParamFromText(zt::IParam& param, const std::string& text);
+
+// What a host or a filter passes as text; null is empty.
+inline std::string textOf(const char* text) {
+    return text ? text : "";
+}
 
 } // namespace ombrel

@@ -1,12 +1,59 @@
 #include "host/PluginLibrary.h"
 
 #include "base/Error.h"
-#include "base/ProgramFolder.h"
-#include "host/SharedLibrary.h"
+#include "base/FileDescriptor.h"
+#include "base/ProgramRun.h"
 
+#include <dlfcn.h>
+#include <elf.h>
 #include <filesystem>
+#include <string_view>
+#include <sys/stat.h>
 
 namespace ombrel {
+
+namespace {
+
+// The loader maps a library that is cut off and dies on the missing pages. The section table is the last
+// thing in a library as linkers write it.
+void checkWhole(const std::string& path) {
+    const FileDescriptor file = FileDescriptor::openForReading(path);
+    struct stat status {};
+    if (::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode))
+        throw Error(path + ": no shared library: it is no regular file");
+    Elf64_Ehdr header;
+    if (file.size() < sizeof header)
+        throw Error(path + ": no shared library: it is too short");
+    file.readAt(0, std::as_writable_bytes(std::span(&header, 1)));
+    if (std::string_view(reinterpret_cast<const char*>(header.e_ident), SELFMAG) != ELFMAG)
+        throw Error(path + ": no shared library");
+    if (header.e_ident[EI_CLASS] == ELFCLASS64 &&
+        header.e_shoff + std::size_t{header.e_shnum} * header.e_shentsize > file.size())
+        throw Error(path + ": the shared library is cut off");
+}
+
+// The loader's reason, without the path that it begins with.
+std::string loaderText(const std::string& path) {
+    const char* const reason = ::dlerror();
+    const std::string text = reason ? reason : "for an unknown reason";
+    const std::string prefix = path + ": ";
+    return text.starts_with(prefix) ? text.substr(prefix.size()) : text;
+}
+
+} // namespace
+
+void* entryOfLibrary(const std::string& path, const char* entryName) {
+    checkWhole(path);
+    // A name without a folder would be searched for among the libraries of the system.
+    const std::string absolute = std::filesystem::absolute(path).string();
+    void* const library = ::dlopen(absolute.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (!library)
+        throw Error(path + ": cannot be loaded: " + loaderText(absolute));
+    void* const entry = ::dlsym(library, entryName);
+    if (!entry)
+        throw Error(path + ": no plug-in: it has no entry \"" + entryName + "\"");
+    return entry;
+}
 
 namespace {
 

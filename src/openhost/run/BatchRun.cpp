@@ -1,13 +1,13 @@
 #include "run/BatchRun.h"
 
 #include "base/Error.h"
-#include "base/Hash.h"
+#include "base/FileContent.h"
 #include "base/MemoryBudget.h"
+#include "base/Numbers.h"
 #include "base/OrderedPipeline.h"
-#include "frame/PixelConversion.h"
-#include "run/LateOutput.h"
+#include "frame/PixelType.h"
 #include "stack/FrameStack.h"
-#include "zt/DataType.h"
+#include "zt/Types.h"
 
 #include <chrono>
 #include <cmath>
@@ -156,6 +156,43 @@ private:
 
 BatchResult runBatch(const BatchPlan& plan, const BatchListener& listener) {
     return Batch(plan, listener).run();
+}
+
+LateOutput::LateOutput(const BatchPlan& batch) : plan(batch), made(batch.output) {
+    if (plan.begun) {
+        made = plan.begun->plan;
+        output = FrameOutput::resume(*plan.begun);
+    }
+}
+
+void LateOutput::append(const Frame* frame, const FrameRow& row) {
+    if (!frame) {
+        if (output)
+            output->append({}, row);
+        else
+            earlyFailures.push_back(row);
+        return;
+    }
+    if (!output)
+        make(*frame);
+    if (frame->width() != made.width || frame->height() != made.height)
+        throw Error(made.path + ": a corrected frame has " + sizeText(frame->width(), frame->height()) +
+                    " pixels, the first one had " + sizeText(made.width, made.height));
+    output->append(frame->bytes(), row);
+}
+
+void LateOutput::make(const Frame& first) {
+    made.width = first.width();
+    made.height = first.height();
+    made.frames = plan.end - plan.begin;
+    output = FrameOutput::create(made);
+    for (const FrameRow& row : earlyFailures)
+        output->append({}, row);
+}
+
+void LateOutput::finish() {
+    if (output)
+        output->finish();
 }
 
 } // namespace ombrel

@@ -1,14 +1,17 @@
 #pragma once
 
+#include "frame/Frame.h"
 #include "frame/FrameOutput.h"
-#include "frame/GridChoice.h"
+#include "frame/FrameRow.h"
 #include "host/Chain.h"
 #include "zt/Types.h"
 
 #include <functional>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
+#include <vector>
 
 namespace ombrel {
 
@@ -55,5 +58,25 @@ struct BatchResult {
 // indexes keep. The output is made at the first good frame, when its size is known. Throws Error when the
 // output can't be written; what stands there then is whole up to that frame.
 BatchResult runBatch(const BatchPlan& plan, const BatchListener& listener);
+
+// The output of a batch: made at the first good frame, when its size is known, or opened where it was cut
+// off. What failed before the first good frame is written then.
+class LateOutput {
+public:
+    explicit LateOutput(const BatchPlan& batch);
+
+    // The frame in the output's pixel type; null when it failed. Throws Error.
+    void append(const Frame* frame, const FrameRow& row);
+    bool exists() const { return output != nullptr; }
+    void finish();
+
+private:
+    void make(const Frame& first);
+
+    const BatchPlan& plan;
+    OutputPlan made;
+    std::unique_ptr<FrameOutput> output;
+    std::vector<FrameRow> earlyFailures;
+};
 
 } // namespace ombrel

@@ -1,7 +1,6 @@
 #include "run/RunNotes.h"
 
-#include "base/NotANumber.h"
-#include "base/SizeText.h"
+#include "base/Numbers.h"
 #include "frame/PixelType.h"
 #include "stack/FrameStack.h"
 

@@ -1,13 +1,13 @@
 #include "run/RunPaths.h"
 
 #include "base/Error.h"
-#include "base/FileKind.h"
+#include "base/FileContent.h"
 #include "frame/FrameFile.h"
 #include "frame/FrameOutput.h"
-#include "frame/PreviewFolder.h"
+#include "frame/PreviewImage.h"
 #include "host/PluginLibrary.h"
+#include "settings/SettingsFile.h"
 #include "settings/SettingsFiles.h"
-#include "settings/SettingsReader.h"
 
 #include <filesystem>
 

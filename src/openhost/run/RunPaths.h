@@ -1,7 +1,7 @@
 #pragma once
 
 #include "base/CommandPaths.h"
-#include "run/RunOptions.h"
+#include "run/RunSetup.h"
 
 namespace ombrel {
 

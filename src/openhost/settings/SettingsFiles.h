@@ -1,6 +1,7 @@
 #pragma once
 
 #include "settings/Settings.h"
+#include "zt/Types.h"
 
 #include <map>
 #include <string>
@@ -50,5 +51,14 @@ std::map<std::string, std::string> discardWrites(Settings& settings);
 inline constexpr std::string_view dumpKey = "DumpCompensationImages";
 // ...whose names are of this form.
 bool isDumpName(const std::string& name);
+
+// A settings file that exists is replaced, of whatever filter it is, once --force was given. Throws Error for
+// one that does not read as settings: a mistyped name must not cost measured frames.
+void checkSettingsOutput(const std::string& output);
+
+// Why settings cannot serve frames of that size, whatever the frames hold: each of them would fail. Both
+// sizes are in the text, which is empty when nothing speaks against it. `path` is the settings file's, beside
+// which the adaptive filter's heap is.
+std::string misfit(const SettingsTree& settings, const std::string& path, zt::u32 width, zt::u32 height);
 
 } // namespace ombrel

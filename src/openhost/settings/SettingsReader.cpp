@@ -1,10 +1,8 @@
-#include "settings/SettingsReader.h"
-
 #include "base/Error.h"
 #include "base/FileDescriptor.h"
-#include "base/NumberText.h"
-#include "settings/Base64Decoder.h"
-#include "settings/XmlFeed.h"
+#include "base/Numbers.h"
+#include "settings/SettingsFile.h"
+#include "settings/XmlChunkReader.h"
 
 #include <QXmlStreamReader>
 

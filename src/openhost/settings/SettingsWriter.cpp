@@ -1,7 +1,6 @@
-#include "settings/SettingsWriter.h"
-
 #include "base/Error.h"
-#include "base/NumberText.h"
+#include "base/Numbers.h"
+#include "settings/SettingsFile.h"
 
 #include <QBuffer>
 #include <QStringDecoder>

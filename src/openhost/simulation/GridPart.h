@@ -1,8 +1,24 @@
 #pragma once
 
-#include "simulation/SetPart.h"
+#include "simulation/DetectorModel.h"
+#include "simulation/SimulatedSet.h"
+
+#include <cstddef>
+#include <vector>
 
 namespace ombrel::simulation {
+
+// The settings at which the pictures for the adaptive filter are taken.
+
+// Every combination of `steps` values of bias, threshold and energy, energy running fastest.
+std::vector<OperatingPoint> gridPoints(std::size_t steps);
+
+// Midway between neighbours on all three axes.
+std::vector<OperatingPoint> gridMidpoints(std::size_t steps);
+
+// A way through the grid, as supplies and temperature drift: from low to high bias and threshold while the
+// energy falls.
+std::vector<OperatingPoint> gridDrift(std::size_t frames);
 
 // What the adaptive filter is calibrated with and tried on. The axes are bias (V), threshold (T) and energy
 // (E), each with plan.gridSteps values; with none of them the set has no such part.

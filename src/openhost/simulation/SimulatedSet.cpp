@@ -1,11 +1,9 @@
 #include "simulation/SimulatedSet.h"
 
+#include "base/AtomicFile.h"
 #include "base/Error.h"
-#include "base/JsonFile.h"
 #include "simulation/GridPart.h"
-#include "simulation/ImagingPart.h"
-#include "simulation/SetPart.h"
-#include "simulation/WedgePart.h"
+#include "simulation/ScanParts.h"
 
 #include <QJsonArray>
 #include <QJsonObject>

@@ -1,8 +1,10 @@
 #pragma once
 
+#include "simulation/DetectorModel.h"
 #include "zt/Types.h"
 
 #include <cstdint>
+#include <filesystem>
 #include <functional>
 #include <string>
 #include <vector>
@@ -32,5 +34,29 @@ zt::u64 imagesOf(const SetPlan& plan);
 // the plan and lists the dead and hot pixels by index; each part describes its own files. The same plan gives
 // the same pixels. Throws Error.
 void writeSet(const SetPlan& plan, const std::function<void()>& advanced);
+
+// What all parts of a data set share: the plan, and one detector that took all pictures.
+struct SetContext {
+    const SetPlan& plan;
+    const DetectorModel& detector;
+    Exposure& exposure;
+    const std::function<void()>& advanced; // called once an image
+
+    std::string pathOf(const std::string& name) const {
+        return (std::filesystem::path(plan.directory) / name).string();
+    }
+};
+
+// One part of a data set: files that belong together.
+class SetPart {
+public:
+    virtual ~SetPart() = default;
+    // The names of its files, within the set's folder.
+    virtual std::vector<std::string> files(const SetPlan& plan) const = 0;
+    // Images that write() makes.
+    virtual zt::u64 images(const SetPlan& plan) const = 0;
+    // Throws Error.
+    virtual void write(const SetContext& context) const = 0;
+};
 
 } // namespace ombrel::simulation

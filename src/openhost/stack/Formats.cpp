@@ -2,11 +2,10 @@
 // writing by the suffix of its name.
 
 #include "base/Error.h"
+#include "base/FileContent.h"
 #include "base/FileDescriptor.h"
-#include "base/FileKind.h"
-#include "base/FileLock.h"
 #include "base/MemoryBudget.h"
-#include "base/SizeText.h"
+#include "base/Numbers.h"
 #include "frame/FrameFile.h"
 #include "frame/FrameOutput.h"
 #include "frame/PixelType.h"

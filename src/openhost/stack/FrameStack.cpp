@@ -1,8 +1,8 @@
 #include "stack/FrameStack.h"
 
 #include "base/Error.h"
-#include "base/SizeText.h"
-#include "zt/DataType.h"
+#include "base/Numbers.h"
+#include "zt/Types.h"
 
 #include <algorithm>
 

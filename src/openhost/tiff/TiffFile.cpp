@@ -1,7 +1,7 @@
 #include "tiff/TiffFile.h"
 
 #include "base/Error.h"
-#include "base/SizeText.h"
+#include "base/Numbers.h"
 #include "frame/PixelType.h"
 
 #include <algorithm>

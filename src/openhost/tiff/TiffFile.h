@@ -3,8 +3,7 @@
 #include "base/FileDescriptor.h"
 #include "frame/FrameFile.h"
 #include "tiff/TiffDirectory.h"
-#include "tiff/TiffHandle.h"
-#include "tiff/TiffPage.h"
+#include "tiff/TiffLayout.h"
 
 #include <unordered_set>
 #include <vector>

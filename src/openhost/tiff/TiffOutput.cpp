@@ -1,8 +1,8 @@
 #include "tiff/TiffOutput.h"
 
 #include "base/Error.h"
-#include "base/Hash.h"
-#include "frame/FailedFrame.h"
+#include "base/FileContent.h"
+#include "frame/FrameOutput.h"
 
 #include <algorithm>
 #include <stdexcept>

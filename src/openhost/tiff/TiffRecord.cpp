@@ -1,14 +1,13 @@
 #include "tiff/TiffRecord.h"
 
 #include "base/Error.h"
+#include "base/FileContent.h"
 #include "base/FileDescriptor.h"
-#include "base/Hash.h"
 #include "frame/FrameFile.h"
-#include "frame/FrameRowJson.h"
+#include "frame/FrameRow.h"
 #include "frame/PixelType.h"
-#include "tiff/TiffHandle.h"
 #include "tiff/TiffLayout.h"
-#include "zt/DataType.h"
+#include "zt/Types.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "image/AICImage.h"
-#include "image/ImageContainer.h"
 #include "store/CalibrationImages.h"
 #include "tiles/Kernels.h"
 

@@ -1,6 +1,6 @@
 #include "aic/AICSearch.h"
 
-#include "tiles/Repair.h"
+#include "tiles/Kernels.h"
 
 #include <array>
 #include <chrono>

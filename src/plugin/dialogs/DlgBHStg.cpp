@@ -1,9 +1,7 @@
 #include "dialogs/DlgBHStg.h"
 
-#include "dialogs/FilesPicker.h"
-#include "dialogs/QLastDir.h"
 #include "dialogs/QMyFileDialog.h"
-#include "dialogs/WindowSystem.h"
+#include "dialogs/Windows.h"
 #include "filters/BHFilter.h"
 #include "ui_DlgBHStg.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "dialogs/WindowSystem.h"
+#include "dialogs/Windows.h"
 #include "zt/IZenteo.h"
 
 #include <QList>

@@ -1,7 +1,5 @@
 #include "dialogs/DlgFFStg.h"
 
-#include "dialogs/FilesPicker.h"
-#include "dialogs/QLastDir.h"
 #include "dialogs/QMyFileDialog.h"
 #include "filters/FFFilter.h"
 #include "ui_DlgFFStg.h"

@@ -3,10 +3,10 @@
 #include "filters/AdaptiveFF.h"
 #include "filters/BHFilter.h"
 #include "filters/Binning2x2.h"
+#include "filters/DeviceFilter.h"
 #include "filters/FFFilter.h"
-#include "filters/PluginName.h"
 #include "zt/IDevMpx.h"
-#include "zt/PtrList.h"
+#include "zt/String.h"
 
 namespace PluginOmbrel {
 

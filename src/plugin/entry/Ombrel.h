@@ -1,8 +1,7 @@
 #pragma once
 
-#include "zt/IDev.h"
+#include "zt/IDevMpx.h"
 #include "zt/IZenteo.h"
-#include "zt/IZtPlugin.h"
 
 namespace PluginOmbrel {
 

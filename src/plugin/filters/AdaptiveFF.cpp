@@ -1,9 +1,8 @@
 #include "filters/AdaptiveFF.h"
 
 #include "filters/AdaptiveFFSettings.h"
-#include "filters/ClonedFrame.h"
-#include "zt/DataType.h"
-#include "zt/ErrorCode.h"
+#include "filters/DeviceFilter.h"
+#include "zt/Types.h"
 
 #include <algorithm>
 #include <span>

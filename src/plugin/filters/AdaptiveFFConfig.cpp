@@ -2,7 +2,7 @@
 
 #include "filters/AdaptiveFF.h"
 #include "filters/AdaptiveFFSettings.h"
-#include "support/PathParts.h"
+#include "support/Files.h"
 
 #include <string>
 #include <sys/stat.h>

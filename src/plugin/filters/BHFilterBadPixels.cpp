@@ -1,14 +1,12 @@
 // The beam-hardening filter's mask of bad pixels, and their interpolation.
 #include "filters/BHFilter.h"
 #include "kernels/BadPixelInterpolation.h"
-#include "kernels/MaskScan.h"
-#include "support/FileResult.h"
+#include "kernels/BadPixelMask.h"
+#include "support/BinaryFile.h"
 #include "support/MatrixFile.h"
 #include "zt/DataBuff.h"
-#include "zt/DataType.h"
-#include "zt/ErrorCode.h"
 #include "zt/FrameHolder.h"
-#include "zt/RefDataBuff.h"
+#include "zt/Types.h"
 
 #include <algorithm>
 #include <array>

@@ -1,13 +1,11 @@
 // The beam-hardening filter's masks: where they come from, their order and their form.
 #include "filters/BHFilter.h"
-#include "filters/SubFrameQuestion.h"
-#include "kernels/CoefficientTable.h"
-#include "kernels/FrameSum.h"
+#include "filters/DeviceFilter.h"
+#include "kernels/FlatField.h"
 #include "support/Str.h"
-#include "zt/DataType.h"
-#include "zt/ErrorCode.h"
+#include "zt/DataBuff.h"
 #include "zt/FrameHolder.h"
-#include "zt/RefDataBuff.h"
+#include "zt/Types.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,9 +1,9 @@
 #include "filters/Binning2x2.h"
 
-#include "filters/ClonedFrame.h"
-#include "zt/DataType.h"
+#include "filters/DeviceFilter.h"
+#include "zt/DataBuff.h"
 #include "zt/IMpxFrame.h"
-#include "zt/RefDataBuff.h"
+#include "zt/Types.h"
 
 #include <cstddef>
 

@@ -1,6 +1,5 @@
 #include "filters/DeviceFilter.h"
 
-#include "filters/PluginName.h"
 #include "zt/ISettings.h"
 
 namespace PluginOmbrel {

@@ -3,7 +3,8 @@
 #include "support/Str.h"
 #include "zt/IDataFilter.h"
 #include "zt/IDevMpx.h"
-#include "zt/IParamMgr.h"
+#include "zt/IMpxFrame.h"
+#include "zt/IParam.h"
 #include "zt/IZenteo.h"
 
 #include <cstdarg>
@@ -11,6 +12,28 @@
 #include <string>
 
 namespace PluginOmbrel {
+
+// The name of the plug-in, and the source under which its filters log.
+inline constexpr const char* pluginName = "ombrel";
+
+// Asks the user which of a frame's sub-frames to take; `label` says what for. Returns its index, or -1 when
+// the whole frame is to be taken: the user cancelled, or there is no window system to ask in. Opens a modal
+// window, and so belongs on the thread of the user interface; the host may end the asking filter meanwhile.
+// Defined with the dialogs.
+int askForSubFrame(const zt::IMpxFrame& frame, const char* label);
+
+struct DestroyData {
+    void operator()(zt::IData* data) const { data->destroy(); }
+};
+
+// A clone that a filter works on. Until it is released to the caller it is destroyed with its scope, so that
+// a filter that fails or throws half-way leaves nothing behind.
+using ClonedFrame = std::unique_ptr<zt::IMpxFrame, DestroyData>;
+
+// `data` must be of type IData::TYPE_FRAME.
+inline ClonedFrame cloneFrame(const zt::IData& data) {
+    return ClonedFrame(static_cast<zt::IMpxFrame*>(data.clone()));
+}
 
 // What the filters have in common: the host and the device that they are made for, the answers that all of
 // them give, and their log. It adds no virtual functions of its own, so the slots stay those of IDataFilter.

@@ -1,5 +1,16 @@
 #include "filters/FFFilter.h"
 
+#include "filters/DeviceFilter.h"
+#include "kernels/BadPixelInterpolation.h"
+#include "kernels/BadPixelMask.h"
+#include "kernels/FlatField.h"
+#include "zt/DataBuff.h"
+#include "zt/Types.h"
+
+// The flat-field filter's mask of bad pixels, and their interpolation.
+
+// The way of a frame through the flat-field filter.
+
 namespace PluginOmbrel {
 
 FFFilter::FFFilter(zt::IZenteo* zenteo, zt::IDevMpx* device)
@@ -27,6 +38,92 @@ int FFFilter::loadBadPixelMaskFromFile(const char* path, bool /*flag*/) {
     useDevMask = false;
     badPixelMaskName = path ? path : "";
     return 0;
+}
+
+void FFFilter::generateBadPixelMaskFromZeroPixels(const zt::IMpxFrame* frame) {
+    badPixels.resize(frame->size());
+    markZeroPixels(*frame, badPixels.span());
+}
+
+void FFFilter::generateBadPixelMaskFromFFCoeffs() {
+    badPixels.resize(coeffs.size());
+    markExtremeCoefficients(coeffs.span(), badFFUnderCoeff, badFFOverCoeff, badPixels.span());
+}
+
+int FFFilter::interpolateBadPixels(zt::IMpxFrame* frame) {
+    if (frame->frameDataType() != zt::DT_DOUBLE)
+        return logError<int>(zt::ERR_INVALID_INPUT,
+                             "Cannot interpolate bad pixels - frame is not of type double");
+    // A device mask of another size is passed over.
+    if (useDevMask && badPixels.size() == dev->pixelCfg()->pixelCount()) {
+        dev->pixelCfg()->maskData(&deviceMask, 0);
+        markMaskedPixels({deviceMask.data(), deviceMask.size()}, badPixels.span());
+    }
+    if (badPixels.size() != frame->size())
+        return logError<int>(zt::ERR_INVALID_INPUT,
+                             "Cannot interpolate bad pixels - frame dimensions do not match");
+    const std::size_t count = countMarks(badPixels.data(), badPixels.size());
+    if (count > badPixels.size() / 2)
+        return logError<int>(zt::ERR_CANNOT_CORRECT, "Too many bad pixels (%llu) to interpolate.",
+                             static_cast<unsigned long long>(count));
+
+    zt::RefDataBuff<double> pixels;
+    frame->refData(&pixels, 0.0);
+    return tInterpolateBadPixels(pixels.data(), badPixels.data(), frame->width(), frame->height(), front);
+}
+
+const char* FFFilter::refusal(const zt::IData& data) const {
+    if (data.type() != zt::IData::TYPE_FRAME)
+        return "Cannot filter data that is not of type IMpxFrame";
+    if (coeffs.empty())
+        return "No flat-field coefficients loaded";
+    // A frame of another shape with as many pixels passes.
+    if (static_cast<const zt::IMpxFrame&>(data).size() != coeffs.size())
+        return "Frame dimensions do not match";
+    return nullptr;
+}
+
+zt::IData* FFFilter::filter(const zt::IData* data) {
+    if (const char* reason = refusal(*data))
+        return logError<zt::IData*>(nullptr, reason);
+    rebuildMask(static_cast<const zt::IMpxFrame&>(*data));
+    ClonedFrame copy = cloneFrame(*data);
+    correct(*copy);
+    return copy.release();
+}
+
+int FFFilter::filterReplace(zt::IData* data) {
+    if (const char* reason = refusal(*data))
+        return logError(0, reason);
+    auto& frame = static_cast<zt::IMpxFrame&>(*data);
+    rebuildMask(frame);
+    correct(frame);
+    return 0;
+}
+
+// The mask tells of the frame as it was measured: a product can be zero where the pixel was not.
+void FFFilter::rebuildMask(const zt::IMpxFrame& measured) {
+    if (!interpolateBadPixelsOn)
+        return;
+    if (useZeroPixels)
+        generateBadPixelMaskFromZeroPixels(&measured);
+    if (useFFCoeffs)
+        generateBadPixelMaskFromFFCoeffs();
+}
+
+void FFFilter::correct(zt::IMpxFrame& frame) {
+    frame.convertToType(zt::DT_DOUBLE);
+    zt::RefDataBuff<double> pixels;
+    frame.refData(&pixels, 0.0);
+    const std::span<double> values(pixels.data(), pixels.size());
+    // Finished coefficients from a file come without those of the columns.
+    if (useTdi && !tdiCoeffs.empty())
+        multiplyColumns(values, tdiCoeffs.span());
+    else
+        multiplyPixels(values, coeffs.span());
+    // What can't be interpolated stays multiplied.
+    if (interpolateBadPixelsOn)
+        interpolateBadPixels(&frame);
 }
 
 } // namespace PluginOmbrel

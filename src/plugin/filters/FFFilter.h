@@ -2,11 +2,11 @@
 
 #include "filters/DeviceFilter.h"
 #include "kernels/Buffer.h"
-#include "kernels/FillFront.h"
-#include "kernels/FrameSum.h"
+#include "kernels/FillQueue.h"
+#include "kernels/FlatField.h"
 #include "zt/DataBuff.h"
-#include "zt/IFFFilter.h"
 #include "zt/IMpxFrame.h"
+#include "zt/IPrivateFilters.h"
 
 #include <string>
 #include <vector>

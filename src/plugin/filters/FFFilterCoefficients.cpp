@@ -1,10 +1,10 @@
 // Where the flat-field filter's coefficients come from: the device's frames, and what makes coefficients of
 // an image.
+#include "filters/DeviceFilter.h"
 #include "filters/FFFilter.h"
-#include "filters/SubFrameQuestion.h"
-#include "kernels/CoefficientTable.h"
-#include "zt/ErrorCode.h"
+#include "kernels/FlatField.h"
 #include "zt/FrameHolder.h"
+#include "zt/Types.h"
 
 #include <algorithm>
 

@@ -1,13 +1,11 @@
 // Where the flat-field filter's coefficients come from and go to: files.
 #include "filters/FFFilter.h"
 #include "support/BinaryFile.h"
-#include "support/FileResult.h"
-#include "support/FileSize.h"
+#include "support/Files.h"
 #include "support/MatrixFile.h"
-#include "zt/DataType.h"
-#include "zt/ErrorCode.h"
+#include "zt/DataBuff.h"
 #include "zt/FrameHolder.h"
-#include "zt/RefDataBuff.h"
+#include "zt/Types.h"
 
 namespace PluginOmbrel {
 

@@ -1,8 +1,5 @@
 #include "support/BinaryFile.h"
 
-#include "support/FileResult.h"
-#include "support/StdioFile.h"
-
 int readBinary(const char* path, unsigned char* buffer, unsigned long size) {
     const StdioFile file = openStdioFile(path, "rb");
     if (!file)

@@ -1,5 +1,33 @@
 #pragma once
 
+#include <cstdio>
+#include <memory>
+
+// What the functions on files of numbers return.
+enum FileResult : int {
+    FILE_OK = 0,
+    FILE_NOT_OPENED = -1,   // null path, or the file cannot be opened
+    FILE_TOO_SHORT = -2,    // fewer values could be read than asked for
+    FILE_NOT_WRITTEN = -3,  // a value could not be written
+    FILE_TYPE_REFUSED = -4, // data type not accepted
+};
+
+struct CloseStdioFile {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+};
+
+// An open file that is closed with its scope; null when it could not be opened.
+using StdioFile = std::unique_ptr<std::FILE, CloseStdioFile>;
+
+inline StdioFile openStdioFile(const char* path, const char* mode) {
+    return StdioFile(path ? std::fopen(path, mode) : nullptr);
+}
+
+// False when what was still buffered could not be written.
+inline bool closeWritten(StdioFile file) {
+    return std::fclose(file.release()) == 0;
+}
+
 // Raw bytes in a file, without a header. Sizes are in bytes; results are FileResult.
 
 // Reads the first `size` bytes. A file that has fewer gives FILE_TOO_SHORT, with what there was in the

@@ -1,6 +1,25 @@
 #pragma once
 
-#include "support/DataType.h"
+// Element types of files of numbers, under the codes that the pixels of frames have.
+enum _DataType {
+    DT_I8 = 0,
+    DT_U8 = 1,
+    DT_I16 = 2,
+    DT_U16 = 3,
+    DT_I32 = 4,
+    DT_U32 = 5,
+    DT_I64 = 6,
+    DT_U64 = 7,
+    DT_FLOAT = 8,
+    DT_DOUBLE = 9,
+    DT_BOOL = 10,   // in no file
+    DT_STRING = 11, // in no file
+};
+
+// The shape of an ASCII matrix: `height` is the number of lines that are not empty (one of blanks alone is
+// not), and `width` how many numbers the first of them begins with. A file that can't be opened is 0 by 0.
+// Returns 0.
+int getAsciiMatrixDimensions(const char* path, unsigned long* width, unsigned long* height);
 
 // Matrices as ASCII files: values separated by white space, one row a line. The file has no header; its
 // reader takes it as a stream of numbers, and the shape comes from the caller. Numbers have a decimal point

@@ -1,11 +1,11 @@
 #include "batch/BatchPane.h"
 
 #include "base/Error.h"
-#include "base/FileKind.h"
+#include "base/FileContent.h"
 #include "batch/BatchProgress.h"
 #include "frame/FrameOutput.h"
 #include "model/BatchOptions.h"
-#include "panes/NewChild.h"
+#include "panes/Look.h"
 
 #include <QComboBox>
 #include <QFileDialog>

@@ -1,7 +1,7 @@
 #include "batch/BatchProgress.h"
 
-#include "base/SizeText.h"
-#include "panes/NewChild.h"
+#include "base/Numbers.h"
+#include "panes/Look.h"
 
 #include <QHBoxLayout>
 #include <QLabel>

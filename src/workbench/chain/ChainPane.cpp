@@ -1,6 +1,6 @@
 #include "chain/ChainPane.h"
 
-#include "panes/NewChild.h"
+#include "panes/Look.h"
 
 #include <QFileInfo>
 #include <QHBoxLayout>

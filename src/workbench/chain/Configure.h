@@ -1,10 +1,22 @@
 #pragma once
 
 #include "base/Console.h"
+#include "zt/IDataFilter.h"
+
+#include <QWidget>
 
 #include <string>
 
 namespace ombrel::workbench {
+
+// Whether there is anything to show of the filter's parameters.
+bool hasParameters(const zt::IDataFilter& filter);
+
+// The parameters of a filter that has no window of its own, for editing. The filter must outlive the window.
+class ParamsWindow final : public QWidget {
+public:
+    explicit ParamsWindow(const zt::IDataFilter& filter);
+};
 
 // The command line of `configure`.
 struct ConfigureOptions {

@@ -1,7 +1,7 @@
 #include "chain/FilterWindows.h"
 
 #include "base/Error.h"
-#include "chain/ParamsWindow.h"
+#include "chain/Configure.h"
 #include "host/Session.h"
 
 #include <QApplication>

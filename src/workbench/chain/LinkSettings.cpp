@@ -2,7 +2,7 @@
 
 #include "base/AtomicFile.h"
 #include "base/Error.h"
-#include "base/Hash.h"
+#include "base/FileContent.h"
 #include "model/Memory.h"
 #include "settings/SettingsFiles.h"
 #include "worker/StackViewer.h"

@@ -1,12 +1,10 @@
 #include "chain/ParameterEditor.h"
 
 #include "chain/ParameterPane.h"
-#include "host/ParamMgr.h"
-#include "host/ParamText.h"
-#include "panes/DimText.h"
-#include "panes/NewChild.h"
-#include "properties/PropertyColumn.h"
+#include "host/Param.h"
+#include "panes/Look.h"
 #include "properties/QParamsBrowser.h"
+#include "properties/QPropertyModel.h"
 
 #include <QHBoxLayout>
 #include <QHeaderView>

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "model/LinkReport.h"
 #include "model/Workspace.h"
 
 #include <QWidget>

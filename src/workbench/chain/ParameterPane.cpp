@@ -1,11 +1,11 @@
 #include "chain/ParameterPane.h"
 
-#include "host/LogCapture.h"
-#include "panes/NewChild.h"
+#include "host/Host.h"
+#include "panes/Look.h"
 #include "properties/QParamsBrowser.h"
 #include "properties/QPropertyDelegate.h"
 #include "properties/QPropertyModel.h"
-#include "zt/PtrList.h"
+#include "zt/String.h"
 
 #include <QApplication>
 #include <QElapsedTimer>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "zt/IParamMgr.h"
+#include "zt/IParam.h"
 
 #include <QWidget>
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "chain/FilterWindows.h"
-#include "host/FilterLink.h"
+#include "host/Chain.h"
 #include "worker/PluginHost.h"
 
 #include <QObject>

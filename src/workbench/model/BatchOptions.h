@@ -1,8 +1,7 @@
 #pragma once
 
-#include "model/ChainState.h"
-#include "model/DeviceState.h"
-#include "run/RunOptions.h"
+#include "model/Workspace.h"
+#include "run/RunSetup.h"
 
 #include <string>
 #include <vector>

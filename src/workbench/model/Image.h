@@ -1,11 +1,23 @@
 #pragma once
 
 #include "frame/Frame.h"
+#include "frame/PreviewImage.h"
 
 #include <memory>
+#include <span>
 #include <vector>
 
 namespace ombrel::workbench {
+
+// How many pixels have a value in each of equal steps.
+struct Histogram {
+    double low = 0;  // where the first step begins
+    double step = 1; // above 0
+    std::vector<double> counts;
+};
+
+// A little more than the values between the limits; what lies beyond, or is not finite, is not counted.
+Histogram histogramOf(std::span<const double> pixels, const ScaleLimits& limits);
 
 // The pixels of a frame as the window shows them, row by row from the top.
 struct Image {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "model/ChainState.h"
+#include "model/Workspace.h"
 
 #include <QByteArray>
 #include <QSettings>

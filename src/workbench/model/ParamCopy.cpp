@@ -1,6 +1,6 @@
 #include "model/ParamCopy.h"
 
-#include "zt/PtrList.h"
+#include "zt/String.h"
 
 namespace ombrel::workbench {
 

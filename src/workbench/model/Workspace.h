@@ -1,15 +1,66 @@
 #pragma once
 
-#include "model/ChainState.h"
-#include "model/DeviceState.h"
+#include "model/ParamCopy.h"
+#include "settings/Settings.h"
 
 #include <QObject>
 
+#include <algorithm>
+#include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace ombrel::workbench {
+
+// A link of the chain as the user wants it. The filters themselves are made and loaded by those who run it.
+struct LinkState {
+    int id = 0; // never used again once the link is gone
+    std::string filter;
+    bool enabled = true;
+    std::string settings; // the file; empty: none
+    // What a settings window holds and has not saved yet, in place of what the file holds; may be null. It
+    // does not change any more.
+    std::shared_ptr<Settings> unsaved;
+    int revision = 0;                          // another one: a new instance is to be loaded
+    std::map<std::string, std::string> params; // edited since, as texts by name
+
+    bool operator==(const LinkState&) const = default;
+};
+
+// The chain as the user wants it.
+struct ChainState {
+    std::vector<LinkState> links;
+
+    // Null when there is none.
+    LinkState* find(int id) {
+        const auto found = std::ranges::find(links, id, &LinkState::id);
+        return found == links.end() ? nullptr : &*found;
+    }
+    const LinkState* find(int id) const { return const_cast<ChainState*>(this)->find(id); }
+    bool operator==(const ChainState&) const = default;
+};
+
+// What the user tells of the detector behind the frames.
+struct DeviceState {
+    std::string mask;              // the file of its pixel mask; empty: no pixel is masked
+    std::optional<double> acqTime; // seconds, of every frame; else what the files tell
+
+    bool operator==(const DeviceState&) const = default;
+};
+
+// What became of a link when its filter was loaded, or given edits.
+struct LinkReport {
+    int id = 0;
+    int revision = 0;
+    bool hasWindow = false;        // settings of its own kind
+    std::string failure;           // why it can't correct; empty when it can
+    std::vector<ParamCopy> params; // as loaded, before any edit
+    bool isEdited = false;         // since it was loaded
+    std::string editTrouble;       // what the last edit failed of; empty when it was taken over
+    double editSeconds = 0;        // that the last edit took
+};
 
 // Files to look at, as a detector of this kind measured them, and the frame of them.
 struct StackChoice {

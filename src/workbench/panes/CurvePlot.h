@@ -1,5 +1,8 @@
 #pragma once
 
+#include "model/Image.h"
+
+#include <QLineF>
 #include <QVector>
 #include <QWidget>
 
@@ -34,5 +37,9 @@ private:
     QCPGraph* correctedGraph;
     QCPGraph* ownGraph; // the corrected curve on its own axes
 };
+
+// The pixels that a line crosses, one sample a pixel of its length, of the nearest pixel each. Empty without
+// an image; what lies outside, or is not finite, is a gap.
+CurvePlot::Curve profileAlong(const QLineF& line, const ImagePtr& image);
 
 } // namespace ombrel::workbench

@@ -1,7 +1,6 @@
 #include "panes/FiguresPane.h"
 
-#include "panes/NewChild.h"
-#include "panes/PlotLook.h"
+#include "panes/Look.h"
 
 #include <QGridLayout>
 #include <QLabel>

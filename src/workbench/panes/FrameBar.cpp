@@ -1,6 +1,6 @@
 #include "panes/FrameBar.h"
 
-#include "panes/NewChild.h"
+#include "panes/Look.h"
 
 #include <QEvent>
 #include <QHBoxLayout>

@@ -1,7 +1,6 @@
 #include "panes/FramePane.h"
 
-#include "panes/NewChild.h"
-#include "panes/PlotLook.h"
+#include "panes/Look.h"
 
 #include <QLabel>
 #include <QVBoxLayout>

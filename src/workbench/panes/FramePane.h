@@ -2,7 +2,6 @@
 
 #include "panes/FrameView.h"
 #include "panes/PaneMouse.h"
-#include "panes/PaneOverlay.h"
 
 #include <QString>
 #include <QWidget>

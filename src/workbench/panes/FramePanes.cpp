@@ -1,7 +1,6 @@
 #include "panes/FramePanes.h"
 
-#include "panes/ColourMaps.h"
-#include "panes/NewChild.h"
+#include "panes/Look.h"
 
 #include <QHBoxLayout>
 #include <qcustomplot.h>

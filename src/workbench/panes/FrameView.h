@@ -1,14 +1,11 @@
 #pragma once
 
 #include "base/Error.h"
-#include "frame/FrameFigures.h"
-#include "frame/GridChoice.h"
+#include "frame/FrameRow.h"
 #include "frame/PreviewImage.h"
-#include "model/ChainState.h"
-#include "model/DeviceState.h"
-#include "model/Histogram.h"
+#include "frame/Statistics.h"
 #include "model/Image.h"
-#include "model/LinkReport.h"
+#include "model/Workspace.h"
 #include "panes/PaneMap.h"
 
 #include <array>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "base/Console.h"
-#include "chain/DeviceChoice.h"
+#include "chain/DeviceDialog.h"
 #include "chain/LinkSettings.h"
 #include "model/Memory.h"
 #include "model/Workspace.h"

@@ -1,6 +1,6 @@
 #include "window/StackOpener.h"
 
-#include "base/FileKind.h"
+#include "base/FileContent.h"
 
 #include <QDialogButtonBox>
 #include <QFileDialog>

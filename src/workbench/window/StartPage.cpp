@@ -1,7 +1,6 @@
 #include "window/StartPage.h"
 
-#include "panes/DimText.h"
-#include "panes/NewChild.h"
+#include "panes/Look.h"
 #include "window/StackOpener.h"
 
 #include <QFileInfo>

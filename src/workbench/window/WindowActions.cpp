@@ -1,8 +1,6 @@
 #include "window/WindowActions.h"
 
-#include "panes/ColourMaps.h"
-#include "panes/NewChild.h"
-#include "window/KeysBox.h"
+#include "panes/Look.h"
 
 #include <QAction>
 #include <QActionGroup>
@@ -10,11 +8,37 @@
 #include <QMainWindow>
 #include <QMenu>
 #include <QMenuBar>
+#include <QMessageBox>
 #include <QToolBar>
 
 #include <algorithm>
 
 namespace ombrel::workbench {
+
+namespace {
+
+QString rowOf(const QString& what, const QString& keys) {
+    return QString("<tr><td>%1</td><td>&nbsp;&nbsp;%2</td></tr>").arg(what, keys);
+}
+
+QString rowOf(const QAction& action) {
+    return rowOf(action.text().remove('&').toHtmlEscaped(),
+                 "<b>" + action.shortcut().toString(QKeySequence::NativeText).toHtmlEscaped() + "</b>");
+}
+
+} // namespace
+
+void showKeys(const QMenuBar& menus) {
+    QString rows;
+    for (const QAction* const menu : menus.actions())
+        for (const QAction* const action : menu->menu()->actions())
+            if (!action->shortcut().isEmpty())
+                rows += rowOf(*action);
+    rows += rowOf("Draw a region, a line", "<b>Shift</b>, <b>Ctrl</b> and the mouse");
+    QMessageBox box(QMessageBox::NoIcon, "Keys", "<table>" + rows + "</table>", QMessageBox::Close,
+                    menus.window());
+    box.exec();
+}
 
 namespace {
 

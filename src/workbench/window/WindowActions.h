@@ -1,13 +1,15 @@
 #pragma once
 
 #include "model/Workspace.h"
-#include "panes/PaneTool.h"
+#include "panes/PaneMouse.h"
 
 #include <QObject>
 #include <QStringList>
 
 #include <functional>
 #include <vector>
+
+class QMenuBar;
 
 class QAction;
 class QActionGroup;
@@ -17,6 +19,10 @@ class QMenu;
 class QToolBar;
 
 namespace ombrel::workbench {
+
+// Lists the keys of all actions of the menus in a modal window: from the actions themselves, so that the list
+// is never wrong.
+void showKeys(const QMenuBar& menus);
 
 // The menus, the tool bar and the keys of the window. An action tells by a signal what the user wants; those
 // that change the chain change it in the workspace.

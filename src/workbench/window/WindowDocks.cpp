@@ -1,6 +1,6 @@
 #include "window/WindowDocks.h"
 
-#include "panes/NewChild.h"
+#include "panes/Look.h"
 
 #include <QAction>
 #include <QDockWidget>

@@ -3,8 +3,7 @@
 #include "panes/CurvePlot.h"
 #include "panes/FrameBar.h"
 #include "panes/FramePanes.h"
-#include "panes/LineProfile.h"
-#include "panes/NewChild.h"
+#include "panes/Look.h"
 
 #include <QVBoxLayout>
 

@@ -1,6 +1,6 @@
 #include "worker/BatchJob.h"
 
-#include "base/SizeText.h"
+#include "base/Numbers.h"
 #include "run/RunPaths.h"
 #include "run/RunSetup.h"
 

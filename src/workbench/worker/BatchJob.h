@@ -1,7 +1,7 @@
 #pragma once
 
 #include "base/Console.h"
-#include "run/RunOptions.h"
+#include "run/RunSetup.h"
 
 #include <QObject>
 

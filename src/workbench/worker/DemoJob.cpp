@@ -1,8 +1,39 @@
 #include "worker/DemoJob.h"
 
+#include "calibration/FlatFieldCalibration.h"
+#include "simulation/SimulatedSet.h"
+
 #include <exception>
+#include <filesystem>
 
 namespace ombrel::workbench {
+
+DemoData prepareDemoData(const std::string& folder, const std::string& plugin, Console& console,
+                         const std::function<void(int done, int of)>& advanced) {
+    const std::filesystem::path path(folder);
+    const DemoData demo{(path / "frames.h5").string(), (path / "flat-field.xml").string()};
+    // The settings are written last: with them the set is whole.
+    if (std::filesystem::exists(demo.flatField) && std::filesystem::exists(demo.frames))
+        return demo;
+
+    simulation::SetPlan plan;
+    plan.directory = folder;
+    plan.gridSteps = 0;
+    plan.wedgeSteps = 0;
+    int done = 0;
+    const int of = static_cast<int>(simulation::imagesOf(plan));
+    // It replaces the files of one that was cut off.
+    simulation::writeSet(plan, [&] { advanced(++done, of); });
+
+    FlatFieldOptions flats;
+    flats.inputs = {demo.frames};
+    flats.output = demo.flatField;
+    flats.plugin = plugin;
+    flats.bad = "ff";
+    flats.force = true;
+    calibrateFlatField(flats, console);
+    return demo;
+}
 
 DemoJob::~DemoJob() {
     if (thread.joinable())

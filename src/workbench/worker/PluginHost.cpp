@@ -1,6 +1,6 @@
 #include "worker/PluginHost.h"
 
-#include "host/LogCapture.h"
+#include "host/Host.h"
 #include "host/Session.h"
 
 #include <exception>

@@ -1,10 +1,9 @@
 #pragma once
 
-#include "frame/GridChoice.h"
-#include "host/FilterLink.h"
-#include "model/ChainState.h"
-#include "model/LinkReport.h"
-#include "run/ChoiceLogs.h"
+#include "frame/FrameRow.h"
+#include "host/Chain.h"
+#include "model/Workspace.h"
+#include "run/SelectionLogs.h"
 #include "worker/PluginHost.h"
 
 #include <map>

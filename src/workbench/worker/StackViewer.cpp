@@ -2,7 +2,7 @@
 
 #include "base/Error.h"
 #include "frame/PixelType.h"
-#include "host/DeviceMask.h"
+#include "host/Device.h"
 
 #include <algorithm>
 #include <chrono>

@@ -1,8 +1,8 @@
 // The table of a calibration grid, the frames that it names, and the coarser grid within.
 
-#include "base/CsvLine.h"
-#include "calibration/CalibrationGridFlats.h"
-#include "calibration/CoarseGrid.h"
+#include "base/CsvTable.h"
+#include "calibration/CalibrationGrid.h"
+#include "calibration/CalibrationGridTable.h"
 #include "fixtures/ErrorText.h"
 #include "fixtures/FrameFiles.h"
 #include "fixtures/TemporaryFolder.h"

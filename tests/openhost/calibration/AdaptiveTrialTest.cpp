@@ -2,13 +2,12 @@
 
 #include "base/Error.h"
 #include "base/TrialFolder.h"
-#include "calibration/AdaptiveChoices.h"
-#include "calibration/AdaptiveQualityLog.h"
-#include "calibration/AdaptiveRanking.h"
+#include "calibration/AdaptiveReport.h"
 #include "calibration/AdaptiveSettings.h"
+#include "calibration/AdaptiveTuning.h"
 #include "fixtures/TemporaryFolder.h"
-#include "simulation/Random.h"
-#include "zt/DataType.h"
+#include "simulation/Scene.h"
+#include "zt/Types.h"
 
 #include <gmock/gmock.h>
 

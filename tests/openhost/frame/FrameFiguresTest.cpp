@@ -1,7 +1,6 @@
-#include "frame/FrameFigures.h"
-
 #include "frame/Frame.h"
 #include "frame/PixelType.h"
+#include "frame/Statistics.h"
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,6 @@
 
 #include "frame/PixelType.h"
 #include "zt/DataBuff.h"
-#include "zt/RefDataBuff.h"
 
 #include <gmock/gmock.h>
 

@@ -1,5 +1,3 @@
-#include "frame/PixelConversion.h"
-
 #include "frame/PixelType.h"
 
 #include <gtest/gtest.h>

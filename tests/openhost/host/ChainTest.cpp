@@ -5,7 +5,7 @@
 #include "fixtures/ScriptedFilter.h"
 #include "fixtures/TemporaryFolder.h"
 #include "host/Host.h"
-#include "host/ParamMgr.h"
+#include "host/Param.h"
 
 #include <gmock/gmock.h>
 

@@ -1,7 +1,7 @@
+#include "host/Param.h"
+
 #include "fixtures/ErrorText.h"
-#include "host/ParamMgr.h"
-#include "host/ParamText.h"
-#include "zt/PtrList.h"
+#include "zt/String.h"
 
 #include <gmock/gmock.h>
 

@@ -1,6 +1,6 @@
 #include "stack/FileReport.h"
 
-#include "base/NotANumber.h"
+#include "base/Numbers.h"
 #include "fixtures/Hdf5Builder.h"
 #include "fixtures/OutputFrames.h"
 #include "fixtures/TemporaryFolder.h"

@@ -1,8 +1,8 @@
 #include "frame/FrameOutput.h"
 
 #include "base/Error.h"
-#include "base/FileLock.h"
-#include "base/Hash.h"
+#include "base/FileContent.h"
+#include "base/FileDescriptor.h"
 #include "fixtures/FileText.h"
 #include "fixtures/FrameFiles.h"
 #include "fixtures/OutputFrames.h"

@@ -1,6 +1,6 @@
 #define OMBREL_LANES 16
 #include "SixteenLanes.h"
 
-#include "tiles/KernelTable.h"
+#include "tiles/Kernels.h"
 
 const Kernels sixteenLaneKernels = kernelTable("sixteen lanes");

@@ -2,8 +2,8 @@
 
 #include "DialogFixture.h"
 #include "filters/BHFilter.h"
+#include "filters/DeviceFilter.h"
 #include "filters/FFFilter.h"
-#include "filters/SubFrameQuestion.h"
 
 using testing::ElementsAre;
 using testing::HasSubstr;

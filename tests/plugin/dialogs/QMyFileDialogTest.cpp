@@ -1,7 +1,6 @@
 #include "dialogs/QMyFileDialog.h"
 
 #include "DialogFixture.h"
-#include "dialogs/QLastDir.h"
 
 #include <QDir>
 

@@ -1,9 +1,8 @@
-#include "filters/SubFrameQuestion.h"
-
 #include "DialogFixture.h"
 #include "dialogs/DlgBHStg.h"
 #include "dialogs/DlgFFStg.h"
 #include "filters/BHFilter.h"
+#include "filters/DeviceFilter.h"
 #include "filters/FFFilter.h"
 
 #include <QComboBox>

@@ -4,7 +4,7 @@
 #include "filters/AdaptiveFF.h"
 #include "filters/Binning2x2.h"
 #include "fixtures/FilterTests.h"
-#include "host/ParamMgr.h"
+#include "host/Param.h"
 
 #include <fstream>
 

@@ -1,8 +1,8 @@
 #include "FilterWindows.h"
 
 #include "filters/BHFilter.h"
+#include "filters/DeviceFilter.h"
 #include "filters/FFFilter.h"
-#include "filters/SubFrameQuestion.h"
 
 namespace PluginOmbrel {
 

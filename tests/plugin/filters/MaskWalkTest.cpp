@@ -1,6 +1,5 @@
-#include "kernels/MaskWalk.h"
-
 #include "kernels/Logarithm.h"
+#include "kernels/ThicknessWalk.h"
 
 #include <gmock/gmock.h>
 

@@ -1,6 +1,5 @@
-#include "kernels/Median.h"
-
 #include "fixtures/PlainMedian.h"
+#include "kernels/FlatField.h"
 #include "kernels/ProcessorDispatch.h"
 
 #include <gtest/gtest.h>

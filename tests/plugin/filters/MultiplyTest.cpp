@@ -1,5 +1,4 @@
-#include "kernels/Multiply.h"
-
+#include "kernels/FlatField.h"
 #include "kernels/ProcessorDispatch.h"
 
 #include <gtest/gtest.h>

@@ -2,7 +2,6 @@
 
 #include "fixtures/FileText.h"
 #include "fixtures/TemporaryFolder.h"
-#include "support/FileResult.h"
 
 #include <gtest/gtest.h>
 

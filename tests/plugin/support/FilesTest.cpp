@@ -1,10 +1,7 @@
+#include "support/Files.h"
+
 #include "fixtures/FileText.h"
 #include "fixtures/TemporaryFolder.h"
-#include "support/CopyFiles.h"
-#include "support/Directories.h"
-#include "support/FileCompare.h"
-#include "support/PathParts.h"
-#include "support/WildcardMask.h"
 
 #include <gmock/gmock.h>
 

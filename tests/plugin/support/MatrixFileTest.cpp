@@ -3,8 +3,7 @@
 #include "fixtures/CommaLocale.h"
 #include "fixtures/FileText.h"
 #include "fixtures/TemporaryFolder.h"
-#include "support/FileResult.h"
-#include "support/MatrixDimensions.h"
+#include "support/BinaryFile.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,7 @@
-#include "support/TextLines.h"
-
 #include "fixtures/FileText.h"
 #include "fixtures/TemporaryFolder.h"
-#include "support/StdioFile.h"
+#include "support/BinaryFile.h"
+#include "support/Str.h"
 
 #include <gtest/gtest.h>
 

@@ -1,11 +1,45 @@
 #pragma once
 
-#include "image/PixelAllocator.h"
-
 #include <cstddef>
 #include <cstdint>
+#include <limits>
+#include <memory>
+#include <new>
 #include <span>
+#include <utility>
 #include <vector>
+
+// Storage of images: aligned to a cache line, and pixels that nobody gives a value stay without one. Images
+// of which every pixel is about to be written need no pass of zeros before.
+template <typename T>
+struct PixelAllocator {
+    using value_type = T;
+
+    static constexpr std::align_val_t alignment{64};
+
+    PixelAllocator() = default;
+    template <typename U>
+    PixelAllocator(const PixelAllocator<U>&) {}
+
+    T* allocate(std::size_t count) {
+        if (count > std::numeric_limits<std::size_t>::max() / sizeof(T)) {
+            throw std::bad_array_new_length();
+        }
+        return static_cast<T*>(::operator new(count * sizeof(T), alignment));
+    }
+    void deallocate(T* memory, std::size_t) { ::operator delete(memory, alignment); }
+
+    template <typename U>
+    void construct(U* place) {
+        ::new (static_cast<void*>(place)) U;
+    }
+    template <typename U, typename... Values>
+    void construct(U* place, Values&&... values) {
+        ::new (static_cast<void*>(place)) U(std::forward<Values>(values)...);
+    }
+
+    bool operator==(const PixelAllocator&) const { return true; }
+};
 
 // A row-major rectangle of 32-bit floats, with the arithmetic of the adaptive engine; pixel (x, y) stands at
 // the index y * cols + x. A plain value: copies are independent.
@@ -118,4 +152,15 @@ private:
     std::vector<float, PixelAllocator<float>> values;
     int imageCols = 0;
     int imageRows = 0;
+};
+
+// One point of the calibration grid, or the result of a search: an image and the settings that it was taken
+// at. What the three settings measure is the user's choice.
+struct ImageContainer {
+    AICImage Image; // no pixels: a hole in the grid
+    float V = 0;
+    float T = 0;
+    float E = 0;
+    // To be filled by interpolation instead of from the file; stays true once it is filled.
+    bool Interpolated = false;
 };

@@ -1,5 +1,5 @@
 #include "image/AICImage.h"
-#include "image/AscendingSort.h"
+#include "image/BinCounts.h"
 
 #include <algorithm>
 #include <array>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "image/ImageContainer.h"
+#include "image/AICImage.h"
 
 #include <array>
 #include <cstddef>

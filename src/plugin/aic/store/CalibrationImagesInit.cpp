@@ -1,4 +1,4 @@
-#include "image/AscendingSort.h"
+#include "image/BinCounts.h"
 #include "store/BinaryInput.h"
 #include "store/CalibrationImages.h"
 

@@ -1,6 +1,6 @@
 #include "store/OrderedGrid.h"
 
-#include "tiles/Repair.h"
+#include "tiles/Kernels.h"
 
 #include <algorithm>
 #include <cstdlib>

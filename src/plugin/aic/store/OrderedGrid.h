@@ -2,7 +2,6 @@
 
 #include "store/CalibrationImages.h"
 #include "tiles/Kernels.h"
-#include "tiles/OrderedImage.h"
 #include "tiles/TileOrder.h"
 
 #include <cstddef>

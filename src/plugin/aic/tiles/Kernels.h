@@ -1,11 +1,21 @@
 #pragma once
 
-#include "tiles/PixelRules.h"
+#include "tiles/PixelLoops.h"
+#include "tiles/TileKernel.h"
 #include "tiles/TilePass.h"
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <span>
+
+// The smallest normal float. What is below it in a calibration image is no measurement: it counts as 1 there,
+// so that a quotient keeps the frame's value.
+inline constexpr float smallestDivisor = std::numeric_limits<float>::min();
+
+inline float repairedPixel(float pixel) {
+    return pixel < smallestDivisor ? 1.0f : pixel;
+}
 
 // The engine's inner loops, compiled for one kind of processor; what each does is told where it is written,
 // in TileKernel.h and PixelLoops.h. The results have the same bits for all of them.
@@ -30,3 +40,12 @@ const Kernels& bestKernels();
 
 // These, or the widest of the others with vectors of at most so many floats; 4 or more are asked for.
 const Kernels& narrowedKernels(const Kernels& kernels, int lanes);
+
+namespace {
+
+constexpr Kernels kernelTable(const char* processor) {
+    return {processor, laneCount, sumTiles,      multiply,        scale,
+            divide,    clip,      magnitudeBits, stretchIntoBins, markOutliers};
+}
+
+} // namespace

@@ -1,5 +1,5 @@
 // Compiled for AVX2, see CMakeLists.txt.
-#include "tiles/KernelTable.h"
+#include "tiles/Kernels.h"
 
 extern const Kernels avx2Kernels;
 const Kernels avx2Kernels = kernelTable("AVX2");

@@ -1,5 +1,5 @@
 // Compiled for AVX-512, see CMakeLists.txt.
-#include "tiles/KernelTable.h"
+#include "tiles/Kernels.h"
 
 extern const Kernels avx512Kernels;
 const Kernels avx512Kernels = kernelTable("AVX-512");

@@ -1,4 +1,4 @@
-#include "tiles/KernelTable.h"
+#include "tiles/Kernels.h"
 
 extern const Kernels baselineKernels;
 const Kernels baselineKernels = kernelTable("baseline");

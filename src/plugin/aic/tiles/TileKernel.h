@@ -2,7 +2,6 @@
 
 #include "tiles/Lanes.h"
 #include "tiles/TilePass.h"
-#include "tiles/TileTaps.h"
 
 // The tile kernel for the processor that the including source is compiled for. One lane is one tile: the
 // additions of a tile's row depend on each other, those of neighbouring tiles do not.

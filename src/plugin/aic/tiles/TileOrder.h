@@ -1,6 +1,15 @@
 #pragma once
 
+#include "tiles/PixelLoops.h"
+
 #include <cstddef>
+
+// A look at a calibration image in TileOrder, every pixel of it a normal number above 0, infinite or NaN.
+struct OrderedImage {
+    const float* pixels = nullptr;
+    std::ptrdiff_t rowSize = 0; // 0: one row that stands for all
+    MagnitudeBits magnitudes = {};
+};
 
 // The order of pixels that the tile kernel works in: neighbouring vector lanes are the same pixel of
 // neighbouring tiles. The tiles across a row of the image are taken in groups, and each row is stored as

@@ -1,7 +1,7 @@
 #include "kernels/BadPixelInterpolation.h"
 
+#include "kernels/BadPixelMask.h"
 #include "kernels/FillQueue.h"
-#include "kernels/MaskScan.h"
 #include "kernels/Neighbourhood.h"
 
 #include <algorithm>

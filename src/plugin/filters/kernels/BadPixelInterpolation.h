@@ -1,6 +1,6 @@
 #pragma once
 
-#include "kernels/FillFront.h"
+#include "kernels/FillQueue.h"
 
 #include <cstddef>
 

@@ -1,12 +1,104 @@
 #include "kernels/BadPixelMask.h"
 
-#include "zt/DataType.h"
-#include "zt/RefDataBuff.h"
+#include "kernels/ProcessorDispatch.h"
+#include "zt/DataBuff.h"
+#include "zt/Types.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
+#include <emmintrin.h>
 
 namespace PluginOmbrel {
+
+namespace {
+
+constexpr std::size_t group = 64;
+
+// A bit for each of 64 bytes that is not 0.
+__attribute__((always_inline)) inline std::uint64_t marksOfGroup(const unsigned char* mask) {
+    std::uint64_t zeros = 0;
+    for (std::size_t i = 0; i < group; i += sizeof(__m128i)) {
+        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(mask + i));
+        const auto bits =
+            static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, _mm_setzero_si128())));
+        zeros |= std::uint64_t{bits} << i;
+    }
+    return ~zeros;
+}
+
+std::uint64_t marksOfFewer(const unsigned char* mask, std::size_t size) {
+    std::uint64_t marks = 0;
+    for (std::size_t i = 0; i < size; ++i)
+        marks |= std::uint64_t{mask[i] != 0} << i;
+    return marks;
+}
+
+// Some place when there is none: the library's function would branch to answer 64.
+__attribute__((always_inline)) inline std::size_t lowestMark(std::uint64_t marks) {
+    return static_cast<std::size_t>(__builtin_ctzll(marks | std::uint64_t{1} << 63));
+}
+
+// Two places are written whether or not there are as many marks: to ask first is what would cost.
+__attribute__((always_inline)) inline std::size_t appendPlaces(std::uint64_t marks, std::size_t first,
+                                                               MarkList& places, std::size_t count) {
+    const std::size_t end = count + static_cast<std::size_t>(std::popcount(marks));
+    do {
+        for (std::size_t i = 0; i < 2; ++i) {
+            places[count + i] = static_cast<std::uint16_t>(first + lowestMark(marks));
+            marks &= marks - 1;
+        }
+        count += 2;
+    } while (count < end);
+    return end;
+}
+
+struct ListMarksKernel {
+    template <std::size_t>
+    __attribute__((always_inline)) static void run(const unsigned char* mask, std::size_t size,
+                                                   MarkList* places, std::size_t* count) {
+        std::size_t listed = 0;
+        std::size_t i = 0;
+        for (; i + group <= size; i += group)
+            listed = appendPlaces(marksOfGroup(mask + i), i, *places, listed);
+        *count = i == size ? listed : appendPlaces(marksOfFewer(mask + i, size - i), i, *places, listed);
+    }
+};
+
+} // namespace
+
+bool hasMarks(const unsigned char* mask, std::size_t size) {
+    unsigned char all = 0;
+    for (std::size_t i = 0; i < size; ++i)
+        all |= mask[i];
+    return all != 0;
+}
+
+std::size_t listMarks(const unsigned char* mask, std::size_t size, MarkList& places) {
+    if (!hasMarks(mask, size))
+        return 0;
+    std::size_t count = 0;
+    runVectorised<ListMarksKernel>(mask, size, &places, &count);
+    return count;
+}
+
+std::size_t countMarks(const unsigned char* mask, std::size_t size) {
+    std::size_t count = 0;
+    for (std::size_t start = 0; start < size; start += 128) {
+        // Few enough for a byte to hold their number, so that sixteen are counted at once.
+        unsigned char inPiece = 0;
+        const std::size_t end = std::min(size, start + 128);
+        for (std::size_t i = start; i < end; ++i)
+            inPiece = static_cast<unsigned char>(inPiece + (mask[i] != 0));
+        count += inPiece;
+    }
+    return count;
+}
+
+void setMarksToOne(unsigned char* mask, std::size_t size) {
+    for (std::size_t i = 0; i < size; ++i)
+        mask[i] = mask[i] != 0;
+}
 
 namespace {
 

@@ -1,7 +1,6 @@
 #pragma once
 
-#include "support/CacheStagger.h"
-#include "support/LargePages.h"
+#include "support/Memory.h"
 
 #include <cstddef>
 #include <memory>

@@ -1,0 +1,137 @@
+#include "base/FileContent.h"
+
+#include "base/Error.h"
+#include "base/FileDescriptor.h"
+#include "base/Numbers.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <span>
+#include <string_view>
+#include <sys/stat.h>
+#include <vector>
+#include <xxhash.h>
+
+namespace ombrel {
+
+namespace {
+
+constexpr std::string_view hdf5Signature("\x89HDF\r\n\x1a\n", 8);
+// Byte order, then 42, or 43 for BigTIFF.
+constexpr std::array<std::string_view, 4> tiffSignatures{
+    std::string_view("II\x2a\0", 4), std::string_view("MM\0\x2a", 4), std::string_view("II\x2b\0", 4),
+    std::string_view("MM\0\x2b", 4)};
+
+bool standsAt(const FileDescriptor& file, zt::u64 fileSize, zt::u64 offset, std::string_view signature) {
+    std::array<std::byte, 8> bytes{};
+    if (offset + signature.size() > fileSize)
+        return false;
+    file.readAt(offset, std::span(bytes).first(signature.size()));
+    return std::memcmp(bytes.data(), signature.data(), signature.size()) == 0;
+}
+
+// A block of the user's own may stand before the HDF5 part, of 512 bytes or twice, four times... that size.
+bool isHdf5(const FileDescriptor& file, zt::u64 fileSize) {
+    for (zt::u64 offset = 0; offset < fileSize; offset = std::max<zt::u64>(512, 2 * offset))
+        if (standsAt(file, fileSize, offset, hdf5Signature))
+            return true;
+    return false;
+}
+
+bool exists(const std::string& path) {
+    struct stat status {};
+    return ::stat(path.c_str(), &status) == 0;
+}
+
+} // namespace
+
+FileKind fileKind(const FileDescriptor& file) {
+    struct stat status {};
+    if (::fstat(file.get(), &status) == 0 && !S_ISREG(status.st_mode))
+        return S_ISDIR(status.st_mode) ? FileKind::Directory : FileKind::Special;
+    const zt::u64 size = file.size();
+    if (size == 0)
+        return FileKind::Empty;
+    const auto begins = [&](std::string_view signature) { return standsAt(file, size, 0, signature); };
+    if (std::ranges::any_of(tiffSignatures, begins))
+        return FileKind::Tiff;
+    return isHdf5(file, size) ? FileKind::Hdf5 : FileKind::Other;
+}
+
+void checkRegular(const FileDescriptor& file, const std::string& path) {
+    switch (fileKind(file)) {
+    case FileKind::Empty:
+        throw Error(path + ": the file is empty");
+    case FileKind::Directory:
+        throw Error(path + ": is a directory; give a file");
+    case FileKind::Special:
+        throw Error(path + ": is no regular file; store what it would give in a file first");
+    default:
+        break;
+    }
+}
+
+bool beginsWithNumber(const FileDescriptor& file) {
+    constexpr std::string_view whitespace = " \t\r\n\v\f";
+    std::string text(std::min<zt::u64>(file.size(), 4096), '\0');
+    file.readAt(0, std::as_writable_bytes(std::span(text)));
+    const auto isText = [&](char c) {
+        return c >= ' ' || c < 0 || whitespace.find(c) != std::string_view::npos;
+    };
+    if (!std::ranges::all_of(text, isText))
+        return false;
+    text.erase(0, text.find_first_not_of(whitespace));
+    text.resize(std::min(text.find_first_of(" \t\r\n\v\f,;"), text.size()));
+    return readNumber<double>(text.starts_with('+') ? text.substr(1) : text).has_value();
+}
+
+DatasetPath splitDatasetPath(const std::string& path) {
+    const auto separator = path.rfind("::");
+    if (separator == std::string::npos || separator == 0 || exists(path))
+        return {path, ""};
+    std::string dataset = path.substr(separator + 2);
+    if (!dataset.starts_with('/'))
+        dataset.insert(0, 1, '/');
+    return {path.substr(0, separator), dataset};
+}
+
+namespace {
+
+struct FreeState {
+    void operator()(XXH3_state_t* state) const { XXH3_freeState(state); }
+};
+
+} // namespace
+
+zt::u64 pixelHash(std::span<const std::byte> pixels) {
+    return XXH3_64bits(pixels.data(), pixels.size());
+}
+
+std::string fileHash(const std::string& path) {
+    const FileDescriptor file = FileDescriptor::openForReading(path);
+    const std::unique_ptr<XXH3_state_t, FreeState> state(XXH3_createState());
+    if (!state)
+        throw std::bad_alloc();
+    XXH3_128bits_reset(state.get());
+    std::vector<std::byte> buffer(std::size_t{1} << 20);
+    const zt::u64 size = file.size();
+    for (zt::u64 offset = 0; offset < size; offset += buffer.size()) {
+        const auto piece = std::span(buffer).first(std::min<zt::u64>(buffer.size(), size - offset));
+        file.readAt(offset, piece);
+        XXH3_128bits_update(state.get(), piece.data(), piece.size());
+    }
+    const XXH128_hash_t hash = XXH3_128bits_digest(state.get());
+    return hashText(hash.high64) + hashText(hash.low64);
+}
+
+std::string hashText(zt::u64 hash) {
+    char text[17];
+    std::snprintf(text, sizeof text, "%016llx", static_cast<unsigned long long>(hash));
+    return text;
+}
+
+} // namespace ombrel

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "base/FileDescriptor.h"
+#include "zt/Types.h"
+
+#include <cstddef>
+#include <span>
+#include <string>
+
+namespace ombrel {
+
+enum class FileKind { Tiff, Hdf5, Empty, Directory, Special, Other };
+
+// What a file is by its content. Throws Error when it can't be read.
+FileKind fileKind(const FileDescriptor& file);
+
+// Throws Error for an empty file, a folder, a pipe or a device.
+void checkRegular(const FileDescriptor& file, const std::string& path);
+
+// True when the content is text whose first word is a number.
+bool beginsWithNumber(const FileDescriptor& file);
+
+struct DatasetPath {
+    std::string file;
+    std::string dataset; // begins with "/"; empty when none is named
+};
+
+// Takes "FILE::/path/of/dataset" apart. A file that has such a name itself is taken as it is.
+DatasetPath splitDatasetPath(const std::string& path);
+
+// Hashes tell whether pixels or files are the same as before; they are no protection against forgery. XXH3 of
+// xxHash: 64 bit for pixels, 128 bit for files.
+
+zt::u64 pixelHash(std::span<const std::byte> pixels);
+
+// The hash of a file's bytes as 32 hexadecimal digits. Throws Error.
+std::string fileHash(const std::string& path);
+
+// A hash of 64 bit as 16 hexadecimal digits.
+std::string hashText(zt::u64 hash);
+
+} // namespace ombrel

@@ -1,0 +1,57 @@
+#pragma once
+
+#include "zt/Types.h"
+
+#include <cstdio>
+#include <iterator>
+#include <limits>
+#include <numeric>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace ombrel {
+
+// The shortest text that reads back as the same number; "inf", "-inf" and "nan" for the rest.
+template <typename T>
+std::string numberText(T value);
+
+// The whole text as a number of type T, blanks around it left out; nothing when it is none or is out of
+// range.
+template <typename T>
+std::optional<T> readNumber(std::string_view text);
+
+// "true" or "false", blanks around it left out.
+std::optional<bool> readBool(std::string_view text);
+
+// "WIDTH x HEIGHT".
+inline std::string sizeText(zt::u32 width, zt::u32 height) {
+    return std::to_string(width) + " x " + std::to_string(height);
+}
+
+// "1 frame", "2 frames".
+inline std::string countText(zt::u64 count, std::string_view noun) {
+    return std::to_string(count) + ' ' + std::string(noun) + (count == 1 ? "" : "s");
+}
+
+// "14.4 GB", "12 bytes".
+inline std::string bytesText(double bytes) {
+    constexpr const char* units[] = {"bytes", "kB", "MB", "GB", "TB", "PB", "EB"};
+    std::size_t unit = 0;
+    for (; bytes >= 1000 && unit + 1 < std::size(units); ++unit)
+        bytes /= 1000;
+    char text[32];
+    std::snprintf(text, sizeof text, unit == 0 ? "%.0f %s" : "%.1f %s", bytes, units[unit]);
+    return text;
+}
+
+// What a figure is that there is not.
+inline constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
+
+// Of one value at least.
+inline double meanOf(std::span<const double> values) {
+    return std::reduce(values.begin(), values.end()) / static_cast<double>(values.size());
+}
+
+} // namespace ombrel

@@ -1,0 +1,129 @@
+#include "calibration/AdaptiveReport.h"
+
+#include "base/Numbers.h"
+#include "calibration/AdaptiveSettings.h"
+#include "calibration/AdaptiveTuning.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <limits>
+#include <sstream>
+
+namespace ombrel {
+
+namespace {
+
+// A grid point as the log writes it.
+struct LoggedPoint {
+    std::string v;
+    std::string t;
+    std::string e;
+
+    bool operator==(const LoggedPoint&) const = default;
+};
+
+std::string streamed(float value) {
+    std::ostringstream text;
+    text << value;
+    return text.str();
+}
+
+} // namespace
+
+std::optional<SearchOutcome> searchOutcome(const std::string& logText, const GridPoint& right) {
+    const LoggedPoint wanted{streamed(right.v), streamed(right.t), streamed(right.e)};
+    constexpr double none = std::numeric_limits<double>::infinity();
+    std::optional<double> own;
+    double before = none; // least of the other points in front of the right one
+    double behind = none;
+    for (const QualityValue& logged : readQualityLog(logText)) {
+        if (LoggedPoint{logged.v, logged.t, logged.e} == wanted)
+            own = std::min(own.value_or(none), logged.value);
+        else
+            (own ? behind : before) = std::min(own ? behind : before, logged.value);
+    }
+    if (!own)
+        return std::nullopt;
+    const double other = std::min(before, behind);
+    return SearchOutcome{*own < before && *own <= behind, other == *own ? 0 : (other - *own) / *own};
+}
+
+namespace {
+
+// What all tables end in.
+constexpr const char* resultsHeader = "  right     margin%  residual   worst  mosaic  failed  ms/frame\n";
+
+// In a column of that width; "-" for what is not known.
+std::string figure(int width, int decimals, double value) {
+    char text[64];
+    if (std::isfinite(value))
+        std::snprintf(text, sizeof text, "  %*.*f", width, decimals, value);
+    else
+        std::snprintf(text, sizeof text, "  %*s", width, "-");
+    return text;
+}
+
+std::string resultText(const TrialResult& result) {
+    const std::string right =
+        result.right ? std::to_string(*result.right) + "/" + std::to_string(result.frames) : "-";
+    const bool hasGood = result.failed < result.frames;
+    char begin[32];
+    std::snprintf(begin, sizeof begin, "  %-8.16s", right.c_str());
+    return begin + figure(7, 1, 100 * result.margin.value_or(notANumber)) +
+           figure(8, 2, hasGood ? result.residual : notANumber) +
+           figure(6, 2, hasGood ? result.worst : notANumber) +
+           figure(6, 2, result.mosaicResidual.value_or(notANumber)) +
+           figure(6, 0, static_cast<double>(result.failed)) +
+           figure(8, 2, 1000 * result.seconds / static_cast<double>(result.frames));
+}
+
+std::string choiceText(const TrialResult& result) {
+    char text[128];
+    std::snprintf(text, sizeof text, "%-14.60s  %-14s  %6d  %4d  %9d",
+                  kernelName(adaptiveSetting<std::string>(result.settings, "Kernel")).c_str(),
+                  adaptiveSetting<bool>(result.settings, "PPEnabled") ? "on" : "off",
+                  adaptiveSetting<int>(result.settings, "QfBorderMaskSize"),
+                  adaptiveSetting<int>(result.settings, "QfTileSize"),
+                  adaptiveSetting<int>(result.settings, "QfTileThreshold"));
+    return text;
+}
+
+std::string searchText(const TrialResult& result) {
+    const int search = adaptiveSetting<int>(result.settings, "Search");
+    const char* name = search == 1 ? "look-around" : search == 2 ? "mosaic" : "linear";
+    return std::to_string(search) + " " + name + std::string(12 - std::string(name).size(), ' ');
+}
+
+struct TableColumns {
+    std::string header;
+    std::string (*text)(const TrialResult&);
+};
+
+std::string table(std::span<const TrialResult> results, const RowMark& mark, const TableColumns& first) {
+    std::string text = first.header + resultsHeader;
+    for (std::size_t i = 0; i < results.size(); ++i)
+        text += first.text(results[i]) + resultText(results[i]) + (i == mark.row ? "  <- " + mark.text : "") +
+                "\n";
+    return text;
+}
+
+} // namespace
+
+std::string choicesTable(std::span<const TrialResult> results, const RowMark& mark) {
+    return table(results, mark, {"kernel          pre-processing  border  tile  threshold", choiceText});
+}
+
+std::string interpolationTable(std::span<const TrialResult> results, const RowMark& mark) {
+    return table(results, mark, {"interpolation", [](const TrialResult& result) {
+                                     const bool isOn =
+                                         adaptiveSetting<int>(result.settings, "Interpolation") != 0;
+                                     return std::string(isOn ? "1 midpoints  " : "0 none       ");
+                                 }});
+}
+
+std::string searchesTable(std::span<const TrialResult> results, const RowMark& mark) {
+    return table(results, mark, {"search        ", searchText});
+}
+
+} // namespace ombrel

@@ -1,0 +1,96 @@
+#include "frame/FrameRow.h"
+
+#include "base/FileContent.h"
+#include "base/Numbers.h"
+
+#include <QJsonArray>
+
+#include <cmath>
+
+namespace ombrel {
+
+namespace {
+
+void insertNumber(QJsonObject& json, const QString& key, double number) {
+    if (std::isfinite(number))
+        json.insert(key, number);
+}
+
+double numberOf(const QJsonObject& json, const QString& key) {
+    return json.value(key).toDouble(notANumber);
+}
+
+QJsonObject toJson(const FrameFigures& figures) {
+    QJsonObject json;
+    insertNumber(json, "mean", figures.mean);
+    insertNumber(json, "spread", figures.spread);
+    json.insert("zero_pixels", static_cast<qint64>(figures.zeroPixels));
+    json.insert("not_finite", static_cast<qint64>(figures.notFinite));
+    return json;
+}
+
+FrameFigures figuresFromJson(const QJsonObject& json) {
+    return {numberOf(json, "mean"), numberOf(json, "spread"),
+            static_cast<zt::u64>(json.value("zero_pixels").toInteger()),
+            static_cast<zt::u64>(json.value("not_finite").toInteger())};
+}
+
+QJsonObject toJson(const ScoredPoint& point) {
+    QJsonObject json;
+    insertNumber(json, "v", point.v);
+    insertNumber(json, "t", point.t);
+    insertNumber(json, "e", point.e);
+    insertNumber(json, "value", point.value);
+    return json;
+}
+
+ScoredPoint pointFromJson(const QJsonObject& json) {
+    return {numberOf(json, "v"), numberOf(json, "t"), numberOf(json, "e"), numberOf(json, "value")};
+}
+
+void insertHash(QJsonObject& json, const QString& key, zt::u64 hash) {
+    if (hash != 0)
+        json.insert(key, QString::fromStdString(hashText(hash)));
+}
+
+zt::u64 hashOf(const QJsonObject& json, const QString& key) {
+    return json.value(key).toString().toULongLong(nullptr, 16);
+}
+
+} // namespace
+
+QJsonObject toJson(const FrameRow& row) {
+    QJsonObject json;
+    insertHash(json, "input_hash", row.inputHash);
+    insertHash(json, "output_hash", row.outputHash);
+    json.insert("input", toJson(row.input));
+    if (row.failed)
+        json.insert("failed", QString::fromStdString(row.reason));
+    else
+        json.insert("output", toJson(row.output));
+    insertNumber(json, "seconds", row.seconds);
+    if (row.choice) {
+        json.insert("grid", toJson(row.choice->best));
+        json.insert("grid_next", toJson(row.choice->next));
+        json.insert("grid_ambiguous", row.choice->ambiguous);
+    }
+    return json;
+}
+
+FrameRow frameRowFromJson(const QJsonObject& json) {
+    FrameRow row;
+    row.failed = json.contains("failed");
+    row.reason = json.value("failed").toString().toStdString();
+    row.inputHash = hashOf(json, "input_hash");
+    row.outputHash = hashOf(json, "output_hash");
+    row.input = figuresFromJson(json.value("input").toObject());
+    row.output = figuresFromJson(json.value("output").toObject());
+    row.seconds = json.value("seconds").toDouble();
+    if (json.contains("grid"))
+        row.choice = GridChoice{pointFromJson(json.value("grid").toObject()),
+                                pointFromJson(json.value("grid_next").toObject()),
+                                json.value("grid_ambiguous").toBool()};
+    return row;
+}
+
+} // namespace ombrel

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "frame/FrameFile.h"
+#include "zt/Types.h"
+
+#include <string>
+#include <vector>
+
+namespace ombrel {
+
+class Frame;
+
+// What a frame looks like as a whole.
+struct FrameFigures {
+    double mean = 0;        // of the finite pixels; NaN when there are none
+    double spread = 0;      // their standard deviation over their mean; NaN without pixels or for a mean of 0
+    zt::u64 zeroPixels = 0; // of value 0
+    zt::u64 notFinite = 0;  // NaN or infinite
+};
+
+FrameFigures figuresOf(const Frame& frame);
+
+// A rectangle of pixels.
+struct Region {
+    zt::u32 x = 0;
+    zt::u32 y = 0;
+    zt::u32 width = 0;
+    zt::u32 height = 0;
+};
+
+// Throws Error when the region is empty or reaches beyond the frames of the file.
+void checkRegion(const Region& region, const FrameFileInfo& info);
+
+// The pixels of the region, which lies inside the frame, row by row. The frame is one of doubles afterwards.
+std::vector<double> pixelsOf(Frame& frame, const Region& region);
+
+// How even the pixels of a region are, as the mean over all frames of a file.
+struct RegionReport {
+    double mean = 0;
+    double spread = 0;     // standard deviation over mean, of each frame
+    double statistics = 0; // what counts of that mean would spread by themselves: 1 / sqrt(mean)
+};
+
+// Reads the sample frames of a file. Pixels that are not finite are left out. Throws Error: a file that can't
+// be read, a region that reaches beyond the frames.
+RegionReport reportOnRegion(const std::string& path, const Region& region);
+
+} // namespace ombrel
