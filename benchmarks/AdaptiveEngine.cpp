@@ -24,15 +24,12 @@ constexpr int borderSize = 2;
 __attribute__((target_clones("avx512f", "avx2", "default"))) float
 sumOfQuotients(const float* frame, const float* image, std::size_t count) {
     std::array<float, 64> sums = {};
-    for (std::size_t i = 0; i + sums.size() <= count; i += sums.size()) {
-        for (std::size_t lane = 0; lane < sums.size(); ++lane) {
+    for (std::size_t i = 0; i + sums.size() <= count; i += sums.size())
+        for (std::size_t lane = 0; lane < sums.size(); ++lane)
             sums[lane] += std::fabs(frame[i + lane] / image[i + lane]);
-        }
-    }
     float sum = 0;
-    for (const float lane : sums) {
+    for (const float lane : sums)
         sum += lane;
-    }
     return sum;
 }
 
@@ -44,9 +41,8 @@ public:
         plainGrid.vCount = plainGrid.tCount = plainGrid.eCount = perAxis;
         for (int i = 0; i < perAxis * perAxis * perAxis; ++i) {
             plain::Image image(side, side);
-            for (float& pixel : image.pixels) {
+            for (float& pixel : image.pixels)
                 pixel = 1000 + 50 * normal(random);
-            }
             plainGrid.points.push_back({std::move(image), value(i / (perAxis * perAxis)),
                                         value(i / perAxis % perAxis), value(i % perAxis)});
         }
@@ -83,9 +79,8 @@ private:
         put(file, 0);
         for (int axis = 0; axis < 3; ++axis) {
             put(file, std::uint64_t(plainGrid.vCount));
-            for (int i = 0; i < plainGrid.vCount; ++i) {
+            for (int i = 0; i < plainGrid.vCount; ++i)
                 put(file, value(i));
-            }
         }
         for (const plain::GridPoint& point : plainGrid.points) {
             put(file, side);
@@ -110,23 +105,20 @@ public:
         cfg.PPEnabled = preProcesses;
         cfg.QfTileSize = tile;
         cfg.QfBorderMaskSize = borderSize;
-        if (engine.Init(cfg, true) != 0) {
+        if (engine.Init(cfg, true) != 0)
             std::abort();
-        }
         std::ranges::copy(data.frame.pixels, frame.pixels().begin());
     }
 
     void compensate() {
-        if (engine.CompensateImage(frame, &result, &quality, "", false) != 0) {
+        if (engine.CompensateImage(frame, &result, &quality, "", false) != 0)
             std::abort();
-        }
         keep(result.Image.pixels().data());
     }
     void search() {
         c_AIC::Position best;
-        if (engine.FindOptimalCompensationLinearSearch(frame, &result, 1, &quality, best, "") != 0) {
+        if (engine.FindOptimalCompensationLinearSearch(frame, &result, 1, &quality, best, "") != 0)
             std::abort();
-        }
         keep(result.Image.pixels().data());
     }
     void limit() const {
@@ -143,9 +135,8 @@ public:
     }
     std::vector<cv::Mat> images() const {
         std::vector<cv::Mat> matrices;
-        for (const ImageContainer& point : engine.CalibrationImages->Images) {
+        for (const ImageContainer& point : engine.CalibrationImages->Images)
             matrices.push_back(matrix(point.Image));
-        }
         return matrices;
     }
     cv::Mat frameMatrix() const { return matrix(frame); }
@@ -197,7 +188,8 @@ void compareCandidates(int side, int perAxis) {
     OpenCvCorrection openCv(engines[0].borderMask(), tile);
     const std::vector<cv::Mat> images = engines[0].images();
     const cv::Mat frame = engines[0].frameMatrix();
-    contenders.push_back({"OpenCV", [&] {
+    contenders.push_back({"OpenCV",
+                          [&] {
                               for (const cv::Mat& image : images) {
                                   const float value = openCv.score(frame, image);
                                   keep(&value);

@@ -125,11 +125,14 @@ int main() {
 
     std::printf("\nwide bad areas, ms a frame; bars: 2048 below 600, 4096 / 2048 below 4.5\n");
     std::printf("%-12s %9s %9s %9s\n", "area", "2048", "4096", "ratio");
-    compareWideAreas("left 45 %", [](double x, double) { return x < 0.45; });
-    compareWideAreas("top 45 %", [](double, double y) { return y < 0.45; });
-    compareWideAreas("quarter", [](double x, double y) { return x < 0.5 && y < 0.5; });
-    compareWideAreas("middle 44 %", [](double x, double y) {
-        return std::max(std::abs(x - 0.5), std::abs(y - 0.5)) < 1.0 / 3;
-    });
+    compareWideAreas(
+        "left 45 %", [](double x, double) { return x < 0.45; });
+    compareWideAreas(
+        "top 45 %", [](double, double y) { return y < 0.45; });
+    compareWideAreas(
+        "quarter", [](double x, double y) { return x < 0.5 && y < 0.5; });
+    compareWideAreas(
+        "middle 44 %",
+        [](double x, double y) { return std::max(std::abs(x - 0.5), std::abs(y - 0.5)) < 1.0 / 3; });
     compareWideAreas("corner 40 %", [](double x, double y) { return x + y < 0.9; });
 }

@@ -28,9 +28,8 @@ void writeHeap(const std::string& path) {
     put(file, 0);
     for (int axis = 0; axis < 3; ++axis) {
         put(file, perAxis);
-        for (std::uint64_t i = 0; i < perAxis; ++i) {
+        for (std::uint64_t i = 0; i < perAxis; ++i)
             put(file, static_cast<float>(i + 1));
-        }
     }
     std::mt19937 random(1);
     std::vector<float> pixels(side * side);
@@ -48,9 +47,8 @@ void compareLoading(const std::string& path) {
     const auto load = [&](c_CalibrationImages::InterpolationType interpolation) {
         return [&, interpolation] {
             c_CalibrationImages store;
-            if (store.Init(path, interpolation, noLog) != 0) {
+            if (store.Init(path, interpolation, noLog) != 0)
                 std::abort();
-            }
             keep(store.Images.data());
         };
     };
@@ -71,9 +69,8 @@ void compareLoading(const std::string& path) {
 void averageLoop(const AICImage& first, const AICImage& second, float* target) {
     const float* const a = first.pixels().data();
     const float* const b = second.pixels().data();
-    for (std::size_t i = 0; i < first.pixels().size(); ++i) {
+    for (std::size_t i = 0; i < first.pixels().size(); ++i)
         target[i] = a[i] + b[i];
-    }
     keep(target);
 }
 
@@ -86,9 +83,8 @@ void report(const char* what, const std::vector<double>& seconds) {
 void compareInterpolation(const std::string& path) {
     c_CalibrationImages store;
     std::ofstream noLog;
-    if (store.Init(path, c_CalibrationImages::InterpolationNone, noLog) != 0) {
+    if (store.Init(path, c_CalibrationImages::InterpolationNone, noLog) != 0)
         std::abort();
-    }
     const std::size_t pairs = store.Images.size() - 1;
     std::size_t ours = 0;
     std::size_t theirs = 0;

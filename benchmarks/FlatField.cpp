@@ -44,8 +44,9 @@ void report(zt::u32 side, zt::u8 type, const char* typeName) {
     const FramePtr corrected(static_cast<Frame*>(filter->filter(frame.get())));
     std::vector<double> factors(frame->size(), 1.0);
     std::vector<unsigned char> mask(frame->size());
-    std::ranges::transform(countsFrame<double>(side, zt::DT_DOUBLE)->template pixels<double>(), mask.begin(),
-                           [](double value) { return value == 0; });
+    std::ranges::transform(
+        countsFrame<double>(side, zt::DT_DOUBLE)->template pixels<double>(), mask.begin(),
+        [](double value) { return value == 0; });
     const std::vector<double> seconds = interleavedMedians({
         {"filter", [&] { FramePtr(static_cast<Frame*>(filter->filter(frame.get()))); }},
         {"clone", [&] { FramePtr(static_cast<Frame*>(frame->clone())); }},

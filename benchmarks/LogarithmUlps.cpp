@@ -89,11 +89,13 @@ int main(int argc, char** argv) {
     std::printf("%-22s %11s %9s %11s %12s %12s\n", "", "values", "worst ulp", "not nearest", "beyond 1 ulp",
                 "variants off");
     std::size_t faults = 0;
-    faults += report("normal and denormal", count,
-                     [&] { return std::bit_cast<double>(1 + random() % 0x7FEFFFFFFFFFFFFF); });
-    faults += report("denormal", count / 4,
-                     [&] { return std::bit_cast<double>(1 + random() % 0x000FFFFFFFFFFFFF); });
-    faults += report("count rates 0 to 1e6", count, [&] { return 1e6 * (1 - fraction()); });
+    faults += report(
+        "normal and denormal", count,
+        [&] { return std::bit_cast<double>(1 + random() % 0x7FEFFFFFFFFFFFFF); });
+    faults += report(
+        "denormal", count / 4, [&] { return std::bit_cast<double>(1 + random() % 0x000FFFFFFFFFFFFF); });
+    faults += report(
+        "count rates 0 to 1e6", count, [&] { return 1e6 * (1 - fraction()); });
     faults += report("0.5 to 2", count, [&] { return 0.5 + 1.5 * fraction(); });
     faults += report("1 +- 2^-1 to 2^-53", count, [&] {
         const double distance = std::ldexp(1 + fraction(), -2 - static_cast<int>(random() % 52));

@@ -18,9 +18,8 @@ public:
         const auto cut = ranked.begin() + static_cast<std::ptrdiff_t>(ranked.size() * 4 / 5);
         std::nth_element(ranked.begin(), cut, ranked.end());
         double sum = 0;
-        for (auto value = ranked.begin(); value != cut; ++value) {
+        for (auto value = ranked.begin(); value != cut; ++value)
             sum += *value;
-        }
         return static_cast<float>(sum);
     }
 
@@ -97,9 +96,8 @@ private:
             float sum = 0;
             int bin = 0;
             while (bin < bins &&
-                   (sum += histogram.at<float>(bin)) < portion * static_cast<float>(clean.total())) {
+                   (sum += histogram.at<float>(bin)) < portion * static_cast<float>(clean.total()))
                 ++bin;
-            }
             return static_cast<float>(bin) / bins;
         };
         return {find(lowPortion), find(highPortion)};

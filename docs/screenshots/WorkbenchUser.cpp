@@ -58,7 +58,8 @@ void WorkbenchUser::showDock(const char* name) {
 void WorkbenchUser::drag(const QPoint& from, const QPoint& to, Qt::KeyboardModifiers modifiers) {
     QWindow* const screen = workbench.windowHandle();
     // What is dragged out of a list has an event loop of its own.
-    QTimer::singleShot(200, &workbench, [=] { QTest::mouseMove(screen, to); });
+    QTimer::singleShot(
+        200, &workbench, [=] { QTest::mouseMove(screen, to); });
     QTimer::singleShot(400, &workbench, [=] { QTest::mouseRelease(screen, Qt::LeftButton, modifiers, to); });
     QTest::mousePress(screen, Qt::LeftButton, modifiers, from);
     QTest::mouseMove(screen, from + QPoint(4, 4));
@@ -101,7 +102,8 @@ void WorkbenchUser::waitFor(const char* what, const std::function<bool()>& isThe
 }
 
 void WorkbenchUser::waitForOpen() {
-    waitFor("the files", [&] { return model().isOpen(); });
+    waitFor(
+        "the files", [&] { return model().isOpen(); });
 }
 
 void WorkbenchUser::waitForCorrected() {

@@ -25,20 +25,21 @@ CLI::Validator numberCheck(const std::string& wanted, const std::function<bool(T
 
 // Whole numbers of `low` to `high`, both included.
 inline CLI::Validator wholeNumber(int low, int high) {
-    return numberCheck<int>("a whole number from " + std::to_string(low) + " to " + std::to_string(high),
-                            [=](int value) { return value >= low && value <= high; });
+    return numberCheck<int>(
+        "a whole number from " + std::to_string(low) + " to " + std::to_string(high),
+        [=](int value) { return value >= low && value <= high; });
 }
 
 // Whole numbers without another bound than that of T.
 template <typename T>
 CLI::Validator wholeNumber() {
-    return numberCheck<T>(std::is_signed_v<T> ? "a whole number" : "a whole number of 0 or more",
-                          [](T) { return true; });
+    return numberCheck<T>(
+        std::is_signed_v<T> ? "a whole number" : "a whole number of 0 or more", [](T) { return true; });
 }
 
 inline CLI::Validator numberAboveZero() {
-    return numberCheck<double>("a number above 0",
-                               [](double value) { return value > 0 && std::isfinite(value); });
+    return numberCheck<double>(
+        "a number above 0", [](double value) { return value > 0 && std::isfinite(value); });
 }
 
 } // namespace ombrel

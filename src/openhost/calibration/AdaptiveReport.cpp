@@ -37,12 +37,11 @@ std::optional<SearchOutcome> searchOutcome(const std::string& logText, const Gri
     std::optional<double> own;
     double before = none; // least of the other points in front of the right one
     double behind = none;
-    for (const QualityValue& logged : readQualityLog(logText)) {
+    for (const QualityValue& logged : readQualityLog(logText))
         if (LoggedPoint{logged.v, logged.t, logged.e} == wanted)
             own = std::min(own.value_or(none), logged.value);
         else
             (own ? behind : before) = std::min(own ? behind : before, logged.value);
-    }
     if (!own)
         return std::nullopt;
     const double other = std::min(before, behind);
@@ -115,11 +114,12 @@ std::string choicesTable(std::span<const TrialResult> results, const RowMark& ma
 }
 
 std::string interpolationTable(std::span<const TrialResult> results, const RowMark& mark) {
-    return table(results, mark, {"interpolation", [](const TrialResult& result) {
-                                     const bool isOn =
-                                         adaptiveSetting<int>(result.settings, "Interpolation") != 0;
-                                     return std::string(isOn ? "1 midpoints  " : "0 none       ");
-                                 }});
+    return table(results, mark,
+                 {"interpolation",
+                  [](const TrialResult& result) {
+                      const bool isOn = adaptiveSetting<int>(result.settings, "Interpolation") != 0;
+                      return std::string(isOn ? "1 midpoints  " : "0 none       ");
+                  }});
 }
 
 std::string searchesTable(std::span<const TrialResult> results, const RowMark& mark) {

@@ -37,7 +37,8 @@ std::vector<SettingsValue> kernelTexts() {
 std::vector<SettingsValue> fittingTiles(zt::u32 shortSide) {
     std::vector<int> sizes{16, 8, 32, 64};
     const auto tilesASide = [&](int size) { return static_cast<int>(shortSide) / size; };
-    std::erase_if(sizes, [&](int size) { return tilesASide(size) < 2; });
+    std::erase_if(
+        sizes, [&](int size) { return tilesASide(size) < 2; });
     std::stable_partition(sizes.begin(), sizes.end(), [&](int size) { return tilesASide(size) >= 8; });
     if (sizes.empty())
         sizes.push_back(std::max(1, static_cast<int>(shortSide) / 2));

@@ -61,8 +61,8 @@ void addSimulateCommand(const CommandContext& context) {
         ->type_name("N")
         ->capture_default_str();
     command->add_option("--flux", options->plan.flux, "Photons a pixel and frame in the open beam")
-        ->check(numberCheck<double>("a number from 1 to 10000",
-                                    [](double flux) { return flux >= 1 && flux <= 10'000; }))
+        ->check(numberCheck<double>(
+            "a number from 1 to 10000", [](double flux) { return flux >= 1 && flux <= 10'000; }))
         ->type_name("PHOTONS")
         ->capture_default_str();
     command

@@ -183,10 +183,12 @@ void Frame::addFrame(zt::IMpxFrame* other) {
 }
 
 void Frame::multiplyBy(double factor) {
-    withPixelType(pixelType, [&](auto pixel) {
-        for (auto& value : pixels<decltype(pixel)>())
-            value = product(value, factor);
-    });
+    withPixelType(
+        pixelType,
+        [&](auto pixel) {
+            for (auto& value : pixels<decltype(pixel)>())
+                value = product(value, factor);
+        });
 }
 
 void Frame::subFrames(zt::IPtrList<zt::IMpxFrame*>* out) const {

@@ -9,23 +9,26 @@ namespace {
 
 template <typename From, typename To>
 void convertAll(const From* from, To* to, std::size_t count) {
-    if constexpr (std::is_same_v<From, To>) {
+    if constexpr (std::is_same_v<From, To>)
         std::memcpy(to, from, count * sizeof(To));
-    } else {
+    else
         for (std::size_t i = 0; i < count; ++i)
             to[i] = clampedCast<To>(from[i]);
-    }
 }
 
 } // namespace
 
 void convertPixels(const std::byte* from, zt::u8 fromType, std::byte* to, zt::u8 toType, std::size_t count) {
-    withPixelType(fromType, [&](auto fromPixel) {
-        withPixelType(toType, [&](auto toPixel) {
-            convertAll(reinterpret_cast<const decltype(fromPixel)*>(from),
-                       reinterpret_cast<decltype(toPixel)*>(to), count);
+    withPixelType(
+        fromType,
+        [&](auto fromPixel) {
+            withPixelType(
+                toType,
+                [&](auto toPixel) {
+                    convertAll(reinterpret_cast<const decltype(fromPixel)*>(from),
+                               reinterpret_cast<decltype(toPixel)*>(to), count);
+                });
         });
-    });
 }
 
 } // namespace ombrel

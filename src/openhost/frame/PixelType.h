@@ -51,7 +51,8 @@ decltype(auto) withPixelType(zt::u8 code, Work&& work) {
 
 // Bytes of one pixel.
 inline std::size_t pixelSize(zt::u8 code) {
-    return withPixelType(code, [](auto pixel) { return sizeof(pixel); });
+    return withPixelType(
+        code, [](auto pixel) { return sizeof(pixel); });
 }
 
 // "u16", "f32" and the like, as users read and write them.

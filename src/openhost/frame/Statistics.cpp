@@ -135,8 +135,8 @@ FrameFigures figures(std::span<const T> pixels) {
 } // namespace
 
 FrameFigures figuresOf(const Frame& frame) {
-    return withPixelType(frame.frameDataType(),
-                         [&](auto pixel) { return figures(frame.pixels<decltype(pixel)>()); });
+    return withPixelType(
+        frame.frameDataType(), [&](auto pixel) { return figures(frame.pixels<decltype(pixel)>()); });
 }
 
 void checkRegion(const Region& region, const FrameFileInfo& info) {

@@ -144,40 +144,46 @@ Hdf5OutputAddresses makeHdf5Output(const OutputFile& output, const OutputPlan& p
 }
 
 OutputState readHdf5Output(const std::string& path) {
-    return readOutput(path, [&](hid_t file) {
-        OutputState state{planOf(file, path), 0, false, {}};
-        const auto run = readRunState(file, static_cast<zt::u32>(state.plan.frames));
-        if (!run)
-            throw Error("it was not made by ombrel");
-        state.framesDone = run->framesDone;
-        state.complete = run->complete;
-        state.rows = readRows(openThing(file, outputlayout::frames), state.framesDone);
-        return state;
-    });
+    return readOutput(
+        path,
+        [&](hid_t file) {
+            OutputState state{planOf(file, path), 0, false, {}};
+            const auto run = readRunState(file, static_cast<zt::u32>(state.plan.frames));
+            if (!run)
+                throw Error("it was not made by ombrel");
+            state.framesDone = run->framesDone;
+            state.complete = run->complete;
+            state.rows = readRows(openThing(file, outputlayout::frames), state.framesDone);
+            return state;
+        });
 }
 
 Hdf5OutputAddresses addressesInHdf5Output(const std::string& path) {
-    return readOutput(path, [&](hid_t file) {
-        const OutputPlan plan = planOf(file, path);
-        Hdf5OutputAddresses addresses;
-        addresses.framesDone = addressOf(file, outputlayout::framesDone);
-        addresses.complete = addressOf(file, outputlayout::complete);
-        addresses.rows = addressOf(file, outputlayout::frames);
-        addresses.frames = frameAddresses(openThing(file, outputlayout::data), plan.frames);
-        return addresses;
-    });
+    return readOutput(
+        path,
+        [&](hid_t file) {
+            const OutputPlan plan = planOf(file, path);
+            Hdf5OutputAddresses addresses;
+            addresses.framesDone = addressOf(file, outputlayout::framesDone);
+            addresses.complete = addressOf(file, outputlayout::complete);
+            addresses.rows = addressOf(file, outputlayout::frames);
+            addresses.frames = frameAddresses(openThing(file, outputlayout::data), plan.frames);
+            return addresses;
+        });
 }
 
 std::string settingsInHdf5Output(const std::string& path, std::size_t index) {
-    return readOutput(path, [&](hid_t file) {
-        const std::string name = outputlayout::settings + std::to_string(index);
-        const Hdf5Object object = openThing(file, name);
-        const Hdf5Space space{H5Dget_space(object)};
-        std::string bytes(static_cast<std::size_t>(H5Sget_simple_extent_npoints(space)), '\0');
-        if (H5Dread(object, H5T_NATIVE_UINT8, H5S_ALL, H5S_ALL, H5P_DEFAULT, bytes.data()) < 0)
-            throw Error(name + " cannot be read" + Hdf5Session::reason());
-        return bytes;
-    });
+    return readOutput(
+        path,
+        [&](hid_t file) {
+            const std::string name = outputlayout::settings + std::to_string(index);
+            const Hdf5Object object = openThing(file, name);
+            const Hdf5Space space{H5Dget_space(object)};
+            std::string bytes(static_cast<std::size_t>(H5Sget_simple_extent_npoints(space)), '\0');
+            if (H5Dread(object, H5T_NATIVE_UINT8, H5S_ALL, H5S_ALL, H5P_DEFAULT, bytes.data()) < 0)
+                throw Error(name + " cannot be read" + Hdf5Session::reason());
+            return bytes;
+        });
 }
 
 Hdf5Output::Hdf5Output(const OutputPlan& plan) : file{plan.path}, failedFrame{failedFramePixels(plan)} {

@@ -55,22 +55,26 @@ Result DataMgr::guarded(Result failure, Work work) {
 }
 
 zt::IMpxFrame* DataMgr::createFrame(zt::u32 width, zt::u32 height, zt::u8 dataType) {
-    return guarded<zt::IMpxFrame*>(nullptr, [&] { return Frame::create(width, height, dataType).release(); });
+    return guarded<zt::IMpxFrame*>(
+        nullptr, [&] { return Frame::create(width, height, dataType).release(); });
 }
 
 zt::IMpxFrame* DataMgr::loadFrame(const char* path, zt::u32 frameIndex) {
-    return guarded<zt::IMpxFrame*>(nullptr, [&] { return frameOf(textOf(path), frameIndex).release(); });
+    return guarded<zt::IMpxFrame*>(
+        nullptr, [&] { return frameOf(textOf(path), frameIndex).release(); });
 }
 
 zt::u32 DataMgr::frameCountInFile(const char* path) {
-    return guarded<zt::u32>(0, [&] {
-        const std::string name = textOf(path);
-        const auto defined = definitions.find(name);
-        if (defined == definitions.end())
-            return fileOf(name, FrameRole::Any).info().frames;
-        const auto* const sources = std::get_if<std::vector<FrameSource>>(&defined->second);
-        return sources ? static_cast<zt::u32>(sources->size()) : 1u;
-    });
+    return guarded<zt::u32>(
+        0,
+        [&] {
+            const std::string name = textOf(path);
+            const auto defined = definitions.find(name);
+            if (defined == definitions.end())
+                return fileOf(name, FrameRole::Any).info().frames;
+            const auto* const sources = std::get_if<std::vector<FrameSource>>(&defined->second);
+            return sources ? static_cast<zt::u32>(sources->size()) : 1u;
+        });
 }
 
 bool DataMgr::isFrameFile(const char* path) {

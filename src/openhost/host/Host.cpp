@@ -56,7 +56,8 @@ void Host::logLine(const std::string& line) {
 }
 
 std::unique_ptr<Settings> Host::openSettings(const std::string& path) {
-    return std::make_unique<Settings>(path, [this](const std::string& line) { logLine(line); });
+    return std::make_unique<Settings>(
+        path, [this](const std::string& line) { logLine(line); });
 }
 
 void Host::log(const char* /*source*/, int /*flag*/, const char* format, ...) {

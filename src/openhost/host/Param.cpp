@@ -33,12 +33,12 @@ To converted(const From& value) {
         return value;
     else if constexpr (std::is_same_v<From, std::string>)
         return fromText<To>(value);
-    else if constexpr (std::is_same_v<To, std::string>) {
+    else if constexpr (std::is_same_v<To, std::string>)
         if constexpr (std::is_same_v<From, bool>)
             return value ? "true" : "false";
         else
             return numberText(value);
-    } else if constexpr (std::is_same_v<To, bool>)
+    else if constexpr (std::is_same_v<To, bool>)
         return value != 0 && value == value;
     else if constexpr (std::is_same_v<From, bool>)
         return static_cast<To>(value);

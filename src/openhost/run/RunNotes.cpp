@@ -14,10 +14,12 @@ namespace ombrel {
 namespace {
 
 double topOf(zt::u8 pixelType) {
-    return withPixelType(pixelType, [](auto pixel) {
-        using T = decltype(pixel);
-        return std::is_integral_v<T> ? static_cast<double>(std::numeric_limits<T>::max()) : notANumber;
-    });
+    return withPixelType(
+        pixelType,
+        [](auto pixel) {
+            using T = decltype(pixel);
+            return std::is_integral_v<T> ? static_cast<double>(std::numeric_limits<T>::max()) : notANumber;
+        });
 }
 
 // Reasons that differ in numbers alone are one.

@@ -49,7 +49,8 @@ void SettingsTree::set(SettingsGroup group) {
 }
 
 void SettingsTree::remove(std::string_view group) {
-    std::erase_if(groups, [&](const SettingsGroup& each) { return each.name == group; });
+    std::erase_if(
+        groups, [&](const SettingsGroup& each) { return each.name == group; });
 }
 
 std::string filterGroups(const SettingsTree& settings) {
@@ -72,9 +73,9 @@ std::string_view textOf(const char* text) {
 }
 
 bool shareGroup(const SettingsTree& one, const SettingsTree& other) {
-    return std::ranges::any_of(one.groups, [&](const SettingsGroup& group) {
-        return group.name != ownGroup && other.find(group.name);
-    });
+    return std::ranges::any_of(
+        one.groups,
+        [&](const SettingsGroup& group) { return group.name != ownGroup && other.find(group.name); });
 }
 
 } // namespace

@@ -190,8 +190,8 @@ void GridPart::write(const SetContext& context) const {
     writeFlats(context);
     writeFrames(context);
     const auto passed = sampleBehindBlock(plan);
-    writeMask(context, openAreaName,
-              [&](std::size_t x, std::size_t y) { return passed[y * plan.width + x] != 1; });
+    writeMask(
+        context, openAreaName, [&](std::size_t x, std::size_t y) { return passed[y * plan.width + x] != 1; });
     writeMask(context, maskName,
               [&](std::size_t x, std::size_t y) { return x < maskedCorner && y < maskedCorner; });
 }

@@ -123,10 +123,12 @@ std::vector<double> beamProfile(std::size_t width, std::size_t height, double en
 }
 
 std::vector<double> sampleThickness(std::size_t width, std::size_t height, double shift) {
-    return mapOf(width, height, [shift](double u, double v) {
-        const double at = u - shift;
-        return std::max({rod(at, v), ring(at, v), wedge(at, v), plateWithHoles(at, v)});
-    });
+    return mapOf(
+        width, height,
+        [shift](double u, double v) {
+            const double at = u - shift;
+            return std::max({rod(at, v), ring(at, v), wedge(at, v), plateWithHoles(at, v)});
+        });
 }
 
 std::vector<double> transmission(std::vector<double> thickness) {

@@ -19,9 +19,8 @@ int c_AIC::Init(AICCfg configuration, bool loadCalibration) {
     work->releaseGrid(); // before the new one is loaded: there may be no room for both
     CalibrationImages = std::make_unique<c_CalibrationImages>();
     Cfg = std::move(configuration);
-    if (const int status = openLog(); status != 0) {
+    if (const int status = openLog(); status != 0)
         return status;
-    }
     BorderMaskEnabled = false;
     CustomMaskEnabled = false;
     BadPixelsMaskEnabled = false;
@@ -35,12 +34,10 @@ int c_AIC::Init(AICCfg configuration, bool loadCalibration) {
         return CalibrationImages->Init(LogStream);
     }
     const auto interpolation = static_cast<c_CalibrationImages::InterpolationType>(Cfg.Interpolation);
-    if (CalibrationImages->Init(Cfg.DataFile, interpolation, LogStream) != 0) {
+    if (CalibrationImages->Init(Cfg.DataFile, interpolation, LogStream) != 0)
         return fail("c_AIC::Init ci class inicialization error");
-    }
-    if (const int status = loadMasks(); status != 0) {
+    if (const int status = loadMasks(); status != 0)
         return status;
-    }
     const bool isCube = CalibrationImages->VectorType != c_CalibrationImages::VectorsGeneric;
     SearchMode = Cfg.Search == 2 ? 2 : Cfg.Search == 1 && isCube ? 1 : 0;
     work->repaired.assign(CalibrationImages->Images.size(), false);
@@ -50,9 +47,8 @@ int c_AIC::Init(AICCfg configuration, bool loadCalibration) {
 }
 
 int c_AIC::openLog() {
-    if (Cfg.LogFile.empty()) {
+    if (Cfg.LogFile.empty())
         return 0;
-    }
     if (LogStream.is_open()) {
         LogStream.setstate(std::ios::failbit);
         return 0;
@@ -67,9 +63,8 @@ int c_AIC::loadMasks() {
     const char* const failure = "c_AIC::Init custom mask reading error";
     if (!Cfg.CustomMaskFile.empty()) {
         CustomMaskEnabled = true;
-        if (CalibrationImages->ReadImage(Cfg.CustomMaskFile.c_str(), &CustomMask) != 0) {
+        if (CalibrationImages->ReadImage(Cfg.CustomMaskFile.c_str(), &CustomMask) != 0)
             return fail(failure);
-        }
     }
     if (Cfg.QfBorderMaskSize > 0) {
         BorderMaskEnabled = true;
@@ -82,9 +77,8 @@ int c_AIC::loadMasks() {
     if (!Cfg.BadPixelsCustomMaskFile.empty()) {
         BadPixelsMaskEnabled = true;
         work->badPixelsAreBinary = false;
-        if (CalibrationImages->ReadImage(Cfg.BadPixelsCustomMaskFile.c_str(), &BadPixelsMask) != 0) {
+        if (CalibrationImages->ReadImage(Cfg.BadPixelsCustomMaskFile.c_str(), &BadPixelsMask) != 0)
             return fail(failure);
-        }
     }
     return 0;
 }
@@ -99,9 +93,8 @@ void c_AIC::prepareKernel() {
         return;
     }
     const TileOrder order(cols, rows, Cfg.QfTileSize);
-    if (work->gridSums && work->gridSums->order() == order) {
+    if (work->gridSums && work->gridSums->order() == order)
         return;
-    }
     work->releaseGrid();
     const QualityMasks masks = {CustomMaskEnabled ? &CustomMask : nullptr,
                                 BorderMaskEnabled ? &BorderMask : nullptr};
@@ -110,9 +103,8 @@ void c_AIC::prepareKernel() {
 }
 
 bool c_AIC::fitsGrid(const AICImage& frame) const {
-    if (!CalibrationImages) {
+    if (!CalibrationImages)
         return false;
-    }
     int cols = 0;
     int rows = 0;
     CalibrationImages->GetImagesSize(&cols, &rows);
@@ -136,16 +128,14 @@ bool c_AIC::refuses(const AICImage& frame, bool masksFit, const std::string& ope
                                : !frame.isWhole()             ? "number of pixels does not match image size"
                                : fitsGrid(frame) && !masksFit ? "mask size does not match image size"
                                                               : nullptr;
-    if (reason != nullptr) {
+    if (reason != nullptr)
         writeLog("c_AIC::" + operation + " " + reason);
-    }
     return reason != nullptr;
 }
 
 void c_AIC::writeLog(std::string_view line) {
-    if (LogStream.is_open()) {
+    if (LogStream.is_open())
         LogStream << line << '\n' << std::flush;
-    }
 }
 
 int c_AIC::fail(std::string_view line) {

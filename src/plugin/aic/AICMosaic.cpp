@@ -5,29 +5,24 @@
 
 int c_AIC::FindOptimalCompensationMosaic(AICImage image, ImageContainer* result, int step, float* quality,
                                          std::string prefix) {
-    if (refuses(image, qualityMasksFit(image), "FindOptimalCompensationMosaic")) {
+    if (refuses(image, qualityMasksFit(image), "FindOptimalCompensationMosaic"))
         return -1;
-    }
     Search search = {image, prefix, quality};
     return mosaic(search, step, result);
 }
 
 int c_AIC::mosaic(Search& search, int step, ImageContainer* result) {
     const int tile = Cfg.QfTileSize;
-    if (tile == 0) {
+    if (tile == 0)
         return -1;
-    }
     const AICImage& frame = search.frame;
-    if (!fitsGrid(frame)) {
+    if (!fitsGrid(frame))
         return fail("c_AIC::FindOptimalCompensationMosaic image size does not match calibration image size");
-    }
-    if (frame.cols() < tile) {
+    if (frame.cols() < tile)
         return fail("c_AIC::FindOptimalCompensationMosaic image is narrower than a tile");
-    }
     const std::span<const Position> points = walkGrid(step);
-    if (points.empty()) {
+    if (points.empty())
         return fail("c_AIC::FindOptimalCompensationLinearSearch calibration image get error");
-    }
     const bool hasTiles = tile > 0;
     const int tileCount = hasTiles ? (frame.cols() / tile) * (frame.rows() / tile) : 0;
     AICImage lowest;

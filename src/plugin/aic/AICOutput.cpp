@@ -29,9 +29,8 @@ void c_AIC::note(Search& search, Position point, float value) {
         bool opened = false;
         QFValuesOutput(point, value, search.prefix, search.appendsQualityValues, &opened);
     }
-    if (Cfg.DumpCompensationImages) {
+    if (Cfg.DumpCompensationImages)
         DumpCompensationImages(point, quotient(search.frame, point), search.prefix);
-    }
 }
 
 int c_AIC::QFValuesOutput(Position point, float value, std::string prefix, bool append, bool* opened) {
@@ -39,9 +38,8 @@ int c_AIC::QFValuesOutput(Position point, float value, std::string prefix, bool 
         const std::string path = (prefix + Cfg.LogQualityValuesFile).substr(0, longestName);
         QualityValuesStream.clear();
         QualityValuesStream.open(path, std::ios::out | (append ? std::ios::app : std::ios::trunc));
-        if (!QualityValuesStream.is_open()) {
+        if (!QualityValuesStream.is_open())
             return fail("c_AIC::Init error opening quality_values_output_file file");
-        }
     }
     *opened = true;
     QualityValuesStream << "[ " << point->V << ", " << point->T << ", " << point->E << ", " << value << " ]\n"

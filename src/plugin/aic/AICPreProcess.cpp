@@ -12,9 +12,8 @@ namespace {
 
 // Why no bin takes the pixels of a frame, whose extremes are given, after they were stretched.
 const char* whyNotStretched(float lowest, float range) {
-    if (range != 0) {
+    if (range != 0)
         return frameNotFinite;
-    }
     return lowest == 0 ? "frame is black (all pixels are 0 after masks and bad-pixel repair); leave it out"
                        : "frame has the same value in all pixels, which pre-processing cannot normalise; "
                          "leave it out, "
@@ -32,9 +31,8 @@ void stretchAndCount(AICImage& image, const Kernels& loops, BinCounts& counts) {
     for (std::span<float> rest = image.pixels(); !rest.empty();) {
         const std::size_t count = std::min(rest.size(), bins.size());
         loops.stretchIntoBins(rest.data(), rule, bins.data(), count);
-        if (!counts.addBins(std::span(bins).first(count))) {
+        if (!counts.addBins(std::span(bins).first(count)))
             throw std::out_of_range(whyNotStretched(lowest, range));
-        }
         rest = rest.subspan(count);
     }
 }
@@ -50,9 +48,8 @@ int c_AIC::PreProcess(AICImage image, AICImage* result, AICImage* mask) {
         return 0;
     }
     const AICImage* factors = mask;
-    if (mask == nullptr && CalibrationImages && CalibrationImages->CompensateMaskFlag != 0) {
+    if (mask == nullptr && CalibrationImages && CalibrationImages->CompensateMaskFlag != 0)
         factors = &CalibrationImages->CompensateMask;
-    }
     if (factors != nullptr && factors->sameShape(image)) {
         loops.multiply(image.pixels().data(), factors->pixels().data(),
                        std::min(image.pixels().size(), factors->pixels().size()));
@@ -82,11 +79,9 @@ void c_AIC::removeBadPixels(const AICImage& image, AICImage& result) {
 
 int c_AIC::MaskPixelByMedian(AICImage image, AICImage mask, AICImage* result) {
     AICImage repaired = image;
-    for (int i = 0; i < image.shapeSize(); ++i) {
-        if (mask.at(i, 0) == 1.0f) {
+    for (int i = 0; i < image.shapeSize(); ++i)
+        if (mask.at(i, 0) == 1.0f)
             repaired.at(i, 0, image.median_3(i));
-        }
-    }
     *result = std::move(repaired);
     return 0;
 }
@@ -105,40 +100,34 @@ int c_AIC::TruncateToMedian(AICImage image, AICImage* result, float lowQuantile,
 
 int c_AIC::Quantile2(AICImage image, float lowQuantile, float highQuantile, float* low, float* high,
                      float range) {
-    if (countPixels(image, range) != 0) {
+    if (countPixels(image, range) != 0)
         return fail("c_AIC::Quantile2 histogram calculation error");
-    }
     *low = work->counts.quantile(lowQuantile);
     *high = work->counts.quantile(highQuantile);
     return 0;
 }
 
 int c_AIC::Quantile(AICImage image, float quantile, float* value, float range) {
-    if (countPixels(image, range) != 0) {
+    if (countPixels(image, range) != 0)
         return fail("c_AIC::Quantile histogram calculation error");
-    }
     *value = work->counts.quantile(quantile);
     return 0;
 }
 
 int c_AIC::Histogram(AICImage image, std::vector<float>* bins, float range) {
-    if (countPixels(image, range) != 0) {
+    if (countPixels(image, range) != 0)
         return -1;
-    }
     bins->clear();
-    for (int bin = 0; bin < work->counts.binCount(); ++bin) {
+    for (int bin = 0; bin < work->counts.binCount(); ++bin)
         bins->push_back(work->counts.count(bin));
-    }
     return 0;
 }
 
 int c_AIC::countPixels(const AICImage& image, float range) {
-    if (image.empty()) {
+    if (image.empty())
         return fail("c_AIC::Histogram no data passed");
-    }
     work->counts.start(image.shapeSize(), range);
-    if (!work->counts.add(image.pixels())) {
+    if (!work->counts.add(image.pixels()))
         throw std::out_of_range("pixel outside the range of the histogram");
-    }
     return 0;
 }

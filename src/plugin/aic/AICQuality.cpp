@@ -17,9 +17,8 @@ const char* whyNotScored(std::span<const float> sums, float scaleFactor) {
         return "no tile of the frame shows any structure to compare flat fields by; leave the frame out, or "
                "check CustomMaskFile and QfBorderMaskSize, which may mask all of it";
     }
-    if (scaleFactor == 0) {
+    if (scaleFactor == 0)
         return "frame is black (the mean of its pixels is 0); leave it out";
-    }
     return !std::isfinite(scaleFactor)
                ? frameNotFinite
                : "frame divided by a flat field has pixels that are NaN or infinite; look for such pixels in "
@@ -45,17 +44,15 @@ bool c_AIC::refusesQualityOf(const AICImage& image) {
 }
 
 int c_AIC::QualityFunctionPreProcess(AICImage image, AICImage* result) {
-    if (refusesQualityOf(image)) {
+    if (refusesQualityOf(image))
         return -1;
-    }
     *result = highPassMagnitude(std::move(image));
     return 0;
 }
 
 int c_AIC::QualityFunction(AICImage image, float* value) {
-    if (refusesQualityOf(image)) {
+    if (refusesQualityOf(image))
         return -1;
-    }
     if (Cfg.QfTileSize < 1) {
         *value = highPassMagnitude(std::move(image)).sum();
         return 0;
@@ -64,9 +61,8 @@ int c_AIC::QualityFunction(AICImage image, float* value) {
 }
 
 int c_AIC::QualityMatrix(AICImage image, int, AICImage* result) {
-    if (refusesQualityOf(image)) {
+    if (refusesQualityOf(image))
         return -1;
-    }
     result->release();
     if (Cfg.QfTileSize < 1) {
         writeLog("c_AIC::QualityMatrix size of windows = 0");
@@ -86,12 +82,10 @@ AICImage c_AIC::highPassMagnitude(AICImage image) {
         work->loops.multiply(image.pixels().data(), mask.pixels().data(),
                              std::min(image.pixels().size(), mask.pixels().size()));
     };
-    if (CustomMaskEnabled) {
+    if (CustomMaskEnabled)
         multiply(CustomMask);
-    }
-    if (BorderMaskEnabled) {
+    if (BorderMaskEnabled)
         multiply(BorderMask);
-    }
     AICImage filtered;
     AICImage::filter2D(std::move(image), &filtered, KernelData.get(), KernelSize);
     filtered.abs();
@@ -113,11 +107,9 @@ std::span<const float> c_AIC::tileSums(const AICImage& image) {
     }
     const AICImage filtered = highPassMagnitude(image);
     sums.clear();
-    for (int x = 0; x < image.cols() / tile; ++x) {
-        for (int y = 0; y < image.rows() / tile; ++y) {
+    for (int x = 0; x < image.cols() / tile; ++x)
+        for (int y = 0; y < image.rows() / tile; ++y)
             sums.push_back(filtered.sum(x * tile, y * tile, tile, tile));
-        }
-    }
     return sums;
 }
 
@@ -128,14 +120,12 @@ int c_AIC::scoreTiles(std::span<const float> sums, float* value) {
         return fail("c_AIC::QuailityFunction preprocessing quantile");
     }
     work->counts.start(static_cast<int>(sums.size()), *std::ranges::max_element(sums));
-    if (!work->counts.add(sums)) {
+    if (!work->counts.add(sums))
         throw std::out_of_range(whyNotScored(sums, ScaleFactor));
-    }
     const float cut = work->counts.quantile(Cfg.QfTileThreshold / 100.0f);
     double total = 0;
-    for (const float sum : sums) {
+    for (const float sum : sums)
         total += sum > cut ? 0 : sum;
-    }
     *value = static_cast<float>(total);
     return 0;
 }

@@ -14,12 +14,10 @@ using ResultType = c_CalibrationImages::ResultType;
 
 int c_AIC::CompensateImage(AICImage frame, ImageContainer* result, float* quality, std::string prefix,
                            bool reportTime) {
-    if (frame.empty()) {
+    if (frame.empty())
         return fail("c_AIC::CompensateImage no image passed");
-    }
-    if (refuses(frame, work->ready && frameMasksFit(frame), "CompensateImage")) {
+    if (refuses(frame, work->ready && frameMasksFit(frame), "CompensateImage"))
         return -1;
-    }
     if (const int status = PreProcess(std::move(frame), &work->image, nullptr); status != 0) {
         writeLog("c_AIC::CompensateImage FindOptimalCompensation error");
         return status;
@@ -48,9 +46,8 @@ int c_AIC::CompensateImage(AICImage frame, ImageContainer* result, float* qualit
 
 int c_AIC::FindOptimalCompensationLinearSearch(AICImage image, ImageContainer* result, int step,
                                                float* quality, Position& best, std::string prefix) {
-    if (refuses(image, qualityMasksFit(image), "FindOptimalCompensationLinearSearch")) {
+    if (refuses(image, qualityMasksFit(image), "FindOptimalCompensationLinearSearch"))
         return -1;
-    }
     Search search = {image, prefix, quality};
     const int status = linearSearch(search, step);
     storeBest(search, result);
@@ -60,9 +57,8 @@ int c_AIC::FindOptimalCompensationLinearSearch(AICImage image, ImageContainer* r
 
 int c_AIC::FindOptimalCompensationLookAround(AICImage image, Position centre, ImageContainer* result,
                                              float* quality, std::string prefix) {
-    if (refuses(image, qualityMasksFit(image), "FindOptimalCompensationLookAround")) {
+    if (refuses(image, qualityMasksFit(image), "FindOptimalCompensationLookAround"))
         return -1;
-    }
     Search search = {image, prefix, quality};
     const int status = lookAround(search, centre);
     storeBest(search, result);
@@ -78,9 +74,8 @@ int c_AIC::linearSearch(Search& search, int step) {
     QualityLog qualityLog(*this);
     const std::span<const Position> points = walkGrid(step);
     int status = evaluate(search, points);
-    if (status != 0 || points.empty()) {
+    if (status != 0 || points.empty())
         status = fail("c_AIC::FindOptimalCompensationLinearSearch calibration image get error");
-    }
     qualityLog.end();
     return status;
 }
@@ -92,30 +87,26 @@ int c_AIC::lookAround(Search& search, Position centre) {
     const ImageContainer* const first = store.Images.data();
     const ImageContainer* const point = std::to_address(centre);
     const bool inGrid = !std::less<>{}(point, first) && std::less<>{}(point, first + store.Images.size());
-    if (!fitsGrid(search.frame) || !inGrid) {
+    if (!fitsGrid(search.frame) || !inGrid)
         return fail(failure);
-    }
     std::vector<Position>& neighbours = work->points;
     neighbours.clear();
     auto last = ResultType::ResultNotFound;
     for (const auto axis : {store.ParamV, store.ParamT, store.ParamE}) {
         Position found;
         store.GetNextImage(centre, found, axis, &last, true);
-        if (last == ResultType::ResultOk) {
+        if (last == ResultType::ResultOk)
             neighbours.push_back(found);
-        }
         store.GetPreviousImage(centre, found, axis, &last, true);
-        if (last == ResultType::ResultOk) {
+        if (last == ResultType::ResultOk)
             neighbours.push_back(found);
-        }
     }
     search.appendsQualityValues = true;
     QualityLog qualityLog(*this);
     int status = evaluate(search, neighbours);
     // A centre that stands first on its line of E fails the search, whatever its other neighbours gave.
-    if (status == 0 && last != ResultType::ResultOk) {
+    if (status == 0 && last != ResultType::ResultOk)
         status = fail(failure);
-    }
     qualityLog.end();
     return status;
 }
@@ -130,28 +121,28 @@ std::span<const c_AIC::Position> c_AIC::walkGrid(int step) {
     while (result == ResultType::ResultOk && store.hasImage(*point)) {
         points.push_back(point);
         store.GetNextImage(point, &result, false);
-        for (int i = 1; i < step; ++i) {
+        for (int i = 1; i < step; ++i)
             store.GetNextImage(point, &result, false);
-        }
     }
     return points;
 }
 
 int c_AIC::evaluate(Search& search, std::span<const Position> points) {
-    return forEachCandidate(search.frame, points, [&](Position point, std::span<const float> sums) {
-        float value = 0;
-        if (Cfg.QfTileSize < 1) {
-            value = sums.front();
-        } else if (const int status = scoreTiles(sums, &value); status != 0) {
-            return status;
-        }
-        note(search, point, value);
-        if (*search.quality > value) {
-            *search.quality = value;
-            search.best = point;
-        }
-        return 0;
-    });
+    return forEachCandidate(
+        search.frame, points,
+        [&](Position point, std::span<const float> sums) {
+            float value = 0;
+            if (Cfg.QfTileSize < 1)
+                value = sums.front();
+            else if (const int status = scoreTiles(sums, &value); status != 0)
+                return status;
+            note(search, point, value);
+            if (*search.quality > value) {
+                *search.quality = value;
+                search.best = point;
+            }
+            return 0;
+        });
 }
 
 void c_AIC::sumByKernel(std::span<const Position> points) {
@@ -168,11 +159,10 @@ void c_AIC::sumByKernel(std::span<const Position> points) {
 
 void c_AIC::sumByImages(const AICImage& frame, Position point) {
     AICImage image = quotient(frame, point);
-    if (Cfg.QfTileSize < 1) {
+    if (Cfg.QfTileSize < 1)
         work->sums[0].assign(1, highPassMagnitude(std::move(image)).sum());
-    } else {
+    else
         tileSums(image);
-    }
 }
 
 // In place and for good, but only once it is a candidate: until then the store holds what the file held.

@@ -24,17 +24,15 @@ class c_AIC::QualityLog {
 public:
     explicit QualityLog(c_AIC& owner) : engine(owner) {}
     ~QualityLog() {
-        if (engine.QualityValuesStream.is_open()) {
+        if (engine.QualityValuesStream.is_open())
             engine.QualityValuesStream.close();
-        }
     }
     QualityLog(const QualityLog&) = delete;
     QualityLog& operator=(const QualityLog&) = delete;
 
     void end() {
-        if (engine.QualityValuesStream.is_open()) {
+        if (engine.QualityValuesStream.is_open())
             engine.QualityValuesStream << '\n' << std::flush;
-        }
     }
 
 private:
@@ -45,23 +43,19 @@ template <typename Judge>
 int c_AIC::forEachCandidate(const AICImage& frame, std::span<const Position> points, Judge judge) {
     prepareKernel();
     const bool byKernel = work->gridSums.has_value();
-    if (byKernel) {
+    if (byKernel)
         work->gridSums->setFrame(frame.pixels());
-    }
     while (!points.empty()) {
         const std::size_t count =
             byKernel ? std::min<std::size_t>(points.size(), TilePass::maxCandidates) : 1;
-        if (byKernel) {
+        if (byKernel)
             sumByKernel(points.first(count));
-        }
         for (std::size_t i = 0; i < count; ++i) {
             repairImage(points[i]);
-            if (!byKernel) {
+            if (!byKernel)
                 sumByImages(frame, points[i]);
-            }
-            if (const int status = judge(points[i], std::span<const float>(work->sums[i])); status != 0) {
+            if (const int status = judge(points[i], std::span<const float>(work->sums[i])); status != 0)
                 return status;
-            }
         }
         points = points.subspan(count);
     }

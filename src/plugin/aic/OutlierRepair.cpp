@@ -41,9 +41,8 @@ bool standsOutAtEdge(const AICImage& image, int x, int y, OutlierRule rule) {
     const std::span<const Offset> neighbours = edgeNeighbours(image, x, y);
     const float* const pixel = &image.pixels()[static_cast<std::size_t>(y * image.cols() + x)];
     float sum = 0;
-    for (const Offset& offset : neighbours) {
+    for (const Offset& offset : neighbours)
         sum += pixel[offset.y * image.cols() + offset.x];
-    }
     const float mean = sum / static_cast<float>(neighbours.size());
     return *pixel > rule.ratio * mean || rule.inverse * mean > *pixel;
 }
@@ -62,12 +61,10 @@ bool addMask(std::span<float> marks, std::span<const float> mask) {
 
 void OutlierRepair::repair(const AICImage& image, float ratio, const AICImage* badPixels, AICImage& result) {
     const bool searches = ratio > 0;
-    if (searches && (image.cols() < 2 || image.rows() < 2)) {
+    if (searches && (image.cols() < 2 || image.rows() < 2))
         throw std::out_of_range("frame of fewer than 2 rows or columns; bad pixels cannot be searched in it");
-    }
-    if (image.lacksPixels()) {
+    if (image.lacksPixels())
         throw std::out_of_range("image with fewer pixels than its size");
-    }
     const OutlierRule rule = {ratio, 1.0f / ratio};
     const auto cols = static_cast<std::size_t>(image.cols());
     result.resize(image.cols(), image.rows());
@@ -77,16 +74,13 @@ void OutlierRepair::repair(const AICImage& image, float ratio, const AICImage* b
         std::ranges::copy(image.pixels().subspan(start, cols), result.pixels().begin() + y * image.cols());
         bool any = searches && markRow(image, y, rule);
         if (badPixels != nullptr) {
-            if (!searches) {
+            if (!searches)
                 std::ranges::fill(marks, 0.0f);
-            }
             any = addMask(marks, badPixels->pixels().subspan(start, cols));
         }
-        for (std::size_t x = 0; any && x < cols; ++x) {
-            if (marks[x] == 1.0f) {
+        for (std::size_t x = 0; any && x < cols; ++x)
+            if (marks[x] == 1.0f)
                 result.pixels()[start + x] = image.median_3(static_cast<int>(start + x));
-            }
-        }
     }
 }
 
@@ -99,9 +93,8 @@ bool OutlierRepair::markRow(const AICImage& image, int y, OutlierRule rule) {
     };
     bool any = false;
     if (y == 0 || y == image.rows() - 1) {
-        for (int x = 0; x < cols; ++x) {
+        for (int x = 0; x < cols; ++x)
             any = markAtEdge(x) || any;
-        }
         return any;
     }
     const float* const row = &image.pixels()[static_cast<std::size_t>(y * cols)];

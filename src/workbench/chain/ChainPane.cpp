@@ -51,13 +51,17 @@ ChainPane::ChainPane(Workspace& model, QWidget* parent)
     connect(&workspace, &Workspace::chainChanged, this, &ChainPane::refresh);
     connect(&workspace, &Workspace::chosenLinkChanged, this, &ChainPane::showChosen);
     connect(&workspace, &Workspace::factsChanged, this, &ChainPane::refresh);
-    connect(list, &QListWidget::itemChanged, this, [this](QListWidgetItem* item) {
-        workspace.setEnabled(idOf(*item), item->checkState() == Qt::Checked);
-    });
-    connect(list, &QListWidget::currentItemChanged, this, [this](QListWidgetItem* item) {
-        if (item)
-            workspace.chooseLink(idOf(*item));
-    });
+    connect(
+        list, &QListWidget::itemChanged, this,
+        [this](QListWidgetItem* item) {
+            workspace.setEnabled(idOf(*item), item->checkState() == Qt::Checked);
+        });
+    connect(
+        list, &QListWidget::currentItemChanged, this,
+        [this](QListWidgetItem* item) {
+            if (item)
+                workspace.chooseLink(idOf(*item));
+        });
     connect(list, &QListWidget::itemDoubleClicked, this,
             [this](QListWidgetItem* item) { emit configureWanted(idOf(*item)); });
     // The list is still at work when it tells of the move.
@@ -93,10 +97,13 @@ QWidget* ChainPane::makeButtons() {
     linkButtons = {remove, load, save};
     for (QToolButton* const button : {addButton, remove, configureButton, load, save})
         layout->addWidget(button);
-    connect(remove, &QToolButton::clicked, this, [this] { workspace.removeLink(workspace.chosenLink()); });
-    connect(configureButton, &QToolButton::clicked, this,
-            [this] { emit configureWanted(workspace.chosenLink()); });
-    connect(load, &QToolButton::clicked, this, [this] { emit loadWanted(workspace.chosenLink()); });
+    connect(
+        remove, &QToolButton::clicked, this, [this] { workspace.removeLink(workspace.chosenLink()); });
+    connect(
+        configureButton, &QToolButton::clicked, this,
+        [this] { emit configureWanted(workspace.chosenLink()); });
+    connect(
+        load, &QToolButton::clicked, this, [this] { emit loadWanted(workspace.chosenLink()); });
     connect(save, &QToolButton::clicked, this, [this] { emit saveWanted(workspace.chosenLink()); });
     return bar;
 }

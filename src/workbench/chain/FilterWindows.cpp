@@ -82,7 +82,8 @@ bool FilterWindows::eventFilter(QObject* window, QEvent* event) {
 }
 
 bool FilterWindows::areOpen() const {
-    return std::ranges::any_of(windows, [](const auto& window) { return window && window->isVisible(); });
+    return std::ranges::any_of(
+        windows, [](const auto& window) { return window && window->isVisible(); });
 }
 
 void FilterWindows::waitUntilClosed() {

@@ -117,10 +117,12 @@ void LinkSettings::showWindow(int id, const std::shared_ptr<FilterLink>& link, c
     const auto kept = shown[id] = std::make_shared<ShownLink>(host, link, path);
     const QPointer<LinkSettings> self = this;
     ShownLink& window = *kept;
-    connect(&window, &ShownLink::changed, this, [this, id](const std::shared_ptr<Settings>& snapshot) {
-        ++revisions[id];
-        workspace.setUnsaved(id, snapshot);
-    });
+    connect(
+        &window, &ShownLink::changed, this,
+        [this, id](const std::shared_ptr<Settings>& snapshot) {
+            ++revisions[id];
+            workspace.setUnsaved(id, snapshot);
+        });
     connect(
         &window, &ShownLink::closed, this, [this, id, &window] { windowClosed(id, &window); },
         Qt::QueuedConnection);
@@ -145,10 +147,12 @@ void LinkSettings::windowClosed(int id, const ShownLink* window) {
 }
 
 void LinkSettings::dropStale() {
-    std::erase_if(shown, [this](const auto& entry) {
-        const LinkState* const link = workspace.chain().find(entry.first);
-        return !entry.second->isModalOpen() && (!link || link->revision != revisions[entry.first]);
-    });
+    std::erase_if(
+        shown,
+        [this](const auto& entry) {
+            const LinkState* const link = workspace.chain().find(entry.first);
+            return !entry.second->isModalOpen() && (!link || link->revision != revisions[entry.first]);
+        });
 }
 
 void LinkSettings::load(int id) {

@@ -45,7 +45,8 @@ void FramePanes::connectPane(FramePane& pane) {
     connect(&pane, &FramePane::regionDrawn, this, &FramePanes::setRegion);
     connect(&pane, &FramePane::lineDrawn, this, &FramePanes::setLine);
     connect(&pane, &FramePane::limitsEdited, this, &FramePanes::limitsEdited);
-    connect(&pane, &FramePane::pointed, this, [this](int x, int y) { pointAt(QPoint(x, y)); });
+    connect(
+        &pane, &FramePane::pointed, this, [this](int x, int y) { pointAt(QPoint(x, y)); });
     connect(&pane, &FramePane::pointedAway, this, [this] { pointAt({}); });
 }
 

@@ -111,7 +111,8 @@ void MainWindow::connectParts() {
 }
 
 void MainWindow::connectActions() {
-    connect(actions, &WindowActions::openWanted, this, [this] { opener.choose(*this); });
+    connect(
+        actions, &WindowActions::openWanted, this, [this] { opener.choose(*this); });
     connect(actions, &WindowActions::fileWanted, this,
             [this](const QString& path) { open({path.toStdString()}); });
     connect(actions, &WindowActions::demoWanted, &opener, &StackOpener::openDemo);

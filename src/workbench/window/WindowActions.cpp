@@ -97,7 +97,8 @@ void WindowActions::makeFileActions() {
     QMenu& menu = addMenu("&File");
     toolBar->addAction(add(menu, "&Open\u2026", "Ctrl+O", [this] { emit openWanted(); }));
     recentMenu = menu.addMenu("Open &recent");
-    add(menu, "Open the &demo data", {}, [this] { emit demoWanted(); });
+    add(
+        menu, "Open the &demo data", {}, [this] { emit demoWanted(); });
     addForFrames(menu, "De&tector\u2026", "Ctrl+D", [this] { emit deviceWanted(); });
     menu.addSeparator();
     toolBar->addAction(addForFrames(menu, "&Batch run", "Ctrl+R", [this] { emit batchWanted(); }));
@@ -108,26 +109,38 @@ void WindowActions::makeFileActions() {
 
 void WindowActions::makeFrameActions() {
     QMenu& menu = addMenu("F&rame");
-    addForFrames(menu, "&Next", "Right", [this] { emit stepWanted(1); });
-    addForFrames(menu, "&Previous", "Left", [this] { emit stepWanted(-1); });
-    addForFrames(menu, "Ten &on", "Shift+Right", [this] { emit stepWanted(10); });
-    addForFrames(menu, "Ten &back", "Shift+Left", [this] { emit stepWanted(-10); });
-    addForFrames(menu, "&First", "Ctrl+Home", [this] { emit endWanted(false); });
-    addForFrames(menu, "&Last", "Ctrl+End", [this] { emit endWanted(true); });
+    addForFrames(
+        menu, "&Next", "Right", [this] { emit stepWanted(1); });
+    addForFrames(
+        menu, "&Previous", "Left", [this] { emit stepWanted(-1); });
+    addForFrames(
+        menu, "Ten &on", "Shift+Right", [this] { emit stepWanted(10); });
+    addForFrames(
+        menu, "Ten &back", "Shift+Left", [this] { emit stepWanted(-10); });
+    addForFrames(
+        menu, "&First", "Ctrl+Home", [this] { emit endWanted(false); });
+    addForFrames(
+        menu, "&Last", "Ctrl+End", [this] { emit endWanted(true); });
     addForFrames(menu, "Pl&ay or pause", "P", [this] { emit playOrPauseWanted(); });
 }
 
 void WindowActions::makeLinkActions() {
     QMenu& menu = addMenu("&Chain");
     const auto chosen = [this] { return workspace.chosenLink(); };
-    addForFrames(menu, "&Add a filter\u2026", "Ctrl+N", [this] { emit addMenuWanted(); });
-    addForFrames(menu, "&Remove", "Ctrl+Del", [=, this] { workspace.removeLink(chosen()); });
-    addForFrames(menu, "Switch &on or off", "Ctrl+T", [this] { switchChosenLink(); });
-    addForFrames(menu, "Move &up", "Ctrl+Up", [this] { moveChosenLink(true); });
+    addForFrames(
+        menu, "&Add a filter\u2026", "Ctrl+N", [this] { emit addMenuWanted(); });
+    addForFrames(
+        menu, "&Remove", "Ctrl+Del", [=, this] { workspace.removeLink(chosen()); });
+    addForFrames(
+        menu, "Switch &on or off", "Ctrl+T", [this] { switchChosenLink(); });
+    addForFrames(
+        menu, "Move &up", "Ctrl+Up", [this] { moveChosenLink(true); });
     addForFrames(menu, "Move &down", "Ctrl+Down", [this] { moveChosenLink(false); });
     menu.addSeparator();
-    addForFrames(menu, "&Configure\u2026", "Ctrl+K", [=, this] { emit configureWanted(chosen()); });
-    addForFrames(menu, "&Load settings\u2026", "Ctrl+L", [=, this] { emit loadWanted(chosen()); });
+    addForFrames(
+        menu, "&Configure\u2026", "Ctrl+K", [=, this] { emit configureWanted(chosen()); });
+    addForFrames(
+        menu, "&Load settings\u2026", "Ctrl+L", [=, this] { emit loadWanted(chosen()); });
     addForFrames(menu, "&Save settings\u2026", "Ctrl+S", [=, this] { emit saveWanted(chosen()); });
 }
 
@@ -189,7 +202,8 @@ void WindowActions::makeToolActions(QMenu& menu) {
 }
 
 void WindowActions::makeHelpActions() {
-    add(addMenu("&Help"), "&Keys", "F1", [this] { showKeys(*window.menuBar()); });
+    add(
+        addMenu("&Help"), "&Keys", "F1", [this] { showKeys(*window.menuBar()); });
 }
 
 void WindowActions::enableActions() {

@@ -37,9 +37,8 @@ TEST(CalibrationGrid, listsThePointsThatAreMissing) {
     EXPECT_THAT(refusal({{1, 1, 1}, {2, 2, 1}}, {{1, 2, 1}}),
                 HasSubstr("1 of 4 grid points are missing: 2,1,1;"));
     std::vector<GridPoint> diagonal;
-    for (int i = 0; i < 100'000; ++i) {
+    for (int i = 0; i < 100'000; ++i)
         diagonal.push_back({static_cast<float>(i), static_cast<float>(-i), static_cast<float>(2 * i)});
-    }
     EXPECT_THAT(refusal(diagonal),
                 HasSubstr("999999999900000 of 1000000000000000 grid points are missing: "));
 }

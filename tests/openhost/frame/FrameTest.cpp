@@ -32,22 +32,24 @@ std::span<T> roomOf(Frame& frame) {
 
 TEST(Frame, HasRoomForARowAndOneBehindThePixelsOfEveryType) {
     for (zt::u8 type = 0; type <= zt::DT_DOUBLE; ++type)
-        withPixelType(type, [&](auto pixel) {
-            using T = decltype(pixel);
-            const FramePtr frame = Frame::create(33, 17, type);
-            const auto fillRoom = [](Frame& each) { std::ranges::fill(roomOf<T>(each), T{3}); };
-            fillRoom(*frame);
-            const FramePtr copy(static_cast<Frame*>(frame->clone()));
-            fillRoom(*copy);
-            frame->convertToType(zt::DT_U8);
-            frame->convertToType(type);
-            fillRoom(*frame);
-            EXPECT_THAT(frame->pixels<T>(), Each(T{0}));
-            frame->pixels<T>().back() = T{5};
-            frame->zeroRoom();
-            EXPECT_THAT(roomOf<T>(*frame), Each(T{0}));
-            EXPECT_EQ(frame->pixels<T>().back(), T{5});
-        });
+        withPixelType(
+            type,
+            [&](auto pixel) {
+                using T = decltype(pixel);
+                const FramePtr frame = Frame::create(33, 17, type);
+                const auto fillRoom = [](Frame& each) { std::ranges::fill(roomOf<T>(each), T{3}); };
+                fillRoom(*frame);
+                const FramePtr copy(static_cast<Frame*>(frame->clone()));
+                fillRoom(*copy);
+                frame->convertToType(zt::DT_U8);
+                frame->convertToType(type);
+                fillRoom(*frame);
+                EXPECT_THAT(frame->pixels<T>(), Each(T{0}));
+                frame->pixels<T>().back() = T{5};
+                frame->zeroRoom();
+                EXPECT_THAT(roomOf<T>(*frame), Each(T{0}));
+                EXPECT_EQ(frame->pixels<T>().back(), T{5});
+            });
 }
 
 TEST(Frame, KeepsARoomOfZerosThroughCloneAndConversion) {

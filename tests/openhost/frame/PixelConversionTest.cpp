@@ -73,8 +73,11 @@ void expectPlainResults() {
 TEST(PixelConversion, EveryPairOfTypesFollowsTheDefinition) {
     for (zt::u8 from = 0; from <= zt::DT_DOUBLE; ++from)
         for (zt::u8 to = 0; to <= zt::DT_DOUBLE; ++to)
-            withPixelType(from, [&](auto fromPixel) {
-                withPixelType(
-                    to, [](auto toPixel) { expectPlainResults<decltype(fromPixel), decltype(toPixel)>(); });
-            });
+            withPixelType(
+                from,
+                [&](auto fromPixel) {
+                    withPixelType(
+                        to,
+                        [](auto toPixel) { expectPlainResults<decltype(fromPixel), decltype(toPixel)>(); });
+                });
 }

@@ -20,7 +20,8 @@ namespace {
 class SettingsTest : public testing::Test {
 protected:
     Settings store(const std::string& file) {
-        return Settings(file, [this](const std::string& line) { log.push_back(line); });
+        return Settings(
+            file, [this](const std::string& line) { log.push_back(line); });
     }
 
     // The error of loading this text as a settings file, without its path.

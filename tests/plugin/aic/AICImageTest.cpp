@@ -19,9 +19,8 @@ constexpr float nan = std::numeric_limits<float>::quiet_NaN();
 
 TEST(AICImage, takesItsShapeFromTheElementCountAsItGrows) {
     AICImage image;
-    for (int i = 0; i < 6; ++i) {
+    for (int i = 0; i < 6; ++i)
         image.push_back(static_cast<float>(i));
-    }
     EXPECT_EQ(image.cols(), 6);
     image.reshape_r(2);
     EXPECT_EQ(image.cols(), 3);
@@ -181,9 +180,8 @@ void paintBorders(AICImage& image, int step, int half, float value) {
         c += i > c * step + half;
         r += i > (r * step + half) * image.cols();
         if (((r * step - half) * image.cols() <= i && i < (r * step + half) * image.cols()) ||
-            (c * step - half <= i && i < c * step + half)) {
+            (c * step - half <= i && i < c * step + half))
             image.pixels()[static_cast<std::size_t>(i)] = value;
-        }
     }
 }
 

@@ -104,9 +104,8 @@ TEST_F(CalibrationFiles, judgesAbsurdImageSizes) {
                                      {most, most},
                                      {-most - 1, -most - 1},
                                      {(1 << 28) + 1, 1},
-                                     {-1 << 15, -1 << 14}}) {
+                                     {-1 << 15, -1 << 14}})
         EXPECT_EQ(loadBlock(cols, rows), -1) << cols << " x " << rows;
-    }
     EXPECT_THROW(loadBlock(-1, 5), std::length_error);
     EXPECT_THROW(loadBlock(1 << 16, -1 << 16), std::length_error);
     EXPECT_THROW(load(HeapBytes().value(1).value(1).block(3, -1, {})), std::length_error);

@@ -61,9 +61,8 @@ TEST_F(CalibrationGrid, movesItsCursorInListOrderOverHoles) {
 
 TEST_F(CalibrationGrid, walksAlongAnAxisOverHolesButNotIntoTheNextLine) {
     HeapBytes heap = heapOf({1, 2, 3}, {1, 2}, {1, 2, 3});
-    for (int i = 0; i < 18; ++i) {
+    for (int i = 0; i < 18; ++i)
         i == 6 || i == 1 ? heap.hole() : heap.pair(static_cast<float>(i), 0);
-    }
     ASSERT_EQ(load(heap), 0);
     EXPECT_EQ(next(0, Store::ParamV), 12);
     EXPECT_EQ(next(0, Store::ParamT), 3);
@@ -96,9 +95,8 @@ TEST_F(CalibrationGrid, saysWhichAxisItDoesNotKnow) {
 
 TEST_F(CalibrationGrid, fillsMidpointsFromTheAxisNearestToZero) {
     HeapBytes heap = heapOf({10, 20}, {1, 2}, {-1, 3});
-    for (int i = 0; i < 8; ++i) {
+    for (int i = 0; i < 8; ++i)
         heap.pair(static_cast<float>(i), static_cast<float>(i * i));
-    }
     ASSERT_EQ(load(heap, 1), 0);
     ASSERT_EQ(store.Images.size(), 27u);
     EXPECT_EQ(std::tuple(store.StepV, store.StepT, store.StepE), std::tuple(9, 3, 1));
@@ -138,9 +136,8 @@ void fillByWalks(Store& grid) {
     for (const bool includeInterpolated : {false, true, true}) {
         for (auto point = grid.Images.begin(); point != grid.Images.end(); ++point) {
             bool done = false;
-            if (!grid.hasImage(*point)) {
+            if (!grid.hasImage(*point))
                 grid.GetLinearInterpolatedImage1D(point, &done, includeInterpolated);
-            }
         }
     }
 }
@@ -173,13 +170,11 @@ TEST_F(CalibrationGrid, fillsHolesAsWalksFromEachOfThemDo) {
         ASSERT_EQ(stored.Init(heapPath, Store::InterpolationNone, log), 0);
         ASSERT_EQ(walked.Init(heapPath, Store::InterpolationLinear1D, log), 0);
         auto next = stored.Images.begin();
-        for (ImageContainer& point : walked.Images) {
+        for (ImageContainer& point : walked.Images)
             point.Image = point.Interpolated ? AICImage() : next++->Image;
-        }
         fillByWalks(walked);
-        for (std::size_t i = 0; i < walked.Images.size(); ++i) {
+        for (std::size_t i = 0; i < walked.Images.size(); ++i)
             ASSERT_TRUE(sameBits(image(i).pixels(), std::as_const(walked).Images[i].Image.pixels())) << i;
-        }
     }
 }
 
@@ -188,9 +183,8 @@ TEST_F(CalibrationGrid, loadsAGridOfHolesInOneGo) {
     std::vector<float> line(400);
     std::iota(line.begin(), line.end(), 0.0f);
     HeapBytes heap = heapOf({1}, line, line);
-    for (std::size_t i = 0; i < line.size() * line.size(); ++i) {
+    for (std::size_t i = 0; i < line.size() * line.size(); ++i)
         heap.hole();
-    }
     EXPECT_EQ(load(heap, 1), 0);
     EXPECT_EQ(store.Images.size(), 799u * 799u);
 }

@@ -28,12 +28,10 @@ public:
 
     Image frame() {
         Image image = randomImage(cols, rows, random, 0, oneOf({1.0f, 1e4f}));
-        if (oneIn(3)) {
+        if (oneIn(3))
             spoil(image);
-        }
-        if (oneIn(20)) {
+        if (oneIn(20))
             std::ranges::fill(image.pixels, 7.0f);
-        }
         return image;
     }
 
@@ -62,11 +60,10 @@ private:
         }
         cols = std::clamp(cols, 3, 150);
         rows = std::clamp(rows, 3, 60);
-        if (settings.search == plain::Search::Mosaic) {
+        if (settings.search == plain::Search::Mosaic)
             settings.quality.tile = std::min({settings.quality.tile, cols, rows});
-        } else if (oneIn(10)) {
+        else if (oneIn(10))
             settings.quality.tile = oneOf({0, -4});
-        }
     }
 
     void chooseQuality() {
@@ -93,9 +90,8 @@ private:
         elementSize = oneOf({cols, 8, 13});
         if (oneIn(3)) {
             quality.customMask = randomImage(cols, rows, random, 0, 2);
-            for (float& factor : quality.customMask.pixels) {
+            for (float& factor : quality.customMask.pixels)
                 factor = std::floor(factor);
-            }
         } else if (oneIn(6)) {
             quality.customMask = randomImage(cols, rows, random, -1, 3);
         }
@@ -103,21 +99,18 @@ private:
             // Beyond all numbers with a quotient; the border mask, if it has a 0 there, makes it NaN.
             quality.customMask.pixels[random() % quality.customMask.pixels.size()] = 3e38f;
         }
-        if (borderSize > 0) {
+        if (borderSize > 0)
             quality.borderMask = plain::borderMask(cols, rows, elementSize, borderSize);
-        }
     }
 
     void choosePreProcessing() {
         plain::PreProcessSettings& preProcess = settings.preProcess;
         preProcess.enabled = !oneIn(3);
         preProcess.badPixelRatio = oneOf({3.0f, 1.2f, 0.0f});
-        if (oneIn(3)) {
+        if (oneIn(3))
             preProcess.badPixels = randomImage(cols, rows, random, 0, 0.6f);
-        }
-        if (oneIn(3)) {
+        if (oneIn(3))
             preProcess.compensateMask = randomImage(cols, rows, random);
-        }
         preProcess.lowQuantile = oneOf({0.05f, 0.0f, 0.5f});
         preProcess.highQuantile = oneOf({0.95f, 1.0f});
     }
@@ -137,9 +130,8 @@ private:
             point.e = 0.5f * static_cast<float>(1 + i % grid.eCount);
             if (i == 0 || !hasHoles || !oneIn(5)) {
                 point.image = randomImage(cols, rows, random);
-                if (isSpoilt && oneIn(4)) {
+                if (isSpoilt && oneIn(4))
                     spoil(point.image);
-                }
             }
             grid.points.push_back(point);
         }
@@ -166,9 +158,8 @@ private:
 plain::Grid gridInStore(const c_CalibrationImages& store, const plain::Grid& stored, int interpolation) {
     const auto extended = [&](int count) { return interpolation == 1 ? 2 * count - 1 : count; };
     plain::Grid grid = {extended(stored.vCount), extended(stored.tCount), extended(stored.eCount), {}};
-    for (const ImageContainer& point : store.Images) {
+    for (const ImageContainer& point : store.Images)
         grid.points.push_back({plainImage(point.Image), point.V, point.T, point.E});
-    }
     return grid;
 }
 
@@ -199,9 +190,8 @@ void compareFrames(c_AIC& engine, plain::Engine& expected, const EngineFiles& fi
         EXPECT_EQ(std::tuple(result.V, result.T, result.E),
                   std::tuple(wanted.best.v, wanted.best.t, wanted.best.e));
         EXPECT_EQ(files.logText(), expected.log);
-        for (const auto& [name, text] : expected.files) {
+        for (const auto& [name, text] : expected.files)
             EXPECT_EQ(files.text(name), text) << name;
-        }
     }
 }
 
@@ -221,9 +211,8 @@ TEST(EngineAgreement, HasTheBitsAndTextsOfThePlainForm) {
             plain::Engine expected(data.settings,
                                    gridInStore(*engine.CalibrationImages, data.grid, data.interpolation));
             compareFrames(engine, expected, files, data);
-            if (HasFailure()) {
+            if (HasFailure())
                 return;
-            }
         }
     }
 }

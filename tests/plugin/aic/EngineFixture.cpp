@@ -14,24 +14,19 @@ void EngineFiles::writeHeap(const plain::Grid& grid, int elementSize, const plai
     std::vector<float> v;
     std::vector<float> t;
     std::vector<float> e;
-    for (int i = 0; i < grid.vCount; ++i) {
+    for (int i = 0; i < grid.vCount; ++i)
         v.push_back(grid.points[static_cast<std::size_t>(i * grid.tCount * grid.eCount)].v);
-    }
-    for (int i = 0; i < grid.tCount; ++i) {
+    for (int i = 0; i < grid.tCount; ++i)
         t.push_back(grid.points[static_cast<std::size_t>(i * grid.eCount)].t);
-    }
-    for (int i = 0; i < grid.eCount; ++i) {
+    for (int i = 0; i < grid.eCount; ++i)
         e.push_back(grid.points[static_cast<std::size_t>(i)].e);
-    }
     HeapBytes heap;
     heap.value(std::int32_t{elementSize}).value(std::int32_t{compensateMask.pixels.empty() ? 0 : 1});
-    if (!compensateMask.pixels.empty()) {
+    if (!compensateMask.pixels.empty())
         addBlock(heap, compensateMask);
-    }
     heap.vector(v).vector(t).vector(e);
-    for (const plain::GridPoint& point : grid.points) {
+    for (const plain::GridPoint& point : grid.points)
         addBlock(heap, point.image);
-    }
     writeFileText(heapPath, heap.bytes);
 }
 
@@ -59,11 +54,9 @@ c_AIC::AICCfg EngineFiles::configuration(const plain::Settings& settings, int bo
     cfg.Kernel = quality.kernel;
     cfg.QfTileSize = quality.tile;
     cfg.QfTileThreshold = quality.threshold;
-    if (!preProcess.badPixels.pixels.empty()) {
+    if (!preProcess.badPixels.pixels.empty())
         cfg.BadPixelsCustomMaskFile = writeMask("bad.bin", preProcess.badPixels);
-    }
-    if (!quality.customMask.pixels.empty()) {
+    if (!quality.customMask.pixels.empty())
         cfg.CustomMaskFile = writeMask("custom.bin", quality.customMask);
-    }
     return cfg;
 }

@@ -120,9 +120,8 @@ TEST_F(EngineTest, takesAPositionOutsideTheGridAsNoPosition) {
     ASSERT_EQ(engine.Init(cfg, true), 0);
     ImageContainer result;
     float quality = 0;
-    for (const auto centre : {c_AIC::Position(), engine.CalibrationImages->Images.end()}) {
+    for (const auto centre : {c_AIC::Position(), engine.CalibrationImages->Images.end()})
         EXPECT_EQ(engine.FindOptimalCompensationLookAround(frame(8), centre, &result, &quality, ""), -1);
-    }
 }
 
 TEST_F(EngineTest, saysWhyAFrameCannotBeJudged) {
@@ -159,12 +158,10 @@ TEST_F(EngineTest, writesNumbersWithAPointUnderEveryLocale) {
     float quality = 0;
     ASSERT_EQ(german.CompensateImage(frame(8), &result, &quality, files.prefix, false), 0);
     EXPECT_THAT(files.text("values.txt"), HasSubstr("[ 1234.5, 1, 1, "));
-    for (const char* name : {"cs_v1234.5_t1.0_e1.0.txt", "ff_v2469.0_t3.0_e2.0.txt"}) {
+    for (const char* name : {"cs_v1234.5_t1.0_e1.0.txt", "ff_v2469.0_t3.0_e2.0.txt"})
         EXPECT_THAT(files.text(name), HasSubstr("0.")) << name;
-    }
-    if (!comma.inC) {
+    if (!comma.inC)
         GTEST_SKIP() << "localedef cannot make de_DE here: only C++ streams were tried";
-    }
 }
 
 // Peak memory in bytes of some work, without what was in use before; 0 where the system does not tell.
@@ -200,9 +197,8 @@ TEST_F(EngineTest, needsMemoryForTheGridAndAtMostOneOrderedCopy) {
                gridBytes;
     };
     const double once = grids({16});
-    if (once < 1) {
+    if (once < 1)
         GTEST_SKIP() << "the system does not tell peak memory";
-    }
     EXPECT_LT(once, 2.4);
     EXPECT_LT(grids({16, 8}), 2.4); // the first is released before the second is loaded
     EXPECT_LT(grids({side}), 1.6);

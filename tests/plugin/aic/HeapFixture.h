@@ -20,16 +20,14 @@ struct HeapBytes {
     }
     HeapBytes& vector(const std::vector<float>& numbers) {
         value(std::uint64_t{numbers.size()});
-        for (const float number : numbers) {
+        for (const float number : numbers)
             value(number);
-        }
         return *this;
     }
     HeapBytes& block(std::int32_t cols, std::int32_t rows, const std::vector<float>& pixels) {
         value(cols).value(rows);
-        for (const float pixel : pixels) {
+        for (const float pixel : pixels)
             value(pixel);
-        }
         return *this;
     }
     // A block of 2 x 1.

@@ -51,9 +51,8 @@ void walkEverywhere(Store& store) {
     Store::Position found{};
     auto result = Store::ResultOk;
     std::size_t seen = 0;
-    for (store.GetFirstImage(found, &result); result == Store::ResultOk; ++seen) {
+    for (store.GetFirstImage(found, &result); result == Store::ResultOk; ++seen)
         store.GetNextImage(found, &result, true);
-    }
     ASSERT_EQ(seen, store.Images.size());
     for (std::size_t start = 0; start < seen; start += 1 + seen / 16) {
         const auto from = store.Images.begin() + static_cast<std::ptrdiff_t>(start);
@@ -72,9 +71,8 @@ TEST_F(HeapMutation, leavesALoadedStoreWholeOrFails) {
     for (int round = 0; round < mutationCount(); ++round) {
         SCOPED_TRACE(round);
         HeapBytes heap = intactHeap();
-        for (unsigned count = 1 + random() % 3; count > 0; --count) {
+        for (unsigned count = 1 + random() % 3; count > 0; --count)
             mutate(heap.bytes, random);
-        }
         try {
             if (load(heap, round % 2) == 0) {
                 ++loaded;
@@ -83,9 +81,8 @@ TEST_F(HeapMutation, leavesALoadedStoreWholeOrFails) {
         } catch (const std::length_error&) {
             // an image with one negative side
         }
-        if (HasFatalFailure()) {
+        if (HasFatalFailure())
             return;
-        }
     }
     EXPECT_GT(loaded, mutationCount() / 10);
     EXPECT_LT(loaded, mutationCount());

@@ -26,17 +26,15 @@ inline float hostilePixel(std::mt19937& random) {
                                         limits::quiet_NaN(),
                                         limits::max(),
                                         limits::lowest()};
-    if (random() % 8 == 0) {
+    if (random() % 8 == 0)
         return hostile[random() % std::size(hostile)];
-    }
     return std::uniform_real_distribution<float>(-10, 100)(random);
 }
 
 inline AICImage hostileImage(int cols, int rows, std::mt19937& random) {
     AICImage image(cols, rows);
-    for (float& pixel : image.pixels()) {
+    for (float& pixel : image.pixels())
         pixel = hostilePixel(random);
-    }
     return image;
 }
 
@@ -54,9 +52,8 @@ inline bool sameBits(float a, float b) {
 
 // Names the first pixel that differs.
 inline ::testing::AssertionResult sameBits(std::span<const float> actual, std::span<const float> expected) {
-    if (actual.size() != expected.size()) {
+    if (actual.size() != expected.size())
         return ::testing::AssertionFailure() << actual.size() << " pixels instead of " << expected.size();
-    }
     for (std::size_t i = 0; i < actual.size(); ++i) {
         if (!sameBits(actual[i], expected[i])) {
             return ::testing::AssertionFailure()

@@ -14,11 +14,9 @@ constexpr float worst = std::numeric_limits<float>::max();
 
 std::string textImage(const Image& image) {
     std::ostringstream text;
-    for (int y = 0; y < image.rows; ++y) {
-        for (int x = 0; x < image.cols; ++x) {
+    for (int y = 0; y < image.rows; ++y)
+        for (int x = 0; x < image.cols; ++x)
             text << image.at(x, y) << (x + 1 < image.cols ? ' ' : '\n');
-        }
-    }
     return text.str();
 }
 
@@ -41,9 +39,8 @@ Image borderMask(int cols, int rows, int elementSize, int halfWidth) {
         const bool onRow =
             (r * elementSize - halfWidth) * cols <= i && i < (r * elementSize + halfWidth) * cols;
         const bool onColumn = c * elementSize - halfWidth <= i && i < c * elementSize + halfWidth;
-        if (onRow || onColumn) {
+        if (onRow || onColumn)
             mask.pixels[static_cast<std::size_t>(i)] = 0;
-        }
     }
     return mask;
 }
@@ -68,9 +65,8 @@ Result Engine::compensate(const Image& frame) {
         result.status = mosaic(image, result);
         break;
     }
-    for (float& pixel : result.best.image.pixels) {
+    for (float& pixel : result.best.image.pixels)
         pixel *= scaleFactor;
-    }
     return result;
 }
 
@@ -83,9 +79,8 @@ int Engine::linear(const Image& frame, int step, Result& result) {
     int status = 0;
     int skip = 0;
     for (std::size_t i = 0; i < grid.points.size(); ++i) {
-        if (grid.points[i].image.pixels.empty() || skip-- > 0) {
+        if (grid.points[i].image.pixels.empty() || skip-- > 0)
             continue;
-        }
         skip = step - 1;
         if (!evaluate(frame, i, false, result)) {
             status = fail("c_AIC::FindOptimalCompensationLinearSearch calibration image get error");
@@ -98,9 +93,8 @@ int Engine::linear(const Image& frame, int step, Result& result) {
 
 int Engine::lookAround(const Image& frame, Result& result) {
     const char* const message = "c_AIC::FindOptimalCompensationLookAround calibration image get error";
-    if (best == grid.points.size()) {
+    if (best == grid.points.size())
         return fail(message);
-    }
     const std::size_t centre = best;
     int status = 0;
     for (int axis = 0; axis < 3; ++axis) {
@@ -114,17 +108,15 @@ int Engine::lookAround(const Image& frame, Result& result) {
             status = next >= 0 ? 0 : -1;
         }
     }
-    if (status != 0) {
+    if (status != 0)
         fail(message);
-    }
     endQualityLog();
     return status;
 }
 
 int Engine::mosaic(const Image& frame, Result& result) {
-    if (!fits(frame)) {
+    if (!fits(frame))
         return fail("c_AIC::FindOptimalCompensationMosaic image size does not match calibration image size");
-    }
     const int tile = settings.quality.tile;
     const int across = frame.cols / tile;
     const int down = frame.rows / tile;
@@ -132,9 +124,8 @@ int Engine::mosaic(const Image& frame, Result& result) {
     std::vector<float> lowest(static_cast<std::size_t>(across * down), worst);
     std::vector<std::size_t> winner(lowest.size(), 0);
     for (std::size_t i = 0; i < grid.points.size(); ++i) {
-        if (grid.points[i].image.pixels.empty()) {
+        if (grid.points[i].image.pixels.empty())
             continue;
-        }
         quotients.push_back(candidateQuotient(frame, i));
         const std::vector<float> sums = tileSums(highPass(quotients.back(), settings.quality), tile);
         for (std::size_t k = 0; k < sums.size(); ++k) {
@@ -179,9 +170,8 @@ bool Engine::evaluate(const Image& frame, std::size_t candidate, bool append, Re
 }
 
 Image Engine::candidateQuotient(const Image& frame, std::size_t candidate) {
-    for (float& pixel : grid.points[candidate].image.pixels) {
+    for (float& pixel : grid.points[candidate].image.pixels)
         pixel = pixel < std::numeric_limits<float>::min() ? 1.0f : pixel;
-    }
     return quotient(frame, grid.points[candidate].image);
 }
 
@@ -192,11 +182,9 @@ int Engine::neighbour(std::size_t point, int axis, int direction) const {
     const int start = static_cast<int>(point);
     int place = start / steps[a] % counts[a] + direction;
     for (int next = start + direction * steps[a]; place >= 0 && place < counts[a];
-         place += direction, next += direction * steps[a]) {
-        if (!grid.points[static_cast<std::size_t>(next)].image.pixels.empty()) {
+         place += direction, next += direction * steps[a])
+        if (!grid.points[static_cast<std::size_t>(next)].image.pixels.empty())
             return next;
-        }
-    }
     return -1;
 }
 
@@ -206,13 +194,11 @@ bool Engine::fits(const Image& frame) const {
 }
 
 void Engine::noteQuality(const GridPoint& point, float value, bool append) {
-    if (settings.qualityLog.empty()) {
+    if (settings.qualityLog.empty())
         return;
-    }
     std::string& text = files[settings.qualityLog];
-    if (!qualityLogOpen && !append) {
+    if (!qualityLogOpen && !append)
         text.clear();
-    }
     qualityLogOpen = true;
     std::ostringstream line;
     line << "[ " << point.v << ", " << point.t << ", " << point.e << ", " << value << " ]\n";

@@ -30,9 +30,8 @@ std::vector<float> histogram(const std::vector<float>& values, float range) {
     std::vector<float> counts(static_cast<std::size_t>(bins), 0.0f);
     for (const float value : values) {
         const float index = std::floor(value / width);
-        if (!(index >= 0 && index < static_cast<float>(bins))) {
+        if (!(index >= 0 && index < static_cast<float>(bins)))
             throw std::out_of_range("histogram");
-        }
         counts[static_cast<std::size_t>(index)] += 1.0f;
     }
     return counts;
@@ -40,9 +39,8 @@ std::vector<float> histogram(const std::vector<float>& values, float range) {
 
 float sumOf(const std::vector<float>& values) {
     double sum = 0;
-    for (const float value : values) {
+    for (const float value : values)
         sum += value;
-    }
     return static_cast<float>(sum);
 }
 

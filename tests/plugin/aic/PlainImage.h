@@ -25,16 +25,14 @@ private:
 };
 
 inline Image product(Image a, const Image& b) {
-    for (std::size_t i = 0; i < a.pixels.size(); ++i) {
+    for (std::size_t i = 0; i < a.pixels.size(); ++i)
         a.pixels[i] *= b.pixels.at(i);
-    }
     return a;
 }
 
 inline Image quotient(Image a, const Image& b) {
-    for (std::size_t i = 0; i < a.pixels.size(); ++i) {
+    for (std::size_t i = 0; i < a.pixels.size(); ++i)
         a.pixels[i] /= b.pixels.at(i);
-    }
     return a;
 }
 

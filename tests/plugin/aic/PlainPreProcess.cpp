@@ -49,16 +49,14 @@ float median(const Image& image, int x, int y) {
 
 std::pair<float, float> quantiles(const std::vector<float>& values, float low, float high) {
     std::vector<float> bins = histogram(values, 1.0f);
-    for (float& bin : bins) {
+    for (float& bin : bins)
         bin /= static_cast<float>(values.size());
-    }
     const auto find = [&](float portion) {
         float running = 0;
         for (std::size_t i = 0; i + 1 < bins.size(); ++i) {
             running += bins[i];
-            if (running >= portion) {
+            if (running >= portion)
                 return static_cast<float>(i) / static_cast<float>(bins.size());
-            }
         }
         return static_cast<float>(bins.size() - 1) / static_cast<float>(bins.size());
     };
@@ -74,21 +72,17 @@ Image withoutBadPixels(const Image& image, const PreProcessSettings& settings) {
         for (std::size_t i = 0; i < image.pixels.size(); ++i) {
             const float pixel = image.pixels[i];
             const float mean = means.pixels[i];
-            if (pixel > settings.badPixelRatio * mean || (1.0f / settings.badPixelRatio) * mean > pixel) {
+            if (pixel > settings.badPixelRatio * mean || (1.0f / settings.badPixelRatio) * mean > pixel)
                 bad.pixels[i] = 1;
-            }
         }
     }
-    for (std::size_t i = 0; i < settings.badPixels.pixels.size(); ++i) {
+    for (std::size_t i = 0; i < settings.badPixels.pixels.size(); ++i)
         bad.pixels.at(i) += settings.badPixels.pixels[i] > 0.5f ? 1.0f : 0.0f;
-    }
     Image result = image;
     for (int y = 0; y < image.rows; ++y) {
-        for (int x = 0; x < image.cols; ++x) {
-            if (bad.at(x, y) == 1.0f) {
+        for (int x = 0; x < image.cols; ++x)
+            if (bad.at(x, y) == 1.0f)
                 result.at(x, y) = median(image, x, y);
-            }
-        }
     }
     return result;
 }
@@ -103,9 +97,8 @@ Image preProcessed(const Image& frame, const PreProcessSettings& settings, float
     scaleFactor = *std::max_element(image.pixels.begin(), image.pixels.end());
     const float darkest = *std::min_element(image.pixels.begin(), image.pixels.end());
     const float tiny = std::numeric_limits<float>::min();
-    for (float& pixel : image.pixels) {
+    for (float& pixel : image.pixels)
         pixel = (pixel - darkest) * (1.0f - tiny) / (scaleFactor - darkest) + tiny;
-    }
     const auto [low, high] = quantiles(image.pixels, settings.lowQuantile, settings.highQuantile);
     for (float& pixel : image.pixels) {
         pixel = pixel < low ? low : pixel;

@@ -50,7 +50,9 @@ TEST_F(SubFrameQuestion, GivesTheFirstIndexOfTheChosenName) {
 
 TEST_F(SubFrameQuestion, TakesTheWholeFrameOnCancelAndForANamelessChoice) {
     const auto frame = frameWithSubFrames({"", "ToA"});
-    EXPECT_EQ(ask(*frame, [](QInputDialog& dialog) { cancel(dialog); }), -1);
+    EXPECT_EQ(ask(
+                  *frame, [](QInputDialog& dialog) { cancel(dialog); }),
+              -1);
     EXPECT_EQ(ask(*frame, [](QInputDialog& dialog) { QTest::keyClick(&dialog, Qt::Key_Return); }), -1);
 }
 

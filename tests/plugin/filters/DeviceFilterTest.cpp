@@ -155,13 +155,15 @@ void expectQuietEnd(ombrel::Device& device, ombrel::FramePtr frame, Filter& filt
 
 using EndedFFFilterTest = FFFilterFixture;
 TEST_F(EndedFFFilterTest, takesNoSubFrame) {
-    expectQuietEnd(device, frameOf(Values(6, 1)), filter,
-                   [this] { return filter->loadCoefficientsFromAcquisition(true); });
+    expectQuietEnd(
+        device, frameOf(Values(6, 1)), filter,
+        [this] { return filter->loadCoefficientsFromAcquisition(true); });
 }
 
 using EndedBHFilterTest = BHFilterFixture;
 TEST_F(EndedBHFilterTest, takesNoSubFrame) {
-    expectQuietEnd(device, frameOf(Values(12, 1)), filter, [this] { return filter->addMaskFromAcqData(1); });
+    expectQuietEnd(
+        device, frameOf(Values(12, 1)), filter, [this] { return filter->addMaskFromAcqData(1); });
 }
 
 // A store whose host leaves the size alone when there is no such blob.

@@ -11,9 +11,8 @@ int wrappedProduct(int a, int b) {
 }
 
 int quotientOfSides(int cols, int rows, int divisor) {
-    if (divisor == 0) {
+    if (divisor == 0)
         throw std::invalid_argument("image cannot be shaped to 0 rows or columns");
-    }
     return static_cast<int>(std::int64_t{wrappedProduct(cols, rows)} / divisor);
 }
 
@@ -31,9 +30,8 @@ AICImage AICImage::uninitialized(int cols, int rows) {
 
 void AICImage::resize(int newCols, int newRows) {
     const int count = wrappedProduct(newCols, newRows);
-    if (count < 0) {
+    if (count < 0)
         throw std::length_error("image with a negative number of pixels");
-    }
     values.clear(); // else a larger shape would copy the old pixels to their new place
     values.resize(static_cast<std::size_t>(count));
     imageCols = newCols;
@@ -73,15 +71,13 @@ void AICImage::ones(int newCols, int newRows) {
 }
 
 void AICImage::copyTo(AICImage* target) const {
-    if (target != this) {
+    if (target != this)
         *target = *this;
-    }
 }
 
 void AICImage::copyTo(AICImage* target, int x, int y, int w, int h) const {
-    if (w < 1 || h < 1) {
+    if (w < 1 || h < 1)
         return;
-    }
     // The rows of both images stand at the offsets of this one's.
     checkRegion(x, y, w, h, std::min(values.size(), target->values.size()));
     for (std::int64_t row = y; row < std::int64_t{y} + h && target != this; ++row) {
@@ -94,9 +90,8 @@ std::size_t AICImage::checkedIndex(int x, int y) const {
     const auto index =
         static_cast<std::uint32_t>(wrappedProduct(y, imageCols)) + static_cast<std::uint32_t>(x);
     // A negative index is larger than any image.
-    if (static_cast<std::int32_t>(index) < 0 || index >= values.size()) {
+    if (static_cast<std::int32_t>(index) < 0 || index >= values.size())
         throw std::out_of_range("pixel outside the image");
-    }
     return index;
 }
 
@@ -104,7 +99,6 @@ void AICImage::checkRegion(int x, int y, int w, int h, std::size_t pixelCount) c
     const std::int64_t firstRow = std::int64_t{y} * imageCols + x;
     const std::int64_t lastRow = firstRow + (std::int64_t{h} - 1) * imageCols;
     const auto [lowest, highest] = std::minmax(firstRow, lastRow);
-    if (lowest < 0 || highest + w > static_cast<std::int64_t>(pixelCount)) {
+    if (lowest < 0 || highest + w > static_cast<std::int64_t>(pixelCount))
         throw std::out_of_range("region outside the image");
-    }
 }

@@ -22,9 +22,8 @@ struct PixelAllocator {
     PixelAllocator(const PixelAllocator<U>&) {}
 
     T* allocate(std::size_t count) {
-        if (count > std::numeric_limits<std::size_t>::max() / sizeof(T)) {
+        if (count > std::numeric_limits<std::size_t>::max() / sizeof(T))
             throw std::bad_array_new_length();
-        }
         return static_cast<T*>(::operator new(count * sizeof(T), alignment));
     }
     void deallocate(T* memory, std::size_t) { ::operator delete(memory, alignment); }

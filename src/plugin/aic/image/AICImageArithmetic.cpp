@@ -10,17 +10,15 @@ namespace {
 // Single loops over contiguous floats, which compilers turn into vectors.
 template <typename Operation>
 void transformInPlace(std::span<float> pixels, Operation operation) {
-    for (float& pixel : pixels) {
+    for (float& pixel : pixels)
         pixel = operation(pixel);
-    }
 }
 
 template <typename Operation>
 void combineInPlace(std::span<float> left, std::span<const float> right, Operation operation) {
     const std::size_t count = std::min(left.size(), right.size());
-    for (std::size_t i = 0; i < count; ++i) {
+    for (std::size_t i = 0; i < count; ++i)
         left[i] = operation(left[i], right[i]);
-    }
 }
 
 template <typename Operation>
@@ -30,9 +28,8 @@ void combine(const AICImage& a, const AICImage& b, AICImage* result, Operation o
     const std::span<const float> right = b.pixels();
     const std::span<float> out = result->pixels();
     const std::size_t count = std::min({left.size(), right.size(), out.size()});
-    for (std::size_t i = 0; i < count; ++i) {
+    for (std::size_t i = 0; i < count; ++i)
         out[i] = operation(left[i], right[i]);
-    }
     std::ranges::fill(out.subspan(count), 0.0f);
 }
 
@@ -52,11 +49,13 @@ void AICImage::div(AICImage other) {
 }
 
 void AICImage::mul(float factor) {
-    transformInPlace(values, [factor](float pixel) { return pixel * factor; });
+    transformInPlace(
+        values, [factor](float pixel) { return pixel * factor; });
 }
 
 void AICImage::div(float divisor) {
-    transformInPlace(values, [divisor](float pixel) { return pixel / divisor; });
+    transformInPlace(
+        values, [divisor](float pixel) { return pixel / divisor; });
 }
 
 void AICImage::sub(AICImage a, AICImage b, AICImage* result) {
@@ -73,21 +72,26 @@ void AICImage::div(AICImage a, AICImage b, AICImage* result) {
 }
 
 void AICImage::threshold_min(float threshold, float value) {
-    transformInPlace(values, [=](float pixel) { return pixel < threshold ? value : pixel; });
+    transformInPlace(
+        values, [=](float pixel) { return pixel < threshold ? value : pixel; });
 }
 
 void AICImage::threshold_max(float threshold, float value) {
-    transformInPlace(values, [=](float pixel) { return pixel > threshold ? value : pixel; });
+    transformInPlace(
+        values, [=](float pixel) { return pixel > threshold ? value : pixel; });
 }
 
 void AICImage::threshold_bin(float threshold, float value) {
-    transformInPlace(values, [=](float pixel) { return pixel > threshold ? value : 0.0f; });
+    transformInPlace(
+        values, [=](float pixel) { return pixel > threshold ? value : 0.0f; });
 }
 
 void AICImage::threshold_ibin(float threshold, float value) {
-    transformInPlace(values, [=](float pixel) { return pixel < threshold ? value : 0.0f; });
+    transformInPlace(
+        values, [=](float pixel) { return pixel < threshold ? value : 0.0f; });
 }
 
 void AICImage::abs() {
-    transformInPlace(values, [](float pixel) { return std::fabs(pixel); });
+    transformInPlace(
+        values, [](float pixel) { return std::fabs(pixel); });
 }

@@ -21,17 +21,14 @@ void AICImage::generate_borders(int step, int half, float value) {
     std::int64_t row = 0;
     const auto count = static_cast<std::int64_t>(values.size());
     for (std::int64_t i = 0; i < count; ++i) {
-        if (i > column + half) {
+        if (i > column + half)
             column += step;
-        }
-        if (i > indexOfRow(row + half, imageCols)) {
+        if (i > indexOfRow(row + half, imageCols))
             row += step;
-        }
         const bool onRow = indexOfRow(row - half, imageCols) <= i && i < indexOfRow(row + half, imageCols);
         const bool onColumn = column - half <= i && i < column + half;
-        if (onRow || onColumn) {
+        if (onRow || onColumn)
             values[static_cast<std::size_t>(i)] = value;
-        }
     }
 }
 
@@ -40,12 +37,10 @@ void AICImage::filter2D(AICImage source, AICImage* result, const float* kernel, 
     const int rows = source.imageRows;
     result->zeros(cols, rows);
     const int half = size / 2;
-    if (half >= std::int64_t{cols} - half || half >= std::int64_t{rows} - half) {
+    if (half >= std::int64_t{cols} - half || half >= std::int64_t{rows} - half)
         return;
-    }
-    if (half < 0 || source.values.size() < static_cast<std::size_t>(std::int64_t{cols} * rows)) {
+    if (half < 0 || source.values.size() < static_cast<std::size_t>(std::int64_t{cols} * rows))
         throw std::out_of_range("window of the high-pass filter outside the image");
-    }
     // Each pixel takes its taps in the order of the definition, a whole row of pixels side by side.
     const std::int64_t width = std::int64_t{cols} - 2 * half;
     for (std::int64_t y = half; y < rows - half; ++y) {
@@ -54,18 +49,16 @@ void AICImage::filter2D(AICImage source, AICImage* result, const float* kernel, 
             for (std::int64_t dy = -half; dy <= half; ++dy) {
                 const float tap = kernel[(dy + half) * size + dx + half];
                 const float* const in = source.values.data() + (y + dy) * cols + half + dx;
-                for (std::int64_t x = 0; x < width; ++x) {
+                for (std::int64_t x = 0; x < width; ++x)
                     out[x] += in[x] * tap;
-                }
             }
         }
     }
 }
 
 float AICImage::median_3(int index) const {
-    if (imageCols == 0) {
+    if (imageCols == 0)
         throw std::out_of_range("median in an image without columns");
-    }
     const std::int64_t row = std::int64_t{index} / imageCols;
     const std::int64_t col = std::int64_t{index} % imageCols;
     const auto inside = [](std::int64_t place, int count) {
@@ -73,11 +66,9 @@ float AICImage::median_3(int index) const {
     };
     std::array<float, 9> neighbours;
     auto next = neighbours.begin();
-    for (int dy = -1; dy <= 1; ++dy) {
-        for (int dx = -1; dx <= 1; ++dx) {
+    for (int dy = -1; dy <= 1; ++dy)
+        for (int dx = -1; dx <= 1; ++dx)
             *next++ = at(inside(col + dx, imageCols), inside(row + dy, imageRows));
-        }
-    }
     sortAscending(neighbours);
     return neighbours[4];
 }

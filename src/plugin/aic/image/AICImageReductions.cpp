@@ -13,22 +13,18 @@ namespace {
 // extreme. A NaN is never better than another value, and nothing is better than a NaN that stands first.
 template <typename Better>
 float extreme(std::span<const float> pixels, Better better) {
-    if (pixels.empty()) {
+    if (pixels.empty())
         throw std::out_of_range("smallest or largest pixel of an image without pixels");
-    }
     constexpr std::size_t laneCount = 16;
     std::array<float, laneCount> lanes;
     lanes.fill(pixels[0]);
     std::size_t i = 0;
-    for (; i + laneCount <= pixels.size(); i += laneCount) {
-        for (std::size_t lane = 0; lane < laneCount; ++lane) {
+    for (; i + laneCount <= pixels.size(); i += laneCount)
+        for (std::size_t lane = 0; lane < laneCount; ++lane)
             lanes[lane] = better(pixels[i + lane], lanes[lane]) ? pixels[i + lane] : lanes[lane];
-        }
-    }
     float best = *std::ranges::min_element(lanes, better);
-    for (; i < pixels.size(); ++i) {
+    for (; i < pixels.size(); ++i)
         best = better(pixels[i], best) ? pixels[i] : best;
-    }
     // Zeros of both signs are equal, and lanes do not know which one came first.
     return best == 0 ? *std::ranges::find(pixels, 0.0f) : best;
 }
@@ -37,9 +33,8 @@ void stretch(std::span<const float> source, std::span<float> target, float lo, f
     const float min = extreme(source, std::less<float>{});
     const float max = extreme(source, std::greater<float>{});
     const std::size_t count = std::min(source.size(), target.size());
-    for (std::size_t i = 0; i < count; ++i) {
+    for (std::size_t i = 0; i < count; ++i)
         target[i] = (source[i] - min) * (hi - lo) / (max - min) + lo;
-    }
 }
 
 } // namespace
@@ -53,24 +48,21 @@ float AICImage::max_val() const {
 
 float AICImage::sum() const {
     double total = 0;
-    for (const float pixel : values) {
+    for (const float pixel : values)
         total += pixel;
-    }
     return static_cast<float>(total);
 }
 
 float AICImage::sum(int x, int y, int w, int h) const {
-    if (w < 1 || h < 1) {
+    if (w < 1 || h < 1)
         return 0;
-    }
     checkRegion(x, y, w, h, values.size());
     float total = 0;
     for (std::int64_t row = y; row < std::int64_t{y} + h; ++row) {
         const float* const first = values.data() + (row * imageCols + x);
         double rowSum = 0;
-        for (int i = 0; i < w; ++i) {
+        for (int i = 0; i < w; ++i)
             rowSum += first[i];
-        }
         total = static_cast<float>(total + rowSum);
     }
     return total;
@@ -92,8 +84,7 @@ void AICImage::convert_to_uchar(std::vector<unsigned char>* bytes) const {
     const float max = max_val();
     for (std::size_t i = 0; i < count; ++i) {
         const float stretched = (values.at(i) - min) * 255.0f / (max - min);
-        if (std::isfinite(stretched)) {
+        if (std::isfinite(stretched))
             (*bytes)[i] = static_cast<unsigned char>(static_cast<int>(std::round(stretched)));
-        }
     }
 }

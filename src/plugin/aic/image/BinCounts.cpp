@@ -20,9 +20,8 @@ bool BinCounts::add(std::span<const float> values) {
     const auto end = static_cast<float>(binCount());
     for (std::size_t i = 0; i < values.size(); ++i) {
         const float bin = values[i] / width;
-        if (!(bin >= 0 && bin < end)) {
+        if (!(bin >= 0 && bin < end))
             return false;
-        }
         ++counts[static_cast<std::size_t>(static_cast<std::int32_t>(bin)) * tables + i % tables];
     }
     return true;
@@ -30,9 +29,8 @@ bool BinCounts::add(std::span<const float> values) {
 
 bool BinCounts::addBins(std::span<const std::int32_t> bins) {
     for (std::size_t i = 0; i < bins.size(); ++i) {
-        if (bins[i] < 0) {
+        if (bins[i] < 0)
             return false;
-        }
         ++counts[static_cast<std::size_t>(bins[i]) * tables + i % tables];
     }
     return true;
@@ -41,9 +39,8 @@ bool BinCounts::addBins(std::span<const std::int32_t> bins) {
 float BinCounts::count(int bin) const {
     constexpr std::uint32_t mostInFloat = 1U << 24;
     std::uint32_t sum = 0;
-    for (std::size_t table = 0; table < tables; ++table) {
+    for (std::size_t table = 0; table < tables; ++table)
         sum += counts[static_cast<std::size_t>(bin) * tables + table];
-    }
     return static_cast<float>(std::min(sum, mostInFloat));
 }
 
@@ -52,9 +49,8 @@ float BinCounts::quantile(float portion) const {
     int bin = 0;
     for (float running = 0; bin < bins - 1; ++bin) {
         running += count(bin) / static_cast<float>(total);
-        if (running >= portion) {
+        if (running >= portion)
             break;
-        }
     }
     return static_cast<float>(bin) / static_cast<float>(bins) * fullRange;
 }

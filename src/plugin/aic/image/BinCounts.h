@@ -20,9 +20,8 @@ inline void sortAscending(std::span<float> values) {
     for (std::size_t i = 1; i < values.size(); ++i) {
         const float value = values[i];
         std::size_t place = value < values[0] ? 0 : i;
-        while (place > 0 && value < values[place - 1]) {
+        while (place > 0 && value < values[place - 1])
             --place;
-        }
         std::shift_right(values.begin() + static_cast<std::ptrdiff_t>(place),
                          values.begin() + static_cast<std::ptrdiff_t>(i) + 1, 1);
         values[place] = value;

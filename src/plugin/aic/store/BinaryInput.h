@@ -8,9 +8,8 @@
 template <typename T>
 bool readValue(std::istream& file, T& value) {
     T read;
-    if (!file.read(reinterpret_cast<char*>(&read), sizeof read)) {
+    if (!file.read(reinterpret_cast<char*>(&read), sizeof read))
         return false;
-    }
     value = read;
     return true;
 }

@@ -43,9 +43,8 @@ bool c_CalibrationImages::hasImage(const ImageContainer& point) const {
 }
 
 void c_CalibrationImages::writeLog(std::string_view text) const {
-    if (Log != nullptr && Log->is_open()) {
+    if (Log != nullptr && Log->is_open())
         *Log << text << '\n' << std::flush;
-    }
 }
 
 int c_CalibrationImages::fail(std::string_view text) const {

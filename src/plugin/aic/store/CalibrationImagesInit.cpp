@@ -27,9 +27,8 @@ std::vector<float> readVector(std::istream& file) {
         const auto count = static_cast<std::size_t>(std::min(left, portion));
         values.resize(values.size() + count);
         const auto tail = std::span(values).last(count);
-        if (readValues(file, tail) != tail.size_bytes()) {
+        if (readValues(file, tail) != tail.size_bytes())
             return {};
-        }
         left -= count;
     }
     return values;
@@ -38,9 +37,8 @@ std::vector<float> readVector(std::istream& file) {
 // Puts a midpoint between each two neighbours; stored values, ascending, come to stand at the even places.
 void addMidpoints(std::vector<float>& values) {
     const std::size_t stored = values.size();
-    for (std::size_t i = 1; i < stored; ++i) {
+    for (std::size_t i = 1; i < stored; ++i)
         values.push_back((values[i] + values[i - 1]) * 0.5f);
-    }
     sortAscending(values);
 }
 
@@ -62,24 +60,21 @@ int c_CalibrationImages::Init(std::string path, InterpolationType interpolation,
     Current = Images.begin();
     imageCols = imageRows = 0;
     std::ifstream file(path, std::ios::binary);
-    if (!file) {
+    if (!file)
         return fail("c_CalibrationImages::Init error opening ff heap file");
-    }
     readValue(file, SensorElementSize);
     CompensateMaskFlag = 0;
     readValue(file, CompensateMaskFlag);
-    if (CompensateMaskFlag != 0 && ReadImage(file, &CompensateMask) != 0) {
+    if (CompensateMaskFlag != 0 && ReadImage(file, &CompensateMask) != 0)
         return fail("c_CalibrationImages::Init compensation mask reading error");
-    }
     GridVectors grid;
     grid.v = readVector(file);
     grid.t = readVector(file);
     grid.e = readVector(file);
     const int gridStatus = readGrid(file, grid);
     Current = Images.begin();
-    if (gridStatus != 0) {
+    if (gridStatus != 0)
         return gridStatus;
-    }
     if (const int status = GenerateInterpolatedImages(); status != 0) {
         writeLog("c_CalibrationImages::Init generating interpolated images error");
         return status;
@@ -101,9 +96,8 @@ int c_CalibrationImages::readGrid(std::ifstream& file, GridVectors& grid) {
         Interpolation = InterpolationNone;
     }
     StepV = StepT = StepE = 0;
-    if (grid.v.empty() || grid.t.empty() || grid.e.empty()) {
+    if (grid.v.empty() || grid.t.empty() || grid.e.empty())
         return fail("c_CalibrationImages::Init no init vectors passed");
-    }
     StepV = static_cast<int>(grid.t.size() * grid.e.size());
     StepT = static_cast<int>(grid.e.size());
     StepE = 1;
@@ -129,12 +123,10 @@ int c_CalibrationImages::readGridPoints(std::ifstream& file, const GridVectors& 
 // A block of at most one column is a hole.
 int c_CalibrationImages::readGridPoint(std::ifstream& file, ImageContainer& point) {
     AICImage image;
-    if (const int status = ReadImage(file, &image); status != 0) {
+    if (const int status = ReadImage(file, &image); status != 0)
         return status;
-    }
-    if (image.cols() <= 1) {
+    if (image.cols() <= 1)
         return 0;
-    }
     point.Image = std::move(image);
     if (imageCols == 0) {
         imageCols = point.Image.cols();

@@ -28,9 +28,8 @@ AICImage combineLinear(const AICImage& next, const AICImage& previous, float fac
     const std::span<const float> a = next.pixels();
     const std::span<const float> b = previous.pixels();
     const std::span<float> c = result.pixels();
-    for (std::size_t i = 0; i < c.size(); ++i) {
+    for (std::size_t i = 0; i < c.size(); ++i)
         c[i] = (b[i] - a[i]) * factor + a[i];
-    }
     return result;
 }
 
@@ -86,9 +85,8 @@ public:
     void leave(Position point) {
         if (store.isBase(*point, includeInterpolated)) {
             const std::ptrdiff_t place = point - store.Images.begin();
-            for (Axis& axis : axes) {
+            for (Axis& axis : axes)
                 axis.previous[axis.offset(place)] = place;
-            }
         }
     }
 
@@ -111,9 +109,8 @@ private:
         if (next <= place) {
             next = place + axis.step;
             while (next < count() &&
-                   !store.isBase(store.Images[static_cast<std::size_t>(next)], includeInterpolated)) {
+                   !store.isBase(store.Images[static_cast<std::size_t>(next)], includeInterpolated))
                 next += axis.step;
-            }
         }
         return next;
     }
@@ -129,9 +126,8 @@ int c_CalibrationImages::findBases(Position point, bool includeInterpolated, Axi
         ResultType next = ResultError;
         ResultType previous = ResultError;
         if (GetNextImage(point, base.next, base.axis, &next, includeInterpolated) != 0 ||
-            GetPreviousImage(point, base.previous, base.axis, &previous, includeInterpolated) != 0) {
+            GetPreviousImage(point, base.previous, base.axis, &previous, includeInterpolated) != 0)
             return fail("c_CalibrationImages::GetBaseImage problem searching previous/next imagaes");
-        }
         base.note(next == ResultOk, previous == ResultOk);
     }
     return 0;
@@ -143,9 +139,8 @@ std::optional<c_CalibrationImages::ParamType> c_CalibrationImages::chooseAxis(co
                                      : v.cost >= t.cost && e.cost >= t.cost ? &t
                                      : v.cost >= e.cost && t.cost >= e.cost ? &e
                                                                             : nullptr;
-    if (cheapest == nullptr) {
+    if (cheapest == nullptr)
         return std::nullopt;
-    }
     const auto isUnreachable = [](const AxisBase& base) { return base.cost == AxisBase::unreachable; };
     // Beside infinite costs an axis without images can be the cheapest.
     return std::ranges::all_of(bases, isUnreachable) || !cheapest->found ? ParamNone : cheapest->axis;
@@ -154,9 +149,8 @@ std::optional<c_CalibrationImages::ParamType> c_CalibrationImages::chooseAxis(co
 int c_CalibrationImages::GetBaseImages(Position point, Position& next, Position& previous, ParamType* axis,
                                        bool includeInterpolated) {
     AxisBases bases = NearestImages::onAllAxes();
-    if (const int status = findBases(point, includeInterpolated, bases); status != 0) {
+    if (const int status = findBases(point, includeInterpolated, bases); status != 0)
         return status;
-    }
     const std::optional<ParamType> chosen = chooseAxis(bases);
     *axis = chosen.value_or(*axis);
     if (chosen && *chosen != ParamNone) {
@@ -169,17 +163,15 @@ int c_CalibrationImages::GetBaseImages(Position point, Position& next, Position&
 int c_CalibrationImages::GetLinearInterpolatedImage1D(Position point, bool* done, bool includeInterpolated) {
     *done = false;
     AxisBases bases = NearestImages::onAllAxes();
-    if (findBases(point, includeInterpolated, bases) != 0) {
+    if (findBases(point, includeInterpolated, bases) != 0)
         return fail("c_CalibrationImages::GetLinearInterpolatedImage1D getting next/previous image failed");
-    }
     return interpolate(point, bases, done);
 }
 
 int c_CalibrationImages::interpolate(Position point, const AxisBases& bases, bool* done) {
     const ParamType axis = chooseAxis(bases).value_or(ParamNone);
-    if (axis == ParamNone) {
+    if (axis == ParamNone)
         return 0;
-    }
     if (CombineLinear1D(bases[axis].next, bases[axis].previous, point, axis) != 0) {
         return fail(
             "c_CalibrationImages::GetLinearInterpolatedImage1D error counting linear combination of images");
@@ -190,9 +182,8 @@ int c_CalibrationImages::interpolate(Position point, const AxisBases& bases, boo
 
 int c_CalibrationImages::CombineLinear1D(Position next, Position previous, Position point, ParamType axis) {
     int status = 0;
-    if (axis != ParamV && axis != ParamT && axis != ParamE) {
+    if (axis != ParamV && axis != ParamT && axis != ParamE)
         status = fail("c_CalibrationImages::CombineLinear1D setting vector type step error");
-    }
     const AICImage& a = next->Image;
     const AICImage& b = previous->Image;
     if (a.empty() || b.empty() || a.pixels().size() < b.pixels().size()) {
@@ -217,9 +208,8 @@ int c_CalibrationImages::GenerateInterpolatedImages() {
     default:
         writeLog("c_CalibrationImages::GenerateInterpolatedImages interpolation mismatch");
     }
-    if (status != 0) {
+    if (status != 0)
         writeLog("c_CalibrationImages::GenerateInterpolatedImages error runing interpolation");
-    }
     return status;
 }
 

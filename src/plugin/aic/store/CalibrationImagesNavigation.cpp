@@ -35,9 +35,8 @@ int c_CalibrationImages::GetCurrentImage(Position& found, ResultType* result) {
 
 int c_CalibrationImages::GetNextImage(Position& found, ResultType* result, bool includeEmpty) {
     *result = ResultNoNext;
-    if (Current == Images.end()) {
+    if (Current == Images.end())
         return 0;
-    }
     const auto next = std::find_if(Current + 1, Images.end(), [&](const ImageContainer& point) {
         return includeEmpty || hasImage(point);
     });
@@ -101,18 +100,16 @@ bool c_CalibrationImages::findOnLine(Position start, std::ptrdiff_t stride, Para
     const auto count = static_cast<std::ptrdiff_t>(Images.size());
     std::ptrdiff_t place = start - Images.begin() + stride;
     while (0 <= place && place < count &&
-           !isBase(Images[static_cast<std::size_t>(place)], includeInterpolated)) {
+           !isBase(Images[static_cast<std::size_t>(place)], includeInterpolated))
         place += stride;
-    }
     return isOnLine(start, place, axis, found);
 }
 
 bool c_CalibrationImages::isOnLine(Position start, std::ptrdiff_t place, ParamType axis, Position& found) {
     const bool inside = 0 <= place && place < static_cast<std::ptrdiff_t>(Images.size());
     if (!inside || start == Images.end() ||
-        !onSameLine(*start, Images[static_cast<std::size_t>(place)], axis)) {
+        !onSameLine(*start, Images[static_cast<std::size_t>(place)], axis))
         return false;
-    }
     found = Images.begin() + place;
     return true;
 }

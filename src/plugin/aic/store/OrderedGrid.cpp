@@ -20,13 +20,11 @@ float* allocate(std::size_t count) {
     const std::size_t alignment = count * sizeof(float) < largePage ? cacheLine : largePage;
     const std::size_t size = (count * sizeof(float) + alignment - 1) / alignment * alignment;
     void* const memory = std::aligned_alloc(alignment, size);
-    if (memory == nullptr) {
+    if (memory == nullptr)
         throw std::bad_alloc();
-    }
 #if defined(__linux__)
-    if (alignment == largePage) {
+    if (alignment == largePage)
         madvise(memory, size, MADV_HUGEPAGE);
-    }
 #endif
     return static_cast<float*>(memory);
 }
@@ -45,9 +43,8 @@ OrderedGrid::OrderedGrid(const TileOrder& order, const c_CalibrationImages& stor
     keepsAll = order.rowSize() <= mostPadding * static_cast<std::size_t>(order.cols);
     const std::size_t size = (keepsAll ? count : TilePass::maxCandidates) * order.size();
     pixels.reset(allocate(size));
-    if (order.rowSize() != static_cast<std::size_t>(order.cols)) {
+    if (order.rowSize() != static_cast<std::size_t>(order.cols))
         std::ranges::fill(std::span(pixels.get(), size), 1.0f);
-    }
     std::size_t next = 0;
     for (std::size_t i = 0; i < store.Images.size(); ++i) {
         if (hasImage(store.Images[i])) {
@@ -61,9 +58,8 @@ OrderedGrid::OrderedGrid(const TileOrder& order, const c_CalibrationImages& stor
 
 OrderedImage OrderedGrid::image(std::size_t index, std::size_t slot) {
     float* const place = &pixels[keepsAll ? places[index] : slot * tileOrder.size()];
-    if (!keepsAll) {
+    if (!keepsAll)
         arrange(images->Images[index].Image.pixels(), place);
-    }
     return {place, static_cast<std::ptrdiff_t>(tileOrder.rowSize()), magnitudes[index]};
 }
 

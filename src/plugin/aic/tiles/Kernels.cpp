@@ -14,12 +14,10 @@ std::span<const Kernels* const> runnableKernels() {
         std::vector<const Kernels*> found;
 #if defined(__x86_64__)
         if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512vl") &&
-            __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512bw")) {
+            __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512bw"))
             found.push_back(&avx512Kernels);
-        }
-        if (__builtin_cpu_supports("avx2")) {
+        if (__builtin_cpu_supports("avx2"))
             found.push_back(&avx2Kernels);
-        }
 #endif
         found.push_back(&baselineKernels);
         return found;
@@ -32,9 +30,8 @@ const Kernels& bestKernels() {
 }
 
 const Kernels& narrowedKernels(const Kernels& kernels, int lanes) {
-    if (kernels.lanes <= lanes) {
+    if (kernels.lanes <= lanes)
         return kernels;
-    }
     return **std::ranges::find_if(runnableKernels(),
                                   [&](const Kernels* runnable) { return runnable->lanes <= lanes; });
 }

@@ -49,9 +49,8 @@ inline Floats all(float value) {
 // Each double rounded to a float and back. The compilers' own conversions take a detour through memory.
 inline Doubles roundedToFloat(Doubles values) {
 #if defined(OMBREL_LANES) || !defined(__x86_64__)
-    for (int i = 0; i < laneCount / 2; ++i) {
+    for (int i = 0; i < laneCount / 2; ++i)
         values[i] = static_cast<double>(static_cast<float>(values[i]));
-    }
     return values;
 #elif defined(__AVX512F__)
     // The forms with a mask, since the plain ones start from a register without a value, which g++ 12

@@ -44,23 +44,19 @@ struct OutlierRule {
 namespace {
 
 inline void multiply(float* pixels, const float* factors, std::size_t count) {
-    for (std::size_t i = 0; i < count; ++i) {
+    for (std::size_t i = 0; i < count; ++i)
         pixels[i] *= factors[i];
-    }
 }
 
 inline void scale(float* pixels, float factor, std::size_t count) {
-    for (std::size_t i = 0; i < count; ++i) {
+    for (std::size_t i = 0; i < count; ++i)
         pixels[i] *= factor;
-    }
 }
 
 inline void divide(const float* dividends, const float* divisors, float* quotients, PixelBlock block) {
-    for (std::size_t y = 0; y < block.rows; ++y) {
-        for (std::size_t i = y * block.rowDistance; i < y * block.rowDistance + block.cols; ++i) {
+    for (std::size_t y = 0; y < block.rows; ++y)
+        for (std::size_t i = y * block.rowDistance; i < y * block.rowDistance + block.cols; ++i)
             quotients[i] = dividends[i] / divisors[i];
-        }
-    }
 }
 
 inline void clip(float* pixels, float low, float high, std::size_t count) {

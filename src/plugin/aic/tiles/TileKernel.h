@@ -48,13 +48,12 @@ public:
             const int filtered = divided - lag;
             const bool divides = divided < dividedRows;
             const bool filters = filtered >= half && filtered < filterEnd;
-            if (divides && filters) {
+            if (divides && filters)
                 row<true, true>(divided);
-            } else if (divides) {
+            else if (divides)
                 row<true, false>(divided);
-            } else if (filters) {
+            else if (filters)
                 row<false, true>(divided);
-            }
             // A row later than it was divided: by then its pixels have left the processor's store buffer.
             copyNeighbourColumns(ring[1]);
             if (--rowsToTile == 0) {
@@ -85,9 +84,8 @@ private:
 
     void rotateRing() {
         float* const oldest = ring[ringRows - 1];
-        for (int i = ringRows - 1; i > 0; --i) {
+        for (int i = ringRows - 1; i > 0; --i)
             ring[i] = ring[i - 1];
-        }
         ring[0] = oldest;
     }
 
@@ -96,18 +94,15 @@ private:
         Row start;
         if constexpr (Divides) {
             start.frame = pass.frame + divided * pass.rowSize;
-            for (int c = 0; c < Candidates; ++c) {
+            for (int c = 0; c < Candidates; ++c)
                 start.images[c] = pass.images[c] + divided * pass.imageRowSize;
-            }
-            for (int m = 0; m < Masks; ++m) {
+            for (int m = 0; m < Masks; ++m)
                 start.masks[m] = pass.maskRows[m][divided];
-            }
         }
         start.inside = pass.inside;
         start.quotients = ring[0];
-        for (int i = 0; i < 2 * half + 1; ++i) {
+        for (int i = 0; i < 2 * half + 1; ++i)
             start.window[i] = ring[lag + half - i];
-        }
         start.totals = totals;
         std::ptrdiff_t lane = 0; // in the group
         for (std::ptrdiff_t v = 0; v < vectors; ++v) {
@@ -123,18 +118,15 @@ private:
     void advance(Row& row, std::ptrdiff_t distance) const {
         if constexpr (Divides) {
             row.frame += distance;
-            for (const float*& image : row.images) {
+            for (const float*& image : row.images)
                 image += distance;
-            }
-            for (int m = 0; m < Masks; ++m) {
+            for (int m = 0; m < Masks; ++m)
                 row.masks[m] += distance;
-            }
         }
         row.inside += distance;
         row.quotients += vectorSize;
-        for (const float*& windowRow : row.window) {
+        for (const float*& windowRow : row.window)
             windowRow += vectorSize;
-        }
         row.totals += 2 * Candidates;
     }
 
@@ -147,24 +139,21 @@ private:
             for (std::ptrdiff_t i = begin * step; i < end * step; i += step, at += column) {
                 if constexpr (Divides) {
                     const Floats dividend = load(row.frame + at);
-                    for (int c = 0; c < Candidates; ++c) {
+                    for (int c = 0; c < Candidates; ++c)
                         __builtin_prefetch(row.images[c] + at + prefetchDistance);
-                    }
                     for (int c = 0; c < Candidates; ++c) {
                         Floats quotient = dividend / load(row.images[c] + at);
-                        for (int m = 0; m < Masks; ++m) {
+                        for (int m = 0; m < Masks; ++m)
                             quotient *= load(row.masks[m] + at);
-                        }
                         store(row.quotients + i + c * laneCount, quotient);
                     }
                 }
                 if constexpr (Filters) {
                     for (int c = 0; c < Candidates; ++c) {
                         Floats value = taps.template at<step>(row.window, i + c * laneCount);
-                        if constexpr (position.atEdge) {
+                        if constexpr (position.atEdge)
                             value = reinterpret_cast<Floats>(reinterpret_cast<Ints>(value) &
                                                              *reinterpret_cast<const Ints*>(row.inside + at));
-                        }
                         even[c] += Taps::even(value);
                         odd[c] += Taps::odd(value);
                     }
@@ -210,9 +199,8 @@ private:
     }
 
     void clearTotals() const {
-        for (std::ptrdiff_t i = 0; i < 2 * vectors * Candidates; ++i) {
+        for (std::ptrdiff_t i = 0; i < 2 * vectors * Candidates; ++i)
             totals[i] = Doubles{};
-        }
     }
 
     const TilePass& pass;
@@ -227,11 +215,10 @@ private:
 
 template <class Taps, int Masks>
 void runTileKernel(const TilePass& pass) {
-    if (pass.candidates == 1) {
+    if (pass.candidates == 1)
         TileKernel<Taps, 1, Masks>(pass).run();
-    } else {
+    else
         TileKernel<Taps, 2, Masks>(pass).run();
-    }
 }
 
 inline void sumTiles(const TilePass& pass) {

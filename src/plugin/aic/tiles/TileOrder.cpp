@@ -62,9 +62,8 @@ void TileOrder::arrangeRow(const float* pixels, float* ordered) const {
     for (int t = 0; t < squareTiles; t += 4) {
         const float* const from = pixels + static_cast<std::size_t>(t) * side;
         float* const to = ordered + place(t * tile);
-        for (int x = 0; x < squarePixels; x += 4) {
+        for (int x = 0; x < squarePixels; x += 4)
             transpose(from + x, side, to + x * groupTiles, static_cast<std::size_t>(groupTiles));
-        }
         for (int x = squarePixels; x < tile; ++x) {
             for (int i = 0; i < 4; ++i) {
                 to[x * groupTiles + i] =
@@ -74,8 +73,7 @@ void TileOrder::arrangeRow(const float* pixels, float* ordered) const {
     }
     for (int first = squareTiles * tile; first < cols; first += tile) {
         float* to = ordered + place(first);
-        for (int x = first; x < std::min(first + tile, cols); ++x, to += groupTiles) {
+        for (int x = first; x < std::min(first + tile, cols); ++x, to += groupTiles)
             *to = pixels[x];
-        }
     }
 }

@@ -26,9 +26,8 @@ struct ConvertedValues {
     template <int First>
     static Doubles everySecond(Floats x) {
         Doubles values;
-        for (int i = 0; i < laneCount / 2; ++i) {
+        for (int i = 0; i < laneCount / 2; ++i)
             values[i] = __builtin_fabs(static_cast<double>(x[2 * i + First]));
-        }
         return values;
     }
     static Doubles even(Floats x) { return everySecond<0>(x); }
@@ -70,11 +69,9 @@ struct SquareTaps : ConvertedValues {
     Floats at(const float* const* rows, std::ptrdiff_t i) const {
         constexpr int side = 2 * Half + 1;
         Floats sum = {};
-        for (int x = 0; x < side; ++x) {
-            for (int y = 0; y < side; ++y) {
+        for (int x = 0; x < side; ++x)
+            for (int y = 0; y < side; ++y)
                 sum += load(rows[y] + i + (x - Half) * Step) * taps[x * side + y];
-            }
-        }
         return sum;
     }
     const float* taps;

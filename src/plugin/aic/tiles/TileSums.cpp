@@ -23,17 +23,15 @@ MaskRows::MaskRows(const TileOrder& order, std::span<const AICImage* const> mask
             factors.resize(factors.size() + order.rowSize(), 0.0f);
             order.arrangeRow(row.data(), &factors[offsets.back()]);
             binary = binary && std::ranges::all_of(row, [](float f) { return f == 0 || f == 1; });
-            for (const float factor : row) {
+            for (const float factor : row)
                 largest = std::isnan(largest) || largest > std::fabs(factor) ? largest : std::fabs(factor);
-            }
             above = row;
         } else {
             offsets.push_back(offsets.back());
         }
     }
-    for (const std::size_t offset : offsets) {
+    for (const std::size_t offset : offsets)
         starts.push_back(factors.data() + offset);
-    }
 }
 
 namespace {
@@ -48,9 +46,8 @@ std::vector<const AICImage*> present(std::initializer_list<const AICImage*> mask
 // A row in tile order: all bits where the filter's window lies inside the image, none elsewhere.
 AlignedVector<std::int32_t> insideColumns(const TileOrder& order, int half) {
     AlignedVector<std::int32_t> inside(order.rowSize(), 0);
-    for (int x = half; x < order.cols - half; ++x) {
+    for (int x = half; x < order.cols - half; ++x)
         inside[order.place(x)] = -1;
-    }
     return inside;
 }
 
@@ -91,9 +88,8 @@ void TileSums::sum(std::span<const OrderedImage> images, std::span<float* const>
         run(images, sums, true);
         return;
     }
-    for (std::size_t i = 0; i < images.size(); ++i) {
+    for (std::size_t i = 0; i < images.size(); ++i)
         run(images.subspan(i, 1), sums.subspan(i, 1), staysFinite(images[i]));
-    }
 }
 
 void TileSums::sumFrame(float* sums) {
@@ -103,9 +99,8 @@ void TileSums::sumFrame(float* sums) {
 }
 
 bool TileSums::staysFinite(const OrderedImage& image) const {
-    if (frameMagnitudes.highest >= infinityBits || image.magnitudes.highest > infinityBits) {
+    if (frameMagnitudes.highest >= infinityBits || image.magnitudes.highest > infinityBits)
         return false;
-    }
     const double brightest = std::bit_cast<float>(frameMagnitudes.highest);
     const double darkest = std::bit_cast<float>(image.magnitudes.lowest);
     // Masks multiply one after the other: what the first takes beyond all numbers, a 0 of the second makes
@@ -161,9 +156,8 @@ const float* TileSums::orderedFrame(bool masked) {
         for (std::size_t y = 0; y < static_cast<std::size_t>(tileOrder.rows); ++y) {
             const std::span<float> row = std::span(ordered.pixels).subspan(y * rowSize, rowSize);
             tileOrder.arrangeRow(&frame[y * static_cast<std::size_t>(tileOrder.cols)], row.data());
-            if (masked) {
+            if (masked)
                 loops.multiply(row.data(), productRows.rows()[y], rowSize);
-            }
         }
         ordered.current = true;
     }

@@ -227,11 +227,13 @@ private:
 
     void forgetWaiting() {
         for (std::size_t y = 0; y < frame.height; ++y)
-            front.visit(y, [&](std::size_t x) {
-                unsigned char& code = mask[y * frame.width + x];
-                code = code == MASK_WAITING ? static_cast<unsigned char>(MASK_BAD) : code;
-                return false;
-            });
+            front.visit(
+                y,
+                [&](std::size_t x) {
+                    unsigned char& code = mask[y * frame.width + x];
+                    code = code == MASK_WAITING ? static_cast<unsigned char>(MASK_BAD) : code;
+                    return false;
+                });
     }
 
     static FillFront::Place placeAt(std::size_t x, std::size_t y) {
