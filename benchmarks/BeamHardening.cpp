@@ -91,10 +91,10 @@ void compareAt(zt::u32 side) {
     OpenCvThickness peer(images, plain.thickness);
     const cv::Mat input(rows, rows, CV_64F, frame->pixels<double>().data());
     std::vector<double> out(frame->size());
-    PluginOmbrel::MaskTables tables;
+    PluginOmbrel::ThicknessTables tables;
     for (std::size_t k = 0; k < maskCount; ++k)
         tables.add(plain.masks[k], plain.thickness[k]);
-    PluginOmbrel::MaskOrder order;
+    PluginOmbrel::ThicknessOrder order;
     order.find(tables, frame->size());
     const FramePtr walked(static_cast<Frame*>(frame->clone()));
 

@@ -30,11 +30,11 @@ SampleFilters::SampleFilters()
 void SampleFilters::fillFlatField(zt::IDataFilter& filter) {
     const char* const name = "<Multiple files>";
     host.frames().defineFrame(name, evenFrame(100));
-    ombrel::privateInterface<IFFFilter>(filter, flatFieldObject).loadCoefficientsFromFile(name, false);
+    ombrel::filterInterface<IFFFilter>(filter, flatFieldObject).loadCoefficientsFromFile(name, false);
 }
 
 void SampleFilters::fillBeamHardening(zt::IDataFilter& filter) {
-    auto& masks = ombrel::privateInterface<IBHFilter>(filter, beamHardeningObject);
+    auto& masks = ombrel::filterInterface<IBHFilter>(filter, beamHardeningObject);
     for (const double thickness : {0.5, 1.0, 2.0, 4.0, 0.0}) {
         host.frames().defineFrame("mask", evenFrame(1e4 * std::exp(-thickness)));
         masks.addMaskFromFile("mask", thickness, thickness == 0 ? 2.5 : 5);

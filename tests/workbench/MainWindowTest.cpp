@@ -1,7 +1,7 @@
 // The whole window on the loaded plug-in, driven by keys and the mouse.
 #include "fixtures/FileText.h"
 #include "fixtures/ModalUser.h"
-#include "model/Memory.h"
+#include "model/RecentState.h"
 #include "properties/QParamsBrowser.h"
 #include "workbench/WorkbenchFixture.h"
 
@@ -323,7 +323,7 @@ TEST_F(MainWindowTest, TheDemoShowsACorrectionThatWorks) {
     action("Open the demo data")->trigger();
     ASSERT_TRUE(waitFor([&] { return model().facts().frames > 2; }));
     EXPECT_EQ(model().chain().links.size(), 1U);
-    EXPECT_EQ(Memory().chainFor(QString::fromStdString(own)).size(), 2U);
+    EXPECT_EQ(RecentState().chainFor(QString::fromStdString(own)).size(), 2U);
 }
 
 TEST_F(MainWindowTest, TheLookIsRemembered) {

@@ -3,8 +3,8 @@
 #include "model/BatchOptions.h"
 #include "model/Image.h"
 #include "panes/CurvePlot.h"
-#include "panes/FiguresPane.h"
 #include "panes/PaneMap.h"
+#include "panes/StatisticsPane.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

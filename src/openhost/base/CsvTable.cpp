@@ -58,11 +58,11 @@ std::optional<std::vector<std::string>> splitCsvLine(std::string_view line) {
     }
 }
 
-void LineProblems::add(std::size_t line, const std::string& problem) {
+void ParseErrors::add(std::size_t line, const std::string& problem) {
     texts.push_back("line " + std::to_string(line) + ": " + problem);
 }
 
-void LineProblems::throwIfAny() const {
+void ParseErrors::throwIfAny() const {
     constexpr std::size_t mostListed = 20;
     if (texts.empty())
         return;

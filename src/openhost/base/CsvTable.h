@@ -14,9 +14,9 @@ namespace ombrel {
 std::optional<std::vector<std::string>> splitCsvLine(std::string_view line);
 
 // What is wrong with a text file, gathered so that its author can mend it in one go.
-class LineProblems {
+class ParseErrors {
 public:
-    explicit LineProblems(std::string filePath) : path(std::move(filePath)) {}
+    explicit ParseErrors(std::string filePath) : path(std::move(filePath)) {}
 
     // Lines are counted from 1.
     void add(std::size_t line, const std::string& problem);

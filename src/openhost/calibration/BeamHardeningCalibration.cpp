@@ -149,7 +149,7 @@ void calibrateBeamHardening(const BeamHardeningOptions& options, Console& consol
     console.warning(all.unusedDarks());
     Session session(console, options.plugin, {1, all.width(), all.height()});
     FilterLink link = session.makeLink("Beam-hardening");
-    IBHFilter& filter = privateInterface<IBHFilter>(link.filter(), beamHardeningObject);
+    IBHFilter& filter = filterInterface<IBHFilter>(link.filter(), beamHardeningObject);
     filter.setInterpolateBadPixelsEnabled(!options.noInterpolation);
     filter.setUseZeroPixelsAsBad(options.zeroAsBad);
     addMasks(session, filter, masks, options.acqTime, console);

@@ -115,7 +115,7 @@ private:
         rows.push_back(std::move(row));
     }
 
-    LineProblems problems;
+    ParseErrors problems;
     std::filesystem::path folder;
     std::optional<Columns> columns;
     std::vector<GridRow> rows;
@@ -182,7 +182,7 @@ std::vector<double> divided(std::vector<double> sum, zt::u32 count) {
 
 CalibrationGridFlats::CalibrationGridFlats(const std::string& tablePath, std::vector<GridRow> tableRows)
     : all(std::move(tableRows)) {
-    LineProblems problems(tablePath);
+    ParseErrors problems(tablePath);
     for (const GridRow& row : all) {
         try {
             const FrameFileInfo info = FrameFile::open(row.file, FrameRole::Flat)->info();

@@ -147,7 +147,7 @@ void setSwitches(const FlatFieldOptions& options, IFFFilter& filter) {
 }
 
 void writeOutputs(Session& session, FilterLink& link, const FlatFieldOptions& options) {
-    IFFFilter& filter = privateInterface<IFFFilter>(link.filter(), flatFieldObject);
+    IFFFilter& filter = filterInterface<IFFFilter>(link.filter(), flatFieldObject);
     const auto store = session.host().openSettings(options.output);
     link.filter().saveToSettings(store.get());
     // A table brings its own size, whatever was said of the frames.
@@ -189,7 +189,7 @@ void calibrateFlatField(const FlatFieldOptions& options, Console& console) {
     }
     Session session(console, options.plugin, {1, size.width, size.height});
     FilterLink link = session.makeLink("Flat-Field");
-    IFFFilter& filter = privateInterface<IFFFilter>(link.filter(), flatFieldObject);
+    IFFFilter& filter = filterInterface<IFFFilter>(link.filter(), flatFieldObject);
     setSwitches(options, filter);
     if (!stack)
         loadFromFiles(session, options.inputs.front(), filter);

@@ -20,7 +20,7 @@ double numberOf(const QJsonObject& json, const QString& key) {
     return json.value(key).toDouble(notANumber);
 }
 
-QJsonObject toJson(const FrameFigures& figures) {
+QJsonObject toJson(const FrameStatistics& figures) {
     QJsonObject json;
     insertNumber(json, "mean", figures.mean);
     insertNumber(json, "spread", figures.spread);
@@ -29,7 +29,7 @@ QJsonObject toJson(const FrameFigures& figures) {
     return json;
 }
 
-FrameFigures figuresFromJson(const QJsonObject& json) {
+FrameStatistics figuresFromJson(const QJsonObject& json) {
     return {numberOf(json, "mean"), numberOf(json, "spread"),
             static_cast<zt::u64>(json.value("zero_pixels").toInteger()),
             static_cast<zt::u64>(json.value("not_finite").toInteger())};
@@ -87,9 +87,9 @@ FrameRow frameRowFromJson(const QJsonObject& json) {
     row.output = figuresFromJson(json.value("output").toObject());
     row.seconds = json.value("seconds").toDouble();
     if (json.contains("grid"))
-        row.choice = GridChoice{pointFromJson(json.value("grid").toObject()),
-                                pointFromJson(json.value("grid_next").toObject()),
-                                json.value("grid_ambiguous").toBool()};
+        row.choice = SelectedFlatField{pointFromJson(json.value("grid").toObject()),
+                                       pointFromJson(json.value("grid_next").toObject()),
+                                       json.value("grid_ambiguous").toBool()};
     return row;
 }
 

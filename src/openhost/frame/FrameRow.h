@@ -19,7 +19,7 @@ struct ScoredPoint {
 };
 
 // What a search of the adaptive filter chose, and what came next to it.
-struct GridChoice {
+struct SelectedFlatField {
     ScoredPoint best;
     ScoredPoint next;       // NaN throughout where there was only one candidate
     bool ambiguous = false; // both values are equal as the filter prints them
@@ -31,10 +31,10 @@ struct FrameRow {
     std::string reason;     // why it failed, in one line
     zt::u64 inputHash = 0;  // of the pixels as they were read; 0 when they could not be
     zt::u64 outputHash = 0; // of the pixels as they are stored; 0 when it failed
-    FrameFigures input;
-    FrameFigures output;
-    double seconds = 0;               // that the chain took
-    std::optional<GridChoice> choice; // of the adaptive filter, where one is in the chain
+    FrameStatistics input;
+    FrameStatistics output;
+    double seconds = 0;                      // that the chain took
+    std::optional<SelectedFlatField> choice; // of the adaptive filter, where one is in the chain
 };
 
 // A row as JSON: hashes as hexadecimal digits, and no key for what there is not (a number that is none, the

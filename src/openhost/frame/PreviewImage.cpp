@@ -67,7 +67,7 @@ QImage greyImage(std::span<const double> pixels, zt::u32 width, const ScaleLimit
     return image;
 }
 
-QImage besideEachOther(const QImage& left, const QImage& right) {
+QImage sideBySide(const QImage& left, const QImage& right) {
     const int side = std::max({left.width(), left.height(), 1});
     const int factor = std::max(1, (wantedSide + side - 1) / side);
     QImage both(factor * (left.width() + right.width()) + pictureGap,
@@ -168,8 +168,8 @@ PreviewFolder::PreviewFolder(const std::string& folderPath) : folder(folderPath)
 
 void PreviewFolder::write(zt::u64 frame, std::span<const double> raw, std::span<const double> corrected,
                           zt::u32 width) const {
-    const QImage picture = besideEachOther(greyImage(raw, width, robustLimits(raw)),
-                                           greyImage(corrected, width, robustLimits(corrected)));
+    const QImage picture = sideBySide(greyImage(raw, width, robustLimits(raw)),
+                                      greyImage(corrected, width, robustLimits(corrected)));
     writePng(picture, (folder / nameOf(frame)).string());
 }
 

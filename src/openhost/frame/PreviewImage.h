@@ -28,7 +28,7 @@ ScaleLimits robustLimits(std::span<const double> pixels);
 QImage greyImage(std::span<const double> pixels, zt::u32 width, const ScaleLimits& limits);
 
 // Two pictures side by side with a gap, small ones enlarged by a whole factor.
-QImage besideEachOther(const QImage& left, const QImage& right);
+QImage sideBySide(const QImage& left, const QImage& right);
 
 // Replaces the file by the picture, in one step. Throws Error.
 void writePng(const QImage& picture, const std::string& path);

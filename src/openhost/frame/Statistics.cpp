@@ -113,10 +113,10 @@ double firstFinite(std::span<const T> pixels) {
 }
 
 template <typename T>
-FrameFigures figures(std::span<const T> pixels) {
+FrameStatistics figures(std::span<const T> pixels) {
     const double origin = firstFinite(pixels);
     const auto [even, odd] = sumsOf(pixels, origin);
-    FrameFigures result;
+    FrameStatistics result;
     result.zeroPixels = static_cast<zt::u64>(total(even.zeros + odd.zeros));
     result.notFinite = static_cast<zt::u64>(total(even.notFinite + odd.notFinite));
     if (result.notFinite == pixels.size()) {
@@ -134,7 +134,7 @@ FrameFigures figures(std::span<const T> pixels) {
 
 } // namespace
 
-FrameFigures figuresOf(const Frame& frame) {
+FrameStatistics figuresOf(const Frame& frame) {
     return withPixelType(
         frame.frameDataType(), [&](auto pixel) { return figures(frame.pixels<decltype(pixel)>()); });
 }

@@ -11,14 +11,14 @@ namespace ombrel {
 class Frame;
 
 // What a frame looks like as a whole.
-struct FrameFigures {
+struct FrameStatistics {
     double mean = 0;        // of the finite pixels; NaN when there are none
     double spread = 0;      // their standard deviation over their mean; NaN without pixels or for a mean of 0
     zt::u64 zeroPixels = 0; // of value 0
     zt::u64 notFinite = 0;  // NaN or infinite
 };
 
-FrameFigures figuresOf(const Frame& frame);
+FrameStatistics figuresOf(const Frame& frame);
 
 // A rectangle of pixels.
 struct Region {

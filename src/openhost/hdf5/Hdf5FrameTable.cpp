@@ -22,11 +22,11 @@ void storeReason(const std::string& reason, char (&text)[StoredFrameRow::reasonB
     std::memcpy(text, reason.data(), length);
 }
 
-StoredFrameRow::Figures stored(const FrameFigures& figures) {
+StoredFrameRow::Figures stored(const FrameStatistics& figures) {
     return {figures.mean, figures.spread, figures.zeroPixels, figures.notFinite};
 }
 
-FrameFigures figuresOf(const StoredFrameRow::Figures& figures) {
+FrameStatistics figuresOf(const StoredFrameRow::Figures& figures) {
     return {figures.mean, figures.spread, figures.zeroPixels, figures.notFinite};
 }
 
@@ -98,9 +98,9 @@ FrameRow frameRow(const StoredFrameRow& stored) {
     row.output = figuresOf(stored.output);
     row.seconds = stored.seconds;
     if (!std::isnan(stored.best.value))
-        row.choice = GridChoice{{stored.best.v, stored.best.t, stored.best.e, stored.best.value},
-                                {stored.next.v, stored.next.t, stored.next.e, stored.next.value},
-                                stored.ambiguous != 0};
+        row.choice = SelectedFlatField{{stored.best.v, stored.best.t, stored.best.e, stored.best.value},
+                                       {stored.next.v, stored.next.t, stored.next.e, stored.next.value},
+                                       stored.ambiguous != 0};
     return row;
 }
 

@@ -7,9 +7,9 @@
 #include "frame/PixelType.h"
 #include "hdf5/Hdf5FrameTable.h"
 #include "hdf5/Hdf5Handle.h"
-#include "hdf5/Hdf5Maker.h"
 #include "hdf5/Hdf5Sources.h"
 #include "hdf5/Hdf5Values.h"
+#include "hdf5/Hdf5Writer.h"
 
 #include <algorithm>
 #include <stdexcept>
@@ -120,7 +120,7 @@ Hdf5OutputAddresses makeHdf5Output(const OutputFile& output, const OutputPlan& p
     const Hdf5Session session;
     const hid_t pixel = nativeHdf5Type(plan.pixelType);
     const zt::u64 frameBytes = zt::u64{plan.width} * plan.height * pixelSize(plan.pixelType);
-    Hdf5Maker maker(output.newPath(), output.path(), plan.frames, frameBytes);
+    Hdf5Writer maker(output.newPath(), output.path(), plan.frames, frameBytes);
     Hdf5OutputAddresses addresses;
     // First, where a page begins: a count that lies on two of them could be left half written.
     addresses.framesDone = maker.table(framesDone, H5T_NATIVE_UINT64, {});

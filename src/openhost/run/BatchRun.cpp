@@ -146,7 +146,7 @@ private:
 
     const BatchPlan& plan;
     const BatchListener& listener;
-    LateOutput output;
+    DeferredOutput output;
     zt::u64 firstToStore;
     zt::u64 next;
     BatchResult result;
@@ -158,14 +158,14 @@ BatchResult runBatch(const BatchPlan& plan, const BatchListener& listener) {
     return Batch(plan, listener).run();
 }
 
-LateOutput::LateOutput(const BatchPlan& batch) : plan(batch), made(batch.output) {
+DeferredOutput::DeferredOutput(const BatchPlan& batch) : plan(batch), made(batch.output) {
     if (plan.begun) {
         made = plan.begun->plan;
         output = FrameOutput::resume(*plan.begun);
     }
 }
 
-void LateOutput::append(const Frame* frame, const FrameRow& row) {
+void DeferredOutput::append(const Frame* frame, const FrameRow& row) {
     if (!frame) {
         if (output)
             output->append({}, row);
@@ -181,7 +181,7 @@ void LateOutput::append(const Frame* frame, const FrameRow& row) {
     output->append(frame->bytes(), row);
 }
 
-void LateOutput::make(const Frame& first) {
+void DeferredOutput::make(const Frame& first) {
     made.width = first.width();
     made.height = first.height();
     made.frames = plan.end - plan.begin;
@@ -190,7 +190,7 @@ void LateOutput::make(const Frame& first) {
         output->append({}, row);
 }
 
-void LateOutput::finish() {
+void DeferredOutput::finish() {
     if (output)
         output->finish();
 }

@@ -32,7 +32,7 @@ struct BatchPlan {
     // first, and there must be one worker.
     bool remembers = false;
     // What the worker's adaptive filter chose for the frame that it has just corrected; may be empty.
-    std::function<std::optional<GridChoice>(std::size_t worker, zt::u64 frame)> choice;
+    std::function<std::optional<SelectedFlatField>(std::size_t worker, zt::u64 frame)> choice;
 };
 
 // What the walk tells as it goes, for one frame after the other, in order, by its index in the stack. Each of
@@ -61,9 +61,9 @@ BatchResult runBatch(const BatchPlan& plan, const BatchListener& listener);
 
 // The output of a batch: made at the first good frame, when its size is known, or opened where it was cut
 // off. What failed before the first good frame is written then.
-class LateOutput {
+class DeferredOutput {
 public:
-    explicit LateOutput(const BatchPlan& batch);
+    explicit DeferredOutput(const BatchPlan& batch);
 
     // The frame in the output's pixel type; null when it failed. Throws Error.
     void append(const Frame* frame, const FrameRow& row);

@@ -109,7 +109,7 @@ bool setsAWrite(const std::string& assignment) {
 }
 
 SettingsSource sourceOf(const RunOptions& options, const Device& device, std::size_t link,
-                        ChoiceLogs* choices, std::size_t worker) {
+                        SelectionLogs* choices, std::size_t worker) {
     SettingsSource source = settingsOf(options, link);
     source.change = [=, &options, &device, path = source.path](Settings& settings) {
         const std::string wrong = misfit(settings.contents(), path, device.width(), device.height());
@@ -126,7 +126,7 @@ SettingsSource sourceOf(const RunOptions& options, const Device& device, std::si
 }
 
 // All settings are loaded before the first parameter is set.
-Chain makeChain(Session& session, const RunOptions& options, ChoiceLogs* choices, std::size_t worker) {
+Chain makeChain(Session& session, const RunOptions& options, SelectionLogs* choices, std::size_t worker) {
     Chain chain;
     for (std::size_t i = 0; i < options.filters.size(); ++i) {
         FilterLink& link = chain.add(session.makeLink(FilterOption(options.filters[i]).name));
@@ -151,7 +151,7 @@ Chain makeChain(Session& session, const RunOptions& options, ChoiceLogs* choices
 bool remembers(FilterLink& link) {
     if (link.name() != "Beam-hardening")
         return false;
-    auto& filter = privateInterface<IBHFilter>(link.filter(), beamHardeningObject);
+    auto& filter = filterInterface<IBHFilter>(link.filter(), beamHardeningObject);
     return filter.isUseZeroPixelsAsBadEnabled() && filter.isInterpolateBadPixelsEnabled();
 }
 
@@ -203,7 +203,7 @@ std::vector<std::string> warningsOn(Chain& chain, zt::u8 pixelType) {
     };
     // Links after the first get doubles.
     if (FilterLink& first = chain.links().front(); first.name() == "Flat-Field") {
-        const auto& filter = privateInterface<IFFFilter>(first.filter(), flatFieldObject);
+        const auto& filter = filterInterface<IFFFilter>(first.filter(), flatFieldObject);
         if (filter.interpolateBadAndMaskedPixels() && filter.useZeroPixelsForBadPixels())
             add(unseenZeroPixels(pixelType));
     }
@@ -219,7 +219,7 @@ std::vector<std::string> warningsOn(Chain& chain, zt::u8 pixelType) {
 WorkerChains makeWorkerChains(Session& session, const RunOptions& options, zt::u64 frames, Console& console) {
     WorkerChains workers;
     if (!options.noChoice && std::ranges::count_if(options.filters, choosesGridPoints) == 1)
-        workers.choices = std::make_unique<ChoiceLogs>();
+        workers.choices = std::make_unique<SelectionLogs>();
     const auto addChain = [&] {
         workers.chains.push_back(makeChain(session, options, workers.choices.get(), workers.chains.size()));
     };
@@ -300,7 +300,7 @@ BatchResult RunSetup::run(const BatchListener& listener) {
                    .begun = begun ? &*begun : nullptr,
                    .remembers = workers.remember,
                    .choice = {}};
-    ChoiceLogs* const choices = workers.choices.get();
+    SelectionLogs* const choices = workers.choices.get();
     if (choices)
         plan.choice = [=](std::size_t worker, zt::u64 frame) { return choices->read(worker, frame); };
     const BatchResult result = runBatch(plan, listener);

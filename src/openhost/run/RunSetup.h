@@ -71,9 +71,9 @@ std::optional<OutputState> outputToResume(const std::string& path, const RunReco
 
 // The chains of a run's workers: each has filter instances of its own, loaded by themselves.
 struct WorkerChains {
-    std::vector<Chain> chains;           // at least one
-    bool remember = false;               // a filter's result hangs on the frames before
-    std::unique_ptr<ChoiceLogs> choices; // null where no adaptive filter chooses, or nobody wants to know
+    std::vector<Chain> chains;              // at least one
+    bool remember = false;                  // a filter's result hangs on the frames before
+    std::unique_ptr<SelectionLogs> choices; // null where no adaptive filter chooses, or nobody wants to know
 };
 
 // Says that Flat-Field does not find zero pixels in frames of that type; empty where it does.

@@ -73,7 +73,7 @@ bool isWholeQualityLog(const std::string& text) {
     return text.ends_with("\n\n");
 }
 
-std::optional<GridChoice> choiceOf(const std::vector<QualityValue>& candidates) {
+std::optional<SelectedFlatField> choiceOf(const std::vector<QualityValue>& candidates) {
     const QualityValue* best = nullptr;
     const QualityValue* next = nullptr;
     for (const QualityValue& candidate : candidates) {
@@ -86,7 +86,7 @@ std::optional<GridChoice> choiceOf(const std::vector<QualityValue>& candidates) 
     }
     if (!best)
         return std::nullopt;
-    return GridChoice{scored(best), scored(next), next && next->value == best->value};
+    return SelectedFlatField{scored(best), scored(next), next && next->value == best->value};
 }
 
 namespace {
@@ -96,14 +96,14 @@ constexpr const char* logKey = "LogQualityValuesFile";
 
 } // namespace
 
-void ChoiceLogs::redirect(zt::ISettings& settings, std::size_t worker) {
+void SelectionLogs::redirect(zt::ISettings& settings, std::size_t worker) {
     if (const std::string named = settings.getString(group, logKey, ""); !named.empty())
         userFile = named;
     settings.setString(group, logKey, logs[worker].path().c_str());
 }
 
 // The log is emptied, so that a frame without a search finds nothing.
-std::optional<GridChoice> ChoiceLogs::read(std::size_t worker, zt::u64 frame) {
+std::optional<SelectedFlatField> SelectionLogs::read(std::size_t worker, zt::u64 frame) {
     const auto found = logs.find(worker);
     const std::string text = found == logs.end() ? std::string() : found->second.text();
     if (text.empty())
@@ -123,7 +123,7 @@ std::optional<GridChoice> ChoiceLogs::read(std::size_t worker, zt::u64 frame) {
     return choiceOf(readQualityLog(text));
 }
 
-std::string ChoiceLogs::loss() const {
+std::string SelectionLogs::loss() const {
     if (framesLost == 0)
         return {};
     return "the grid choices of " + std::to_string(framesLost) + (framesLost == 1 ? " frame" : " frames") +
@@ -131,7 +131,7 @@ std::string ChoiceLogs::loss() const {
            ": the filter could not write its log in memory; --no-choice runs without them";
 }
 
-void ChoiceLogs::copyToUserFile() const {
+void SelectionLogs::copyToUserFile() const {
     if (userFile.empty() || lastText.empty())
         return;
     replaceFile(userFile, lastText);

@@ -46,19 +46,19 @@ std::vector<QualityValue> readQualityLog(const std::string& text);
 bool isWholeQualityLog(const std::string& text);
 
 // The candidate with the least value, the earliest of them, and the one next to it; none without candidates.
-std::optional<GridChoice> choiceOf(const std::vector<QualityValue>& candidates);
+std::optional<SelectedFlatField> choiceOf(const std::vector<QualityValue>& candidates);
 
 // What the adaptive filters of a run's workers choose. Only their logs of quality values hold it, so each
 // worker gets a log of its own here. A log that the user named gets what the filter wrote for the last frame,
 // as it would without this.
-class ChoiceLogs {
+class SelectionLogs {
 public:
     // Points the worker's log to here, before its filter gets the settings. Throws Error.
     void redirect(zt::ISettings& settings, std::size_t worker);
     void setUserFile(const std::string& path) { userFile = path; }
 
     // Of the worker's latest frame; nothing when there was no search.
-    std::optional<GridChoice> read(std::size_t worker, zt::u64 frame);
+    std::optional<SelectedFlatField> read(std::size_t worker, zt::u64 frame);
     // Why choices are missing, in one line; empty when all were read.
     std::string loss() const;
     // Throws Error.

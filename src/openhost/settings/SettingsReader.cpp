@@ -75,7 +75,7 @@ private:
     std::unordered_set<std::string> keys;  // of the group that is open
     FileDescriptor file;
     QXmlStreamReader xml;
-    XmlFeed feed;
+    XmlChunkReader feed;
 };
 
 void Reader::fail(Position position, const std::string& text) const {

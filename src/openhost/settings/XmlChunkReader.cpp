@@ -183,7 +183,7 @@ std::size_t XmlMarkup::endOfPart(std::string_view text) {
     return text.size();
 }
 
-const char* XmlFeed::refusal() const {
+const char* XmlChunkReader::refusal() const {
     if (markup.isDocumentType())
         return "a document type or an entity of its own has no place in a settings file";
     if (markup.isTag() && markup.length() > longestXmlTag)
@@ -193,7 +193,7 @@ const char* XmlFeed::refusal() const {
     return fed > mostXmlMarkup ? "a settings file has at most 16 MiB besides its blobs" : nullptr;
 }
 
-bool XmlFeed::feed() {
+bool XmlChunkReader::feed() {
     const std::string_view text = unread();
     if (text.empty())
         return false;
@@ -206,19 +206,19 @@ bool XmlFeed::feed() {
     return true;
 }
 
-std::string_view XmlFeed::nextText() {
+std::string_view XmlChunkReader::nextText() {
     const std::string_view text = unread();
     return text.substr(0, text.find('<'));
 }
 
-void XmlFeed::skip(std::size_t count) {
+void XmlChunkReader::skip(std::size_t count) {
     const auto lines = std::count(buffer.begin() + begin, buffer.begin() + begin + count, '\n');
     reader.addData(QByteArray(lines, '\n'));
     fed += static_cast<std::size_t>(lines);
     begin += count;
 }
 
-std::string_view XmlFeed::unread() {
+std::string_view XmlChunkReader::unread() {
     if (begin == end) {
         const zt::u64 left = file.size() - std::min(offset, file.size());
         begin = 0;

@@ -96,9 +96,10 @@ private:
 // tag it has therefore seen nothing of the text after it, which can then be taken from here without going
 // through the reader: it would keep a text as a whole, in UTF-16, and scans it ten times slower than it can
 // be decoded.
-class XmlFeed {
+class XmlChunkReader {
 public:
-    XmlFeed(const FileDescriptor& xmlFile, QXmlStreamReader& xmlReader) : file(xmlFile), reader(xmlReader) {}
+    XmlChunkReader(const FileDescriptor& xmlFile, QXmlStreamReader& xmlReader)
+        : file(xmlFile), reader(xmlReader) {}
 
     // Gives the reader the next piece. False at the end of the file.
     bool feed();

@@ -23,7 +23,7 @@ hid_t storedType(CountType type) {
 
 StackFile::StackFile(const std::string& path) : file(path) {
     const Hdf5Session session;
-    maker = std::make_unique<Hdf5Maker>(file.newPath(), path, 0, 0);
+    maker = std::make_unique<Hdf5Writer>(file.newPath(), path, 0, 0);
 }
 
 void StackFile::beginStack(const std::string& dataset, const StackShape& shape) {

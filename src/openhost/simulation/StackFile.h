@@ -1,7 +1,7 @@
 #pragma once
 
 #include "base/AtomicFile.h"
-#include "hdf5/Hdf5Maker.h"
+#include "hdf5/Hdf5Writer.h"
 #include "zt/Types.h"
 
 #include <memory>
@@ -38,7 +38,7 @@ private:
     void writePixels(const void* pixels, hid_t memoryType);
 
     AtomicFile file;
-    std::unique_ptr<Hdf5Maker> maker;
+    std::unique_ptr<Hdf5Writer> maker;
     Hdf5Dataset stack;
     StackShape stackShape;
     zt::u32 nextImage = 0;

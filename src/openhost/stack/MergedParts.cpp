@@ -5,9 +5,9 @@
 #include "base/Numbers.h"
 #include "frame/OutputFile.h"
 #include "hdf5/Hdf5FrameTable.h"
-#include "hdf5/Hdf5Maker.h"
 #include "hdf5/Hdf5Output.h"
 #include "hdf5/Hdf5Values.h"
+#include "hdf5/Hdf5Writer.h"
 #include "zt/Types.h"
 
 #include <algorithm>
@@ -16,11 +16,11 @@
 
 namespace ombrel {
 
-void makeHdf5Whole(const OutputPlan& plan, const RunRecord& record,
-                   const std::vector<std::string>& settings) {
+void writeVirtualOutput(const OutputPlan& plan, const RunRecord& record,
+                        const std::vector<std::string>& settings) {
     OutputFile output(plan.path);
     const Hdf5Session session;
-    Hdf5Maker maker(output.newPath(), plan.path, plan.frames, 0);
+    Hdf5Writer maker(output.newPath(), plan.path, plan.frames, 0);
     const zt::u64 framesDone = plan.frames;
     const zt::u8 complete = 1;
     maker.value(outputlayout::framesDone, H5T_NATIVE_UINT64, {}, &framesDone);
@@ -118,7 +118,7 @@ void mergeParts(const std::vector<std::string>& paths, const std::string& whole)
     for (const LinkRecord& link : record.chain)
         if (link.settings)
             settings.push_back(settingsInHdf5Output(parts.front().path, settings.size()));
-    makeHdf5Whole(plan, record, settings);
+    writeVirtualOutput(plan, record, settings);
 }
 
 void checkParts(const std::string& whole, const RunRecord& record) {

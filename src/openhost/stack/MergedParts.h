@@ -10,7 +10,8 @@ namespace ombrel {
 
 // Makes an HDF5 output whose frames and their table are views of the parts that the record names. Replaces
 // the file in one step. `settings` are the bytes of the settings files. Throws Error.
-void makeHdf5Whole(const OutputPlan& plan, const RunRecord& record, const std::vector<std::string>& settings);
+void writeVirtualOutput(const OutputPlan& plan, const RunRecord& record,
+                        const std::vector<std::string>& settings);
 
 // An output of several runs as one: an HDF5 file whose datasets are views of the parts' own, by names
 // relative to it, so that whole and parts can be moved together. What a missing part would hold reads as NaN.

@@ -1,13 +1,13 @@
 #include "aic/AIC.h"
 
-#include "aic/AICWork.h"
+#include "aic/AICScratch.h"
 
 #include <algorithm>
 #include <cmath>
 #include <locale>
 #include <utility>
 
-c_AIC::c_AIC(const Kernels& kernels) : work(std::make_unique<AICWork>(kernels)) {
+c_AIC::c_AIC(const Kernels& kernels) : work(std::make_unique<AICScratch>(kernels)) {
     // Numbers in files have a point, whatever locale the program runs under.
     QualityValuesStream.imbue(std::locale::classic());
 }

@@ -11,7 +11,7 @@
 #include <string_view>
 #include <vector>
 
-struct AICWork;
+struct AICScratch;
 
 // The adaptive engine: divides a frame by each image of a calibration grid and keeps the quotient that is
 // flattest.
@@ -161,5 +161,5 @@ private:
     void note(Search& search, Position point, float value);
     void storeBest(const Search& search, ImageContainer* result) const;
 
-    std::unique_ptr<AICWork> work;
+    std::unique_ptr<AICScratch> work;
 };

@@ -1,5 +1,5 @@
 #include "aic/AIC.h"
-#include "aic/AICWork.h"
+#include "aic/AICScratch.h"
 
 #include <algorithm>
 #include <array>

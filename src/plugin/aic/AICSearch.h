@@ -1,7 +1,7 @@
 #pragma once
 
 #include "aic/AIC.h"
-#include "aic/AICWork.h"
+#include "aic/AICScratch.h"
 
 #include <algorithm>
 #include <optional>

@@ -105,7 +105,7 @@ void DlgBHStg::loadMasks() {
     }
 }
 
-void DlgBHStg::showMask(int row, const BHMask& mask) {
+void DlgBHStg::showMask(int row, const ThicknessMask& mask) {
     auto time = cell(numberText(mask.acqTime));
     // Logarithms of a rate were taken with the time as it was.
     time->setFlags(time->flags().setFlag(Qt::ItemIsEditable, !mask.logarithmed));
@@ -121,7 +121,7 @@ void DlgBHStg::onMaskCellChanged(int row, int col) {
     const auto& masks = filter->masks();
     if (row < 0 || static_cast<std::size_t>(row) >= masks.size())
         return;
-    BHMask& mask = *masks[static_cast<std::size_t>(row)];
+    ThicknessMask& mask = *masks[static_cast<std::size_t>(row)];
     const QVariant value = ui->twMasks->item(row, col)->data(Qt::DisplayRole);
     if (col == COLUMN_NAME)
         mask.name = value.toString().toStdString();

@@ -14,7 +14,7 @@ class Ui_DlgBHStg;
 namespace PluginOmbrel {
 
 class BHFilter;
-class BHMask;
+class ThicknessMask;
 
 // The window in which a user builds the masks of a beam-hardening filter. It is not modal. Every control acts
 // on the filter at once; closing the window sorts the masks and writes the filter's settings file. Files may
@@ -58,7 +58,7 @@ private:
     StillThere both() { return {this, filterLife}; }
     bool hasFilter() const { return !filterLife.expired(); }
     void loadMasks();
-    void showMask(int row, const BHMask& mask);
+    void showMask(int row, const ThicknessMask& mask);
     // One batch of files becomes one mask.
     void addFiles(QList<QString> files);
     // The time of each frame of a batch that begins with this file; 0 after the user gave none.

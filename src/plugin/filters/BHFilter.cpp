@@ -74,16 +74,16 @@ int BHFilter::filterFrame(zt::IMpxFrame* frame, double acqTime) {
 int BHFilter::walkPixels(std::span<double> pixels, double acqTime) {
     if (acqTime == 0)
         return logError<int>(zt::ERR_INVALID_INPUT, noTime);
-    if (const int failure = checkTables(&BHMask::data, pixels.size()))
+    if (const int failure = checkTables(&ThicknessMask::data, pixels.size()))
         return failure;
-    takeTables(&BHMask::data);
+    takeTables(&ThicknessMask::data);
     pixelOrder.find(tables, pixels.size());
     replaceByThickness(pixels, acqTime, tables, pixelOrder);
     return 0;
 }
 
 int BHFilter::walkColumns(std::span<double> pixels, std::size_t width, double acqTime) {
-    if (const int failure = checkTables(&BHMask::tdiData, width))
+    if (const int failure = checkTables(&ThicknessMask::tdiData, width))
         return failure;
     if (acqTime == 0) {
         // Only a pixel above 0 needs the time.
@@ -94,14 +94,14 @@ int BHFilter::walkColumns(std::span<double> pixels, std::size_t width, double ac
         }
         return 0;
     }
-    takeTables(&BHMask::tdiData);
+    takeTables(&ThicknessMask::tdiData);
     columnOrder.find(tables, width);
     for (std::size_t row = 0; row < pixels.size(); row += width)
         replaceByThickness(pixels.subspan(row, width), acqTime, tables, columnOrder);
     return 0;
 }
 
-void BHFilter::takeTables(Buffer<double> BHMask::*table) {
+void BHFilter::takeTables(Buffer<double> ThicknessMask::*table) {
     tables.clear();
     for (const auto& mask : maskList)
         tables.add(((*mask).*table).data(), mask->thickness);
@@ -112,7 +112,7 @@ void BHFilter::forgetOrder() {
     columnOrder.forget();
 }
 
-int BHFilter::checkTables(Buffer<double> BHMask::*table, std::size_t values) const {
+int BHFilter::checkTables(Buffer<double> ThicknessMask::*table, std::size_t values) const {
     for (std::size_t k = 0; k < maskList.size(); ++k) {
         const std::size_t size = ((*maskList[k]).*table).size();
         if (size < values)

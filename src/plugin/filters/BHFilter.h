@@ -18,12 +18,13 @@ namespace PluginOmbrel {
 
 // A frame measured through a known thickness. Its values are counts as they were measured, and become
 // logarithms of the count rate once the first frame is filtered.
-class BHMask {
+class ThicknessMask {
 public:
-    BHMask(std::string maskName, zt::u64 maskWidth, zt::u64 maskHeight, double seconds, double maskThickness)
+    ThicknessMask(std::string maskName, zt::u64 maskWidth, zt::u64 maskHeight, double seconds,
+                  double maskThickness)
         : acqTime(seconds), thickness(maskThickness), name(std::move(maskName)), width(maskWidth),
           height(maskHeight) {}
-    virtual ~BHMask() = default;
+    virtual ~ThicknessMask() = default;
 
     Buffer<double> data;    // one a pixel, row by row
     Buffer<double> tdiData; // one a column, the mean of its values
@@ -46,7 +47,7 @@ class DlgBHStg;
 // and its working copy live on from frame to frame, so one instance corrects one frame at a time.
 class BHFilter : public DeviceFilter, public IBHFilter {
 public:
-    using Masks = std::vector<std::unique_ptr<BHMask>>;
+    using Masks = std::vector<std::unique_ptr<ThicknessMask>>;
 
     // Stands for a mask's time when it is to be taken from the frames.
     static constexpr double AUTO = -1.0;
@@ -123,10 +124,10 @@ private:
     int walkPixels(std::span<double> pixels, double acqTime);
     int walkColumns(std::span<double> pixels, std::size_t width, double acqTime);
     // Looks at the masks anew for a walk.
-    void takeTables(Buffer<double> BHMask::*table);
+    void takeTables(Buffer<double> ThicknessMask::*table);
     void forgetOrder();
     // 0 when each mask's table has that many values, else ERR_INVALID_INPUT with a line in the log.
-    int checkTables(Buffer<double> BHMask::*table, std::size_t values) const;
+    int checkTables(Buffer<double> ThicknessMask::*table, std::size_t values) const;
 
     // Adds the device's frame, or its part of that index, to the sum.
     int addAcquired(zt::IMpxFrame& frame, int subFrame, zt::IMpxFrame& sum) const;
@@ -135,7 +136,7 @@ private:
     // Marks the bad pixels in the working mask and returns their number.
     std::size_t markBadPixels(std::span<const double> pixels);
 
-    std::unique_ptr<BHMask> storedMask(zt::ISettings& settings, int index) const;
+    std::unique_ptr<ThicknessMask> storedMask(zt::ISettings& settings, int index) const;
     bool readTable(zt::ISettings& settings, int index, const char* key, Buffer<double>& table,
                    std::size_t size) const;
 
@@ -151,9 +152,9 @@ private:
     bool interpolateOn = true;
     bool settingsLoaded = false; // from a store with at least one mask
     bool tdiOn = false;
-    MaskTables tables;    // those of the masks, for the walk at hand
-    MaskOrder pixelOrder; // of the masks' values, while they stay as they are
-    MaskOrder columnOrder;
+    ThicknessTables tables;    // those of the masks, for the walk at hand
+    ThicknessOrder pixelOrder; // of the masks' values, while they stay as they are
+    ThicknessOrder columnOrder;
 };
 
 } // namespace PluginOmbrel

@@ -37,10 +37,10 @@ int BHFilter::generateBadPixels() {
         badPixels.resize(0);
         return 0;
     }
-    const BHMask& first = *maskList.front();
+    const ThicknessMask& first = *maskList.front();
     const std::size_t size = first.data.size();
     const std::size_t width = tdiOn ? first.width : size;
-    Buffer<double> BHMask::*const table = tdiOn ? &BHMask::tdiData : &BHMask::data;
+    Buffer<double> ThicknessMask::*const table = tdiOn ? &ThicknessMask::tdiData : &ThicknessMask::data;
     if (maskList.size() > 1)
         if (const int failure = checkTables(table, tdiOn ? std::max<std::size_t>(width, 1) : width))
             return failure;

@@ -51,7 +51,7 @@ int BHFilter::addMaskFromFrame(const zt::IMpxFrame* frame, double thickness, dou
 
     const std::string name = str::format("Mask %d", static_cast<int>(maskList.size() + 1));
     const double time = acqTime == AUTO ? frame->acqTime() : acqTime;
-    auto mask = std::make_unique<BHMask>(name, frame->width(), frame->height(), time, thickness);
+    auto mask = std::make_unique<ThicknessMask>(name, frame->width(), frame->height(), time, thickness);
     mask->data.resize(frame->size());
     mask->tdiData.resize(frame->width());
     // Looking at pixels does not change them, but the interface has no way to say so.

@@ -16,7 +16,7 @@ std::string groupOf(int index) {
     return str::format("Mask%d", index);
 }
 
-void storeMask(zt::ISettings& settings, const char* group, const BHMask& mask) {
+void storeMask(zt::ISettings& settings, const char* group, const ThicknessMask& mask) {
     settings.setString(group, "Name", mask.name.c_str());
     settings.setDouble(group, "AcqTime", mask.acqTime);
     settings.setDouble(group, "Thickness", mask.thickness);
@@ -60,7 +60,7 @@ int BHFilter::loadFromSettings(zt::ISettings* settings) {
     return 0;
 }
 
-std::unique_ptr<BHMask> BHFilter::storedMask(zt::ISettings& settings, int index) const {
+std::unique_ptr<ThicknessMask> BHFilter::storedMask(zt::ISettings& settings, int index) const {
     const std::string name = groupOf(index);
     const char* const group = name.c_str();
     const int size = settings.getInt(group, "Size", 0);
@@ -73,9 +73,9 @@ std::unique_ptr<BHMask> BHFilter::storedMask(zt::ISettings& settings, int index)
                  height);
         return nullptr;
     }
-    auto mask = std::make_unique<BHMask>(settings.getString(group, "Name", ""), width, height,
-                                         settings.getDouble(group, "AcqTime", 1.0),
-                                         settings.getDouble(group, "Thickness", 1.0));
+    auto mask = std::make_unique<ThicknessMask>(settings.getString(group, "Name", ""), width, height,
+                                                settings.getDouble(group, "AcqTime", 1.0),
+                                                settings.getDouble(group, "Thickness", 1.0));
     mask->logarithmed = settings.getBool(group, "Logarithmed", false);
     if (!readTable(settings, index, "Data", mask->data, static_cast<std::size_t>(size)) ||
         !readTable(settings, index, "TDIData", mask->tdiData, static_cast<std::size_t>(width)))

@@ -44,7 +44,7 @@ constexpr int maskWidth = 320;
 QLabel* explanation(const QString& text) {
     auto* const label = newChild<QLabel>(text);
     label->setWordWrap(true);
-    dimText(*label);
+    secondaryText(*label);
     return label;
 }
 

@@ -3,7 +3,7 @@
 #include "base/AtomicFile.h"
 #include "base/Error.h"
 #include "base/FileContent.h"
-#include "model/Memory.h"
+#include "model/RecentState.h"
 #include "settings/SettingsFiles.h"
 #include "worker/StackViewer.h"
 
@@ -83,7 +83,7 @@ std::string LinkSettings::pathFor(const LinkState& link) const {
         return link.settings;
     const QString time = QDateTime::currentDateTime().toString("yyyyMMdd-hhmmss-zzz");
     return QString("%1/%2-%3.xml")
-        .arg(Memory::dataFolder("settings"), QString::fromStdString(link.filter), time)
+        .arg(RecentState::dataFolder("settings"), QString::fromStdString(link.filter), time)
         .toStdString();
 }
 

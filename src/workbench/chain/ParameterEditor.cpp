@@ -39,7 +39,7 @@ ParameterEditor::ParameterEditor(Workspace& model, QWidget* parent)
     text->setObjectName("lbNoParameters");
     text->setWordWrap(true);
     text->setAlignment(Qt::AlignTop | Qt::AlignLeft);
-    dimText(*text);
+    secondaryText(*text);
     text->setMargin(4);
     state->setObjectName("lbEdit");
     state->setTextFormat(Qt::PlainText);

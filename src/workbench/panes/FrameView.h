@@ -33,7 +33,7 @@ struct FrameRequest {
 struct PaneView {
     ImagePtr image; // null: there is nothing to show
     ScaleLimits limits;
-    FrameFigures figures;
+    FrameStatistics figures;
     Histogram histogram;
 };
 
@@ -45,7 +45,7 @@ struct FrameView {
     std::array<PaneView, PANE_COUNT> panes;
     std::string failure; // why there is no raw or corrected frame
     double seconds = 0;  // that the chain took
-    std::optional<GridChoice> choice;
+    std::optional<SelectedFlatField> choice;
 };
 
 // With its pictures, which the panes take over.

@@ -24,7 +24,7 @@ inline const QColor correctedColour(0xe0, 0x7b, 0x27);
 void fitToPalette(QCustomPlot& plot);
 
 // Text that explains is paler than text that says something, but can be read.
-inline void dimText(QWidget& widget) {
+inline void secondaryText(QWidget& widget) {
     QPalette palette = widget.palette();
     QColor text = palette.color(QPalette::WindowText);
     text.setAlphaF(0.62f);

@@ -3,10 +3,10 @@
 #include "batch/BatchPane.h"
 #include "chain/ChainPane.h"
 #include "chain/ParameterEditor.h"
-#include "panes/FiguresPane.h"
 #include "panes/FrameBar.h"
 #include "panes/FramePanes.h"
 #include "panes/Look.h"
+#include "panes/StatisticsPane.h"
 #include "window/StartPage.h"
 #include "window/StatusLine.h"
 #include "window/WindowActions.h"
@@ -35,7 +35,7 @@ MainWindow::MainWindow(Console& messages, const std::string& pluginPath)
       opener(workspace, memory, messages, pluginPath), pages(newChild<QStackedWidget>()),
       startPage(newChild<StartPage>()), workArea(newChild<WorkArea>(workspace)),
       chainPane(newChild<ChainPane>(workspace)), parameters(newChild<ParameterEditor>(workspace)),
-      figures(newChild<FiguresPane>()), logPane(newChild<LogPane>()),
+      figures(newChild<StatisticsPane>()), logPane(newChild<LogPane>()),
       batch(newChild<BatchPane>(workspace, messages, pluginPath)), status(newChild<StatusLine>(workspace)),
       docks(std::make_unique<WindowDocks>(
           *this, WindowDocks::Contents{chainPane, parameters, figures, batch, logPane})),

@@ -3,7 +3,7 @@
 #include "base/Console.h"
 #include "chain/DeviceDialog.h"
 #include "chain/LinkSettings.h"
-#include "model/Memory.h"
+#include "model/RecentState.h"
 #include "model/Workspace.h"
 #include "window/StackOpener.h"
 #include "worker/FrameWorker.h"
@@ -21,7 +21,7 @@ namespace ombrel::workbench {
 
 class BatchPane;
 class ChainPane;
-class FiguresPane;
+class StatisticsPane;
 class LogPane;
 class ParameterEditor;
 class StartPage;
@@ -72,7 +72,7 @@ private:
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dropEvent(QDropEvent* event) override;
 
-    Memory memory;
+    RecentState memory;
     Workspace workspace;
     FrameWorker worker;
     LinkSettings linkSettings;
@@ -88,7 +88,7 @@ private:
     WorkArea* workArea;
     ChainPane* chainPane;
     ParameterEditor* parameters;
-    FiguresPane* figures;
+    StatisticsPane* figures;
     LogPane* logPane;
     BatchPane* batch;
     StatusLine* status;

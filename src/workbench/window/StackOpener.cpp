@@ -68,7 +68,7 @@ QString shortName(const QString& path) {
     return QFileInfo(file).fileName() + path.mid(file.size());
 }
 
-StackOpener::StackOpener(Workspace& model, Memory& userMemory, Console& messages,
+StackOpener::StackOpener(Workspace& model, RecentState& userMemory, Console& messages,
                          const std::string& pluginPath)
     : workspace(model), memory(userMemory), demoJob(messages, pluginPath) {
     connect(&demoJob, &DemoJob::advanced, this, &StackOpener::advanced);
@@ -145,7 +145,7 @@ void StackOpener::openDropped(const QMimeData& dropped) {
 }
 
 void StackOpener::openDemo() {
-    demoJob.start(Memory::dataFolder("demo").toStdString());
+    demoJob.start(RecentState::dataFolder("demo").toStdString());
 }
 
 void StackOpener::openMade(const DemoData& demo) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "model/Memory.h"
+#include "model/RecentState.h"
 #include "model/Workspace.h"
 #include "worker/DemoJob.h"
 
@@ -24,7 +24,7 @@ QString shortName(const QString& path);
 class StackOpener final : public QObject {
     Q_OBJECT
 public:
-    StackOpener(Workspace& model, Memory& userMemory, Console& messages, const std::string& pluginPath);
+    StackOpener(Workspace& model, RecentState& userMemory, Console& messages, const std::string& pluginPath);
 
     void open(const std::vector<std::string>& paths);
     void choose(QWidget& parentOfDialog);
@@ -48,7 +48,7 @@ private:
     void openMade(const DemoData& demo);
     void want(const std::vector<std::string>& paths, const std::optional<DemoData>& demo);
     Workspace& workspace;
-    Memory& memory;
+    RecentState& memory;
     DemoJob demoJob;
     int ownOpening = 0;                 // the latest that was asked for here
     std::optional<DemoData> demoWanted; // where that is of the demo data

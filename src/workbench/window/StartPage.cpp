@@ -59,7 +59,7 @@ void StartPage::makeColumn() {
     problemLabel->setObjectName("lbProblem");
     problemLabel->setTextFormat(Qt::PlainText);
     column->addWidget(problemLabel);
-    dimText(*recentTitle);
+    secondaryText(*recentTitle);
     column->addSpacing(6);
     column->addWidget(recentTitle);
     column->addLayout(recent);
@@ -88,7 +88,7 @@ QPushButton* StartPage::makeButton(const char* name, const QString& text, const 
     QLabel* const title = makeLabel(text, 1.15);
     QLabel* const small = makeLabel(about, 0.92);
     title->setBuddy(button);
-    dimText(*small);
+    secondaryText(*small);
     lines->setContentsMargins(14, 8, 14, 8);
     lines->setSpacing(1);
     for (QLabel* const label : {title, small}) {

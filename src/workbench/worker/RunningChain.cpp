@@ -144,7 +144,7 @@ FrameResult RunningChain::apply(FramePtr frame) {
     return result;
 }
 
-std::optional<GridChoice> RunningChain::choice() {
+std::optional<SelectedFlatField> RunningChain::choice() {
     for (const RunningLink& running : links)
         if (running.state.enabled && choosesGridPoints(running.state))
             return choices.read(logNumber(running.state), choicesRead++);

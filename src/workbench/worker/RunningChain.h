@@ -23,7 +23,7 @@ public:
     std::vector<LinkReport> follow(const ChainState& wanted);
     FrameResult apply(FramePtr frame);
     // Of the first adaptive filter for the latest frame.
-    std::optional<GridChoice> choice();
+    std::optional<SelectedFlatField> choice();
 
     // Writes settings as the link has them now, other keys of its file included. Throws Error.
     void saveSettings(int id, const std::string& path);
@@ -50,7 +50,7 @@ private:
 
     PluginHostPtr host; // the first member: filters end before it
     std::vector<RunningLink> links;
-    ChoiceLogs choices;
+    SelectionLogs choices;
     zt::u64 choicesRead = 0;
 };
 

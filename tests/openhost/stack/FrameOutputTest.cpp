@@ -228,7 +228,7 @@ TEST_P(FrameOutputOf, IsResumedAfterItsFrames) {
     row.input = {1.5, 0.25, 3, 4};
     row.output = {-2, std::nan(""), 0, 1};
     row.seconds = 0.125;
-    row.choice = ombrel::GridChoice{{1, 2, 3, 4.5}, {5, 6, 7, 4.5}, true};
+    row.choice = ombrel::SelectedFlatField{{1, 2, 3, 4.5}, {5, 6, 7, 4.5}, true};
     {
         const auto output = FrameOutput::create(begun);
         appendFailed(*output, "no light");

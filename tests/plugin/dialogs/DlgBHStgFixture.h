@@ -37,7 +37,7 @@ protected:
         ASSERT_EQ(filter->addMaskFromFrame(frame.get(), thickness, seconds), 0);
     }
 
-    const PluginOmbrel::BHMask& mask(std::size_t index) const { return *filter->masks().at(index); }
+    const PluginOmbrel::ThicknessMask& mask(std::size_t index) const { return *filter->masks().at(index); }
 
     static QTableWidget& table(const PluginOmbrel::DlgBHStg& dialog) {
         return child<QTableWidget>(dialog, "twMasks");

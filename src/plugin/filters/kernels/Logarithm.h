@@ -22,7 +22,7 @@ template <std::size_t Lanes>
 class Logarithm {
 public:
     using Doubles = typename Vector<Lanes>::Doubles;
-    using Mask = typename Vector<Lanes>::Mask;
+    using LaneMask = typename Vector<Lanes>::LaneMask;
 
     // Vectors go by reference: by value they would travel differently from one instruction set to the other.
     __attribute__((always_inline)) static void replace(Doubles& x) {
@@ -40,10 +40,10 @@ public:
     }
 
     // Sets the sign of `strange` in each lane where x is not a normal, finite number above 0.
-    __attribute__((always_inline)) static void noteStrange(const Doubles& x, Mask& strange) {
+    __attribute__((always_inline)) static void noteStrange(const Doubles& x, LaneMask& strange) {
         constexpr unsigned long leastNormal = 0x0010000000000000;
         const Bits aboveLeast = reinterpret_cast<Bits>(x) - leastNormal;
-        strange |= reinterpret_cast<Mask>(aboveLeast | (aboveLeast + 2 * leastNormal));
+        strange |= reinterpret_cast<LaneMask>(aboveLeast | (aboveLeast + 2 * leastNormal));
     }
 
     // The first part, of an x that is a normal, finite number above 0.

@@ -10,7 +10,7 @@ namespace PluginOmbrel {
 template <std::size_t Lanes>
 struct Vector {
     typedef double Doubles __attribute__((vector_size(Lanes * sizeof(double))));
-    typedef long Mask __attribute__((vector_size(Lanes * sizeof(double)))); // -1 where a comparison holds
+    typedef long LaneMask __attribute__((vector_size(Lanes * sizeof(double)))); // -1 where a comparison holds
 };
 
 template <typename Kernel, typename... Arguments>

@@ -22,42 +22,42 @@ namespace {
 // Sums over the lanes of vectors; each comparison that holds counts -1.
 template <std::size_t Lanes>
 struct LaneCounts {
-    using Mask = typename Vector<Lanes>::Mask;
-    Mask belowLow{};
-    Mask upToLow{};
-    Mask belowHigh{};
-    Mask upToHigh{};
-    Mask bits{};          // of all values, or-ed: the sign bit tells of any sign
-    Mask notFiniteBits{}; // value - value is a zero without bits for finite values alone
+    using LaneMask = typename Vector<Lanes>::LaneMask;
+    LaneMask belowLow{};
+    LaneMask upToLow{};
+    LaneMask belowHigh{};
+    LaneMask upToHigh{};
+    LaneMask bits{};          // of all values, or-ed: the sign bit tells of any sign
+    LaneMask notFiniteBits{}; // value - value is a zero without bits for finite values alone
 
     // Marks in `inside` the lanes between the two.
-    __attribute__((always_inline)) void add(const double* values, double low, double high, Mask& inside) {
+    __attribute__((always_inline)) void add(const double* values, double low, double high, LaneMask& inside) {
         typename Vector<Lanes>::Doubles vector;
         std::memcpy(&vector, values, sizeof vector);
-        const Mask notAboveLow = vector <= low;
-        const Mask underHigh = vector < high;
+        const LaneMask notAboveLow = vector <= low;
+        const LaneMask underHigh = vector < high;
         belowLow += vector < low;
         upToLow += notAboveLow;
         belowHigh += underHigh;
         upToHigh += vector <= high;
-        bits |= reinterpret_cast<Mask>(vector);
-        notFiniteBits |= reinterpret_cast<Mask>(vector - vector);
+        bits |= reinterpret_cast<LaneMask>(vector);
+        notFiniteBits |= reinterpret_cast<LaneMask>(vector - vector);
         inside |= underHigh & ~notAboveLow;
     }
 };
 
-template <typename Mask>
-__attribute__((always_inline)) inline long sumOfLanes(const Mask& mask) {
+template <typename LaneMask>
+__attribute__((always_inline)) inline long sumOfLanes(const LaneMask& mask) {
     long sum = 0;
-    for (std::size_t lane = 0; lane < sizeof(Mask) / sizeof(long); ++lane)
+    for (std::size_t lane = 0; lane < sizeof(LaneMask) / sizeof(long); ++lane)
         sum += mask[lane];
     return sum;
 }
 
-template <typename Mask>
-__attribute__((always_inline)) inline long anyOfLanes(const Mask& mask) {
+template <typename LaneMask>
+__attribute__((always_inline)) inline long anyOfLanes(const LaneMask& mask) {
     long any = 0;
-    for (std::size_t lane = 0; lane < sizeof(Mask) / sizeof(long); ++lane)
+    for (std::size_t lane = 0; lane < sizeof(LaneMask) / sizeof(long); ++lane)
         any |= mask[lane];
     return any;
 }
@@ -85,7 +85,7 @@ struct BracketKernel {
         bool collectedAll = true;
         std::size_t i = 0;
         for (; i + bracketBlock <= values.size(); i += bracketBlock) {
-            typename Vector<Lanes>::Mask inside{};
+            typename Vector<Lanes>::LaneMask inside{};
             for (std::size_t lane = 0; lane < bracketBlock; lane += Lanes)
                 lanes.add(values.data() + i + lane, bracket.low, bracket.high, inside);
             if (!anyOfLanes(inside))

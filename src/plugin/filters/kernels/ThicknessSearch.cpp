@@ -2,13 +2,13 @@
 
 namespace PluginOmbrel {
 
-void MaskTables::clear() {
+void ThicknessTables::clear() {
     values.clear();
     steps.clear();
     maskCount = 0;
 }
 
-void MaskTables::add(const double* maskValues, double thickness) {
+void ThicknessTables::add(const double* maskValues, double thickness) {
     values.resize(maskCount);
     values.insert(values.end(), reach, maskValues);
     if (maskCount > 0)

@@ -12,7 +12,7 @@
 namespace PluginOmbrel {
 
 // The masks as a walk sees them, in the order of ascending thickness.
-class MaskTables {
+class ThicknessTables {
 public:
     // So many masks may be looked at from any one on; beyond the last they are the last.
     static constexpr std::size_t reach = 9;
@@ -35,18 +35,18 @@ private:
 
 // The straight lines that a vector of levels is on, each through two neighbouring masks.
 template <std::size_t Lanes>
-struct MaskLine {
+struct ThicknessLine {
     using Doubles = typename Vector<Lanes>::Doubles;
-    using Mask = typename Vector<Lanes>::Mask;
+    using LaneMask = typename Vector<Lanes>::LaneMask;
 
-    Doubles along; // the level less the lower mask
-    Doubles run;   // the upper mask less the lower
-    Mask place;    // of the lower mask's line in `MaskTables::lines`
+    Doubles along;  // the level less the lower mask
+    Doubles run;    // the upper mask less the lower
+    LaneMask place; // of the lower mask's line in `ThicknessTables::lines`
 
-    MaskLine() = default;
+    ThicknessLine() = default;
     // Through the masks that were found for the level.
     template <typename Found>
-    __attribute__((always_inline)) MaskLine(const Doubles& level, const Found& found)
+    __attribute__((always_inline)) ThicknessLine(const Doubles& level, const Found& found)
         : along(level - found.lower), run(found.upper - found.lower), place(found.place) {}
 
     // The thickness at the level; 0 where the masks are equal.
@@ -78,24 +78,24 @@ private:
     }
 };
 
-// Finds the same as MaskSearch with masks of any values, going down from mask to mask: a level goes on below
-// a mask when it is below that and all masks before.
+// Finds the same as ThicknessSearch with masks of any values, going down from mask to mask: a level goes on
+// below a mask when it is below that and all masks before.
 template <std::size_t Lanes>
-class MaskDescent {
+class ThicknessDescent {
 public:
     using Doubles = typename Vector<Lanes>::Doubles;
-    using Mask = typename Vector<Lanes>::Mask;
+    using LaneMask = typename Vector<Lanes>::LaneMask;
 
     Doubles lower; // the values of the two masks
     Doubles upper;
-    Mask place{}; // of the lower one's line in `MaskTables::lines`
+    LaneMask place{}; // of the lower one's line in `ThicknessTables::lines`
 
     // Among two masks or more, at the pixels from `at` on.
     __attribute__((always_inline))
-    MaskDescent(const Doubles& level, const MaskTables& masks, std::size_t at) {
+    ThicknessDescent(const Doubles& level, const ThicknessTables& masks, std::size_t at) {
         std::memcpy(&lower, masks[0] + at, sizeof lower);
         std::memcpy(&upper, masks[1] + at, sizeof upper);
-        Mask below = level < lower;
+        LaneMask below = level < lower;
         Doubles mask = upper;
         for (std::size_t k = 2; k < masks.count(); ++k) {
             Doubles next;
@@ -110,20 +110,22 @@ public:
 };
 
 // Finds, for a vector of levels, the two masks that each level lies between, or whose line it goes on, where
-// the masks fall as MaskOrder tells. It searches by halves among eight pairs of masks at once, and is done
-// after those with `Few` masks, nine at most. All lanes take the same steps, which costs less than a branch.
+// the masks fall as ThicknessOrder tells. It searches by halves among eight pairs of masks at once, and is
+// done after those with `Few` masks, nine at most. All lanes take the same steps, which costs less than a
+// branch.
 template <std::size_t Lanes, bool Few>
-class MaskSearch {
+class ThicknessSearch {
 public:
     using Doubles = typename Vector<Lanes>::Doubles;
-    using Mask = typename Vector<Lanes>::Mask;
+    using LaneMask = typename Vector<Lanes>::LaneMask;
 
     Doubles lower; // the values of the two masks
     Doubles upper;
-    Mask place; // of the lower one's line in `MaskTables::lines`
+    LaneMask place; // of the lower one's line in `ThicknessTables::lines`
 
     // Among two masks or more, at the pixels from `at` on.
-    __attribute__((always_inline)) MaskSearch(const Doubles& level, const MaskTables& masks, std::size_t at)
+    __attribute__((always_inline))
+    ThicknessSearch(const Doubles& level, const ThicknessTables& masks, std::size_t at)
         : place{} {
         // The line of the last two goes on below the last one, which has no equal before it.
         Doubles last;
@@ -135,15 +137,16 @@ public:
     }
 
 private:
-    static constexpr std::size_t pairs = MaskTables::reach - 1;
+    static constexpr std::size_t pairs = ThicknessTables::reach - 1;
     static constexpr std::make_index_sequence<pairs + 1> all{};
 
     struct Values {
         Doubles of[pairs + 1];
     };
 
-    __attribute__((always_inline)) MaskSearch(const Doubles& level, const Values& values, long firstPlace)
-        : place(Mask{} + firstPlace) {
+    __attribute__((always_inline))
+    ThicknessSearch(const Doubles& level, const Values& values, long firstPlace)
+        : place(LaneMask{} + firstPlace) {
         halve<pairs>(level, values);
     }
 
@@ -163,14 +166,14 @@ private:
             upper = values.of[1];
         } else {
             constexpr std::size_t half = Pairs / 2;
-            const Mask below = level < values.of[half];
+            const LaneMask below = level < values.of[half];
             place |= below & static_cast<long>(2 * half);
             halve<half>(level, halfOf<half>(below, values, std::make_index_sequence<half + 1>()));
         }
     }
 
     template <std::size_t Half, std::size_t... K>
-    __attribute__((always_inline)) static Values halfOf(const Mask& below, const Values& values,
+    __attribute__((always_inline)) static Values halfOf(const LaneMask& below, const Values& values,
                                                         std::index_sequence<K...>) {
         Values half;
         ((half.of[K] = below < 0 ? values.of[K + Half] : values.of[K]), ...);
@@ -179,8 +182,8 @@ private:
 
     // Takes what is found among the pairs from the `first` on in the lanes that lie below its lower mask.
     __attribute__((always_inline)) void goOn(const Doubles& level, const Values& values, std::size_t first) {
-        const MaskSearch further(level, values, static_cast<long>(2 * first));
-        const Mask below = level < values.of[0];
+        const ThicknessSearch further(level, values, static_cast<long>(2 * first));
+        const LaneMask below = level < values.of[0];
         lower = below < 0 ? further.lower : lower;
         upper = below < 0 ? further.upper : upper;
         place = below < 0 ? further.place : place;
@@ -201,14 +204,14 @@ public:
 
     // False, with the counts left as they are, when there is a count above 0, or none at all, whose rate is
     // not a normal, finite number above 0.
-    __attribute__((always_inline)) bool replaceOrdinary(double acqTime, const MaskTables& masks) {
+    __attribute__((always_inline)) bool replaceOrdinary(double acqTime, const ThicknessTables& masks) {
         if (!takeLogarithms(acqTime))
             return false;
         followLines(masks);
         return true;
     }
 
-    __attribute__((always_inline)) void replace(double acqTime, const MaskTables& masks) {
+    __attribute__((always_inline)) void replace(double acqTime, const ThicknessTables& masks) {
         if (!takeLogarithms(acqTime))
             takeAnyLogarithms(acqTime);
         followLines(masks);
@@ -216,16 +219,16 @@ public:
 
 private:
     using Doubles = typename Vector<Lanes>::Doubles;
-    using Mask = typename Vector<Lanes>::Mask;
+    using LaneMask = typename Vector<Lanes>::LaneMask;
 
     __attribute__((always_inline)) bool takeLogarithms(double acqTime) {
         Logarithm<Lanes> logarithms[Vectors];
-        Mask strange{}; // by the signs
+        LaneMask strange{}; // by the signs
         for (std::size_t i = 0; i < Vectors; ++i) {
             Doubles count;
             std::memcpy(&count, counts + i * Lanes, sizeof count);
             const Doubles rate = count / acqTime;
-            Mask strangeRate{};
+            LaneMask strangeRate{};
             Logarithm<Lanes>::noteStrange(rate, strangeRate);
             strange |= strangeRate & ~(count <= 0);
             logarithms[i].split(rate);
@@ -246,10 +249,10 @@ private:
         }
     }
 
-    __attribute__((always_inline)) void followLines(const MaskTables& masks) {
+    __attribute__((always_inline)) void followLines(const ThicknessTables& masks) {
         fetchAhead(masks);
         for (std::size_t i = 0; i < Vectors; ++i)
-            lines[i] = MaskLine<Lanes>(levels[i], Found(levels[i], masks, firstPixel + i * Lanes));
+            lines[i] = ThicknessLine<Lanes>(levels[i], Found(levels[i], masks, firstPixel + i * Lanes));
         for (std::size_t i = 0; i < Vectors; ++i) {
             Doubles count, thickness;
             std::memcpy(&count, counts + i * Lanes, sizeof count);
@@ -261,7 +264,7 @@ private:
 
     // Asks for what will be needed four blocks on: so many tables are more streams than processors follow by
     // themselves.
-    __attribute__((always_inline)) void fetchAhead(const MaskTables& masks) const {
+    __attribute__((always_inline)) void fetchAhead(const ThicknessTables& masks) const {
         constexpr std::uintptr_t ahead = 64 * sizeof(double);
         constexpr std::uintptr_t cacheLine = 64;
         for (std::size_t k = 0; k < masks.count(); ++k) {
@@ -274,7 +277,7 @@ private:
     double* counts;
     std::size_t firstPixel;
     Doubles levels[Vectors];
-    MaskLine<Lanes> lines[Vectors];
+    ThicknessLine<Lanes> lines[Vectors];
 };
 
 } // namespace PluginOmbrel

@@ -29,7 +29,7 @@ bool noneEqual(const double* before, const double* after, std::size_t pixels) {
 
 } // namespace
 
-void MaskOrder::find(const MaskTables& masks, std::size_t pixels) {
+void ThicknessOrder::find(const ThicknessTables& masks, std::size_t pixels) {
     if (known == pixels)
         return;
     stretches.assign((pixels + stretch - 1) / stretch, 1);
@@ -45,7 +45,7 @@ void MaskOrder::find(const MaskTables& masks, std::size_t pixels) {
     known = pixels;
 }
 
-void MaskOrder::forget() {
+void ThicknessOrder::forget() {
     stretches.clear();
     known = 0;
 }
@@ -56,8 +56,8 @@ namespace {
 struct Walk {
     std::span<double> counts;
     double acqTime;
-    const MaskTables& masks;
-    const MaskOrder& order;
+    const ThicknessTables& masks;
+    const ThicknessOrder& order;
     std::size_t at = 0;
 };
 
@@ -65,7 +65,8 @@ template <bool FewMasks>
 struct FallingKernel {
     template <std::size_t Lanes>
     __attribute__((always_inline)) static void run(Walk* walk) {
-        using Block = ThicknessBlock<Lanes, MaskOrder::stretch / Lanes, MaskSearch<Lanes, FewMasks>>;
+        using Block =
+            ThicknessBlock<Lanes, ThicknessOrder::stretch / Lanes, ThicknessSearch<Lanes, FewMasks>>;
         while (walk->at + Block::pixels <= walk->counts.size() && walk->order.falls(walk->at) &&
                Block(walk->counts.data() + walk->at, walk->at).replaceOrdinary(walk->acqTime, walk->masks))
             walk->at += Block::pixels;
@@ -77,8 +78,8 @@ struct AnyKernel {
     template <std::size_t Lanes>
     __attribute__((always_inline)) static void run(Walk* walk) {
         do {
-            const std::size_t end = std::min(walk->at + MaskOrder::stretch, walk->counts.size());
-            replaceUntil<Lanes, MaskOrder::stretch / Lanes>(*walk, end);
+            const std::size_t end = std::min(walk->at + ThicknessOrder::stretch, walk->counts.size());
+            replaceUntil<Lanes, ThicknessOrder::stretch / Lanes>(*walk, end);
             replaceUntil<Lanes, 1>(*walk, end);
             replaceUntil<1, 1>(*walk, end);
         } while (walk->at < walk->counts.size() && !walk->order.falls(walk->at));
@@ -86,7 +87,7 @@ struct AnyKernel {
 
     template <std::size_t Lanes, std::size_t Vectors>
     __attribute__((always_inline)) static void replaceUntil(Walk& walk, std::size_t end) {
-        using Block = ThicknessBlock<Lanes, Vectors, MaskDescent<Lanes>>;
+        using Block = ThicknessBlock<Lanes, Vectors, ThicknessDescent<Lanes>>;
         for (; walk.at + Block::pixels <= end; walk.at += Block::pixels)
             Block(walk.counts.data() + walk.at, walk.at).replace(walk.acqTime, walk.masks);
     }
@@ -116,8 +117,8 @@ struct LogarithmKernel {
 
 } // namespace
 
-void replaceByThickness(std::span<double> counts, double acqTime, const MaskTables& masks,
-                        const MaskOrder& order) {
+void replaceByThickness(std::span<double> counts, double acqTime, const ThicknessTables& masks,
+                        const ThicknessOrder& order) {
     if (masks.count() == 0) {
         std::ranges::fill(counts, 0.0);
         return;
@@ -130,7 +131,7 @@ void replaceByThickness(std::span<double> counts, double acqTime, const MaskTabl
     }
     Walk walk{counts, acqTime, masks, order};
     while (walk.at < counts.size()) {
-        if (masks.count() <= MaskTables::reach)
+        if (masks.count() <= ThicknessTables::reach)
             runVectorised<FallingKernel<true>>(&walk);
         else
             runVectorised<FallingKernel<false>>(&walk);

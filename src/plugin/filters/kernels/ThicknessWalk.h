@@ -10,12 +10,12 @@ namespace PluginOmbrel {
 
 // At which stretches of pixels no mask lies above the one before, and the last one lies below it: everywhere
 // but at dead pixels and where noise outweighs the step from mask to mask. There a walk may search by halves.
-class MaskOrder {
+class ThicknessOrder {
 public:
     static constexpr std::size_t stretch = 16; // pixels
 
     // Looks at the first `pixels` values of each mask, unless they are known from before.
-    void find(const MaskTables& masks, std::size_t pixels);
+    void find(const ThicknessTables& masks, std::size_t pixels);
     // Masks have come, gone or changed.
     void forget();
     // Whether that is so at the pixel and the rest of its stretch.
@@ -35,8 +35,8 @@ private:
 //
 // A count at or below 0 becomes 0, and so does a pixel at which the two masks are equal. Without masks all
 // pixels become 0. A single mask gives 0 for an L at or above it, and leaves L as it is below.
-void replaceByThickness(std::span<double> counts, double acqTime, const MaskTables& masks,
-                        const MaskOrder& order);
+void replaceByThickness(std::span<double> counts, double acqTime, const ThicknessTables& masks,
+                        const ThicknessOrder& order);
 
 // Turns counts into logarithms of the count rate, in place; a count that is not above 0 becomes 0.
 void replaceByLogarithm(std::span<double> counts, double acqTime);

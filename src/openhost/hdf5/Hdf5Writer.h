@@ -12,13 +12,13 @@ namespace ombrel {
 
 // Makes an HDF5 file whose datasets all have their place from the start, and are filled there without the
 // library: nothing is written where the pixels and numbers go. Throws Error that begins with `shownPath`.
-class Hdf5Maker {
+class Hdf5Writer {
 public:
     using Extent = std::initializer_list<hsize_t>; // empty for a single value
 
     // `frames` of `frameBytes` are what the file is made for: the library's tables and the frames get their
     // room so that each is in one piece.
-    Hdf5Maker(const std::string& path, const std::string& shownPath, zt::u64 frames, zt::u64 frameBytes);
+    Hdf5Writer(const std::string& path, const std::string& shownPath, zt::u64 frames, zt::u64 frameBytes);
 
     // Groups on the way are made. The dataset is stored in one piece, or in chunks where their extent is
     // given.

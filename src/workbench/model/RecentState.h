@@ -13,9 +13,9 @@
 namespace ombrel::workbench {
 
 // What the workbench remembers of its user from one start to the next.
-class Memory {
+class RecentState {
 public:
-    Memory();
+    RecentState();
 
     // The latest first.
     QStringList recentFiles() const;

@@ -1,4 +1,4 @@
-#include "hdf5/Hdf5Maker.h"
+#include "hdf5/Hdf5Writer.h"
 
 #include "base/Error.h"
 
@@ -18,8 +18,8 @@ hsize_t roomForTables(zt::u64 frames) {
 
 } // namespace
 
-Hdf5Maker::Hdf5Maker(const std::string& path, const std::string& pathForMessages, zt::u64 frames,
-                     zt::u64 frameBytes)
+Hdf5Writer::Hdf5Writer(const std::string& path, const std::string& pathForMessages, zt::u64 frames,
+                       zt::u64 frameBytes)
     : shownPath{pathForMessages} {
     Hdf5Session::checkMemory();
     const Hdf5Properties access{checked(H5Pcreate(H5P_FILE_ACCESS))};
@@ -37,7 +37,7 @@ Hdf5Maker::Hdf5Maker(const std::string& path, const std::string& pathForMessages
 
 // The library would keep its tables of all chunks, until the file is closed: in memory they take six times
 // the size on the disk by which it reckons, some 300 bytes a frame.
-void Hdf5Maker::boundCache(hid_t access) const {
+void Hdf5Writer::boundCache(hid_t access) const {
     H5AC_cache_config_t cache{};
     cache.version = H5AC__CURR_CACHE_CONFIG_VERSION;
     check(H5Pget_mdc_config(access, &cache) >= 0);
@@ -49,7 +49,7 @@ void Hdf5Maker::boundCache(hid_t access) const {
     check(H5Pset_mdc_config(access, &cache) >= 0);
 }
 
-Hdf5Dataset Hdf5Maker::dataset(const char* name, hid_t type, Extent extent, Extent chunk) {
+Hdf5Dataset Hdf5Writer::dataset(const char* name, hid_t type, Extent extent, Extent chunk) {
     const Hdf5Properties creation{checked(H5Pcreate(H5P_DATASET_CREATE))};
     check(H5Pset_alloc_time(creation, H5D_ALLOC_TIME_EARLY) >= 0);
     check(H5Pset_fill_time(creation, H5D_FILL_TIME_NEVER) >= 0);
@@ -61,24 +61,24 @@ Hdf5Dataset Hdf5Maker::dataset(const char* name, hid_t type, Extent extent, Exte
     return Hdf5Dataset{checked(H5Dcreate2(file, name, type, space, linkCreation, creation, H5P_DEFAULT))};
 }
 
-zt::u64 Hdf5Maker::table(const char* name, hid_t type, Extent extent) {
+zt::u64 Hdf5Writer::table(const char* name, hid_t type, Extent extent) {
     Hdf5Dataset made = dataset(name, type, extent);
     const haddr_t address = H5Dget_offset(made);
     check(address != HADDR_UNDEF && made.close());
     return address;
 }
 
-void Hdf5Maker::value(const char* name, hid_t type, Extent extent, const void* bytes) {
+void Hdf5Writer::value(const char* name, hid_t type, Extent extent, const void* bytes) {
     Hdf5Dataset made = dataset(name, type, extent);
     check(H5Dwrite(made, type, H5S_ALL, H5S_ALL, H5P_DEFAULT, bytes) >= 0 && made.close());
 }
 
-void Hdf5Maker::text(const char* name, const std::string& text) {
+void Hdf5Writer::text(const char* name, const std::string& text) {
     value(name, textType(text.size() + 1), {}, text.c_str());
 }
 
-void Hdf5Maker::view(const char* name, hid_t type, Extent frame, const std::vector<PartRecord>& parts,
-                     const void* fill) {
+void Hdf5Writer::view(const char* name, hid_t type, Extent frame, const std::vector<PartRecord>& parts,
+                      const void* fill) {
     const zt::u64 begin = parts.front().begin;
     std::vector<hsize_t> extent{parts.back().end - begin};
     extent.insert(extent.end(), frame.begin(), frame.end());
@@ -102,23 +102,23 @@ void Hdf5Maker::view(const char* name, hid_t type, Extent frame, const std::vect
     check(made.close());
 }
 
-Hdf5Type Hdf5Maker::textType(std::size_t bytes) const {
+Hdf5Type Hdf5Writer::textType(std::size_t bytes) const {
     Hdf5Type type{checked(H5Tcopy(H5T_C_S1))};
     check(H5Tset_size(type, bytes) >= 0);
     check(H5Tset_cset(type, H5T_CSET_UTF8) >= 0);
     return type;
 }
 
-void Hdf5Maker::close() {
+void Hdf5Writer::close() {
     check(file.close());
 }
 
-void Hdf5Maker::check(bool succeeded) const {
+void Hdf5Writer::check(bool succeeded) const {
     if (!succeeded)
         throw Error(shownPath + ": cannot be made" + Hdf5Session::reason());
 }
 
-hid_t Hdf5Maker::checked(hid_t identifier) const {
+hid_t Hdf5Writer::checked(hid_t identifier) const {
     check(identifier >= 0);
     return identifier;
 }

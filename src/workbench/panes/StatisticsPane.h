@@ -22,10 +22,10 @@ struct RegionFigures {
 RegionFigures regionFigures(const Image& image, const QRect& region);
 
 // The figures of the shown frame, raw beside corrected.
-class FiguresPane final : public QWidget {
+class StatisticsPane final : public QWidget {
     Q_OBJECT
 public:
-    explicit FiguresPane(QWidget* parent = nullptr);
+    explicit StatisticsPane(QWidget* parent = nullptr);
 
     void show(const FrameView& view);
     using QWidget::show;

@@ -13,7 +13,7 @@
 namespace {
 
 using ombrel::Frame;
-using ombrel::FrameFigures;
+using ombrel::FrameStatistics;
 
 const double infinity = std::numeric_limits<double>::infinity();
 const double notANumber = std::numeric_limits<double>::quiet_NaN();
@@ -28,8 +28,8 @@ ombrel::FramePtr frameOf(zt::u8 type, const std::vector<double>& values) {
 }
 
 // In two passes, as the figures are defined.
-FrameFigures plainFigures(const std::vector<double>& values) {
-    FrameFigures figures;
+FrameStatistics plainFigures(const std::vector<double>& values) {
+    FrameStatistics figures;
     long double sum = 0;
     long double squares = 0;
     for (const double value : values) {
@@ -46,7 +46,7 @@ FrameFigures plainFigures(const std::vector<double>& values) {
     return figures;
 }
 
-TEST(FrameFigures, areThoseOfEveryPixelTypeAndLength) {
+TEST(FrameStatistics, areThoseOfEveryPixelTypeAndLength) {
     std::mt19937_64 random(4);
     for (zt::u8 type = 0; type <= zt::DT_DOUBLE; ++type)
         for (std::size_t size = 2; size < 40; ++size) {
@@ -55,8 +55,8 @@ TEST(FrameFigures, areThoseOfEveryPixelTypeAndLength) {
                 value = static_cast<double>(random() % 100);
             values.back() = 0;
             values.front() = 50;
-            const FrameFigures expected = plainFigures(values);
-            const FrameFigures actual = ombrel::figuresOf(*frameOf(type, values));
+            const FrameStatistics expected = plainFigures(values);
+            const FrameStatistics actual = ombrel::figuresOf(*frameOf(type, values));
             EXPECT_NEAR(actual.mean, expected.mean, 1e-12) << ombrel::pixelTypeName(type) << ' ' << size;
             EXPECT_NEAR(actual.spread, expected.spread, 1e-12) << ombrel::pixelTypeName(type) << ' ' << size;
             EXPECT_EQ(actual.zeroPixels, expected.zeroPixels) << ombrel::pixelTypeName(type) << ' ' << size;
@@ -64,7 +64,7 @@ TEST(FrameFigures, areThoseOfEveryPixelTypeAndLength) {
         }
 }
 
-TEST(FrameFigures, leaveOutWhatIsNotFinite) {
+TEST(FrameStatistics, leaveOutWhatIsNotFinite) {
     std::mt19937_64 random(5);
     const std::vector<double> kinds = {notANumber, infinity, -infinity, 0, -0.0, 1000, 1001, 1002};
     for (std::size_t size = 1; size < 40; ++size) {
@@ -72,20 +72,20 @@ TEST(FrameFigures, leaveOutWhatIsNotFinite) {
         for (double& value : values)
             value = kinds[random() % kinds.size()];
         values.back() = 1003;
-        const FrameFigures expected = plainFigures(values);
-        const FrameFigures actual = ombrel::figuresOf(*frameOf(zt::DT_FLOAT, values));
+        const FrameStatistics expected = plainFigures(values);
+        const FrameStatistics actual = ombrel::figuresOf(*frameOf(zt::DT_FLOAT, values));
         EXPECT_NEAR(actual.mean, expected.mean, 1e-9) << size;
         EXPECT_NEAR(actual.spread, expected.spread, 1e-9) << size;
         EXPECT_EQ(actual.zeroPixels, expected.zeroPixels) << size;
         EXPECT_EQ(actual.notFinite, expected.notFinite) << size;
     }
-    const FrameFigures none = ombrel::figuresOf(*frameOf(zt::DT_DOUBLE, {notANumber, infinity}));
+    const FrameStatistics none = ombrel::figuresOf(*frameOf(zt::DT_DOUBLE, {notANumber, infinity}));
     EXPECT_TRUE(std::isnan(none.mean) && std::isnan(none.spread));
     EXPECT_EQ(none.notFinite, 2);
 }
 
 // A spread of a hundred-millionth is lost in the difference of two squares.
-TEST(FrameFigures, keepTheDigitsOfASmallSpread) {
+TEST(FrameStatistics, keepTheDigitsOfASmallSpread) {
     std::vector<double> values(1000);
     for (std::size_t i = 0; i < values.size(); ++i)
         values[i] = 1e8 + (i % 2 ? 1 : -1);

@@ -18,8 +18,8 @@ inline constexpr const char* frameNotFinite =
 
 // What the engine keeps for itself: what is worked out once for all frames, and storage that frames use
 // again.
-struct AICWork {
-    explicit AICWork(const Kernels& kernels) : loops(kernels), outliers(kernels) {}
+struct AICScratch {
+    explicit AICScratch(const Kernels& kernels) : loops(kernels), outliers(kernels) {}
 
     const Kernels loops;
     bool ready = false; // the last Init succeeded

@@ -1,4 +1,4 @@
-#include "model/Memory.h"
+#include "model/RecentState.h"
 
 #include <QCryptographicHash>
 #include <QDir>
@@ -18,20 +18,20 @@ QString chainKey(const QString& path) {
 
 } // namespace
 
-Memory::Memory() : store("ombrel", "workbench") {}
+RecentState::RecentState() : store("ombrel", "workbench") {}
 
-QStringList Memory::recentFiles() const {
+QStringList RecentState::recentFiles() const {
     return store.value(recentKey).toStringList();
 }
 
-void Memory::addRecentFile(const QString& path) {
+void RecentState::addRecentFile(const QString& path) {
     QStringList files = recentFiles();
     files.removeAll(path);
     files.prepend(path);
     store.setValue(recentKey, QStringList(files.first(std::min(files.size(), mostFiles))));
 }
 
-Memory::Links Memory::chainFor(const QString& path) const {
+RecentState::Links RecentState::chainFor(const QString& path) const {
     const QStringList words = store.value(chainKey(path)).toStringList();
     Links links;
     for (qsizetype i = 0; i + 1 < words.size(); i += 2)
@@ -39,14 +39,14 @@ Memory::Links Memory::chainFor(const QString& path) const {
     return links;
 }
 
-void Memory::setChainFor(const QString& path, const ChainState& chain) {
+void RecentState::setChainFor(const QString& path, const ChainState& chain) {
     QStringList words;
     for (const LinkState& link : chain.links)
         words << QString::fromStdString(link.filter) << QString::fromStdString(link.settings);
     store.setValue(chainKey(path), words);
 }
 
-QString Memory::dataFolder(const QString& name) {
+QString RecentState::dataFolder(const QString& name) {
     const QString path =
         QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + "/ombrel/" + name;
     QDir().mkpath(path);

@@ -1,5 +1,6 @@
-#include "kernels/Logarithm.h"
 #include "kernels/ThicknessWalk.h"
+
+#include "kernels/Logarithm.h"
 
 #include <gmock/gmock.h>
 
@@ -13,8 +14,8 @@
 
 namespace {
 
-using PluginOmbrel::MaskOrder;
-using PluginOmbrel::MaskTables;
+using PluginOmbrel::ThicknessOrder;
+using PluginOmbrel::ThicknessTables;
 using Values = std::vector<double>;
 using testing::ElementsAre;
 
@@ -25,8 +26,8 @@ struct PlainMask {
     double thickness;
 };
 
-MaskTables tablesOf(const std::vector<PlainMask>& masks) {
-    MaskTables tables;
+ThicknessTables tablesOf(const std::vector<PlainMask>& masks) {
+    ThicknessTables tables;
     for (const PlainMask& mask : masks)
         tables.add(mask.values.data(), mask.thickness);
     return tables;
@@ -72,10 +73,10 @@ void expectPlain(const Values& counts, double time, const std::vector<PlainMask>
     Values expected = counts;
     for (std::size_t i = 0; i < counts.size(); ++i)
         expected[i] = plainThickness(counts[i], time, masks, i);
-    const MaskTables tables = tablesOf(masks);
-    MaskOrder order;
+    const ThicknessTables tables = tablesOf(masks);
+    ThicknessOrder order;
     order.find(tables, counts.size());
-    for (const MaskOrder& known : {order, MaskOrder()})
+    for (const ThicknessOrder& known : {order, ThicknessOrder()})
         for (const bool baseline : {false, true}) {
             PluginOmbrel::useBaselineKernels = baseline;
             Values actual = counts;
@@ -92,14 +93,14 @@ void makeFall(std::vector<PlainMask>& masks) {
         for (const PlainMask& mask : masks)
             column.push_back(std::isnan(mask.values[i]) ? 0 : mask.values[i]);
         std::ranges::sort(column, std::greater());
-        if (i / MaskOrder::stretch != 1 && column.back() == column[column.size() - 2])
+        if (i / ThicknessOrder::stretch != 1 && column.back() == column[column.size() - 2])
             column.back() = -INFINITY;
         for (std::size_t k = 0; k < masks.size(); ++k)
             masks[k].values[i] = column[k];
     }
 }
 
-TEST(MaskWalk, followsTheLinesBetweenMasks) {
+TEST(ThicknessWalk, followsTheLinesBetweenMasks) {
     const std::vector<PlainMask> masks = {{{-1, -1, -1, -1}, 1}, {{-2, -2, -2, -2}, 2}};
     Values counts = {std::exp(-1.5), std::exp(-0.5), std::exp(-3.0), 0};
     PluginOmbrel::replaceByThickness(counts, 1, tablesOf(masks), {});
@@ -107,7 +108,7 @@ TEST(MaskWalk, followsTheLinesBetweenMasks) {
                                     testing::DoubleNear(3, 1e-15), 0));
 }
 
-TEST(MaskWalk, withOneMaskKeepsTheLogarithmBelowItAndGivesZeroFromItOn) {
+TEST(ThicknessWalk, withOneMaskKeepsTheLogarithmBelowItAndGivesZeroFromItOn) {
     const std::vector<PlainMask> one = {{{0, 0, 0, 0, notANumber}, 5}};
     Values counts = {2.0, 1.0, 0.5, -1, 0.5};
     PluginOmbrel::replaceByThickness(counts, 1, tablesOf(one), {});
@@ -116,7 +117,7 @@ TEST(MaskWalk, withOneMaskKeepsTheLogarithmBelowItAndGivesZeroFromItOn) {
     EXPECT_THAT(counts, ElementsAre(0, 0, 0, 0, 0));
 }
 
-TEST(MaskWalk, isThePlainWalkForEveryNumberOfMasksAndPixels) {
+TEST(ThicknessWalk, isThePlainWalkForEveryNumberOfMasksAndPixels) {
     std::mt19937_64 random(5);
     std::uniform_real_distribution<double> unit(0, 1);
     for (std::size_t maskCount = 0; maskCount < 20; ++maskCount)
@@ -125,7 +126,7 @@ TEST(MaskWalk, isThePlainWalkForEveryNumberOfMasksAndPixels) {
             for (std::size_t k = 0; k < maskCount; ++k) {
                 masks[k].thickness = static_cast<double>(k) * 0.7 + unit(random);
                 for (std::size_t i = 0; i < size; ++i) { // out of order now and then in every other stretch
-                    const double noise = i / MaskOrder::stretch % 2 == 0 ? 0.5 : 1;
+                    const double noise = i / ThicknessOrder::stretch % 2 == 0 ? 0.5 : 1;
                     masks[k].values.push_back(6 - static_cast<double>(k) / 2 + noise * unit(random));
                 }
             }
@@ -136,7 +137,7 @@ TEST(MaskWalk, isThePlainWalkForEveryNumberOfMasksAndPixels) {
         }
 }
 
-TEST(MaskWalk, isThePlainWalkOnHostileValues) {
+TEST(ThicknessWalk, isThePlainWalkOnHostileValues) {
     const Values hostile = {0,     -0.0,  -1,       5e-324,    -5e-324,    1e-310,        1, 2,   0.3, 1e10,
                             1e300, 1e308, INFINITY, -INFINITY, notANumber, std::exp(1.0), 7, 0.01};
     std::mt19937_64 random(9);
@@ -168,7 +169,7 @@ TEST(MaskWalk, isThePlainWalkOnHostileValues) {
     }
 }
 
-TEST(MaskWalk, turnsMasksIntoLogarithmsOfTheirRate) {
+TEST(ThicknessWalk, turnsMasksIntoLogarithmsOfTheirRate) {
     Values counts = {10, 0, -3, notANumber, 4, INFINITY, 2};
     PluginOmbrel::replaceByLogarithm(counts, 2);
     EXPECT_THAT(counts, ElementsAre(logarithm(5), 0, 0, 0, logarithm(2), INFINITY, 0));

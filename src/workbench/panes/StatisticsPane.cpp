@@ -1,4 +1,4 @@
-#include "panes/FiguresPane.h"
+#include "panes/StatisticsPane.h"
 
 #include "panes/Look.h"
 
@@ -49,7 +49,7 @@ RegionFigures regionFigures(const Image& image, const QRect& region) {
     return {mean, std::sqrt(squares / count) / mean};
 }
 
-FiguresPane::FiguresPane(QWidget* parent)
+StatisticsPane::StatisticsPane(QWidget* parent)
     : QWidget(parent), grid(newChild<QGridLayout>(this)), choice(newChild<QLabel>()),
       time(newChild<QLabel>()) {
     grid->setContentsMargins(6, 4, 6, 4);
@@ -77,7 +77,7 @@ FiguresPane::FiguresPane(QWidget* parent)
     grid->setRowStretch(row + 2, 1);
 }
 
-void FiguresPane::addRow(const QString& name, const QString& tip) {
+void StatisticsPane::addRow(const QString& name, const QString& tip) {
     const int row = grid->rowCount();
     auto* const label = newChild<QLabel>(name);
     label->setToolTip(tip);
@@ -91,11 +91,11 @@ void FiguresPane::addRow(const QString& name, const QString& tip) {
     }
 }
 
-void FiguresPane::set(Row row, std::size_t pane, const QString& text) {
+void StatisticsPane::set(Row row, std::size_t pane, const QString& text) {
     values[row][pane]->setText(text);
 }
 
-void FiguresPane::show(const FrameView& view) {
+void StatisticsPane::show(const FrameView& view) {
     for (std::size_t pane = 0; pane < 2; ++pane) {
         images[pane] = view.panes[pane].image;
         showPane(pane, view.panes[pane]);
@@ -110,8 +110,8 @@ void FiguresPane::show(const FrameView& view) {
     showRegion();
 }
 
-void FiguresPane::showPane(std::size_t index, const PaneView& pane) {
-    const FrameFigures& figures = pane.figures;
+void StatisticsPane::showPane(std::size_t index, const PaneView& pane) {
+    const FrameStatistics& figures = pane.figures;
     const bool isThere = pane.image != nullptr;
     const QString none = "\u2013";
     set(MEAN, index, isThere ? number(figures.mean) : none);
@@ -120,12 +120,12 @@ void FiguresPane::showPane(std::size_t index, const PaneView& pane) {
     set(NOT_FINITE, index, isThere ? QString::number(figures.notFinite) : none);
 }
 
-void FiguresPane::setRegion(const QRect& drawn) {
+void StatisticsPane::setRegion(const QRect& drawn) {
     region = drawn;
     showRegion();
 }
 
-void FiguresPane::showRegion() {
+void StatisticsPane::showRegion() {
     for (std::size_t pane = 0; pane < 2; ++pane) {
         const bool isThere = images[pane] && !region.isEmpty();
         const RegionFigures figures =
