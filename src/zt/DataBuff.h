@@ -68,7 +68,7 @@ public:
     unsigned char* dataByte() override { return reinterpret_cast<unsigned char*>(array); }
 
     void setByte(const unsigned char* bytes, std::size_t byteCount) override {
-        // The interface hands over const bytes, yet writing through the look is what it is for.
+        // The interface passes const bytes, but callers write through this view.
         set(reinterpret_cast<T*>(const_cast<unsigned char*>(bytes)), byteCount / sizeof(T));
     }
 

@@ -4,14 +4,14 @@
 
 namespace zt {
 
-// Takes over the one reference with which a frame is handed over, and gives it back at the end of the scope.
-// A null frame is held without effect.
+// Takes over the one reference that comes with a frame and releases it at the end of the scope. Null is
+// allowed.
 class FrameHolder {
 public:
     explicit FrameHolder(IMpxFrame* handedOver) : frame(handedOver) {
         if (!frame)
             return;
-        // The holder's own reference, then back goes the one that came with the frame.
+        // Take the holder's own reference first, then release the one that came with the frame.
         frame->addRef();
         frame->release();
     }

@@ -30,7 +30,7 @@ public:
     virtual void showConfigGUI() = 0;
     virtual int saveToSettings(ISettings* settings) = 0;
     virtual int loadFromSettings(ISettings* settings) = 0;
-    // An interface of the filter's own, or null. An IObject tells which.
+    // A private interface of the filter, or null. It is an IObject, whose ID names the interface.
     virtual void* privateInterface() = 0;
     virtual void destroy() = 0;
     virtual ~IDataFilter() = default;

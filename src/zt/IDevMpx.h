@@ -24,8 +24,8 @@ public:
 // A pixel detector. It outlives its filters, and its acquired frames live as long as it does.
 class IDevMpx : public IDev {
 public:
-    // Frames of the last acquisition. The first is what the beam-hardening filter asks, the second what the
-    // flat-field filter asks.
+    // Frames of the last acquisition. The beam-hardening filter calls the first, the flat-field filter the
+    // second.
     virtual int acqFrameCount() const = 0;
     virtual int acqFrameCountAll() const = 0;
     // A measured frame with one reference for the caller, or null.

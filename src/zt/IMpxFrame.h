@@ -11,10 +11,10 @@
 
 namespace zt {
 
-// What passes through a filter: an object that counts its references.
+// A reference-counted object that passes through a filter.
 //
-// Whoever gets a new object owns one reference and gives it back with release(), or ends a clone that it will
-// not hand on with destroy().
+// Whoever gets a new object owns one reference and ends it with release(), or with destroy() for a clone that
+// is not passed on.
 class IData {
 public:
     static constexpr int TYPE_FRAME = 1; // the object is an IMpxFrame at the same address
@@ -23,15 +23,15 @@ public:
     virtual void addRef() = 0;
     // Drops a reference; the last one frees the object.
     virtual void release() = 0;
-    // Frees an object that was got from clone().
+    // Frees an object that clone() returned.
     virtual void destroy() = 0;
-    // A copy of the same concrete type with contents of its own, which belongs to the caller. Never null.
+    // A copy of the same concrete type with its own contents, owned by the caller. Never null.
     virtual IData* clone() const = 0;
 };
 
 // A frame: width() x height() pixels of one data type, row-major, pixel (x, y) at index y * width + x.
 //
-// A frame must own room for width() + 1 more elements behind its pixels, since binning of odd sizes reads and
+// A frame must own room for width() + 1 more elements after its pixels, since binning of odd sizes reads and
 // writes there.
 class IMpxFrame : public IData {
 public:
@@ -51,14 +51,14 @@ public:
     virtual void frameName(IString* out) const = 0;
     // Sets all pixels to 0.
     virtual void clear() = 0;
-    // Here for its place among the operations; it is IData's own.
+    // Repeats IData::clone() to show its place among the operations; it adds no slot.
     IData* clone() const override = 0;
     // Adds the pixels of a frame of the same size to this one's.
     virtual void addFrame(IMpxFrame* other) = 0;
     virtual void multiplyBy(double factor) = 0;
     virtual double acqTime() const = 0; // seconds; 0 when unknown
     virtual int subFrameCount() const = 0;
-    // Appends the sub-frames. The frame keeps owning them.
+    // Appends the sub-frames. The frame keeps ownership.
     virtual void subFrames(IPtrList<IMpxFrame*>* out) const = 0;
 
     std::vector<IMpxFrame*> subFrames() const {

@@ -12,8 +12,8 @@ namespace zt {
 
 class IParam;
 
-// Called when a parameter changed; returns 0. `userData` is what was given when the parameter was created. A
-// change of value arrives with `flag` false.
+// Called after a parameter changed; returns 0. `userData` is the pointer given when the parameter was
+// created. Changes of the value arrive with `flag` false.
 using ParamCallback = int (*)(IParam* param, bool flag, long userData);
 
 // Flags given when a parameter is created.
@@ -35,7 +35,7 @@ public:
     virtual const char* description() const = 0;
     virtual int type() const = 0; // DataType, 0 to 11
 
-    // Each getter gives the value converted to its type.
+    // Each getter returns the value converted to its type.
     virtual i8 getI8() const = 0;
     virtual u8 getU8() const = 0;
     virtual bool getBool() const = 0;
@@ -87,8 +87,8 @@ public:
     }
 };
 
-// The parameters of one filter, in the order of their creation. Who created the manager ends it with
-// destroy(), and its parameters with it.
+// The parameters of one filter, in the order of their creation. Whoever created the manager ends it with
+// destroy(), which also ends its parameters.
 class IParamMgr {
 public:
     // Each creates a parameter that the manager owns, with a value of the type in the name. The texts are
@@ -101,7 +101,7 @@ public:
                                  ParamCallback callback, void* userData, int flags) = 0;
     virtual IParam* createString(const char* name, const char* description, const char* value,
                                  ParamCallback callback, void* userData, int flags) = 0;
-    // Null when there is none of that name.
+    // Null when no parameter has that name.
     virtual IParam* param(const char* name) = 0;
     virtual u64 paramCount() const = 0;
     virtual void params(IPtrList<IParam*>* out) const = 0;

@@ -3,23 +3,24 @@
 #include "zt/IMpxFrame.h"
 #include "zt/IObject.h"
 
-// The flat-field filter's interface of its own, which its privateInterface() gives: object ID 1442418610,
-// name "FlatFieldFilterInterface". Paths are UTF-8. Loading and saving return 0 or a negative code. A line in
-// the host's log says which coefficient file could not be read or written; a frame that the host could not
-// load is left out without a line, since the host knows the reason.
+// The flat-field filter's private interface, returned by its privateInterface(): object ID 1442418610, name
+// "FlatFieldFilterInterface". Paths are UTF-8. Loading and saving return 0 or a negative code. A line in the
+// host's log names the coefficient file that could not be read or written; a frame that the host could not
+// load is skipped without a line, since the host knows the reason.
 class IFFFilter : public zt::IObject {
 public:
     // Replaces the coefficients by those from a file: the mean of the flat fields of a frame file, a flat
-    // field as an ASCII matrix, or, when the name ends in "ffc", finished coefficients as
-    // saveCoefficientsToFile writes them. The path alone decides; the flag is ignored. A load that
-    // finds no flat field leaves coefficients of 1.
+    // field as an ASCII matrix, or, when the name ends in "ffc", finished coefficients as written by
+    // saveCoefficientsToFile. Only the path decides; the flag is ignored. When the file holds no flat field,
+    // all coefficients become 1.
     virtual int loadCoefficientsFromFile(const char* path, bool asciiFormat) = 0;
     // Writes the coefficients as doubles without a header, or as ASCII with 256 values a line. Without
     // coefficients it writes no file, logs that, and returns 0.
     virtual int saveCoefficientsToFile(const char* path, bool asciiFormat) = 0;
-    // Makes coefficients of the device's last frame, or of the sum of all its acquired frames. Where these
-    // have sub-frames the user is asked which to take, so this belongs on the thread of the user interface. A
-    // failure keeps the coefficients, except that a flat field smaller than the device leaves ones.
+    // Computes coefficients from the device's last frame, or from the sum of all its acquired frames. If
+    // these have sub-frames, the user is asked which to use, so call it on the thread of the user interface.
+    // A failure keeps the coefficients, except that a flat field smaller than the device sets all of them to
+    // 1.
     virtual int loadCoefficientsFromAcquisition(bool allFrames) = 0;
 
     virtual bool interpolateBadAndMaskedPixels() const = 0;
@@ -29,36 +30,36 @@ public:
     virtual void setInterpolateBadMaskedPixels(bool on) = 0;
     virtual void setUseDeviceMaskForBadPixels(bool on) = 0;
     // Zero pixels and extreme coefficients exclude each other as sources of bad pixels: setting one, to
-    // whatever, switches the other off.
+    // either value, switches the other off.
     virtual void setUseZeroPixelsForBadPixels(bool on) = 0;
     virtual void setUseFFCoeffsForBadPixels(bool on) = 0;
-    // Keeps the path as the label of the bad pixels' source and switches the device mask off. No file is
-    // read. 0.
+    // Stores the path as the label of the bad pixels' source and switches the device mask off. No file is
+    // read. Returns 0.
     virtual int loadBadPixelMaskFromFile(const char* path, bool flag) = 0;
 };
 
-// The beam-hardening filter's interface of its own, which its privateInterface() gives: object ID 1442418600,
+// The beam-hardening filter's private interface, returned by its privateInterface(): object ID 1442418600,
 // name "BHFilterInterface". Paths are UTF-8. Operations that can fail return 0, or a negative code after a
 // line in the host's log that says what failed.
 class IBHFilter : public zt::IObject {
 public:
-    // Adds frame 0 of a file as the mask of a thickness, in the unit that results shall have. `acqTime` is
-    // its time in seconds, or -1 for the frame's own time. The masks are in the order of adding, which has to
-    // be that of ascending thickness when frames are filtered.
+    // Adds frame 0 of a file as the mask of a thickness, in the unit of the results. `acqTime` is its time in
+    // seconds, or -1 for the frame's own time. Masks keep the order in which they are added; it must be
+    // ascending thickness when frames are filtered.
     virtual int addMaskFromFile(const char* path, double thickness, double acqTime) = 0;
-    // Adds the sum of the device's acquired frames. Where these have sub-frames the user is asked which to
-    // take, so this belongs on the thread of the user interface.
+    // Adds the sum of the device's acquired frames. If these have sub-frames, the user is asked which to use,
+    // so call it on the thread of the user interface.
     virtual int addMaskFromAcqData(double thickness) = 0;
     virtual int removeMask(unsigned int index) = 0;
     virtual int removeAllMasks() = 0;
 
     // From a frame, or from an ASCII matrix of as many values as the masks have pixels; not 0 is bad. Without
-    // masks the first file gives the size: the frame's, or the device's for a matrix. A frame that cannot be
-    // read or has another size, and a matrix that cannot be opened, leave the bad pixels as they are. A
-    // matrix that ends early gives the values that it has; the other pixels keep theirs, and are good when
-    // there were none of that size.
+    // masks the first file sets the size: the frame's, or the device's for a matrix. A frame that cannot be
+    // read or has another size, and a matrix that cannot be opened, leave the bad pixels unchanged. A matrix
+    // that ends early sets only the values that it has; the other pixels keep theirs, or are good when no
+    // mask of that size existed.
     virtual int loadBadPixelsFromFile(const char* path) = 0;
-    // As an ASCII matrix, a row of the masks a line, 256 values without masks.
+    // Writes an ASCII matrix: one row of the masks a line, or 256 values a line without masks.
     virtual int saveBadPixelsToFile(const char* path) = 0;
     // Marks the pixels whose mask values do not fall from each mask to the next.
     virtual int generateBadPixels() = 0;

@@ -8,8 +8,8 @@
 
 namespace zt {
 
-// A store of settings on a file: groups of keys, each key with a value of one type. Getters give the default
-// when the key is absent. Who created the store ends it with destroy(), which saves nothing.
+// A store of settings on a file: groups of keys, each key with a value of one type. Getters return the
+// default when the key is absent. Whoever created the store ends it with destroy(), which saves nothing.
 class ISettings {
 public:
     // Reads the store from its file.
@@ -27,8 +27,8 @@ public:
     virtual int getInt(const char* group, const char* key, int defaultValue) = 0;
     virtual double getDouble(const char* group, const char* key, double defaultValue) = 0;
     virtual bool getBool(const char* group, const char* key, bool defaultValue) = 0;
-    // Copies at most *byteSize bytes into the buffer and sets *byteSize to the number copied, 0 without the
-    // key.
+    // Copies at most *byteSize bytes into the buffer and sets *byteSize to the number copied, 0 when the key
+    // is absent.
     virtual void getBlob(const char* group, const char* key, void* buffer, u64* byteSize) = 0;
 
     virtual void getFilePath(IString* out) const = 0;

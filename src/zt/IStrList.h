@@ -19,7 +19,7 @@ public:
     virtual void clear() = 0;
     virtual ~IStrList() = default;
 
-    // The list as a vector of its own.
+    // A copy of the list as a vector.
     std::vector<std::string> vect() const {
         std::vector<std::string> values;
         for (unsigned int i = 0; i < size(); ++i)
@@ -43,7 +43,7 @@ public:
     virtual void clear() = 0;
     virtual ~IPtrList() = default;
 
-    // The list as a vector of its own.
+    // A copy of the list as a vector.
     std::vector<T> vect() const {
         std::vector<T> values;
         for (unsigned int i = 0; i < size(); ++i)

@@ -22,7 +22,7 @@ public:
 
 class IFilterMgr {
 public:
-    // Registers the filter for the device and takes it over: the host ends it with destroy().
+    // Registers the filter for the device and takes ownership: the host ends it with destroy().
     virtual void addFilter(IDev* dev, IDataFilter* filter) = 0;
 };
 
@@ -32,7 +32,7 @@ public:
     // Writes a line to the host's log. `source` is the plug-in's name. The plug-in passes its finished text
     // as `format` and no arguments, so a host that formats it reads percent signs of the text again.
     virtual void log(const char* source, int flag, const char* format, ...) = 0;
-    // Appends every known device. The host keeps owning them.
+    // Appends every known device. The host keeps ownership.
     virtual void devices(IPtrList<IDev*>* out) = 0;
     // A new empty manager that the caller owns.
     virtual IParamMgr* createParamMgr() = 0;
