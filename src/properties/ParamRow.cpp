@@ -72,7 +72,7 @@ RowPtr makeTypedRow(const zt::IParam& param, bool editable) {
     }
 }
 
-// Gives the row the parameter's value, when it is of the kind and its value, read as T, is another one.
+// Sets the row to the parameter's value, when the row is of this kind and its value, read as T, differs.
 template <typename Kind, typename T>
 bool replaceValue(QProperty* row, const QVariant& current) {
     auto* const item = dynamic_cast<Kind*>(row);

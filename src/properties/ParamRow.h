@@ -8,14 +8,14 @@ class IParam;
 
 class QProperty;
 
-// The row of a parameter in a QParamsBrowser, by the parameter's type and flags.
+// Creates the row of a parameter in a QParamsBrowser, by the parameter's type and flags.
 
-// Null for a type that is unknown.
+// Null for an unknown type.
 std::unique_ptr<QProperty> makeParamRow(const zt::IParam& param);
 
-// From the row to the parameter, unless that is read-only.
+// Copies from the row to the parameter, unless it is read-only.
 void writeParam(const QProperty& row, zt::IParam& param);
 
-// From the parameter to the row, which stays when it shows the value already or is of another kind than the
-// parameter's type. True when views must be told.
+// Copies from the parameter to the row. The row is unchanged when it already has the value or its kind does
+// not match the parameter's type. Returns whether views must be notified.
 bool refreshParamRow(QProperty& row, const zt::IParam& param);

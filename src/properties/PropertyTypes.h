@@ -12,8 +12,8 @@ public:
     QBoolProperty(const QString& name, bool value, bool editable);
     QBoolProperty(const QString& name, const QString& description, bool value, bool editable);
 
-    // The value's cell answers every role but those for text and check state with the boolean itself, above
-    // all StoredValueRole.
+    // The value's cell returns the boolean itself for every role except text and check state, including
+    // StoredValueRole.
     QVariant data(int column, int role) const override;
     // Takes Qt::EditRole, with anything that converts to a boolean, and Qt::CheckStateRole.
     bool setData(const QVariant& newValue, int role) override;
@@ -118,18 +118,18 @@ public:
 
     QWidget* createEditor(QWidget* editorParent, const QStyleOptionViewItem& option,
                           const QAbstractItemDelegate* delegate) override;
-    // The text in the box; the value when the widget is no combo box.
+    // The text in the box; the stored value when the widget is not a combo box.
     QVariant getEditorData(QWidget* editor) const override;
 
     // For editors made from now on; one that is open keeps its list.
     virtual void setList(QList<QString> texts);
-    // Also in the editor that was made last, while it stands.
+    // Also in the latest editor, while it exists.
     virtual void setSelectedText(QString text);
-    // The text in the editor that was made last while it stands, even if it is not committed; else the value.
+    // The text in the latest editor while it exists, even if it is not committed; else the value.
     virtual QString selectedText() const;
 
 private:
-    // The view that asked for the editor deletes it when it likes.
+    // The view that requested the editor may delete it at any time.
     QPointer<QComboBox> comboBox;
     QList<QString> list;
 };

@@ -21,24 +21,24 @@ public:
     ~QParamsBrowser() override;
 
     // Shows the parameters of this manager, which is not owned: it must outlive the browser or be replaced
-    // before it ends. Null is ignored.
+    // first. Null is ignored.
     void setParams(zt::IParamMgr* params);
 
-    // What follows needs a manager.
+    // The following functions need a manager.
 
-    // Makes all rows again, also for parameters that came since.
+    // Rebuilds all rows, including those of parameters added since.
     void loadParams();
-    // Brings a row up to date with its parameter, and writes nothing back. Parameters of 64-bit integers are
-    // left alone: only loadParams() brings them up to date.
+    // Updates a row from its parameter, and writes nothing back. Parameters of 64-bit integers are skipped:
+    // only loadParams() updates them.
     void refreshParam(zt::IParam* param);
     void refreshParams();
 
 public slots:
-    // Writes the value of the row to its parameter, unless that is gone or read-only.
+    // Writes the value of the row to its parameter, unless the parameter was removed or is read-only.
     void userChangedData(QProperty* property);
 
 protected:
-    // By keyboard the value column is entered, which no key reaches from the names.
+    // Keyboard focus enters the value column, since no key moves there from the names.
     void focusInEvent(QFocusEvent* event) override;
 
 private:

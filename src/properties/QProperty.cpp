@@ -12,7 +12,7 @@ QProperty::QProperty(const QString& initialName, const QString& initialDescripti
     : name(initialName), description(initialDescription), editable(canEdit) {}
 
 QProperty::~QProperty() {
-    // The member first, so that the old parent does not call back.
+    // Reset the member first, so that the old parent does not call back.
     if (QProperty* const oldParent = std::exchange(parent, nullptr))
         oldParent->removeChild(this);
     while (!children.isEmpty())
@@ -122,12 +122,12 @@ void QProperty::fitEditor(QWidget& editor) const {
     editor.setEnabled(isEditable());
 }
 
-// The tree operations of QProperty: who is whose child.
+// The tree operations of QProperty.
 
 int QProperty::addChild(QProperty* child) {
     if (child && child->getParent() != this)
         child->setParent(this); // comes back here and appends
-    // What was appended just now is found without a search, which would cost as much as appending it.
+    // A child that was just appended is the last one: this saves a second search.
     const int last = static_cast<int>(children.size()) - 1;
     const int row = child && getChild(last) == child ? last : getChildRow(child);
     if (!child || row >= 0)

@@ -31,23 +31,24 @@ public:
     QProperty& operator=(const QProperty&) = delete;
 
     virtual QVariant data(int column, int role) const;
-    // Stores the value as it comes, of whatever type, when the role is Qt::EditRole. True when it differs
-    // from the one before.
+    // Stores the value unconverted when the role is Qt::EditRole. Returns whether it differs from the
+    // previous value.
     virtual bool setData(const QVariant& newValue, int role);
 
-    // Paints the value's cell. False when it did not, so that the delegate paints it.
+    // Paints the value's cell. False leaves the painting to the delegate.
     virtual bool paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index,
                        const QAbstractItemDelegate* delegate) const;
     // A new editor for the value, filled, owned by `editorParent`; null for Qt's default editor.
     virtual QWidget* createEditor(QWidget* editorParent, const QStyleOptionViewItem& option,
                                   const QAbstractItemDelegate* delegate);
-    // False when the delegate is to fill the editor in Qt's way.
+    // False when the delegate must fill the editor in Qt's way.
     virtual bool setEditorData(QWidget* editor);
-    // What the editor holds; invalid when the delegate is to read it in Qt's way.
+    // The value in the editor; invalid when the delegate must read it in Qt's way.
     virtual QVariant getEditorData(QWidget* editor) const;
     virtual Qt::ItemFlags flags(int column) const;
 
-    // Stores the value with no conversion. No view hears of it: see QPropertyModel::onDataChangedByModel().
+    // Stores the value without conversion. Views are not notified: see
+    // QPropertyModel::onDataChangedByModel().
     virtual void setValue(const QVariant& newValue);
     virtual QVariant getValue() const;
     virtual void setName(const QString& newName);
@@ -55,22 +56,23 @@ public:
     virtual void setDescription(const QString& newDescription);
     virtual QString getDescription() const;
 
-    // Takes the child over, from its old parent if it has one, and gives its row; -1 for null. A child that
-    // is there already stays where it is. The list is searched, so that n children cost the square of n.
+    // Takes ownership of the child, from its old parent if it has one, and returns its row; -1 for null. An
+    // existing child keeps its row. The list is searched, so adding n children takes quadratic time.
     virtual int addChild(QProperty* child);
     virtual QList<QProperty*>& getChildren();
-    // Null when there is no such row.
+    // Null for a row out of range.
     virtual QProperty* getChild(int row) const;
     virtual int getRowCount() const;
     virtual QProperty* getParent() const;
-    // Leaves the old parent and becomes the last child of the new one; null makes the caller the owner.
+    // Leaves the old parent and becomes the last child of the new one; with null the caller becomes the
+    // owner.
     virtual void setParent(QProperty* newParent);
-    // Gives the child up without deleting it: the caller owns it then.
+    // Releases the child without deleting it: the caller then owns it.
     virtual void removeChild(QProperty* child);
-    // -1 when it is no child.
+    // -1 for a property that is not a child.
     virtual int getChildRow(QProperty* child) const;
 
-    // Whether an edit of this item also repaints its parent. The flag for the children is only kept.
+    // Whether an edit of this item also repaints its parent. The flag for the children is stored only.
     virtual bool getUpdateParent() const;
     virtual bool getUpdateChildren() const;
     virtual void setUpdateBehaviour(bool withParent, bool withChildren);
@@ -81,7 +83,7 @@ protected:
 
     // Stores the value, converted to the type.
     void storeAs(QMetaType::Type type, const QVariant& newValue);
-    // What every editor of an item gets: it fills its cell, and is disabled when the item is read-only.
+    // Common set-up of every editor: it fills its cell, and is disabled when the item is read-only.
     void fitEditor(QWidget& editor) const;
 
     QVariant value;

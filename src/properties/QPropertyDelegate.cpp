@@ -28,7 +28,7 @@ void setReadableText(QPalette& palette, const QColor& background) {
 
 namespace {
 
-// Null for an index that is invalid or of another kind of model.
+// Null for an invalid index and for other models.
 QProperty* itemOf(const QModelIndex& index) {
     const auto* const model = qobject_cast<const QPropertyModel*>(index.model());
     return model ? model->getProperty(index) : nullptr;
@@ -110,8 +110,8 @@ void QPropertyDelegate::initStyleOption(QStyleOptionViewItem* option, const QMod
     QStyledItemDelegate::initStyleOption(option, index);
     if (option->backgroundBrush.style() != Qt::NoBrush && !index.data(Qt::ForegroundRole).isValid())
         setReadableText(option->palette, option->backgroundBrush.color());
-    // A boolean item answers every role with its value: as a decoration that would leave a gap before the
-    // text, and as an alignment lift the text to the top of the cell.
+    // A boolean item returns its value for every role: as a decoration it would leave a gap before the text,
+    // and as an alignment it would move the text to the top of the cell.
     if (option->icon.isNull())
         option->features &= ~QStyleOptionViewItem::ViewItemFeatures(QStyleOptionViewItem::HasDecoration);
     if (index.data(Qt::TextAlignmentRole).typeId() == QMetaType::Bool)

@@ -5,12 +5,12 @@
 class QColor;
 class QPalette;
 
-// Makes text and signs near-black or near-white, whichever reads on the background: fixed colours of rows
-// meet light and dark palettes. Disabled text stays paler than the other.
+// Makes text and signs near-black or near-white, whichever is readable on the background: rows have fixed
+// colours in light and dark palettes. Disabled text is paler.
 void setReadableText(QPalette& palette, const QColor& background);
 
-// Hands the editing and painting of a value to its QProperty, falls back on Qt's way, and draws grid lines.
-// For views on a QPropertyModel; on any other model it works in Qt's way.
+// Leaves the editing and painting of a value to its QProperty, falls back on Qt's defaults, and draws grid
+// lines. For views on a QPropertyModel; with any other model it behaves as Qt's delegate.
 class QPropertyDelegate : public QStyledItemDelegate {
     Q_OBJECT
 
@@ -24,7 +24,7 @@ public:
                           const QModelIndex& index) const override;
     void setEditorData(QWidget* editor, const QModelIndex& index) const override;
     void setModelData(QWidget* editor, QAbstractItemModel* model, const QModelIndex& index) const override;
-    // An editor is at least as high as its text needs, also where that reaches over the rows beside it.
+    // An editor is at least as high as its text needs, even if it then overlaps the neighbouring rows.
     void updateEditorGeometry(QWidget* editor, const QStyleOptionViewItem& option,
                               const QModelIndex& index) const override;
 
@@ -41,8 +41,8 @@ private:
     bool addToDefault = false;
 };
 
-// Colours the rows light, in turns, and a value by the comparison in its text: ">" red, "<" orange, "="
-// green.
+// Gives the rows two alternating light colours, and colours a value by the comparison in its text: ">" red,
+// "<" orange, "=" green.
 class CustomDelegate : public QPropertyDelegate {
     Q_OBJECT
 

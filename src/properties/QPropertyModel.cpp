@@ -54,7 +54,7 @@ QProperty* QPropertyModel::getProperty(const QString& key) {
 bool QPropertyModel::setData(const QModelIndex& index, const QVariant& value, int role) {
     if (index.column() != PropertyColumn::Value)
         return true;
-    // Invalid once the model is cleared or deleted, and the item with it.
+    // Invalid after a slot cleared or deleted the model, and the item with it.
     const QPersistentModelIndex edited(index);
     QProperty* const item = getProperty(index);
     const bool changed = item->setData(value, role);
@@ -99,7 +99,7 @@ bool QPropertyModel::isDescriptionShown() const {
 }
 
 void QPropertyModel::deletePropertyFromMaps(QProperty* property) {
-    propertyByKey.remove(propertyByKey.key(property)); // the empty key when there is none
+    propertyByKey.remove(propertyByKey.key(property)); // the empty key for a property without one
 }
 
 void QPropertyModel::addPropertyToMaps(QProperty* property, const QString& key) {
@@ -112,7 +112,7 @@ void QPropertyModel::onDataChangedByModel(QProperty* property) {
         emit dataChanged(index, index);
 }
 
-// What views read from QPropertyModel: where an item stands, and what it shows there.
+// What views read from QPropertyModel: the position of an item and its data.
 
 QModelIndex QPropertyModel::index(int row, int column, const QModelIndex& parent) const {
     if (parent.isValid() && parent.column() > PropertyColumn::Value)

@@ -19,17 +19,17 @@ enum Column : int { Name = 0, Value = 1, Description = 2 };
 
 } // namespace PropertyColumn
 
-// The role that gives the value as it is stored where the display role gives a text for it: the boolean
-// itself of a QBoolProperty.
+// The role for the stored value when the display role returns a text for it: the boolean itself of a
+// QBoolProperty.
 inline constexpr int StoredValueRole = -1;
 
 // Shows a tree of QProperty items in the columns of PropertyColumn. It owns the items, from an invisible root
-// down. An item may be given a key, any string, by which it is found again; parents are named by their keys.
+// down. An item may have a key, any string, by which it is found; parents are named by their keys.
 //
-// Two oddities that a caller meets:
+// Two restrictions:
 // - A view that already shows the model does not show top-level rows that are added later: add them before
 //   setModel(), or right after clear(), in the same turn of the event loop.
-// - Each row is searched among its siblings when it is added: a flat list costs the square of its length.
+// - Adding a row searches its siblings: building a flat list takes quadratic time.
 class QPropertyModel : public QAbstractItemModel {
     Q_OBJECT
 
@@ -42,31 +42,32 @@ public:
     int rowCount(const QModelIndex& parent = {}) const override;
     int columnCount(const QModelIndex& parent = {}) const override;
     QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
-    // An edit: hands the value to the item and, when that changed, announces it. Always true. The item may be
-    // gone when it returns, since whoever hears of the change may clear the model.
+    // An edit: passes the value to the item and, when that changed, announces it. Always returns true. The
+    // item may be deleted when it returns, since a slot may clear the model.
     bool setData(const QModelIndex& index, const QVariant& value, int role = Qt::EditRole) override;
     QVariant headerData(int section, Qt::Orientation orientation, int role = Qt::DisplayRole) const override;
     Qt::ItemFlags flags(const QModelIndex& index) const override;
 
-    // Appends the property to the item with the key `parentKey`, or to the top level when there is none, and
-    // takes it over. An empty key gives it none; one that is taken passes to it. Views hear of it with
-    // `notify`. False, with nothing taken over, for null and for what is a child of that parent already.
+    // Appends the property to the item with the key `parentKey`, or to the top level when no item has it, and
+    // takes ownership. An empty key registers no key; a key that is already in use moves to this property.
+    // Views are notified with `notify`. Returns false, and takes nothing over, for null and for a property
+    // that is already a child of that parent.
     virtual bool addProperty(QProperty* property, const QString& key, const QString& parentKey,
                              bool notify = true);
     // An editable plain QProperty, added with notification.
     virtual QProperty* createProperty(const QString& key, const QString& name, const QString& parentKey,
                                       const QVariant& value);
-    // Null when there is none.
+    // Null for an unknown key.
     virtual QProperty* getProperty(const QString& key);
     // Edits the value of a property.
     virtual bool setData(QProperty* property, const QVariant& value, int role);
-    // False when there is no such key.
+    // False for an unknown key.
     virtual bool setData(QString key, const QVariant& value, int role);
     // Deletes all items.
     virtual void clear();
-    // Has the views read everything again.
+    // Makes the views read everything again.
     virtual void setDataChanged();
-    // Whether there is a column for descriptions. Set it before a view is attached: views hear nothing of it.
+    // Whether a column of descriptions exists. Set it before a view is attached: views are not notified.
     virtual void setShowDescription(bool show);
     virtual bool isDescriptionShown() const;
     // The root for an invalid index.
@@ -78,8 +79,8 @@ public:
     virtual void addPropertyToMaps(QProperty* property, const QString& key);
 
 public slots:
-    // To be called after QProperty::setValue(): views show the new value. No edit is announced, so that what
-    // the program changes does not come back to it as the user's.
+    // Call it after QProperty::setValue(): views show the new value. No edit is announced, so changes by the
+    // program are not mistaken for the user's.
     void onDataChangedByModel(QProperty* property);
 
 signals:

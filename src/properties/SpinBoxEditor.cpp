@@ -16,7 +16,7 @@ QString QPTVDoubleSpinBox::textFromValue(double number) const {
 
 namespace {
 
-// Before the box's own, which it asks.
+// Runs before the box's own validator and then calls it.
 class EitherSeparator : public QValidator {
 public:
     EitherSeparator(const QValidator& ownOfBox, QDoubleSpinBox& edited)

@@ -23,9 +23,9 @@ class QWidget;
 
 QSpinBox* makeSpinBox(QWidget* parent, int min, int max, int value);
 
-// The integer in the box; 0 when the widget is no spin box.
+// The integer in the box; 0 when the widget is not a spin box.
 QVariant spinBoxValue(QWidget* editor);
 
-// Takes point and comma alike for the decimal separator, typed or pasted. Qt drops the one that groups digits
+// Accepts both point and comma as the decimal separator, typed or pasted. Qt drops the one that groups digits
 // in the box's locale, and so would read "0,2" as 2.
 void takeEitherSeparator(QDoubleSpinBox& box);
