@@ -161,7 +161,7 @@ TEST_F(AdaptiveSet, WritesEverySettingAndChoosesWhatWorks) {
     const auto warned = runOmbrel(
         {"calibrate", "adaptive", "-q", "--grid", *folder / "grid.csv", "--check", *folder / "b.xml"});
     EXPECT_EQ(warned.exitCode, 0);
-    EXPECT_THAT(warned.messages, HasSubstr("other settings leave less"));
+    EXPECT_THAT(warned.messages, HasSubstr("other settings leave a smaller residual"));
     EXPECT_EQ(fileText(*folder / "b.xml"), worse);
 }
 
@@ -254,7 +254,7 @@ TEST_F(Adaptive, RefusesWhatIsNoGridAndWritesNothing) {
                       path + ": " + words);
     };
     refuseTable(folder.path.string(), "is a directory");
-    refuseTable("/dev/zero", "is no regular file");
+    refuseTable("/dev/zero", "is not a regular file");
     writeFileText(table, "v,t,e,file\n#" + std::string(65536, 'x'));
     refuseTable(table, "line 2 has 65537 bytes; a line of a table may have 65536");
     std::filesystem::resize_file(table, (16u << 20) + 1);

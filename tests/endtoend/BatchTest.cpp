@@ -370,7 +370,7 @@ TEST(Batch, DryRunChangesNothing) {
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_THAT(result.messages, HasSubstr("would correct 3 frames of 8 x 8"));
     EXPECT_EQ(folder.fileCount(), 1u);
-    expectRefusal(dry(folder / "none/out.h5"), 1, "there is no folder");
+    expectRefusal(dry(folder / "none/out.h5"), 1, "does not exist; create it");
 }
 
 TEST(Batch, ShowsABarThatFitsTheTerminal) {

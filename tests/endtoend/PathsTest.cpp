@@ -78,7 +78,8 @@ TEST_F(Paths, TwoPathsOfACommandLineMustBeTwoFiles) {
     for (const char* option : {"--report", "--log"}) {
         refuse(binning({at("in.h5"), "-o", out, option, out}), 2, both);
         refuse(binning({at("in.h5"), "-o", out, option, at("in.h5"), "--force"}), 2, both);
-        refuse(binning({at("in.h5"), "-o", out, option, at("nowhere/../out.h5")}), 1, "there is no folder");
+        refuse(binning({at("in.h5"), "-o", out, option, at("nowhere/../out.h5")}), 1,
+               "does not exist; create it");
     }
     refuse(binning({at("in.h5"), "-o", out, "--report", at("r"), "--log", at("./r")}), 2, both);
     for (const char* alias : {"link.h5", "twin.h5"})
@@ -158,7 +159,7 @@ TEST_F(Paths, WhatIsThereIsKeptAndPlacesAreCheckedFirst) {
          {Arguments{"--report", at("no/r")}, {"--log", at("no/l")}, {"--preview", at("mine/p")}})
         refuse(plus(run, more), 1, more[1].substr(0, more[1].rfind('/')));
     for (const char* option : {"--ffc", "--ascii", "--log"})
-        refuse(plus(flat, {option, at("no/t.ffc")}), 1, "there is no folder");
+        refuse(plus(flat, {option, at("no/t.ffc")}), 1, "does not exist; create it");
     refuse({"info", at("in.h5"), "--picture", at("in.tif/p.png")}, 1, "is not a folder");
 }
 

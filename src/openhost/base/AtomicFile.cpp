@@ -25,30 +25,30 @@ std::string directoryOf(const std::string& path) {
     return directory.empty() ? "." : directory;
 }
 
-// Refuses what may not be replaced: renaming alone would replace a file that is write-protected.
+// Refuses files that must not be replaced: a rename would silently replace a write-protected file.
 void checkReplaceable(const std::string& shownPath, const std::string& target) {
     struct stat status {};
     if (::stat(target.c_str(), &status) != 0)
-        return; // a new file; where it can't be made, making it fails
+        return; // a new file; if its folder is not writable, creating it fails
     if (!S_ISREG(status.st_mode))
         throw Error(shownPath + ": " + notWritten + ": it is not a regular file");
     if (::access(target.c_str(), W_OK) != 0)
         throw Error(systemErrorText(shownPath, notWritten, errno));
 }
 
-// Waits for the lock. File systems without locks go without.
+// Waits for the lock. On file systems without locks, nothing is locked.
 void lock(int descriptor) {
     while (::flock(descriptor, LOCK_EX) != 0 && errno == EINTR) {
     }
 }
 
-// Whoever may not read the old contents does not get to read the new ones while they are written.
+// Users who cannot read the old contents must not read the new ones while they are written.
 mode_t modeBefore(const std::string& target) {
     struct stat status {};
     return ::stat(target.c_str(), &status) == 0 ? (status.st_mode & 0666) | 0600 : 0666;
 }
 
-// Opens the file beside the target; `isMine` says whether it was made or had been there.
+// Opens the file next to the target; `isMine` says whether it was created here or existed before.
 int openFresh(const std::string& path, mode_t mode, bool& isMine) {
     for (;;) {
         int descriptor = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
@@ -61,8 +61,8 @@ int openFresh(const std::string& path, mode_t mode, bool& isMine) {
     }
 }
 
-// Makes the file beside the target and locks it. Its maker holds the lock until it has renamed or removed it,
-// so that one that can be locked is left over from a program that was killed.
+// Creates the file next to the target and locks it. The creator holds the lock until it has renamed or
+// removed the file, so a file that can be locked was left over by a killed program.
 FileDescriptor makeFresh(const std::string& shownPath, const std::string& freshPath, mode_t mode) {
     for (;;) {
         bool isMine = false;
@@ -71,7 +71,7 @@ FileDescriptor makeFresh(const std::string& shownPath, const std::string& freshP
             throw Error(systemErrorText(isMine ? shownPath : freshPath, notWritten, errno));
         lock(file.get());
         if (!isNamed(file, freshPath))
-            continue; // its maker was done, or another took it for left over
+            continue; // its creator has finished, or another process removed it as left over
         if (isMine)
             return file;
         if (::unlink(freshPath.c_str()) != 0)
@@ -97,7 +97,7 @@ std::string endOfLinks(const std::string& path) {
         const fs::path next = fs::read_symlink(current, failed);
         if (failed)
             throw Error(systemErrorText(path, notWritten, failed.value()));
-        current = current.parent_path() / next; // an absolute link replaces all
+        current = current.parent_path() / next; // an absolute link replaces the whole path
     }
     return current.string();
 }
@@ -140,9 +140,8 @@ void AtomicFile::commit() {
     if (std::rename(freshPath.c_str(), target.c_str()) != 0)
         throw Error(systemErrorText(shownPath, notWritten, errno));
     committed = true;
-    ::flock(fresh.get(), LOCK_UN); // the lock is on the new name, which is free again
-    // The rename itself must last, too. Not every file system can sync a directory; there it is as good as
-    // done.
+    ::flock(fresh.get(), LOCK_UN); // the lock is on the new name, so the old one is free again
+    // The rename must be durable too. Where a file system cannot sync a directory, nothing more can be done.
     const int directory = ::open(directoryOf(target).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (directory >= 0) {
         ::fsync(directory);

@@ -12,17 +12,17 @@
 
 namespace ombrel {
 
-// A file that is replaced in one step: whatever ends the program, the file is the old or the new one, whole.
-// All files of the open host are written this way.
+// A file that is replaced atomically: if the program dies, the file holds either all of the old contents or
+// all of the new. All files of the open host are written this way.
 //
-// The new contents go to a file beside it, ".NAME.new", which takes its place at commit(). It never follows a
-// link of that name. One that a killed program left is removed by the next who writes the same file; those
-// who write it at once wait for each other. The mode of the file is kept, and a symbolic link still leads to
-// it. Throws Error with the path and the system's reason.
+// The new contents go to ".NAME.new" in the same folder, which commit() renames to the file. A link of that
+// name is never followed. One left by a killed program is removed by the next writer of the same file;
+// concurrent writers wait for each other. The file keeps its mode, and a symbolic link keeps its target.
+// Throws Error with the path and the system's reason.
 class AtomicFile {
 public:
     explicit AtomicFile(const std::string& path);
-    // Without commit() the file stays as it was.
+    // Without commit() the file is left unchanged.
     ~AtomicFile();
     AtomicFile(const AtomicFile&) = delete;
     AtomicFile& operator=(const AtomicFile&) = delete;
@@ -30,41 +30,42 @@ public:
     const std::string& path() const { return shownPath; }
     void write(std::span<const std::byte> bytes);
 
-    // For those who fill the new file by other means, a filter or the HDF5 library: its name until commit(),
-    // its name from then on, and the file itself, which may be written to after commit(), too.
+    // For code that writes the new file by other means (a filter, the HDF5 library): its name until commit(),
+    // its name afterwards, and its descriptor, which may also be written to after commit().
     const std::string& newPath() const { return freshPath; }
     const std::string& finalPath() const { return target; }
     const FileDescriptor& descriptor() const { return fresh; }
 
-    // Brings the new contents to the disk. Of files that are replaced together, all are synced before the
-    // first is committed: what is left to do then hardly ever fails.
+    // Flushes the new contents to the disk. When several files are replaced together, sync all before
+    // committing the first: what remains then hardly ever fails.
     void sync();
     // Returns when the new contents are on the disk under the file's name.
     void commit();
 
 private:
     const std::string shownPath;
-    const std::string target; // what links lead to
+    const std::string target; // after following links
     const std::string freshPath;
     FileDescriptor fresh;
     zt::u64 length = 0;
     bool committed = false;
 };
 
-// The file that a chain of symbolic links ends at, there or not. Throws Error when the links form a loop.
+// The file at the end of a chain of symbolic links, which need not exist. Throws Error when the links form a
+// loop.
 std::string endOfLinks(const std::string& path);
 
-// Replaces the file's contents by the text, in one step. Throws Error.
+// Atomically replaces the file's contents by the text. Throws Error.
 void replaceFile(const std::string& path, std::string_view contents);
 
-// The file that a chain of symbolic links ends at, there or not. Throws Error.
+// The file at the end of a chain of symbolic links, which need not exist. Throws Error.
 std::string endOfLinks(const std::string& path);
-// ".NAME" and the suffix, in the folder of the path; a long name is cut.
+// ".NAME" and the suffix, in the folder of the path; a long name is truncated.
 std::string hiddenBeside(const std::string& path, const std::string& suffix);
-// Whether the name still leads to the open file: it was neither removed nor replaced.
+// Whether the path still refers to the open file, which may have been removed or replaced.
 bool isNamed(const FileDescriptor& file, const std::string& path);
 
-// Replaces the file by the object as indented text, in one step. Throws Error.
+// Atomically replaces the file's contents by the object as indented text. Throws Error.
 void writeJsonFile(const std::string& path, const QJsonObject& json);
 
 } // namespace ombrel

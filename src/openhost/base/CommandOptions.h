@@ -11,8 +11,8 @@
 
 namespace ombrel {
 
-// A check of a numeric option: what is no number of type T, or does not meet the condition, is refused with
-// `"TEXT" is not WANTED`. The parser's own checks let NaN and an empty text through, and their lines spell
+// A check of a numeric option: refuses text that is not a number of type T or does not meet the condition,
+// with `"TEXT" is not WANTED`. The parser's own checks accept NaN and an empty text, and their messages spell
 // out the limits of a double.
 template <typename T>
 CLI::Validator numberCheck(const std::string& wanted, const std::function<bool(T)>& meets) {
@@ -30,7 +30,7 @@ inline CLI::Validator wholeNumber(int low, int high) {
         [=](int value) { return value >= low && value <= high; });
 }
 
-// Whole numbers without another bound than that of T.
+// Whole numbers, limited only by the range of T.
 template <typename T>
 CLI::Validator wholeNumber() {
     return numberCheck<T>(
@@ -53,7 +53,7 @@ namespace ombrel {
 // Options that several commands have.
 void addPluginOption(CLI::App& command, std::string& plugin);
 void addLogOption(CLI::App& command, std::string& log);
-// What is told to the user of it ends in `promise`.
+// `promise` is appended to the help text of the option.
 void addJobsOption(CLI::App& command, unsigned& jobs, const std::string& promise = "");
 
 } // namespace ombrel

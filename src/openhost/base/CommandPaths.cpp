@@ -26,8 +26,8 @@ void checkFolder(const std::string& path, const fs::path& file) {
     const fs::path folder = folderOf(file);
     std::error_code failure;
     if (!fs::exists(folder, failure))
-        throw Error(path + ": " + cannotWrite + ": there is no folder " + folder.string() +
-                    "; make it, or choose another place");
+        throw Error(path + ": " + cannotWrite + ": the folder " + folder.string() +
+                    " does not exist; create it or choose another one");
     if (!fs::is_directory(folder, failure))
         throw Error(path + ": " + cannotWrite + ": " + folder.string() + " is not a folder");
     if (::access(folder.c_str(), W_OK | X_OK) != 0)
@@ -74,12 +74,12 @@ CommandPaths::Entry CommandPaths::entryOf(const std::string& path, const std::st
 }
 
 void CommandPaths::reads(const std::string& path, const std::string& what, NamedBy by) {
-    // A file that has such a name itself is taken as it is.
+    // A file whose own name contains "::" is taken as it is.
     entries.push_back(entryOf(splitDatasetPath(path).file, what, by));
 }
 
 void CommandPaths::writes(const std::string& path, const std::string& what, WhenThere whenThere, NamedBy by) {
-    // Each of several filters may have the same settings.
+    // Several filters may share the same settings.
     const auto same = [&](const Entry& entry) {
         return entry.whenWritten && entry.path == path && entry.what == what;
     };
@@ -91,7 +91,7 @@ void CommandPaths::writes(const std::string& path, const std::string& what, When
 
 void CommandPaths::writesInto(const std::string& folder, const std::string& what,
                               std::function<bool(const std::string& name)> isName, NamedBy by) {
-    // The files that are there may be links to others.
+    // Existing files may be links to others.
     std::error_code failure;
     for (const auto& file : fs::directory_iterator(folder, failure))
         if (isName(file.path().filename().string())) {
@@ -126,7 +126,7 @@ void CommandPaths::checkDistinct() const {
     for (const Entry& entry : entries)
         if (!entry.whenWritten && !entry.isSpecial)
             known.emplace(entry.file, &entry);
-    // Of two that are written the later one is named as the one to change.
+    // Of two written files, the message names the later one as the one to change.
     for (const Entry& entry : entries) {
         if (!entry.whenWritten || entry.isSpecial)
             continue;

@@ -12,14 +12,15 @@
 
 namespace ombrel {
 
-// What named a path: the command line, or a file that the command reads (settings, a table, a record).
+// Whether a path comes from the command line or from a file that the command reads (settings, a table, a
+// record).
 enum class NamedBy { CommandLine, File };
 
 // What a command does to a file that exists.
 enum class WhenThere { Refuse, Replace, Append };
 
-// The paths that a command reads and writes. No file may be written that the command reads or writes
-// otherwise, too: paths are compared as files, whatever links and names lead to them.
+// The paths that a command reads and writes. No file may be written that the command also reads or writes
+// under another role. Paths are compared as files, after resolving links.
 //
 // `what` names the file for messages, as in "PATH: is both an input and the output".
 class CommandPaths {
@@ -28,17 +29,17 @@ public:
     void reads(const std::string& path, const std::string& what, NamedBy by = NamedBy::CommandLine);
     void writes(const std::string& path, const std::string& what, WhenThere whenThere,
                 NamedBy by = NamedBy::CommandLine);
-    // Files of a folder, which need not exist yet, whose names are known only by a rule.
+    // All files in a folder whose names match a rule; the folder need not exist yet.
     void writesInto(const std::string& folder, const std::string& what,
                     std::function<bool(const std::string& name)> isName, NamedBy by = NamedBy::CommandLine);
 
-    // Checks all paths, and opens the log in between, so that it holds refusals of files that exist and of
-    // places that can't be written. Nothing else is opened. Throws UsageError when two paths of the command
-    // line are one file, and Error.
+    // Checks all paths. Opens the log once the log itself is checked, so that it records the refusals of
+    // existing files and of places that cannot be written. Nothing else is opened. Throws UsageError when two
+    // paths of the command line are the same file, and Error.
     void check(Console& console, const std::string& log = {});
 
 private:
-    // A file that is not there is known by its folder and its name.
+    // A file that does not exist is identified by its folder and its name.
     struct Identity {
         dev_t device = 0;
         ino_t inode = 0;

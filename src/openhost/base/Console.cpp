@@ -13,7 +13,7 @@ namespace ombrel {
 
 namespace {
 
-// Bytes of the UTF-8 character at the start of a text; 0 where the text starts with none.
+// Length of the UTF-8 character at the start of a text; 0 if the text does not start with a valid one.
 std::size_t characterLength(std::string_view text) {
     const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
     const std::size_t length = byte(0) < 0x80                      ? 1
@@ -59,7 +59,8 @@ std::string oneLine(std::string_view text) {
 
 namespace {
 
-// A file that is opened while a standard descriptor is free gets its number, and then what is printed there.
+// A file opened while a standard descriptor is closed would get its number, and then everything printed to
+// it.
 bool occupyStandardDescriptors() {
     int descriptor = 0;
     do
@@ -125,7 +126,7 @@ void Console::status(std::string_view text) {
 }
 
 unsigned Console::columns() const {
-    constexpr unsigned usual = 80; // of a terminal that does not tell
+    constexpr unsigned usual = 80; // if the terminal does not report its width
     if (!terminal)
         return 0;
     winsize size{};

@@ -8,39 +8,39 @@
 
 namespace ombrel {
 
-// `text` as one printable line: control characters, which a path may hold, are written as \xHH, those above
-// 127 and bytes that are no UTF-8 and would act as such ones included.
+// `text` as one printable line: control characters, which a path may hold, are written as \xHH. So are C1
+// control characters and invalid UTF-8 bytes that a terminal would interpret as such.
 std::string oneLine(std::string_view text);
 
-// Where a command writes. Results go to what was standard output when the program started; descriptor 1
-// itself is turned away, since a filter may print lines of its own there. Messages go to standard error.
+// Where a command writes. Results go to the standard output that the program was started with; descriptor 1
+// itself is redirected, since a filter may print to it. Messages go to standard error.
 //
 // Messages may come from several threads.
 class Console {
 public:
-    // Takes over descriptor 1; one object a program, made first of all. Messages go to `messages`, which is
-    // standard error where users are to see them.
+    // Takes over descriptor 1; create one object per program, before anything else. Messages go to
+    // `messages`: standard error if users are to see them.
     explicit Console(std::FILE* messages = stderr);
 
-    // From now on messages are appended to the file as well, and what is printed to descriptor 1 ends there
-    // too. Throws Error.
+    // From now on, messages and everything printed to descriptor 1 are also appended to the file. Throws
+    // Error.
     void openLog(const std::string& path);
 
     void result(std::string_view text);
-    // Sends results on their way. Throws Error when they could not be written, say on a full disk.
+    // Flushes the results. Throws Error when they could not be written, for example on a full disk.
     void flushResults();
-    // Gives descriptor 1 back, for a program that this one becomes. Results can't be written any more.
+    // Restores descriptor 1 before exec() of another program. Results can't be written any more.
     void releaseOutput();
-    // "ombrel: TEXT" on a line of its own. The text is taken as it is.
+    // Writes "ombrel: TEXT" as a line of its own. The text is not changed.
     void message(std::string_view text);
-    // A message, unless it is empty.
+    // Writes a message unless the text is empty.
     void warning(std::string_view text) {
         if (!text.empty())
             message(text);
     }
     // A line on the terminal that the next one overwrites; empty clears it.
     void status(std::string_view text);
-    // The width of the terminal that messages go to, as it is now; 0 when they go elsewhere.
+    // The current width of the terminal that messages go to; 0 when they do not go to a terminal.
     unsigned columns() const;
 
 private:

@@ -8,19 +8,20 @@
 
 namespace ombrel {
 
-// The fields of one line of comma-separated values, without the blanks around them. A field may stand in
-// double quotes, which keeps its commas and blanks; two quotes in it stand for one. Nothing when a quote is
-// not closed or text follows it.
+// The fields of one line of comma-separated values, without surrounding blanks. A field in double quotes
+// keeps its commas and blanks; two quotes in it mean one. Nothing if a quote is not closed or is followed by
+// text.
 std::optional<std::vector<std::string>> splitCsvLine(std::string_view line);
 
-// What is wrong with a text file, gathered so that its author can mend it in one go.
+// Errors in a text file, collected so that the user can fix them all at once.
 class ParseErrors {
 public:
     explicit ParseErrors(std::string filePath) : path(std::move(filePath)) {}
 
     // Lines are counted from 1.
     void add(std::size_t line, const std::string& problem);
-    // Throws Error with the path and the problems in one line, the first few of many, unless there are none.
+    // Throws Error with the path and the first few problems in one line; does nothing if there was no
+    // problem.
     void throwIfAny() const;
 
 private:

@@ -7,13 +7,13 @@
 
 namespace ombrel {
 
-// A failure that ends what was asked for. The text is the one line that the user gets: what, where, what to
-// do.
+// A failure that ends the command. The text is the one line that the user gets: what happened, where, and
+// what to do.
 class Error : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// The command line itself is wrong: no file that changes can make it right.
+// The command line itself is wrong: changing files cannot fix it.
 class UsageError : public Error {
     using Error::Error;
 };
@@ -23,7 +23,7 @@ struct DatasetChoice {
     std::string shape;
 };
 
-// Several datasets of a file may be meant.
+// The path is ambiguous: the file holds several datasets of frames.
 class SeveralDatasets : public Error {
 public:
     SeveralDatasets(const std::string& text, std::string fileOfThem, std::vector<DatasetChoice> found)

@@ -34,7 +34,7 @@ bool standsAt(const FileDescriptor& file, zt::u64 fileSize, zt::u64 offset, std:
     return std::memcmp(bytes.data(), signature.data(), signature.size()) == 0;
 }
 
-// A block of the user's own may stand before the HDF5 part, of 512 bytes or twice, four times... that size.
+// A user block may precede the HDF5 part, of 512 bytes or that size times a power of two.
 bool isHdf5(const FileDescriptor& file, zt::u64 fileSize) {
     for (zt::u64 offset = 0; offset < fileSize; offset = std::max<zt::u64>(512, 2 * offset))
         if (standsAt(file, fileSize, offset, hdf5Signature))
@@ -69,7 +69,7 @@ void checkRegular(const FileDescriptor& file, const std::string& path) {
     case FileKind::Directory:
         throw Error(path + ": is a directory; give a file");
     case FileKind::Special:
-        throw Error(path + ": is no regular file; store what it would give in a file first");
+        throw Error(path + ": is not a regular file; save its data to a file first");
     default:
         break;
     }

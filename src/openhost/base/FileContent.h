@@ -11,7 +11,7 @@ namespace ombrel {
 
 enum class FileKind { Tiff, Hdf5, Empty, Directory, Special, Other };
 
-// What a file is by its content. Throws Error when it can't be read.
+// Detects the kind of a file by its content. Throws Error when it can't be read.
 FileKind fileKind(const FileDescriptor& file);
 
 // Throws Error for an empty file, a folder, a pipe or a device.
@@ -22,13 +22,13 @@ bool beginsWithNumber(const FileDescriptor& file);
 
 struct DatasetPath {
     std::string file;
-    std::string dataset; // begins with "/"; empty when none is named
+    std::string dataset; // begins with "/"; empty if the path has no dataset
 };
 
-// Takes "FILE::/path/of/dataset" apart. A file that has such a name itself is taken as it is.
+// Splits "FILE::/path/of/dataset". If a file of that whole name exists, it is taken as it is.
 DatasetPath splitDatasetPath(const std::string& path);
 
-// Hashes tell whether pixels or files are the same as before; they are no protection against forgery. XXH3 of
+// Hashes show whether pixels or files are the same as before; they do not protect against forgery. XXH3 of
 // xxHash: 64 bit for pixels, 128 bit for files.
 
 zt::u64 pixelHash(std::span<const std::byte> pixels);

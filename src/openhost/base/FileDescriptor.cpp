@@ -17,7 +17,7 @@ std::string systemErrorText(const std::string& path, const std::string& what, in
 }
 
 FileDescriptor FileDescriptor::openForReading(const std::string& path) {
-    // A pipe without a writer would hold up the program: "no delay" makes open() return, and is nothing to a
+    // Opening a pipe without a writer would block: O_NONBLOCK makes open() return, and has no effect on a
     // file.
     const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (descriptor < 0)
@@ -77,7 +77,7 @@ void FileDescriptor::writeAt(zt::u64 offset, std::span<const std::byte> bytes) c
 
 namespace {
 
-// The HDF5 library locks by flock(), which this kind does not meet.
+// The HDF5 library locks by flock(); POSIX locks do not conflict with these.
 struct flock wholeFile() {
     struct flock range {};
     range.l_type = F_WRLCK;
@@ -110,7 +110,7 @@ bool isBeingWritten(const std::string& path) {
 OutputLock::OutputLock(const std::string& output, bool mayExist)
     : path{hiddenBeside(endOfLinks(output), ".lock")}, file{openLockFile(path, output)} {
     lockForWriting(file.get(), output);
-    // Its holder removed it after it was opened here: the lock is on a file without a name.
+    // The holder removed the file after it was opened here, so the lock is on a deleted file.
     while (!isNamed(file, path)) {
         file = openLockFile(path, output);
         lockForWriting(file.get(), output);

@@ -25,9 +25,9 @@ public:
     int get() const { return descriptor; }
     zt::u64 size() const;
 
-    // Fills the whole span, or throws: a file that ends before is an error too.
+    // Fills the whole span; throws if the file ends early.
     void readAt(zt::u64 offset, std::span<std::byte> bytes) const;
-    // The same, but tells the reason of a failure, without the path.
+    // Like readAt(), but returns the reason of a failure, without the path.
     std::optional<std::string> tryReadAt(zt::u64 offset, std::span<std::byte> bytes) const;
     void writeAt(zt::u64 offset, std::span<const std::byte> bytes) const;
 
@@ -39,25 +39,25 @@ private:
 // "PATH: what happened: the system's words for `errorNumber`".
 std::string systemErrorText(const std::string& path, const std::string& what, int errorNumber);
 
-// A file that a program writes over a long time is locked, so that no second one writes it too. The lock ends
-// with the descriptor, however the program ends. Readers, the tools of HDF5 among them, are not kept out.
+// A file that a program writes over a long time is locked against a second writer. The lock is released with
+// the descriptor, however the program ends. Readers, including the HDF5 tools, are not affected.
 
-// Throws Error when another holds the lock. File systems without locks go without.
+// Throws Error if another program holds the lock. On file systems without locks, nothing is locked.
 void lockForWriting(int descriptor, const std::string& path);
 
-// Whether a program writes the file at the path; false when there is none.
+// Whether a program is writing the file at the path; false if the file does not exist.
 bool isBeingWritten(const std::string& path);
 
-// The right to write the output of a path: taken before anyone looks at what is there, and held until the
-// output is whole, so that of several runs on one output only one finds it missing or incomplete. It covers a
-// path without a file, and a file that is replaced, which a lock on the file itself cannot.
+// The right to write the output at a path. It is taken before the output is examined and held until the
+// output is complete, so that of several runs with one output only one finds it missing or incomplete. It
+// also covers a path without a file and a file that is replaced, which a lock on the file itself cannot.
 //
-// The lock is on a file ".NAME.lock" beside the output, which its holder removes. A killed program leaves the
-// file without its lock; the next one takes it.
+// The lock is on a file ".NAME.lock" next to the output, which its holder removes. A killed program leaves
+// the file unlocked; the next run takes it.
 class OutputLock {
 public:
-    // Throws Error when another holds the lock, when the file cannot be made, and, unless the output may be
-    // there, when it is: another may have made it since the command line was checked.
+    // Throws Error if another run holds the lock, if the lock file cannot be made, or if the output exists
+    // although `mayExist` is false: another run may have made it since the command line was checked.
     OutputLock(const std::string& output, bool mayExist);
     OutputLock(OutputLock&&) noexcept = default;
     OutputLock& operator=(OutputLock&&) = delete;

@@ -12,7 +12,7 @@ namespace {
 
 constexpr zt::u64 unlimited = std::numeric_limits<zt::u64>::max();
 
-// The number in a file of one, or `otherwise` ("max" stands for no limit there).
+// The number in a file, or `otherwise` if the file does not hold one (such as "max", no limit).
 zt::u64 numberIn(const char* path, zt::u64 otherwise) {
     std::ifstream file(path);
     zt::u64 number = 0;

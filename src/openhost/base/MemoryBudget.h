@@ -4,7 +4,7 @@
 
 namespace ombrel {
 
-// Bytes that this process may still take: what the machine has free, or less where its group of processes is
+// Bytes that this process may still allocate: what the machine has free, or less if its control group is
 // limited.
 zt::u64 availableMemory();
 // Bytes that this process has in memory.

@@ -17,12 +17,12 @@ namespace ombrel {
 template <typename T>
 std::string numberText(T value);
 
-// The whole text as a number of type T, blanks around it left out; nothing when it is none or is out of
+// The whole text as a number of type T, ignoring blanks around it; nothing if it is not a number or out of
 // range.
 template <typename T>
 std::optional<T> readNumber(std::string_view text);
 
-// "true" or "false", blanks around it left out.
+// "true" or "false", ignoring blanks around it.
 std::optional<bool> readBool(std::string_view text);
 
 // "WIDTH x HEIGHT".
@@ -46,10 +46,10 @@ inline std::string bytesText(double bytes) {
     return text;
 }
 
-// What a figure is that there is not.
+// The value of a figure that does not exist.
 inline constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
 
-// Of one value at least.
+// `values` must not be empty.
 inline double meanOf(std::span<const double> values) {
     return std::reduce(values.begin(), values.end()) / static_cast<double>(values.size());
 }

@@ -16,26 +16,26 @@
 
 namespace ombrel {
 
-// Items that one thread makes, several work on, and the calling thread takes over in the order in which they
-// were made: reading, correcting and writing go on at once. There are never more than `room` of them.
+// Items are made by one thread, processed by several, and delivered on the calling thread in the order of
+// making: reading, correcting and writing overlap. At most `room` items exist at any time.
 template <typename Item>
 class OrderedPipeline {
 public:
     struct Steps {
-        // On a thread of its own. False when there are no more.
+        // Runs on a thread of its own. Returns false after the last item.
         std::function<bool(Item& item)> make;
-        // On one of the workers, each of which has a number from 0 on.
+        // Runs on one of the workers, which are numbered from 0.
         std::function<void(std::size_t worker, Item& item)> work;
-        // On the calling thread, in order.
+        // Runs on the calling thread, in order.
         std::function<void(Item& item)> deliver;
     };
 
-    // At least one worker, and room for one item. Returns when all items are delivered. An exception out of
-    // any step, and one for a thread that cannot be made, ends all of them and is thrown from here.
+    // Needs at least one worker and room for one item. Returns when all items are delivered. An exception
+    // from any step, or a thread that cannot be created, stops all of them and is thrown from here.
     static void run(const Steps& steps, std::size_t workers, std::size_t room) {
         OrderedPipeline pipeline(steps, room);
         {
-            // Destroyed, and so joined, after a failure has stopped the threads that are there.
+            // Destroyed, and so joined, after a failure has stopped the running threads.
             std::vector<std::jthread> threads;
             pipeline.guarded([&] {
                 pipeline.startThreads(threads, workers);
@@ -145,11 +145,11 @@ private:
     std::condition_variable freed;
     std::condition_variable madeOne;
     std::condition_variable doneOne;
-    // How many items have come so far.
+    // The number of items made so far.
     zt::u64 made = 0;
     zt::u64 taken = 0;
     zt::u64 delivered = 0;
-    zt::u64 end = std::numeric_limits<zt::u64>::max(); // how many there are, once that is known
+    zt::u64 end = std::numeric_limits<zt::u64>::max(); // the number of items, once it is known
     bool stopped = false;
     std::exception_ptr failure;
 };

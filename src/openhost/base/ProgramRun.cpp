@@ -37,7 +37,7 @@ Interrupt::Interrupt() {
             continue;
         struct sigaction noting {};
         noting.sa_handler = note;
-        // The shell and the kernel may both tell of a terminal that closes.
+        // The shell and the kernel may each send SIGHUP when a terminal closes.
         noting.sa_flags = SA_RESTART | (endSignals[i] == SIGHUP ? 0 : static_cast<int>(SA_RESETHAND));
         sigaction(endSignals[i], &noting, nullptr);
     }
@@ -54,7 +54,7 @@ bool Interrupt::requested() {
 
 namespace {
 
-// The first line of what the parser has to say, with the way to more.
+// The first line of the parser's message, followed by a hint to the help.
 std::string usageText(const CLI::App& program, const std::string& problem) {
     std::string command = program.get_name();
     for (auto used = program.get_subcommands(); !used.empty(); used = used.front()->get_subcommands())
@@ -62,7 +62,7 @@ std::string usageText(const CLI::App& program, const std::string& problem) {
     return problem.substr(0, problem.find('\n')) + " (see " + command + " --help)";
 }
 
-// The value of an option that was not given is an empty text, so that none may be given.
+// An option that was not given has an empty value, so an empty value must not be given.
 void refuseEmptyValues(CLI::App& program) {
     const CLI::Validator isGiven(
         [](const std::string& text) { return std::string(text.empty() ? "its value is empty" : ""); }, "");
@@ -73,7 +73,7 @@ void refuseEmptyValues(CLI::App& program) {
         refuseEmptyValues(*command);
 }
 
-// The parser itself names neither a command that it does not know nor those that it does.
+// The parser's own message lists neither the unknown command nor the known ones.
 void checkCommand(const CLI::App& program, int argc, char** argv) {
     const std::string word = argc > 1 ? argv[1] : "";
     if (word.starts_with('-'))
@@ -106,7 +106,7 @@ int parse(CLI::App& program, int argc, char** argv, Console& console) {
     return EXIT_ALL_DONE;
 }
 
-// Needs no memory.
+// Does not allocate memory.
 void reportNoMemory() {
     constexpr std::string_view text = "ombrel: not enough memory\n";
     [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, text.data(), text.size());
@@ -114,8 +114,8 @@ void reportNoMemory() {
 
 std::terminate_handler defaultEnd = nullptr;
 
-// Where an exception may not pass, in Qt or before main(), want of memory still ends the program by a
-// message. What is on the disk is whole after any end.
+// Where an exception cannot pass, in Qt or before main(), a lack of memory still ends the program with a
+// message. Files on the disk are valid however the program ends.
 [[noreturn]] void endWithoutMemory() noexcept {
     try {
         if (std::current_exception())
@@ -123,18 +123,18 @@ std::terminate_handler defaultEnd = nullptr;
     } catch (const std::bad_alloc&) {
         reportNoMemory();
         ::_exit(EXIT_FAILED);
-    } catch (...) { // the default shows what it is
+    } catch (...) { // the default handler shows the exception
     }
     defaultEnd();
     std::abort();
 }
 
-// Before the parser's own static objects are made.
+// Runs before the parser's static objects are constructed.
 __attribute__((constructor(101))) void catchWantOfMemory() {
     defaultEnd = std::set_terminate(endWithoutMemory);
 }
 
-// For the exception that is being handled, after a message.
+// Prints a message for the current exception and returns its exit code.
 int exitCodeOfFailure(Console& console) {
     try {
         throw;
@@ -152,7 +152,7 @@ int exitCodeOfFailure(Console& console) {
 } // namespace
 
 int runProgram(CLI::App& program, int argc, char** argv, Console& console, const int& exitCode) {
-    // A write beyond a limit or to a reader that has gone is to fail as a write, not to end the program.
+    // Writing beyond a size limit or to a closed pipe must fail as a write, not end the program.
     std::signal(SIGXFSZ, SIG_IGN);
     std::signal(SIGPIPE, SIG_IGN);
 
@@ -174,7 +174,7 @@ int runMain(int argc, char** argv, int (*program)(int argc, char** argv, Console
         } catch (...) {
             return exitCodeOfFailure(console);
         }
-    } catch (...) { // there is no memory for a message either
+    } catch (...) { // not enough memory even for a message
         reportNoMemory();
         return EXIT_FAILED;
     }

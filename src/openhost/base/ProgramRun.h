@@ -8,12 +8,12 @@
 
 namespace ombrel {
 
-// The folder of the running program, where what belongs to it is looked for first.
+// The folder of the running program; its files are searched here first.
 std::filesystem::path programFolder();
 
-// While it exists, Ctrl-C, a request to end and a terminal that closes are noted and asked for between
-// frames, so that what was made up to there is left whole. A signal that was ignored before, as nohup and the
-// shells' background jobs have it, stays ignored. A second Ctrl-C or request to end ends the program at once.
+// While it exists, Ctrl-C, a termination request and a closed terminal only set a flag, which is checked
+// between frames so that the output so far stays valid. A signal that was already ignored, as under nohup or
+// in a background job, stays ignored. A second Ctrl-C or termination request ends the program immediately.
 class Interrupt {
 public:
     Interrupt();
@@ -40,16 +40,16 @@ namespace ombrel {
 // Exit codes of the program.
 enum ExitCode : int {
     EXIT_ALL_DONE = 0,
-    EXIT_FAILED = 1, // something failed once files were touched; what was made up to there is whole
+    EXIT_FAILED = 1, // a failure after files were touched; the output so far is valid
     EXIT_USAGE = 2,  // the command line is wrong
 };
 
-// What main() does: runs the program, and for what it throws prints a message and returns the exit code.
+// Runs the program; prints a message for an exception and returns the exit code. For main().
 int runMain(int argc, char** argv, int (*program)(int argc, char** argv, Console& console)) noexcept;
 
-// Reads the command line by `program`, whose commands do their work meanwhile, and returns the exit code of
-// that work, or the one for a command line that the parser refuses, after a message. What else is wrong is
-// thrown, for runMain().
+// Parses the command line and runs the command's work, and returns the exit code of that work. If the parser
+// refuses the command line, prints a message and returns the matching code. Other failures are thrown, for
+// runMain().
 int runProgram(CLI::App& program, int argc, char** argv, Console& console, const int& exitCode);
 
 } // namespace ombrel

@@ -37,7 +37,7 @@ std::string rateText(double framesPerSecond) {
     return text;
 }
 
-// Empty before anything is known of the rate.
+// Empty while the rate is unknown.
 std::string leftText(zt::u64 frames, double framesPerSecond) {
     return framesPerSecond > 0 ? ", " + timeText(static_cast<double>(frames) / framesPerSecond) + " left"
                                : "";
@@ -46,7 +46,7 @@ std::string leftText(zt::u64 frames, double framesPerSecond) {
 } // namespace
 
 std::string progressBar(zt::u64 done, zt::u64 total, double framesPerSecond, unsigned columns) {
-    // A text in the last column leaves it to the terminal where the cursor goes.
+    // After a character in the last column, the cursor position depends on the terminal.
     const std::size_t room = std::max(columns, 1U) - 1;
     const std::string frames = std::to_string(done) + " of " + countText(total, "frame");
     const std::string counts = std::to_string(done) + " of " + std::to_string(total);

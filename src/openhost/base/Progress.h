@@ -8,12 +8,12 @@
 
 namespace ombrel {
 
-// The bar of a terminal with so many columns, as a text that is shorter. It is in ASCII; what there is no
-// room for is left out: the rate first, then the time left, then the counts.
+// The progress bar as text, in ASCII and shorter than `columns`. If there is too little room, first the rate
+// is left out, then the time left, then the counts.
 std::string progressBar(zt::u64 done, zt::u64 total, double framesPerSecond, unsigned columns);
 
-// How far a walk over frames has come: a bar with rate and time left on a terminal, a plain line now and then
-// otherwise, nothing when quiet.
+// Shows the progress through the frames: a bar with rate and time left on a terminal, otherwise a plain line
+// from time to time, nothing when quiet.
 class Progress {
 public:
     Progress(Console& out, zt::u64 frames, bool beQuiet);
@@ -22,7 +22,7 @@ public:
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
-    // One more frame is through.
+    // Counts one more frame.
     void advance();
 
     zt::u64 framesDone() const { return done; }
@@ -40,7 +40,7 @@ private:
     bool quiet;
     Clock::time_point start = Clock::now();
     Clock::time_point shown = start;
-    unsigned shownColumns = 0; // of the terminal at that time
+    unsigned shownColumns = 0; // of the terminal at that moment
 };
 
 } // namespace ombrel

@@ -29,17 +29,17 @@ fs::path makeFolder(const fs::path& parent) {
     return pattern;
 }
 
-// The lock has its name only once it is held: whoever finds it free knows that its owner is gone.
+// The lock file gets its name only after it is locked: if it can be locked, its owner has ended.
 FileDescriptor holdLock(const fs::path& folder) {
     const std::string lock = (folder / lockName).string();
     const std::string fresh = lock + ".new";
     FileDescriptor file(::open(fresh.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600), fresh);
     if (file.get() >= 0 && ::flock(file.get(), LOCK_EX | LOCK_NB) == 0)
-        std::rename(fresh.c_str(), lock.c_str()); // without a lock the folder is never taken for left over
+        std::rename(fresh.c_str(), lock.c_str()); // without a lock the folder is never removed as left over
     return file;
 }
 
-// Whether it is a folder of this program and this user whose owner is gone.
+// Whether the folder was made by this program and user, and its owner has ended.
 bool isLeftOver(const fs::path& folder) {
     const std::string name = folder.filename().string();
     if (!name.starts_with(namePrefix) || name.size() != namePrefix.size() + namePattern.size())
@@ -73,7 +73,7 @@ TrialFolder TrialFolder::inTemporary() {
     if (failure) {
         const char* const named = std::getenv("TMPDIR");
         throw Error(std::string(named ? named : "/tmp") +
-                    ": there is no such folder for temporary files; set TMPDIR to another one");
+                    ": this folder for temporary files does not exist; set TMPDIR to another one");
     }
     return TrialFolder(parent);
 }

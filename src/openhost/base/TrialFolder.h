@@ -7,13 +7,13 @@
 
 namespace ombrel {
 
-// A new folder for files that are needed for a while; it is removed with all it holds at the end. The program
-// holds a lock in it meanwhile, so that the next one removes the folders of programs that were killed.
+// A new temporary folder, removed with its contents at the end. The program holds a lock in it, so that a
+// later program can remove the folders left by killed ones.
 class TrialFolder {
 public:
     // Throws Error.
     explicit TrialFolder(const std::filesystem::path& parent);
-    // In the folder that TMPDIR names. Throws Error.
+    // Creates it in the folder that TMPDIR names. Throws Error.
     static TrialFolder inTemporary();
     ~TrialFolder();
     TrialFolder(const TrialFolder&) = delete;

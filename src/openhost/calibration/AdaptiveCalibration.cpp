@@ -60,8 +60,8 @@ void warnAbout(const AdaptiveHeaps& heaps, const CalibrationGridFlats& flats, bo
     if (heaps.singleFrames() != 0)
         console.message(countText(heaps.singleFrames(), "grid point") +
                         (heaps.singleFrames() == 1 ? " has" : " have") +
-                        " a single frame, which is tried on itself: what is found there is better than what "
-                        "other frames will get");
+                        " a single frame, which is also its own flat field: the results for it are better "
+                        "than those for other frames");
     if (heaps.levelRatio() > levelsDiffer && !normalised) {
         char text[160];
         std::snprintf(text, sizeof text,
@@ -72,7 +72,7 @@ void warnAbout(const AdaptiveHeaps& heaps, const CalibrationGridFlats& flats, bo
     }
 }
 
-// Frames that pass the filter while `choices` and what follows them are tried.
+// The number of frames that pass the filter during all trials.
 zt::u64 trialFrames(const AdaptiveHeaps& heaps, const AdaptiveChoices& choices, bool triesInterpolation) {
     return heaps.tests().size() * (choices.count() + searchKinds) +
            (triesInterpolation ? heaps.testsBetween().size() * interpolationKinds : 0);
@@ -102,8 +102,8 @@ SettingsTree tune(const TunePlan& plan, Session& session, const AdaptiveOptions&
     return settings;
 }
 
-// The settings go first: between the two they note a heap that is not there yet, whatever the former settings
-// note.
+// The settings are renamed first: until the heap follows, they refer to a heap that does not exist yet, which
+// checkHeap() refuses whatever the old settings refer to.
 void writeCalibration(AdaptiveHeaps& heaps, SettingsTree settings, const std::string& output) {
     heaps.sync();
     noteHeap(settings, heaps.newPath());

@@ -15,7 +15,7 @@ namespace ombrel {
 // The command line of `ombrel calibrate adaptive`.
 struct AdaptiveOptions : CalibrateOptions {
     std::string grid;
-    std::string check; // settings to try in place of an output
+    std::string check; // settings to try instead of writing an output
     std::vector<std::string> holes;
     std::optional<zt::i32> element;
     std::string compensationMask;
@@ -24,18 +24,18 @@ struct AdaptiveOptions : CalibrateOptions {
     bool quiet = false;
 };
 
-// The work of the command: writes NAME.xml and NAME.bin. A program that is killed before it has put both in
-// their places leaves the old pair, or one that checkHeap() refuses. Throws UsageError or Error.
+// The work of the command: writes NAME.xml and NAME.bin. A program that is killed before both are in place
+// leaves the old pair, or one that checkHeap() refuses. Throws UsageError or Error.
 void calibrateAdaptive(const AdaptiveOptions& options, Console& console);
 
-// Tries NAME.xml with NAME.bin, as they are, beside the settings that a calibration would try. Writes
-// nothing. Throws UsageError or Error.
+// Tries NAME.xml with NAME.bin, unchanged, next to the settings that a calibration would try. Writes nothing.
+// Throws UsageError or Error.
 void checkAdaptive(const AdaptiveOptions& options, Console& console);
 
-// All that both read. `rows` are those of the table.
+// All paths that both commands read. `rows` are those of the table.
 CommandPaths inputsOf(const AdaptiveOptions& options, const std::vector<GridRow>& rows);
 
-// The pixels of the mask, none when no file is named. Throws Error when it has another size.
+// The pixels of the mask, empty if no file is given. Throws Error when it has another size.
 std::vector<float> readCompensationMask(const std::string& path, zt::u32 width, zt::u32 height);
 
 } // namespace ombrel

@@ -16,7 +16,7 @@ namespace ombrel {
 
 namespace {
 
-// Those of the file; what it leaves out, the filter has by default.
+// The settings of the file, with the filter's defaults for missing keys.
 SettingsTree settingsOf(Session& session, const std::string& path) {
     SettingsTree settings = defaultAdaptiveSettings(session);
     const auto store = session.host().openSettings(path);
@@ -37,11 +37,12 @@ std::vector<AdaptiveTestFrame> readTests(const CalibrationGridFlats& flats, std:
     return tests;
 }
 
-// The heap under a name in the folder, where settings for trials can be put beside it.
+// A link to the heap in the folder, where settings for trials can be written next to it.
 std::string linkToHeap(const TrialFolder& folder, const std::string& settingsPath) {
     const std::string heap = std::filesystem::absolute(heapPathOf(settingsPath)).string();
     if (!std::filesystem::exists(heap))
-        throw Error(heap + ": there is no such file; the calibration is " + settingsPath + " and this one");
+        throw Error(heap + ": does not exist; the calibration consists of " + settingsPath +
+                    " and this file");
     const std::string link = folder / "check.bin";
     std::filesystem::create_symlink(heap, link);
     return link;
@@ -77,7 +78,7 @@ void checkAdaptive(const AdaptiveOptions& options, Console& console) {
     const std::size_t best = bestOf(results);
     if (best != 0 && isClearlyFlatter(results[best], results[0]))
         console.message(options.check +
-                        ": other settings leave less; calibrate again, or take over those of row " +
+                        ": other settings leave a smaller residual; calibrate again, or use those of row " +
                         std::to_string(best + 1));
 }
 

@@ -14,7 +14,7 @@ namespace ombrel {
 
 namespace {
 
-// A grid point as the log writes it.
+// A grid point in the form of the log.
 struct LoggedPoint {
     std::string v;
     std::string t;
@@ -35,7 +35,7 @@ std::optional<SearchOutcome> searchOutcome(const std::string& logText, const Gri
     const LoggedPoint wanted{streamed(right.v), streamed(right.t), streamed(right.e)};
     constexpr double none = std::numeric_limits<double>::infinity();
     std::optional<double> own;
-    double before = none; // least of the other points in front of the right one
+    double before = none; // the least of the other points before the right one
     double behind = none;
     for (const QualityValue& logged : readQualityLog(logText))
         if (LoggedPoint{logged.v, logged.t, logged.e} == wanted)
@@ -50,10 +50,10 @@ std::optional<SearchOutcome> searchOutcome(const std::string& logText, const Gri
 
 namespace {
 
-// What all tables end in.
+// The last columns of all tables.
 constexpr const char* resultsHeader = "  right     margin%  residual   worst  mosaic  failed  ms/frame\n";
 
-// In a column of that width; "-" for what is not known.
+// A column of that width; "-" for an unknown value.
 std::string figure(int width, int decimals, double value) {
     char text[64];
     if (std::isfinite(value))

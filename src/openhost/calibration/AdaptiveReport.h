@@ -11,20 +11,20 @@
 
 namespace ombrel {
 
-// What a search made of a frame whose grid point is known, from its log.
+// The result of a search for a frame whose grid point is known, read from its log.
 struct SearchOutcome {
-    bool isRight =
-        false; // the search chose that point: its quality value is the least, and the first of these
-    // By how much the least value of the other points is above that of the right one, as part of it: the
-    // more, the surer the choice. Below 0 when the search was wrong.
+    // Whether the search chose that point: its quality value is the first of the least ones.
+    bool isRight = false;
+    // The difference between the least value of the other points and that of the right one, relative to the
+    // latter: the larger, the safer the choice. Below 0 if the search was wrong.
     double margin = 0;
 };
 
-// Points are compared by six digits, which is what the log tells. Nothing when the right point was not among
-// those searched.
+// Points are compared by six digits, the precision of the log. Nothing if the right point was not among those
+// searched.
 std::optional<SearchOutcome> searchOutcome(const std::string& logText, const GridPoint& right);
 
-// Results of trials as tables for people; one row of them may end in a remark.
+// Results of trials as tables for people; a remark may be appended to one row.
 
 struct RowMark {
     std::size_t row = 0;

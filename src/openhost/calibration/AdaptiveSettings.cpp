@@ -18,7 +18,7 @@ std::string knownKeys(const SettingsTree& settings) {
     return keys;
 }
 
-// The text as the type that `like` has.
+// Reads the text as a value of the type of `like`.
 std::optional<SettingsValue> readAs(const SettingsValue& like, const std::string& text) {
     return std::visit(
         [&](const auto& value) -> std::optional<SettingsValue> {
@@ -51,9 +51,8 @@ std::set<std::string> assignSettings(SettingsTree& settings, const std::vector<s
         const std::string key = assignment.substr(0, equals);
         const SettingsValue* const present = settings.find(adaptiveGroup, key);
         if (equals == std::string::npos || !present)
-            throw UsageError(
-                "--set " + assignment +
-                ": no KEY=VALUE of a key that the filter has; there are: " + knownKeys(settings));
+            throw UsageError("--set " + assignment +
+                             ": not KEY=VALUE with a key of the filter; known keys: " + knownKeys(settings));
         const auto value = readAs(*present, assignment.substr(equals + 1));
         if (!value)
             throw UsageError("--set " + assignment + ": the value must be of type " +

@@ -15,11 +15,11 @@ inline constexpr const char* adaptiveFilter = "AdaptiveFF";
 inline constexpr const char* adaptiveGroup = "Settings";
 inline constexpr int mosaicSearch = 2; // the value of "Search"
 
-// As a new instance of the filter has them.
+// The settings of a new instance of the filter.
 SettingsTree defaultAdaptiveSettings(Session& session);
 
-// Sets each "KEY=VALUE", the value being read as the key's type, and returns the keys. Throws UsageError for
-// a key that there is not (with the list of those there are) or a value of another type.
+// Sets each "KEY=VALUE", reading the value as the key's type, and returns the keys. Throws UsageError for an
+// unknown key (listing the known ones) or a value of another type.
 std::set<std::string> assignSettings(SettingsTree& settings, const std::vector<std::string>& assignments);
 
 // The value of a key; T must be its type.

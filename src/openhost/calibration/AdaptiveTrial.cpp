@@ -18,9 +18,9 @@ namespace ombrel {
 
 namespace {
 
-constexpr double farFromMean = 3; // pixels beyond this factor are no good ones
+constexpr double farFromMean = 3; // pixels beyond this factor are excluded
 
-// Of the quotient of a frame's count and its flat field's.
+// Variance of the quotient of a frame's count and its flat field's.
 double relativeVariance(double count, double flatMean, zt::u32 flatFrames, FlatOrigin origin) {
     if (flatFrames == 0)
         return 1 / count;
@@ -37,7 +37,7 @@ AdaptiveTestFrame::AdaptiveTestFrame(const GridPoint& gridPoint, GridFlat flat, 
     copy->convertToType(zt::DT_DOUBLE);
     const auto counts = std::as_const(*copy).pixels<double>();
     const auto& field = origin == FlatOrigin::WithoutTest ? flat.ofOthers : flat.ofAll;
-    // A frame that is its own flat field is held against its own statistics.
+    // A frame that is its own flat field is compared with its own statistics.
     const zt::u32 others = flat.frames - 1;
     const zt::u32 flatFrames = others == 0 ? 0 : origin == FlatOrigin::WithoutTest ? others : flat.frames;
     const double mean = meanOf(field);
@@ -49,7 +49,7 @@ AdaptiveTestFrame::AdaptiveTestFrame(const GridPoint& gridPoint, GridFlat flat, 
         variance += relativeVariance(counts[i], field[i], flatFrames, origin);
     }
     if (pixels.empty())
-        throw Error(measured->frameName() + ": no pixel is good enough to try settings with");
+        throw Error(measured->frameName() + ": no pixel is usable for trying settings");
     variance /= static_cast<double>(pixels.size());
 }
 
@@ -102,7 +102,7 @@ void AdaptiveTrial::load(const std::string& heap, SettingsTree settings) {
 }
 
 void AdaptiveTrial::tryFrame(const AdaptiveTestFrame& test, TrialResult& result) {
-    log.clear(); // of the frame before
+    log.clear(); // of the previous frame
     const auto start = std::chrono::steady_clock::now();
     const FrameResult corrected = link.apply(test.frame(), ApplyMode::Copy);
     result.seconds += std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
@@ -122,7 +122,7 @@ void AdaptiveTrial::tryFrame(const AdaptiveTestFrame& test, TrialResult& result)
 void AdaptiveTrial::noteOutcome(const AdaptiveTestFrame& test, TrialResult& result) const {
     if (!result.right)
         return;
-    // A search that passes over the right point is wrong whatever it finds.
+    // A search that skips the right point is wrong, whatever it finds.
     const std::string text = log.text();
     if (!isWholeQualityLog(text))
         throw Error("the filter could not write its log of quality values in memory");

@@ -18,7 +18,7 @@ struct NamedKernel {
     const char* name;
 };
 
-// A kernel whose values sum to 0 sees what a quotient varies, and not how bright it is.
+// A kernel with sum 0 responds to the variation of a quotient, not to its level.
 constexpr NamedKernel namedKernels[] = {
     {"0,-1,0,-1,4,-1,0,-1,0", "zero-sum of 4"},
     {"-1,-1,-1,-1,8,-1,-1,-1,-1", "zero-sum of 8"},
@@ -32,8 +32,8 @@ std::vector<SettingsValue> kernelTexts() {
     return texts;
 }
 
-// With less than four tiles nothing is left once the strongest are dropped. With less than eight a side,
-// dropping one more or less turns choices in frames with a sample: such sizes come last.
+// With less than four tiles nothing remains after the strongest are dropped. With less than eight a side, one
+// tile more or less changes the choice for frames with a sample: such sizes come last.
 std::vector<SettingsValue> fittingTiles(zt::u32 shortSide) {
     std::vector<int> sizes{16, 8, 32, 64};
     const auto tilesASide = [&](int size) { return static_cast<int>(shortSide) / size; };
@@ -45,7 +45,7 @@ std::vector<SettingsValue> fittingTiles(zt::u32 shortSide) {
     return {sizes.begin(), sizes.end()};
 }
 
-// Each of the settings with each of the values; those of the first value come first.
+// Combines each of the settings with each of the values; combinations with the first value come first.
 std::vector<SettingsTree> withEach(const std::vector<SettingsTree>& settings, const char* key,
                                    const std::vector<SettingsValue>& values) {
     std::vector<SettingsTree> all;
@@ -68,7 +68,7 @@ AdaptiveChoices::AdaptiveChoices(const SettingsTree& settings, const std::set<st
     };
     kernels = choose("Kernel", kernelTexts());
     preProcessing = choose("PPEnabled", {false, true});
-    // Where the mask begins, a kernel that sums to 0 sees an edge as high as the frame is bright.
+    // At the border of the mask, a kernel with sum 0 sees an edge as high as the frame's level.
     borders = choose("QfBorderMaskSize", {0, 2});
     tileSizes = choose("QfTileSize", fittingTiles(shortSide));
     thresholds = choose("QfTileThreshold", {80, 90, 100});
@@ -84,7 +84,7 @@ std::vector<SettingsTree> AdaptiveChoices::first(const SettingsTree& base) const
 
 std::vector<SettingsTree> AdaptiveChoices::second(const SettingsTree& best) const {
     auto all = withEach(withEach({best}, "QfTileSize", tileSizes), "QfTileThreshold", thresholds);
-    all.erase(all.begin()); // tried with the kernels
+    all.erase(all.begin()); // already tried with the kernels
     return all;
 }
 
@@ -97,14 +97,14 @@ namespace {
 
 using Candidates = std::vector<const TrialResult*>;
 
-// Residuals closer than this differ by chance.
+// Smaller differences between residuals are chance.
 constexpr double sameResidual = 0.02;
 
 bool isAboutLeast(double residual, double least) {
     return residual <= least + sameResidual * std::max(least, 1.0);
 }
 
-// Leaves those of the least value, or of about the least.
+// Keeps the candidates with the least value, or about the least.
 template <typename Value, typename IsLeast>
 void keepLeast(Candidates& candidates, Value value, IsLeast isLeast) {
     const auto least = value(**std::ranges::min_element(
@@ -112,8 +112,8 @@ void keepLeast(Candidates& candidates, Value value, IsLeast isLeast) {
     std::erase_if(candidates, [&](auto* candidate) { return !isLeast(value(*candidate), least); });
 }
 
-// The noise of other frames will not turn the choice. By how much more it is sure, says little: test frames
-// are quieter than frames with a sample.
+// The noise of other frames will not change the choice. A larger margin means little: test frames have less
+// noise than frames with a sample.
 bool isSure(const TrialResult& result) {
     constexpr double sureMargin = 0.2;
     return result.margin.value_or(0) >= sureMargin;
@@ -147,15 +147,15 @@ bool isClearlyFlatter(const TrialResult& other, const TrialResult& result) {
 
 namespace {
 
-// The quality function is tried with every flat field in the running: what holds there holds for the searches
-// that look at some.
+// The quality function is tried over all flat fields; a choice that holds there also holds for the partial
+// searches.
 SettingsTree fullSearch(SettingsTree settings) {
     settings.set(adaptiveGroup, "Search", 0);
     settings.set(adaptiveGroup, "Interpolation", 0);
     return settings;
 }
 
-// What a mosaic goes by.
+// The settings that a mosaic depends on.
 bool haveSameTiles(const SettingsTree& one, const SettingsTree& other) {
     return adaptiveSetting<std::string>(one, "Kernel") == adaptiveSetting<std::string>(other, "Kernel") &&
            adaptiveSetting<bool>(one, "PPEnabled") == adaptiveSetting<bool>(other, "PPEnabled") &&
@@ -163,7 +163,7 @@ bool haveSameTiles(const SettingsTree& one, const SettingsTree& other) {
            adaptiveSetting<int>(one, "QfTileSize") == adaptiveSetting<int>(other, "QfTileSize");
 }
 
-// A mosaic knows tiles, but no threshold.
+// A mosaic uses the tiles, but no threshold.
 void tryMosaics(AdaptiveTrial& trial, const TrialSet& set, SettingsTree settings,
                 const AdaptiveChoices& choices, std::span<TrialResult> results) {
     settings.set(adaptiveGroup, "Search", mosaicSearch);
@@ -229,7 +229,7 @@ SettingsTree AdaptiveTuner::chooseQuality(const TrialSet& set, const SettingsTre
 
 SettingsTree AdaptiveTuner::chooseInterpolation(const TrialSet& between, SettingsTree settings) {
     const auto results = tryInterpolation(trial, between, settings);
-    // Midpoints cost time, so they must be worth it.
+    // Midpoints cost time, so they must improve the result.
     const std::size_t best = isClearlyFlatter(results[1], results[0]) ? 1 : 0;
     console.result("\nFrames between the points of a coarser grid, of every second value:\n" +
                    interpolationTable(results, {best, chosen}));

@@ -13,8 +13,8 @@
 
 namespace ombrel {
 
-// The values that are tried for the settings which decide whether the adaptive filter finds the right flat
-// field. Of each the preferred one comes first.
+// The values to try for the settings that decide whether the adaptive filter finds the right flat field. The
+// preferred value of each comes first.
 struct AdaptiveChoices {
     std::vector<SettingsValue> kernels;
     std::vector<SettingsValue> preProcessing;
@@ -22,30 +22,30 @@ struct AdaptiveChoices {
     std::vector<SettingsValue> tileSizes;
     std::vector<SettingsValue> thresholds;
 
-    // Keys in `fixed` keep their value of `settings`. Tiles must fit into frames of that shorter side.
+    // Keys in `fixed` keep their value in `settings`. Tiles must fit into frames with this shorter side.
     AdaptiveChoices(const SettingsTree& settings, const std::set<std::string>& fixed, zt::u32 shortSide);
 
-    // Kernel, pre-processing and border are tried together, with the first tile size and threshold; then,
-    // with the best of these, the other tile sizes and thresholds, and a mosaic of each tile size.
+    // Kernel, pre-processing and border are tried together, with the first tile size and threshold. Then the
+    // other tile sizes and thresholds, and a mosaic of each tile size, are tried with the best of these.
     std::vector<SettingsTree> first(const SettingsTree& base) const;
     std::vector<SettingsTree> second(const SettingsTree& best) const;
-    // Trials of all together.
+    // The total number of trials.
     std::size_t count() const {
         return kernels.size() * preProcessing.size() * borders.size() + tileSizes.size() * thresholds.size() -
                1 + tileSizes.size();
     }
 };
 
-// What people call a kernel: by its neighbours when it is one of those that are tried, else its text.
+// The name of a kernel for people: that of its neighbours if it is one of those tried, else its text.
 std::string kernelName(const std::string& kernel);
 
-// The best of several results over the same frames. Each of these questions leaves some of them to the next:
-// the fewest frames failed; about the least residual; right most often; about the least residual of a mosaic;
-// surely right, and the first of equals. Residual comes before right, since settings may find every flat
-// field and still spoil the frames.
+// The best of several results over the same frames. Each of these criteria narrows the candidates for the
+// next: the fewest failed frames; about the least residual; right most often; about the least residual of a
+// mosaic; safely right; the first. Residual comes before right, since settings may find every flat field and
+// still spoil the frames.
 std::size_t bestOf(std::span<const TrialResult> results);
 
-// Whether `other` leaves clearly less than `result`.
+// Whether `other` leaves a clearly smaller residual than `result`.
 bool isClearlyFlatter(const TrialResult& other, const TrialResult& result);
 
 // A heap file and frames to try it with.
@@ -58,22 +58,22 @@ struct TrialSet {
 std::vector<TrialResult> tryChoices(AdaptiveTrial& trial, const TrialSet& set, const SettingsTree& base,
                                     const AdaptiveChoices& choices);
 
-// Without interpolation, and with it.
+// Tries without interpolation, and with it.
 std::vector<TrialResult> tryInterpolation(AdaptiveTrial& trial, const TrialSet& set,
                                           const SettingsTree& base);
 inline constexpr std::size_t interpolationKinds = 2;
 
-// With each of the searches.
+// Tries each kind of search.
 std::vector<TrialResult> trySearches(AdaptiveTrial& trial, const TrialSet& set, const SettingsTree& base);
 inline constexpr std::size_t searchKinds = 3;
 
-// Chooses settings by trying, and shows the tables of what was tried.
+// Chooses settings by trying them, and prints tables of the trials.
 class AdaptiveTuner {
 public:
     AdaptiveTuner(AdaptiveTrial& adaptiveTrial, Console& resultConsole)
         : trial(adaptiveTrial), console(resultConsole) {}
 
-    // Each gives the settings with its own ones chosen. Throws Error.
+    // Each returns the settings with its own keys chosen. Throws Error.
     SettingsTree chooseQuality(const TrialSet& set, const SettingsTree& base, const AdaptiveChoices& choices);
     // `between`: frames that lie between the points of their heap.
     SettingsTree chooseInterpolation(const TrialSet& between, SettingsTree settings);

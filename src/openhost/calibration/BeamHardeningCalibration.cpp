@@ -46,8 +46,8 @@ double timeOf(const Frame& frame, const std::string& where) {
     if (time == 0)
         throw Error(where + ": Acquisition time cannot be zero; give --acq-time SECONDS");
     if (!(time > 0) || std::isinf(time))
-        throw Error(where + ": an acquisition time of " + numberText(time) +
-                    " s is none; give --acq-time SECONDS");
+        throw Error(where + ": the acquisition time of " + numberText(time) +
+                    " s is invalid; give --acq-time SECONDS");
     return time;
 }
 
@@ -97,26 +97,26 @@ std::vector<std::string> filesOf(const std::vector<ThicknessMask>& masks) {
     return files;
 }
 
-// A path of the host's own hands the sum over, so that frames of every pixel type make a mask.
+// The sum gets a path known only to the host, so that frames of every pixel type can make a mask.
 void addMask(Session& session, IBHFilter& filter, const ThicknessMask& mask, MaskSum sum) {
     const std::string name = "<Mask of thickness " + numberText(mask.thickness) + ">";
     session.host().frames().defineFrame(name, std::move(sum.frame));
     const int code = filter.addMaskFromFile(name.c_str(), mask.thickness, sum.seconds);
     session.host().frames().undefine(name);
     if (code != 0)
-        throw Error(mask.files.front() + ": gave no mask");
+        throw Error(mask.files.front() + ": the filter returned no mask");
 }
 
-// A thicker mask lets more through when two were mixed up, or times differ from those that were told.
+// A thicker mask is brighter if two masks were mixed up, or if the given times are wrong.
 void warnOfBrighter(const ThicknessMask& mask, double rate, const ThicknessMask& before, double rateBefore,
                     Console& console) {
     char rates[64];
     std::snprintf(rates, sizeof rates, "%.6g against %.6g", rate, rateBefore);
-    console.message("the mask of thickness " + numberText(mask.thickness) + " is no darker than that of " +
+    console.message("the mask of thickness " + numberText(mask.thickness) + " is not darker than that of " +
                     numberText(before.thickness) + " (" + rates + " counts a second); check files and times");
 }
 
-// Adds the masks in the order that they stand in, which has to be that of ascending thickness.
+// Adds the masks in their order, which must be that of ascending thickness.
 void addMasks(Session& session, IBHFilter& filter, const std::vector<ThicknessMask>& masks,
               const std::optional<double>& acqTime, Console& console) {
     double rateBefore = 0;
@@ -158,7 +158,7 @@ void calibrateBeamHardening(const BeamHardeningOptions& options, Console& consol
     link.filter().saveToSettings(store.get());
     writeSettingsFile(store->contents(), options.output);
     if (masks.size() == 1)
-        console.message("one mask alone gives no thickness: pixels brighter than it become 0, and the others "
+        console.message("a single mask cannot give thicknesses: brighter pixels become 0, and the others "
                         "the logarithm of their counts a second; give another --mask");
     console.message(countText(masks.size(), "mask") + " of " + countText(all.frameCount(), "frame") + ": " +
                     options.output);

@@ -10,26 +10,26 @@
 
 namespace ombrel {
 
-// What is measured through one thickness.
+// The frames measured through one thickness.
 struct ThicknessMask {
     double thickness = 0;
     std::vector<std::string> files;
 };
 
-// From "THICKNESS=FILE[,FILE...]" each, in the order of ascending thickness. Throws UsageError: a text that
-// is none, or a thickness twice.
+// Parses "THICKNESS=FILE[,FILE...]" texts and sorts them by ascending thickness. Throws UsageError for a
+// malformed text or a repeated thickness.
 std::vector<ThicknessMask> parseThicknessMasks(const std::vector<std::string>& texts);
 
-// The sum of frames, in double, which took as long as all of them together.
+// A sum of frames, in double; its time is the sum of their times.
 struct MaskSum {
     FramePtr frame;
     double seconds = 0;
 
-    // The mean over the pixels that are numbers.
+    // The mean over the pixels that are not NaN.
     double countsPerSecond() const;
 };
 
-// `acqTime` is that of each frame; without it each frame has to tell its own. Throws Error.
+// `acqTime` is that of each frame; without it, each frame must have its own. Throws Error.
 MaskSum sumFrames(FrameStack& stack, std::optional<double> acqTime);
 
 // The command line of `ombrel calibrate beam-hardening`.
@@ -40,7 +40,7 @@ struct BeamHardeningOptions : CalibrateOptions {
     bool zeroAsBad = false;
 };
 
-// The work of the command. Throws UsageError or Error, with nothing written.
+// The work of the command. Throws UsageError or Error, and then has written nothing.
 void calibrateBeamHardening(const BeamHardeningOptions& options, Console& console);
 
 } // namespace ombrel

@@ -4,7 +4,7 @@
 
 namespace ombrel {
 
-// What the calibrations have in common.
+// Options shared by all calibrations.
 struct CalibrateOptions {
     std::string output; // the settings file
     bool force = false;

@@ -12,7 +12,7 @@ namespace ombrel {
 
 namespace {
 
-// As it is written behind --hole.
+// The point as an argument of --hole.
 std::string pointText(const GridPoint& point) {
     return numberText(point.v) + "," + numberText(point.t) + "," + numberText(point.e);
 }
@@ -38,7 +38,7 @@ CalibrationGrid::CalibrationGrid(std::span<const GridPoint> taken, std::span<con
     refuseInfinite(taken);
     refuseInfinite(holes);
     if (taken.empty())
-        throw Error("the grid names no point");
+        throw Error("the grid has no points");
     vValues = axisValues(taken, &GridPoint::v);
     tValues = axisValues(taken, &GridPoint::t);
     eValues = axisValues(taken, &GridPoint::e);
@@ -56,7 +56,7 @@ CalibrationGrid::CalibrationGrid(std::span<const GridPoint> taken, std::span<con
     refuseMissing(entries);
     if (!entries.front().taken)
         throw Error("hole " + pointText(entries.front().point) +
-                    ": the first grid point cannot be left out, its image tells the size of all");
+                    ": the first grid point cannot be a hole, since its image defines the size of all");
     for (const Entry& entry : entries)
         order.push_back(entry.taken);
 }
@@ -72,7 +72,7 @@ void CalibrationGrid::refuseRepeated(std::span<const Entry> entries) const {
         return;
     const bool bothTaken = repeated[0].taken && repeated[1].taken;
     throw Error("grid point " + pointText(repeated->point) +
-                (bothTaken ? " is named twice" : " is a hole and is named as well"));
+                (bothTaken ? " is named twice" : " is a hole and also has a file"));
 }
 
 void CalibrationGrid::refuseMissing(std::span<const Entry> entries) const {
@@ -91,9 +91,10 @@ void CalibrationGrid::refuseMissing(std::span<const Entry> entries) const {
         }
         list += (listed++ == 0 ? "" : "; ") + pointText(point);
     }
-    throw Error(std::to_string(missing) + " of " + std::to_string(size()) +
-                " grid points are missing: " + list + (missing > mostListed ? " and more" : "") +
-                "; name a file for each, or leave them out on purpose as holes");
+    throw Error(std::to_string(missing) + " of " + std::to_string(size()) + " grid points " +
+                (missing == 1 ? "is" : "are") + " missing: " + list +
+                (missing > mostListed ? " and more" : "") +
+                "; add a file for each, or mark it as a hole with --hole");
 }
 
 namespace {
@@ -102,12 +103,12 @@ bool isThinned(std::size_t count) {
     return count >= 3;
 }
 
-// What becomes of a value of an axis.
+// Whether the coarse grid keeps a value of an axis.
 bool isKeptValue(std::size_t index, std::size_t count) {
     return !isThinned(count) || index % 2 == 0;
 }
 
-// The last of an even number of values has no kept one behind it.
+// The last of an even number of values has no kept value after it.
 bool isWithin(std::size_t index, std::size_t count) {
     return !isThinned(count) || index <= (count - 1) / 2 * 2;
 }

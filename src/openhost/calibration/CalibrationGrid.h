@@ -8,8 +8,8 @@
 
 namespace ombrel {
 
-// The settings that one flat field of an adaptive calibration was taken at. What V, T and E measure is the
-// user's choice.
+// The settings that one flat field of an adaptive calibration was taken at. The user chooses what V, T and E
+// measure.
 struct GridPoint {
     float v = 0;
     float t = 0;
@@ -18,13 +18,13 @@ struct GridPoint {
     auto operator<=>(const GridPoint&) const = default;
 };
 
-// A whole grid: every combination of the values of V, T and E that occur, each with its flat field or left
-// out on purpose.
+// A complete grid: every combination of the values of V, T and E that occur, each with its flat field or
+// marked as a hole.
 class CalibrationGrid {
 public:
-    // The points that flat fields were taken at, in any order, and those left out. Throws Error, in one line,
-    // for a setting that is no finite number, a point named twice, points that are missing (they are listed),
-    // a hole that is no grid point, and a hole at the first one, whose image tells the size of all.
+    // The points of the flat fields, in any order, and the holes. Throws Error, in one line, for a setting
+    // that is not finite, a repeated point, missing points (listed), a hole outside of the grid, and a hole
+    // at the first point, whose image defines the size of all images.
     CalibrationGrid(std::span<const GridPoint> taken, std::span<const GridPoint> holes);
 
     // The values on each axis, ascending.
@@ -32,7 +32,7 @@ public:
     const std::vector<float>& t() const { return tValues; }
     const std::vector<float>& e() const { return eValues; }
 
-    // For each grid point, E fastest and V slowest: which of the points taken it is, or nothing for a hole.
+    // For each grid point, E fastest and V slowest: its index in `taken`, or nothing for a hole.
     const std::vector<std::optional<std::size_t>>& points() const { return order; }
 
 private:
@@ -53,16 +53,16 @@ private:
     std::vector<std::optional<std::size_t>> order;
 };
 
-// Every second value of each axis that has three or more: a grid whose midpoints have been measured, so that
+// Every second value of each axis that has three or more. The midpoints of this grid have been measured, so
 // interpolation can be tried on them.
 struct CoarseGrid {
     CalibrationGrid grid;
     // For each point of the whole grid, in its order:
     std::vector<bool> isKept;
-    std::vector<bool> isBetween; // left out, but between points that are kept
+    std::vector<bool> isBetween; // left out, but lies between points that are kept
 };
 
-// Nothing when no axis has three values, or a point that would be kept is a hole.
+// Nothing if no axis has three values, or if a point to keep is a hole.
 std::optional<CoarseGrid> coarseGridOf(const CalibrationGrid& grid);
 
 } // namespace ombrel

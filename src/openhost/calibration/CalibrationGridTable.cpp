@@ -22,13 +22,13 @@ namespace ombrel {
 namespace {
 
 constexpr std::array<const char*, 5> columnNames{"v", "t", "e", "file", "page"};
-constexpr std::size_t pageColumn = 4; // which may be missing
+constexpr std::size_t pageColumn = 4; // optional
 
 using Fields = std::vector<std::string>;
-// Where each of the columns stands in a line.
+// The position of each column in a line.
 using Columns = std::array<std::optional<std::size_t>, columnNames.size()>;
 
-// What is wrong with one line.
+// An error in one line.
 class BadLine : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
@@ -45,14 +45,15 @@ Columns readHeader(const Fields& names) {
     for (std::size_t i = 0; i < names.size(); ++i) {
         const auto known = std::ranges::find(columnNames, names[i]);
         if (known == columnNames.end() || columns[known - columnNames.begin()])
-            throw BadLine("\"" + names[i] + "\" is no column of its own; the first line names the columns " +
+            throw BadLine("\"" + names[i] +
+                          "\" is an unknown or repeated column; the first line names the columns " +
                           "v,t,e,file or v,t,e,file,page");
         columns[known - columnNames.begin()] = i;
     }
     for (std::size_t i = 0; i < columns.size(); ++i)
         if (!columns[i] && i != pageColumn)
-            throw BadLine(std::string("there is no column ") + columnNames[i] +
-                          "; the first line names the columns v,t,e,file or v,t,e,file,page");
+            throw BadLine(std::string("the column ") + columnNames[i] +
+                          " is missing; the first line names the columns v,t,e,file or v,t,e,file,page");
     return columns;
 }
 
@@ -61,7 +62,7 @@ T numberOf(const Fields& fields, const Columns& columns, std::size_t column) {
     const std::string& text = fields[*columns[column]];
     const auto value = readNumber<T>(text);
     if (!value || !std::isfinite(static_cast<double>(*value)))
-        throw BadLine("\"" + text + "\" is no number for " + columnNames[column]);
+        throw BadLine("\"" + text + "\" is not a number for " + columnNames[column]);
     return *value;
 }
 
@@ -87,7 +88,7 @@ public:
     explicit TableReader(const std::string& path)
         : problems(path), folder(std::filesystem::path(path).parent_path()) {}
 
-    // Without the header no line can be read: what is wrong with it is told at once.
+    // Without a valid header no line can be read, so its errors are thrown immediately.
     void read(std::size_t number, const std::string& line) {
         try {
             if (columns)
@@ -122,7 +123,7 @@ private:
     std::map<GridPoint, std::size_t> lineOf;
 };
 
-// More than any list of flat fields needs: what is larger is another file.
+// More than any list of flat fields needs; a larger file is not a table.
 constexpr std::size_t longestLine = 65536;
 constexpr zt::u64 largestTable = zt::u64{16} << 20;
 
@@ -153,7 +154,7 @@ std::vector<GridRow> readGridTable(const std::string& path) {
             throw Error(path + ": line " + std::to_string(number) + " has " + countText(line.size(), "byte") +
                         "; a line of a table may have " + std::to_string(longestLine));
         if (number == 1 && line.starts_with("\xEF\xBB\xBF"))
-            line.erase(0, 3); // the mark that spreadsheets put before UTF-8
+            line.erase(0, 3); // the byte order mark that spreadsheets write
         if (!isPassedOver(line))
             reader.read(number, line);
     }

@@ -16,7 +16,7 @@ namespace {
 
 static_assert(std::endian::native == std::endian::little, "the files are written as memory holds them");
 
-// Small fields, gathered to be written at once.
+// Collects small fields, to write them in one call.
 class FieldBuffer {
 public:
     template <typename T>
@@ -48,7 +48,7 @@ bool isImageSize(zt::u32 width, zt::u32 height) {
     return 0 < count && count <= static_cast<zt::u64>(std::numeric_limits<zt::i32>::max());
 }
 
-// Walks through a heap file from part to part, without a look at the pixels.
+// Walks through the parts of a heap file without reading the pixels.
 class HeapWalk {
 public:
     explicit HeapWalk(const std::string& path)

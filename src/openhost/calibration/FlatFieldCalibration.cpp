@@ -29,7 +29,7 @@ bool isPrepared(const std::string& path) {
 void checkOptions(const FlatFieldOptions& options) {
     if (!options.ffcFile.empty() && !isPrepared(options.ffcFile))
         throw UsageError("--ffc " + options.ffcFile +
-                         ": the name must end in \"ffc\", by which such files are known");
+                         ": the name must end in \"ffc\", which marks files of coefficients");
     if (options.subFrame && !options.acquisition)
         throw UsageError("--sub-frame goes with --acquisition");
     if (!options.size.empty())
@@ -66,31 +66,31 @@ FlatSource sourceOf(const std::string& path) {
     if (beginsWithNumber(file))
         return FlatSource::Matrix;
     throw Error(path +
-                ": holds no flat field: it is neither frames (TIFF or HDF5) nor a matrix of numbers as "
-                "text, nor are finished coefficients in it, whose file has a name that ends in \"ffc\"");
+                ": holds no flat field: it holds neither frames (TIFF or HDF5) nor a matrix of numbers as "
+                "text, and its name does not end in \"ffc\" as that of a file of coefficients does");
 }
 
-// True for one matrix or one file of coefficients, which come without a size.
+// True for one matrix or one file of coefficients, which have no size.
 bool isTable(const FlatFieldOptions& options) {
     const auto isFrames = [](const std::string& path) { return sourceOf(path) == FlatSource::Frames; };
     const auto table = std::ranges::find_if_not(options.inputs, isFrames);
     if (table == options.inputs.end())
         return false;
     if (options.inputs.size() > 1)
-        throw Error(*table + ": is a table of numbers, which must be the only input; others are frame files");
+        throw Error(*table + ": is a table of numbers, which must be the only input");
     return true;
 }
 
 FrameSize tableSize(const FlatFieldOptions& options) {
     const std::string& path = options.inputs.front();
     if (options.acquisition)
-        throw Error(path + ": is no frame file; --acquisition takes frames");
+        throw Error(path + ": is not a frame file; --acquisition needs frames");
     if (options.size.empty())
-        throw UsageError(path + ": does not tell the size of the frames; give --size WxH");
+        throw UsageError(path + ": the size of the frames is unknown; give --size WxH");
     return parseFrameSize("--size", options.size);
 }
 
-// The frame without its sub-frames, or its sub-frame of that number.
+// The frame without its sub-frames, or the sub-frame with the selected number.
 FramePtr acquiredFrame(Frame& frame, const FlatFieldOptions& options, const std::string& where) {
     if (!options.subFrame) {
         FramePtr whole = Frame::create(frame.width(), frame.height(), frame.frameDataType());
@@ -99,13 +99,13 @@ FramePtr acquiredFrame(Frame& frame, const FlatFieldOptions& options, const std:
     }
     const auto subFrames = frame.subFrames();
     if (*options.subFrame >= subFrames.size())
-        throw Error(where + ": there is no sub-frame " + std::to_string(*options.subFrame) + "; it has " +
-                    std::to_string(subFrames.size()));
+        throw Error(where + ": sub-frame " + std::to_string(*options.subFrame) +
+                    " does not exist; the frame has " + std::to_string(subFrames.size()));
     return FramePtr(static_cast<Frame*>(subFrames[*options.subFrame]->clone()));
 }
 
-// The flats as they are to be averaged, by one path: a single input keeps its own name, by which messages
-// know it, but for the end by which the filter knows finished coefficients.
+// Defines the flats to be averaged under one path. A single input keeps its own name for messages, without
+// the suffix by which the filter recognises finished coefficients.
 std::string defineFlats(Session& session, const FrameStack& stack, const FlatFieldOptions& options) {
     std::vector<FrameSource> sources;
     for (std::size_t file = 0; file < stack.fileCount(); ++file)
@@ -125,16 +125,16 @@ void loadFromAcquisition(Session& session, FrameStack& stack, const FlatFieldOpt
         acquired.push_back(acquiredFrame(*stack.readFrame(frame), options, stack.where(frame)));
     session.device().setAcquisition(std::move(acquired));
     if (filter.loadCoefficientsFromAcquisition(true) != 0)
-        throw Error(options.inputs.front() + ": the frames gave no coefficients");
+        throw Error(options.inputs.front() + ": no coefficients could be calculated from the frames");
 }
 
 void loadFromFiles(Session& session, const std::string& path, IFFFilter& filter) {
     const int code = filter.loadCoefficientsFromFile(path.c_str(), false);
-    // The filter passes over frames that it could not get.
+    // The filter silently skips frames that it could not get.
     if (const std::string reason = session.host().frames().takeError(); !reason.empty())
         throw Error(reason);
     if (code != 0)
-        throw Error(path + ": gave no coefficients");
+        throw Error(path + ": the filter returned no coefficients");
 }
 
 void setSwitches(const FlatFieldOptions& options, IFFFilter& filter) {
@@ -150,7 +150,7 @@ void writeOutputs(Session& session, FilterLink& link, const FlatFieldOptions& op
     IFFFilter& filter = filterInterface<IFFFilter>(link.filter(), flatFieldObject);
     const auto store = session.host().openSettings(options.output);
     link.filter().saveToSettings(store.get());
-    // A table brings its own size, whatever was said of the frames.
+    // A table has its own size, whatever size was given for the frames.
     const zt::u32 pixels = session.device().pixelCount();
     if (const int values = store->getInt("FF", "CoeffsSize", 0); static_cast<zt::u32>(values) != pixels)
         throw Error(options.inputs.front() + ": holds " +
@@ -161,12 +161,12 @@ void writeOutputs(Session& session, FilterLink& link, const FlatFieldOptions& op
             return;
         AtomicFile table(path);
         if (filter.saveCoefficientsToFile(table.newPath().c_str(), ascii) != 0)
-            throw Error(path + ": the coefficients can't be written; look for room on the disk");
+            throw Error(path + ": the coefficients can't be written; check the free space on the disk");
         table.commit();
     };
     writeTable(options.ffcFile, false);
     writeTable(options.asciiFile, true);
-    // The interface has no way to switch it on, but the store has.
+    // The filter's interface cannot switch it on, but its settings can.
     store->setBool("FF", "UseTDI", options.tdi);
     writeSettingsFile(store->contents(), options.output);
 }

@@ -13,7 +13,7 @@ namespace ombrel {
 // The command line of `ombrel calibrate flat-field`.
 struct FlatFieldOptions : CalibrateOptions {
     std::vector<std::string> inputs;
-    std::string size; // "WxH", for inputs that do not tell it
+    std::string size; // "WxH", for inputs without a size
     bool acquisition = false;
     std::optional<zt::u32> subFrame;
     bool noInterpolation = false;
@@ -24,7 +24,7 @@ struct FlatFieldOptions : CalibrateOptions {
     std::string asciiFile;
 };
 
-// The work of the command. Throws UsageError or Error, with nothing written.
+// The work of the command. Throws UsageError or Error, and then has written nothing.
 void calibrateFlatField(const FlatFieldOptions& options, Console& console);
 
 } // namespace ombrel

@@ -57,10 +57,10 @@ TEST_F(AdaptiveGrid, readsColumnsInAnyOrderAndFilesFromItsOwnFolder) {
 
 TEST_F(AdaptiveGrid, listsAllLinesThatAreWrong) {
     EXPECT_THAT(refusal("v,t,e,file\n1,2,x,a\n1,2,3\n1,2,inf,a\n1,2,3,\n1,2,4,a\n1,2,4.0,b\n"),
-                AllOf(HasSubstr("line 2: \"x\" is no number for e"), HasSubstr("line 3: 3 fields, not 4"),
+                AllOf(HasSubstr("line 2: \"x\" is not a number for e"), HasSubstr("line 3: 3 fields, not 4"),
                       HasSubstr("line 4: \"inf\""), HasSubstr("line 5: no file"),
                       HasSubstr("line 7: its grid point is named in line 6 already")));
-    EXPECT_THAT(refusal("v,t,file\n"), HasSubstr("line 1: there is no column e"));
+    EXPECT_THAT(refusal("v,t,file\n"), HasSubstr("line 1: the column e is missing"));
     EXPECT_THAT(refusal("v,t,e,file,v\n"), HasSubstr("line 1: \"v\""));
     EXPECT_THAT(refusal("v,t,e,file\n# nothing\n"), HasSubstr("names no flat field"));
 }

@@ -33,9 +33,9 @@ TEST(CalibrationGrid, sortsItsValuesAndOrdersThePointsWithEFastest) {
 
 TEST(CalibrationGrid, listsThePointsThatAreMissing) {
     EXPECT_THAT(refusal({{1, 1, 0.1f}, {2, 2, 0.1f}}),
-                HasSubstr("2 of 4 grid points are missing: 1,2,0.1; 2,1,0.1; name a file"));
+                HasSubstr("2 of 4 grid points are missing: 1,2,0.1; 2,1,0.1; add a file"));
     EXPECT_THAT(refusal({{1, 1, 1}, {2, 2, 1}}, {{1, 2, 1}}),
-                HasSubstr("1 of 4 grid points are missing: 2,1,1;"));
+                HasSubstr("1 of 4 grid points is missing: 2,1,1;"));
     std::vector<GridPoint> diagonal;
     for (int i = 0; i < 100'000; ++i)
         diagonal.push_back({static_cast<float>(i), static_cast<float>(-i), static_cast<float>(2 * i)});
@@ -47,9 +47,9 @@ TEST(CalibrationGrid, refusesPointsThatMakeNoGrid) {
     EXPECT_THAT(refusal({}), HasSubstr("no point"));
     EXPECT_THAT(refusal({{1, 1, 1}, {1, 1, 1}}), HasSubstr("1,1,1 is named twice"));
     EXPECT_THAT(refusal({{1, 1, 1}, {1, 1, 2}}, {{1, 1, 2}}),
-                HasSubstr("1,1,2 is a hole and is named as well"));
+                HasSubstr("1,1,2 is a hole and also has a file"));
     EXPECT_THAT(refusal({{1, 1, 1}}, {{1, 1, 2}}), HasSubstr("hole 1,1,2: the grid has no such point"));
-    EXPECT_THAT(refusal({{1, 1, 2}, {2, 1, 1}, {2, 1, 2}}, {{1, 1, 1}}), HasSubstr("cannot be left out"));
+    EXPECT_THAT(refusal({{1, 1, 2}, {2, 1, 1}, {2, 1, 2}}, {{1, 1, 1}}), HasSubstr("cannot be a hole"));
     EXPECT_THAT(refusal({{1, NAN, 2}, {1, 1, 1}}), HasSubstr("1,nan,2: V, T and E must be finite"));
 }
 

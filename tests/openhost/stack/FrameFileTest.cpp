@@ -86,7 +86,7 @@ TEST_F(FrameFileRefusal, TellsWhatIsNoFrameFile) {
     writeFileText(folder / nastyName, "1 2 3\n4 5 6\n");
     expect(folder / nastyName, "neither TIFF nor HDF5");
     mkfifo((folder / "pipe").c_str(), 0600);
-    expect(folder / "pipe", "no regular file");
+    expect(folder / "pipe", "not a regular file");
 }
 
 TEST_F(FrameFileRefusal, OfDamagedFilesTellsTheLibrarysReason) {
