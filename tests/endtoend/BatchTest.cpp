@@ -298,7 +298,7 @@ TEST_P(BatchInto, IsLeftAloneWhenItIsWholeOrOfAnotherRun) {
     const std::string before = fileText(whole);
     auto result = runOmbrel(commandTo(whole, {"--resume"}));
     EXPECT_EQ(result.exitCode, 0);
-    EXPECT_THAT(result.messages, HasSubstr("is complete; there is nothing to do"));
+    EXPECT_THAT(result.messages, HasSubstr("is already complete; nothing to do"));
 
     result = runOmbrel(commandTo(whole, {"--resume", "--frames", "1:3", "--output-type", "f64"}));
     EXPECT_EQ(result.exitCode, 1);

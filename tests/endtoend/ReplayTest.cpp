@@ -71,7 +71,7 @@ TEST_F(Replay, NamesWhatHasChanged) {
     bytes[place] = static_cast<char>(bytes[place] ^ 1);
     writeFileText(folder / "out.h5", bytes);
     expectRefusal(replay("out.h5", "again.h5"), 1,
-                  "frame 4 is the first that differs: its stored pixels were changed");
+                  "frame 4 is the first that differs: its stored pixels have changed");
 
     ImageStack<zt::u16> other{16, 16, std::vector<zt::u16>(9 * 256, 7)};
     writeHdf5(frames, other);

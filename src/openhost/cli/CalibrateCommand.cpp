@@ -40,10 +40,11 @@ bool isSettingsName(const std::string& path) {
 
 void calibrate(const AdaptiveOptions& options, Console& console) {
     if (options.output.empty() == options.check.empty())
-        throw UsageError("give either -o NAME.xml to calibrate, or --check NAME.xml to try a calibration");
+        throw UsageError("give either -o NAME.xml to calibrate or --check NAME.xml to try a calibration");
     const std::string& name = options.check.empty() ? options.output : options.check;
     if (!isSettingsName(name))
-        throw UsageError(name + ": the name must end in \".xml\"; the flat fields are in NAME.bin beside it");
+        throw UsageError(
+            name + ": the name must end in \".xml\"; the flat fields are stored next to it in NAME.bin");
     if (options.check.empty())
         calibrateAdaptive(options, console);
     else
@@ -53,12 +54,12 @@ void calibrate(const AdaptiveOptions& options, Console& console) {
 void addOptions(CLI::App& command, AdaptiveOptions& options) {
     command
         .add_option("--grid", options.grid,
-                    "Table of the flat fields: v,t,e,file and maybe page, for every point of the grid")
+                    "Table of the flat fields: v,t,e,file and optionally page, for every grid point")
         ->required()
         ->type_name("GRID.csv");
     addCalibrateOptions(command, options);
     command.get_option("--output")->required(false);
-    command.add_option("--check", options.check, "Write nothing; show how settings do on the grid's frames")
+    command.add_option("--check", options.check, "Write nothing; try existing settings on the grid's frames")
         ->type_name("NAME.xml");
     command.add_option("--hole", options.holes, "A grid point that is left out on purpose; repeatable")
         ->allow_extra_args(false)
@@ -100,8 +101,8 @@ void addFlatFieldCalibration(CLI::App& calibrate, const CommandContext& context)
     command
         ->add_option(
             "FLAT", options->inputs,
-            "Frame files, or one ASCII matrix or \".ffc\" file. Of a file that tells its frames apart the "
-            "flat fields are taken")
+            "Frame files, or one ASCII matrix or \".ffc\" file. If a file marks its frames, only the "
+            "flat fields are used")
         ->required()
         ->type_name("FILE");
     addCalibrateOptions(*command, *options);
@@ -120,11 +121,11 @@ void addFlatFieldCalibration(CLI::App& calibrate, const CommandContext& context)
         ->capture_default_str();
     command->add_flag("--no-interpolate", options->noInterpolation, "Leave bad pixels as they are");
     command->add_flag("--no-device-mask", options->noDeviceMask,
-                      "Pixels masked by the device are not bad for that");
+                      "Do not treat pixels masked by the device as bad");
     command->add_flag("--tdi", options->tdi, "One coefficient a column, for time-delayed integration");
-    command->add_option("--ffc", options->ffcFile, "Write the coefficients as doubles too")
+    command->add_option("--ffc", options->ffcFile, "Also write the coefficients as doubles")
         ->type_name("FILE.ffc");
-    command->add_option("--ascii", options->asciiFile, "Write the coefficients as text too")
+    command->add_option("--ascii", options->asciiFile, "Also write the coefficients as text")
         ->type_name("FILE");
     command->footer("Example:\n"
                     "  ombrel calibrate flat-field flats.tif -o ff.xml\n"
@@ -140,18 +141,17 @@ void addBeamHardeningCalibration(CLI::App& calibrate, const CommandContext& cont
         ->add_option(
             "--mask", options->masks,
             "Frames through a thickness, which are summed; repeat it for each thickness, 0 for the open beam "
-            "included. Results come out in the unit of these")
+            "included. Results have the unit of these thicknesses")
         ->required()
         ->allow_extra_args(false)
         ->type_name("THICKNESS=FILE[,FILE...]");
     addCalibrateOptions(*command, *options);
     command
-        ->add_option("--acq-time", options->acqTime,
-                     "Acquisition time of every frame, for files that do not tell it")
+        ->add_option("--acq-time", options->acqTime, "Acquisition time of every frame, for files without it")
         ->check(numberAboveZero())
         ->type_name("SECONDS");
     command->add_flag("--no-interpolate", options->noInterpolation, "Leave bad pixels as they are");
-    command->add_flag("--zero-as-bad", options->zeroAsBad, "Pixels that come out as 0 are bad too");
+    command->add_flag("--zero-as-bad", options->zeroAsBad, "Treat pixels with a result of 0 as bad, too");
     command->footer(
         "Example:\n"
         "  ombrel calibrate beam-hardening --mask 0=open.tif --mask 0.5=half.tif --mask 1=one.tif "

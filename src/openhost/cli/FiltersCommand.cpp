@@ -38,9 +38,9 @@ std::vector<zt::IParam*> parametersOf(const zt::IDataFilter& filter) {
     return list.vect();
 }
 
-// A filter as it is registered, or, where that has no parameters yet, an instance that has: a filter may make
-// them when it loads settings. Those are empty here, so that the values are its defaults; the data file
-// beside them is empty, too, which the filter logs.
+// A filter as it is registered, or an instance of it if the registered one has no parameters yet: a filter
+// may create them when it loads settings. The instance loads empty settings, so that the values are its
+// defaults; it logs that their data file is empty.
 class ShownFilter {
 public:
     ShownFilter(Session& session, const zt::IDataFilter& registered, const TrialFolder& folder)

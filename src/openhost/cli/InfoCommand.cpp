@@ -90,7 +90,7 @@ void showFile(const std::string& path, const InfoOptions& options, Console& cons
         console.result(residualText(path, options));
 }
 
-// The files after one that cannot be read are shown, too.
+// A file that cannot be read does not stop the list.
 int showFiles(const InfoOptions& options, Console& console) {
     int exitCode = EXIT_ALL_DONE;
     for (const std::string& path : options.files) {
@@ -117,7 +117,7 @@ void checkPaths(const InfoOptions& options, Console& console) {
         return;
     if (!QString::fromStdString(options.picture).endsWith(".png", Qt::CaseInsensitive))
         throw UsageError("--picture " + options.picture +
-                         ": the picture is a PNG; choose a name that ends in .png");
+                         ": a picture is written as PNG; the name must end in .png");
     CommandPaths paths;
     for (const std::string& file : options.files)
         addInput(paths, file);
@@ -154,16 +154,17 @@ void addInfoCommand(const CommandContext& context) {
     command
         ->add_option(
             "--region", options->region,
-            "Tell how even the pixels of a region are: relative standard deviation, averaged over the "
-            "frames, beside what photon statistics alone give")
+            "Show the uniformity of a region: relative standard deviation of its pixels, averaged over the "
+            "frames, next to that of photon statistics alone")
         ->delimiter(',')
         ->expected(4)
         ->check(wholeNumber<zt::u32>())
         ->type_name("X,Y,W,H");
     command
-        ->add_option("--raw", options->raw,
-                     "Tell what a correction leaves of the fixed pattern: the frames before it, whose photon "
-                     "statistics it is held against")
+        ->add_option(
+            "--raw", options->raw,
+            "Show how much of the fixed pattern remains after a correction: the frames before it, whose "
+            "photon statistics the residual is compared with")
         ->type_name("FILE");
     command
         ->add_option("--mask", options->mask,

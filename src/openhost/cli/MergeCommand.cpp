@@ -38,7 +38,7 @@ void merge(const MergeOptions& options, Console& console) {
 void addMergeCommand(const CommandContext& context) {
     auto options = std::make_shared<MergeOptions>();
     CLI::App* command =
-        context.program.add_subcommand("merge", "Put parts of one run together as one virtual output");
+        context.program.add_subcommand("merge", "Combine parts of one run into one virtual output");
     command
         ->add_option("PART", options->parts,
                      "HDF5 outputs of the same run with different --frames, in any order")
@@ -46,7 +46,7 @@ void addMergeCommand(const CommandContext& context) {
         ->type_name("FILE");
     command
         ->add_option("-o,--output", options->output,
-                     "The whole, which refers to the parts: keep them together")
+                     "The combined output, which refers to the parts: keep them together")
         ->required()
         ->type_name("WHOLE.h5");
     command->add_flag("--force", options->force, "Replace an output that exists");

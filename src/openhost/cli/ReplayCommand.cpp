@@ -37,7 +37,7 @@ RunRecord recordOf(const std::string& path, const OutputState& state) {
     }
 }
 
-// What the run read and the settings do not hold must be as it was.
+// Files that the run read and whose contents the output does not store must be unchanged.
 void checkUnchanged(const RunRecord& record) {
     std::string changes;
     const auto check = [&](const FileRecord& before) {
@@ -58,7 +58,7 @@ void checkUnchanged(const RunRecord& record) {
     if (record.deviceMask)
         check(*record.deviceMask);
     if (!changes.empty())
-        throw Error("the output cannot be made again, since files have changed: " + changes);
+        throw Error("the run cannot be repeated, since files have changed: " + changes);
 }
 
 // The run's options, with the recorded settings in files of `folder`.
@@ -70,7 +70,7 @@ RunOptions optionsOf(const RunRecord& record, const ReplayOptions& replayOptions
         if (link.settings) {
             const std::string bytes = FrameOutput::settingsIn(replayOptions.recorded, stored);
             if (bytes.empty())
-                throw Error(replayOptions.recorded + ": holds no settings of " + link.filter);
+                throw Error(replayOptions.recorded + ": does not contain the settings of " + link.filter);
             contents = folder / (std::to_string(stored++) + ".xml");
             replaceFile(contents, bytes);
         }
@@ -97,28 +97,28 @@ RunOptions optionsOf(const RunRecord& record, const ReplayOptions& replayOptions
     return options;
 }
 
-// How the frame differs; empty when it is the same.
+// The kind of difference; empty if the frame is the same.
 std::string difference(const FrameRow& now, const FrameRow& before) {
     if (now.inputHash != before.inputHash)
-        return "the input's pixels are others";
+        return "the pixels of the input differ";
     if (now.failed != before.failed)
         return now.failed ? "it failed now: " + now.reason : "it failed before: " + before.reason;
-    return now.outputHash != before.outputHash ? "the corrected pixels are others" : "";
+    return now.outputHash != before.outputHash ? "the corrected pixels differ" : "";
 }
 
-// Whether the pixels that stand in the output are those that were stored.
+// Reports pixels of the output that have changed since they were stored; empty if none has.
 std::string damage(FrameFile& output, zt::u32 frame, const FrameRow& row) {
     if (row.failed)
         return {};
     const FramePtr stored = output.readFrame(frame);
     return pixelHash(std::as_const(*stored).bytes()) == row.outputHash ? ""
-                                                                       : "its stored pixels were changed";
+                                                                       : "its stored pixels have changed";
 }
 
 int compare(const OutputState& before, const ReplayOptions& options, Console& console) {
     const auto now = FrameOutput::stateOf(options.output);
     if (!now)
-        return EXIT_FAILED; // every frame failed, which was told
+        return EXIT_FAILED; // every frame failed, as already reported
     const auto stored = FrameFile::open(options.recorded);
     const std::size_t frames = std::min(before.rows.size(), now->rows.size());
     for (std::size_t i = 0; i < frames; ++i) {
@@ -133,7 +133,7 @@ int compare(const OutputState& before, const ReplayOptions& options, Console& co
     }
     console.message(options.recorded + " and " + options.output + ": " + countText(frames, "frame") +
                     (frames == 1 ? " is the same" : " are the same") +
-                    (before.complete ? "" : "; the earlier run did not come to its end"));
+                    (before.complete ? "" : "; the earlier run is incomplete"));
     return EXIT_ALL_DONE;
 }
 
@@ -163,12 +163,12 @@ void checkPaths(const RunRecord& record, const ReplayOptions& options, Console& 
     paths.check(console, options.log);
 }
 
-// What a record names wrongly is no mistake in the command line.
+// A wrong path in a record is not a mistake in the command line.
 int correctRecorded(const std::string& recorded, const RunOptions& options, Console& console) {
     try {
         return correctFrames(options, console);
     } catch (const UsageError& error) {
-        throw Error(recorded + ": its record does not fit: " + error.what());
+        throw Error(recorded + ": its record does not match: " + error.what());
     }
 }
 
@@ -184,7 +184,7 @@ int replay(const ReplayOptions& options, Console& console) {
     checkParts(options.recorded, record);
     checkUnchanged(record);
     if (record.version != OMBREL_VERSION)
-        console.message("made by version " + record.version + ", made again by " OMBREL_VERSION);
+        console.message("written by version " + record.version + ", replayed by " OMBREL_VERSION);
     const TrialFolder folder = TrialFolder::inTemporary();
     const RunOptions runOptions = optionsOf(record, options, folder);
     const int ran = correctRecorded(options.recorded, runOptions, console);
@@ -197,7 +197,7 @@ int replay(const ReplayOptions& options, Console& console) {
 void addReplayCommand(const CommandContext& context) {
     auto options = std::make_shared<ReplayOptions>();
     CLI::App* command = context.program.add_subcommand(
-        "replay", "Make an output again from what it says of itself, and compare");
+        "replay", "Repeat the run that an output records, and compare the results");
     command->add_option("OUTPUT", options->recorded, "An output of ombrel run")
         ->required()
         ->type_name("FILE");

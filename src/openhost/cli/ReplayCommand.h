@@ -8,8 +8,8 @@ namespace ombrel::cli {
 
 // The command line of `ombrel replay`.
 struct ReplayOptions {
-    std::string recorded; // an output
-    std::string output;   // the new one
+    std::string recorded; // the output to replay
+    std::string output;   // the new output
     unsigned jobs = 1;
     bool force = false;
     bool quiet = false;
@@ -17,8 +17,8 @@ struct ReplayOptions {
     std::string plugin;
 };
 
-// Runs again what an output tells of, with the settings as they were, and says that the frames are the same
-// or which one is the first that differs. Returns the exit code; throws Error when a file has changed since.
+// Repeats the run that an output records, with the recorded settings, and reports that the frames are the
+// same or which one differs first. Returns the exit code; throws Error when an input file has changed since.
 int replay(const ReplayOptions& options, Console& console);
 
 } // namespace ombrel::cli

@@ -56,7 +56,7 @@ void writeReport(const std::string& path, const RunReport& report) {
 
 namespace {
 
-// The frame after the chain. Throws Error with the reason that it failed for.
+// Corrects one frame. Throws Error with the reason if it failed.
 FramePtr firstCorrected(FrameStack& stack, const FrameRange& range, Chain& chain, const RunOptions& options) {
     FramePtr frame = stack.readFrame(range.begin);
     if (options.acqTime)
@@ -127,7 +127,7 @@ std::string summary(const BatchResult& result, const Progress& progress, const s
 
 void report(RunSetup& run, const std::vector<FrameRow>& rows) {
     const auto mask = run.session.device().pixels().maskBytes();
-    RunNotes notes(run.stack); // of earlier runs' frames, too
+    RunNotes notes(run.stack); // of all runs of this output
     for (std::size_t i = 0; i < rows.size(); ++i)
         notes.add(run.range.begin + i, rows[i]);
     writeReport(run.options.report,
@@ -135,7 +135,7 @@ void report(RunSetup& run, const std::vector<FrameRow>& rows) {
                  static_cast<zt::u64>(std::ranges::count(mask, zt::u8{0})), rows, notes.kinds()});
 }
 
-// Pictures of the frames that an earlier run has done.
+// Writes the pictures of the frames that earlier runs have done.
 void previewEarlierFrames(RunSetup& run, const PreviewFolder& preview) {
     const auto output = FrameFile::open(run.options.output);
     for (zt::u64 i = 0; i < run.begun->framesDone; ++i) {
@@ -152,12 +152,12 @@ void previewEarlierFrames(RunSetup& run, const PreviewFolder& preview) {
 
 int finish(const RunSetup& run, const BatchResult& result, const Progress& progress, Console& console) {
     if (!result.hasOutput && result.failed != 0)
-        console.message("every frame failed; there is no output");
+        console.message("every frame failed; no output was written");
     else if (!run.options.quiet)
         console.message(summary(result, progress, run.options.output));
     if (result.stopped)
         console.message(result.hasOutput ? "interrupted; --resume continues after the frames in the output"
-                                         : "interrupted before the first frame; there is no output");
+                                         : "interrupted before the first frame; no output was written");
     const std::string loss = run.workers.choices ? run.workers.choices->loss() : "";
     if (!loss.empty())
         console.message(loss);
@@ -166,22 +166,22 @@ int finish(const RunSetup& run, const BatchResult& result, const Progress& progr
                                                                                   : EXIT_FAILED;
 }
 
-// What is told before frames are corrected.
+// Messages before the first frame is corrected.
 void announce(const RunSetup& run, zt::u64 framesDone, Console& console) {
     if (run.begun)
         console.message(run.options.output + ": resuming after " + std::to_string(framesDone) + " of " +
                         countText(run.range.count(), "frame"));
     const zt::u64 firstToStore = run.range.begin + framesDone;
     if (run.workers.remember && firstToStore > 0)
-        console.message("passing frames 0 to " + std::to_string(firstToStore - 1) +
-                        " through the filters first, since they remember from frame to frame");
+        console.message("replaying frames 0 to " + std::to_string(firstToStore - 1) +
+                        " first: the filters carry state from frame to frame");
 }
 
 int walk(RunSetup& run, Console& console) {
     const RunOptions& options = run.options;
     const auto preview = options.preview.empty() ? nullptr : std::make_unique<PreviewFolder>(options.preview);
     const bool wantsReport = !options.report.empty();
-    std::vector<FrameRow> rows; // for the report alone: a long run has many
+    std::vector<FrameRow> rows; // collected only for the report: a long run has many
     const zt::u64 framesDone = run.begun ? run.begun->framesDone : 0;
     if (run.begun) {
         if (wantsReport)
@@ -191,7 +191,7 @@ int walk(RunSetup& run, Console& console) {
         if (run.begun->complete) {
             if (wantsReport)
                 report(run, rows);
-            console.message(options.output + ": is complete; there is nothing to do");
+            console.message(options.output + ": is already complete; nothing to do");
             return EXIT_ALL_DONE;
         }
     }
@@ -243,7 +243,7 @@ int correctFrames(const RunOptions& options, Console& console) {
 
 namespace {
 
-// What is corrected, and how.
+// Options that select what is corrected, and how.
 void addCorrectionOptions(CLI::App& command, RunOptions& options) {
     command
         .add_option("INPUT", options.inputs,
@@ -258,14 +258,14 @@ void addCorrectionOptions(CLI::App& command, RunOptions& options) {
         ->allow_extra_args(false)
         ->type_name("NAME[=SETTINGS.xml]");
     command
-        .add_option("-p,--param", options.params, "Set a parameter once all settings are loaded; repeatable")
+        .add_option("-p,--param", options.params, "Set a parameter after all settings are loaded; repeatable")
         ->allow_extra_args(false)
         ->type_name("FILTER:PARAM=VALUE");
     command.add_option("--output-type", options.outputType, "Pixels of the output")
         ->check(CLI::IsMember({"f32", "f64"}).description(""))
         ->type_name("f32|f64")
         ->capture_default_str();
-    command.add_option("--frames", options.frames, "Frames A to B-1 of all inputs taken together")
+    command.add_option("--frames", options.frames, "Frames A to B-1, counted through all inputs")
         ->type_name("A:B");
     command.add_option("--acq-time", options.acqTime, "Acquisition time of every frame")
         ->check(numberAboveZero())
@@ -273,14 +273,14 @@ void addCorrectionOptions(CLI::App& command, RunOptions& options) {
     command.add_flag("--replace", options.replace, "Correct in place instead of asking for a copy");
 }
 
-// How the run goes, and what it tells.
+// Options of the run and its reports.
 void addRunOptions(CLI::App& command, RunOptions& options) {
     CLI::Option* force =
         command.add_flag("--force", options.force, "Replace an output, a report or previews that exist");
-    command.add_flag("--resume", options.resume, "Go on with an output that was cut off")->excludes(force);
+    command.add_flag("--resume", options.resume, "Resume an incomplete output")->excludes(force);
     command.add_flag("--dry-run", options.dryRun, "Check everything, and change nothing");
     addJobsOption(command, options.jobs, "; the output is the same for every number");
-    command.add_option("--device-type", options.deviceType, "Type of the device behind the chain")
+    command.add_option("--device-type", options.deviceType, "Type of the device that the filters see")
         ->check(wholeNumber<int>())
         ->type_name("N")
         ->capture_default_str();
@@ -288,8 +288,9 @@ void addRunOptions(CLI::App& command, RunOptions& options) {
         ->type_name("FILE");
     command.add_flag("--no-choice", options.noChoice,
                      "Do not record which grid point AdaptiveFF chose for each frame");
-    command.add_option("--report", options.report, "Figures of each frame, as JSON")->type_name("FILE.json");
-    command.add_option("--preview", options.preview, "A picture of each frame, raw beside corrected")
+    command.add_option("--report", options.report, "Write figures of each frame as JSON")
+        ->type_name("FILE.json");
+    command.add_option("--preview", options.preview, "Pictures of each frame, raw next to corrected")
         ->type_name("DIR");
     addLogOption(command, options.log);
     addPluginOption(command, options.plugin);

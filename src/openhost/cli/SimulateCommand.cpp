@@ -49,8 +49,7 @@ void addSimulateCommand(const CommandContext& context) {
     auto options = std::make_shared<SimulateOptions>();
     CLI::App* command =
         context.program.add_subcommand("simulate", "Write a data set of a simulated detector");
-    command
-        ->add_option("DIR", options->plan.directory, "Folder for the files; it is made when it is not there")
+    command->add_option("DIR", options->plan.directory, "Folder for the files; created if missing")
         ->required()
         ->type_name("PATH");
     command->add_option("--size", options->size, "Width and height of the detector, in pixels")
@@ -82,7 +81,7 @@ void addSimulateCommand(const CommandContext& context) {
         ->check(wholeNumber<std::uint64_t>())
         ->type_name("N")
         ->capture_default_str();
-    command->add_flag("--force", options->force, "Replace files that are there");
+    command->add_flag("--force", options->force, "Replace files that exist");
     command->add_flag("-q,--quiet", options->quiet, "No progress");
     command->footer("Example:\n  ombrel simulate data --frames 500 --size 512x512");
     command->callback([=, &console = context.console] { simulate(*options, console); });
