@@ -16,7 +16,7 @@ namespace ombrel {
 
 namespace {
 
-// Of all pixels and the room behind them. Sizes whose bytes can't be counted are refused.
+// Size of all pixels and the room after them. Sizes that overflow are refused.
 std::size_t storageBytes(zt::u32 width, zt::u32 height, zt::u8 dataType) {
     const std::size_t pixel = pixelSize(dataType);
     const std::size_t rows = std::size_t{height} + 1;
@@ -42,7 +42,7 @@ T sum(T a, T b) {
 template <typename T>
 T product(T pixel, double factor) {
     if constexpr (std::is_integral_v<T> && sizeof(T) == 8)
-        return clampedCast<T>(static_cast<long double>(pixel) * factor); // double does not hold every pixel
+        return clampedCast<T>(static_cast<long double>(pixel) * factor); // not every value is exact in double
     else
         return clampedCast<T>(pixel * factor);
 }
@@ -171,7 +171,7 @@ void Frame::addFrame(zt::IMpxFrame* other) {
     withPixelType(pixelType, [&](auto pixel) {
         using T = decltype(pixel);
         const std::span<T> mine = pixels<T>();
-        std::array<T, 2048> converted; // a piece at a time stays in the cache
+        std::array<T, 2048> converted; // a small piece stays in the cache
         for (std::size_t start = 0; start < mine.size(); start += converted.size()) {
             const std::size_t count = std::min(converted.size(), mine.size() - start);
             convertPixels(from + start * step, fromType, reinterpret_cast<std::byte*>(converted.data()),

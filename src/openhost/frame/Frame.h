@@ -19,31 +19,31 @@ struct ReleaseFrame {
     void operator()(Frame* frame) const;
 };
 
-// Holds one reference of a frame.
+// Owns one reference to a frame.
 using FramePtr = std::unique_ptr<Frame, ReleaseFrame>;
 
 // A frame of the open host, of any pixel type.
 //
-// Behind the pixels there is room for width + 1 elements in every pixel type, since filters may read and
-// write there (binning of odd sizes does). zeroRoom() is called each time the frame is handed to a filter, so
-// that no result depends on what stood there. References are checked in debug builds: to release a dead
-// frame, or to destroy one that others still hold, ends the program.
+// After the pixels there is room for width + 1 elements of every pixel type, since filters may read and write
+// there (binning of odd sizes does). zeroRoom() is called each time the frame is passed to a filter, so that
+// no result depends on old contents. Debug builds check references: releasing a dead frame, or destroying one
+// that is still referenced, ends the program.
 class Frame final : public zt::IMpxFrame {
 public:
-    // A frame of zeros with one reference. Throws std::bad_alloc or std::length_error for sizes out of reach
-    // and std::invalid_argument when `dataType` is no pixel type.
+    // A frame of zeros with one reference. Throws std::bad_alloc or std::length_error for sizes that are too
+    // large, and std::invalid_argument if `dataType` is not a pixel type.
     static FramePtr create(zt::u32 width, zt::u32 height, zt::u8 dataType);
-    // The same with undefined pixels, for those who write them all.
+    // Like create(), but with undefined pixels, for callers that write all of them.
     static FramePtr createUnfilled(zt::u32 width, zt::u32 height, zt::u8 dataType);
 
-    // Frames alive in this process; a test that ends with what it began with has leaked none.
+    // The number of frames alive in this process, for tests that check for leaks.
     static std::size_t aliveCount();
 
     void setName(std::string newName) { name = std::move(newName); }
     void setAcqTime(double seconds) { time = seconds; }
     void addSubFrame(FramePtr subFrame);
 
-    // The pixels, without the room behind them.
+    // The pixels, without the room after them.
     std::span<std::byte> bytes();
     std::span<const std::byte> bytes() const;
     // T must be the C++ type of frameDataType().
@@ -58,8 +58,8 @@ public:
 
     void zeroRoom();
 
-    // Whether convertToType(DT_DOUBLE) was called since the last forgetConversion(). A filter that answers 0
-    // to filterReplace without it has refused the frame.
+    // Whether convertToType(DT_DOUBLE) was called since the last forgetConversion(). A filter that returns 0
+    // from filterReplace without calling it has refused the frame.
     bool convertedToDouble() const { return sawConversion; }
     void forgetConversion() { sawConversion = false; }
 
@@ -67,12 +67,12 @@ public:
     void addRef() override;
     void release() override;
     void destroy() override;
-    // The copy has sub-frames of its own.
+    // The sub-frames are copied too.
     IData* clone() const override;
 
     void getData(zt::IByteBuff* out, zt::u8 dataType) override;
     void refData(zt::IRefByteBuff* out, double zero) override;
-    // Throws std::logic_error when the pixels are no doubles.
+    // Throws std::logic_error unless the pixels are doubles.
     double* doubleData(double zero) override;
     zt::u64 size() const override { return zt::u64{frameWidth} * frameHeight; }
     zt::u32 width() const override { return frameWidth; }
@@ -96,7 +96,7 @@ private:
     Frame(zt::u32 width, zt::u32 height, zt::u8 dataType);
     ~Frame();
 
-    // Pixels and the elements of the room behind them.
+    // Number of pixels and elements in the room after them.
     std::size_t storedCount() const { return static_cast<std::size_t>(size()) + frameWidth + 1; }
 
     std::atomic<int> references{1};

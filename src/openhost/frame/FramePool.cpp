@@ -53,7 +53,7 @@ struct Census {
 };
 
 Census& census() {
-    // Left alive on purpose: static objects may hold frames beyond the end of main().
+    // Never destroyed: static objects may hold frames after the end of main().
     static Census* const instance = new Census;
     return *instance;
 }
@@ -79,14 +79,14 @@ void FrameCheck::mustLive(const Frame* frame, const char* operation) {
     const std::lock_guard lock(census().mutex);
     if (census().alive.contains(frame))
         return;
-    std::fprintf(stderr, "ombrel: %s of a frame that is dead\n", operation);
+    std::fprintf(stderr, "ombrel: %s of a dead frame\n", operation);
     std::abort();
 }
 
 void FrameCheck::mustBeLast(int references) {
     if (references == 1)
         return;
-    std::fprintf(stderr, "ombrel: destroy of a frame that has %d references\n", references);
+    std::fprintf(stderr, "ombrel: destroy of a frame with %d references\n", references);
     std::abort();
 }
 
@@ -108,7 +108,7 @@ std::align_val_t alignmentOf(std::size_t bytes) {
     return std::align_val_t{bytes < 2 * largePage ? cacheLine : largePage};
 }
 
-// Big blocks come in large pages where the system has them: filters stream through many at once.
+// Large blocks use huge pages if the system has them: filters stream through many blocks in parallel.
 std::byte* newBlock(std::size_t bytes) {
     void* const block = ::operator new(bytes, alignmentOf(bytes));
     if (bytes >= 2 * largePage)
@@ -123,7 +123,7 @@ void freeBlock(std::byte* block, std::size_t bytes) {
 } // namespace
 
 FramePool& FramePool::shared() {
-    // Left alive on purpose: static objects may hold frames beyond the end of main().
+    // Never destroyed: static objects may hold frames after the end of main().
     static FramePool* const pool = new FramePool(sharedBound);
     return *pool;
 }
@@ -149,7 +149,7 @@ std::size_t FramePool::idleBytes() const {
 
 std::byte* FramePool::takeIdle(std::size_t bytes) {
     const std::lock_guard lock(mutex);
-    // From the back: what was given back last is most likely still in the cache.
+    // Search from the back: the block freed last is most likely still in the cache.
     const auto found =
         std::find_if(idle.rbegin(), idle.rend(), [&](const Idle& entry) { return entry.bytes == bytes; });
     if (found == idle.rend())

@@ -9,22 +9,21 @@ namespace ombrel {
 
 class Frame;
 
-// Keeps count of the frames alive. In debug builds it knows each of them, and ends the program with one line
-// on standard error when a frame is used that is dead, or freed while others hold it.
+// Counts the frames alive. Debug builds also track each of them, and end the program with one line on
+// standard error when a dead frame is used, or a frame is freed while it is still referenced.
 class FrameCheck {
 public:
     static void born(const Frame* frame);
     static void died(const Frame* frame);
     static std::size_t aliveCount();
 
-    // `operation` is what is being done to the frame, for the message.
+    // `operation` names the operation on the frame, for the message.
     static void mustLive(const Frame* frame, const char* operation);
     static void mustBeLast(int references);
 };
 
-// Blocks of memory for the pixels of frames. A freed block is kept and handed out again to the next who asks
-// for its very size, since the first touch of fresh pages costs more than most filters. Safe to use from any
-// thread.
+// Blocks of memory for the pixels of frames. A freed block is kept and reused for the next request of exactly
+// its size, since the first access to new pages costs more than most filters. Thread-safe.
 class FramePool {
 public:
     struct GiveBack {
@@ -32,13 +31,14 @@ public:
         std::size_t bytes = 0;
         void operator()(std::byte* block) const noexcept { pool->giveBack({block, bytes}); }
     };
-    // Goes back to its pool, which must outlive it, at the end of its life.
+    // Returns to its pool, which must outlive it, when destroyed.
     using Block = std::unique_ptr<std::byte[], GiveBack>;
 
-    // The pool of all frames of the process. It is never destroyed, so that frames may end at any time.
+    // The pool of all frames of the process. It is never destroyed, so that frames may be destroyed at any
+    // time.
     static FramePool& shared();
 
-    // A pool that keeps at most `keepBytes`; beyond that it lets go what has been idle for longest.
+    // A pool that keeps at most `keepBytes`; above that it frees the blocks that were idle for longest.
     explicit FramePool(std::size_t keepBytes) : bound(keepBytes) {}
     ~FramePool();
     FramePool(const FramePool&) = delete;
@@ -47,7 +47,7 @@ public:
     // A block of `bytes` with undefined contents, aligned to a cache line. Throws std::bad_alloc.
     Block take(std::size_t bytes);
 
-    // Bytes of the blocks that wait to be handed out.
+    // Total size of the idle blocks.
     std::size_t idleBytes() const;
 
 private:
@@ -61,8 +61,8 @@ private:
 
     const std::size_t bound;
     mutable std::mutex mutex;
-    std::deque<Idle> idle; // the longest idle first
-    std::size_t total = 0; // bytes of all in `idle`
+    std::deque<Idle> idle; // those idle for longest first
+    std::size_t total = 0; // bytes of all blocks in `idle`
 };
 
 } // namespace ombrel

@@ -14,11 +14,11 @@ struct FrameRange {
     zt::u64 count() const { return end - begin; }
 };
 
-// Reads "A:B", where either side may be left out, for a stack of `frames` frames. Throws UsageError when the
-// text is no range, or names frames that are not there, or none.
+// Parses "A:B", where either side may be omitted, for a stack of `frames` frames. Throws UsageError if the
+// text is not a range, or the range is empty or exceeds the stack.
 FrameRange parseFrameRange(const std::string& text, zt::u64 frames);
 
-// Throws UsageError when the text is no range, whatever the stack will hold.
+// Throws UsageError if the text is not a range, without knowing the stack.
 void checkFrameRange(const std::string& text);
 
 } // namespace ombrel

@@ -10,7 +10,8 @@
 
 namespace ombrel {
 
-// A grid point of the adaptive filter, with the value of its quality function: the smaller the flatter.
+// A grid point of the adaptive filter, with the value of its quality function: a smaller value means a
+// flatter result.
 struct ScoredPoint {
     double v = 0;
     double t = 0;
@@ -18,27 +19,27 @@ struct ScoredPoint {
     double value = 0;
 };
 
-// What a search of the adaptive filter chose, and what came next to it.
+// The grid point chosen by a search of the adaptive filter, and the second best.
 struct SelectedFlatField {
     ScoredPoint best;
-    ScoredPoint next;       // NaN throughout where there was only one candidate
-    bool ambiguous = false; // both values are equal as the filter prints them
+    ScoredPoint next;       // all NaN if there was only one candidate
+    bool ambiguous = false; // both values are equal in the precision of the filter's log
 };
 
-// What an output tells of a frame beside its pixels.
+// The data that an output stores for a frame besides its pixels.
 struct FrameRow {
     bool failed = false;
     std::string reason;     // why it failed, in one line
-    zt::u64 inputHash = 0;  // of the pixels as they were read; 0 when they could not be
-    zt::u64 outputHash = 0; // of the pixels as they are stored; 0 when it failed
+    zt::u64 inputHash = 0;  // of the pixels as read; 0 if they could not be read
+    zt::u64 outputHash = 0; // of the pixels as stored; 0 for a failed frame
     FrameStatistics input;
     FrameStatistics output;
-    double seconds = 0;                      // that the chain took
-    std::optional<SelectedFlatField> choice; // of the adaptive filter, where one is in the chain
+    double seconds = 0;                      // spent in the chain
+    std::optional<SelectedFlatField> choice; // of the adaptive filter, if it is in the chain
 };
 
-// A row as JSON: hashes as hexadecimal digits, and no key for what there is not (a number that is none, the
-// output of a failed frame, a grid point where no grid was searched).
+// A row as JSON, with hashes as hexadecimal digits. Absent values (NaN, the output of a failed frame, the
+// grid point of a run without a grid) are omitted.
 QJsonObject toJson(const FrameRow& row);
 FrameRow frameRowFromJson(const QJsonObject& json);
 

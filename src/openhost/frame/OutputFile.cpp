@@ -66,7 +66,7 @@ void OutputFile::publish() {
 
 void OutputFile::checkInPlace() const {
     if (published && !isNamed(descriptor(), target))
-        throw Error(path() + ": was removed or replaced during the run; its frames are lost, make it again");
+        throw Error(path() + ": was removed or replaced during the run; its frames are lost; repeat the run");
 }
 
 } // namespace ombrel

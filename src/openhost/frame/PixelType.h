@@ -55,7 +55,7 @@ inline std::size_t pixelSize(zt::u8 code) {
         code, [](auto pixel) { return sizeof(pixel); });
 }
 
-// "u16", "f32" and the like, as users read and write them.
+// "u16", "f32" and so on, as in options and messages.
 constexpr std::string_view pixelTypeName(zt::u8 code) {
     constexpr std::string_view names[] = {"i8", "u8", "i16", "u16", "i32", "u32", "i64", "u64", "f32", "f64"};
     return isPixelType(code) ? names[code] : "unknown";
@@ -72,9 +72,8 @@ constexpr To clampedInteger(From value) {
     return static_cast<To>(value);
 }
 
-// To at most 32 bits, without a branch or a call, so that loops over it become vector code on any x86-64:
-// adding 1.5 * 2^52 rounds to the nearest integer and leaves it, as two's complement, in the low bits of the
-// sum.
+// To at most 32 bits, without a branch or a call, so that loops over it are vectorized on any x86-64: adding
+// 1.5 * 2^52 rounds to the nearest integer, which is then in the low bits of the sum, in two's complement.
 template <typename To>
 To roundedSmall(double value) {
     constexpr double low = std::numeric_limits<To>::min();
@@ -85,10 +84,11 @@ To roundedSmall(double value) {
     return static_cast<To>(static_cast<std::uint32_t>(std::bit_cast<std::uint64_t>(value + 0x1.8p52)));
 }
 
-// To 64 bits, whose greatest values are no doubles. `Real` is double, or long double, which holds them all.
+// To 64 bits, whose greatest values are not exact in double. `Real` is double, or long double, which is exact
+// for all of them.
 template <typename To, typename Real>
 To roundedWide(Real value) {
-    // The first value above the range, a power of two.
+    // The first value above the range, which is a power of two.
     constexpr Real end = Real{2} * static_cast<Real>(To{1} << (std::numeric_limits<To>::digits - 1));
     if (value != value)
         return 0;

@@ -136,7 +136,7 @@ std::string nameOf(zt::u64 frame) {
     return name;
 }
 
-// The frame of a preview of that name.
+// The frame number in the name of a preview.
 std::optional<zt::u64> frameOf(const std::string& name) {
     if (!name.starts_with(prefix) || !name.ends_with(suffix))
         return std::nullopt;

@@ -37,7 +37,7 @@ FileRecord FileRecord::of(const std::string& path, bool withHash) {
     struct stat status {};
     if (::stat(path.c_str(), &status) != 0)
         throw Error(systemErrorText(path, "cannot be read", errno));
-    if (!S_ISREG(status.st_mode)) // a pipe would hold up the program
+    if (!S_ISREG(status.st_mode)) // opening a pipe would block the program
         throw Error(path + ": is not a regular file");
     return {absolutePath(path), static_cast<zt::u64>(status.st_size), timeText(status.st_mtim),
             withHash ? fileHash(path) : std::string()};
@@ -141,9 +141,9 @@ std::vector<std::string> RunRecord::differencesFrom(const RunRecord& before) con
 
 namespace {
 
-constexpr qint64 mostFrames = qint64{1} << 53; // up to here a JSON number is exact
+constexpr qint64 mostFrames = qint64{1} << 53; // up to this value a JSON number is exact
 
-// A record may have been edited or damaged: what it says is taken only where a run can have said it.
+// A record may have been edited or damaged: only values that a run can have written are accepted.
 [[noreturn]] void refuse(const QString& what) {
     throw Error("the record of the run is damaged: " + what.toStdString());
 }

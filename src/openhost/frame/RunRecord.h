@@ -8,21 +8,20 @@
 
 namespace ombrel {
 
-// What tells a file from others of its name.
+// Identifies the contents of a file.
 struct FileRecord {
     std::string path; // absolute
     zt::u64 bytes = 0;
-    std::string modified; // UTC, to the nanosecond where the file system keeps it
-    std::string hash;     // see fileHash(); empty where size and time have to do
+    std::string modified; // UTC, to the nanosecond if the file system stores it
+    std::string hash;     // see fileHash(); empty where size and time suffice
 
-    // Size and time, and the hash where asked for. Throws Error.
+    // Records size and time, and the hash if requested. Throws Error.
     static FileRecord of(const std::string& path, bool withHash);
-    // Why the file is another one than `before`; empty when it is the same. Where both have a hash the time
-    // does not matter.
+    // How the file differs from `before`; empty if it is the same. If both have a hash, the time is ignored.
     std::string changeSince(const FileRecord& before) const;
 };
 
-// Without dots and doubled slashes; links are kept.
+// Without dots and doubled slashes; links are not followed.
 std::string absolutePath(const std::string& path);
 
 // A link of the chain of a run.
@@ -30,18 +29,18 @@ struct LinkRecord {
     std::string filter;
     std::optional<FileRecord>
         settings;                  // with hash; the output holds its bytes too, in the order of the chain
-    std::vector<FileRecord> files; // with hashes: what the settings name, or what lies beside them
+    std::vector<FileRecord> files; // with hashes: files that the settings name or that lie next to them
 };
 
-// A part of a run, by itself in an output of its own.
+// A part of a run, stored in an output of its own.
 struct PartRecord {
-    std::string path; // relative to the folder of the whole
+    std::string path; // relative to the folder of the combined output
     zt::u64 begin = 0;
     zt::u64 end = 0;
     std::string hash; // see partHash()
 };
 
-// All that decides what a run gives, as it stands in its output: enough to run it again.
+// Everything that determines the result of a run, as stored in its output: enough to repeat the run.
 struct RunRecord {
     std::string version; // of this program
     FileRecord plugin;   // with hash
@@ -49,21 +48,21 @@ struct RunRecord {
     std::vector<std::string> params;    // "FILTER:PARAM=VALUE", in order
     std::vector<FileRecord> paramFiles; // with hashes: files that these name
     std::vector<FileRecord> inputs;
-    std::vector<std::string> datasets; // of each input; empty for the one that the program chooses
-    zt::u64 begin = 0;                 // frames of all inputs taken together
+    std::vector<std::string> datasets; // of each input; empty if the program chooses it
+    zt::u64 begin = 0;                 // counted through all inputs
     zt::u64 end = 0;
     std::string outputType; // "f32" or "f64"
     bool replace = false;   // corrected in place
     int deviceType = 1;
     std::optional<FileRecord> deviceMask; // with hash
     std::optional<double> acqTime;        // seconds, given for every frame
-    std::vector<PartRecord> parts;        // where the output only refers to those of several runs
+    std::vector<PartRecord> parts;        // for an output that only refers to those of several runs
 
     std::string toJson() const;
     // Throws Error.
     static RunRecord fromJson(const std::string& text);
 
-    // In which the other one, of an earlier run, differs, each in one line.
+    // Differences from the record of an earlier run, one line each.
     std::vector<std::string> differencesFrom(const RunRecord& before) const;
 };
 

@@ -22,7 +22,7 @@ typedef double Doubles __attribute__((vector_size(32)));
 typedef long Counts __attribute__((vector_size(32)));
 constexpr std::size_t lanes = sizeof(Doubles) / sizeof(double);
 
-// Distances from a pixel of the frame, in place of the values, keep the digits that the square would cost.
+// Sums of distances from one pixel of the frame, since squares of the values themselves would lose digits.
 struct LaneSums {
     Doubles distance{};
     Doubles squares{};
@@ -33,7 +33,7 @@ struct LaneSums {
     [[gnu::always_inline]] void add(const Doubles& pixels, double origin) {
         Doubles fromOrigin = pixels - origin;
         if constexpr (CanBeNotFinite) {
-            const Counts isFinite = pixels - pixels == 0; // a comparison that holds is -1
+            const Counts isFinite = pixels - pixels == 0; // a true comparison is -1
             fromOrigin = isFinite ? fromOrigin : Doubles{};
             notFinite += isFinite + 1;
         }
@@ -59,7 +59,7 @@ template <typename T>
     }
 }
 
-// Two sums in turn, so that one need not wait for the other's addition.
+// Two alternating sums, so that an addition need not wait for the previous one.
 struct Sums {
     LaneSums even;
     LaneSums odd;

@@ -10,9 +10,9 @@ namespace ombrel {
 
 class Frame;
 
-// What a frame looks like as a whole.
+// Figures of a whole frame.
 struct FrameStatistics {
-    double mean = 0;        // of the finite pixels; NaN when there are none
+    double mean = 0;        // of the finite pixels; NaN if there are no such pixels
     double spread = 0;      // their standard deviation over their mean; NaN without pixels or for a mean of 0
     zt::u64 zeroPixels = 0; // of value 0
     zt::u64 notFinite = 0;  // NaN or infinite
@@ -31,18 +31,18 @@ struct Region {
 // Throws Error when the region is empty or reaches beyond the frames of the file.
 void checkRegion(const Region& region, const FrameFileInfo& info);
 
-// The pixels of the region, which lies inside the frame, row by row. The frame is one of doubles afterwards.
+// The pixels of the region, which must lie inside the frame, row by row. Converts the frame to doubles.
 std::vector<double> pixelsOf(Frame& frame, const Region& region);
 
-// How even the pixels of a region are, as the mean over all frames of a file.
+// The uniformity of a region, as the mean over all frames of a file.
 struct RegionReport {
     double mean = 0;
     double spread = 0;     // standard deviation over mean, of each frame
-    double statistics = 0; // what counts of that mean would spread by themselves: 1 / sqrt(mean)
+    double statistics = 0; // that expected from photon statistics alone: 1 / sqrt(mean)
 };
 
-// Reads the sample frames of a file. Pixels that are not finite are left out. Throws Error: a file that can't
-// be read, a region that reaches beyond the frames.
+// Reads the sample frames of a file. Pixels that are not finite are skipped. Throws Error for a file that
+// can't be read and a region that reaches beyond the frames.
 RegionReport reportOnRegion(const std::string& path, const Region& region);
 
 } // namespace ombrel
