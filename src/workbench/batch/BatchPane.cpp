@@ -26,7 +26,7 @@ namespace ombrel::workbench {
 
 namespace {
 
-// Of the file that a path with a dataset is about, too.
+// For a path with a dataset, the folder of its file.
 std::filesystem::path folderOf(const std::string& path) {
     std::error_code failure;
     const auto file = std::filesystem::absolute(splitDatasetPath(path).file, failure);

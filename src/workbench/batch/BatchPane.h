@@ -16,20 +16,20 @@ namespace ombrel::workbench {
 
 class BatchProgress;
 
-// Runs the whole stack into a file: where to, how many frames at once, how far it is.
+// Runs the whole stack into a file, with the choice of output, jobs and pixel type, and shows the progress.
 class BatchPane final : public QWidget {
     Q_OBJECT
 public:
-    // `pluginPath` empty finds the plug-in.
+    // An empty `pluginPath` searches for the plug-in.
     BatchPane(const Workspace& model, Console& console, std::string pluginPath, QWidget* parent = nullptr);
 
-    // For files that were opened; a run that is on keeps its own until it ends.
+    // The output for newly opened files; an active run keeps its own until it ends.
     void proposeOutput(const QString& path);
-    // The workspace's chain on its files, unless a run is on or nothing is open. What a settings window holds
-    // and has not saved yet is saved, since a run takes its settings from files.
+    // Runs the workspace's chain on its files, unless a run is active or no files are open. Unsaved settings
+    // of settings windows are saved first, since a run reads its settings from files.
     void start();
     bool isRunning() const { return job.isRunning(); }
-    // A run that takes hours is not ended by a slip of the hand: the user is asked.
+    // Asks the user before it cancels an active run, which may have taken hours.
     bool mayClose();
 
 signals:
@@ -41,10 +41,10 @@ private:
     void fillOutputRow();
     void chooseOutput();
     QString output() const;
-    // With the output, jobs and so on of the pane.
+    // Adds the pane's own options, such as output and jobs, and starts the run.
     void begin(RunOptions options);
-    // Each false when the user wants no run: into the folder of raw data, where measured and made files would
-    // be mixed, or over an output that is there.
+    // Each returns false when the user declines: writing into the folder of the raw data would mix measured
+    // and generated files, and the output may already exist.
     bool askForFolder(const RunOptions& options);
     bool askForExisting(RunOptions& options);
     void end(bool isGood, const QString& summary);
@@ -58,7 +58,7 @@ private:
     BatchProgress* progress;
     QString nextOutput; // proposed during a run
     std::filesystem::path agreedFolder;
-    BatchJob job; // the last member: nothing is told to what is gone
+    BatchJob job; // last member: it ends before the widgets that its signals reach
 };
 
 } // namespace ombrel::workbench

@@ -56,7 +56,7 @@ void BatchProgress::reset() {
 void BatchProgress::begin(const QString& output) {
     name = output;
     showRunning(true);
-    progress->setRange(0, 0); // until it is known how many
+    progress->setRange(0, 0); // until the number of frames is known
     setState("Loading the filters \u2026");
     clock.invalidate();
 }

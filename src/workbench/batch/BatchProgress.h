@@ -9,14 +9,14 @@ class QPushButton;
 
 namespace ombrel::workbench {
 
-// How far a batch run is and what became of it, with the buttons that start and cancel one.
+// The progress and the result of a batch run, with the buttons that start and cancel it.
 class BatchProgress final : public QWidget {
     Q_OBJECT
 public:
     explicit BatchProgress(QWidget* parent = nullptr);
 
     void reset();
-    // A run into the output of that name.
+    // A run into the output of this name has started.
     void begin(const QString& output = {});
     void advance(quint64 done, quint64 of);
     void cancel();
@@ -29,7 +29,7 @@ signals:
 
 private:
     void showRunning(bool isRunning);
-    // Of the run that is on, after the name of its output.
+    // Text about the active run, prefixed with the name of its output.
     void setState(const QString& text);
 
     QProgressBar* progress;
@@ -37,8 +37,8 @@ private:
     QPushButton* cancelButton;
     QLabel* state;
     QString name;        // of the output
-    QElapsedTimer clock; // from the first frame on
-    quint64 first = 0;   // frames that were done when it began
+    QElapsedTimer clock; // starts with the first frame
+    quint64 first = 0;   // frames already done when the run began
 };
 
 } // namespace ombrel::workbench

@@ -22,7 +22,7 @@ int idOf(const QListWidgetItem& item) {
     return item.data(idRole).toInt();
 }
 
-// What the link is set by, in a few words.
+// A short text about the link's settings.
 QString settingsText(const LinkState& link) {
     QString text = link.settings.empty() ? QString("no settings")
                                          : QFileInfo(QString::fromStdString(link.settings)).fileName();
@@ -40,7 +40,7 @@ ChainPane::ChainPane(Workspace& model, QWidget* parent)
     list->setObjectName("lwChain");
     list->setDragDropMode(QAbstractItemView::InternalMove);
     list->setAlternatingRowColors(true);
-    list->setMinimumHeight(48); // of a link and a half
+    list->setMinimumHeight(48); // one and a half rows
     list->setToolTip("Frames go through the chain from top to bottom. Drag a filter to move it; the box "
                      "switches it off.");
     auto* const layout = newChild<QVBoxLayout>(this);
@@ -64,7 +64,7 @@ ChainPane::ChainPane(Workspace& model, QWidget* parent)
         });
     connect(list, &QListWidget::itemDoubleClicked, this,
             [this](QListWidgetItem* item) { emit configureWanted(idOf(*item)); });
-    // The list is still at work when it tells of the move.
+    // The list emits this signal in the middle of its own update, so the order is read later.
     connect(list->model(), &QAbstractItemModel::rowsMoved, this, [this] { isFollowing = true; });
     connect(list->model(), &QAbstractItemModel::rowsMoved, this, &ChainPane::followDrag,
             Qt::QueuedConnection);
@@ -155,7 +155,7 @@ void ChainPane::fill(QListWidgetItem& item, const LinkState& link) const {
 
 void ChainPane::refresh() {
     if (isFollowing)
-        return; // the list knows the order, the workspace not yet
+        return; // the list already has the new order, the workspace not yet
     const QSignalBlocker quiet(list);
     if (!isInOrder())
         rebuild();
@@ -178,12 +178,13 @@ void ChainPane::showChosen() {
     configureButton->setEnabled(isAny && report != reports.end() && report->second.hasWindow);
 }
 
-// The places of the list, one link after the other.
+// Applies the order of the list to the workspace, one link at a time.
 void ChainPane::followDrag() {
     std::vector<int> order;
     for (int row = 0; row < list->count(); ++row)
         order.push_back(idOf(*list->item(row)));
-    const bool isSame = order.size() == workspace.chain().links.size(); // else one went meanwhile
+    const bool isSame =
+        order.size() == workspace.chain().links.size(); // otherwise a link was removed meanwhile
     for (std::size_t place = 0; isSame && place < order.size(); ++place)
         if (workspace.chain().links[place].id != order[place])
             workspace.moveLink(order[place], place);

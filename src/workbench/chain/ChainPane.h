@@ -13,15 +13,15 @@ class QToolButton;
 
 namespace ombrel::workbench {
 
-// The chain as a list from the first filter to the last: its links are added, removed, dragged to another
-// place and switched off by their boxes.
+// The chain as a list from the first filter to the last: links can be added, removed, dragged to another
+// place, and switched on or off by their boxes.
 class ChainPane final : public QWidget {
     Q_OBJECT
 public:
     explicit ChainPane(Workspace& model, QWidget* parent = nullptr);
 
     void report(const LinkReport& report);
-    // Of the filters that can be added.
+    // The filters that can be added.
     void popUpAddMenu();
 
 signals:
@@ -44,10 +44,10 @@ private:
     QListWidget* list;
     QMenu* menu;
     QToolButton* addButton = nullptr;
-    std::vector<QToolButton*> linkButtons; // that need a link
+    std::vector<QToolButton*> linkButtons; // enabled while a link is selected
     QToolButton* configureButton = nullptr;
     std::map<int, LinkReport> reports;
-    bool isFollowing = false; // a row was dragged, which the workspace is still to hear of
+    bool isFollowing = false; // a row was dragged and the workspace does not have the new order yet
 };
 
 } // namespace ombrel::workbench

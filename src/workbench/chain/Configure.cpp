@@ -86,8 +86,7 @@ void acquire(Device& device, FrameStack& stack) {
     device.setAcquisition(std::move(frames));
 }
 
-// A file that is not there is a store that holds nothing yet. One that can't be read is an error: the window
-// would replace it on close.
+// A missing file is an empty store. An unreadable one is an error: the window would overwrite it on close.
 std::unique_ptr<Settings> openStore(Host& host, const std::string& path) {
     const fs::path folder = fs::absolute(path).parent_path();
     if (!fs::is_directory(folder))
@@ -100,14 +99,14 @@ std::unique_ptr<Settings> openStore(Host& host, const std::string& path) {
     return store;
 }
 
-// What the filter has to say of the settings goes to the log: its window is the place to mend them.
+// The filter's complaints about the settings go to the log; the user mends them in the window.
 void loadFilter(zt::IDataFilter& filter, Settings& store, const std::string& path) {
     if (const int answer = filter.loadFromSettings(&store))
         throw Error(filterName(filter) + ": settings " + path + ": the filter answered " +
                     std::to_string(answer));
 }
 
-// For a filter without a window of its own, which would save by itself.
+// For a filter without its own window; such a window saves by itself.
 void saveParameters(zt::IDataFilter& filter, Settings& store) {
     if (filter.hasConfigGUI() || !hasParameters(filter))
         return;

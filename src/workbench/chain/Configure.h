@@ -9,10 +9,10 @@
 
 namespace ombrel::workbench {
 
-// Whether there is anything to show of the filter's parameters.
+// Whether the filter has any parameters to show.
 bool hasParameters(const zt::IDataFilter& filter);
 
-// The parameters of a filter that has no window of its own, for editing. The filter must outlive the window.
+// An editor for the parameters of a filter without its own window. The filter must outlive it.
 class ParamsWindow final : public QWidget {
 public:
     explicit ParamsWindow(const zt::IDataFilter& filter);
@@ -22,8 +22,8 @@ public:
 struct ConfigureOptions {
     std::string filter;
     std::string settings;
-    std::string frames; // empty: nothing was measured
-    std::string size;   // "WxH"; empty: that of the frames, else of a usual detector
+    std::string frames; // empty: no acquisition
+    std::string size;   // "WxH"; empty: the size of the frames, else a default
     std::string plugin;
 };
 

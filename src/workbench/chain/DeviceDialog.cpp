@@ -21,7 +21,7 @@ void DeviceChoice::ask(QWidget& parentOfDialog) {
         tryOut(dialog.device());
 }
 
-// Where files are read.
+// Runs on the worker's thread, where files are read.
 void DeviceChoice::tryOut(const DeviceState& device) {
     worker.run([this, device, facts = workspace.facts()](StackViewer&) {
         if (!device.mask.empty())
@@ -32,7 +32,7 @@ void DeviceChoice::tryOut(const DeviceState& device) {
 }
 
 void DeviceChoice::takeOver(const DeviceState& device, int opening) {
-    if (opening == workspace.wanted().opening) // else other files are wanted meanwhile
+    if (opening == workspace.wanted().opening) // otherwise other files were requested meanwhile
         workspace.setDevice(device);
 }
 
@@ -63,7 +63,7 @@ DeviceDialog::DeviceDialog(const DeviceState& device, QWidget* parent)
     timeEdit->setMaximum(longestTime);
     timeEdit->setSuffix(" s");
     timeEdit->setStepType(QAbstractSpinBox::AdaptiveDecimalStepType);
-    timeEdit->setSpecialValueText("As in the files"); // in place of 0
+    timeEdit->setSpecialValueText("As in the files"); // shown instead of 0
     timeEdit->setValue(device.acqTime.value_or(0));
     takeEitherSeparator(*timeEdit);
 

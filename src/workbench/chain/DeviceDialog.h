@@ -13,8 +13,8 @@ class QLineEdit;
 
 namespace ombrel::workbench {
 
-// Asks the user for what the files do not tell of the detector, and tries it before the workspace gets it: a
-// mask that does not fit leaves all as it is, and its failure is logged by the worker.
+// Asks the user for detector facts that are missing from the files, and checks them before they reach the
+// workspace: a mask that does not fit changes nothing, and the worker logs the failure.
 class DeviceChoice final : public QObject {
     Q_OBJECT
 public:
@@ -30,7 +30,7 @@ private:
     FrameWorker& worker;
 };
 
-// Asks for what the files do not say of the detector.
+// Asks for detector facts that are missing from the files.
 class DeviceDialog final : public QDialog {
     Q_OBJECT
 public:

@@ -18,12 +18,12 @@ namespace {
 
 using Windows = std::vector<QPointer<QWidget>>;
 
-// Tool tips, menus and the like are the toolkit's own.
+// Tool tips, menus and the like belong to the toolkit.
 bool isWindow(const QWidget& widget) {
     return widget.windowType() == Qt::Window || widget.windowType() == Qt::Dialog;
 }
 
-// Known in a way that a new window at the place of an old one is not taken for that.
+// Guarded pointers: a new window at the address of a deleted one must not be mistaken for it.
 Windows presentWindows() {
     const QWidgetList all = QApplication::topLevelWidgets();
     return {all.begin(), all.end()};
@@ -89,7 +89,7 @@ bool FilterWindows::areOpen() const {
 void FilterWindows::waitUntilClosed() {
     QEventLoop loop;
     connect(this, &FilterWindows::windowGone, &loop, &QEventLoop::quit);
-    // A loop that gives anything but 0 was never begun: the application is about to end.
+    // exec() returns non-zero when it did not start: the application is about to end.
     while (areOpen() && loop.exec() == 0)
         continue;
 }

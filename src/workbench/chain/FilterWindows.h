@@ -10,20 +10,20 @@
 
 namespace ombrel::workbench {
 
-// The windows in which a user sets one filter: its own, or one for its parameters when it has none. A filter
-// need not own its windows, which then may stand long after it: they are known as those that came up while
-// the filter was asked for them. This must end before the filter.
+// The settings windows of one filter: its own, or a window of its parameters when it has none. A filter need
+// not own its windows, and they may outlive it: they are the windows that appeared during showConfigGUI().
+// This object must end before the filter.
 class FilterWindows final : public QObject {
     Q_OBJECT
 public:
     explicit FilterWindows(zt::IDataFilter& shownFilter) : filter(shownFilter) {}
-    // Closes the windows, which makes them save what they save, and deletes them.
+    // Closes the windows, so that they save their settings, and deletes them.
     ~FilterWindows() override;
 
-    // A modal window of the filter is closed again on return. Throws Error when the filter throws.
+    // Returns after a modal window of the filter was closed. Throws Error when the filter throws.
     void show();
     bool areOpen() const;
-    // Handles events until no window is open.
+    // Processes events until all windows are closed.
     void waitUntilClosed();
 
 signals:

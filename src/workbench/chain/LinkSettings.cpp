@@ -27,9 +27,9 @@ constexpr zt::u64 mostMeasured = 100;
 constexpr std::size_t copyBlock = 1 << 20; // bytes
 const QString nameFilter = "Settings (*.xml);;All files (*)";
 
-// Some filters have a calibration beside their settings, known by its name: settings that are saved elsewhere
-// take a copy with them, which only has to be committed then. Null when there is nothing to copy. One of the
-// name that is there already may belong to other settings.
+// Some filters keep a calibration beside their settings, found by its name: settings saved under a new name
+// need a copy of it. The copy is complete but not committed. Null when nothing needs copying. An existing
+// file of that name may belong to other settings.
 std::unique_ptr<AtomicFile> copyOfCalibration(const std::string& from, const std::string& to) {
     const std::string source = heapPathOf(from);
     const std::string target = heapPathOf(to);
@@ -57,7 +57,7 @@ std::shared_ptr<FilterLink> loadedLink(PluginHost& host, const LinkState& state,
         store->loadFile();
         checkHeap(store->contents(), path);
     }
-    // What the filter has to say of its settings is for its window to mend.
+    // The filter's complaints about its settings are ignored here; the user mends them in the window.
     loadInto(link->filter(), state.unsaved ? *state.unsaved : *store);
     return link;
 }
@@ -112,8 +112,8 @@ void LinkSettings::showWindow(int id, const std::shared_ptr<FilterLink>& link, c
                               std::vector<FramePtr>& measured) {
     host->device().setAcquisition(std::move(measured));
     revisions[id] = workspace.chain().find(id)->revision;
-    // A modal window returns from show() when it is closed: it, and not what it belongs to, stands until
-    // then.
+    // For a modal window show() returns when it is closed, and this entry may be erased by then: keep the
+    // object alive.
     const auto kept = shown[id] = std::make_shared<ShownLink>(host, link, path);
     const QPointer<LinkSettings> self = this;
     ShownLink& window = *kept;
@@ -183,7 +183,7 @@ void LinkSettings::saveTo(int id, const std::string& path) {
     if (!workspace.chain().find(id))
         return;
     worker.run([this, chain = workspace.chain(), id, path](StackViewer& viewer) {
-        // Edits that wait are to be saved too.
+        // Pending edits are saved too.
         for (const LinkReport& report : viewer.follow(chain))
             later([this, report] { emit reported(report); });
         const LinkState& saved = *chain.find(id);

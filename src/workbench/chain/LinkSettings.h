@@ -13,16 +13,16 @@
 
 namespace ombrel::workbench {
 
-// The settings of links: from and to files, and in the filters' own windows.
+// Loads and saves the settings of links, and opens the filters' own settings windows.
 class LinkSettings final : public QObject {
     Q_OBJECT
 public:
     LinkSettings(Workspace& model, FrameWorker& frameWorker, QWidget& parentOfDialogs);
 
-    // Of the stack that is open now; null: of none. Windows of filters of another one are closed, but for a
-    // modal one, which the user closes.
+    // Sets the host of the open stack, or null. Windows of filters of another host are closed, except a modal
+    // one, which the user closes.
     void setHost(const PluginHostPtr& pluginHost);
-    // Opens the filter's own window; a link without a settings file gets one of the workbench's own.
+    // Opens the filter's own window; a link without a settings file gets one in the workbench's data folder.
     void configure(int id);
     void load(int id);
     void save(int id);
@@ -36,10 +36,10 @@ private:
     void showWindow(int id, const std::shared_ptr<FilterLink>& link, const std::string& path,
                     std::vector<FramePtr>& measured);
     void windowClosed(int id, const ShownLink* window);
-    // Closes the windows of links that are gone, or were set otherwise meanwhile.
+    // Closes the windows of links that were removed or reconfigured meanwhile.
     void dropStale();
     std::string pathFor(const LinkState& link) const;
-    // On the window's thread, once the worker's task is done.
+    // Runs on the window's thread after the worker's task.
     void later(std::function<void()> work);
 
     Workspace& workspace;
@@ -47,7 +47,7 @@ private:
     QWidget& dialogParent;
     PluginHostPtr host;
     std::map<int, std::shared_ptr<ShownLink>> shown;
-    std::map<int, int> revisions; // of the links as their windows know them
+    std::map<int, int> revisions; // of the links, as known to their windows
 };
 
 } // namespace ombrel::workbench

@@ -19,7 +19,7 @@ namespace ombrel::workbench {
 
 namespace {
 
-constexpr int mostOfChanges = 120; // pixels of height; more of them are scrolled
+constexpr int mostOfChanges = 120; // pixels of height; a longer list scrolls
 
 } // namespace
 
@@ -49,7 +49,7 @@ ParameterEditor::ParameterEditor(Workspace& model, QWidget* parent)
     showChosen();
 }
 
-// The browser ends before what it shows.
+// The browser must end before the parameters that it shows.
 ParameterEditor::~ParameterEditor() {
     std::unique_ptr<QWidget>{browser}.reset();
 }
@@ -117,8 +117,8 @@ void ParameterEditor::makeBrowser(const LinkReport& report, const LinkState& lin
     browser = newChild<QParamsBrowser>(this);
     fitToPalette(*browser);
     browser->setParams(params.get());
-    browser->setColumnHidden(PropertyColumn::Description, true); // there is a tool tip
-    browser->setRootIsDecorated(false);                          // there are no groups
+    browser->setColumnHidden(PropertyColumn::Description, true); // shown as a tool tip
+    browser->setRootIsDecorated(false);                          // the list is flat
     browser->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     browser->header()->setSectionResizeMode(PropertyColumn::Value, QHeaderView::Stretch);
     browser->resizeColumnToContents(PropertyColumn::Name);
@@ -140,7 +140,7 @@ int ParameterEditor::edited(zt::IParam* param, bool, long self) {
 void ParameterEditor::showChanges() {
     for (QWidget* const row : changes->findChildren<QWidget*>(QString(), Qt::FindDirectChildrenOnly)) {
         row->hide();
-        row->deleteLater(); // it may be its button that was clicked
+        row->deleteLater(); // its own button may have sent this
     }
     const LinkState* const link = workspace.chain().find(shownLink);
     changesArea->setVisible(link && !link->params.empty());
@@ -165,7 +165,7 @@ void ParameterEditor::addChange(const std::string& name, const QString& before, 
     layout->addWidget(button);
     connect(button, &QToolButton::clicked, this, [this, name] { takeBack(name); });
     changes->layout()->addWidget(row);
-    row->show(); // else it has no size yet
+    row->show(); // otherwise it has no size yet
 }
 
 void ParameterEditor::takeBack(const std::string& name) {

@@ -19,9 +19,9 @@ class ParamMgr;
 
 namespace ombrel::workbench {
 
-// The parameters of the chosen link for editing. Edits go to the workspace; the filter gets them where it
-// runs, and its report comes back. Every parameter that differs from what was loaded is listed below, since a
-// mere visit to a cell can round its value, and can be taken back there.
+// Edits the parameters of the selected link. Edits go to the workspace; the running filter gets them there,
+// and its report comes back. Every parameter that differs from its loaded value is listed below and can be
+// reverted there, since merely visiting a cell may round its value.
 class ParameterEditor final : public QWidget {
     Q_OBJECT
 public:

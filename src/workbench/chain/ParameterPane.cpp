@@ -23,7 +23,7 @@ namespace {
 
 constexpr int valueWidth = 180;
 
-// An engine that restarts may read a whole calibration again.
+// Restarting the engine may read a whole calibration again.
 struct BusyCursor {
     BusyCursor() { QApplication::setOverrideCursor(Qt::WaitCursor); }
     ~BusyCursor() { QApplication::restoreOverrideCursor(); }
@@ -73,7 +73,7 @@ ParameterPane::ParameterPane(zt::IParamMgr& managerOfFilter, QWidget* parent)
     layout->addWidget(browser);
     layout->addWidget(makeBar());
 
-    // The pane hands edits on by itself, so that it hears what the filter logs meanwhile.
+    // Edits pass through the pane, so that it can collect what the filter logs meanwhile.
     QAbstractItemModel* const model = browser->model();
     disconnect(model, SIGNAL(onDataChangedByEditor(QProperty*)), browser, SLOT(userChangedData(QProperty*)));
     connect(static_cast<QPropertyModel*>(model), &QPropertyModel::onDataChangedByEditor, this,
@@ -88,7 +88,7 @@ QWidget* ParameterPane::makeBar() {
     layout->addWidget(message, 1);
     sign->hide();
     message->setObjectName("lbChange");
-    message->setTextFormat(Qt::PlainText); // paths and texts of the filter, whatever they hold
+    message->setTextFormat(Qt::PlainText); // paths and filter texts may look like markup
     message->setTextInteractionFlags(Qt::TextSelectableByMouse);
     message->setWordWrap(true);
     return bar;
@@ -107,7 +107,7 @@ void ParameterPane::write(QProperty* row) {
         const BusyCursor busy;
         browser->userChangedData(row); // runs the callback of the filter
     }
-    browser->refreshParams(); // shows what the filter made of it
+    browser->refreshParams(); // shows the value that the filter stored
     report(textOfChange(name, before, valueOf(*param)), log.lines(), timer.elapsed());
 }
 

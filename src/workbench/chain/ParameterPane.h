@@ -13,11 +13,11 @@ class QProperty;
 
 namespace ombrel::workbench {
 
-// The browser's rows are light in every palette. In a dark one they get the palette's own colours here.
+// The browser's rows have light fixed colours. In a dark palette this replaces them by the palette's colours.
 void fitToPalette(QParamsBrowser& browser);
 
-// The parameters of a filter for editing, over a bar that says what the last change did: the value before and
-// after, and that the engine restarted with it, or what the filter logged.
+// Edits the parameters of a filter. A bar below reports the last change: the values before and after, and the
+// time of the engine's restart, or what the filter logged.
 class ParameterPane final : public QWidget {
     Q_OBJECT
 

@@ -36,8 +36,8 @@ void ShownLink::show() {
         emit closed();
 }
 
-// The windows of a filter are of unknown classes: whatever happens in another window than the main one may
-// have changed it.
+// The classes of the filter's windows are unknown: any user action in a window other than the main one may
+// have changed the settings.
 bool ShownLink::eventFilter(QObject* receiver, QEvent* event) {
     if (isUserEvent(event->type()))
         if (const auto* const widget = qobject_cast<QWidget*>(receiver))

@@ -28,7 +28,7 @@ RunOptions batchOptions(const std::vector<std::string>& inputs, const ChainState
     for (const LinkState& link : chain.links) {
         if (!link.enabled)
             continue;
-        // Settings that were never saved are those of a filter as it is made.
+        // If the settings were never saved, the run uses the filter's defaults.
         const bool hasFile = !link.settings.empty() && std::filesystem::exists(link.settings);
         options.filters.push_back(hasFile ? link.filter + "=" + link.settings : link.filter);
         if (!link.params.empty())

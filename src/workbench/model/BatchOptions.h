@@ -8,8 +8,9 @@
 
 namespace ombrel::workbench {
 
-// The run that gives what the workbench shows: the links that are on with their settings files and edits.
-// Throws Error where that can't be said: no link is on, or one of several of the same filter has edits.
+// The batch run that matches what the workbench shows: the enabled links with their settings files and edits.
+// Throws Error when that is impossible: no link is enabled, or one of several links of the same filter has
+// edits.
 RunOptions batchOptions(const std::vector<std::string>& inputs, const ChainState& chain,
                         const DeviceState& device);
 

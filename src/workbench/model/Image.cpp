@@ -10,9 +10,10 @@ namespace ombrel::workbench {
 namespace {
 
 constexpr std::size_t steps = 256;
-constexpr double margin = 0.15; // of the limits' distance, on both sides
+constexpr double margin = 0.15; // of the distance between the limits, on both sides
 
-// Steps of whole numbers where the values are: others would hold now more of them, now fewer.
+// Integer pixels get steps of whole numbers: with other widths neighbouring steps would cover different
+// numbers of values.
 double stepOver(std::span<const double> pixels, double span) {
     const double step = span / steps;
     const bool isWhole =

@@ -9,14 +9,14 @@
 
 namespace ombrel::workbench {
 
-// How many pixels have a value in each of equal steps.
+// Number of pixels in each of several steps of equal width.
 struct Histogram {
-    double low = 0;  // where the first step begins
+    double low = 0;  // start of the first step
     double step = 1; // above 0
     std::vector<double> counts;
 };
 
-// A little more than the values between the limits; what lies beyond, or is not finite, is not counted.
+// Covers slightly more than the range between the limits; values outside it, or not finite, are not counted.
 Histogram histogramOf(std::span<const double> pixels, const ScaleLimits& limits);
 
 // The pixels of a frame as the window shows them, row by row from the top.
@@ -31,7 +31,7 @@ struct Image {
     double at(int x, int y) const { return pixels[static_cast<std::size_t>(y) * width + x]; }
 };
 
-// Shared by the worker that makes it and the widgets that look at it.
+// Shared by the worker that makes it and the widgets that show it.
 using ImagePtr = std::shared_ptr<const Image>;
 
 ImagePtr imageOf(const Frame& frame);

@@ -8,7 +8,7 @@
 
 namespace ombrel::workbench {
 
-// A parameter of a filter as it stood once, for threads that must not call the filter.
+// A copy of a filter's parameter at one moment, for threads that must not call the filter.
 struct ParamCopy {
     std::string name;
     std::string description;

@@ -11,7 +11,7 @@ namespace {
 constexpr qsizetype mostFiles = 6;
 constexpr const char* recentKey = "recentFiles";
 
-// Keys of a store can't hold paths.
+// Keys of the store can't contain paths.
 QString chainKey(const QString& path) {
     return "chains/" + QCryptographicHash::hash(path.toUtf8(), QCryptographicHash::Sha1).toHex();
 }

@@ -12,17 +12,17 @@
 
 namespace ombrel::workbench {
 
-// What the workbench remembers of its user from one start to the next.
+// User state that the workbench keeps between sessions.
 class RecentState {
 public:
     RecentState();
 
-    // The latest first.
+    // Latest first.
     QStringList recentFiles() const;
     void addRecentFile(const QString& path);
 
     using Links = std::vector<std::pair<std::string, std::string>>; // filter and settings file
-    // The chain that was last used on a file.
+    // The chain last used on a file.
     Links chainFor(const QString& path) const;
     void setChainFor(const QString& path, const ChainState& chain);
 
@@ -30,7 +30,7 @@ public:
     QString text(const QString& key) const { return store.value(key).toString(); }
     void set(const QString& key, const QVariant& value) { store.setValue(key, value); }
 
-    // A folder of the user's for what the workbench makes by itself; it is there.
+    // Per-user data folder for files that the workbench generates; created if missing.
     static QString dataFolder(const QString& name);
 
 private:

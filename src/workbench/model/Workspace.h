@@ -14,26 +14,26 @@
 
 namespace ombrel::workbench {
 
-// A link of the chain as the user wants it. The filters themselves are made and loaded by those who run it.
+// A link of the chain as the user configured it. The filters themselves are created and loaded elsewhere.
 struct LinkState {
-    int id = 0; // never used again once the link is gone
+    int id = 0; // not reused after the link is removed
     std::string filter;
     bool enabled = true;
-    std::string settings; // the file; empty: none
-    // What a settings window holds and has not saved yet, in place of what the file holds; may be null. It
-    // does not change any more.
+    std::string settings; // file; may be empty
+    // Settings in an open settings window that are not saved yet; they override the file. May be null;
+    // immutable.
     std::shared_ptr<Settings> unsaved;
-    int revision = 0;                          // another one: a new instance is to be loaded
-    std::map<std::string, std::string> params; // edited since, as texts by name
+    int revision = 0;                          // a change requires a new filter instance
+    std::map<std::string, std::string> params; // edited since loading, as texts by name
 
     bool operator==(const LinkState&) const = default;
 };
 
-// The chain as the user wants it.
+// The chain as the user configured it.
 struct ChainState {
     std::vector<LinkState> links;
 
-    // Null when there is none.
+    // Null for an unknown id.
     LinkState* find(int id) {
         const auto found = std::ranges::find(links, id, &LinkState::id);
         return found == links.end() ? nullptr : &*found;
@@ -42,50 +42,50 @@ struct ChainState {
     bool operator==(const ChainState&) const = default;
 };
 
-// What the user tells of the detector behind the frames.
+// Facts about the detector that the user adds to the files.
 struct DeviceState {
-    std::string mask;              // the file of its pixel mask; empty: no pixel is masked
-    std::optional<double> acqTime; // seconds, of every frame; else what the files tell
+    std::string mask;              // file of its pixel mask; empty: no pixel is masked
+    std::optional<double> acqTime; // seconds, of every frame; unset: as in the files
 
     bool operator==(const DeviceState&) const = default;
 };
 
-// What became of a link when its filter was loaded, or given edits.
+// The result of loading a link's filter or of applying edits to it.
 struct LinkReport {
     int id = 0;
     int revision = 0;
-    bool hasWindow = false;        // settings of its own kind
+    bool hasWindow = false;        // the filter has its own settings window
     std::string failure;           // why it can't correct; empty when it can
     std::vector<ParamCopy> params; // as loaded, before any edit
     bool isEdited = false;         // since it was loaded
-    std::string editTrouble;       // what the last edit failed of; empty when it was taken over
-    double editSeconds = 0;        // that the last edit took
+    std::string editTrouble;       // why the last edit failed; empty on success
+    double editSeconds = 0;        // duration of the last edit
 };
 
-// Files to look at, as a detector of this kind measured them, and the frame of them.
+// Files to show, the detector state for them, and the current frame.
 struct StackChoice {
     std::vector<std::string> files;
     DeviceState device;
     zt::u64 frame = 0;
-    int opening = 0; // another number for each time that files are to be opened
+    int opening = 0; // incremented whenever files must be opened
 };
 
-// What was opened.
+// Properties of the open stack.
 struct StackFacts {
     std::vector<std::string> inputs;
-    int opening = 0; // of the request for it
+    int opening = 0; // number of the request
     zt::u64 frames = 0;
     zt::u32 width = 0;
     zt::u32 height = 0;
     std::string pixelType;
-    std::vector<std::string> filters; // that there are for it
+    std::vector<std::string> filters; // filters that the plug-in registers for it
 };
 
-// What the user has before them: the files, the frame of them, the chain and the link that is chosen. It
-// knows no widget and no filter; whoever changes it calls it, whoever shows or runs it hears of the change.
+// The state of the user's work: the files, the current frame, the chain and the selected link. It knows
+// neither widgets nor filters: callers change it through its functions and observe it through its signals.
 //
-// Other files are wanted first, and shown when they are open. Until then, and when they can't be opened,
-// those that were shown stay.
+// New files are first requested (wanted) and become the shown ones when they are open. Until then, and when
+// opening fails, the previous files stay.
 class Workspace final : public QObject {
     Q_OBJECT
 public:
@@ -97,40 +97,40 @@ public:
     zt::u64 frame() const { return shownStack.frame; }
     const DeviceState& device() const { return shownStack.device; }
     const ChainState& chain() const { return links; }
-    // 0 when none is chosen.
+    // 0 when no link is selected.
     int chosenLink() const { return chosen; }
 
-    // Wants these; the chain stays, the device does not.
+    // Requests these files; the chain is kept, the device state is not.
     void setInputs(std::vector<std::string> paths);
-    // What is wanted is open.
+    // The requested files are open.
     void setFacts(const StackFacts& facts);
-    // What is wanted can't be opened.
+    // Opening the requested files failed.
     void keepShown();
-    // Another mask wants the files to be opened again, since filters look at it while they are loaded.
+    // A new mask requires opening the files again, since filters read the mask while they are loaded.
     void setDevice(const DeviceState& device);
-    // The nearest that there is.
+    // Clamped to the frames of the stack.
     void setFrame(zt::u64 frame);
 
-    // Each returns the new link's number.
+    // Returns the new link's id.
     int addLink(const std::string& filter, const std::string& settings = {});
     void removeLink(int id);
-    // To the place before which `place` links stand.
+    // Moves the link in front of the one at index `place`, as counted before the move.
     void moveLink(int id, std::size_t place);
     void setEnabled(int id, bool isEnabled);
     void chooseLink(int id);
-    // Another instance is loaded from the file, and edits are gone.
+    // Drops the edits; a new instance is loaded from the file.
     void setSettings(int id, const std::string& path);
-    // The link stands in the file as it was; what was edited since stays.
+    // The file now holds the link as in `saved`; later edits are kept.
     void setSaved(const LinkState& saved, const std::string& path);
-    // What a settings window holds now; null: what the file holds.
+    // The present contents of the settings window; null when they equal the file.
     void setUnsaved(int id, std::shared_ptr<Settings> settings);
     void setParam(int id, const std::string& name, const std::string& text);
     void takeBackParam(int id, const std::string& name);
 
 signals:
-    // Files are to be opened.
+    // Files must be opened.
     void inputsChanged();
-    // They are open.
+    // The files are open.
     void factsChanged();
     void frameChanged();
     void deviceChanged();
@@ -143,7 +143,7 @@ private:
     StackChoice shownStack;
     StackChoice wantedStack;
     int openings = 0;
-    StackFacts stack; // of what is shown
+    StackFacts stack; // of the shown files
     ChainState links;
     int chosen = 0;
     int lastId = 0;

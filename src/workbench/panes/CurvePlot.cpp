@@ -30,7 +30,7 @@ CurvePlot::Curve profileAlong(const QLineF& line, const ImagePtr& image) {
 
 namespace {
 
-constexpr double ownAxesFrom = 8; // times as wide
+constexpr double ownAxesFrom = 8; // ratio of the widths of the ranges
 
 QCPRange rangeOf(const QVector<double>& values) {
     bool isFound = false;
@@ -45,7 +45,7 @@ QCPRange rangeOf(const QVector<double>& values) {
     return range;
 }
 
-// Where the curve goes, single pixels far off left out.
+// Range of the curve without far outliers.
 QCPRange robustRange(QVector<double> values) {
     values.removeIf([](double value) { return std::isnan(value); });
     if (values.isEmpty())
@@ -63,14 +63,14 @@ QCPRange robustRange(QVector<double> values) {
 }
 
 void dress(QCPGraph& graph, const QColor& colour, CurvePlot::Kind kind) {
-    graph.setPen(QPen(colour, 1)); // wider ones are drawn many times slower
+    graph.setPen(QPen(colour, 1)); // wider pens draw many times slower
     if (kind != CurvePlot::Kind::Histogram)
         return;
     QColor fill = colour;
     fill.setAlpha(70);
     graph.setBrush(fill);
     graph.setLineStyle(QCPGraph::lsStepLeft);
-    // Its lines are level or upright, and there are hundreds of them.
+    // Hundreds of horizontal and vertical lines need no antialiasing.
     graph.setAntialiased(false);
     graph.setAntialiasedFill(false);
 }
@@ -110,10 +110,10 @@ CurvePlot::CurvePlot(Kind plotKind, QWidget* parent)
     makeLegend();
 }
 
-// In one line over the curves, where it hides nothing.
+// One line above the curves, where it hides nothing.
 void CurvePlot::makeLegend() {
     QCPLegend& legend = *plot->legend;
-    legend.removeItem(2); // the corrected curve is named already
+    legend.removeItem(2); // the corrected curve already has an entry
     legend.setFillOrder(QCPLegend::foColumnsFirst);
     legend.setBrush(Qt::NoBrush);
     legend.setBorderPen(Qt::NoPen);
@@ -126,7 +126,7 @@ void CurvePlot::makeLegend() {
     auto* const strip = newChild<QCPLayoutGrid>();
     plot->plotLayout()->insertRow(0);
     plot->plotLayout()->addElement(0, 0, strip);
-    strip->addElement(0, 0, newChild<QCPTextElement>(plot)); // takes the room that is left
+    strip->addElement(0, 0, newChild<QCPTextElement>(plot)); // takes the remaining width
     strip->addElement(0, 1, &legend);
     strip->setColumnStretchFactor(1, 1e-3);
     plot->plotLayout()->setRowStretchFactor(0, 1e-3);
@@ -140,7 +140,8 @@ bool CurvePlot::needOwnAxes(const Curve& raw, const Curve& corrected) const {
     const QCPRange second = rangeOf(isHistogram ? corrected.x : corrected.y);
     if (first.size() == 0 || second.size() == 0)
         return false;
-    // A flat curve beside one with structure is the point of a correction; one far away is of another unit.
+    // Ranges that overlap share the axes, even when one curve is much flatter: showing that is the point of a
+    // correction. Ranges far apart have different units.
     const double ratio = first.size() / second.size();
     const bool areOfOneOrder = ratio < ownAxesFrom && ratio > 1 / ownAxesFrom;
     return !areOfOneOrder && (second.upper < first.lower || second.lower > first.upper);

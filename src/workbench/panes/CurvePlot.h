@@ -11,8 +11,8 @@ class QCustomPlot;
 
 namespace ombrel::workbench {
 
-// A curve of the raw frame and one of the corrected frame in one plot. Where their values are of different
-// orders the corrected one gets axes of its own, in its colour.
+// A curve of the raw frame and one of the corrected frame in one plot. If their values differ by orders of
+// magnitude, the corrected curve gets its own axes, in its colour.
 class CurvePlot final : public QWidget {
     Q_OBJECT
 public:
@@ -38,8 +38,8 @@ private:
     QCPGraph* ownGraph; // the corrected curve on its own axes
 };
 
-// The pixels that a line crosses, one sample a pixel of its length, of the nearest pixel each. Empty without
-// an image; what lies outside, or is not finite, is a gap.
+// Values along a line: one sample per pixel of its length, each from the nearest pixel. Empty without an
+// image; samples outside the image, or not finite, are gaps.
 CurvePlot::Curve profileAlong(const QLineF& line, const ImagePtr& image);
 
 } // namespace ombrel::workbench

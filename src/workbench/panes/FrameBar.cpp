@@ -20,9 +20,9 @@ namespace ombrel::workbench {
 
 namespace {
 
-constexpr int filmMilliseconds = 60; // a frame, where the chain keeps up
+constexpr int filmMilliseconds = 60; // per frame, if the chain keeps up
 
-// In the colour of the text, which the toolkit's own signs are not: they are dark on dark.
+// Drawn in the colour of the text: the toolkit's own icons are dark on dark.
 QIcon playSign(const QPalette& palette, bool isPause) {
     QIcon icon;
     for (const auto& [mode, group] :

@@ -12,7 +12,7 @@ class QToolButton;
 
 namespace ombrel::workbench {
 
-// Goes through the frames of the stack: by a slider, by number, or as a film.
+// Selects a frame of the stack: by a slider, by number, or by playing a film.
 class FrameBar final : public QWidget {
     Q_OBJECT
 public:
@@ -20,7 +20,7 @@ public:
 
     void setFrames(zt::u64 count);
     void setFrame(zt::u64 frame);
-    // The film goes on: the frame that it waited for is on the screen.
+    // The requested frame is on the screen, so the film continues.
     void frameIsShown();
     void step(int frames);
     void goToEnd(bool last);

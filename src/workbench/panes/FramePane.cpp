@@ -135,7 +135,7 @@ void FramePane::setVisibleArea(const QRectF& area) {
     fitArea();
 }
 
-// One scale for both axes.
+// Keeps the scale of both axes equal.
 void FramePane::fitArea() {
     const QSize size = plot->axisRect()->size();
     if (visibleArea.isEmpty() || size.isEmpty())
@@ -165,7 +165,7 @@ QPoint FramePane::positionOf(const QPoint& pixel) const {
     return plot->mapTo(this, position.toPoint());
 }
 
-// The plot lays itself out with the next event.
+// The plot updates its layout in the next event.
 void FramePane::fitAreaSoon() {
     QMetaObject::invokeMethod(this, &FramePane::fitArea, Qt::QueuedConnection);
 }

@@ -16,37 +16,37 @@ class QLabel;
 
 namespace ombrel::workbench {
 
-// One frame as a picture in colours, with the scale beside it. The wheel zooms.
+// One frame as a false-colour picture with its scale. The wheel zooms.
 class FramePane final : public QWidget {
     Q_OBJECT
 public:
     explicit FramePane(const QString& title, QWidget* parent = nullptr);
 
-    // Takes over the map's data. Without an image the pane says `hint`.
+    // Takes over the map's data. Without an image the pane shows `hint`.
     void setPicture(const PaneView& picture, PaneMap& map, const QString& hint);
     void setLimits(const ScaleLimits& limits);
     ScaleLimits limits() const;
     void setColours(const QCPColorGradient& colours);
     void setTool(PaneTool tool) { mouse->setTool(tool); }
 
-    // Shows this part of the frame, and as much more as the pane has room for.
+    // Shows this part of the frame, extended to fill the pane.
     void setVisibleArea(const QRectF& area);
-    // Screen pixels that the picture has.
+    // The size of the picture in screen pixels.
     QSize screenSize() const;
-    // The middle of a pixel of the frame, in the pane.
+    // The centre of a pixel of the frame, in coordinates of the pane.
     QPoint positionOf(const QPoint& pixel) const;
-    // Empty: none.
+    // Empty: no region.
     void showRegion(const QRect& region) { overlay->setRegion(region); }
     void showLine(const QLineF& line) { overlay->setLine(line); }
     const ImagePtr& image() const { return shownImage; }
 
 signals:
-    // By the user.
+    // Changed by the user.
     void visibleAreaChanged(const QRectF& area);
     void limitsEdited();
     void regionDrawn(const QRect& region);
     void lineDrawn(const QLineF& line);
-    // Over a pixel of the frame, or over none.
+    // The cursor is over a pixel of the frame, or outside it.
     void pointed(int x, int y);
     void pointedAway();
 
@@ -69,7 +69,7 @@ private:
     PaneMouse* mouse;
     ImagePtr shownImage;
     QRectF visibleArea;
-    bool isFitting = false; // ranges change by the program
+    bool isFitting = false; // the program is changing the ranges
 };
 
 } // namespace ombrel::workbench

@@ -11,7 +11,7 @@ namespace {
 
 constexpr int settleMilliseconds = 40;
 
-// Over the picture that is missing.
+// The hint in place of a missing picture.
 QString hintFor(PaneIndex pane, const FrameView& view) {
     if (!view.failure.empty())
         return pane == DIFFERENCE_PANE ? QString() : QString::fromStdString(view.failure);
@@ -53,7 +53,7 @@ void FramePanes::connectPane(FramePane& pane) {
 void FramePanes::show(ShownFrame& frame) {
     for (const PaneIndex index : {RAW_PANE, CORRECTED_PANE, DIFFERENCE_PANE}) {
         const PaneView& picture = frame.view.panes[index];
-        // While the chain is at work the former picture stays, rather than flicker.
+        // Keep the previous picture while the chain is working, to avoid flicker.
         if (!picture.image && !frame.view.isComplete && frame.view.failure.empty() && panes[index]->image())
             continue;
         panes[index]->setPicture(picture, frame.maps[index], hintFor(index, frame.view));

@@ -10,26 +10,26 @@
 
 namespace ombrel::workbench {
 
-// The raw frame, the corrected one and their difference side by side, over the same part of the frame.
+// The raw frame, the corrected one and their difference side by side, all showing the same area.
 class FramePanes final : public QWidget {
     Q_OBJECT
 public:
     explicit FramePanes(QWidget* parent = nullptr);
 
     void show(ShownFrame& frame);
-    // Until the next frame there is none.
+    // Shows no pictures until the next frame.
     void clear();
     using QWidget::show;
     FramePane& pane(PaneIndex index) { return *panes[index]; }
 
     void setColourMap(const QString& name);
     void setTool(PaneTool tool);
-    // With locked limits frames can be compared by their colours.
+    // With locked limits the colours of different frames are comparable.
     void lockLimits(bool areLocked);
     void markPixels(bool areMarked);
-    // What a request is to bring.
+    // The view to use in the next request.
     MapView mapView() const;
-    // Shows all of a frame of this size.
+    // Shows the whole frame, which has this size.
     void showWhole(const QSize& frameSize);
     QRect region() const { return drawnRegion; }
     void setRegion(const QRect& region);
@@ -37,12 +37,12 @@ public:
     void setLine(const QLineF& line);
 
 signals:
-    // The pictures are to be made anew.
+    // New pictures must be requested.
     void mapViewChanged();
     void regionChanged();
     void lineChanged();
     void limitsEdited();
-    // What stands under the cursor in all panes, in one line; empty over none.
+    // The values under the cursor in all panes, in one line; empty outside the frame.
     void pointed(const QString& values);
 
 private:
@@ -53,11 +53,11 @@ private:
     void resizeEvent(QResizeEvent* event) override;
 
     std::array<FramePane*, PANE_COUNT> panes;
-    QTimer settled; // after the last of many changes
+    QTimer settled; // fires after the last of several changes
     QRectF visibleArea;
     QRect drawnRegion;
     QLineF drawnLine;
-    std::optional<QPoint> pointedPixel; // its values change with the frames
+    std::optional<QPoint> pointedPixel; // kept because its values change with the frames
     QSize frameSize;
     bool marks = false;
     bool locked = false;

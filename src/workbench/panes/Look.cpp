@@ -34,8 +34,8 @@ void fitToPalette(QCustomPlot& plot) {
 
 namespace {
 
-// Samples at equal distances of the maps "viridis" and "inferno" by S. van der Walt and N. Smith, whose steps
-// look equal to the eye, in grey too.
+// Samples at equal distances of the perceptually uniform maps "viridis" and "inferno" by S. van der Walt and
+// N. Smith; they also work in greyscale.
 constexpr std::array<QRgb, 11> viridis{0x440154, 0x482475, 0x414487, 0x355f8d, 0x2a788e, 0x21918c,
                                        0x22a884, 0x44bf70, 0x7ad151, 0xbddf26, 0xfde725};
 constexpr std::array<QRgb, 11> inferno{0x000004, 0x160b39, 0x420a68, 0x6a176e, 0x932667, 0xbc3754,

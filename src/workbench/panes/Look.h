@@ -16,14 +16,14 @@ class QCPColorGradient;
 
 namespace ombrel::workbench {
 
-// What stands for the frame as measured, and for the frame behind the chain, in every plot.
+// The colours of the measured and of the corrected frame in every plot.
 inline const QColor rawColour(0x5b, 0x8d, 0xb8);
 inline const QColor correctedColour(0xe0, 0x7b, 0x27);
 
 // Gives the plot the colours of its widget's palette, thin axes and a small font.
 void fitToPalette(QCustomPlot& plot);
 
-// Text that explains is paler than text that says something, but can be read.
+// Explanatory text is paler than other text, but still readable.
 inline void secondaryText(QWidget& widget) {
     QPalette palette = widget.palette();
     QColor text = palette.color(QPalette::WindowText);
@@ -32,24 +32,23 @@ inline void secondaryText(QWidget& widget) {
     widget.setPalette(palette);
 }
 
-// A widget, or what belongs to one, for the parent or layout that it is given to.
+// Allocates a widget, or an object of one, that its parent or layout will own.
 template <typename Object, typename... Arguments>
 Object* newChild(Arguments&&... arguments) {
     return std::make_unique<Object>(std::forward<Arguments>(arguments)...).release();
 }
 
-// Shows the content in full where there is room, and scrolls it up and down where there is less, so that its
-// height keeps no window from fitting a small screen.
+// A vertical scroll area around the content, so that the content's height never prevents a window from
+// fitting a small screen.
 QWidget* newScroller(QWidget* content);
 
-// The names of the colour maps that a user chooses from, in the order in which they are offered, with the
-// marks of their mnemonics.
+// The names of the selectable colour maps, in menu order, with mnemonic marks.
 QStringList colourMapNames();
 
-// For a name of these, without the mark. What is not a number is not painted.
+// `name` is one of these without its mark. NaN is not painted.
 QCPColorGradient colourMap(const QString& name);
 
-// Blue below zero, red above: for what has limits as far below zero as above.
+// Blue below zero, red above, for limits symmetric around zero.
 QCPColorGradient differenceColours();
 
 } // namespace ombrel::workbench

@@ -12,7 +12,7 @@ namespace {
 constexpr QRgb notFiniteColour = qRgba(255, 0, 255, 255);
 constexpr QRgb negativeColour = qRgba(0, 229, 255, 255);
 
-// Whole pixels of the frame, in cells of step x step of them.
+// An area of whole pixels, divided into cells of step x step pixels.
 struct Cells {
     QRect area;
     int step = 1;
@@ -25,7 +25,7 @@ Cells cellsOf(const Image& image, const MapView& view) {
     const QRect whole(0, 0, static_cast<int>(image.width), static_cast<int>(image.height));
     Cells cells{whole, 1};
     if (!view.visible.isEmpty()) {
-        // With what surrounds it, so that there is something to show as soon as it is moved.
+        // Include the surroundings, so that moving the picture shows something immediately.
         const double dx = view.visible.width() / 2;
         const double dy = view.visible.height() / 2;
         cells.area = view.visible.adjusted(-dx, -dy, dx, dy).toAlignedRect() & whole;
@@ -43,8 +43,8 @@ Cells cellsOf(const Image& image, const MapView& view) {
 
 struct CellValue {
     double mean = 0;
-    bool isNegative = false; // any of its pixels
-    bool isFinite = true;    // all of them
+    bool isNegative = false; // any pixel
+    bool isFinite = true;    // all pixels
 };
 
 CellValue valueOf(const Image& image, const Cells& cells, int column, int row) {
@@ -78,7 +78,7 @@ PaneMap makePaneMap(const Image& image, const MapView& view, bool marksNegative)
     const double half = cells.step / 2.0;
     PaneMap map;
     map.area = QRectF(cells.area.x(), cells.area.y(), columns * cells.step, rows * cells.step);
-    // Ranges go from the middle of the first cell to that of the last.
+    // Ranges extend from the centre of the first cell to that of the last.
     map.data.reset(std::make_unique<QCPColorMapData>(
                        columns, rows, QCPRange(map.area.left() + half, map.area.right() - half),
                        QCPRange(map.area.top() + half, map.area.bottom() - half))

@@ -53,7 +53,7 @@ void PaneMouse::release(QMouseEvent* event) {
 
 void PaneMouse::drag(const QPointF& to) {
     if (!image)
-        return; // it went while the button was down
+        return; // the image was removed while the button was down
     if (dragTool == PaneTool::Line) {
         emit lineDrawn({dragStart, to});
         return;
@@ -70,7 +70,7 @@ bool PaneMouse::eventFilter(QObject* watched, QEvent* event) {
 
 namespace {
 
-// White within a dark halo is seen on all colours.
+// White with a dark halo is visible on all colours.
 const std::array<QPen, 2> drawnPens{QPen(QColor(0, 0, 0, 150), 3), QPen(Qt::white, 1)};
 
 } // namespace

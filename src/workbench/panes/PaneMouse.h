@@ -23,21 +23,21 @@ namespace ombrel::workbench {
 // What dragging the mouse over a pane does.
 enum class PaneTool { Move, Region, Line };
 
-// What the mouse does on the picture of a frame: it points at pixels, and draws regions and lines by its
-// tool, or by Shift and Ctrl with any. Moving the picture is left to the plot.
+// Handles the mouse on the picture of a frame: reports the pixel under the cursor, and draws regions and
+// lines with the selected tool, or with Shift and Ctrl under any tool. The plot itself moves the picture.
 class PaneMouse final : public QObject {
     Q_OBJECT
 public:
     PaneMouse(QCustomPlot& shownPlot, QObject* parent);
 
     void setTool(PaneTool newTool) { tool = newTool; }
-    // Null: there is nothing to draw on.
+    // Null disables drawing.
     void setImage(const ImagePtr& shown) { image = shown; }
 
 signals:
     void regionDrawn(const QRect& region);
     void lineDrawn(const QLineF& line);
-    // Over a pixel of the frame, or over none.
+    // The cursor is over a pixel of the frame, or outside it.
     void pointed(int x, int y);
     void pointedAway();
 
@@ -58,16 +58,16 @@ private:
     bool isDragging = false;
 };
 
-// What is drawn over the picture of a frame: marked pixels, a region and a line. They stand on a picture
-// only.
+// The items drawn over the picture of a frame: marked pixels, a region and a line. They are visible only
+// while a picture is shown.
 class PaneOverlay {
 public:
-    // The plot owns what is drawn.
+    // The plot owns the items.
     explicit PaneOverlay(QCustomPlot& shownPlot);
 
     void setOnPicture(bool isPicture);
     void setMarks(const PaneMap& map);
-    // Empty: none.
+    // Empty: no region.
     void setRegion(const QRect& shown);
     void setLine(const QLineF& shown);
 

@@ -132,7 +132,7 @@ void StatisticsPane::showRegion() {
             isThere ? regionFigures(*images[pane], region) : RegionFigures{NAN, NAN};
         set(REGION_MEAN, pane, number(figures.mean));
         set(REGION_SPREAD, pane, percent(figures.spread));
-        // Corrected values are no counts.
+        // Photon statistics apply to counts only, not to corrected values.
         set(PHOTONS, pane, pane == 0 && figures.mean > 0 ? percent(1 / std::sqrt(figures.mean)) : QString());
     }
 }

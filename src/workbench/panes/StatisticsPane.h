@@ -13,7 +13,7 @@ class QLabel;
 
 namespace ombrel::workbench {
 
-// How even the pixels of a rectangle are. What is not finite is left out.
+// Mean and spread of the pixels of a rectangle. Values that are not finite are skipped.
 struct RegionFigures {
     double mean = 0;
     double spread = 0; // standard deviation over mean
@@ -21,7 +21,7 @@ struct RegionFigures {
 
 RegionFigures regionFigures(const Image& image, const QRect& region);
 
-// The figures of the shown frame, raw beside corrected.
+// Statistics of the shown frame, raw next to corrected.
 class StatisticsPane final : public QWidget {
     Q_OBJECT
 public:
@@ -29,7 +29,7 @@ public:
 
     void show(const FrameView& view);
     using QWidget::show;
-    // Empty: none is drawn.
+    // Empty: no region is drawn.
     void setRegion(const QRect& region);
 
 private:

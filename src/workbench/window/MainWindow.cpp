@@ -59,7 +59,7 @@ MainWindow::MainWindow(Console& messages, const std::string& pluginPath)
 }
 
 MainWindow::~MainWindow() {
-    worker.stop(); // its tasks know the parts
+    worker.stop(); // its tasks refer to the members
     disconnect(&workspace, nullptr, this, nullptr);
     disconnect(&worker, nullptr, this, nullptr);
     linkSettings.setHost(nullptr);
@@ -141,7 +141,7 @@ void MainWindow::connectViewActions() {
 }
 
 void MainWindow::restoreLook() {
-    // With room for the frame of the window.
+    // Leave room for the window's frame.
     resize(firstSize.boundedTo(screen()->availableSize() * 0.94));
     restoreGeometry(memory.bytes(geometryKey));
     actions->chooseColourMap(memory.text(coloursKey));
@@ -155,9 +155,9 @@ void MainWindow::showRecentFiles() {
 
 void MainWindow::opened(const StackFacts& facts, const PluginHostPtr& host) {
     if (workspace.isOpen() && facts.opening == workspace.opening())
-        return linkSettings.setHost(host); // opened again, after other files that were overtaken
+        return linkSettings.setHost(host); // reopened after a superseded request for other files
     if (facts.opening != workspace.wanted().opening)
-        return; // overtaken by another choice
+        return; // superseded by a later choice
     const bool areOthers = facts.inputs != workspace.inputs();
     workspace.setFacts(facts);
     linkSettings.setHost(host);
@@ -177,12 +177,12 @@ void MainWindow::showFileName(const QString& path) {
 
 void MainWindow::openFailed(const OpenFailure& failure) {
     if (failure.opening != workspace.wanted().opening)
-        return; // overtaken by another choice
+        return; // superseded by a later choice
     workspace.keepShown();
     const QString reason = QString::fromStdString(failure.reason);
     startPage->setProblem(reason);
     log(reason);
-    requestSoon(); // what was asked for meanwhile
+    requestSoon(); // repeats requests made meanwhile
     if (!failure.datasets.empty())
         QMetaObject::invokeMethod(
             this, [this, failure] { opener.chooseDataset(*this, failure); }, Qt::QueuedConnection);
@@ -207,7 +207,7 @@ void MainWindow::requestFrame() {
 
 void MainWindow::showFrame(const ShownFramePtr& frame) {
     if (!workspace.isOpen() || frame->view.opening != workspace.opening())
-        return; // of a stack that was left
+        return; // a frame of a previous stack
     const FrameView& view = frame->view;
     workArea->show(frame);
     figures->show(view);
@@ -229,7 +229,7 @@ void MainWindow::showReport(const LinkReport& report) {
 
 void MainWindow::log(const QString& line) {
     logPane->add(line);
-    if (workspace.isOpen() && logPane->visibleRegion().isEmpty()) // it stands behind another
+    if (workspace.isOpen() && logPane->visibleRegion().isEmpty()) // covered by another dock
         status->tell(line);
 }
 

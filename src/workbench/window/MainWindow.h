@@ -30,22 +30,22 @@ class WindowActions;
 class WindowDocks;
 class WorkArea;
 
-// The window of the workbench. It wires its parts: whatever the user does changes the workspace, a change
-// asks the worker for a frame, and what the worker shows goes to the panes.
+// The window of the workbench. It connects the parts: user actions change the workspace, changes of the
+// workspace request a frame from the worker, and the worker's results go to the panes.
 class MainWindow final : public QMainWindow {
     Q_OBJECT
 public:
-    // `pluginPath` empty finds the plug-in.
+    // An empty `pluginPath` searches for the plug-in.
     MainWindow(Console& messages, const std::string& pluginPath);
     ~MainWindow() override;
 
     void open(const std::vector<std::string>& paths) { opener.open(paths); }
     Workspace& model() { return workspace; }
-    // Whether the screen shows the frame for the workspace as it is now, with the chain's work done.
+    // Whether the screen shows the finished frame for the present state of the workspace.
     bool isUpToDate() const { return !request.isActive() && numberShown == numberWanted; }
 
 signals:
-    // A frame is on the screen, with the chain's work done.
+    // A frame with the chain's finished result is on the screen.
     void frameShown(quint64 frame);
 
 private:
@@ -78,9 +78,9 @@ private:
     LinkSettings linkSettings;
     DeviceChoice deviceChoice;
     StackOpener opener;
-    QTimer request;           // one for all changes of a turn of the event loop
-    zt::u64 numberWanted = 0; // of the latest request
-    zt::u64 numberShown = 0;  // of the latest whose frame is complete on the screen
+    QTimer request;           // combines all changes of one turn of the event loop
+    zt::u64 numberWanted = 0; // latest request
+    zt::u64 numberShown = 0;  // latest request whose finished frame is on the screen
     std::string lastFailure;
 
     QStackedWidget* pages;

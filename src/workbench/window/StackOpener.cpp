@@ -26,13 +26,13 @@ std::string absolute(const std::string& path) {
     return QFileInfo(QString::fromStdString(path)).absoluteFilePath().toStdString();
 }
 
-// Also takes "FILE::/path/of/dataset" for a name.
+// Also accepts "FILE::/path/of/dataset" as a name.
 class FramesPicker final : public QFileDialog {
 public:
     FramesPicker(QWidget* parent, const QString& folder)
         : QFileDialog(parent, "Open frames", folder,
                       "Frames (*.h5 *.hdf5 *.nxs *.tif *.tiff);;All files (*)") {
-        setOption(DontUseNativeDialog); // which takes names of files only
+        setOption(DontUseNativeDialog); // native dialogs accept names of files only
         setFileMode(ExistingFiles);
         name = findChild<QLineEdit*>("fileNameEdit");
         auto* const buttons = findChild<QDialogButtonBox*>();
@@ -95,7 +95,7 @@ void StackOpener::want(const std::vector<std::string>& paths, const std::optiona
 
 void StackOpener::recallChain() {
     if (workspace.opening() != ownOpening)
-        return; // the same files, of another device
+        return; // the same files with a different device
     const auto demo = std::exchange(demoWanted, std::nullopt);
     const bool isDemo = demo.has_value();
     while (isDemo && !workspace.chain().links.empty())

@@ -15,12 +15,13 @@ class QWidget;
 
 namespace ombrel::workbench {
 
-// Takes files into the workspace: named ones, chosen ones, dropped ones and the demo data. A file comes with
-// the chain that was last used on it.
-// A path may name a dataset in a file. The file alone, and the name that tells it from others of a folder.
+// A path may name a dataset in a file: FILE::/path/of/dataset.
+// The file alone, and the name without its folder.
 QString filePart(const QString& path);
 QString shortName(const QString& path);
 
+// Opens files in the workspace: named, chosen or dropped ones, or the demo data. A file comes with the chain
+// that was last used on it.
 class StackOpener final : public QObject {
     Q_OBJECT
 public:
@@ -28,19 +29,19 @@ public:
 
     void open(const std::vector<std::string>& paths);
     void choose(QWidget& parentOfDialog);
-    // Of the datasets that may be meant.
+    // Lets the user choose one of the datasets of a file.
     void chooseDataset(QWidget& parentOfDialog, const OpenFailure& failure);
     void openDropped(const QMimeData& dropped);
-    // Made before where it is not there yet. Opened with its correction, which replaces the chain.
+    // Opens the demo data, which is created if missing, with its correction, which replaces the chain.
     void openDemo();
-    // The chain as it is now, with the open file.
+    // Stores the present chain for the open file.
     void rememberChain();
-    // For files that were just opened: one chain is tried on many stacks; where there is none, the one that
-    // was last used on this file is there again.
+    // For newly opened files: keeps the present chain, so that one chain can be tried on many stacks; an
+    // empty chain is replaced by the one last used on this file.
     void recallChain();
 
 signals:
-    // While the demo data is made; `of` 0: no longer.
+    // Progress of creating the demo data; `of` 0 ends it.
     void advanced(int done, int of);
     void failed(const QString& reason);
 
@@ -50,8 +51,8 @@ private:
     Workspace& workspace;
     RecentState& memory;
     DemoJob demoJob;
-    int ownOpening = 0;                 // the latest that was asked for here
-    std::optional<DemoData> demoWanted; // where that is of the demo data
+    int ownOpening = 0;                 // latest request made here
+    std::optional<DemoData> demoWanted; // set when that request is for the demo data
 };
 
 } // namespace ombrel::workbench

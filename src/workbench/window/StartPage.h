@@ -10,14 +10,14 @@ class QVBoxLayout;
 
 namespace ombrel::workbench {
 
-// What the window shows before anything is open: ways to open something.
+// The page shown before any files are open: ways to open some.
 class StartPage final : public QWidget {
     Q_OBJECT
 public:
     explicit StartPage(QWidget* parent = nullptr);
 
     void setRecentFiles(const QStringList& files);
-    // While the demo data is made; `of` 0 ends it.
+    // Progress of creating the demo data; `of` 0 ends it.
     void setProgress(int done, int of);
     void setProblem(const QString& problem);
 

@@ -10,8 +10,8 @@ class QLabel;
 
 namespace ombrel::workbench {
 
-// What the filters log and what the workbench has to say, the latest last. A line that repeats the one before
-// is counted rather than shown again.
+// The log of the filters and of the workbench, latest line last. Repeats of the last line are counted instead
+// of appended.
 class LogPane final : public QPlainTextEdit {
     Q_OBJECT
 public:
@@ -24,7 +24,7 @@ private:
     int repeats = 0;
 };
 
-// The line at the foot of the window: values under the cursor, whether the worker is at work, what is open.
+// The status bar of the window: values under the cursor, whether the worker is busy, and the open stack.
 class StatusLine final : public QStatusBar {
     Q_OBJECT
 public:
@@ -32,7 +32,7 @@ public:
 
     void setValues(const QString& values);
     void setBusy(bool isBusy);
-    // For a while.
+    // Shows the text for a while.
     void tell(const QString& message);
 
 private:
@@ -42,7 +42,7 @@ private:
     QLabel* valueLabel;
     QLabel* busyLabel;
     QLabel* stackLabel;
-    QTimer busySoon; // so that quick frames do not flicker
+    QTimer busySoon; // delays the busy sign, so that quick frames do not flicker
 };
 
 } // namespace ombrel::workbench

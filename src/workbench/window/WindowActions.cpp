@@ -42,7 +42,7 @@ void showKeys(const QMenuBar& menus) {
 
 namespace {
 
-// Without the mark of its mnemonic.
+// Without its mnemonic mark.
 QString plain(QString text) {
     return text.remove('&');
 }

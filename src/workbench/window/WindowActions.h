@@ -20,23 +20,23 @@ class QToolBar;
 
 namespace ombrel::workbench {
 
-// Lists the keys of all actions of the menus in a modal window: from the actions themselves, so that the list
-// is never wrong.
+// Shows a modal list of the keys of all menu actions. It is generated from the actions, so it is never
+// outdated.
 void showKeys(const QMenuBar& menus);
 
-// The menus, the tool bar and the keys of the window. An action tells by a signal what the user wants; those
-// that change the chain change it in the workspace.
+// The menus, the tool bar and the keys of the window. Actions emit signals with the user's request; those
+// that edit the chain change the workspace directly.
 class WindowActions final : public QObject {
     Q_OBJECT
 public:
-    // The window owns the actions. `docks` are shown and hidden by the menu of views.
+    // The window owns the actions. The view menu shows and hides `docks`.
     WindowActions(QMainWindow& owner, Workspace& model, const std::vector<QDockWidget*>& docks);
 
     void setRecentFiles(const QStringList& files);
     void showToolBar(bool isShown);
     void lockLimits();
     QString colourMap() const;
-    // The first one when there is none of that name.
+    // Chooses the first map when no map has that name.
     void chooseColourMap(const QString& name);
 
 signals:
@@ -70,9 +70,9 @@ private:
     void makeHelpActions();
     QMenu& addMenu(const QString& title);
     QAction* add(QMenu& menu, const QString& text, const QString& keys, Work work);
-    // For what needs open frames.
+    // An action that needs open frames.
     QAction* addForFrames(QMenu& menu, const QString& text, const QString& keys, Work work);
-    // In the tool bar too.
+    // A checkable action, also in the tool bar.
     QAction* addSwitch(QMenu& menu, const QString& text, const QString& keys, std::function<void(bool)> work);
     void enableActions();
     void switchChosenLink();
@@ -84,7 +84,7 @@ private:
     QMenu* recentMenu = nullptr;
     QAction* lockAction = nullptr;
     QActionGroup* colourActions;
-    std::vector<QAction*> frameActions; // that need open frames
+    std::vector<QAction*> frameActions; // need open frames
 };
 
 } // namespace ombrel::workbench

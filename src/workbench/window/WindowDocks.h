@@ -10,7 +10,7 @@ class QWidget;
 
 namespace ombrel::workbench {
 
-// The docks around the frames, and where they stand.
+// The docks around the frames, and their layout.
 class WindowDocks {
 public:
     struct Contents {
@@ -27,7 +27,7 @@ public:
     const std::vector<QDockWidget*>& all() const { return docks; }
     void setVisible(bool areVisible);
     void raiseBatch();
-    // As the window's saved state has them, else where they stand at first. They must be visible.
+    // Restores the window's saved layout, else applies the default. The docks must be visible.
     void layOut(const QByteArray& saved);
 
 private:
@@ -36,7 +36,7 @@ private:
     void add(const char* name, const char* title, QWidget* content, Qt::DockWidgetArea area);
 
     QMainWindow& window;
-    std::vector<QDockWidget*> docks; // in the order of their places
+    std::vector<QDockWidget*> docks; // indexed by Place
 };
 
 } // namespace ombrel::workbench

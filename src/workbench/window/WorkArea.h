@@ -10,7 +10,7 @@ class CurvePlot;
 class FrameBar;
 class FramePanes;
 
-// Where frames are looked at: the panes, the bar that chooses one, and the curves below.
+// The area for looking at frames: the panes, the frame bar, and the curves below.
 class WorkArea final : public QSplitter {
     Q_OBJECT
 public:
@@ -26,7 +26,7 @@ public:
 private:
     QWidget* makeTop();
     QWidget* makeCurves();
-    // No frame of it is shown yet.
+    // No frame of the stack is shown yet.
     void showStack();
     void showProfile();
 

@@ -18,12 +18,12 @@ namespace ombrel::workbench {
 
 namespace {
 
-// The toolkit keeps references to what it gets as the command line.
+// The toolkit keeps references to its command line.
 char programName[] = "ombrel-workbench";
 char* commandLine[] = {programName, nullptr};
 int argumentCount = 1;
 
-// The toolkit ends the program without a display.
+// Check here: without a display the toolkit aborts the program.
 int& checkedArgumentCount() {
     for (const char* name : {"QT_QPA_PLATFORM", "DISPLAY", "WAYLAND_DISPLAY"})
         if (!qEnvironmentVariableIsEmpty(name))
@@ -36,7 +36,7 @@ int& checkedArgumentCount() {
 Application::Application(Console& messages)
     : QApplication(checkedArgumentCount(), commandLine), console(messages) {
     setApplicationDisplayName("ombrel");
-    setDesktopFileName(programName); // where the icon and the menu entry are found
+    setDesktopFileName(programName); // selects the icon and the menu entry
     setWindowIcon(QIcon::fromTheme(programName));
 }
 
@@ -56,7 +56,7 @@ namespace {
 constexpr const char* about = "The windows of ombrel; \"ombrel gui\" and \"ombrel configure\" start it.";
 
 struct GuiOptions {
-    std::vector<std::string> inputs; // empty: the window offers what to open
+    std::vector<std::string> inputs; // empty: the window offers ways to open files
     std::string plugin;
 };
 
@@ -104,7 +104,7 @@ CommandPaths pathsOf(const ConfigureOptions& options) {
 }
 
 void showConfiguration(const ConfigureOptions& options, Console& console) {
-    // Before a display is looked for.
+    // Before the check for a display.
     if (!options.size.empty())
         parseFrameSize("--size", options.size);
     pathsOf(options).check(console);
@@ -124,7 +124,7 @@ void showWorkbench(const GuiOptions& options, Console& console) {
 } // namespace
 
 int runWorkbench(int argc, char** argv, Console& console) {
-    // "ombrel" when that program has become this one.
+    // "ombrel" if that program started this one in its place.
     CLI::App program(about, argc > 0 ? std::filesystem::path(argv[0]).filename() : "ombrel-workbench");
     ConfigureOptions configureOptions;
     addConfigureCommand(program, configureOptions).callback([&] {

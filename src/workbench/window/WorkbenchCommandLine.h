@@ -6,11 +6,11 @@
 
 namespace ombrel::workbench {
 
-// The application of a program that reads its command line by itself. What is thrown while an event is
-// handled, say for want of memory, becomes a message and ends no window.
+// The application of a program that parses its own command line. An exception during an event (e.g.
+// bad_alloc) is reported and closes no window.
 class Application final : public QApplication {
 public:
-    // Throws Error when there is no display.
+    // Throws Error without a display.
     explicit Application(Console& messages);
 
     bool notify(QObject* receiver, QEvent* event) override;
@@ -19,8 +19,8 @@ private:
     Console& console;
 };
 
-// Reads the command line, shows the windows that it asks for until they are closed, and returns the exit
-// code. Nothing is thrown.
+// Parses the command line, shows the requested windows until they are closed, and returns the exit code. Does
+// not throw.
 int runWorkbench(int argc, char** argv, Console& console);
 
 } // namespace ombrel::workbench

@@ -13,7 +13,7 @@ namespace ombrel::workbench {
 
 namespace {
 
-constexpr qint64 tellMilliseconds = 50; // a window that hears of every frame does nothing else
+constexpr qint64 tellMilliseconds = 50; // updates for every frame would block the window
 
 struct Outcome {
     zt::u64 done = 0;
@@ -21,7 +21,7 @@ struct Outcome {
     zt::u64 failed = 0;
     bool isStopped = false;
     bool hasOutput = true;
-    std::string loss; // of grid choices
+    std::string loss; // why choices of grid points are missing
 };
 
 Outcome correctAll(const RunOptions& options, Console& console, BatchListener listener,

@@ -11,26 +11,27 @@
 
 namespace ombrel::workbench {
 
-// Runs all frames of the inputs through a chain into an output, on a thread of its own and with filter
-// instances of its own: what `ombrel run` would do with these options, down to the record in the output.
+// Runs all frames of the inputs through a chain into an output, on its own thread and with its own filter
+// instances. The result equals that of `ombrel run` with the same options, including the record in the
+// output.
 class BatchJob final : public QObject {
     Q_OBJECT
 public:
     explicit BatchJob(Console& messages) : console(messages) {}
-    // Cancels, and waits for the frames on their way.
+    // Cancels, and waits for the running frames.
     ~BatchJob() override;
 
-    // Not while one runs.
+    // Must not be called while a run is active.
     void start(const RunOptions& options);
-    // The output keeps the frames that are done, and the same run can resume.
+    // The output keeps the finished frames, and the same run can resume.
     void cancel() { stopWanted = true; }
     bool isRunning() const { return running; }
 
 signals:
-    // From the job's thread.
+    // Emitted on the job's thread.
     void advanced(quint64 done, quint64 of);
     void logged(const QString& line);
-    // `isGood`: every frame was corrected. `summary` tells what came of it in one line.
+    // `isGood`: every frame was corrected. `summary` is one line about the result.
     void finished(bool isGood, const QString& summary);
 
 private:

@@ -12,7 +12,7 @@ DemoData prepareDemoData(const std::string& folder, const std::string& plugin, C
                          const std::function<void(int done, int of)>& advanced) {
     const std::filesystem::path path(folder);
     const DemoData demo{(path / "frames.h5").string(), (path / "flat-field.xml").string()};
-    // The settings are written last: with them the set is whole.
+    // The settings are written last: if they exist, the set is complete.
     if (std::filesystem::exists(demo.flatField) && std::filesystem::exists(demo.frames))
         return demo;
 
@@ -22,7 +22,7 @@ DemoData prepareDemoData(const std::string& folder, const std::string& plugin, C
     plan.wedgeSteps = 0;
     int done = 0;
     const int of = static_cast<int>(simulation::imagesOf(plan));
-    // It replaces the files of one that was cut off.
+    // Overwrites the files of an interrupted attempt.
     simulation::writeSet(plan, [&] { advanced(++done, of); });
 
     FlatFieldOptions flats;

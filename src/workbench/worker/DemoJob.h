@@ -13,29 +13,29 @@ namespace ombrel::workbench {
 
 // A small data set of a simulated detector to try the workbench with.
 struct DemoData {
-    std::string frames;    // of a sample
-    std::string flatField; // settings for them
+    std::string frames;    // sample frames
+    std::string flatField; // settings that match the frames
 };
 
-// Takes the set from the folder, or makes it there when it is not whole; `advanced` is told done and of.
-// Throws Error.
+// Returns the data set in the folder, and first creates it there if it is missing or incomplete; `advanced`
+// then reports progress. Throws Error.
 DemoData prepareDemoData(const std::string& folder, const std::string& plugin, Console& console,
                          const std::function<void(int done, int of)>& advanced);
 
-// Makes the demo data on a thread of its own.
+// Creates the demo data on a separate thread.
 class DemoJob final : public QObject {
     Q_OBJECT
 public:
-    // `pluginPath` empty finds the plug-in.
+    // An empty `pluginPath` searches for the plug-in.
     DemoJob(Console& messages, std::string pluginPath) : console(messages), plugin(std::move(pluginPath)) {}
-    // Waits for the end of what is being made.
+    // Waits for the job to end.
     ~DemoJob() override;
 
-    // Does nothing while it runs.
+    // Ignored while a job runs.
     void start(const std::string& folder);
 
 signals:
-    // From the job's thread.
+    // Emitted on the job's thread.
     void advanced(int done, int of);
     void made(const ombrel::workbench::DemoData& demo);
     void failed(const QString& reason);

@@ -9,7 +9,7 @@ namespace ombrel::workbench {
 
 namespace {
 
-// Without a newer request for this long the slider rests.
+// The slider counts as resting after this long without a newer request.
 constexpr std::chrono::milliseconds rest{120};
 
 } // namespace

@@ -19,21 +19,21 @@ namespace ombrel::workbench {
 
 class StackViewer;
 
-// Reads and corrects frames on a thread of its own. A request replaces the one that waits; the one at work is
-// finished. Signals come from that thread; receivers on the window's get them there.
+// Reads and corrects frames on its own thread. A new request replaces the waiting one; the running one is
+// finished. Signals are emitted on that thread; the window's receivers get them queued.
 class FrameWorker final : public QObject {
     Q_OBJECT
 public:
-    // `pluginPath` empty finds the plug-in. A chain that takes longer than `slowSeconds` waits until the
-    // slider rests, so that raw frames follow it.
+    // An empty `pluginPath` searches for the plug-in. A chain slower than `slowSeconds` runs only when the
+    // slider rests, so that the raw frames can follow the slider.
     explicit FrameWorker(std::string pluginPath, double slowSeconds = 0.08);
     ~FrameWorker() override;
-    // Waits for the frame or task at work; what waits is never done.
+    // Waits for the running frame or task; waiting ones are dropped.
     void stop();
 
     void request(FrameRequest wanted);
-    // Work between two frames, on the worker's thread. Tasks are done in order, all of them, and before the
-    // request that waits. What they throw is logged.
+    // Runs a task on the worker's thread between two frames. All tasks run, in order, before the waiting
+    // request. Exceptions are logged.
     void run(std::function<void(StackViewer&)> task);
 
 signals:
@@ -48,7 +48,7 @@ private:
     void work();
     void serve(StackViewer& viewer, const FrameRequest& wanted);
     void perform(StackViewer& viewer, const std::function<void(StackViewer&)>& task);
-    // Whether a newer request came within a moment.
+    // Whether a newer request arrives within the given time.
     bool isOvertaken(std::chrono::milliseconds within);
 
     std::string plugin;

@@ -10,16 +10,16 @@
 
 namespace ombrel::workbench {
 
-// The host with one device of the frames' size, and the plug-in started for it. Whoever holds filter
-// instances shares it, since they must end before it.
+// The host with one device of the frames' size, and the plug-in initialised for it. Holders of filter
+// instances share it, since the instances must end first.
 class PluginHost {
 public:
-    // `pluginPath` empty finds the plug-in. `sink` is called from any thread. Throws Error.
+    // An empty `pluginPath` searches for the plug-in. `sink` is called from any thread. Throws Error.
     PluginHost(const std::string& pluginPath, zt::u32 width, zt::u32 height, Host::LogSink sink);
 
     Host& host() { return zenteo; }
     Device& device() { return detector; }
-    // Of the filters that there are for the device.
+    // Filters registered for the device.
     std::vector<std::string> filterNames() const;
     // A new instance. Throws UnknownFilter or Error.
     FilterLink makeLink(const std::string& filter) { return {zenteo, detector, filter}; }
@@ -32,7 +32,8 @@ private:
 
 using PluginHostPtr = std::shared_ptr<PluginHost>;
 
-// Hands settings to a filter under a catch. The reason when it failed, or logged a line; else empty.
+// Loads settings into a filter and catches exceptions. Returns the reason when it failed or logged a line;
+// else empty.
 std::string loadInto(zt::IDataFilter& filter, Settings& settings);
 
 } // namespace ombrel::workbench

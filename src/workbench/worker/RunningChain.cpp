@@ -21,7 +21,7 @@ double secondsSince(Clock::time_point start) {
     return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
-// Each link logs its quality values to a file of its own, told apart by the link's number.
+// Each link logs its quality values to a separate file, identified by the link's id.
 std::size_t logNumber(const LinkState& state) {
     return static_cast<std::size_t>(state.id);
 }
@@ -30,7 +30,7 @@ bool choosesGridPoints(const LinkState& state) {
     return state.filter == adaptiveFilter;
 }
 
-// Of the adaptive filter, the only one that writes files.
+// For the adaptive filter, the only one that writes files.
 void setWrite(Settings& settings, const std::string& key, const std::string& text) {
     if (key == dumpKey)
         settings.setBool(adaptiveGroup, key.c_str(), text == "true");
@@ -43,7 +43,7 @@ void setWrite(Settings& settings, const std::string& key, const std::string& tex
 std::vector<LinkReport> RunningChain::follow(const ChainState& wanted) {
     std::vector<RunningLink> next;
     std::vector<LinkReport> reports;
-    // What is no longer wanted ends first: the new ones may need its memory.
+    // End the removed filters first: the new ones may need their memory.
     std::erase_if(links, [&](const RunningLink& running) {
         return std::ranges::none_of(wanted.links, [&](const auto& link) { return running.isFor(link); });
     });
@@ -86,12 +86,12 @@ void RunningChain::load(RunningLink& running) {
         return;
     }
     if (state.settings.empty() || !std::filesystem::exists(state.settings))
-        return; // a filter as it is made; whether that will do shows with the first frame
+        return; // default settings; the first frame shows whether they suffice
     SettingsSource source{state.settings, state.settings, {}};
     if (choosesGridPoints(state))
         source.change = [&](Settings& settings) {
             running.ownWrites = discardWrites(settings);
-            running.ownWrites.try_emplace(logKey); // where quality values are led elsewhere
+            running.ownWrites.try_emplace(logKey); // its quality values are redirected below
             choices.redirect(settings, logNumber(state));
         };
     running.link.loadSettings(source);

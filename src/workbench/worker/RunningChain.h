@@ -13,28 +13,29 @@
 
 namespace ombrel::workbench {
 
-// The filter instances that correct the shown frames. They follow the chain that the user wants: what is new
-// is made and loaded, what is edited gets the edits, what is gone ends. All of it on one thread.
+// The filter instances that correct the shown frames. They follow the chain that the user configured: new
+// links are created and loaded, edits applied, removed links ended. Used on one thread only.
 class RunningChain {
 public:
     explicit RunningChain(PluginHostPtr pluginHost) : host(std::move(pluginHost)) {}
 
-    // Returns the report of each link for which something was done.
+    // Returns a report for each link that was loaded or edited.
     std::vector<LinkReport> follow(const ChainState& wanted);
     FrameResult apply(FramePtr frame);
-    // Of the first adaptive filter for the latest frame.
+    // The choice of the first adaptive filter for the latest frame.
     std::optional<SelectedFlatField> choice();
 
-    // Writes settings as the link has them now, other keys of its file included. Throws Error.
+    // Writes the link's present settings; other keys of its file are kept. Throws Error.
     void saveSettings(int id, const std::string& path);
 
 private:
     struct RunningLink {
-        LinkState state; // as it was followed
+        LinkState state; // as of the last follow()
         FilterLink link;
         LinkReport report;
         std::map<std::string, std::string> original; // parameters as loaded
-        // What the settings make the filter write, as texts by key. Here it writes nothing: a batch does.
+        // Settings that make the filter write files, as texts by key. They are off here and apply to batch
+        // runs only.
         std::map<std::string, std::string> ownWrites;
 
         bool isFor(const LinkState& wanted) const {
@@ -44,11 +45,11 @@ private:
 
     RunningLink makeLink(const LinkState& wanted);
     void load(RunningLink& running);
-    // False when there was nothing to do.
+    // False when no edit differs.
     bool applyEdits(RunningLink& running, const LinkState& wanted);
     std::string setParam(RunningLink& running, const std::string& name, const std::string& text);
 
-    PluginHostPtr host; // the first member: filters end before it
+    PluginHostPtr host; // first member: the filters end before the host
     std::vector<RunningLink> links;
     SelectionLogs choices;
     zt::u64 choicesRead = 0;

@@ -26,7 +26,7 @@ PaneView paneOf(const Frame& frame) {
     return pane;
 }
 
-// As far below zero as above.
+// Limits symmetric around zero.
 PaneView differencePane(const PaneView& corrected, const PaneView& base) {
     PaneView pane;
     pane.image = differenceOf(corrected.image, base.image);
@@ -43,7 +43,7 @@ PaneView differencePane(const PaneView& corrected, const PaneView& base) {
 bool StackViewer::open(const FrameRequest& request) {
     if (stack && request.opening == opening)
         return false;
-    // What is open stays so until all of the new one stands.
+    // The open stack is replaced only after everything of the new one was created.
     auto newStack = std::make_unique<FrameStack>(request.inputs, FrameRole::Sample);
     const zt::u32 width = newStack->width();
     const zt::u32 height = newStack->height();
@@ -79,7 +79,7 @@ bool StackViewer::read(const FrameRequest& request) {
     view = {};
     view.opening = opening;
     view.frame = frame;
-    view.seconds = seconds; // until it is known better
+    view.seconds = seconds; // estimate until this frame is corrected
     try {
         raw = frameOf(*stack, frame);
         view.panes[RAW_PANE] = paneOf(*raw);
@@ -154,7 +154,7 @@ std::vector<FramePtr> StackViewer::measuredFrames(zt::u64 most) {
             for (zt::u64 frame = 0; frame < std::min(most, flats.frameCount()); ++frame)
                 frames.push_back(frameOf(flats, frame));
     } catch (const Error&) {
-        frames.clear(); // there are none
+        frames.clear(); // the files have no flat fields
     }
     if (frames.empty() && raw)
         frames.push_back(copyOf(*raw));

@@ -13,17 +13,16 @@
 
 namespace ombrel::workbench {
 
-// The open stack with the chain that runs on it, and the frame of it that is looked at. All of it on one
-// thread. The steps for a request are open(), read(), follow(), correct() and show(), of which only those do
-// something that have to.
+// The open stack, the chain that runs on it, and the current frame. Used on one thread only. A request takes
+// the steps open(), read(), follow(), correct() and show(); each does only what has changed.
 class StackViewer {
 public:
     StackViewer(std::string plugin, Host::LogSink logSink)
         : pluginPath(std::move(plugin)), sink(std::move(logSink)) {}
 
-    // True when the stack of the request was opened. Throws Error, and leaves open what was.
+    // Returns whether a stack was opened. Throws Error, and then keeps the previous one.
     bool open(const FrameRequest& request);
-    // True when another frame was read.
+    // Returns whether a new frame was read.
     bool read(const FrameRequest& request);
     std::vector<LinkReport> follow(const ChainState& wanted);
     void correct();
@@ -32,10 +31,10 @@ public:
     StackFacts facts() const;
     const PluginHostPtr& pluginHost() const { return host; }
     RunningChain& chain() { return *running; }
-    // What a detector would have measured for a settings window: the flat fields of the files where they tell
-    // them apart, at most `most`, else the frame that is looked at.
+    // The acquisition to offer to a settings window: the flat fields of the files if they mark them, at most
+    // `most`, else the current frame.
     std::vector<FramePtr> measuredFrames(zt::u64 most);
-    // How long the chain took for the last frame.
+    // Time that the chain took for the last frame.
     double lastSeconds() const { return view.seconds; }
 
 private:
@@ -44,7 +43,7 @@ private:
     std::string pluginPath;
     Host::LogSink sink;
     std::vector<std::string> openInputs;
-    int opening = 0; // of what is open
+    int opening = 0; // number of the request that was opened
     DeviceState device;
     PluginHostPtr host;
     std::unique_ptr<FrameStack> stack;
