@@ -116,7 +116,7 @@ TEST_F(Replay, PartsThatDoNotFitAreRefused) {
     for (const auto& [one, other, words] : {std::tuple("a.h5", "b.h5", "hold the same frames"),
                                             {"c.h5", "a.h5", "frames are missing between"},
                                             {"a.h5", "d.h5", "output type: f64 now, f32 before"},
-                                            {"a.h5", "frames.h5", "was not made by ombrel"}}) {
+                                            {"a.h5", "frames.h5", "was not written by ombrel"}}) {
         expectRefusal(runOmbrel({"merge", folder / one, folder / other, "-o", folder / "whole.h5"}), 1,
                       words);
         EXPECT_FALSE(fs::exists(folder / "whole.h5"));

@@ -16,7 +16,7 @@ struct Group {
     Hdf5Identity identity;
 };
 
-// Goes through the groups, those near the root first.
+// Walks through the groups, those near the root first.
 class Walk {
 public:
     explicit Walk(hid_t file) { addGroup("", openHdf5Object(file, "/")); }
@@ -34,7 +34,7 @@ public:
     }
 
 private:
-    // The library's C code calls this, so no exception may leave it.
+    // Called by the library's C code, so it must not throw.
     static herr_t visitLink(hid_t group, const char* name, const H5L_info_t*, void* walk) {
         auto& self = *static_cast<Walk*>(walk);
         try {
@@ -68,7 +68,7 @@ private:
     }
 
     void addDeadLink(hid_t group, const std::string& name, const std::string& path) {
-        contents.others.push_back(path + " (a link that leads nowhere)");
+        contents.others.push_back(path + " (a dangling link)");
         const auto dead = deadLinkOn(group, name);
         if (dead && dead->intoOtherFile)
             contents.deadLinks.push_back(path.substr(0, path.size() - name.size()) + dead->text);

@@ -41,9 +41,9 @@ bool isDetectorData(hid_t file, const std::string& path) {
            textAttribute(openHdf5Object(file, parentOf(path)), "NX_class") == "NXdetector";
 }
 
-// Follows `default` from group to group, then `signal`; empty when that ends nowhere.
+// Follows `default` from group to group, then `signal`; empty if a target is missing.
 std::string signalledPath(hid_t file, std::string group) {
-    constexpr int deepest = 16; // more than any real file has, less than a circle
+    constexpr int deepest = 16; // more than any real file has; stops circles
     for (int depth = 0; depth < deepest; ++depth) {
         const Hdf5Object object = openHdf5Object(file, group);
         if (!object.isOpen())
@@ -68,7 +68,7 @@ std::vector<std::string> topGroups(hid_t file) {
     return groups;
 }
 
-// Many files have no `default` at their root, but in the one entry below it.
+// Many files have no `default` at their root, but one in their single entry.
 Candidates signalledCandidates(hid_t file, const Hdf5Contents& contents) {
     Candidates found;
     for (const std::string& group : topGroups(file)) {
@@ -96,7 +96,7 @@ Candidates common(const Candidates& some, const Candidates& others) {
     return both;
 }
 
-// The list may be long: the first few show what kind of file it is.
+// The list may be long: the first few entries show the kind of file.
 std::string listText(const std::vector<std::string>& entries) {
     constexpr std::size_t shown = 12;
     std::string text;
@@ -125,18 +125,18 @@ Candidates allOf(const Hdf5Contents& contents) {
                 (contents.others.empty() ? "no dataset" : listText(contents.others)));
 }
 
-// Where nothing marks a dataset as the frames, those may be what a link into a missing file led to.
+// If no dataset is marked as the frames, they may be the target of a link into a missing file.
 void refuseDeadLinks(const std::string& file, const Hdf5Contents& contents) {
     if (!contents.deadLinks.empty())
         throw Error(file + ": " + listText(contents.deadLinks) +
-                    "; put the file there, or name a dataset by FILE::/path/of/dataset");
+                    "; restore the file, or select a dataset with FILE::/path/of/dataset");
 }
 
 [[noreturn]] void refuseSeveral(const std::string& file, const Candidates& candidates) {
     std::vector<DatasetChoice> choices;
     for (const Hdf5Candidate* candidate : candidates)
         choices.push_back({candidate->paths.front(), shapeText(candidate->shape)});
-    throw SeveralDatasets(file + ": which dataset holds the frames is not clear; add one of these: " +
+    throw SeveralDatasets(file + ": several datasets could hold the frames; add one of these: " +
                               listText(describe(candidates)),
                           file, std::move(choices));
 }
@@ -151,7 +151,7 @@ Hdf5Selection selection(const std::string& file, const Hdf5Candidate& candidate,
     return selected;
 }
 
-// The dataset of the Data Exchange layout, when the file has it.
+// The dataset of the Data Exchange layout, if the file has it.
 std::optional<Hdf5Selection> selectExchange(hid_t file, const std::string& fileName,
                                             const Hdf5Contents& contents, FrameRole role) {
     const std::string data = "/exchange/data";
@@ -171,7 +171,7 @@ Hdf5Selection selectNamed(hid_t file, const DatasetPath& path, const Hdf5Content
     const Candidates others = allOf(contents);
     throw Error(path.file + ": " + path.dataset +
                 (exists ? " is not a dataset of numbers of rank 2 to 4" : " does not exist") +
-                (others.empty() ? "" : "; there is " + listText(describe(others))));
+                (others.empty() ? "" : "; the file holds " + listText(describe(others))));
 }
 
 Hdf5Selection selectByStructure(hid_t file, const std::string& fileName, const Hdf5Contents& contents) {
@@ -205,10 +205,10 @@ Hdf5Selection selectDataset(hid_t file, const DatasetPath& path, FrameRole role)
 
 namespace {
 
-// The values that an image_key has.
+// The values of image_key.
 enum ImageKey { SAMPLE_KEY = 0, FLAT_KEY = 1, DARK_KEY = 2 };
 
-// The first dataset of that name with so many numbers, beside the frames or another link to them.
+// The first dataset with that name and that many numbers, next to the frames or another link to them.
 std::optional<Hdf5Numbers> numbersBeside(hid_t file, const std::vector<std::string>& groups,
                                          const std::string& name, zt::u64 count) {
     for (const std::string& group : groups)
@@ -237,7 +237,7 @@ std::optional<FrameKinds> exchangeKinds(hid_t file) {
 Hdf5File::Hdf5File(const std::string& path, FrameRole role) {
     const Hdf5Session session;
     const DatasetPath place = splitDatasetPath(path);
-    file = openHdf5(place.file, "this HDF5 file is cut off or damaged");
+    file = openHdf5(place.file, "this HDF5 file is truncated or damaged");
     const Hdf5Selection selection = selectDataset(file, place, role);
     images.emplace(file, selection.dataset, place.file);
     fillInfo(path, selection.dataset);
@@ -262,7 +262,7 @@ void Hdf5File::fillInfo(const std::string& path, const std::string& dataset) {
     if (fileInfo.run)
         fileInfo.frames = std::min(fileInfo.frames, fileInfo.run->framesDone);
     if (fileInfo.frames == 0)
-        throw Error(path + ": the run that wrote this file did no frame");
+        throw Error(path + ": the run that wrote this file completed no frame");
 }
 
 void Hdf5File::readTimes(const std::vector<std::string>& groups) {
@@ -330,7 +330,7 @@ void Hdf5File::readImage(zt::u32 frame, zt::u32 subFrame, std::span<std::byte> p
 
 std::vector<std::string> hdf5FilesOf(const std::string& path) {
     const Hdf5Session session;
-    return listContents(openHdf5(path, "this HDF5 file is cut off or damaged")).files;
+    return listContents(openHdf5(path, "this HDF5 file is truncated or damaged")).files;
 }
 
 } // namespace ombrel

@@ -13,21 +13,21 @@ namespace ombrel {
 
 struct Hdf5Selection {
     std::string dataset;
-    std::vector<std::string> groups; // that hold the dataset or a link to it, the one of `dataset` first
+    std::vector<std::string> groups; // groups that hold the dataset or a link to it, that of `dataset` first
 };
 
-// Chooses the dataset that holds the frames: the one that `path` names, else the first of these that really
-// opens as numbers of rank 2 to 4: /exchange/data (for flat fields /exchange/data_white); the `data` of an
-// NXdetector group; what the `default` and `signal` attributes lead to; the only dataset of that kind. Among
-// several detectors the attributes decide. Throws Error that lists what there is when that leaves none or
-// several, and one that names the cause when the dataset is a view whose sources are missing, or when the
-// frames may be what a link into a missing file led to.
+// Chooses the dataset that holds the frames: the one that `path` names, or else the first of these that opens
+// as numbers of rank 2 to 4: /exchange/data (for flat fields /exchange/data_white); the `data` of an
+// NXdetector group; the target of the `default` and `signal` attributes; the only dataset of that kind. The
+// attributes decide among several detectors. Throws Error with a list of the contents if no dataset or
+// several remain, and with the cause if the sources of a virtual dataset are missing or the frames may be the
+// target of a link into a missing file.
 Hdf5Selection selectDataset(hid_t file, const DatasetPath& path, FrameRole role);
 
 // The frames of one dataset of an HDF5 file.
 class Hdf5File final : public FrameFile {
 public:
-    // `path` may go on with "::/path/of/dataset".
+    // `path` may be followed by "::/path/of/dataset".
     Hdf5File(const std::string& path, FrameRole role);
 
     void readImage(zt::u32 frame, zt::u32 subFrame, std::span<std::byte> pixels) override;
@@ -42,11 +42,11 @@ private:
 
     Hdf5FileHandle file;
     std::optional<Hdf5Images> images;
-    std::vector<zt::u32> chosen; // the frames of the role in the dataset; empty when all are
-    std::vector<double> times;   // of each frame in the dataset, when they differ
+    std::vector<zt::u32> chosen; // frames of the role in the dataset; empty for all
+    std::vector<double> times;   // of each frame in the dataset, if they differ
 };
 
-// The files that the datasets of an HDF5 file are in or take their values from, itself among them.
+// All files that hold the datasets of an HDF5 file or their values, including the file itself.
 std::vector<std::string> hdf5FilesOf(const std::string& path);
 
 } // namespace ombrel

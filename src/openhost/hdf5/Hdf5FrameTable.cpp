@@ -13,7 +13,7 @@ namespace ombrel {
 
 namespace {
 
-// Cut to the room there is, but not within a character of UTF-8.
+// Truncates the reason to the available bytes, but not within a UTF-8 character.
 void storeReason(const std::string& reason, char (&text)[StoredFrameRow::reasonBytes]) {
     std::size_t length = std::min(reason.size(), sizeof text - 1);
     const auto isContinuation = [&](std::size_t index) { return (reason[index] & 0xC0) == 0x80; };
@@ -51,7 +51,7 @@ void insertPoint(hid_t compound, const std::string& prefix, std::size_t offset) 
     insert(compound, prefix + "_value", offset + offsetof(Point, value), H5T_NATIVE_DOUBLE);
 }
 
-// Reads the first `count` rows as `type`, which may have some of the members alone.
+// Reads the first `count` rows as `type`, which may contain only some of the members.
 template <typename Row>
 std::vector<Row> readAs(hid_t table, hid_t type, zt::u64 count) {
     std::vector<Row> rows(count);

@@ -11,7 +11,7 @@ namespace ombrel {
 
 // A row of the table of frames, as an HDF5 output stores it.
 struct StoredFrameRow {
-    static constexpr std::size_t reasonBytes = 127; // the last one is 0
+    static constexpr std::size_t reasonBytes = 127; // including the final 0
 
     struct Point {
         double v, t, e, value;
@@ -26,7 +26,7 @@ struct StoredFrameRow {
     Figures input;
     Figures output;
     double seconds;
-    Point best; // NaN where no grid was searched
+    Point best; // NaN for a run without a grid
     Point next;
     zt::u8 ambiguous;
     zt::u8 failed;
@@ -37,12 +37,12 @@ struct StoredFrameRow {
 StoredFrameRow storedRow(const FrameRow& row);
 FrameRow frameRow(const StoredFrameRow& stored);
 
-// The row as a compound type of the library; its members have names of their own.
+// The row as a compound type of the library, with named members.
 Hdf5Type storedRowType();
 
-// The rows of an open table, the first `count` of them. Throws Error with the reason alone.
+// The first `count` rows of an open table. The text of an Error is only the reason.
 std::vector<FrameRow> readRows(hid_t table, zt::u64 count);
-// How many of the first `count` frames failed.
+// Number of failed frames among the first `count`.
 zt::u64 countFailed(hid_t table, zt::u64 count);
 
 } // namespace ombrel

@@ -23,8 +23,8 @@ std::recursive_mutex& libraryMutex() {
     return mutex;
 }
 
-// What the library says of a failed system call goes over two lines, with times and addresses: only what
-// failed and why is kept.
+// The library's text for a failed system call has two lines, with times and addresses: only the call and the
+// reason are kept.
 std::string oneLine(std::string text) {
     constexpr std::string_view mark = "error message = '";
     const auto details = text.find(": time = ");
@@ -86,7 +86,7 @@ void addPrefixed(std::vector<fs::path>& places, const char* variable, const fs::
     }
 }
 
-// Where the library looks, in its order.
+// The places that the library searches, in its order.
 std::vector<fs::path> placesOf(const fs::path& name, const fs::path& owner, const char* variable) {
     std::error_code ignored;
     const fs::path folder = fs::absolute(owner, ignored).parent_path();
@@ -103,7 +103,7 @@ std::vector<fs::path> placesOf(const fs::path& name, const fs::path& owner, cons
     return places;
 }
 
-// The library calls this before it opens the file of an external link.
+// Called by the library before it opens the file of an external link.
 herr_t allowRegularFile(const char* parentFile, const char*, const char* linkedFile, const char*, unsigned*,
                         hid_t, void*) {
     try {
@@ -114,7 +114,7 @@ herr_t allowRegularFile(const char* parentFile, const char*, const char* linkedF
     }
 }
 
-// Where a soft link at `path` leads.
+// The target of a soft link at `path`.
 std::string targetOf(const std::string& path, const std::string& target) {
     return target.starts_with('/') ? target : path.substr(0, path.rfind('/') + 1) + target;
 }
@@ -124,13 +124,13 @@ DeadLink deadExternalLink(const std::string& path, const std::string& owner, con
     const char* name = nullptr;
     const char* object = nullptr;
     if (H5Lunpack_elink_val(value.data(), value.size(), &flags, &name, &object) < 0)
-        return {path + " is a link that leads nowhere", true};
+        return {path + " is a dangling link", true};
     const LinkedFile file = findLinkedFile(name, owner, "HDF5_EXT_PREFIX");
     const std::string problem = file.problem.empty() ? "cannot be opened" : file.problem;
     return {path + " is a link to " + name + "::" + object + ", which " + problem, true};
 }
 
-// The link at `path`, whose target does not open.
+// Describes the link at `path`, whose target does not open.
 std::optional<DeadLink> describeLink(hid_t place, const std::string& path, int depth) {
     constexpr int deepest = 16; // of links to links
     const Hdf5Properties access = hdf5Access(H5P_LINK_ACCESS);
@@ -141,14 +141,14 @@ std::optional<DeadLink> describeLink(hid_t place, const std::string& path, int d
         return DeadLink{path + " cannot be opened"};
     std::vector<char> value(info.u.val_size + 1, '\0');
     if (H5Lget_val(place, path.c_str(), value.data(), info.u.val_size, access) < 0)
-        return DeadLink{path + " is a link that leads nowhere"};
+        return DeadLink{path + " is a dangling link"};
     value.pop_back();
     if (info.type == H5L_TYPE_EXTERNAL)
         return deadExternalLink(path, hdf5FileName(place), value);
     const std::string target(value.data());
     const auto further =
         depth < deepest ? deadLinkOn(place, targetOf(path, target), depth + 1) : std::nullopt;
-    return further ? further : DeadLink{path + " is a link that leads nowhere: " + target};
+    return further ? further : DeadLink{path + " is a dangling link to " + target};
 }
 
 } // namespace
@@ -156,10 +156,10 @@ std::optional<DeadLink> describeLink(hid_t place, const std::string& path, int d
 Hdf5FileHandle openHdf5(const std::string& path, const std::string& problem) {
     Hdf5Session::checkMemory();
     const Hdf5Properties access{H5Pcreate(H5P_FILE_ACCESS)};
-    // A lock would refuse files on disks that know none, and our own outputs while they grow.
+    // A lock would refuse files on file systems without locks, and ombrel's own outputs while they grow.
     H5Pset_file_locking(access, false, true);
     Hdf5FileHandle file{H5Fopen(path.c_str(), H5F_ACC_RDONLY, access)};
-    if (!file.isOpen()) // told here: the library forgets the reason when `access` is closed
+    if (!file.isOpen()) // thrown here: the library loses the reason when `access` is closed
         throw Error(path + ": " + problem + Hdf5Session::reason());
     return file;
 }
@@ -189,7 +189,7 @@ LinkedFile findLinkedFile(const std::string& name, const std::string& owner, con
     for (const fs::path& place : placesOf(name, owner, prefixVariable)) {
         struct stat status {};
         if (::stat(place.c_str(), &status) == 0)
-            return {place.string(), S_ISREG(status.st_mode) ? "" : "is no regular file"};
+            return {place.string(), S_ISREG(status.st_mode) ? "" : "is not a regular file"};
     }
     return {"", "does not exist"};
 }

@@ -9,25 +9,25 @@
 
 namespace ombrel {
 
-// Holds the HDF5 library, which is not made for several threads everywhere, for one of them; and keeps it
-// from printing errors and from doing things at exit, where it may crash after a close that failed. Every use
-// of the library stands in the scope of one; scopes may be nested.
+// Locks the HDF5 library, which is not thread-safe in every build, for one thread. Also stops it from
+// printing errors and from cleaning up at exit, where it may crash after a failed close. Use the library only
+// in the scope of such an object; scopes may be nested.
 class Hdf5Session {
 public:
     Hdf5Session();
 
-    // Throws std::bad_alloc when there is too little memory for opening or making a file: the library does
-    // not survive that everywhere.
+    // Throws std::bad_alloc if memory is too short to open or create a file: the library does not handle that
+    // reliably.
     static void checkMemory();
 
-    // ": the library's words" for the last error, or nothing.
+    // ": " and the library's text for the last error, or empty.
     static std::string reason();
 
 private:
     std::unique_lock<std::recursive_mutex> lock;
 };
 
-// Owns an identifier of the HDF5 library; none when it is negative.
+// Owns an identifier of the HDF5 library; a negative one is not open.
 template <herr_t (*closeIdentifier)(hid_t)>
 class Hdf5Handle {
 public:
@@ -64,35 +64,35 @@ using Hdf5Type = Hdf5Handle<H5Tclose>;
 using Hdf5Attribute = Hdf5Handle<H5Aclose>;
 using Hdf5Properties = Hdf5Handle<H5Pclose>;
 
-// Opens the file for reading, whoever has locked it. Throws Error: "PATH: PROBLEM: the library's reason".
+// Opens the file read-only, ignoring file locks. Throws Error: "PATH: PROBLEM: the library's reason".
 Hdf5FileHandle openHdf5(const std::string& path, const std::string& problem);
 
-// Opens what a path leads to, in other files too. A link to a pipe or a device is not followed, since opening
-// it would hang. Not open when there is nothing.
+// Opens the object at a path, following links into other files. A link to a pipe or a device is not followed,
+// since opening it would block. Not open if the object does not exist.
 Hdf5Object openHdf5Object(hid_t place, const std::string& path);
 
-// Access properties of that class with which the library follows links as openHdf5Object() does.
+// Access properties of that class, with which the library follows links as openHdf5Object() does.
 Hdf5Properties hdf5Access(hid_t propertyClass);
 
-// Why a path does not open: the link on it that leads nowhere.
+// Why a path does not open: a dangling link on it.
 struct DeadLink {
     std::string text; // "/entry/data is a link to raw.h5::/data, which does not exist"
     bool intoOtherFile = false;
 };
 
-// Nothing when nothing has that name.
+// Nothing if no such link exists.
 std::optional<DeadLink> deadLinkOn(hid_t place, const std::string& path, int depth = 0);
 
-// The file that the library takes for a name in a link or a virtual dataset of another file.
+// The file that the library finds for a name in a link or a virtual dataset of another file.
 struct LinkedFile {
-    std::string path;    // the first of its places where there is a file; empty when there is none
-    std::string problem; // "does not exist" or "is no regular file"; empty for a file that may be opened
+    std::string path;    // the first place that exists; empty if none does
+    std::string problem; // "does not exist" or "is not a regular file"; empty for a file that may be opened
 };
 
-// `prefixVariable` is the environment variable that names folders to look in first.
+// `prefixVariable` is the environment variable that names the folders to search first.
 LinkedFile findLinkedFile(const std::string& name, const std::string& owner, const char* prefixVariable);
 
-// The path by which the file was opened that an object is in.
+// The path under which the file of an object was opened.
 std::string hdf5FileName(hid_t object);
 
 } // namespace ombrel

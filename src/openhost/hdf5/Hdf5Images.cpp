@@ -18,7 +18,7 @@ constexpr std::size_t mostBytes = std::size_t{512} << 20;
 constexpr std::size_t mostSlots = std::size_t{1} << 20;
 
 struct CacheSize {
-    std::size_t slots = 521; // the library's own sizes
+    std::size_t slots = 521; // the library's defaults
     std::size_t bytes = std::size_t{1} << 20;
 };
 
@@ -35,8 +35,8 @@ CacheSize cacheSizeOf(hid_t dataset, const Hdf5Shape& shape) {
     for (std::size_t axis = chunk.size() > 2 ? 1 : 0; axis < chunk.size(); ++axis) {
         const hsize_t chunks = (shape.extent[axis] + chunk[axis] - 1) / chunk[axis];
         layerBytes *= chunks * chunk[axis];
-        // The library's hash shifts the chunk's number along each axis by a whole number of bits: with as
-        // many slots, no two chunks of a frame drive each other out.
+        // The library's hash shifts the chunk's number along each axis by a whole number of bits: with this
+        // many slots, no two chunks of a frame displace each other.
         slots *= std::bit_ceil(chunks);
     }
     size.bytes = std::clamp(layerBytes, size.bytes, mostBytes);
@@ -53,7 +53,7 @@ Hdf5Dataset openWithChunkCache(hid_t file, const std::string& path) {
         return {};
     const CacheSize size = cacheSizeOf(dataset, *shape);
     const Hdf5Properties access = hdf5Access(H5P_DATASET_ACCESS);
-    // 1: chunks that were read whole go first.
+    // 1: chunks that were read completely are dropped first.
     H5Pset_chunk_cache(access, size.slots, size.bytes, 1);
     dataset.close(); // a second handle would share the cache of the first
     return Hdf5Dataset{H5Dopen2(file, path.c_str(), access)};
@@ -68,7 +68,7 @@ std::vector<hsize_t> extentOfImage(const Hdf5Shape& shape) {
     return extent;
 }
 
-// A descriptor of our own of the file in which the dataset really stands, which a link may have led to.
+// A separate descriptor of the file that really holds the dataset, possibly the target of a link.
 std::optional<FileDescriptor> duplicateDescriptor(hid_t dataset, const std::string& path) {
     const Hdf5FileHandle owner{H5Iget_file_id(dataset)};
     void* handle = nullptr;
@@ -113,13 +113,13 @@ void Hdf5Images::checkFilters(hid_t creation, const std::string& where) const {
                                                    &valueCount, nullptr, sizeof name, name, &config);
         if (H5Zfilter_avail(filter) <= 0)
             throw Error(where + ": compressed by HDF5 filter " + std::to_string(filter) + " (" + name +
-                        "), which is not installed; HDF5_PLUGIN_PATH may tell where it is");
+                        "), which is not installed; install it, or set HDF5_PLUGIN_PATH to its folder");
     }
 }
 
 void Hdf5Images::findContiguousPixels(const std::string& where) {
     const haddr_t offset = H5Dget_offset(dataset);
-    if (offset == HADDR_UNDEF) // nothing written yet, or kept in other files: the library knows
+    if (offset == HADDR_UNDEF) // nothing written yet, or stored in other files: the library reads it
         return;
     auto descriptor = duplicateDescriptor(dataset, where);
     if (!descriptor)
@@ -127,7 +127,7 @@ void Hdf5Images::findContiguousPixels(const std::string& where) {
     const zt::u64 fileSize = descriptor->size();
     const zt::u64 dataSize = H5Dget_storage_size(dataset);
     if (offset > fileSize || dataSize > fileSize - offset)
-        throw Error(where + ": the file is cut off or damaged: pixels are missing");
+        throw Error(where + ": the file is truncated or damaged: pixels are missing");
     if (storedAsNative) {
         file = std::move(descriptor);
         firstPixel = offset;

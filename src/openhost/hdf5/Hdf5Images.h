@@ -12,19 +12,19 @@
 
 namespace ombrel {
 
-// Opens a dataset with a chunk cache that holds the chunks of one frame, so that reading frame by frame
-// decompresses a chunk that spans several frames only once. Bounded; not open when the library refuses.
+// Opens a dataset with a chunk cache large enough for the chunks of one frame, so that reading frame by frame
+// decompresses a chunk of several frames only once. The cache is bounded. Not open if the library refuses.
 Hdf5Dataset openWithChunkCache(hid_t file, const std::string& path);
 
-// The images of one dataset, each read by the quickest way that its storage allows.
+// The images of one dataset, read in the fastest way that its storage allows.
 class Hdf5Images {
 public:
-    // Throws Error with `where` at its begin: the dataset is cut off, or compressed in a way unknown here.
+    // Throws Error that begins with `where` if the dataset is truncated or its compression is unknown.
     Hdf5Images(hid_t file, const std::string& dataset, const std::string& where);
 
     const Hdf5Shape& shape() const { return imageShape; }
 
-    // Reads an image in the shape's pixel type. Throws Error with the reason alone.
+    // Reads an image in the shape's pixel type. The text of an Error is only the reason.
     void read(zt::u32 frame, zt::u32 subFrame, std::span<std::byte> pixels);
 
 private:
@@ -37,10 +37,10 @@ private:
     Hdf5Shape imageShape;
     Hdf5Space space;
     Hdf5Space imageSpace;
-    bool storedAsNative = false;        // the bytes in the file are those of the pixel type
-    bool chunkIsImage = false;          // and each chunk is one image, not compressed
+    bool storedAsNative = false;        // the file stores the bytes of the pixel type
+    bool chunkIsImage = false;          // each chunk also is one uncompressed image
     std::optional<FileDescriptor> file; // of contiguous native pixels
-    zt::u64 firstPixel = 0;             // and where these begin
+    zt::u64 firstPixel = 0;             // its offset in that file
 };
 
 } // namespace ombrel

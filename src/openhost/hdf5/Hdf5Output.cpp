@@ -32,7 +32,7 @@ std::optional<RunState> readRunState(hid_t file, zt::u32 frames) {
     state.complete = complete->values[0] == 1;
     try {
         state.framesFailed = static_cast<zt::u32>(countFailed(table, state.framesDone));
-    } catch (const Error&) { // another program's table of that name
+    } catch (const Error&) { // a table of another program with the same name
         return std::nullopt;
     }
     return state;
@@ -40,9 +40,9 @@ std::optional<RunState> readRunState(hid_t file, zt::u32 frames) {
 
 namespace {
 
-// The library walks through all chunks to find the address of one, so that asking for each would take hours
-// for a million frames. It gives them their places in order, at equal distances: some are compared, and only
-// if one differs all are asked for.
+// The library searches all chunks for the address of one, so asking for each would take hours for a million
+// frames. It normally places them in order, at equal distances: a sample is compared, and only if one differs
+// all are asked for.
 Hdf5FrameAddresses frameAddresses(hid_t data, zt::u64 frames) {
     constexpr zt::u64 samples = 16;
     const auto asked = [&](zt::u64 frame) { return chunkAddress(data, frame); };
@@ -62,7 +62,7 @@ Hdf5FrameAddresses frameAddresses(hid_t data, zt::u64 frames) {
 Hdf5Object openThing(hid_t file, const std::string& name) {
     Hdf5Object object = openHdf5Object(file, name);
     if (!object.isOpen() || H5Iget_type(object) != H5I_DATASET)
-        throw Error("it was not made by ombrel: there is no " + name);
+        throw Error("it was not written by ombrel: " + name + " is missing");
     if (const auto problem = Hdf5Sources().problemOf(object))
         throw Error(name + ": " + *problem);
     return object;
@@ -71,7 +71,7 @@ Hdf5Object openThing(hid_t file, const std::string& name) {
 zt::u64 addressOf(hid_t file, const std::string& name) {
     const haddr_t address = H5Dget_offset(openThing(file, name));
     if (address == HADDR_UNDEF)
-        throw Error(name + " has no place in the file" + Hdf5Session::reason());
+        throw Error(name + " has no storage allocated in the file" + Hdf5Session::reason());
     return address;
 }
 
@@ -86,7 +86,7 @@ std::string textAt(hid_t file, const std::string& name) {
     return text;
 }
 
-// What is read of an output, led in by its path when it fails.
+// Reads from an output; prefixes the path to an error.
 template <typename Read>
 auto readOutput(const std::string& path, Read read) {
     const Hdf5Session session;
@@ -105,7 +105,7 @@ OutputPlan planOf(hid_t file, const std::string& path) {
     const auto shape = shapeOfImages(openThing(file, outputlayout::data));
     if (!shape || shape->extent.size() != 3 ||
         (shape->pixelType != zt::DT_FLOAT && shape->pixelType != zt::DT_DOUBLE))
-        throw Error(std::string(outputlayout::data) + " is no stack of corrected frames");
+        throw Error(std::string(outputlayout::data) + " is not a stack of corrected frames");
     plan.width = shape->width();
     plan.height = shape->height();
     plan.frames = shape->frames();
@@ -122,7 +122,7 @@ Hdf5OutputAddresses makeHdf5Output(const OutputFile& output, const OutputPlan& p
     const zt::u64 frameBytes = zt::u64{plan.width} * plan.height * pixelSize(plan.pixelType);
     Hdf5Writer maker(output.newPath(), output.path(), plan.frames, frameBytes);
     Hdf5OutputAddresses addresses;
-    // First, where a page begins: a count that lies on two of them could be left half written.
+    // First, at the start of a page: a count across two pages could be left half written.
     addresses.framesDone = maker.table(framesDone, H5T_NATIVE_UINT64, {});
     addresses.complete = maker.table(complete, H5T_NATIVE_UINT8, {});
     addresses.rows = maker.table(frames, storedRowType(), {plan.frames});
@@ -150,7 +150,7 @@ OutputState readHdf5Output(const std::string& path) {
             OutputState state{planOf(file, path), 0, false, {}};
             const auto run = readRunState(file, static_cast<zt::u32>(state.plan.frames));
             if (!run)
-                throw Error("it was not made by ombrel");
+                throw Error("it was not written by ombrel");
             state.framesDone = run->framesDone;
             state.complete = run->complete;
             state.rows = readRows(openThing(file, outputlayout::frames), state.framesDone);
@@ -188,8 +188,8 @@ std::string settingsInHdf5Output(const std::string& path, std::size_t index) {
 
 Hdf5Output::Hdf5Output(const OutputPlan& plan) : file{plan.path}, failedFrame{failedFramePixels(plan)} {
     if (plan.frames == 0)
-        throw std::invalid_argument("an output of no frames");
-    // A full disk is found here, before the library could be caught by it half-way.
+        throw std::invalid_argument("an output without frames");
+    // A full disk is detected here, before the library could fail in the middle of its work.
     file.reserveSize(plan.frames * failedFrame.size());
     addresses = makeHdf5Output(file, plan);
     file.reserveSize(addresses.fileSize);
@@ -217,7 +217,7 @@ void Hdf5Output::storeSettings(const OutputPlan& plan) {
 void Hdf5Output::append(std::span<const std::byte> pixels, const FrameRow& row) {
     const std::span<const std::byte> frame = row.failed ? failedFrame : pixels;
     if (frame.size() != failedFrame.size())
-        throw std::invalid_argument("a frame of another size than planned");
+        throw std::invalid_argument("the frame differs from the planned size");
     if (framesDone >= addresses.frames.count)
         throw std::out_of_range("more frames than planned");
     const FileDescriptor& descriptor = file.descriptor();

@@ -11,33 +11,32 @@
 
 namespace ombrel {
 
-// None for a file that is no output of ours with that many frames.
+// Empty unless the file was written by ombrel and has that many frames.
 std::optional<RunState> readRunState(hid_t file, zt::u32 frames);
 
 class OutputFile;
 
-// Where things stand in an HDF5 output of ours.
+// Paths of the objects in an HDF5 output.
 namespace outputlayout {
 inline constexpr char data[] = "/exchange/data";
 inline constexpr char framesDone[] = "/process/ombrel/frames_done"; // u64
-inline constexpr char complete[] = "/process/ombrel/complete";      // u8: 1 when the run came to its end
-inline constexpr char frames[] = "/process/ombrel/frames";          // a row a frame, see StoredFrameRow
+inline constexpr char complete[] = "/process/ombrel/complete";      // u8: 1 after the run has finished
+inline constexpr char frames[] = "/process/ombrel/frames";          // one row per frame, see StoredFrameRow
 inline constexpr char record[] = "/process/ombrel/record";          // text: the run as JSON
-inline constexpr char settings[] = "/process/ombrel/settings/";     // and a number: bytes of a file
+inline constexpr char settings[] = "/process/ombrel/settings/";     // followed by a number: bytes of a file
 } // namespace outputlayout
 
-// Where the pixels of each frame stand: at equal distances, or, when the library took other places, as
-// listed.
+// The addresses of the frames' pixels: at equal distances, or listed if the library placed them differently.
 struct Hdf5FrameAddresses {
     zt::u64 first = 0;
     zt::u64 distance = 0;
     zt::u64 count = 0;
-    std::vector<zt::u64> listed; // empty where the distances are equal
+    std::vector<zt::u64> listed; // empty for equal distances
 
     zt::u64 of(zt::u64 frame) const { return listed.empty() ? first + frame * distance : listed[frame]; }
 };
 
-// The same as addresses in the file, by which it is filled without the library.
+// The addresses of all objects in the file, which is filled without the library.
 struct Hdf5OutputAddresses {
     Hdf5FrameAddresses frames;
     std::vector<zt::u64> settings;
@@ -47,23 +46,22 @@ struct Hdf5OutputAddresses {
     zt::u64 fileSize = 0;
 };
 
-// Makes the whole file with nothing done under the output's new name; the places of the settings files are
-// yet to be filled. Throws Error.
+// Creates the whole file, with no frame done, under the output's new name. The contents of the settings files
+// are written later. Throws Error.
 Hdf5OutputAddresses makeHdf5Output(const OutputFile& output, const OutputPlan& plan);
 
-// The output that stands at a path, where its things are, and the bytes of a settings file that it was made
-// with. Throw Error.
+// The output at a path, its addresses, and the bytes of one of its settings files. Throw Error.
 OutputState readHdf5Output(const std::string& path);
 Hdf5OutputAddresses addressesInHdf5Output(const std::string& path);
 std::string settingsInHdf5Output(const std::string& path, std::size_t index);
 
-// Frames as a dataset in the Data Exchange layout, with what was done beside it. The file has its final size
-// from the start and is filled in place: frame, its row in the table, the count of frames done. So it can be
-// opened after any end of the program, and holds each frame that the count covers.
+// Stores frames as a dataset in the Data Exchange layout, next to a description of the run. The file has its
+// final size from the start and is filled in place: the frame, its row in the table, the count of frames
+// done. So it can be opened however the program ended, and holds each frame included in the count.
 class Hdf5Output final : public FrameOutput {
 public:
     explicit Hdf5Output(const OutputPlan& plan);
-    // Goes on with an output that stands on the disk.
+    // Resumes an existing output.
     explicit Hdf5Output(const OutputState& state);
 
     void append(std::span<const std::byte> pixels, const FrameRow& row) override;

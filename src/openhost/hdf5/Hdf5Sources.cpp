@@ -13,7 +13,7 @@ namespace ombrel {
 
 namespace {
 
-constexpr std::size_t deepestNesting = 16; // each level takes a good part of the library's stack
+constexpr std::size_t deepestNesting = 16; // each level needs a large part of the library's stack
 constexpr zt::u64 mostSources = 1'000'000; // read for one frame
 
 std::pair<zt::u64, zt::u64> fileIdentity(const std::string& path) {
@@ -30,7 +30,7 @@ std::string nameBy(Get get) {
     return name;
 }
 
-// %b is the number of the block where there is one, %% is %.
+// %b is replaced by the block number, if there is one, and %% by %.
 std::string expanded(const std::string& pattern, std::optional<zt::u64> block) {
     std::string name;
     for (std::size_t i = 0; i < pattern.size(); ++i) {
@@ -50,7 +50,7 @@ bool namesBlocks(const std::string& pattern) {
     return expanded(pattern, 0) != expanded(pattern, std::nullopt);
 }
 
-// The axis on which a selection has no end, and how its blocks follow each other there.
+// The unlimited axis of a selection, and the distances of its blocks there.
 struct OpenAxis {
     std::size_t axis = 0;
     hsize_t start = 0;
@@ -68,9 +68,9 @@ std::optional<OpenAxis> openAxisOf(hid_t space) {
                        : std::nullopt;
 }
 
-// The library keeps all source files open, and takes one that it cannot open for one that is not there.
+// The library keeps all source files open, and treats one that it cannot open as missing.
 bool canOpenFiles(std::size_t count) {
-    constexpr rlim_t others = 64; // descriptors for all else
+    constexpr rlim_t others = 64; // descriptors for other files
     rlimit limit{};
     ::getrlimit(RLIMIT_NOFILE, &limit);
     if (count + others <= limit.rlim_cur)
@@ -97,7 +97,7 @@ void checkDepth(std::size_t depth) {
         throw Error("its sources are nested more than " + std::to_string(deepestNesting) + " deep");
 }
 
-// Values that were never written read as fill values; no compression saves more than this.
+// Values that were never written read as fill values; no compression exceeds this ratio.
 void checkClaim(hid_t dataset, double stored) {
     constexpr double mostBytesPerByte = 65536;
     constexpr double alwaysAllowed = 1 << 26;
@@ -112,7 +112,7 @@ void checkClaim(hid_t dataset, double stored) {
 struct Hdf5Sources::Mapping {
     std::string file;
     std::string dataset;
-    std::optional<OpenAxis> blocks; // of a series, in which each block has a source of its own
+    std::optional<OpenAxis> blocks; // of a series, in which each block has its own source
     zt::u64 found = 0;              // sources
 
     std::string fileOf(zt::u64 block) const { return expanded(file, numberOf(block)); }
@@ -174,7 +174,7 @@ Hdf5Sources::Stored Hdf5Sources::check(hid_t dataset) {
     open.push_back(key);
     checkDepth(open.size());
     Stored stored = checkVirtual(dataset, creation);
-    checkDepth(++stored.depth); // a source that was looked at earlier is not in `open`
+    checkDepth(++stored.depth); // a source that was checked earlier is not in `open`
     open.pop_back();
     checkClaim(dataset, stored.bytes);
     return done[key] = stored;
@@ -199,8 +199,8 @@ Hdf5Sources::Stored Hdf5Sources::checkVirtual(hid_t dataset, hid_t creation) {
         if (mapping.blocks)
             series.push_back(mapping);
     }
-    // Now that each source is known to be harmless, the library may find the extent. Of several series of
-    // sources the longest decides it, and the others have to be as long.
+    // After each source was checked, the library may determine the extent. The longest of several series of
+    // sources determines it, and the others must have the same length.
     const std::vector<hsize_t> extent = extentOf(Hdf5Space{H5Dget_space(dataset)});
     for (const Mapping& mapping : series)
         if (mapping.blocks->axis < extent.size() &&
@@ -222,7 +222,7 @@ Hdf5Sources::Stored Hdf5Sources::checkMapping(hid_t dataset, Mapping& mapping) {
     return stored;
 }
 
-// Nothing when there is no such file, or no such dataset of a series.
+// Nothing if the file does not exist, or lacks the dataset of a series.
 std::optional<Hdf5Sources::Stored> Hdf5Sources::checkSource(hid_t dataset, const Mapping& mapping,
                                                             zt::u64 block) {
     const std::string file = mapping.fileOf(block);
@@ -253,11 +253,11 @@ Hdf5Sources::Stored Hdf5Sources::checkSourceIn(hid_t file, const std::string& sh
         throw Error(shown + (dead ? " cannot be opened: " + dead->text : " is missing"));
     }
     if (H5Iget_type(source) != H5I_DATASET)
-        throw Error(shown + " is no dataset");
+        throw Error(shown + " is not a dataset");
     return check(source);
 }
 
-// Raw files are looked for from the working directory, or from a folder in HDF5_EXTFILE_PREFIX.
+// Raw files are searched from the working directory, or in the folder of HDF5_EXTFILE_PREFIX.
 void Hdf5Sources::checkRawFiles(hid_t creation) {
     const int count = H5Pget_external_count(creation);
     for (int i = 0; i < count; ++i) {
@@ -269,8 +269,8 @@ void Hdf5Sources::checkRawFiles(hid_t creation) {
         if (::stat(name.data(), &status) != 0)
             continue;
         if (!S_ISREG(status.st_mode))
-            throw Error(std::string("its raw file ") + name.data() + " is no regular file");
-        // The library reads zeros where the file has ended.
+            throw Error(std::string("its raw file ") + name.data() + " is not a regular file");
+        // After the end of the file, the library reads zeros.
         const hsize_t end = static_cast<hsize_t>(offset) + (size == H5F_UNLIMITED ? 0 : size);
         if (static_cast<hsize_t>(status.st_size) < end)
             throw Error(std::string("its raw file ") + name.data() + " is truncated (" +

@@ -11,30 +11,30 @@
 
 namespace ombrel {
 
-// Looks at the files and datasets that a dataset takes its values from, when these are not stored in it: the
+// Examines the files and datasets that a dataset takes its values from if they are not stored in it: the
 // sources of a virtual dataset, which may be virtual themselves, and external raw files.
 //
-// The library reads a source that it cannot open as fill values, opens a pipe and waits, and follows a
-// virtual dataset that is its own source until the stack overflows. It opens sources even for the extent: a
-// dataset has to be asked about here ahead of H5Dget_space(). Also found here is a dataset that claims far
-// more than the file holds, of which a few kilobytes could ask for any memory and time.
+// For a source that it cannot open, the library returns fill values; it blocks on a pipe, and follows a
+// virtual dataset that is its own source until the stack overflows. Since it opens sources even for the
+// extent, a dataset must be checked here before H5Dget_space() is called. This also detects a dataset that
+// claims far more than the file holds: a few kilobytes could otherwise demand any amount of memory and time.
 class Hdf5Sources {
 public:
-    // What is wrong with the sources, for a message after the dataset's path; nothing when all are there.
+    // What is wrong with the sources, for a message after the dataset's path; nothing if they are valid.
     std::optional<std::string> problemOf(hid_t dataset);
 
-    // The files that the datasets asked about take their values from, but for the files they are in.
+    // All files that the checked datasets take their values from, except the files that hold the datasets.
     std::vector<std::string> files() const;
 
 private:
-    // A dataset, by the device and inode of its file and its place there.
+    // Identifies a dataset by the device and inode of its file and its address there.
     using Key = std::tuple<zt::u64, zt::u64, haddr_t>;
 
-    // What a dataset is read from in the end.
+    // The amount of data that a dataset is finally read from.
     struct Stored {
         zt::u64 datasets = 0;
         double bytes = 0;
-        std::size_t depth = 0; // of virtual datasets on the way there
+        std::size_t depth = 0; // nested virtual datasets
     };
 
     struct Mapping;
@@ -47,8 +47,8 @@ private:
     void checkRawFiles(hid_t creation);
     static Stored sum(Stored one, Stored other);
 
-    std::map<Key, Stored> done; // of datasets that are right
-    std::vector<Key> open;      // from the outermost dataset to the present one
+    std::map<Key, Stored> done; // valid datasets
+    std::vector<Key> open;      // from the outermost dataset to the current one
     std::map<std::pair<zt::u64, zt::u64>, std::string> sources; // the path of each file, by device and inode
 };
 

@@ -86,7 +86,7 @@ std::string shapeText(const Hdf5Shape& shape) {
 
 namespace {
 
-// Text whose length is told by itself: the library allocates it.
+// Text of variable length, allocated by the library.
 std::optional<std::string> readVariableText(hid_t attribute, hid_t type) {
     char* text = nullptr;
     const Hdf5Space space{H5Aget_space(attribute)};
@@ -155,7 +155,7 @@ struct FreeConverter {
 
 using Unit = std::unique_ptr<ut_unit, FreeUnit>;
 
-// The database is a file that is read when the first unit is met; null when that fails.
+// The database is a file that is read with the first unit; null if that fails.
 ut_system* unitSystem() {
     static ut_system* const system = [] {
         ut_set_error_message_handler(ut_ignore); // it writes to standard error
@@ -173,7 +173,7 @@ Unit parsedUnit(ut_system* system, std::string text) {
     return nullptr;
 }
 
-// Units of frequency are convertible too, by the reciprocal: only a factor makes a time.
+// Units of frequency are convertible too, by the reciprocal: a unit of time needs a pure factor.
 double factorBetween(ut_unit* unit, ut_unit* second) {
     const std::unique_ptr<cv_converter, FreeConverter> converter{ut_get_converter(unit, second)};
     if (!converter)
@@ -190,7 +190,7 @@ double secondsIn(const std::string& unit) {
     if (unit == "s")
         return 1;
     static std::mutex mutex;
-    const std::lock_guard lock(mutex); // the library is made for one thread
+    const std::lock_guard lock(mutex); // the library is not thread-safe
     ut_system* const system = unitSystem();
     if (!system)
         throw Error("the unit \"" + unit +

@@ -9,7 +9,7 @@
 
 namespace ombrel {
 
-// A dataset seen as a stack of images: rank 2 is one frame, rank 3 frames, rank 4 frames by sub-frames.
+// A dataset as a stack of images: rank 2 is one frame, rank 3 frames, rank 4 frames by sub-frames.
 struct Hdf5Shape {
     std::vector<hsize_t> extent; // slowest axis first
     zt::u8 pixelType = 0;
@@ -20,36 +20,36 @@ struct Hdf5Shape {
     zt::u32 subFrames() const { return extent.size() == 4 ? static_cast<zt::u32>(extent[1]) : 0; }
 };
 
-// The pixel type that holds every value of an HDF5 type; none when it is no number, or a wider one.
+// The pixel type that holds every value of an HDF5 type; nothing if it is not a number, or too wide.
 std::optional<zt::u8> pixelTypeOfHdf5(hid_t type);
 
 // The HDF5 type of pixels in memory.
 hid_t nativeHdf5Type(zt::u8 pixelType);
 
-// Nothing for an object that is not a dataset of numbers of rank 2 to 4 with at least one pixel. The sources
-// of a virtual dataset must have been looked at by Hdf5Sources.
+// Nothing unless the object is a dataset of numbers of rank 2 to 4 with at least one pixel. Hdf5Sources must
+// have checked the sources of a virtual dataset.
 std::optional<Hdf5Shape> shapeOfImages(hid_t object);
-// The same of a virtual dataset whose sources must not be opened: the shape that it was made with.
+// Like shapeOfImages(), for a virtual dataset whose sources must not be opened: its original shape.
 std::optional<Hdf5Shape> shapeOfBrokenImages(hid_t dataset);
 
 // "100 x 512 x 512 u16".
 std::string shapeText(const Hdf5Shape& shape);
 
-// Small things that stand in an HDF5 file. None when they are not there, or of another kind.
+// Small objects in an HDF5 file; nothing if the object is missing or of another kind.
 
-// An attribute of one text.
+// An attribute with a single text.
 std::optional<std::string> textAttribute(hid_t object, const char* name);
 
 struct Hdf5Numbers {
     std::vector<double> values;
-    std::string unit; // empty when the dataset has none
+    std::string unit; // empty if the dataset has no unit
 };
 
-// A dataset of numbers of rank 0 or 1 with `count` of them. Throws Error for one whose sources are missing.
+// A dataset of numbers of rank 0 or 1 with `count` elements. Throws Error if its sources are missing.
 std::optional<Hdf5Numbers> numbersAt(hid_t file, const std::string& path, zt::u64 count);
 
-// Seconds in a unit of time as UDUNITS writes it: "ms", "millisecond", "min". Throws Error with the reason
-// alone for a unit that is not a time, and when the database of units cannot be read.
+// Seconds in a unit of time as written by UDUNITS: "ms", "millisecond", "min". Throws Error, with the reason
+// only, if the unit is not a time or the database of units cannot be read.
 double secondsIn(const std::string& unit);
 
 } // namespace ombrel

@@ -10,8 +10,8 @@ namespace {
 
 constexpr hsize_t pageBytes = 4096;
 
-// The library takes room for its own tables, some 57 bytes a frame, in blocks of this size. With one block
-// for all of them, whole pages long, the frames follow each other.
+// The library allocates its own tables, about 57 bytes per frame, in blocks of this size. With one block of
+// whole pages for all of them, the frames are contiguous.
 hsize_t roomForTables(zt::u64 frames) {
     return (64 * frames / pageBytes + 4) * pageBytes;
 }
@@ -26,7 +26,7 @@ Hdf5Writer::Hdf5Writer(const std::string& path, const std::string& pathForMessag
     check(H5Pset_file_locking(access, false, true) >= 0);
     check(H5Pset_meta_block_size(access, roomForTables(frames)) >= 0);
     boundCache(access);
-    // Large frames begin where pages of memory do: they are written at up to twice the rate.
+    // Large frames are aligned to memory pages: this writes them up to twice as fast.
     constexpr hsize_t large = 65536;
     check((frameBytes >= large ? H5Pset_alignment(access, large, pageBytes)
                                : H5Pset_alignment(access, 1, 16)) >= 0);
@@ -35,8 +35,8 @@ Hdf5Writer::Hdf5Writer(const std::string& path, const std::string& pathForMessag
     check(H5Pset_create_intermediate_group(linkCreation, 1) >= 0);
 }
 
-// The library would keep its tables of all chunks, until the file is closed: in memory they take six times
-// the size on the disk by which it reckons, some 300 bytes a frame.
+// The library would keep its tables of all chunks in memory until the file is closed. They take about 300
+// bytes per frame, six times their size on the disk, which the library uses for its limit.
 void Hdf5Writer::boundCache(hid_t access) const {
     H5AC_cache_config_t cache{};
     cache.version = H5AC__CURR_CACHE_CONFIG_VERSION;
@@ -115,7 +115,7 @@ void Hdf5Writer::close() {
 
 void Hdf5Writer::check(bool succeeded) const {
     if (!succeeded)
-        throw Error(shownPath + ": cannot be made" + Hdf5Session::reason());
+        throw Error(shownPath + ": cannot be created" + Hdf5Session::reason());
 }
 
 hid_t Hdf5Writer::checked(hid_t identifier) const {
@@ -130,7 +130,8 @@ zt::u64 chunkAddress(hid_t dataset, zt::u64 index) {
     hsize_t bytes = 0;
     if (H5Dget_chunk_info_by_coord(dataset, start.data(), &filters, &address, &bytes) < 0 ||
         address == HADDR_UNDEF)
-        throw Error("frame " + std::to_string(index) + " has no place in the file" + Hdf5Session::reason());
+        throw Error("frame " + std::to_string(index) + " has no storage allocated in the file" +
+                    Hdf5Session::reason());
     return address;
 }
 

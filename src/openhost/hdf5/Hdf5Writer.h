@@ -10,27 +10,26 @@
 
 namespace ombrel {
 
-// Makes an HDF5 file whose datasets all have their place from the start, and are filled there without the
-// library: nothing is written where the pixels and numbers go. Throws Error that begins with `shownPath`.
+// Creates an HDF5 file with space for all of its datasets, which are filled without the library afterwards.
+// Pixels and numbers are not written here. Throws Error that begins with `shownPath`.
 class Hdf5Writer {
 public:
     using Extent = std::initializer_list<hsize_t>; // empty for a single value
 
-    // `frames` of `frameBytes` are what the file is made for: the library's tables and the frames get their
-    // room so that each is in one piece.
+    // The sizes are chosen for `frames` of `frameBytes`: the library's tables and the frames each get
+    // contiguous space.
     Hdf5Writer(const std::string& path, const std::string& shownPath, zt::u64 frames, zt::u64 frameBytes);
 
-    // Groups on the way are made. The dataset is stored in one piece, or in chunks where their extent is
-    // given.
+    // Missing groups are created. The dataset is contiguous, or chunked if the extent of a chunk is given.
     Hdf5Dataset dataset(const char* name, hid_t type, Extent extent, Extent chunk = {});
-    // A dataset in one piece; returns its address.
+    // Creates a contiguous dataset and returns its address.
     zt::u64 table(const char* name, hid_t type, Extent extent);
-    // A dataset in one piece, with its contents.
+    // Creates a contiguous dataset with its contents.
     void value(const char* name, hid_t type, Extent extent, const void* bytes);
     void text(const char* name, const std::string& value);
-    // A dataset that is a view of the datasets of the same name in the parts' files, one behind the other
-    // along the first axis; `frame` is the extent of the others. What a missing part would hold reads as
-    // `fill`, where one is given.
+    // A dataset that is a view of the datasets of the same name in the parts' files, one after the other
+    // along the first axis; `frame` is the extent of the other axes. A missing part reads as `fill`, if
+    // given.
     void view(const char* name, hid_t type, Extent frame, const std::vector<PartRecord>& parts,
               const void* fill);
     void close();
@@ -46,8 +45,8 @@ private:
     Hdf5Properties linkCreation;
 };
 
-// The address of chunk `index` along the first axis of a dataset of rank 3. Throws Error with the reason
-// alone.
+// The address of chunk `index` along the first axis of a dataset of rank 3. The text of an Error is only the
+// reason.
 zt::u64 chunkAddress(hid_t dataset, zt::u64 index);
 
 } // namespace ombrel

@@ -46,7 +46,8 @@ void TiffFile::gatherPages() {
         if (!directories.insert(next).second)
             throw Error(page + ": the file is damaged: its pages lead back to an earlier one");
         if (TIFFCurrentDirOffset(tiff.get()) != next && TIFFSetSubDirectory(tiff.get(), next) != 1)
-            throw Error(page + ": the file is cut off or damaged: this page cannot be read" + tiff.reason());
+            throw Error(page + ": the file is truncated or damaged: this page cannot be read" +
+                        tiff.reason());
         pages.push_back(examineTiffPage(tiff, page, file.size()));
         checkLikeFirst(pages.back(), page);
         next = gatherLikeLast(directories);
@@ -81,7 +82,8 @@ TiffDirectory TiffFile::readDirectory(zt::u64 offset) const {
     try {
         return {file, {TIFFIsBigTIFF(tiff.get()) != 0, TIFFIsByteSwapped(tiff.get()) != 0}, offset};
     } catch (const Error&) {
-        throw Error(where(static_cast<zt::u32>(pages.size() - 1)) + ": the file is cut off after this page");
+        throw Error(where(static_cast<zt::u32>(pages.size() - 1)) +
+                    ": the file is truncated after this page");
     }
 }
 
@@ -97,7 +99,7 @@ void TiffFile::gatherStack() {
         throw Error(claim + "it has one directory, whose pixels are compressed or in several pieces");
     const zt::u64 held = (file.size() - *page.pixelOffset) / page.imageBytes();
     if (held < images)
-        throw Error(claim + "the file is cut off or damaged: there is room for " + std::to_string(held));
+        throw Error(claim + "the file is truncated or damaged: there is room for " + std::to_string(held));
     page.images = images;
 }
 

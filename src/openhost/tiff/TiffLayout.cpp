@@ -51,7 +51,7 @@ TiffHandle::TiffHandle(const std::string& path) : lastError{std::make_unique<std
     // are.
     tiff.reset(TIFFOpenExt(path.c_str(), "rmc", options.get()));
     if (!tiff)
-        throw Error(path + ": this TIFF file is cut off or damaged" + reason());
+        throw Error(path + ": this TIFF file is truncated or damaged" + reason());
 }
 
 std::string TiffHandle::reason() const {
@@ -166,7 +166,7 @@ void locatePixels(const TiffHandle& handle, TiffPage& page, const std::string& w
         const zt::u64 plain = plainSize(tiff, page, index);
         const zt::u64 needed = (plain + expansion - 1) / expansion;
         if (offset == 0 || plain == 0 || size < needed || offset > fileSize || size > fileSize - offset)
-            throw Error(where + ": the file is cut off or damaged: " +
+            throw Error(where + ": the file is truncated or damaged: " +
                         (TIFFIsTiled(tiff) ? "tile " : "strip ") + std::to_string(index) + " has " +
                         std::to_string(plain) + " bytes of pixels, but is stored in " + std::to_string(size) +
                         " bytes at offset " + std::to_string(offset) + handle.reason());

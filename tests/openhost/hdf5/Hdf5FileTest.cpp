@@ -167,7 +167,7 @@ TEST_F(Hdf5File, FindsAContiguousDatasetThatIsCutOff) {
     const zt::u64 end = bytes.size() - 1000;
     std::memcpy(bytes.data() + endOfFileField, &end, sizeof end);
     writeFileText(path, bytes.substr(0, end));
-    EXPECT_THAT(refusal(), HasSubstr("cut off or damaged"));
+    EXPECT_THAT(refusal(), HasSubstr("truncated or damaged"));
 }
 
 TEST_F(Hdf5File, TakesTheFramesOfTheRole) {

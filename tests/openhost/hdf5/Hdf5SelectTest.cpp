@@ -158,11 +158,11 @@ TEST_F(Hdf5Select, ListsWhatThereIs) {
     EXPECT_THAT(refusal(two), HasSubstr("::/a (5 x 2 x 2 u16), ::/b (3 x 4 f32)"));
     EXPECT_THAT(refusal(two, "::/c"),
                 AllOf(HasSubstr("/c does not exist"), HasSubstr("::/a (5 x 2 x 2 u16)")));
-    EXPECT_THAT(refusal(two, "::/dead"), HasSubstr("leads nowhere"));
+    EXPECT_THAT(refusal(two, "::/dead"), HasSubstr("dangling link"));
     EXPECT_THAT(refusal(two, "::/"), HasSubstr("/ is not a dataset of numbers"));
     const auto none = [](Hdf5Builder& file) {
         file.number("/100%s%n", 1);
         file.softLink("/data", "/nowhere");
     };
-    EXPECT_THAT(refusal(none), HasSubstr("/100%s%n, /data (a link that leads nowhere)"));
+    EXPECT_THAT(refusal(none), HasSubstr("/100%s%n, /data (a dangling link)"));
 }

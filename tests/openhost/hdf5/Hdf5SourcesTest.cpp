@@ -107,13 +107,13 @@ TEST_F(Hdf5Sources, ThatCannotBeReadAreNamed) {
     expectRefusal("words.h5: a source that cannot be opened");
     mkfifo((folder / "pipe").c_str(), 0600);
     use("pipe", "/data");
-    expectRefusal("its source pipe is no regular file");
+    expectRefusal("its source pipe is not a regular file");
     use("/dev/zero", "/data");
-    expectRefusal("its source /dev/zero is no regular file");
+    expectRefusal("its source /dev/zero is not a regular file");
     make([](Hdf5Builder& file) { file.series("/data", {{"100%%s", "/%b"}}); });
     expectRefusal("its source 100%s::/0 is missing");
     make([](Hdf5Builder& file) { file.externalLink("/exchange/data", "pipe", "/data"); });
-    expectRefusal("/exchange/data is a link to pipe::/data, which is no regular file");
+    expectRefusal("/exchange/data is a link to pipe::/data, which is not a regular file");
 }
 
 TEST_F(Hdf5Sources, ThatLeadBackAreRefused) {

@@ -92,9 +92,9 @@ TEST_F(FrameFileRefusal, TellsWhatIsNoFrameFile) {
 TEST_F(FrameFileRefusal, OfDamagedFilesTellsTheLibrarysReason) {
     ::testing::internal::CaptureStderr();
     writeFileText(folder / nastyName, std::string("II\x2a\0\xff\xff\xff\x7f", 8));
-    expect(folder / nastyName, "cut off or damaged: ");
+    expect(folder / nastyName, "truncated or damaged: ");
     writeFileText(folder / nastyName, std::string("\x89HDF\r\n\x1a\n", 8) + std::string(100, '\0'));
-    expect(folder / nastyName, "cut off or damaged: ");
+    expect(folder / nastyName, "truncated or damaged: ");
     EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
 }
 

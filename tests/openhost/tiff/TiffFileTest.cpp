@@ -295,7 +295,7 @@ TEST_F(TiffFileRefusal, OfAStackInOneDirectoryThatIsCutOff) {
     const auto bytes = std::filesystem::file_size(path);
     std::filesystem::resize_file(path, bytes - 1);
     EXPECT_THAT(errorOf([&] { FrameFile::open(path); }),
-                HasSubstr("names 3 images, but the file is cut off"));
+                HasSubstr("names 3 images, but the file is truncated"));
 
     OneDirectory<zt::u16> large{
         .bigEndian = true, .width = 1 << 15, .height = 1 << 14, .storedBytes = 1 << 30};
