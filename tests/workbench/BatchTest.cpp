@@ -204,13 +204,13 @@ TEST_F(WindowBatch, ACancelledRunIsResumedAndNoOutputIsReplacedUnasked) {
 
     begin(output, "Cancel");
     EXPECT_FALSE(pane().isRunning());
-    EXPECT_THAT(run(output, "Go on with it"), HasSubstr("60 of 60 frames done"));
+    EXPECT_THAT(run(output, "Resume"), HasSubstr("60 of 60 frames done"));
     expectSamePixels(output, runCommand({"-f", "AdaptiveFF=" + (folder / "adaptive.xml"), frames}), 60);
 
     model().addLink("Binning 2x2");
-    EXPECT_THAT(run(output, "Go on with it"), HasSubstr("chain")) << "of another chain";
-    EXPECT_THAT(run(output, "Replace it"), HasSubstr("60 of 60 frames done"));
-    EXPECT_THAT(run(frames, "Replace it"), HasSubstr("is both an input and the output"));
+    EXPECT_THAT(run(output, "Resume"), HasSubstr("chain")) << "of another chain";
+    EXPECT_THAT(run(output, "Replace"), HasSubstr("60 of 60 frames done"));
+    EXPECT_THAT(run(frames, "Replace"), HasSubstr("is both an input and the output"));
 }
 
 } // namespace

@@ -103,7 +103,7 @@ TEST_F(Configure, AWindowThatIsNotModalIsWaitedFor) {
 TEST_F(Configure, AFilterWithoutWindowShowsItsParametersAndIsSavedOnClose) {
     configure(optionsFor("Binning 2x2"), "Binning 2x2 Settings", [](QWidget& window) {
         EXPECT_EQ(window.findChild<QTreeView*>()->model()->rowCount(), 1);
-        EXPECT_THAT(child<QLabel>(window, "lbChange").text().toStdString(), HasSubstr("none of them"));
+        EXPECT_THAT(child<QLabel>(window, "lbChange").text().toStdString(), HasSubstr("read-only"));
         window.close();
     });
     EXPECT_FALSE(std::filesystem::exists(settings)) << "there is nothing to save";

@@ -186,7 +186,7 @@ TEST_F(MainWindowTest, EditsOfAParameterReachTheFilterAndCanBeTakenBack) {
     const auto& params = model().chain().links[0].params;
     ASSERT_TRUE(waitFor([&] { return params.contains("QFTileSize"); })) << "the edit is committed later";
     EXPECT_EQ(params.at("QFTileSize"), "4");
-    ASSERT_TRUE(waitFor([&] { return label("lbEdit").find("Taken over") != std::string::npos; }));
+    ASSERT_TRUE(waitFor([&] { return label("lbEdit").find("Applied in") != std::string::npos; }));
 
     click(*window, "btTakeBack");
     EXPECT_TRUE(params.empty());

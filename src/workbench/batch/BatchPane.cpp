@@ -62,7 +62,7 @@ void BatchPane::dressFields() {
     jobs->setObjectName("sbJobs");
     jobs->setRange(1, std::max(1, 2 * QThread::idealThreadCount()));
     jobs->setValue(std::max(1, QThread::idealThreadCount()));
-    jobs->setToolTip("Frames that are corrected at once. The output is the same for every number.");
+    jobs->setToolTip("Frames corrected at the same time. The number does not change the output.");
     pixelType->setObjectName("cbType");
     pixelType->addItem("32 bit", "f32");
     pixelType->addItem("64 bit", "f64");
@@ -113,8 +113,9 @@ bool BatchPane::askForFolder(const RunOptions& options) {
     const auto isThere = [&](const std::string& input) { return folderOf(input) == folder; };
     if (folder == agreedFolder || std::ranges::none_of(options.inputs, isThere))
         return true;
-    QMessageBox box(QMessageBox::Question, "Batch run", "The output goes into the folder of the raw data.",
-                    QMessageBox::Cancel, this);
+    QMessageBox box(QMessageBox::Question, "Batch run",
+                    "The output would be written into the folder of the raw data.", QMessageBox::Cancel,
+                    this);
     box.setInformativeText(QString::fromStdString(folder.string()));
     const auto* const agree = box.addButton("&Write there", QMessageBox::AcceptRole);
     box.exec();
@@ -128,11 +129,11 @@ bool BatchPane::askForExisting(RunOptions& options) {
     const QFileInfo file(output());
     if (!file.exists())
         return true;
-    QMessageBox box(QMessageBox::Question, "Batch run", file.fileName() + " is there already.",
+    QMessageBox box(QMessageBox::Question, "Batch run", file.fileName() + " already exists.",
                     QMessageBox::Cancel, this);
-    box.setInformativeText("Resuming keeps the frames that an earlier run of the same chain has done.");
-    const auto* const resume = box.addButton("&Go on with it", QMessageBox::AcceptRole);
-    const auto* const replace = box.addButton("&Replace it", QMessageBox::DestructiveRole);
+    box.setInformativeText("Resuming keeps the frames that an earlier run of the same chain has corrected.");
+    const auto* const resume = box.addButton("&Resume", QMessageBox::AcceptRole);
+    const auto* const replace = box.addButton("Re&place", QMessageBox::DestructiveRole);
     box.exec();
     options.resume = box.clickedButton() == resume;
     options.force = box.clickedButton() == replace;
@@ -144,8 +145,8 @@ bool BatchPane::mayClose() {
         return true;
     const auto answer = QMessageBox::question(
         this, "Batch run",
-        "Frames are still being corrected. Cancel the run and close?\nThe output keeps the frames that are "
-        "done, and the run can be resumed.",
+        "Frames are still being corrected. Cancel the run and close?\nThe output keeps the finished frames, "
+        "and the run can be resumed.",
         QMessageBox::Yes | QMessageBox::No, QMessageBox::No);
     return answer == QMessageBox::Yes;
 }

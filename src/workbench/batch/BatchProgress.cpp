@@ -50,7 +50,7 @@ void BatchProgress::reset() {
     progress->setRange(0, 0);
     showRunning(false);
     progress->reset();
-    setText("Runs all frames of the stack through the chain as it is shown.");
+    setText("Runs all frames of the stack through the chain as shown.");
 }
 
 void BatchProgress::begin(const QString& output) {
@@ -80,7 +80,7 @@ void BatchProgress::advance(quint64 done, quint64 of) {
 }
 
 void BatchProgress::cancel() {
-    setState("Cancelling: the frames at work are finished \u2026");
+    setState("Cancelling: finishing the frames in progress \u2026");
 }
 
 void BatchProgress::end(const QString& summary) {

@@ -73,7 +73,7 @@ DeviceDialog::DeviceDialog(const DeviceState& device, QWidget* parent)
     form->addRow(maskLabel, makeMaskRow());
     form->addRow(QString(), explanation("A frame in a file; its pixels of value 0 are masked."));
     form->addRow("&Acquisition time", timeEdit);
-    form->addRow(QString(), explanation("Of every frame. A batch run takes both over."));
+    form->addRow(QString(), explanation("Of every frame. Batch runs use both settings."));
     auto* const buttons = newChild<QDialogButtonBox>(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
     form->addRow(buttons);
     connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);

@@ -57,9 +57,9 @@ void FilterWindows::showOwnWindow() {
     try {
         filter.showConfigGUI();
     } catch (const std::exception& error) {
-        throw Error(filterName(filter) + ": its window failed: " + error.what());
+        throw Error(filterName(filter) + ": its settings window failed: " + error.what());
     } catch (...) {
-        throw Error(filterName(filter) + ": its window failed");
+        throw Error(filterName(filter) + ": its settings window failed");
     }
     const auto isNew = [&](const QWidget* window) {
         return std::ranges::none_of(before, [=](const auto& known) { return known == window; });

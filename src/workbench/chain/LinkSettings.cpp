@@ -37,7 +37,7 @@ std::unique_ptr<AtomicFile> copyOfCalibration(const std::string& from, const std
         return nullptr;
     if (fs::exists(target)) {
         if (!fs::equivalent(source, target) && fileHash(source) != fileHash(target))
-            throw Error(target + ": holds another calibration; save the settings under another name");
+            throw Error(target + ": contains a different calibration; save the settings under another name");
         return nullptr;
     }
     std::ifstream bytes(source, std::ios::binary);
@@ -99,7 +99,7 @@ void LinkSettings::configure(int id) {
     worker.run([this, pluginHost = host, state = *state, path](StackViewer& viewer) {
         const auto link = loadedLink(*pluginHost, state, path);
         if (!link->filter().hasConfigGUI())
-            throw Error(state.filter + " has no settings window: its parameters are edited beside the frame");
+            throw Error(state.filter + " has no settings window: edit its values under Parameters");
         const auto measured = std::make_shared<std::vector<FramePtr>>(viewer.measuredFrames(mostMeasured));
         later([this, pluginHost, id = state.id, link, path, measured] {
             if (pluginHost == host && workspace.chain().find(id) && !shown.contains(id))

@@ -90,7 +90,7 @@ void ParameterEditor::showChosen() {
     else if (report->params.empty())
         showText(report->hasWindow
                      ? "This filter has no parameters: \u201cConfigure\u2026\u201d opens its settings."
-                     : "There are no parameters yet: \u201cLoad\u2026\u201d takes settings from a file.");
+                     : "No parameters yet: load settings from a file with \u201cLoad\u2026\u201d.");
     else
         makeBrowser(*report, *link);
     showChanges();
@@ -182,7 +182,7 @@ void ParameterEditor::showState(const LinkReport& report) {
     const std::string& trouble = report.failure.empty() ? report.editTrouble : report.failure;
     QString words = QString::fromStdString(trouble).trimmed();
     if (words.isEmpty() && report.isEdited)
-        words = QString("Taken over in %1 ms.").arg(1000 * report.editSeconds, 0, 'f', 0);
+        words = QString("Applied in %1 ms.").arg(1000 * report.editSeconds, 0, 'f', 0);
     state->setText(words);
     state->setVisible(!words.isEmpty());
 }

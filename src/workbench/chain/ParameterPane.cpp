@@ -39,7 +39,7 @@ QString valueOf(const zt::IParam& param) {
 
 QString textOfChange(const QString& name, const QString& before, const QString& after) {
     if (before == after)
-        return QString("%1 is %2 as before").arg(name, after);
+        return QString("%1 is still %2").arg(name, after);
     return QString("%1: %2 \u2192 %3").arg(name, before, after);
 }
 
@@ -48,8 +48,8 @@ const char* invitation(const zt::IParamMgr& parameters) {
     parameters.params(&all);
     const bool isAnyEditable = std::ranges::any_of(
         all.vect(), [](const auto* each) { return !(each->flags() & zt::PARAM_READ_ONLY); });
-    return isAnyEditable ? "Click a value to change it. The filter takes every change at once."
-                         : "The filter has these values; none of them can be changed.";
+    return isAnyEditable ? "Click a value to change it. Changes apply immediately."
+                         : "These values are read-only.";
 }
 
 } // namespace

@@ -13,7 +13,7 @@ void checkEdits(const ChainState& chain, const LinkState& edited) {
     const auto same = std::ranges::count_if(
         chain.links, [&](const LinkState& link) { return link.enabled && link.filter == edited.filter; });
     if (same > 1)
-        throw Error(edited.filter + " stands in the chain " + std::to_string(same) +
+        throw Error(edited.filter + " is in the chain " + std::to_string(same) +
                     " times: save the changed settings of each first");
 }
 
@@ -37,7 +37,7 @@ RunOptions batchOptions(const std::vector<std::string>& inputs, const ChainState
             options.params.push_back(link.filter + ":" + name + "=" + value);
     }
     if (options.filters.empty())
-        throw Error("no filter of the chain is on: there is nothing to run");
+        throw Error("no filter of the chain is switched on: nothing to run");
     return options;
 }
 

@@ -62,8 +62,7 @@ StatisticsPane::StatisticsPane(QWidget* parent)
     addRow("Spread", "Standard deviation over mean, of the whole frame");
     addRow("Region: mean", "Of the region that is drawn with Shift and the mouse");
     addRow("Region: spread", "Standard deviation over mean, in the region");
-    addRow("Photon statistics",
-           "What counts of the region's raw mean would spread by themselves: 1 / \u221amean");
+    addRow("Photon statistics", "Spread expected from photon noise alone, at the raw mean: 1 / \u221amean");
     addRow("Zero pixels", "Of value 0");
     addRow("Not finite", "NaN or infinite");
     choice->setObjectName("lbChoice");

@@ -31,7 +31,7 @@ QLabel* makeLabel(const QString& text, double size) {
 
 StartPage::StartPage(QWidget* parent)
     : QWidget(parent), column(newChild<QVBoxLayout>()), recent(newChild<QVBoxLayout>()),
-      recentTitle(makeLabel("Opened before", 1)), problemLabel(makeLabel({}, 1)),
+      recentTitle(makeLabel("Recent files", 1)), problemLabel(makeLabel({}, 1)),
       progress(newChild<QProgressBar>()), demoButton(nullptr) {
     makeColumn();
     putInTheMiddle();

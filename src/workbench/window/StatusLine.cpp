@@ -21,7 +21,7 @@ LogPane::LogPane(QWidget* parent) : QPlainTextEdit(parent) {
     setObjectName("teLog");
     setReadOnly(true);
     setMaximumBlockCount(mostLines);
-    setPlaceholderText("What the filters log is shown here.");
+    setPlaceholderText("Messages of the filters appear here.");
 }
 
 void LogPane::add(const QString& line) {

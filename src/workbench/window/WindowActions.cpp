@@ -114,7 +114,7 @@ void WindowActions::makeFrameActions() {
     addForFrames(
         menu, "&Previous", "Left", [this] { emit stepWanted(-1); });
     addForFrames(
-        menu, "Ten &on", "Shift+Right", [this] { emit stepWanted(10); });
+        menu, "Ten f&orward", "Shift+Right", [this] { emit stepWanted(10); });
     addForFrames(
         menu, "Ten &back", "Shift+Left", [this] { emit stepWanted(-10); });
     addForFrames(

@@ -28,7 +28,7 @@ int& checkedArgumentCount() {
     for (const char* name : {"QT_QPA_PLATFORM", "DISPLAY", "WAYLAND_DISPLAY"})
         if (!qEnvironmentVariableIsEmpty(name))
             return argumentCount;
-    throw Error("there is no display to open a window on (DISPLAY is not set)");
+    throw Error("no display to open a window on (DISPLAY is not set)");
 }
 
 } // namespace
@@ -66,11 +66,12 @@ CLI::App& addConfigureCommand(CLI::App& program, ConfigureOptions& options) {
     command->add_option("FILTER", options.filter, "The filter's name")->required()->type_name("NAME");
     command
         ->add_option("--settings", options.settings,
-                     "The settings file, made when the window closes if it does not exist")
+                     "The settings file, created when the window closes if it does not exist")
         ->required()
         ->type_name("FILE.xml");
-    CLI::Option* frames = command->add_option("--frames", options.frames,
-                                              "Frames that the device is to have measured last, of its size");
+    CLI::Option* frames =
+        command->add_option("--frames", options.frames,
+                            "Frames that the device returns as its last acquisition; they set its size");
     frames->type_name("FILE");
     command->add_option("--size", options.size, "Size of the device")->type_name("WxH")->excludes(frames);
     addPluginOption(*command, options.plugin);

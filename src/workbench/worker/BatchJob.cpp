@@ -49,14 +49,14 @@ Outcome correctAll(const RunOptions& options, Console& console, BatchListener li
 
 QString summaryOf(const Outcome& outcome, const std::string& output) {
     if (!outcome.hasOutput && outcome.failed != 0)
-        return "Every frame failed; there is no output.";
+        return "Every frame failed; no output was written.";
     QString text = QString("%1 of %2 done")
                        .arg(outcome.done)
                        .arg(QString::fromStdString(countText(outcome.of, "frame")));
     if (outcome.failed != 0)
         text += QString(", %1 of them failed").arg(outcome.failed);
     if (outcome.isStopped)
-        text += "; cancelled, the same run can resume";
+        text += "; cancelled, and can be resumed";
     if (!outcome.loss.empty())
         text += "; " + QString::fromStdString(outcome.loss);
     return text + ": " + QString::fromStdString(output);

@@ -155,13 +155,13 @@ void RunningChain::saveSettings(int id, const std::string& path) {
     const auto found =
         std::ranges::find_if(links, [=](const RunningLink& running) { return running.state.id == id; });
     if (found == links.end())
-        throw Error(path + ": there is no such link any more");
+        throw Error(path + ": this filter has been removed from the chain");
     const auto store = host->host().openSettings(path);
     const std::string& source = found->state.settings;
     if (!source.empty() && std::filesystem::exists(source))
         store->loadFile(source);
     if (found->link.filter().saveToSettings(store.get()) != 0)
-        throw Error(path + ": " + found->link.name() + " gave no settings");
+        throw Error(path + ": " + found->link.name() + " returned no settings");
     for (const auto& [key, text] : found->ownWrites)
         setWrite(*store, key, text);
     for (const auto& [key, text] : found->state.params)
