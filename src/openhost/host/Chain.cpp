@@ -14,15 +14,15 @@ namespace ombrel {
 
 namespace {
 
-// What came of a call into a filter, with the lines that it logged kept from the host's log.
+// The result of a call into a filter, with the lines it logged, which are withheld from the host's log.
 struct Outcome {
-    std::optional<std::string> exception; // its text, when one came out
+    std::optional<std::string> exception; // the text of an exception that the filter threw
     std::vector<std::string> lines;
-    std::string frameError; // why the host last failed to give it a frame
+    std::string frameError; // the host's last failure to provide a frame
 
     bool isClean() const { return !exception && lines.empty(); }
 
-    // Why it failed, in one line; `otherwise` when nothing told.
+    // The reason of a failure, in one line; `otherwise` if no reason is known.
     std::string reason(const std::string& otherwise) const {
         std::string all;
         const auto append = [&](const std::string& text, const char* between) {
@@ -43,7 +43,7 @@ struct Outcome {
 template <typename Call>
 Outcome callGuarded(Host& host, Call call) {
     Outcome outcome;
-    host.frames().takeError(); // what is of an earlier call
+    host.frames().takeError(); // discard that of an earlier call
     const LogCapture capture;
     try {
         call();
@@ -57,7 +57,7 @@ Outcome callGuarded(Host& host, Call call) {
     return outcome;
 }
 
-// To the log, after a call that did not fail.
+// Passes the lines to the log, after a successful call.
 void passOn(Host& host, const Outcome& outcome) {
     for (const std::string& line : outcome.lines)
         host.logLine(line);
@@ -86,10 +86,11 @@ zt::IParam& parameterOf(const zt::IDataFilter& filter, const std::string& name) 
     std::string known;
     for (const zt::IParam* const param : all.vect())
         known += (known.empty() ? "" : ", ") + std::string(param->name());
-    throw UsageError("unknown parameter \"" + name + "\"; there are: " + (known.empty() ? "none" : known));
+    throw UsageError("unknown parameter \"" + name +
+                     "\"; known parameters: " + (known.empty() ? "none" : known));
 }
 
-// The frame that a filter made of `input`, with the reference that came with it; null when it is none.
+// The frame that a filter made from `input`, with its reference; null if it is not a new frame.
 FramePtr takeOver(zt::IData* data, const Frame* input) {
     if (data == input || data->type() != zt::IData::TYPE_FRAME)
         return nullptr;
@@ -100,10 +101,10 @@ FrameResult correctCopy(Host& host, zt::IDataFilter& filter, const Frame& frame)
     zt::IData* answer = nullptr;
     const Outcome outcome = callGuarded(host, [&] { answer = filter.filter(&frame); });
     if (!answer)
-        return {nullptr, outcome.reason("the filter gave no frame")};
+        return {nullptr, outcome.reason("the filter returned no frame")};
     FrameResult result{takeOver(answer, &frame), {}};
     if (!result)
-        result.failure = outcome.reason("the filter gave something else than a new frame");
+        result.failure = outcome.reason("the filter did not return a new frame");
     else
         passOn(host, outcome);
     return result;
@@ -114,9 +115,9 @@ FrameResult correctInPlace(Host& host, zt::IDataFilter& filter, FramePtr frame) 
     frame->forgetConversion();
     const Outcome outcome = callGuarded(host, [&] { answer = filter.filterReplace(frame.get()); });
     if (outcome.exception || answer != zt::ERR_NONE)
-        return {nullptr, outcome.reason("the filter answered " + std::to_string(answer))};
+        return {nullptr, outcome.reason("the filter returned " + std::to_string(answer))};
     if (!frame->convertedToDouble())
-        return {nullptr, outcome.reason("the filter left the frame as it was")};
+        return {nullptr, outcome.reason("the filter left the frame unchanged")};
     passOn(host, outcome);
     return {std::move(frame), {}};
 }
@@ -134,7 +135,8 @@ FilterLink::FilterLink(Host& zenteo, const zt::IDev& device, const std::string& 
     const zt::IDataFilter& registered = registeredFilter(zenteo, device, wantedName);
     const Outcome outcome = callGuarded(zenteo, [&] { instance.reset(registered.createNewInstance()); });
     if (!instance)
-        throw Error(ownName + ": no instance could be made: " + outcome.reason("the filter gave none"));
+        throw Error(ownName +
+                    ": no instance could be created: " + outcome.reason("the filter returned none"));
     passOn(zenteo, outcome);
 }
 
@@ -150,7 +152,7 @@ void FilterLink::loadSettings(const SettingsSource& source) {
     const Outcome outcome = callGuarded(*host, [&] { answer = instance->loadFromSettings(store.get()); });
     if (!outcome.isClean() || answer != zt::ERR_NONE)
         throw Error(ownName + ": settings " + source.path + ": " +
-                    outcome.reason("the filter answered " + std::to_string(answer)));
+                    outcome.reason("the filter returned " + std::to_string(answer)));
 }
 
 void FilterLink::setParam(const std::string& assignment) {

@@ -13,18 +13,18 @@ namespace ombrel {
 class Host;
 class Settings;
 
-// A filter was asked for by a name that none has; the text lists those there are.
+// An unknown filter was requested; the text lists the known ones.
 class UnknownFilter : public UsageError {
     using UsageError::UsageError;
 };
 
-// The short name of a filter, by which users call it.
+// The short name of a filter, for users.
 std::string filterName(const zt::IDataFilter& filter);
 
-// How a filter is asked: for a corrected copy, or to correct in place.
+// How a filter corrects a frame: as a copy or in place.
 enum class ApplyMode { Copy, Replace };
 
-// A corrected frame, or none and the reason in one line.
+// A corrected frame, or null and the reason in one line.
 struct FrameResult {
     FramePtr frame;
     std::string failure;
@@ -32,41 +32,40 @@ struct FrameResult {
     explicit operator bool() const { return frame != nullptr; }
 };
 
-// Settings on their way into a filter.
+// The settings to load into a filter.
 struct SettingsSource {
-    std::string path;                               // what the filter takes for its settings file
-    std::string contents;                           // the file that is read
-    std::function<void(Settings& settings)> change; // of what was read; may be empty
-    bool checksHeap = true;                         // see checkHeap(); once is enough for equal links
+    std::string path;                               // the path that the filter gets as its settings file
+    std::string contents;                           // the file that is really read
+    std::function<void(Settings& settings)> change; // applied to the settings after reading; may be empty
+    bool checksHeap = true;                         // see checkHeap(); one check serves equal links
 };
 
-// One filter of a chain, an instance of its own. All calls into it stand under a catch. Lines that the filter
-// logs become part of the failure's text; when nothing failed they go on to the host's log.
+// One filter of a chain: a separate instance. All calls into it are guarded against exceptions. Lines that
+// the filter logs become part of the text of a failure; without a failure they are passed to the host's log.
 //
-// The link must end before its host.
+// The link must be destroyed before its host.
 class FilterLink {
 public:
-    // A new instance of the filter of that name that is registered for the device. Throws UnknownFilter when
-    // there is none, and Error when it could not be made.
+    // A new instance of the filter with that name that is registered for the device. Throws UnknownFilter if
+    // there is no such filter, and Error if the instance could not be created.
     FilterLink(Host& zenteo, const zt::IDev& device, const std::string& wantedName);
 
     const std::string& name() const { return ownName; }
     zt::IDataFilter& filter() const { return *instance; }
 
-    // Loads the filter from a settings file. Throws Error when the file is not one or does not fit its heap,
-    // or when the filter answers anything but 0, throws or logs a line.
+    // Loads the filter from a settings file. Throws Error if the file is invalid or does not match its heap,
+    // or if the filter returns anything but 0, throws or logs a line.
     void loadSettings(const std::string& path) { loadSettings(SettingsSource{path, path, {}}); }
     void loadSettings(const SettingsSource& source);
-    // The files that the filter read besides; see filesUsedBy().
+    // The other files that the filter read; see filesUsedBy().
     const std::vector<std::string>& filesRead() const { return settingsFiles; }
 
-    // "PARAM=VALUE". Throws UsageError when the parameter is unknown (with the list of those there are) or
-    // read-only, or the value does not read as its type, and Error when the filter throws or logs a line at
-    // the change.
+    // "PARAM=VALUE". Throws UsageError if the parameter is unknown (listing the known ones) or read-only, or
+    // the value does not read as its type, and Error if the filter throws or logs a line during the change.
     void setParam(const std::string& assignment);
 
-    // Hands the frame to the filter, with the room behind its pixels zeroed. In-place correction that answers
-    // 0 without having converted the frame to double is a refusal.
+    // Passes the frame to the filter, with the room after its pixels zeroed. If in-place correction returns 0
+    // without having converted the frame to double, the filter has refused it.
     FrameResult apply(FramePtr frame, ApplyMode mode);
 
 private:
@@ -76,18 +75,18 @@ private:
     std::vector<std::string> settingsFiles;
 };
 
-// Filters in the order in which a frame goes through them.
+// Filters in the order in which they process a frame.
 class Chain {
 public:
     FilterLink& add(FilterLink link);
     std::vector<FilterLink>& links() { return filters; }
 
-    // "FILTER:PARAM=VALUE", for every link of that name. Throws as FilterLink::setParam, and UsageError when
-    // the chain has no such filter.
+    // "FILTER:PARAM=VALUE", for every link with that name. Throws like FilterLink::setParam(), and UsageError
+    // if the chain has no such filter.
     void setParam(const std::string& assignment);
 
-    // The frame after the last filter, or the failure of the first one that failed, led in by its name. A
-    // chain without filters gives the frame as it is.
+    // The frame after the last filter, or the first failure, prefixed with the filter's name. A chain without
+    // filters returns the frame unchanged.
     FrameResult apply(FramePtr frame, ApplyMode mode);
 
 private:

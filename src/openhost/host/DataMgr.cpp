@@ -43,7 +43,7 @@ Result DataMgr::guarded(Result failure, Work work) {
         try {
             return work();
         } catch (const std::bad_alloc&) {
-            reason = "there is not enough memory";
+            reason = "not enough memory";
         } catch (const std::exception& thrown) {
             reason = thrown.what();
         }
@@ -88,7 +88,7 @@ FramePtr DataMgr::frameOf(const std::string& path, zt::u32 index) {
         return frameOf(FrameSource{path, FrameRole::Any, index});
     const auto* const sources = std::get_if<std::vector<FrameSource>>(&defined->second);
     if (index >= (sources ? sources->size() : 1))
-        throw Error(path + ": there is no frame " + std::to_string(index));
+        throw Error(path + ": frame " + std::to_string(index) + " does not exist");
     if (sources)
         return frameOf((*sources)[index]);
     return FramePtr(static_cast<Frame*>(std::get<FramePtr>(defined->second)->clone()));
@@ -97,7 +97,7 @@ FramePtr DataMgr::frameOf(const std::string& path, zt::u32 index) {
 FramePtr DataMgr::frameOf(const FrameSource& source) {
     FrameFile& file = fileOf(source.path, source.role);
     if (source.index >= file.info().frames)
-        throw Error(source.path + ": there is no frame " + std::to_string(source.index) + "; it holds " +
+        throw Error(source.path + ": frame " + std::to_string(source.index) + " does not exist; it holds " +
                     std::to_string(file.info().frames));
     return file.readFrame(source.index);
 }
@@ -105,7 +105,7 @@ FramePtr DataMgr::frameOf(const FrameSource& source) {
 FrameFile& DataMgr::fileOf(const std::string& path, FrameRole role) {
     const FileStamp stamp = stampOf(splitDatasetPath(path).file);
     if (!openFile || openFile->info().path != path || openRole != role || openStamp != stamp) {
-        openFile.reset(); // ahead of the next, so that never two are open
+        openFile.reset(); // before opening the next, so that only one file is open
         openFile = FrameFile::open(path, role);
         openRole = role;
         openStamp = stamp;
@@ -116,7 +116,7 @@ FrameFile& DataMgr::fileOf(const std::string& path, FrameRole role) {
 DataMgr::FileStamp DataMgr::stampOf(const std::string& path) {
     struct stat status {};
     if (::stat(path.c_str(), &status) != 0)
-        return {}; // opening it tells why
+        return {}; // opening the file reports the reason
     return {status.st_dev, status.st_ino, static_cast<zt::u64>(status.st_size),
             status.st_mtim.tv_sec * zt::i64{1'000'000'000} + status.st_mtim.tv_nsec};
 }

@@ -22,26 +22,27 @@ struct FrameSource {
     zt::u32 index = 0; // among the frames of that role
 };
 
-// Makes frames and reads them from files, for filters. What goes wrong gives null, 0 or false, and
-// takeError() tells why. Safe to use from any thread.
+// Creates frames and reads them from files, for filters. On a failure, returns null, 0 or false; takeError()
+// then returns the reason. Thread-safe.
 //
-// A host decides what a path means: a name that is defined here stands for frames of any number of files, or
+// A host decides what a path means: a name defined here refers to frames of any number of files, or to a
+// frame in memory, wherever a filter accepts a path.
 // for a frame that is at hand, wherever a filter takes a path.
 class DataMgr final : public zt::IDataMgr {
 public:
     void defineFrames(const std::string& name, std::vector<FrameSource> frames);
-    // Each loadFrame() of the name gives a copy.
+    // Each loadFrame() of the name returns a copy.
     void defineFrame(const std::string& name, FramePtr frame);
     void undefine(const std::string& name);
 
-    // The reason of the last failure on this thread, which is then forgotten; empty when there was none.
+    // Returns and clears the reason of the last failure on this thread; empty if there was no failure.
     std::string takeError();
-    // Called with the reason of each failure, on its thread. For a host whose user waits for no call, but
-    // clicks in a filter's window. Set before the first call.
+    // Called with the reason of each failure, on its thread. For a host whose user does not wait for a call,
+    // but works in a filter's window. Set it before the first call.
     void reportErrors(std::function<void(const std::string& reason)> report) {
         reportError = std::move(report);
     }
-    // The file read last is kept open, so that a walk over its frames does not open it anew each time.
+    // The file read last is kept open, so that reading its frames one after the other opens it only once.
     void closeFile();
 
     zt::IMpxFrame* createFrame(zt::u32 width, zt::u32 height, zt::u8 dataType) override;
@@ -52,7 +53,7 @@ public:
 private:
     using Definition = std::variant<std::vector<FrameSource>, FramePtr>;
 
-    // What a file was when it was opened; a file that was written anew since is opened again.
+    // Identifies the contents of a file when it was opened; a file rewritten since is opened again.
     struct FileStamp {
         zt::u64 device = 0;
         zt::u64 inode = 0;
@@ -65,7 +66,7 @@ private:
     FrameFile& fileOf(const std::string& path, FrameRole role);
     FramePtr frameOf(const std::string& path, zt::u32 index);
     FramePtr frameOf(const FrameSource& source);
-    // The result of `work`, or `failure` with the reason kept.
+    // The result of `work`, or `failure` after storing the reason.
     template <typename Result, typename Work>
     Result guarded(Result failure, Work work);
 

@@ -41,7 +41,7 @@ FrameSize parseFrameSize(const std::string& option, const std::string& text) {
 
 void PixelCfg::setMask(std::span<const zt::u8> newMask) {
     if (newMask.size() != mask.size())
-        throw std::invalid_argument("a pixel mask of another size than the device");
+        throw std::invalid_argument("the pixel mask differs from the device in size");
     std::ranges::copy(newMask, mask.begin());
 }
 

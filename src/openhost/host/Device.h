@@ -16,20 +16,20 @@ struct FrameSize {
     zt::u32 height = 0;
 };
 
-// Reads "WxH", each side 1 to 65535. Throws UsageError that names the option.
+// Parses "WxH", each side from 1 to 65535. Throws UsageError that names the option.
 FrameSize parseFrameSize(const std::string& option, const std::string& text);
 
-// The pixel mask of a device: one byte a pixel, row-major, 0 for a pixel that is masked.
+// The pixel mask of a device: one byte per pixel, row-major, 0 for a masked pixel.
 class PixelCfg final : public zt::IPixelCfg {
 public:
-    // No pixel is masked.
+    // Masks no pixel.
     explicit PixelCfg(std::size_t pixels) : mask(pixels, 1) {}
 
-    // Throws std::invalid_argument when the number of pixels differs.
+    // Throws std::invalid_argument if the number of pixels differs.
     void setMask(std::span<const zt::u8> newMask);
     std::span<const zt::u8> maskBytes() const { return mask; }
 
-    // The mask is that of the whole device, whatever the chip.
+    // The mask of the whole device, whatever the chip.
     void maskData(zt::IByteBuff* out, int chip) override;
     zt::u64 pixelCount() const override { return mask.size(); }
 
@@ -37,21 +37,21 @@ private:
     std::vector<zt::u8> mask;
 };
 
-// The first frame of a file as a mask for frames of this size. Throws Error, for one of another size too.
+// Reads the first frame of a file as a mask for frames of this size. Throws Error, also for another size.
 FramePtr readMaskFrame(const std::string& path, zt::u32 width, zt::u32 height);
 
-// The pixel mask of a device of this size from the first frame of a file, as PixelCfg takes it: pixels of
-// value 0 are masked. Throws Error as readMaskFrame().
+// The pixel mask of a device of this size, for PixelCfg, from the first frame of a file: pixels of value 0
+// are masked. Throws Error like readMaskFrame().
 std::vector<zt::u8> readDeviceMask(const std::string& path, zt::u32 width, zt::u32 height);
 
-// A detector that measures nothing: its acquired frames are given to it.
+// A detector that does not measure: its acquired frames are set from outside.
 class Device final : public zt::IDevMpx {
 public:
-    // `deviceType` as in zt::IDev. Throws std::length_error when the pixels can't be counted in 32 bits.
+    // `deviceType` as in zt::IDev. Throws std::length_error if the number of pixels exceeds 32 bits.
     Device(int deviceType, zt::u32 deviceWidth, zt::u32 deviceHeight);
 
-    // Makes these the frames of the last acquisition. Those of earlier ones stay alive with the device, since
-    // a filter may still look at them.
+    // Sets the frames of the last acquisition. Those of earlier ones live as long as the device, since a
+    // filter may still use them.
     void setAcquisition(std::vector<FramePtr> frames);
 
     PixelCfg& pixels() { return cfg; }

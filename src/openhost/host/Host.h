@@ -12,8 +12,8 @@
 
 namespace ombrel {
 
-// Collects the lines that are logged on this thread while it stands, in place of the host's sink. The
-// innermost one collects.
+// While it exists, collects the lines that are logged on this thread instead of passing them to the host's
+// sink. The innermost capture collects.
 class LogCapture {
 public:
     LogCapture();
@@ -21,7 +21,7 @@ public:
     LogCapture(const LogCapture&) = delete;
     LogCapture& operator=(const LogCapture&) = delete;
 
-    // The capture that collects on this thread, or null.
+    // The active capture of this thread, or null.
     static LogCapture* current();
 
     void add(std::string line) { collected.push_back(std::move(line)); }
@@ -39,7 +39,7 @@ struct DestroyFilter {
 // Owns a filter.
 using FilterPtr = std::unique_ptr<zt::IDataFilter, DestroyFilter>;
 
-// The filters that plug-ins registered. It owns them, and ends the last one first.
+// The filters that plug-ins registered. It owns them, and destroys the last one first.
 class FilterMgr final : public zt::IFilterMgr {
 public:
     struct Registration {
@@ -52,19 +52,19 @@ public:
     FilterMgr(const FilterMgr&) = delete;
     FilterMgr& operator=(const FilterMgr&) = delete;
 
-    // In the order in which they were registered.
+    // In the order of registration.
     const std::vector<Registration>& registrations() const { return entries; }
     std::vector<zt::IDataFilter*> filtersOf(const zt::IDev& device) const;
 
-    // A null filter is passed over.
+    // A null filter is ignored.
     void addFilter(zt::IDev* dev, zt::IDataFilter* filter) override;
 
 private:
     std::vector<Registration> entries;
 };
 
-// The host, as plug-ins see it. It ends the registered filters before the devices; filters that were made by
-// createNewInstance() must be gone before it.
+// The host, as seen by plug-ins. It destroys the registered filters before the devices. Filters made by
+// createNewInstance() must be destroyed before the host.
 class Host final : public zt::IZenteo {
 public:
     // Called with each line that is logged, from any thread.
@@ -75,18 +75,19 @@ public:
     Host(const Host&) = delete;
     Host& operator=(const Host&) = delete;
 
-    // The host owns the device. Plug-ins see the devices that are there when they are initialised.
+    // The host owns the device. Plug-ins see the devices that exist when they are initialised.
     Device& addDevice(int type, zt::u32 width, zt::u32 height);
 
     DataMgr& frames() { return data; }
     FilterMgr& filters() { return registered; }
 
-    // To the LogCapture that stands on this thread, else to the sink. The text is taken as it is.
+    // Passes the line to the active LogCapture of this thread, otherwise to the sink. The text is not
+    // changed.
     void logLine(const std::string& line);
-    // A store whose troubles go to the log; for those who want its type.
+    // Like createSettings(), but returns the concrete type; errors go to the log.
     std::unique_ptr<Settings> openSettings(const std::string& path);
 
-    // `format` is a finished text: it is taken as it is, percent signs included, and no argument is read.
+    // `format` is a finished text: it is not interpreted, including percent signs, and no argument is read.
     void log(const char* source, int flag, const char* format, ...) override;
     void devices(zt::IPtrList<zt::IDev*>* out) override;
     zt::IParamMgr* createParamMgr() override;
@@ -98,7 +99,7 @@ private:
     LogSink sink;
     std::vector<std::unique_ptr<Device>> ownDevices;
     DataMgr data;
-    FilterMgr registered; // the last member: filters go first
+    FilterMgr registered; // the last member: filters are destroyed first
 };
 
 } // namespace ombrel

@@ -19,14 +19,14 @@ To fromText(const std::string& text) {
         const auto number = readNumber<double>(text);
         return readBool(text).value_or(number && *number != 0 && *number == *number);
     } else {
-        // As a number of the type itself first, since double does not hold every 64-bit integer.
+        // Try the type itself first, since double does not represent every 64-bit integer.
         if (const auto exact = readNumber<To>(text))
             return *exact;
         return clampedCast<To>(readNumber<double>(text).value_or(readBool(text).value_or(false)));
     }
 }
 
-// See the class for the rules.
+// The conversion described at the class.
 template <typename To, typename From>
 To converted(const From& value) {
     if constexpr (std::is_same_v<To, From>)
@@ -172,7 +172,7 @@ namespace {
     throw UsageError("parameter \"" + std::string(param.name()) + "\": \"" + text + "\" " + why);
 }
 
-// Calls the setter for the text read as T.
+// Parses the text as T and calls the setter.
 template <typename T>
 void set(zt::IParam& param, void (zt::IParam::*setter)(T), const std::string& text, const char* what) {
     const std::optional<T> value = readNumber<T>(text);

@@ -14,7 +14,7 @@ namespace ombrel {
 using ParamValue = std::variant<zt::i8, zt::u8, zt::i16, zt::u16, zt::i32, zt::u32, zt::i64, zt::u64, float,
                                 double, bool, std::string>;
 
-// What a parameter is created with, apart from its value.
+// Properties of a new parameter, apart from its value.
 struct ParamInfo {
     std::string name;
     std::string description;
@@ -23,20 +23,19 @@ struct ParamInfo {
     int createFlags = 0; // zt::ParamCreateFlag
 };
 
-// A named value of a filter. Values are converted between the types as follows: numbers are rounded and
-// clamped to the range of the type, NaN becomes 0; a number is true unless it is 0 or NaN; a text is read as
-// a number, or "true" or "false", and is 0 or false when it is neither; a number as a text is the shortest
-// that reads back.
+// A named value of a filter. Values are converted between types as follows: numbers are rounded and clamped
+// to the range of the type, NaN becomes 0; a number is true unless it is 0 or NaN; a text is parsed as a
+// number, "true" or "false", and otherwise is 0 or false; a number as text is the shortest that reads back.
 //
-// Every setter stores and then calls the callback with flag false, also when the value is the same as before:
-// a filter may want to hear that it was set. The setters of a read-only parameter work like all others, since
-// its filter shows values through them; whoever lets a user edit parameters looks at flags() first.
+// Every setter stores the value and then calls the callback with flag false, even if the value is unchanged:
+// a filter may depend on that call. The setters also work for a read-only parameter, since its filter shows
+// values through them; check flags() before a user edits parameters.
 class Param final : public zt::IParam {
 public:
     Param(ParamInfo paramInfo, ParamValue initialValue);
 
-    // Makes the parameter a choice of named values. For a string the value is the name itself; for a number
-    // it is the index of the name. Names that are not in the list are ignored by setAliasValue().
+    // Makes the parameter a choice of named values. The value of a string is the name itself, that of a
+    // number is the index of the name. setAliasValue() ignores unknown names.
     void setAliases(std::vector<std::string> names);
 
     const char* name() const override { return info.name.c_str(); }
@@ -75,7 +74,7 @@ public:
     void getAliasValues(zt::IStrList* out) const override;
     void setAliasValue(const char* alias) override;
     using zt::IParam::getAliasValue;
-    // Empty when the value is none of the aliases.
+    // Empty if the value is not one of the aliases.
     void getAliasValue(zt::IString* out) const override;
 
 private:
@@ -89,10 +88,10 @@ private:
     std::vector<std::string> aliases;
 };
 
-// The parameters of one filter. Of two with the same name, param() gives the first.
+// The parameters of one filter. If two have the same name, param() returns the first.
 class ParamMgr final : public zt::IParamMgr {
 public:
-    // A parameter of any type; the manager owns it.
+    // Creates a parameter of any type; the manager owns it.
     Param& create(ParamInfo info, ParamValue value);
 
     zt::IParam* createBool(const char* name, const char* description, bool value, zt::ParamCallback callback,
@@ -112,12 +111,12 @@ private:
     std::vector<std::unique_ptr<Param>> owned;
 };
 
-// Sets a parameter from the text that a user gave: a number in the range of its type, "true" or "false", one
-// of its aliases, any text for a string. Throws UsageError, with the parameter unchanged, when it is
-// read-only or the text does not read as its type.
+// Sets a parameter from a user's text: a number in the range of its type, "true" or "false", one of its
+// aliases, any text for a string. Throws UsageError, with the parameter unchanged, if it is read-only or the
+// text does not read as its type.
 void setParamFromText(zt::IParam& param, const std::string& text);
 
-// What a host or a filter passes as text; null is empty.
+// Text passed by a host or a filter; null is empty.
 inline std::string textOf(const char* text) {
     return text ? text : "";
 }

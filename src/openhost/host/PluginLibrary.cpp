@@ -14,25 +14,24 @@ namespace ombrel {
 
 namespace {
 
-// The loader maps a library that is cut off and dies on the missing pages. The section table is the last
-// thing in a library as linkers write it.
+// The loader maps a truncated library and crashes on the missing pages. Linkers write the section table last.
 void checkWhole(const std::string& path) {
     const FileDescriptor file = FileDescriptor::openForReading(path);
     struct stat status {};
     if (::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode))
-        throw Error(path + ": no shared library: it is no regular file");
+        throw Error(path + ": not a shared library: it is not a regular file");
     Elf64_Ehdr header;
     if (file.size() < sizeof header)
-        throw Error(path + ": no shared library: it is too short");
+        throw Error(path + ": not a shared library: it is too short");
     file.readAt(0, std::as_writable_bytes(std::span(&header, 1)));
     if (std::string_view(reinterpret_cast<const char*>(header.e_ident), SELFMAG) != ELFMAG)
-        throw Error(path + ": no shared library");
+        throw Error(path + ": not a shared library");
     if (header.e_ident[EI_CLASS] == ELFCLASS64 &&
         header.e_shoff + std::size_t{header.e_shnum} * header.e_shentsize > file.size())
-        throw Error(path + ": the shared library is cut off");
+        throw Error(path + ": the shared library is truncated");
 }
 
-// The loader's reason, without the path that it begins with.
+// The loader's reason, without the path at its start.
 std::string loaderText(const std::string& path) {
     const char* const reason = ::dlerror();
     const std::string text = reason ? reason : "for an unknown reason";
@@ -51,7 +50,7 @@ void* entryOfLibrary(const std::string& path, const char* entryName) {
         throw Error(path + ": cannot be loaded: " + loaderText(absolute));
     void* const entry = ::dlsym(library, entryName);
     if (!entry)
-        throw Error(path + ": no plug-in: it has no entry \"" + entryName + "\"");
+        throw Error(path + ": not a plug-in: it has no entry \"" + entryName + "\"");
     return entry;
 }
 
@@ -78,7 +77,7 @@ std::string PluginLibrary::find(const std::string& given) {
         if (std::error_code failed; fs::exists(candidate, failed))
             return candidate.string();
     throw Error("the plug-in is neither at " + beside.string() + " nor at " + installed.string() +
-                "; name it with --plugin");
+                "; select it with --plugin");
 }
 
 zt::IZtPlugin& PluginLibrary::instanceOf(zt::GetPluginFunction entry, const std::string& path) {
@@ -91,7 +90,7 @@ zt::IZtPlugin& PluginLibrary::instanceOf(zt::GetPluginFunction entry, const std:
         throw Error(path + ": " + entryName + " failed");
     }
     if (!plugin)
-        throw Error(path + ": " + entryName + " gave no plug-in");
+        throw Error(path + ": " + entryName + " returned no plug-in");
     return *plugin;
 }
 

@@ -13,31 +13,31 @@
 
 namespace ombrel {
 
-// By which the filters' own interfaces are known.
+// The identities of the filters' own interfaces.
 inline constexpr zt::u32 flatFieldObject = 1442418610;
 inline constexpr zt::u32 beamHardeningObject = 1442418600;
 
-// A filter's interface of its own, which must be the one of that identity. Throws Error when it is not: the
-// plug-in is another one than this program knows.
+// A filter's own interface, checked by its identity. Throws Error if the identity differs: the program does
+// not know this plug-in's filter.
 template <typename Interface>
 Interface& filterInterface(zt::IDataFilter& filter, zt::u32 objectId) {
     auto* object = static_cast<zt::IObject*>(filter.privateInterface());
     if (!object || object->getObjectID() != objectId)
-        throw Error("the plug-in's filter is not of the kind that this command knows");
+        throw Error("the plug-in's filter is not of the kind that this command supports");
     return *static_cast<Interface*>(object);
 }
 
-// The device that stands behind the filters of a command.
+// The device that the filters of a command see.
 struct DevicePlan {
     int type = 1;
     zt::u32 width = 256;
     zt::u32 height = 256;
 };
 
-// The host with one device and the plug-in loaded for it. What is logged goes to the console.
+// The host with one device and the plug-in loaded for it. Log lines go to the console.
 class Session {
 public:
-    // `pluginPath` empty finds the plug-in. Throws Error.
+    // An empty `pluginPath` searches for the plug-in. Throws Error.
     Session(Console& console, const std::string& pluginPath, const DevicePlan& plan);
 
     Host& host() { return zenteo; }
@@ -45,7 +45,7 @@ public:
     zt::IZtPlugin& plugin() { return library.plugin(); }
     const std::string& pluginPath() const { return library.path(); }
 
-    // The filters as they were registered for the device.
+    // The filters registered for the device.
     std::vector<zt::IDataFilter*> filters() { return zenteo.filters().filtersOf(detector); }
     // A new instance of a filter. Throws UnknownFilter or Error.
     FilterLink makeLink(const std::string& name) { return FilterLink(zenteo, detector, name); }

@@ -70,7 +70,7 @@ TEST_F(ChainTest, AFilterThatThrowsRefusesOrAnswersNonsenseIsAFailureWithItsReas
     script.filter = [](const zt::IData*) -> zt::IData* { throw 5; };
     EXPECT_EQ(failureOf(ApplyMode::Copy), "Scripted: an exception of unknown type");
     script.filter = [](const zt::IData*) -> zt::IData* { return nullptr; };
-    EXPECT_EQ(failureOf(ApplyMode::Copy), "Scripted: the filter gave no frame");
+    EXPECT_EQ(failureOf(ApplyMode::Copy), "Scripted: the filter returned no frame");
     script.filter = [](const zt::IData* data) { return const_cast<zt::IData*>(data); };
     EXPECT_THAT(failureOf(ApplyMode::Copy), HasSubstr("something else than a new frame"));
 
@@ -81,12 +81,12 @@ TEST_F(ChainTest, AFilterThatThrowsRefusesOrAnswersNonsenseIsAFailureWithItsReas
     };
     EXPECT_EQ(failureOf(ApplyMode::Replace), "Scripted: one %n; two");
     script.filterReplace = [](zt::IData*) { return 0; };
-    EXPECT_EQ(failureOf(ApplyMode::Replace), "Scripted: the filter left the frame as it was");
+    EXPECT_EQ(failureOf(ApplyMode::Replace), "Scripted: the filter left the frame unchanged");
     script.filterReplace = [](zt::IData* data) {
         static_cast<zt::IMpxFrame*>(data)->convertToType(zt::DT_DOUBLE);
         return -1018;
     };
-    EXPECT_EQ(failureOf(ApplyMode::Replace), "Scripted: the filter answered -1018");
+    EXPECT_EQ(failureOf(ApplyMode::Replace), "Scripted: the filter returned -1018");
     EXPECT_EQ(Frame::aliveCount(), alive);
     EXPECT_THAT(log, IsEmpty()); // the lines are in the failures
 }
@@ -113,7 +113,7 @@ TEST_F(ChainTest, UnknownFiltersAndInstancesThatAreNotMadeAreErrors) {
     EXPECT_THAT(errorOf([&] { FilterLink(host, host.addDevice(1, 1, 1), "Scripted"); }), HasSubstr("none"));
     script.canMakeInstance = [] { return false; };
     EXPECT_THAT(errorOf([&] { FilterLink(host, device, "Scripted"); }),
-                HasSubstr("no instance could be made"));
+                HasSubstr("no instance could be created"));
     script.canMakeInstance = []() -> bool { throw std::runtime_error("no memory for tables"); };
     EXPECT_THAT(errorOf([&] { FilterLink(host, device, "Scripted"); }), HasSubstr("no memory for tables"));
 }
@@ -140,7 +140,7 @@ TEST_F(ChainTest, LoadingSettingsFailsOnAnyLineAnswerOrException) {
     EXPECT_THAT(loading(),
                 HasSubstr("Scripted: settings " + path + ": Cannot open data file: /no/such/file: "));
     script.load = [](zt::ISettings*) { return -1; };
-    EXPECT_THAT(loading(), HasSubstr("the filter answered -1"));
+    EXPECT_THAT(loading(), HasSubstr("the filter returned -1"));
     script.load = [](zt::ISettings*) -> int { throw std::length_error("vector"); };
     EXPECT_THAT(loading(), HasSubstr("vector"));
     EXPECT_THAT(errorOf([&] { chain.links()[0].loadSettings(folder / "none"); }), HasSubstr("No such file"));
@@ -149,7 +149,7 @@ TEST_F(ChainTest, LoadingSettingsFailsOnAnyLineAnswerOrException) {
 
 TEST_F(ChainTest, ParametersAreSetByText) {
     const auto setting = [&](const char* text) { return errorOf([&] { chain.setParam(text); }); };
-    EXPECT_EQ(setting("Scripted:Size=4"), "Scripted: unknown parameter \"Size\"; there are: none");
+    EXPECT_EQ(setting("Scripted:Size=4"), "Scripted: unknown parameter \"Size\"; known parameters: none");
     script.parameters = &params;
     const auto complain = [](zt::IParam* param, bool, long user) {
         if (param->getInt() < 0)

@@ -72,7 +72,7 @@ TEST_F(DataMgrTest, ANameStandsForFramesOfManyFilesOrOneAtHand) {
     EXPECT_THAT((std::vector{loaded("flats", 0), loaded("flats", 1), loaded("flats", 2)}),
                 ElementsAre(11, 20, 10));
     EXPECT_EQ(loaded("flats", 3), -1);
-    EXPECT_EQ(data.takeError(), "flats: there is no frame 3");
+    EXPECT_EQ(data.takeError(), "flats: frame 3 does not exist");
 
     FramePtr ready = Frame::create(2, 1, zt::DT_U16);
     ready->pixels<zt::u16>()[0] = 33;
@@ -90,8 +90,8 @@ TEST_F(DataMgrTest, FailuresAreNullAndTellTheReasonOnce) {
     std::vector<std::string> reported;
     data.reportErrors([&](const std::string& reason) { reported.push_back(reason); });
     EXPECT_EQ(loaded(path, 1), -1);
-    EXPECT_THAT(reported, ElementsAre(HasSubstr("there is no frame 1; it holds 1")));
-    EXPECT_THAT(data.takeError(), HasSubstr("there is no frame 1; it holds 1"));
+    EXPECT_THAT(reported, ElementsAre(HasSubstr("frame 1 does not exist; it holds 1")));
+    EXPECT_THAT(data.takeError(), HasSubstr("frame 1 does not exist; it holds 1"));
     EXPECT_EQ(data.takeError(), "");
     const std::string text = folder / "matrix%s%n.txt";
     writeFileText(text, "1 2\n3 4\n");

@@ -36,11 +36,11 @@ TEST(PluginLibrary, WhatIsNoPluginIsRefusedByOneClearLine) {
     const TemporaryFolder folder;
     const std::string path = folder / "bad%s%n.so";
     EXPECT_EQ(loadError(path), path + ": cannot be opened: No such file or directory");
-    EXPECT_THAT(loadError(folder.path.string()), HasSubstr("no regular file"));
+    EXPECT_THAT(loadError(folder.path.string()), HasSubstr("not a regular file"));
     writeFileText(path, "");
-    EXPECT_EQ(loadError(path), path + ": no shared library: it is too short");
+    EXPECT_EQ(loadError(path), path + ": not a shared library: it is too short");
     writeFileText(path, std::string(100, '#'));
-    EXPECT_EQ(loadError(path), path + ": no shared library");
+    EXPECT_EQ(loadError(path), path + ": not a shared library");
 
     const std::string whole = fileText(someLibrary());
     std::string otherMachine = whole;
@@ -49,13 +49,14 @@ TEST(PluginLibrary, WhatIsNoPluginIsRefusedByOneClearLine) {
     EXPECT_THAT(loadError(path), HasSubstr(path + ": cannot be loaded: "));
     for (const std::size_t size : {whole.size() / 2, whole.size() - 1}) {
         writeFileText(path, whole.substr(0, size));
-        EXPECT_EQ(loadError(path), path + ": the shared library is cut off");
+        EXPECT_EQ(loadError(path), path + ": the shared library is truncated");
     }
-    EXPECT_THAT(loadError(someLibrary()), HasSubstr("no plug-in: it has no entry \"ztGetPlugin\""));
+    EXPECT_THAT(loadError(someLibrary()), HasSubstr("not a plug-in: it has no entry \"ztGetPlugin\""));
 }
 
 TEST(PluginLibrary, AnEntryThatGivesNothingIsRefused) {
-    EXPECT_EQ(entryError([]() -> zt::IZtPlugin* { return nullptr; }), "p.so: ztGetPlugin gave no plug-in");
+    EXPECT_EQ(entryError([]() -> zt::IZtPlugin* { return nullptr; }),
+              "p.so: ztGetPlugin returned no plug-in");
     EXPECT_EQ(entryError([]() -> zt::IZtPlugin* { throw std::runtime_error("no licence"); }),
               "p.so: ztGetPlugin failed: no licence");
 }
