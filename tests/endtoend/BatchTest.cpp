@@ -171,7 +171,7 @@ TEST_P(BatchInto, IsOfOneRunAloneWhenReplacingFails) {
                 expectWhole(when);
                 continue;
             }
-            ASSERT_THAT(resumed.messages, HasSubstr("was made by another run")) << when;
+            ASSERT_THAT(resumed.messages, HasSubstr("was written by a different run")) << when;
             ASSERT_FALSE(isMade) << when;
             ASSERT_EQ(fileText(output), earlier) << when;
         }
@@ -303,7 +303,7 @@ TEST_P(BatchInto, IsLeftAloneWhenItIsWholeOrOfAnotherRun) {
     result = runOmbrel(commandTo(whole, {"--resume", "--frames", "1:3", "--output-type", "f64"}));
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_THAT(result.messages,
-                AllOf(HasSubstr("was made by another run"), HasSubstr("frames: 1:3 now, 0:4 before"),
+                AllOf(HasSubstr("was written by a different run"), HasSubstr("frames: 1:3 now, 0:4 before"),
                       HasSubstr("output type: f64 now, f32 before")));
     writeHdf5(input, randomFrames(5, 8));
     expectRefusal(runOmbrel(commandTo(whole, {"--resume", "--frames", ":4"})), 1,

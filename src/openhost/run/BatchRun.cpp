@@ -20,22 +20,22 @@ namespace ombrel {
 
 namespace {
 
-// How many frames are on their way at once: enough to keep all busy, as memory allows.
+// The number of frames in the pipeline: enough to keep all threads busy, limited by memory.
 std::size_t framesInFlight(const BatchPlan& plan) {
-    // One with each worker, one that is read and one that is written, and as many that wait for them.
+    // One per worker, one being read and one being written, and as many waiting.
     const std::size_t wanted = 2 * (plan.workers.size() + 2);
-    // As read, as a copy in double and as stored.
+    // The frame as read, a copy in double and the stored frame.
     const zt::u64 frameBytes = zt::u64{plan.stack.width()} * plan.stack.height() * 3 * sizeof(double);
     const zt::u64 room = availableMemory() / 2 / std::max<zt::u64>(frameBytes, 1);
     return static_cast<std::size_t>(std::clamp<zt::u64>(room, 1, wanted));
 }
 
-// A frame on its way.
+// A frame in the pipeline.
 struct BatchFrame {
     zt::u64 index = 0;
-    FramePtr frame; // as read, then as stored; null once it failed
+    FramePtr frame; // as read, then as stored; null after a failure
     FrameRow row;
-    // For a listener that wants to see them.
+    // Filled only if a listener needs them.
     std::vector<double> raw;
     std::vector<double> corrected;
 };
@@ -54,8 +54,8 @@ void useOneNan(std::span<T> pixels) {
             pixel = std::numeric_limits<T>::quiet_NaN();
 }
 
-// Of two NaNs an operation returns the one that its instructions happen to have first, so the bits of a NaN
-// depend on the processor. The file must not.
+// Of two NaNs an operation returns that of its first operand, so the bits of a NaN depend on the generated
+// code. The file must not.
 void useOneNan(Frame& frame) {
     if (frame.frameDataType() == zt::DT_DOUBLE)
         useOneNan(frame.pixels<double>());
@@ -121,7 +121,7 @@ private:
         if (!corrected)
             return fail(item, corrected.failure);
         item.frame = std::move(corrected.frame);
-        // All that is told of the frame is what stands in the file, so that its user can find it there.
+        // All figures describe the frame as stored, so that a user can reproduce them from the file.
         item.frame->convertToType(plan.output.pixelType);
         item.row.output = figuresOf(*item.frame);
         if (item.row.output.notFinite != 0)

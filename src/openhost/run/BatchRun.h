@@ -17,55 +17,54 @@ namespace ombrel {
 
 class FrameStack;
 
-// Frames `begin` to `end` - 1 of a stack through chains into an output.
+// A batch: frames `begin` to `end` - 1 of a stack are corrected by chains and written to an output.
 struct BatchPlan {
     FrameStack& stack;
-    std::span<Chain> workers; // at least one; each corrects frames of its own at the same time as the others
+    std::span<Chain> workers; // at least one; the workers correct different frames in parallel
     zt::u64 begin = 0;
     zt::u64 end = 0;
-    std::optional<double> acqTime; // seconds, for every frame; else what the file tells
+    std::optional<double> acqTime; // seconds, for every frame; without it, the time from the file
     ApplyMode mode = ApplyMode::Copy;
-    OutputPlan output; // width, height and frames are found out
-    // An output that was cut off, to go on with behind its frames; null for a new one.
+    OutputPlan output; // width, height and frames are filled in
+    // An incomplete output to resume; null for a new one.
     const OutputState* begun = nullptr;
-    // The filters remember from frame to frame: all frames of the stack before those to store go through them
-    // first, and there must be one worker.
+    // The filters carry state from frame to frame: all earlier frames of the stack are passed through them
+    // first, and there must be only one worker.
     bool remembers = false;
-    // What the worker's adaptive filter chose for the frame that it has just corrected; may be empty.
+    // Returns the choice of the worker's adaptive filter for the frame just corrected; may be empty.
     std::function<std::optional<SelectedFlatField>(std::size_t worker, zt::u64 frame)> choice;
 };
 
-// What the walk tells as it goes, for one frame after the other, in order, by its index in the stack. Each of
-// them may be empty.
+// Callbacks during the run, for each frame in order, with its index in the stack. Any of them may be empty.
 struct BatchListener {
-    std::function<void(zt::u64 frame)> frameDone; // good or failed, and stored
+    std::function<void(zt::u64 frame)> frameDone; // the frame is stored, successful or failed
     std::function<void(zt::u64 frame, const FrameRow& row)> frameRow;
     std::function<void(zt::u64 frame, std::span<const double> raw, std::span<const double> corrected)>
         frameCorrected;
-    std::function<bool()> wantsStop; // asked before each frame, on another thread
+    std::function<bool()> wantsStop; // called before each frame, on another thread
 };
 
 struct BatchResult {
     zt::u64 corrected = 0;
     zt::u64 failed = 0;
     bool stopped = false;
-    // False when no frame was good: there is no output then.
+    // False if no frame succeeded: then no output is written.
     bool hasOutput = false;
 };
 
-// Reads, corrects and writes the frames, all at once, and stores them in order. A frame that can't be read,
-// that a filter refuses or on which it throws is a failed frame; it stands in the output as NaN, so that
-// indexes keep. The output is made at the first good frame, when its size is known. Throws Error when the
-// output can't be written; what stands there then is whole up to that frame.
+// Reads, corrects and writes frames in parallel, and stores them in order. If a frame can't be read, or a
+// filter refuses it or throws, it is a failed frame; the output stores it as NaN, so that indexes are kept.
+// The output is created at the first successful frame, when its size is known. Throws Error if the output
+// can't be written; the frames stored so far are valid.
 BatchResult runBatch(const BatchPlan& plan, const BatchListener& listener);
 
-// The output of a batch: made at the first good frame, when its size is known, or opened where it was cut
-// off. What failed before the first good frame is written then.
+// The output of a batch: created at the first successful frame, when its size is known, or opened to be
+// resumed. Failed frames before the first successful one are written at that time.
 class DeferredOutput {
 public:
     explicit DeferredOutput(const BatchPlan& batch);
 
-    // The frame in the output's pixel type; null when it failed. Throws Error.
+    // The frame in the output's pixel type; null for a failed frame. Throws Error.
     void append(const Frame* frame, const FrameRow& row);
     bool exists() const { return output != nullptr; }
     void finish();

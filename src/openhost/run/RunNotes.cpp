@@ -22,7 +22,7 @@ double topOf(zt::u8 pixelType) {
         });
 }
 
-// Reasons that differ in numbers alone are one.
+// Reasons that differ only in numbers are treated as one.
 std::string withoutNumbers(const std::string& text) {
     std::string kept;
     for (const char c : text)
@@ -61,7 +61,7 @@ void RunNotes::add(zt::u64 frame, const FrameRow& row) {
         failed[found->second].frames.push_back(frame);
     }
     if (row.inputHash == 0)
-        return; // it could not be read
+        return; // the frame could not be read
     const zt::u64 pixels = zt::u64{stack->width()} * stack->height();
     const bool isConstant =
         row.input.notFinite == 0 && (row.input.spread == 0 || row.input.zeroPixels == pixels);
@@ -72,7 +72,7 @@ void RunNotes::add(zt::u64 frame, const FrameRow& row) {
     else if (isConstant)
         addKind("constant", frame);
     else if (!row.failed && row.output.notFinite == pixels)
-        addKind("not finite once corrected", frame);
+        addKind("not finite after correction", frame);
 }
 
 void RunNotes::addKind(const std::string& name, zt::u64 frame) {

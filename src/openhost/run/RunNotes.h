@@ -10,11 +10,11 @@ namespace ombrel {
 
 class FrameStack;
 
-// "3, 7-17": frame numbers in ascending order, the first few of many.
+// "3, 7-17": frame numbers in ascending order, truncated after the first few.
 std::string frameListText(const std::vector<zt::u64>& frames);
 
-// What a run has to say of its frames when it ends: which failed and why, and which look as if something was
-// wrong with them. Frames that say the same share a line.
+// The summary of a run: failed frames with their reasons, and suspicious frames. Frames with the same remark
+// share a line.
 class RunNotes {
 public:
     // The stack must outlive the notes.
@@ -27,7 +27,7 @@ public:
 
     // Frames of one kind, such as "constant".
     struct Kind {
-        std::string name; // what the frames are
+        std::string name; // the property of the frames
         std::vector<zt::u64> frames;
     };
     const std::vector<Kind>& kinds() const { return oddFrames; }
@@ -43,7 +43,7 @@ private:
     void addKind(const std::string& name, zt::u64 frame);
 
     const FrameStack* stack;
-    std::map<std::string, std::size_t> failureOf; // index in `failed`, by the reason without its numbers
+    std::map<std::string, std::size_t> failureOf; // index in `failed`, by the reason without numbers
     std::vector<Failure> failed;
     std::vector<Kind> oddFrames;
 };

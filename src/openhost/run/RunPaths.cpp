@@ -25,7 +25,7 @@ void addDumps(CommandPaths& paths, const std::string& filter, NamedBy by) {
     paths.writesInto(".", "a dumped image of " + filter, isDumpName, by);
 }
 
-// Settings that can't be read name no file: the run fails before a filter gets them.
+// Settings that can't be read name no file: the run fails before a filter loads them.
 SettingsTree readableSettings(const std::string& path) {
     try {
         return readSettings(path);
@@ -72,7 +72,7 @@ void addFilesOfSettings(CommandPaths& paths, const std::string& filter, const st
 void addPlugin(CommandPaths& paths, const std::string& plugin) {
     try {
         paths.reads(PluginLibrary::find(plugin), "the plug-in");
-    } catch (const Error&) { // loading reports it
+    } catch (const Error&) { // loading it reports the error
     }
 }
 

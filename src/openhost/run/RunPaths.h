@@ -5,16 +5,17 @@
 
 namespace ombrel {
 
-// All files that a run reads and writes, those included that its filters' settings and parameters name.
+// All files that a run reads and writes, including those that the settings and parameters of its filters
+// name.
 CommandPaths pathsOf(const RunOptions& options);
 
-// A file of frames, with the files that it refers to.
+// A file of frames, and the files that it refers to.
 void addFrames(CommandPaths& paths, const std::string& path, const std::string& what,
                NamedBy by = NamedBy::CommandLine);
-// An input or an output, with the record that ombrel keeps beside a TIFF file.
+// An input or an output, and the record that ombrel keeps next to a TIFF file.
 void addInput(CommandPaths& paths, const std::string& input, NamedBy by = NamedBy::CommandLine);
 void addOutput(CommandPaths& paths, const std::string& output, WhenThere whenThere);
-// The calibration beside the settings file of a filter, and what the settings name.
+// The calibration next to the settings file of a filter, and the files that the settings name.
 void addFilesOfSettings(CommandPaths& paths, const std::string& filter, const std::string& settings);
 void addPlugin(CommandPaths& paths, const std::string& plugin);
 

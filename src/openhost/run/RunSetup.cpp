@@ -22,7 +22,7 @@ namespace ombrel {
 
 namespace {
 
-// The file whose bytes are the settings of the filter of that place.
+// The file that holds the settings of the filter at that position.
 std::string contentsOf(const RunOptions& options, std::size_t filter) {
     if (!options.settingsContents.empty() && !options.settingsContents[filter].empty())
         return options.settingsContents[filter];
@@ -89,7 +89,7 @@ std::optional<OutputState> outputToResume(const std::string& path, const RunReco
     const auto differences = record.differencesFrom(RunRecord::fromJson(state->plan.record));
     if (differences.empty())
         return state->framesDone > 0 ? std::move(state) : std::nullopt;
-    std::string text = path + ": was made by another run and cannot be resumed";
+    std::string text = path + ": was written by a different run and cannot be resumed";
     for (const std::string& difference : differences)
         text += "; " + difference;
     throw Error(text);
@@ -103,7 +103,7 @@ bool choosesGridPoints(const std::string& filter) {
     return filter.starts_with("AdaptiveFF=");
 }
 
-// A parameter that only decides what the filter writes besides its frames.
+// Whether a parameter only affects what the filter writes besides its frames.
 bool setsAWrite(const std::string& assignment) {
     return makesAWrite(ParamAssignment(assignment).param);
 }
@@ -147,7 +147,7 @@ Chain makeChain(Session& session, const RunOptions& options, SelectionLogs* choi
     return chain;
 }
 
-// Beam hardening with zero pixels as bad: what it filled in one frame counts in the next.
+// Beam hardening with zero pixels as bad: values filled into one frame affect the next.
 bool remembers(FilterLink& link) {
     if (link.name() != "Beam-hardening")
         return false;
@@ -155,7 +155,7 @@ bool remembers(FilterLink& link) {
     return filter.isUseZeroPixelsAsBadEnabled() && filter.isInterpolateBadPixelsEnabled();
 }
 
-// The values of a parameter that mean something; the filter itself takes any.
+// The useful values of a parameter; the filter itself accepts any.
 struct ParamRange {
     const char* name;
     double least;
@@ -201,7 +201,7 @@ std::vector<std::string> warningsOn(Chain& chain, zt::u8 pixelType) {
         if (!text.empty())
             warnings.push_back(text);
     };
-    // Links after the first get doubles.
+    // Links after the first receive doubles.
     if (FilterLink& first = chain.links().front(); first.name() == "Flat-Field") {
         const auto& filter = filterInterface<IFFFilter>(first.filter(), flatFieldObject);
         if (filter.interpolateBadAndMaskedPixels() && filter.useZeroPixelsForBadPixels())
@@ -229,15 +229,15 @@ WorkerChains makeWorkerChains(Session& session, const RunOptions& options, zt::u
     workers.remember = std::ranges::any_of(workers.chains[0].links(), remembers);
 
     if (workers.remember && options.jobs > 1)
-        console.message("one job: Beam-hardening with zero pixels as bad remembers from frame to frame");
+        console.message("one job: Beam-hardening with zero pixels as bad carries state from frame to frame");
     if (workers.remember)
         return workers;
     const zt::u64 wanted = std::min<zt::u64>(options.jobs, frames);
-    constexpr zt::u64 spare = zt::u64{256} << 20; // for the frames, and for what else runs
+    constexpr zt::u64 spare = zt::u64{256} << 20; // for the frames, and for other programs
     while (workers.chains.size() < wanted) {
         if (availableMemory() < grown + spare) {
             console.message(std::to_string(workers.chains.size()) + " of " + std::to_string(options.jobs) +
-                            " jobs: there is no memory for more");
+                            " jobs: not enough memory for more");
             break;
         }
         addChain();
@@ -260,7 +260,7 @@ FrameRange checkedRange(const RunOptions& options, const FrameStack& stack) {
     return range;
 }
 
-// The filters may look at the mask while they are loaded.
+// The filters may use the mask while they are loaded.
 WorkerChains loadedChains(const RunOptions& options, Session& session, zt::u64 frames, Console& console) {
     Device& device = session.device();
     if (!options.deviceMask.empty())

@@ -18,10 +18,10 @@
 
 namespace ombrel {
 
-// A filter as the command line names it.
+// A filter as given on the command line.
 struct FilterOption {
     std::string name;
-    std::string settings; // path; empty where there is none
+    std::string settings; // path; empty without settings
 
     explicit FilterOption(const std::string& text)
         : name(text.substr(0, text.find('='))),
@@ -32,9 +32,9 @@ struct FilterOption {
 struct RunOptions {
     std::vector<std::string> inputs;
     std::vector<std::string> filters; // "NAME" or "NAME=SETTINGS.xml"
-    // Where the bytes of each filter's settings stand when that is not the file that it names; else empty.
+    // For each filter, the file that really holds its settings, if it is not the named one; else empty.
     std::vector<std::string> settingsContents;
-    // Filters write no log and dump no image, whatever settings and parameters name.
+    // Filters write no log and dump no image, even if settings or parameters enable it.
     bool discardLogs = false;
     std::vector<std::string> params; // "FILTER:PARAM=VALUE"
     std::string output;
@@ -56,47 +56,47 @@ struct RunOptions {
     bool quiet = false;
 };
 
-// What the run is, for its output. `chain` has its settings loaded. Throws Error.
+// Describes the run, for its output. The settings of `chain` must be loaded. Throws Error.
 RunRecord makeRecord(const RunOptions& options, const FrameRange& range, const std::string& pluginPath,
                      Chain& chain);
 
-// The settings of the filter of that place; without a path where it has none.
+// The settings of the filter at that position; the path is empty if it has none.
 SettingsSource settingsOf(const RunOptions& options, std::size_t filter);
-// The files with the settings of each link that has some, in the order of the chain.
+// The settings files of all links that have one, in the order of the chain.
 std::vector<std::string> settingsFilesOf(const RunOptions& options);
 
-// The output to resume; none when no frame of it is done. Throws Error when it is no output of this
-// program, is being written, or was made by another run than `record` tells of: the text names what differs.
+// The output to resume; nothing if none of its frames is done. Throws Error if it was not written by this
+// program, is being written, or was written by a different run than `record`: the text lists the differences.
 std::optional<OutputState> outputToResume(const std::string& path, const RunRecord& record);
 
-// The chains of a run's workers: each has filter instances of its own, loaded by themselves.
+// The chains of a run's workers: each has its own filter instances, loaded separately.
 struct WorkerChains {
     std::vector<Chain> chains;              // at least one
-    bool remember = false;                  // a filter's result hangs on the frames before
-    std::unique_ptr<SelectionLogs> choices; // null where no adaptive filter chooses, or nobody wants to know
+    bool remember = false;                  // a filter's result depends on earlier frames
+    std::unique_ptr<SelectionLogs> choices; // null unless an adaptive filter's choices are recorded
 };
 
-// Says that Flat-Field does not find zero pixels in frames of that type; empty where it does.
+// The warning that Flat-Field does not find zero pixels in frames of that type; empty if it does.
 std::string unseenZeroPixels(zt::u8 pixelType);
 
-// What a user should know of a loaded chain before frames of that type pass through it, a line each.
+// Warnings about a loaded chain and the pixel type of its frames, one line each.
 std::vector<std::string> warningsOn(Chain& chain, zt::u8 pixelType);
 
-// As many chains as jobs are asked for, or fewer, said aloud: where a filter remembers from frame to frame,
-// where memory does not allow more, and where there are fewer frames. Throws Error.
+// One chain per job, or fewer, with a message: if a filter carries state from frame to frame, or memory is
+// short. Never more chains than frames. Throws Error.
 WorkerChains makeWorkerChains(Session& session, const RunOptions& options, zt::u64 frames, Console& console);
 
-// All that a run needs, opened and checked before its first frame, for everyone who runs a stack through a
-// chain. Messages go to the console.
+// Everything a run needs, opened and checked before its first frame; used by all callers that pass a stack
+// through a chain. Messages go to the console.
 struct RunSetup {
-    // Nothing is written yet. `runOptions` must outlive the setup. Throws UsageError or Error.
+    // Writes nothing. `runOptions` must outlive the setup. Throws UsageError or Error.
     RunSetup(const RunOptions& runOptions, Console& console);
 
-    // Runs the frames that are not done yet. Throws Error.
+    // Runs the remaining frames. Throws Error.
     BatchResult run(const BatchListener& listener);
 
     const RunOptions& options;
-    std::optional<OutputLock> lock; // before anything is asked of the output; none for a dry run
+    std::optional<OutputLock> lock; // taken before the output is examined; empty for a dry run
     FrameStack stack;
     FrameRange range;
     Session session;

@@ -45,7 +45,7 @@ QualityLogFile::QualityLogFile()
       openPath("/proc/self/fd/" + std::to_string(file.get())) {
     if (file.get() < 0)
         throw Error(systemErrorText("the filter's log of quality values", "cannot be made", errno));
-    if (::access(openPath.c_str(), W_OK) != 0) // where /proc is not mounted
+    if (::access(openPath.c_str(), W_OK) != 0) // /proc may not be mounted
         throw Error(systemErrorText(openPath, "cannot be written", errno));
 }
 
@@ -102,7 +102,7 @@ void SelectionLogs::redirect(zt::ISettings& settings, std::size_t worker) {
     settings.setString(group, logKey, logs[worker].path().c_str());
 }
 
-// The log is emptied, so that a frame without a search finds nothing.
+// Clears the log, so that a frame without a search has no choice.
 std::optional<SelectedFlatField> SelectionLogs::read(std::size_t worker, zt::u64 frame) {
     const auto found = logs.find(worker);
     const std::string text = found == logs.end() ? std::string() : found->second.text();

@@ -14,14 +14,13 @@
 
 namespace ombrel {
 
-// A log for a filter to write, in memory: no disk can be full there, and nothing is left when the program is
-// killed.
+// A log file for a filter in memory: it cannot fill the disk, and nothing is left if the program is killed.
 class QualityLogFile {
 public:
     // Throws Error.
     QualityLogFile();
 
-    // By which a filter opens it.
+    // The path under which a filter opens it.
     const std::string& path() const { return openPath; }
     std::string text() const;
     void clear();
@@ -31,7 +30,7 @@ private:
     std::string openPath;
 };
 
-// One candidate of a search. V, T and E are as the log writes them, by six digits.
+// One candidate of a search. V, T and E are texts as in the log, with six digits.
 struct QualityValue {
     std::string v;
     std::string t;
@@ -39,27 +38,27 @@ struct QualityValue {
     double value = 0;
 };
 
-// The candidates of the last search in the log, in the order in which they were tried; what is not a number
-// is left out.
+// The candidates of the last search in the log, in the order in which they were tried; candidates whose value
+// is not a number are skipped.
 std::vector<QualityValue> readQualityLog(const std::string& text);
-// Whether the filter could write all of it: a search ends with an empty line.
+// Whether the filter could write all of the log: a search ends with an empty line.
 bool isWholeQualityLog(const std::string& text);
 
-// The candidate with the least value, the earliest of them, and the one next to it; none without candidates.
+// The first candidate with the least value, and the second best; nothing without candidates.
 std::optional<SelectedFlatField> choiceOf(const std::vector<QualityValue>& candidates);
 
-// What the adaptive filters of a run's workers choose. Only their logs of quality values hold it, so each
-// worker gets a log of its own here. A log that the user named gets what the filter wrote for the last frame,
-// as it would without this.
+// Records the choices of the adaptive filters of a run's workers. Only their logs of quality values contain
+// them, so each worker gets a log of its own. A log file named by the user receives the log of the last
+// frame, as it would without recording.
 class SelectionLogs {
 public:
-    // Points the worker's log to here, before its filter gets the settings. Throws Error.
+    // Redirects the worker's log, before its filter loads the settings. Throws Error.
     void redirect(zt::ISettings& settings, std::size_t worker);
     void setUserFile(const std::string& path) { userFile = path; }
 
-    // Of the worker's latest frame; nothing when there was no search.
+    // The choice for the worker's last frame; nothing if there was no search.
     std::optional<SelectedFlatField> read(std::size_t worker, zt::u64 frame);
-    // Why choices are missing, in one line; empty when all were read.
+    // Why choices are missing, in one line; empty if all were read.
     std::string loss() const;
     // Throws Error.
     void copyToUserFile() const;

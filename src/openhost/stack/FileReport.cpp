@@ -87,7 +87,7 @@ ResidualReport reportOnResidual(const std::string& correctedPath, const std::str
         report.worst = std::max(report.worst, residual.value_or(0));
     }
     if (counted == 0)
-        throw Error(correctedPath + ": no frame has a corrected pixel that counts");
+        throw Error(correctedPath + ": no frame has a usable corrected pixel");
     report.mean = sum / static_cast<double>(counted);
     return report;
 }
@@ -102,7 +102,7 @@ void addPixels(std::span<const T> pixels, PixelReport& report) {
     for (const T pixel : pixels) {
         if constexpr (std::is_floating_point_v<T>)
             nans += std::isnan(pixel) ? 1 : 0;
-        // A NaN at the start is replaced, and later ones lose each comparison.
+        // A NaN at the start is replaced, and later ones fail each comparison.
         least = pixel < least || least != least ? pixel : least;
         greatest = pixel > greatest || greatest != greatest ? pixel : greatest;
     }
@@ -122,7 +122,7 @@ void addFrame(const Frame& frame, PixelReport& report) {
     });
 }
 
-// Values of type T, which were widened to double.
+// The values have type T, but were widened to double.
 template <typename T = double>
 std::string rangeText(const ValueRange& range) {
     const std::string min = numberText(static_cast<T>(range.min));
@@ -135,8 +135,8 @@ std::string pixelRangeText(const PixelReport& report) {
     return report.isFloat ? rangeText<float>(report.range) : rangeText(report.range);
 }
 
-// Without an exponent for any time that a detector counts. Fifteen digits: what the conversion of a unit adds
-// after them holds no information.
+// Never with an exponent for times of detectors. Fifteen digits: further ones are only rounding errors of the
+// conversion of units.
 std::string secondsText(double seconds) {
     char text[64];
     std::snprintf(text, sizeof text, "%.15g", seconds);

@@ -9,24 +9,24 @@
 
 namespace ombrel {
 
-// How much structure a correction leaves in areas that should be even.
+// The structure that a correction leaves in areas that should be uniform.
 struct ResidualReport {
-    // Of each frame: the relative deviation of the corrected pixels from their mean, as a multiple of what
-    // the photon statistics of the raw counts make of it. 1 for a perfect correction; nothing for a frame
+    // For each frame: the relative deviation of the corrected pixels from their mean, as a multiple of that
+    // expected from the photon statistics of the raw counts. 1 for a perfect correction; nothing for a frame
     // without corrected pixels.
     std::vector<std::optional<double>> frames;
-    double mean = 0; // of those that have one
+    double mean = 0; // of the frames that have a value
     double worst = 0;
 };
 
-// Compares the frames of two files. `maskPath` is a frame that is 0 where the sample, or a bad pixel, is;
-// empty: all pixels count. Pixels that are 0 in the raw frame, or not finite in the corrected one, do not.
-// Throws Error: a file that can't be read, different sizes or numbers of frames, no frame with a pixel that
-// counts.
+// Compares the frames of two files. `maskPath` is a frame that is 0 at the sample and at bad pixels; if
+// empty, all pixels are compared. Pixels that are 0 in the raw frame, or not finite in the corrected one, are
+// ignored. Throws Error for a file that can't be read, different sizes or numbers of frames, or if no pixel
+// remains in any frame.
 ResidualReport reportOnResidual(const std::string& correctedPath, const std::string& rawPath,
                                 const std::string& maskPath);
 
-// From the smallest to the greatest value; empty when `min` is above `max`.
+// From the least to the greatest value; empty if `min` is above `max`.
 struct ValueRange {
     double min = 0;
     double max = -1;
@@ -35,26 +35,26 @@ struct ValueRange {
     void include(double value);
 };
 
-// What the pixels of a file are.
+// The values of the pixels of a file.
 struct PixelReport {
-    ValueRange range;      // of all frames, without those that are not a number
+    ValueRange range;      // of all frames, without NaN
     zt::u64 nanPixels = 0; // of all frames
     bool isFloat = false;  // the values are 32-bit floats
 };
 
 struct FileReport {
     FrameFileInfo info;
-    ValueRange acqTimes; // seconds; empty when the file holds none
+    ValueRange acqTimes; // seconds; empty if the file has no times
 };
 
 // Describes an open file without reading a pixel.
 FileReport reportOnFile(const FrameFile& file);
 
-// Reads all frames; sub-frames count as the frame that they add up to. `frameDone` is called after each and
-// returns false to stop: then nothing is returned. Throws Error.
+// Reads all frames; a frame with sub-frames is their sum. `frameDone` is called after each frame; if it
+// returns false, reading stops and nothing is returned. Throws Error.
 std::optional<PixelReport> reportOnPixels(FrameFile& file, const std::function<bool()>& frameDone);
 
-// The reports as lines for people, each with its end.
+// The reports as lines of text.
 std::string fileReportText(const FileReport& report);
 std::string pixelReportText(const PixelReport& report);
 

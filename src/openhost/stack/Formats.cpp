@@ -1,5 +1,5 @@
-// What is known of a format of frame files is one row of this table: reading goes by the content of a file,
-// writing by the suffix of its name.
+// Each format of frame files is one row of this table. The content of a file selects the format for reading,
+// the suffix of its name for writing.
 
 #include "base/Error.h"
 #include "base/FileContent.h"
@@ -98,7 +98,7 @@ const Format* formatOfOutput(Path path) {
     return found == std::end(formats) ? nullptr : found;
 }
 
-// For an output that exists; an output of another name is taken for HDF5, whose reader says what is wrong.
+// For an existing output; a name without a known suffix is treated as HDF5, whose reader reports the problem.
 const Format& formatOrFirst(Path path) {
     const Format* const format = formatOfOutput(path);
     return format ? *format : formats[0];
@@ -143,7 +143,7 @@ std::vector<std::string> FrameFile::sourcesOf(const std::string& path) {
         const std::string name = splitDatasetPath(path).file;
         const Format* const format = formatOfKind(fileKind(FileDescriptor::openForReading(name)));
         return format ? format->sources(name) : std::vector<std::string>();
-    } catch (const Error&) { // whoever reads it gets the reason
+    } catch (const Error&) { // reading the file reports the reason
         return {};
     }
 }

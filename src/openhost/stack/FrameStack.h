@@ -9,10 +9,10 @@
 
 namespace ombrel {
 
-// Dark frames in files of which other frames were asked for.
+// Counts dark frames in files from which other frames are read.
 class UnusedDarks {
 public:
-    // A file may be added again.
+    // Adding a file again is harmless.
     void add(const FrameFileInfo& info);
     std::string text() const;
 
@@ -20,11 +20,12 @@ private:
     std::map<std::string, zt::u32> counts; // of each file, by its path
 };
 
-// The frames of several files, one after the other, counted from 0 throughout. All frames have one size;
-// pixel types may differ from file to file. One object must not be used from two threads at once.
+// The frames of several files, one after the other, counted from 0 across all files. All frames have the same
+// size; pixel types may differ between files. One object must not be used from two threads at once.
 class FrameStack {
 public:
-    // Opens all files. Throws Error: no path, a file that can't be read, or two of different frame sizes.
+    // Opens all files. Throws Error without paths, for a file that can't be read, and for different frame
+    // sizes.
     FrameStack(const std::vector<std::string>& paths, FrameRole role);
 
     zt::u32 width() const { return parts.front().file->info().width; }
@@ -35,11 +36,11 @@ public:
 
     // `frame` must be below frameCount().
     FramePtr readFrame(zt::u64 frame);
-    // Says that files hold dark frames, which no command uses; empty when none does.
+    // A message on dark frames in the files, which no command uses; empty if there are none.
     std::string unusedDarks() const { return darks.text(); }
     // "PATH, frame N", the frame counted in its file.
     std::string where(zt::u64 frame) const;
-    // Of the frame as it is read.
+    // The pixel type of the frame after reading.
     zt::u8 pixelType(zt::u64 frame) const;
 
 private:

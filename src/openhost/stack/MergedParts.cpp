@@ -48,7 +48,7 @@ struct Part {
     RunRecord record;
 };
 
-// Tells the frames of a part from those of another run: a hash of the hashes of all its frames.
+// Identifies the frames of a part: a hash of the hashes of all its frames.
 std::string partHash(const OutputState& state) {
     std::vector<zt::u64> hashes;
     for (const FrameRow& row : state.rows)
@@ -60,23 +60,24 @@ Part openPart(const std::string& path) {
     Part part{path, readHdf5Output(path), {}};
     part.record = RunRecord::fromJson(part.state.plan.record);
     if (!part.record.parts.empty())
-        throw Error(path + ": is merged from parts itself; merge these");
+        throw Error(path + ": was itself merged from parts; merge those parts instead");
     if (!part.state.complete)
-        throw Error(path + ": is not complete: " + std::to_string(part.state.framesDone) + " of " +
+        throw Error(path + ": is incomplete: " + std::to_string(part.state.framesDone) + " of " +
                     countText(part.state.plan.frames, "frame") + " done; finish it with --resume");
     return part;
 }
 
-// Ranges apart, the records must be the same.
+// Except for the ranges, the records must be equal.
 void checkSameRun(const Part& part, const Part& first) {
     RunRecord record = part.record;
     record.begin = first.record.begin;
     record.end = first.record.end;
     const auto differences = record.differencesFrom(first.record);
     if (!differences.empty())
-        throw Error(part.path + ": is not of the same run as " + first.path + ": " + differences.front());
+        throw Error(part.path + ": does not belong to the same run as " + first.path + ": " +
+                    differences.front());
     if (part.state.plan.width != first.state.plan.width || part.state.plan.height != first.state.plan.height)
-        throw Error(part.path + ": its frames are of another size than those of " + first.path);
+        throw Error(part.path + ": its frames differ in size from those of " + first.path);
 }
 
 void checkFollows(const Part& part, const Part& before) {
@@ -128,7 +129,7 @@ void checkParts(const std::string& whole, const RunRecord& record) {
         if (!std::filesystem::exists(path))
             throw Error(whole + ": its part " + path + " is missing");
         if (partHash(readHdf5Output(path)) != part.hash)
-            throw Error(whole + ": its part " + path + " is another one than was merged");
+            throw Error(whole + ": its part " + path + " has changed since the merge");
     }
 }
 
