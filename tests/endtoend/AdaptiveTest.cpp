@@ -317,6 +317,6 @@ TEST_F(Adaptive, ForceReplacesACalibrationAndNothingElse) {
     expectRefusal(calibrateSmall(6), 1, "a.bin: is not a calibration");
     std::filesystem::remove(heap);
     writeFileText(settings, "measured frames");
-    expectRefusal(calibrateSmall(6), 1, "a.xml: does not read as settings");
+    expectRefusal(calibrateSmall(6), 1, "a.xml: is not a settings file and is not replaced");
     EXPECT_EQ(fileText(settings), "measured frames");
 }

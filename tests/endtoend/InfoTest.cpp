@@ -101,7 +101,7 @@ TEST_F(Info, RefusesWhatDoesNotGoTogether) {
         expectRefusal(info(options), exitCode, words);
     };
     refuse({"--mask", mask}, 2, "go with --raw");
-    refuse({"--picture", folder / "picture.gif"}, 2, "ends in .png");
+    refuse({"--picture", folder / "picture.gif"}, 2, "must end in .png");
     refuse({"--raw", wide}, 1, "6 x 1");
     refuse({"--raw", raw, "--mask", wide}, 1, "6 x 1");
     refuse({"--raw", folder / "one.tif"}, 1, "has 2 frames");

@@ -98,7 +98,7 @@ TEST_F(Paths, TwoPathsOfACommandLineMustBeTwoFiles) {
            2, "a preview");
 
     refuse({"info", at("in.h5"), "--picture", at("in.png"), "--raw", at("in.png"), "--force"}, 2, both);
-    refuse({"info", at("in.h5"), "--picture", at("in.h5"), "--force"}, 2, "ends in .png");
+    refuse({"info", at("in.h5"), "--picture", at("in.h5"), "--force"}, 2, "must end in .png");
     refuse({"merge", at("ok.h5"), "-o", at("ok.h5"), "--force"}, 2, both);
     refuse({"replay", at("ok.h5"), "-o", at("ok.h5"), "--force"}, 2, both);
     const Arguments flat{"calibrate", "flat-field", at("in.tif"), "-o", at("c.xml"), "--force"};

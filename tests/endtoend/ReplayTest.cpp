@@ -138,7 +138,7 @@ TEST_F(Replay, RefusesRecordsThatNoRunWrites) {
           {"\"device_type\":1", "\"device_type\":1e99", "\"device_type\" is not a whole number"},
           {"\"filter\":\"Flat-Field\"", "\"filter\":\"Flat-Field=x\"", "a filter has no name"},
           {"\"params\":[]", "\"params\":[\"Flat-Field\"]", "not of the form"},
-          {"\"settings\":[", "\"nothing\":[", "holds no settings"},
+          {"\"settings\":[", "\"nothing\":[", "does not contain the settings"},
           {"\"inputs\":[{", "\"inputs\":[{\"path\":\"/dev/zero\"},{", "datasets for 2 inputs"}}) {
         std::string record = before;
         const std::size_t place = record.find(text);

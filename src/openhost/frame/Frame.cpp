@@ -136,7 +136,7 @@ void Frame::refData(zt::IRefByteBuff* out, double /*zero*/) {
 double* Frame::doubleData(double /*zero*/) {
     if (pixelType != zt::DT_DOUBLE)
         throw std::logic_error("the pixels of the frame are " + std::string(pixelTypeName(pixelType)) +
-                               " where f64 is asked for");
+                               ", but f64 is required");
     return reinterpret_cast<double*>(storage.get());
 }
 

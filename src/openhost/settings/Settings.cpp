@@ -149,8 +149,8 @@ void Settings::setBlob(const char* group, const char* key, const void* data, zt:
 void Settings::logWrongType(const char* group, const char* key, const SettingsValue& value,
                             std::string_view asked) const {
     log(path + ": group \"" + std::string(textOf(group)) + "\", key \"" + std::string(textOf(key)) +
-        "\": the value is of type " + std::string(settingsTypeName(value)) + " where " + std::string(asked) +
-        " is asked for");
+        "\": the value has type " + std::string(settingsTypeName(value)) + ", but " + std::string(asked) +
+        " was requested");
 }
 
 template <typename T>

@@ -22,23 +22,23 @@ struct SettingsGroup {
     std::string name;
     std::vector<SettingsItem> items;
 
-    // Null when there is none.
+    // Null if the key does not exist.
     const SettingsItem* find(std::string_view key) const;
 };
 
-// The group that the open host keeps for itself in a filter's settings file. Filters ignore it.
+// The group that ombrel itself uses in a filter's settings file. Filters ignore it.
 inline constexpr std::string_view ownGroup = "ombrel";
 
-// What a settings store holds. Groups and keys keep the order in which they came.
+// The contents of a settings store. Groups and keys keep their order.
 struct SettingsTree {
     std::vector<SettingsGroup> groups;
 
-    // Null when there is none.
+    // Null if it does not exist.
     const SettingsGroup* find(std::string_view group) const;
     const SettingsValue* find(std::string_view group, std::string_view key) const;
-    // Replaces the value in its place, or appends it.
+    // Replaces the value, keeping its position, or appends it.
     void set(std::string_view group, std::string_view key, SettingsValue value);
-    // Puts the group in the place of the one of its name, or at the end.
+    // Replaces the group with the same name, keeping its position, or appends it.
     void set(SettingsGroup group);
     void remove(std::string_view group);
 };
@@ -49,7 +49,7 @@ std::string filterGroups(const SettingsTree& settings);
 // "int", "blob" and so on, as in the type attribute of the files.
 std::string_view settingsTypeName(const SettingsValue& value);
 
-// A settings store on an XML file:
+// A settings store in an XML file:
 //
 //     <settings>
 //       <group name="FF">
@@ -57,28 +57,28 @@ std::string_view settingsTypeName(const SettingsValue& value);
 //
 // with the types bool, int, double, string and blob (base64). The store is empty until it is loaded or set.
 //
-// Getters convert between int and double where no part of the value is lost. For a value of any other type
-// they log a line and give the default.
+// Getters convert between int and double if no information is lost. For a value of any other type they log a
+// line and return the default.
 class Settings final : public zt::ISettings {
 public:
     using Log = std::function<void(const std::string& line)>;
 
-    // `lineLog` gets what goes wrong in the operations that can't report it otherwise.
+    // `lineLog` receives errors of operations that can't report them otherwise.
     Settings(std::string filePath, Log lineLog);
 
-    // Replaces what the store holds by what the file holds. Throws Error naming path, line and column, with
-    // the store as it was, when the file can't be read or is no settings file.
+    // Replaces the contents of the store by those of the file. If the file can't be read or is not a settings
+    // file, throws Error with path, line and column, and leaves the store unchanged.
     void loadFile() { loadFile(path); }
-    // The same from another file than the store's own.
+    // Like loadFile(), from another file.
     void loadFile(const std::string& source);
-    // Replaces the file in one step, as AtomicFile does. A file that holds anything must be settings with a
-    // group that the store has too; the open host's own group of that file is kept, and is then the store's.
-    // A store that holds nothing leaves the file alone. Throws Error, with the file as it was.
+    // Replaces the file atomically, see AtomicFile. An existing non-empty file must be settings with a group
+    // that the store has too. ombrel's own group is taken over from that file. An empty store leaves the file
+    // unchanged. Throws Error, with the file unchanged.
     void saveFile();
 
     const SettingsTree& contents() const { return tree; }
 
-    // loadFile() and saveFile(), which log the failure and return.
+    // loadFile() and saveFile(), which log a failure and return.
     void load() override;
     void save() override;
 
@@ -100,9 +100,9 @@ public:
     void destroy() override { delete this; }
 
 private:
-    // Throws Error when the file may not be replaced by what the store holds.
+    // Throws Error if the store must not replace the contents of the file.
     void keepOwnGroupOfFile();
-    // The value of type T; null when there is none, or, after a line in the log, when it is of another type.
+    // The value of type T; null if it does not exist or, after logging a line, has another type.
     template <typename T>
     const T* find(const char* group, const char* key) const;
     void logWrongType(const char* group, const char* key, const SettingsValue& value,

@@ -7,22 +7,23 @@
 
 namespace ombrel {
 
-// Reads a settings file. Throws Error, "PATH:LINE:COLUMN: what is wrong", when it can't be read, is no XML,
-// is not laid out as settings, holds a value that does not read as its type, or a group or key twice.
+// Reads a settings file. Throws Error, "PATH:LINE:COLUMN: what is wrong", if it can't be read, is not XML,
+// does not have the structure of settings, holds a value that does not match its type, or repeats a group or
+// key.
 //
-// The text of a blob is decoded as it is read, and never stands in memory as a whole.
+// The text of a blob is decoded while reading; it is never held in memory as a whole.
 SettingsTree readSettings(const std::string& path);
 
-// The same of a file that is about to be replaced, whose failure says so: what does not read as settings may
-// be anything, raw data too.
+// Like readSettings(), for a file that is about to be replaced, as the error message says: a file that is not
+// settings may hold anything, even raw data.
 SettingsTree readReplaceable(const std::string& path);
 
-// Writes the contents as XML. A string that XML can't hold (control characters, bytes that are no UTF-8) is
-// written in base64, marked by encoding="base64". Throws Error when a name can't be written, or writing
+// Writes the contents as XML. A string that XML can't represent (control characters, invalid UTF-8) is
+// written in base64, marked by encoding="base64". Throws Error if a name can't be represented or writing
 // fails.
 void writeSettings(const SettingsTree& tree, AtomicFile& file);
 
-// Replaces the file by the contents, whatever it held. Throws Error.
+// Replaces the file by the contents, whatever it held before. Throws Error.
 void writeSettingsFile(const SettingsTree& tree, const std::string& path);
 
 } // namespace ombrel

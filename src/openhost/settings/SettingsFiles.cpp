@@ -145,7 +145,7 @@ std::optional<int> intOf(const SettingsGroup& group, std::string_view key) {
     return value ? std::optional(*value) : std::nullopt;
 }
 
-// Of the first thickness mask.
+// The size of the first thickness mask.
 std::optional<Size> maskSize(const SettingsTree& settings) {
     for (const SettingsGroup& group : settings.groups) {
         const auto width = intOf(group, "Width");
@@ -156,7 +156,7 @@ std::optional<Size> maskSize(const SettingsTree& settings) {
     return std::nullopt;
 }
 
-// Reads the numbers of a heap one after the other.
+// Reads the numbers of a heap in order.
 class HeapWalk {
 public:
     explicit HeapWalk(const std::string& path) : file(FileDescriptor::openForReading(path)) {}
@@ -168,7 +168,7 @@ public:
         at += sizeof value;
         return value;
     }
-    // Throws Error when the file does not reach so far.
+    // Throws Error if the file is too short.
     void skipFloats(zt::u64 count) {
         if (count > (file.size() - at) / sizeof(float))
             throw Error("the heap is truncated");
@@ -180,7 +180,7 @@ private:
     zt::u64 at = 0;
 };
 
-// Of the first flat field that is not a hole. A heap that cannot be read is the filter's to refuse.
+// The size of the first flat field that is not a hole. A heap that cannot be read is reported by the filter.
 std::optional<Size> flatFieldSize(const std::string& path) {
     try {
         HeapWalk heap(path);

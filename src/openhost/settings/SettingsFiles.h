@@ -10,55 +10,54 @@
 
 namespace ombrel {
 
-// The files that a filter reads besides its settings file: NAME.bin beside NAME.xml, and what the settings
-// name. A key that begins with "Log" names a file that the filter writes.
+// The files that a filter reads in addition to its settings file: NAME.bin next to NAME.xml, and files that
+// the settings name. A key that begins with "Log" names a file that the filter writes.
 std::vector<std::string> filesUsedBy(const SettingsTree& settings, const std::string& path);
 
-// The calibration heap of a settings file: NAME.bin beside NAME.xml.
+// The calibration heap of a settings file: NAME.bin next to NAME.xml.
 std::string heapPathOf(const std::string& settingsPath);
 
-// Settings made together with a heap note its hash, so that a pair of which only one file was replaced is not
-// used. `heapFile` is where the heap's contents are now. Throws Error.
+// Settings made together with a heap store its hash, so that a pair of which only one file was replaced is
+// refused. `heapFile` is the current path of the heap's contents. Throws Error.
 void noteHeap(SettingsTree& settings, const std::string& heapFile);
-// Throws Error when the settings note another heap than the one beside `settingsPath`. Settings that note
-// none, as those of other hosts, fit every heap.
+// Throws Error if the hash in the settings differs from that of the heap next to `settingsPath`. Settings
+// without a hash, as those of other hosts, accept every heap.
 void checkHeap(const SettingsTree& settings, const std::string& settingsPath);
 
-// Whether a file begins as XML does, which no frame file does.
+// Whether a file begins like XML; no frame file does.
 bool looksLikeSettings(const std::string& path);
-// What a settings file holds, as `ombrel info` shows it. Throws Error, also where checkHeap() does.
+// The description of a settings file for `ombrel info`. Throws Error, also if checkHeap() does.
 std::string settingsReportText(const std::string& path);
 
-// A "FILTER:PARAM=VALUE" taken apart. A text of another form has no parts.
+// A parsed "FILTER:PARAM=VALUE". All parts are empty if the text has another form.
 struct ParamAssignment {
     std::string filter;
     std::string param;
     std::string value;
 
     explicit ParamAssignment(const std::string& text);
-    // The file that it names to be read, by the same rule; empty when it names none.
+    // The file that the value names for reading, by the rule of filesUsedBy(); empty if it names none.
     std::string fileUsed() const;
 };
 
-// What a settings item or a parameter makes its filter write.
+// Settings items and parameters that make a filter write files.
 bool namesLogFile(std::string_view key);
-// True for a key, or a parameter, that only decides what the filter writes besides its frames.
+// Whether a key or parameter only affects what the filter writes besides its frames.
 bool makesAWrite(std::string_view key);
-// Lets a filter that loads these settings write nothing but its frames. Returns what was set, as texts by
+// Makes a filter that loads these settings write nothing but its frames. Returns the old values, as texts by
 // key.
 std::map<std::string, std::string> discardWrites(Settings& settings);
-// With this key on, the filter writes images into the working directory...
+// If this key is true, the filter writes images into the working directory...
 inline constexpr std::string_view dumpKey = "DumpCompensationImages";
-// ...whose names are of this form.
+// ...with names of this form.
 bool isDumpName(const std::string& name);
 
-// A settings file that exists is replaced, of whatever filter it is, once --force was given. Throws Error for
-// one that does not read as settings: a mistyped name must not cost measured frames.
+// With --force, an existing settings file of any filter is replaced. Throws Error for a file that does not
+// read as settings: a mistyped name must not cost measured frames.
 void checkSettingsOutput(const std::string& output);
 
-// Why settings cannot serve frames of that size, whatever the frames hold: each of them would fail. Both
-// sizes are in the text, which is empty when nothing speaks against it. `path` is the settings file's, beside
-// which the adaptive filter's heap is.
+// Why settings do not fit frames of that size, so that every frame would fail. The text names both sizes, and
+// is empty if they fit. `path` is that of the settings file; the adaptive filter's heap is next to it.
 std::string misfit(const SettingsTree& settings, const std::string& path, zt::u32 width, zt::u32 height);
 
 } // namespace ombrel

@@ -16,13 +16,13 @@ namespace ombrel {
 
 namespace {
 
-// Texts as they are shown in messages: not longer than a line.
+// Shortens texts for messages.
 std::string shown(const std::string& text) {
     constexpr std::size_t longest = 40;
     return '"' + (text.size() <= longest ? text : text.substr(0, longest) + "...") + '"';
 }
 
-// In the file, counted from 1.
+// A position in the file, counted from 1.
 struct Position {
     qint64 line;
     qint64 column;
@@ -71,8 +71,8 @@ private:
     }
 
     const std::string& path;
-    std::unordered_set<std::string> names; // of the groups so far
-    std::unordered_set<std::string> keys;  // of the group that is open
+    std::unordered_set<std::string> names; // of the groups read so far
+    std::unordered_set<std::string> keys;  // of the current group
     FileDescriptor file;
     QXmlStreamReader xml;
     XmlChunkReader feed;
@@ -88,18 +88,18 @@ void Reader::checkFed() const {
         fail(refusal);
 }
 
-// The next token that counts.
+// The next significant token.
 QXmlStreamReader::TokenType Reader::next() {
     for (;;) {
         const auto token = xml.readNext();
         if (xml.error() == QXmlStreamReader::PrematureEndOfDocumentError) {
             if (!feed.feed())
-                fail("the file ends before the settings do");
+                fail("the file ends within the settings");
             checkFed();
         } else if (xml.hasError()) {
-            fail("no settings file: " + xml.errorString().toStdString());
+            fail("not a settings file: " + xml.errorString().toStdString());
         } else if (token == QXmlStreamReader::DTD || token == QXmlStreamReader::EntityReference) {
-            fail("a document type or an entity of its own has no place in a settings file");
+            fail("a settings file must not declare a document type or an entity");
         } else if (token != QXmlStreamReader::StartDocument && token != QXmlStreamReader::Comment &&
                    token != QXmlStreamReader::ProcessingInstruction) {
             return token;
@@ -107,7 +107,7 @@ QXmlStreamReader::TokenType Reader::next() {
     }
 }
 
-// Moves to the next element within the open one; false at the end of the open one.
+// Moves to the next child of the current element; false at its end.
 bool Reader::nextElement() {
     for (;;) {
         const auto token = next();
@@ -116,11 +116,11 @@ bool Reader::nextElement() {
         if (token == QXmlStreamReader::EndElement)
             return false;
         if (!xml.isWhitespace())
-            fail("text outside of an item: " + shown(xml.text().trimmed().toString().toStdString()));
+            fail("text outside an item: " + shown(xml.text().trimmed().toString().toStdString()));
     }
 }
 
-// What follows the root element is given to the reader at once, since it takes every end of what it has for
+// Everything after the root element is fed to the reader in one go, since it treats every end of its input as
 // the end of the document.
 void Reader::readEnd() {
     while (feed.feed())
@@ -175,7 +175,7 @@ void Reader::readItem(SettingsGroup& group) {
         fail("a second key " + shown(key) + " in group " + shown(group.name));
     const bool isEncoded = xml.attributes().hasAttribute(QLatin1StringView("encoding"));
     if (isEncoded && (type != "string" || attribute("encoding") != "base64"))
-        fail("an encoding other than \"base64\" of a string");
+        fail("an unknown encoding of a string; only \"base64\" is known");
     group.items.push_back({key, readValue(type, isEncoded)});
 }
 
@@ -212,7 +212,7 @@ std::string Reader::readText() {
             fail("an element within an item");
         text += xml.text();
         if (static_cast<std::size_t>(text.size()) > longestXmlText)
-            fail("a text of more than 1 MiB has no place in a settings file");
+            fail("a settings file must not hold a text above 1 MiB");
     }
 }
 
@@ -231,7 +231,7 @@ Blob Reader::readBlob() {
         }
     }
     if (!decoder.finish())
-        fail(position, "the base64 text is cut off");
+        fail(position, "the base64 text is truncated");
     if (nextElement())
         fail("an element within an item");
     return blob;
@@ -247,7 +247,7 @@ SettingsTree readReplaceable(const std::string& path) {
     try {
         return readSettings(path);
     } catch (const Error& error) {
-        throw Error(path + ": does not read as settings and is not replaced; choose another name (" +
+        throw Error(path + ": is not a settings file and is not replaced; choose another name (" +
                     error.what() + ")");
     }
 }

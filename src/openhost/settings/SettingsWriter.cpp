@@ -14,8 +14,7 @@ namespace {
 
 constexpr QLatin1StringView encodingMark("base64");
 
-// Whether XML can hold the text so that it reads back the same. A carriage return would come back as a line
-// feed.
+// Whether XML represents the text exactly. A carriage return would read back as a line feed.
 bool fitsXml(const std::string& text) {
     QStringDecoder utf8(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
     const QString decoded = utf8(QByteArrayView(text.data(), static_cast<qsizetype>(text.size())));
@@ -47,7 +46,7 @@ private:
     void drain();
 
     AtomicFile& file;
-    QBuffer buffer; // what is not in the file yet
+    QBuffer buffer; // not written to the file yet
     QXmlStreamWriter xml;
 };
 
@@ -67,7 +66,7 @@ void Writer::write(const SettingsTree& tree) {
 void Writer::startElement(const char* element, const char* attribute, const std::string& name) {
     if (!fitsXml(name))
         throw Error(file.path() + ": cannot be written: the name of a " + element +
-                    " has characters that XML can't hold");
+                    " has characters that XML can't represent");
     xml.writeStartElement(QLatin1StringView(element));
     xml.writeAttribute(QLatin1StringView(attribute), QString::fromStdString(name));
 }
@@ -90,12 +89,11 @@ void Writer::writeContents(const std::string& value) {
     }
 }
 
-// Past the XML writer, which would take the text through UTF-16.
+// Bypasses the XML writer, which would convert the text to UTF-16.
 void Writer::writeContents(const Blob& value) {
     xml.writeCharacters(QString()); // closes the start tag
     drain();
-    // Pieces are cut into runs of whole groups of three bytes; what is left over goes ahead of the next
-    // piece.
+    // Pieces are encoded in whole groups of three bytes; the remaining bytes precede the next piece.
     QByteArray open;
     for (const std::vector<std::byte>& piece : value.pieces()) {
         open.append(reinterpret_cast<const char*>(piece.data()), static_cast<qsizetype>(piece.size()));

@@ -75,7 +75,7 @@ bool Base64Decoder::finish() {
     return characters == 0;
 }
 
-// Whole groups of four, as many as stand without anything else between them; returns their characters.
+// Decodes consecutive whole groups of four; returns the number of their characters.
 std::size_t Base64Decoder::decodeGroups(std::string_view text) {
     std::size_t done = 0;
     for (; done + 4 <= text.size(); done += 4) {
@@ -111,7 +111,7 @@ bool Base64Decoder::take(char character) {
 void Base64Decoder::put(std::uint32_t group, std::size_t byteCount) {
     if (used == buffer.size())
         flush();
-    // A group with padding is the last one, so that the buffer stays a multiple of three bytes until then.
+    // Only the last group has padding, so until then the buffer holds a multiple of three bytes.
     buffer[used] = static_cast<std::byte>(group >> 16);
     buffer[used + 1] = static_cast<std::byte>(group >> 8);
     buffer[used + 2] = static_cast<std::byte>(group);
@@ -132,7 +132,7 @@ constexpr zt::u32 codeOf(std::string_view text) {
     return code;
 }
 
-// By how the part begins; 0 where more has to be known.
+// Determines the terminator from the start of the construct; 0 while the kind is unclear.
 zt::u32 terminatorOf(std::string_view opening) {
     constexpr std::string_view comment = "<!--";
     constexpr std::string_view characterData = "<![CDATA[";
@@ -147,7 +147,7 @@ zt::u32 terminatorOf(std::string_view opening) {
 
 } // namespace
 
-// Whether the part ends with the character.
+// Whether the construct ends with this character.
 bool XmlMarkup::take(char character) {
     if (!isOpen) {
         if (character != '<')
@@ -185,12 +185,12 @@ std::size_t XmlMarkup::endOfPart(std::string_view text) {
 
 const char* XmlChunkReader::refusal() const {
     if (markup.isDocumentType())
-        return "a document type or an entity of its own has no place in a settings file";
+        return "a settings file must not declare a document type or an entity";
     if (markup.isTag() && markup.length() > longestXmlTag)
-        return "a tag of more than 16 KiB has no place in a settings file";
+        return "a settings file must not hold a tag above 16 KiB";
     if (!markup.isTag() && markup.length() > longestXmlComment)
-        return "a comment or the like of more than 64 KiB has no place in a settings file";
-    return fed > mostXmlMarkup ? "a settings file has at most 16 MiB besides its blobs" : nullptr;
+        return "a settings file must not hold a comment or other construct above 64 KiB";
+    return fed > mostXmlMarkup ? "a settings file must not exceed 16 MiB besides its blobs" : nullptr;
 }
 
 bool XmlChunkReader::feed() {

@@ -17,7 +17,7 @@ struct OperatingPoint {
     double energy = 25;    // keV, of the beam
 };
 
-// A pixel detector with the faults that a flat-field correction is there for. All maps are row-major.
+// A pixel detector with the faults that a flat-field correction removes. All maps are row-major.
 //
 // The response of a pixel is the product of
 //   - its gain, 3 % from pixel to pixel, and more at the edges of the sensor's chips, whose pixels are wider
@@ -40,7 +40,7 @@ public:
     // Counts per arriving photon, around 0.8; 0 for a dead pixel.
     std::vector<double> response(const OperatingPoint& point) const;
     const std::vector<std::size_t>& deadPixels() const { return dead; }
-    // Pixels that count on their own, whatever arrives.
+    // Pixels that count without photons.
     const std::vector<std::size_t>& hotPixels() const { return hot; }
     // Counts of a hot pixel, for a beam of `flux` photons a pixel.
     static double hotCounts(double flux) { return 4 * flux; }
@@ -65,8 +65,8 @@ class Exposure {
 public:
     Exposure(const DetectorModel& model, std::uint64_t seed) : detector(model), noise(seed) {}
 
-    // `photons`: photons that arrive at each pixel; `response` as the model gives it; `flux`: photons a pixel
-    // of the open beam, by which hot pixels count.
+    // `photons`: photons that arrive at each pixel; `response`: see DetectorModel::response(); `flux`:
+    // photons per pixel of the open beam, which determines the counts of hot pixels.
     std::vector<zt::u32> expose(std::span<const double> photons, std::span<const double> response,
                                 double flux);
 
@@ -75,7 +75,7 @@ private:
     Random noise;
 };
 
-// Photons that arrive at each pixel: flux x beam x transmission, the last being 1 when empty.
+// Photons that arrive at each pixel: flux x beam x transmission; an empty transmission means 1.
 std::vector<double> arrivingPhotons(double flux, std::span<const double> beam,
                                     std::span<const double> transmission);
 

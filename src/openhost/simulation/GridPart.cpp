@@ -64,7 +64,7 @@ constexpr const char* maskName = "compensation-mask.h5";
 constexpr zt::u32 flatsPerPoint = 3;
 constexpr double flatFlux = 900'000; // photons, for 2 million counts in all flats of a point
 constexpr double frameFlux = 27'000; // photons, for 20,000 counts
-constexpr zt::u32 driftFrames = 50;  // none of them half-way between two flat fields, where either is as good
+constexpr zt::u32 driftFrames = 50;  // none lies halfway between two flat fields, where both are equally good
 constexpr double blackTransmission = 0.001;
 constexpr zt::u32 maskedCorner = 4; // pixels; a repair of single pixels does not reach its middle
 
@@ -148,7 +148,7 @@ void writeFrames(const SetContext& context) {
     writeText(context, framesTableName, table);
 }
 
-// 0 where `isOut` says so and at dead and hot pixels, else 1.
+// Writes 0 where `isOut` is true and at dead and hot pixels, else 1.
 void writeMask(const SetContext& context, const char* name, auto isOut) {
     const SetPlan& plan = context.plan;
     std::vector<zt::u32> mask(context.detector.pixelCount());

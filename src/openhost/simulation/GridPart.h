@@ -8,20 +8,20 @@
 
 namespace ombrel::simulation {
 
-// The settings at which the pictures for the adaptive filter are taken.
+// The settings of the pictures for the adaptive filter.
 
 // Every combination of `steps` values of bias, threshold and energy, energy running fastest.
 std::vector<OperatingPoint> gridPoints(std::size_t steps);
 
-// Midway between neighbours on all three axes.
+// The points halfway between neighbours on all three axes.
 std::vector<OperatingPoint> gridMidpoints(std::size_t steps);
 
-// A way through the grid, as supplies and temperature drift: from low to high bias and threshold while the
+// A path through the grid, as supplies and temperature drift: from low to high bias and threshold while the
 // energy falls.
 std::vector<OperatingPoint> gridDrift(std::size_t frames);
 
-// What the adaptive filter is calibrated with and tried on. The axes are bias (V), threshold (T) and energy
-// (E), each with plan.gridSteps values; with none of them the set has no such part.
+// Data to calibrate and test the adaptive filter. The axes are bias (V), threshold (T) and energy (E), each
+// with plan.gridSteps values; if that is 0, the set lacks this part.
 //
 //   grid.csv            the table of the flat fields: v, t, e, file
 //   grid-flats.h5       u32, a few frames of the open beam for each point, 2 million counts a pixel in all

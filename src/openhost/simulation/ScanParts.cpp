@@ -13,7 +13,7 @@ namespace {
 
 constexpr const char* framesName = "frames.h5";
 constexpr const char* deviceMaskName = "device-mask.h5";
-constexpr double driftPerStack = 0.06; // frame widths that the sample moves from the first frame to the last
+constexpr double driftPerStack = 0.06; // total movement of the sample, in frame widths
 
 void writeScan(const SetContext& context) {
     const SetPlan& plan = context.plan;
@@ -78,7 +78,7 @@ std::string stepName(zt::u32 step) {
     return "wedge-" + numberText(stepThickness(step)) + "mm.h5";
 }
 
-// Photons that pass a sample of those thicknesses, in front of a detector with its response to them.
+// Photons that pass a sample of those thicknesses, and the detector's response to them.
 class Wedge {
 public:
     explicit Wedge(const SetContext& setContext)
@@ -98,7 +98,7 @@ public:
         file.finish();
     }
 
-    // The noise of a count, 1 / sqrt(count) of it, over what a millimetre takes off the count's logarithm.
+    // The relative noise of a count, 1 / sqrt(count), divided by the attenuation per millimetre.
     std::vector<double> noise(std::span<const double> thickness) const {
         const auto arriving = photons(thickness);
         std::vector<double> map(thickness.size());

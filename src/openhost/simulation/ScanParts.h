@@ -13,10 +13,10 @@ public:
     void write(const SetContext& context) const override;
 };
 
-// For the beam-hardening filter, in a beam with a spectrum. wedge-0mm.h5, wedge-0.3mm.h5, ...: frames through
-// the steps of a wedge, one file a thickness. wedge-sample.h5: frames of the sample. wedge-thickness.h5: what
-// is to be found, the sample's thickness in millimetres (/exchange/data), and the standard deviation of it
-// that photon statistics leave in one frame (/noise/data; 0 at dead and hot pixels).
+// For the beam-hardening filter, with a polychromatic beam. wedge-0mm.h5, wedge-0.3mm.h5, ...: frames through
+// the steps of a wedge, one file per thickness. wedge-sample.h5: frames of the sample. wedge-thickness.h5:
+// the expected result, which is the sample's thickness in millimetres (/exchange/data), and its standard
+// deviation due to photon statistics in one frame (/noise/data; 0 at dead and hot pixels).
 class WedgePart : public SetPart {
 public:
     std::vector<std::string> files(const SetPlan& plan) const override;

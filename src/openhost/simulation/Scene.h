@@ -7,8 +7,8 @@
 
 namespace ombrel::simulation {
 
-// Seeded randomness of the simulator. It gives the same numbers on every machine, unlike the distributions of
-// the standard library, whose methods are each vendor's own.
+// Seeded random numbers of the simulator. They are the same on every machine, unlike those of the standard
+// library's distributions, whose algorithms differ between vendors.
 class Random {
 public:
     explicit Random(std::uint64_t seed) : engine(seed) {}
@@ -27,9 +27,9 @@ private:
     bool hasSpare = false;
 };
 
-// What stands before the detector. Maps are row-major and cover width x height pixels.
+// Objects in front of the detector. Maps are row-major and cover width x height pixels.
 
-// Intensity of the open beam, 1 in the middle and falling off towards the corners, the more the higher its
+// Intensity of the open beam, 1 in the middle and lower towards the corners, the more so the higher its
 // energy.
 std::vector<double> beamProfile(std::size_t width, std::size_t height, double energyKeV);
 
@@ -37,13 +37,13 @@ std::vector<double> beamProfile(std::size_t width, std::size_t height, double en
 // plate with holes. `shift` moves it to the right, in frame widths.
 std::vector<double> sampleThickness(std::size_t width, std::size_t height, double shift);
 
-// Part of a beam of one energy that passes a sample of those thicknesses.
+// Transmission of a monochromatic beam through a sample of those thicknesses.
 std::vector<double> transmission(std::vector<double> thickness);
 
-// Part of a beam with a spectrum that passes that thickness: the soft part is lost first, so that its
-// logarithm is not straight in the thickness.
+// Transmission of a polychromatic beam through that thickness: the soft part is absorbed first, so its
+// logarithm is not linear in the thickness.
 double spectrumTransmission(double thickness);
-// What the next millimetre behind that thickness takes off the logarithm of such a beam, per millimetre.
+// The attenuation of that beam per millimetre, after that thickness.
 double spectrumAttenuation(double thickness);
 
 } // namespace ombrel::simulation

@@ -11,7 +11,7 @@
 
 namespace ombrel::simulation {
 
-// What a simulated data set is to hold.
+// The contents of a simulated data set.
 struct SetPlan {
     std::string directory;
     zt::u32 width = 256;
@@ -27,20 +27,20 @@ struct SetPlan {
 // The paths of the files that writeSet() writes.
 std::vector<std::string> filesOf(const SetPlan& plan);
 
-// Images that writeSet() makes.
+// The number of images that writeSet() writes.
 zt::u64 imagesOf(const SetPlan& plan);
 
-// Writes the set, replacing files that are there, and calls `advanced` once an image. simulation.json holds
-// the plan and lists the dead and hot pixels by index; each part describes its own files. The same plan gives
-// the same pixels. Throws Error.
+// Writes the set, replacing existing files, and calls `advanced` once per image. simulation.json holds the
+// plan and lists the dead and hot pixels by index; each part describes its own files. The same plan gives the
+// same pixels. Throws Error.
 void writeSet(const SetPlan& plan, const std::function<void()>& advanced);
 
-// What all parts of a data set share: the plan, and one detector that took all pictures.
+// Shared by all parts of a data set: the plan, and the detector of all pictures.
 struct SetContext {
     const SetPlan& plan;
     const DetectorModel& detector;
     Exposure& exposure;
-    const std::function<void()>& advanced; // called once an image
+    const std::function<void()>& advanced; // called once per image
 
     std::string pathOf(const std::string& name) const {
         return (std::filesystem::path(plan.directory) / name).string();
@@ -53,7 +53,7 @@ public:
     virtual ~SetPart() = default;
     // The names of its files, within the set's folder.
     virtual std::vector<std::string> files(const SetPlan& plan) const = 0;
-    // Images that write() makes.
+    // The number of images that write() writes.
     virtual zt::u64 images(const SetPlan& plan) const = 0;
     // Throws Error.
     virtual void write(const SetContext& context) const = 0;

@@ -10,8 +10,7 @@
 
 namespace ombrel::simulation {
 
-// How a stack's pixels are stored: counts, of which those that do not fit are cut to the largest that does,
-// or doubles.
+// The stored type of a stack's pixels: counts, clamped to the range of the type, or doubles.
 enum class CountType { U16, U32, F64 };
 
 struct StackShape {
@@ -21,13 +20,14 @@ struct StackShape {
     CountType type = CountType::U16;
 };
 
-// A new HDF5 file of image stacks. Only finish() gives it its name, so that nobody meets a half-written file.
+// A new HDF5 file of image stacks. Only finish() gives it its name, so that no reader finds an incomplete
+// file.
 class StackFile {
 public:
-    // Throws Error, as every operation does.
+    // Throws Error, like every operation.
     explicit StackFile(const std::string& path);
 
-    // A dataset for images, which are then written one by one; groups on its way are made.
+    // Creates a dataset for images, which are then written one by one, and missing groups.
     void beginStack(const std::string& dataset, const StackShape& shape);
     void writeImage(std::span<const zt::u32> counts);
     void writeImage(std::span<const double> values);

@@ -10,7 +10,7 @@ namespace ombrel {
 
 namespace {
 
-// Tags that do not say how pixels are stored may differ from page to page: times, numbers, descriptions.
+// Other tags may differ from page to page: times, numbers, descriptions.
 bool saysHowPixelsAreStored(zt::u64 tag) {
     switch (tag) {
     case TIFFTAG_IMAGEWIDTH:
@@ -39,7 +39,7 @@ constexpr std::size_t countOffset = 4;
 TiffDirectory::TiffDirectory(const FileDescriptor& file, Format fileFormat, zt::u64 offset)
     : format{fileFormat}, bytes(countBytes()) {
     file.readAt(offset, bytes);
-    constexpr zt::u64 most = 65536; // of the classic format; more would not be a directory
+    constexpr zt::u64 most = 65536; // the maximum of the classic format; a larger count means a damaged file
     const zt::u64 count = std::min(number(0, countBytes()), most);
     bytes.resize(countBytes() + count * entryBytes() + linkBytes());
     file.readAt(offset, bytes);
@@ -59,7 +59,7 @@ bool TiffDirectory::moveTo(const FileDescriptor& file, zt::u64 offset) {
         return false;
     for (std::size_t at = countBytes(); at + linkBytes() < bytes.size(); at += entryBytes()) {
         const std::size_t compared = saysHowPixelsAreStored(number(at, tagBytes)) ? entryBytes()
-                                     : at == stripEntry ? (format.big ? 12 : 8) // all but the place
+                                     : at == stripEntry ? (format.big ? 12 : 8) // all but the offset
                                                         : tagBytes;
         if (std::memcmp(&bytes[at], &other[at], compared) != 0)
             return false;

@@ -7,8 +7,8 @@
 
 namespace ombrel {
 
-// A page's list of tags as it is in the file. The library takes seconds for the directories of a hundred
-// thousand pages, most of which say the same: these are compared byte by byte instead.
+// The raw list of tags of a page. The library takes seconds for the directories of a hundred thousand pages,
+// most of which are equal: these are compared byte by byte instead.
 class TiffDirectory {
 public:
     struct Format {
@@ -16,19 +16,19 @@ public:
         bool swapped = false; // of the other byte order
     };
 
-    // Throws Error when the file ends before the directory and the link after it do.
+    // Throws Error if the file ends within the directory or the link after it.
     TiffDirectory(const FileDescriptor& file, Format fileFormat, zt::u64 offset);
 
-    // Where the next directory is; 0 after the last.
+    // The offset of the next directory; 0 after the last.
     zt::u64 next() const { return number(bytes.size() - linkBytes(), linkBytes()); }
 
-    // True when the pixels are in one strip. Only then is the place of the strip in the directory.
+    // Whether the pixels are in one strip. Only then does the directory contain the strip's offset.
     bool hasOneStrip() const { return stripEntry.has_value(); }
     zt::u64 stripOffset() const { return valueAt(*stripEntry); }
     zt::u64 stripBytes() const { return bytesEntry ? valueAt(*bytesEntry) : 0; }
 
-    // Reads the directory at `offset` in place of this one, if it has the same tags, and the same values of
-    // all that say how pixels are stored but where they are. Else returns false.
+    // Replaces this directory by the one at `offset` if both have the same tags, and equal values in all tags
+    // that describe the storage of pixels except the offsets. Otherwise returns false.
     bool moveTo(const FileDescriptor& file, zt::u64 offset);
 
 private:
@@ -41,7 +41,7 @@ private:
 
     Format format;
     std::vector<std::byte> bytes;
-    // Where the entries begin in `bytes`.
+    // Offsets of the entries in `bytes`.
     std::optional<std::size_t> stripEntry;
     std::optional<std::size_t> bytesEntry;
 };

@@ -56,7 +56,8 @@ void TiffFile::gatherPages() {
         gatherStack();
 }
 
-// The pages after the last one that differ from it by their place alone. Returns where the next directory is.
+// Collects the following pages that differ from the last one only by their offsets. Returns the offset of the
+// next directory.
 zt::u64 TiffFile::gatherLikeLast(std::unordered_set<zt::u64>& directories) {
     const zt::u64 fileSize = file.size();
     TiffPage page = pages.back();
@@ -67,7 +68,7 @@ zt::u64 TiffFile::gatherLikeLast(std::unordered_set<zt::u64>& directories) {
             return next;
         page.directoryOffset = next;
         page.pixelOffset = directory.stripOffset();
-        // What is wrong with a page is found by the library.
+        // A page outside the file is left to the library, which reports what is wrong.
         if (*page.pixelOffset == 0 || *page.pixelOffset > fileSize ||
             std::max(directory.stripBytes(), page.imageBytes()) > fileSize - *page.pixelOffset)
             return next;
@@ -77,7 +78,7 @@ zt::u64 TiffFile::gatherLikeLast(std::unordered_set<zt::u64>& directories) {
     return directory.next();
 }
 
-// The library takes a link that is cut off for the end of the pages.
+// The library treats a truncated link as the end of the pages.
 TiffDirectory TiffFile::readDirectory(zt::u64 offset) const {
     try {
         return {file, {TIFFIsBigTIFF(tiff.get()) != 0, TIFFIsByteSwapped(tiff.get()) != 0}, offset};
@@ -87,7 +88,7 @@ TiffDirectory TiffFile::readDirectory(zt::u64 offset) const {
     }
 }
 
-// One directory may describe images that follow each other without directories of their own.
+// One directory may describe several consecutive images.
 void TiffFile::gatherStack() {
     TiffPage& page = pages.front();
     const zt::u32 images = imagesDescribed(tiff);

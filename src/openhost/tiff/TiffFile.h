@@ -13,8 +13,7 @@ namespace ombrel {
 // The pages of a TIFF file as frames.
 class TiffFile final : public FrameFile {
 public:
-    // Looks at every page, so that a file that is cut off is found here and any frame is reached at once
-    // later.
+    // Examines every page, so that a truncated file is detected here and frames can be read in any order.
     explicit TiffFile(const std::string& path);
 
     void readImage(zt::u32 frame, zt::u32 subFrame, std::span<std::byte> pixels) override;

@@ -21,7 +21,7 @@ namespace {
 
 constexpr int HANDLED = 1;
 
-// A second error is mostly a consequence of the first, and says less.
+// A second error is mostly a consequence of the first, and less specific.
 __attribute__((format(printf, 4, 0))) int keepError(TIFF*, void* kept, const char*, const char* format,
                                                     std::va_list arguments) {
     std::array<char, 512> text{};
@@ -32,7 +32,7 @@ __attribute__((format(printf, 4, 0))) int keepError(TIFF*, void* kept, const cha
     return HANDLED;
 }
 
-// Warnings are about tags that we do not use.
+// Warnings are about tags that are not used here.
 int dropWarning(TIFF*, void*, const char*, const char*, std::va_list) {
     return HANDLED;
 }
@@ -47,8 +47,8 @@ TiffHandle::TiffHandle(const std::string& path) : lastError{std::make_unique<std
     const std::unique_ptr<TIFFOpenOptions, FreeOptions> options{TIFFOpenOptionsAlloc()};
     TIFFOpenOptionsSetErrorHandlerExtR(options.get(), keepError, lastError.get());
     TIFFOpenOptionsSetWarningHandlerExtR(options.get(), dropWarning, nullptr);
-    // "m": no memory mapping, since a file that shrinks meanwhile would end the program. "c": strips as they
-    // are.
+    // "m": no memory mapping, since a file that shrinks meanwhile would crash the program. "c": no splitting
+    // of strips.
     tiff.reset(TIFFOpenExt(path.c_str(), "rmc", options.get()));
     if (!tiff)
         throw Error(path + ": this TIFF file is truncated or damaged" + reason());
@@ -111,8 +111,8 @@ zt::u16 checkedCompression(TIFF* tiff, const std::string& where) {
     return compression;
 }
 
-// The most bytes that a codec makes of one stored byte. Some store a constant image in a hundred bytes; for
-// these it is a number that no picture of a detector comes near.
+// The highest compression ratio of a codec. Some codecs store a constant image in a hundred bytes; for these
+// it is a ratio that no real detector image approaches.
 zt::u64 mostBytesPerByte(zt::u16 compression) {
     switch (compression) {
     case COMPRESSION_NONE:
@@ -133,7 +133,7 @@ zt::u64 mostBytesPerByte(zt::u16 compression) {
     }
 }
 
-// Bytes that strip or tile `index` holds when it is not compressed.
+// Uncompressed size of strip or tile `index`.
 zt::u64 plainSize(TIFF* tiff, const TiffPage& page, zt::u32 index) {
     if (TIFFIsTiled(tiff))
         return TIFFTileSize64(tiff);
@@ -143,15 +143,15 @@ zt::u64 plainSize(TIFF* tiff, const TiffPage& page, zt::u32 index) {
     return rows * page.width * pixelSize(page.pixelType);
 }
 
-// The library reverses bits where the file has the other bit order.
+// If the file has the other bit order, the library must reverse the bits.
 bool canBeReadDirectly(TIFF* tiff) {
     return fieldOr<zt::u16>(tiff, TIFFTAG_COMPRESSION, COMPRESSION_NONE) == COMPRESSION_NONE &&
            fieldOr<zt::u16>(tiff, TIFFTAG_FILLORDER, FILLORDER_MSB2LSB) == FILLORDER_MSB2LSB &&
            !TIFFIsTiled(tiff);
 }
 
-// Checks that all the pixels are there, and stores where they are when the library is not needed for them.
-// What a strip or tile holds is checked against its stored bytes, so that no small file asks for much memory.
+// Checks that all pixels are stored, and notes their offset if they can be read without the library. The size
+// of each strip or tile is checked against its stored bytes, so that a small file cannot demand much memory.
 void locatePixels(const TiffHandle& handle, TiffPage& page, const std::string& where, zt::u64 fileSize) {
     TIFF* tiff = handle.get();
     const zt::u64 expansion = mostBytesPerByte(checkedCompression(tiff, where));
@@ -190,7 +190,7 @@ TiffPage examineTiffPage(const TiffHandle& tiff, const std::string& where, zt::u
     if (page.width == 0 || page.height == 0)
         throw Error(where + ": an image without pixels");
     page.pixelType = checkedPixelType(tiff.get(), where);
-    constexpr double mostBytes = 1ULL << 62; // of sizes that can be added up without overflow
+    constexpr double mostBytes = 1ULL << 62; // sizes up to here can be added without overflow
     if (static_cast<double>(page.width) * page.height * static_cast<double>(pixelSize(page.pixelType)) >
         mostBytes)
         throw Error(where + ": the file is damaged: it claims " + sizeText(page.width, page.height) +
@@ -233,14 +233,14 @@ private:
     std::vector<std::byte> content;
 };
 
-// The start of a directory's row: `count` values of that type.
+// The start of a directory entry: `count` values of that type.
 void addField(Bytes& bytes, zt::u16 tag, zt::u16 type, zt::u64 count, bool big) {
     bytes.add(tag);
     bytes.add(type);
     bytes.addWide(count, big);
 }
 
-// A row of one value. A value that is shorter than its field is at the start of the field.
+// An entry with a single value. A value shorter than its field is at the start of the field.
 void addEntry(Bytes& bytes, zt::u16 tag, zt::u16 type, zt::u64 value, bool big) {
     addField(bytes, tag, type, 1, big);
     if (type == TIFF_SHORT) {
@@ -269,7 +269,7 @@ zt::u64 TiffLayout::directoryBytes() const {
     return count + entryCount * entry + linkBytes();
 }
 
-// Large frames begin where pages of memory do: they are written and read at up to twice the rate.
+// Large frames are aligned to memory pages: this makes reading and writing up to twice as fast.
 zt::u64 TiffLayout::aligned(zt::u64 offset) const {
     constexpr zt::u64 large = 65536;
     const zt::u64 alignment = frameBytes >= large ? 4096 : 16;
@@ -286,7 +286,7 @@ std::vector<std::byte> TiffLayout::header() const {
     bytes.add(zt::u16{std::endian::native == std::endian::little ? TIFF_LITTLEENDIAN : TIFF_BIGENDIAN});
     bytes.add(static_cast<zt::u16>(big ? TIFF_VERSION_BIG : TIFF_VERSION_CLASSIC));
     if (big) {
-        bytes.add(zt::u16{8}); // bytes an offset
+        bytes.add(zt::u16{8}); // bytes per offset
         bytes.add(zt::u16{0});
     }
     bytes.addWide(0, big);

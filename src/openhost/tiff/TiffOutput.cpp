@@ -30,7 +30,7 @@ TiffOutput::~TiffOutput() {
         checkInPlace();
         record.write();
         file.cut(size());
-    } catch (const std::exception&) { // the room stays taken; the file is right all the same
+    } catch (const std::exception&) { // the space stays allocated; the file is valid anyway
     }
 }
 
@@ -63,7 +63,7 @@ void TiffOutput::keepWholeFrames(OutputState& state) {
 void TiffOutput::append(std::span<const std::byte> pixels, const FrameRow& row) {
     const std::span<const std::byte> frame = row.failed ? failedFrame : pixels;
     if (frame.size() != failedFrame.size())
-        throw std::invalid_argument("a frame of another size than planned");
+        throw std::invalid_argument("the frame differs from the planned size");
     if (framesDone >= framesPlanned)
         throw std::out_of_range("more frames than planned");
     writePage(frame);
@@ -79,8 +79,8 @@ void TiffOutput::writePage(std::span<const std::byte> pixels) {
     descriptor.writeAt(layout.linkOffset(framesDone), layout.linkTo(framesDone));
     if (framesDone > 0)
         return;
-    // The record comes after its pages: what an earlier output left is never found under a newer record. All
-    // that may fail for want of room is done before the earlier output is replaced.
+    // The record is renamed after its pages, so that pages of an earlier output never have a newer record.
+    // Everything that may fail for lack of space is done before the earlier output is replaced.
     record.prepare();
     file.publish();
     record.commit();
@@ -91,7 +91,7 @@ void TiffOutput::checkInPlace() const {
     file.checkInPlace();
     if (!record.isInPlace())
         throw Error(TiffRecord::pathFor(file.path()) +
-                    ": was removed or replaced during the run; the output has no record, make it again");
+                    ": was removed or replaced during the run; the output has no record; repeat the run");
 }
 
 zt::u64 TiffOutput::size() const {

@@ -7,18 +7,18 @@
 
 namespace ombrel {
 
-// Frames as the pages of a TIFF file, BigTIFF where it would grow beyond 4 GB. The file is at its path from
-// the first page on, and a page is whole before the one before points to it: so the file is right after any
-// end of the program. Room on the disk is taken before, where the file system can.
+// Frames as the pages of a TIFF file, or BigTIFF if it would exceed 4 GB. The file is at its path from the
+// first page on, and a page is complete before the previous one links to it: so the file is valid however the
+// program ends. Space on the disk is allocated in advance if the file system supports it.
 class TiffOutput final : public FrameOutput {
 public:
     explicit TiffOutput(const OutputPlan& plan);
-    // Resumes an output after its frames that are done, at least one; pages after them are written again.
+    // Resumes an output after its frames that are done, at least one; later pages are written again.
     explicit TiffOutput(const OutputState& state);
     ~TiffOutput() override;
 
-    // Leaves of the recorded frames those before the first that the file does not really hold: whose page is
-    // not linked, or whose pixels are not those that its row was made for. Throws Error.
+    // Drops the recorded frames from the first one that the file does not really hold: its page is not
+    // linked, or its pixels do not match its row. Throws Error.
     static void keepWholeFrames(OutputState& state);
 
     void append(std::span<const std::byte> pixels, const FrameRow& row) override;
@@ -27,7 +27,7 @@ public:
 private:
     void writePage(std::span<const std::byte> pixels);
     void checkInPlace() const;
-    // The file's size with the pages that it has.
+    // The size of the file with its current pages.
     zt::u64 size() const;
 
     OutputFile file;

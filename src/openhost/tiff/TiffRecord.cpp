@@ -49,7 +49,7 @@ QJsonObject planJson(const OutputPlan& plan) {
 QJsonObject readJson(const std::string& output) {
     const std::string path = TiffRecord::pathFor(output);
     if (FileDescriptor::openForReading(path).size() > mostRecordBytes)
-        throw Error(path + ": is not a record of an output: it has more than 1 GiB");
+        throw Error(path + ": is not a record of an output: it exceeds 1 GiB");
     QJsonParseError error;
     const QJsonDocument document = QJsonDocument::fromJson(contentsOf(path), &error);
     if (!document.isObject() || !document["record"].isObject())
@@ -58,10 +58,10 @@ QJsonObject readJson(const std::string& output) {
     return document.object();
 }
 
-// A file for the rows, which is gone when it is closed.
+// An unnamed file for the rows, which is deleted when closed.
 FileDescriptor makeRowsFile(const std::string& recordPath) {
     const std::string path = hiddenBeside(endOfLinks(recordPath), ".rows");
-    ::unlink(path.c_str()); // left by a killed run; this one has the lock of the output
+    ::unlink(path.c_str()); // left by a killed run; this run holds the lock of the output
     FileDescriptor file(::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600),
                         recordPath);
     if (file.get() < 0)
@@ -134,7 +134,7 @@ OutputState TiffRecord::read(const std::string& output) {
     const QJsonObject json = readJson(output);
     if (const std::string run = runOf(output); run.empty() || runIn(json) != run)
         throw Error(output + ": " + pathFor(output) +
-                    " is the record of another run; use --force to make the output again");
+                    " is the record of a different run; use --force to write the output again");
     const QJsonObject plan = json.value("output").toObject();
     OutputState state;
     state.plan.path = output;
@@ -149,7 +149,7 @@ OutputState TiffRecord::read(const std::string& output) {
     const FrameFileInfo pages = FrameFile::open(output)->info();
     if (pages.width != state.plan.width || pages.height != state.plan.height ||
         pages.pixelType != state.plan.pixelType || pages.frames > state.plan.frames)
-        throw Error(output + ": is not the output that " + pathFor(output) + " tells of");
+        throw Error(output + ": is not the output that " + pathFor(output) + " describes");
     for (const QJsonValue& row : json.value("frames").toArray())
         if (state.rows.size() < pages.frames)
             state.rows.push_back(frameRowFromJson(row.toObject()));
@@ -194,10 +194,10 @@ bool TiffRecord::isInPlace() const {
 
 void TiffRecord::prepare() {
     QByteArray head = QJsonDocument(json).toJson(QJsonDocument::Compact);
-    head.chop(1); // the brace, which comes after the rows
+    head.chop(1); // the closing brace, written after the rows
     head += ",\"frames\":[\n";
     storeRows();
-    prepared.reset(); // of a failure before: it has the name that the next one takes
+    prepared.reset(); // left by a failed attempt: the next one needs its name
     prepared = std::make_unique<AtomicFile>(path);
     prepared->write(bytesOf(head));
     std::vector<std::byte> buffer(std::size_t{1} << 20);
@@ -216,7 +216,7 @@ void TiffRecord::commit() {
 }
 
 void TiffRecord::write() {
-    // A long record is written more rarely, so that writing it takes a small part of the time.
+    // A longer record is written less often, so that writing takes a small part of the time.
     constexpr auto shortest = std::chrono::seconds(2);
     constexpr int share = 20;
     const auto start = Clock::now();

@@ -13,37 +13,38 @@
 
 namespace ombrel {
 
-// The file NAME.ombrel.json beside a TIFF output: what the run is, with its settings files, and the rows of
-// its frames, a line each. It is replaced in one step, now and then and at the end. It and the pages name the
-// same run, so that a record is never taken for that of another run's pages. Rows are gathered in a file
-// without a name rather than in memory.
+// The file NAME.ombrel.json next to a TIFF output: the description of the run with its settings files, and
+// the rows of its frames, one per line. It is replaced atomically from time to time and at the end. The
+// record and the pages name the same run, so that a record is never used for the pages of another run. Rows
+// are collected in an unnamed file rather than in memory.
 class TiffRecord {
 public:
     explicit TiffRecord(const OutputPlan& plan);
     explicit TiffRecord(const OutputState& state);
 
-    // Beside the output of that path.
+    // The path of the record next to that output.
     static std::string pathFor(const std::string& output);
-    // The run that the pages name; empty for pages that name none. Throws Error.
+    // The run that the pages name; empty if they name none. Throws Error.
     static std::string runOf(const std::string& output);
-    // Whether the pages are of a run that `record` describes, which ended before its own record was in place.
+    // Whether the pages belong to a run that `record` describes and that ended before its own record was in
+    // place.
     static bool isMissing(const std::string& output, const std::string& record);
-    // Throw Error. A page counts as done only when its row is there, too; those of the last few of a killed
-    // run may be missing.
+    // Throw Error. A page counts as done only if its row exists too; the last few rows of a killed run may be
+    // missing.
     static OutputState read(const std::string& output);
     static std::string settings(const std::string& output, std::size_t index);
 
-    // The name of this run, which no other has.
+    // The unique name of this run.
     std::string run() const;
-    // Writes the file when it was not written for a while.
+    // Adds a row; writes the file if the last write was some time ago.
     void add(const FrameRow& row);
     void setComplete();
-    // The new contents on the disk, not in place before commit(). Throw Error.
+    // prepare() flushes the new contents to the disk, commit() renames them to the path. Throw Error.
     void prepare();
     void commit();
     void write();
 
-    // Whether the file is there as it was written.
+    // Whether the path still refers to the file written here.
     bool isInPlace() const;
 
 private:
@@ -53,7 +54,7 @@ private:
     using Clock = std::chrono::steady_clock;
 
     std::string path;
-    QJsonObject json; // but for the rows
+    QJsonObject json; // without the rows
     FileDescriptor rows;
     zt::u64 rowBytes = 0;
     QByteArray newRows; // not yet in the file of rows

@@ -72,7 +72,7 @@ TEST_F(ChainTest, AFilterThatThrowsRefusesOrAnswersNonsenseIsAFailureWithItsReas
     script.filter = [](const zt::IData*) -> zt::IData* { return nullptr; };
     EXPECT_EQ(failureOf(ApplyMode::Copy), "Scripted: the filter returned no frame");
     script.filter = [](const zt::IData* data) { return const_cast<zt::IData*>(data); };
-    EXPECT_THAT(failureOf(ApplyMode::Copy), HasSubstr("something else than a new frame"));
+    EXPECT_THAT(failureOf(ApplyMode::Copy), HasSubstr("did not return a new frame"));
 
     script.filterReplace = [&](zt::IData*) {
         logFromFilter("one %n");
@@ -131,7 +131,7 @@ TEST_F(ChainTest, LoadingSettingsFailsOnAnyLineAnswerOrException) {
     EXPECT_EQ(loading(), "");
     EXPECT_EQ(loaded, 4);
     script.load = [&](zt::ISettings* settings) { return settings->getBool("G", "k", false) ? 0 : 0; };
-    EXPECT_THAT(loading(), HasSubstr("of type int where bool is asked for"));
+    EXPECT_THAT(loading(), HasSubstr("type int, but bool was requested"));
     script.load = [&](zt::ISettings*) {
         host.dataMgr()->loadFrame("/no/such/file", 0);
         logFromFilter("Cannot open data file");

@@ -166,15 +166,15 @@ TEST_F(SettingsTest, ReadsWhatOtherProgramsWriteOfTheSameContents) {
 }
 
 TEST_F(SettingsTest, ErrorsTellLineAndColumn) {
-    EXPECT_THAT(errorOf(""), HasSubstr("1:1: the file ends before the settings do"));
+    EXPECT_THAT(errorOf(""), HasSubstr("1:1: the file ends within the settings"));
     EXPECT_THAT(errorOf(std::string("\x7f"
                                     "ELF\0\0",
                                     6)),
-                HasSubstr(": no settings file: "));
-    EXPECT_THAT(errorOf("<settings>\n <group name=\"G\">"), HasSubstr("2:18: the file ends before"));
+                HasSubstr(": not a settings file: "));
+    EXPECT_THAT(errorOf("<settings>\n <group name=\"G\">"), HasSubstr("2:18: the file ends within"));
     EXPECT_THAT(errorOf("<html/>"), HasSubstr("\"html\" where \"settings\" is expected"));
-    EXPECT_THAT(errorOf("<settings/><settings/>"), HasSubstr("no settings file"));
-    EXPECT_THAT(errorOf("<settings>\nword</settings>"), HasSubstr("2:6: text outside of an item: \"word\""));
+    EXPECT_THAT(errorOf("<settings/><settings/>"), HasSubstr("not a settings file"));
+    EXPECT_THAT(errorOf("<settings>\nword</settings>"), HasSubstr("2:6: text outside an item: \"word\""));
     EXPECT_THAT(errorOf("<!DOCTYPE settings><settings/>"), HasSubstr("a document type"));
     EXPECT_THAT(errorOf("<settings><group name='G'/><group name='G'/></settings>"),
                 HasSubstr("a second group \"G\""));
@@ -200,21 +200,21 @@ TEST_F(SettingsTest, ErrorsTellLineAndColumn) {
         EXPECT_THAT(errorOfItem("<item key='k' type='blob'>" + std::string(bad) + "</item>"),
                     HasSubstr("a character that is not base64"));
     EXPECT_THAT(errorOfItem("<item key='k' type='blob'>AAECA\n</item>\n<x/>"),
-                HasSubstr("4:1: the base64 text is cut off"));
+                HasSubstr("4:1: the base64 text is truncated"));
 }
 
 TEST_F(SettingsTest, WhatIsNoBlobHasLimits) {
     const std::string longText(std::size_t{2} << 20, '>');
-    EXPECT_THAT(errorOf("<settings a='" + longText), HasSubstr("a tag of more than 16 KiB"));
+    EXPECT_THAT(errorOf("<settings a='" + longText), HasSubstr("a tag above 16 KiB"));
     EXPECT_THAT(errorOf("<settings><!-- " + longText),
-                HasSubstr("a comment or the like of more than 64 KiB"));
+                HasSubstr("a comment or other construct above 64 KiB"));
     EXPECT_THAT(errorOfItem("<item key='k' type='string'>" + longText + "</item>"),
-                HasSubstr("a text of more than 1 MiB"));
+                HasSubstr("a text above 1 MiB"));
     std::string comments;
     while (comments.size() <= std::size_t{16} << 20)
         comments += "<!--" + longText.substr(0, 65000) + "-->\n";
-    EXPECT_THAT(errorOf("<settings>" + comments), HasSubstr("at most 16 MiB besides its blobs"));
-    EXPECT_THAT(errorOf("<settings/>" + comments), HasSubstr("at most 16 MiB besides its blobs"));
+    EXPECT_THAT(errorOf("<settings>" + comments), HasSubstr("exceed 16 MiB besides its blobs"));
+    EXPECT_THAT(errorOf("<settings/>" + comments), HasSubstr("exceed 16 MiB besides its blobs"));
 }
 
 TEST_F(SettingsTest, ALoadThatFailsChangesNothingAndIsLogged) {
@@ -250,8 +250,7 @@ TEST_F(SettingsTest, AValueOfAnotherTypeIsConvertedWithoutLossOrRefused) {
     EXPECT_EQ(settings.getInt("G", "text", 3), 3);
     EXPECT_EQ(settings.getBool("G", "int", true), true);
     ASSERT_EQ(log.size(), 3u);
-    EXPECT_EQ(log[1],
-              path + ": group \"G\", key \"text\": the value is of type string where int is asked for");
+    EXPECT_EQ(log[1], path + ": group \"G\", key \"text\": the value has type string, but int was requested");
 }
 
 TEST_F(SettingsTest, AStoreThatHoldsNothingLeavesItsFileAlone) {
