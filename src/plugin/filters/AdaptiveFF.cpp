@@ -55,7 +55,7 @@ bool AdaptiveFF::correct(zt::IMpxFrame& frame) {
     float quality = 0;
     if (engine->CompensateImage(std::move(image), &result, &quality, "", true) != 0)
         return false;
-    // A search that no candidate won leaves an image without pixels.
+    // If no candidate won the search, the image has no pixels.
     const std::span<const float> corrected = std::as_const(result.Image).pixels();
     if (corrected.empty() || corrected.size() < pixels.size())
         return false;

@@ -12,12 +12,12 @@ namespace PluginOmbrel {
 
 struct AdaptiveFFSetting;
 
-// Flat-fields a frame by the image of a calibration grid that leaves it flattest (the engine c_AIC). The
+// Flat-fields a frame with the image of a calibration grid that makes it flattest (the engine c_AIC). The
 // result has the precision of float.
 //
-// The calibration grid lies beside the settings store, under its name with the ending ".bin". Until a store
-// with such a file was loaded frames are refused, and there are no parameters. Every change of a parameter
-// starts the engine anew, and so reads the grid again.
+// The calibration grid is in a file beside the settings store, with the same name and the suffix ".bin".
+// Until a store with such a file was loaded, frames are refused and the filter has no parameters. Every
+// change of a parameter restarts the engine, which reads the grid again.
 class AdaptiveFF : public DeviceFilter {
 public:
     AdaptiveFF(zt::IZenteo* zenteo, zt::IDevMpx* device);
@@ -37,7 +37,8 @@ public:
     virtual zt::u32 getObjectID() const { return 0; }
     virtual const char* getObjectName() const { return "AdaptiveFFInterface"; }
 
-    // Appends the values, each narrowed to float, and shapes the image, with what it held, to so many rows.
+    // Appends the values, each narrowed to float, and reshapes the image, with its previous pixels, to that
+    // many rows.
     void setAicImageData(const double* data, std::size_t cols, std::size_t rows, AICImage* image);
 
 private:
@@ -46,7 +47,7 @@ private:
     void initParams();
     void createParameter(const AdaptiveFFSetting& setting);
     bool startEngine();
-    // Corrects the frame, which becomes DT_DOUBLE; false, with the pixels as they were, when the engine
+    // Corrects the frame, which becomes DT_DOUBLE. Returns false, with the pixels unchanged, when the engine
     // fails.
     bool correct(zt::IMpxFrame& frame);
 

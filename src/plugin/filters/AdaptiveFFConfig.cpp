@@ -1,4 +1,4 @@
-// The configuration of AdaptiveFF: its store, its parameters, and the start of the engine with it.
+// The configuration of AdaptiveFF: its store, its parameters, and starting the engine with it.
 
 #include "filters/AdaptiveFF.h"
 #include "filters/AdaptiveFFSettings.h"
@@ -16,7 +16,7 @@ constexpr const char* group = "Settings";
 
 using Cfg = c_AIC::AICCfg;
 
-// A visitor for the fields made of one lambda for each kind.
+// A visitor for the fields, made of one lambda for each kind.
 template <typename... Kinds>
 struct ForEachKind : Kinds... {
     using Kinds::operator()...;
@@ -38,7 +38,7 @@ void writeSetting(const AdaptiveFFSetting& setting, const Cfg& cfg, zt::ISetting
         setting.field);
 }
 
-// A store without numbers in its kernel gives the default one.
+// If the kernel in the store has no numbers, the default kernel is used.
 std::vector<float> readKernel(zt::ISettings& store, const char* key, const std::vector<float>& present) {
     const std::vector<float> kernel = parseKernel(store.getString(group, key, kernelText(present).c_str()));
     return kernel.empty() ? Cfg().Kernel : kernel;
@@ -62,7 +62,7 @@ void readSetting(const AdaptiveFFSetting& setting, zt::ISettings& store, Cfg& cf
         setting.field);
 }
 
-// Unlike the store, a parameter without numbers in its kernel empties it.
+// Unlike the store, a parameter without numbers in its kernel sets an empty kernel.
 void readParameter(const AdaptiveFFSetting& setting, const zt::IParam& param, Cfg& cfg) {
     std::visit(ForEachKind{
                    [&](int Cfg::*field) { cfg.*field = param.getInt(); },
@@ -98,7 +98,8 @@ int AdaptiveFF::loadFromSettings(zt::ISettings* settings) {
     for (const AdaptiveFFSetting& setting : adaptiveFFSettings())
         readSetting(setting, *settings, *config);
 
-    // The first load counts as done even when the engine did not start; later ones leave that as it was.
+    // After the first load the settings count as loaded even if the engine did not start; a later load that
+    // cannot start it does not change that.
     if (params->paramCount() == 0) {
         initParams();
         loaded = true;

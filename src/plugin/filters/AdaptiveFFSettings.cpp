@@ -11,7 +11,7 @@ namespace {
 
 using Cfg = c_AIC::AICCfg;
 
-// Some names of parameters are misspelt; hosts and their scripts know them so.
+// Some parameter names are misspelt; hosts and their scripts use them so.
 const AdaptiveFFSetting table[] = {
     {"Interpolation", "Interpolation", "Interpolation", &Cfg::Interpolation},
     {"Search", "Search", "Search", &Cfg::Search},
@@ -61,7 +61,7 @@ std::vector<float> parseKernel(const std::string& text) {
 int cutToInt(float value) {
     if (std::isnan(value))
         return 0;
-    // 2147483520 is the largest float that is an int.
+    // 2147483520 is the largest float that an int can hold.
     return static_cast<int>(std::clamp(value, -2147483648.0f, 2147483520.0f));
 }
 

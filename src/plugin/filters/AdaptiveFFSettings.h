@@ -9,26 +9,26 @@
 
 namespace PluginOmbrel {
 
-// A float that is a double outside.
+// A float that is a double in the store and in the parameter.
 struct RatioField {
     float c_AIC::AICCfg::*field;
 };
 
-// A float that is an integer outside: cut on the way out.
+// A float that is an integer in the store and in the parameter: truncated on the way out.
 struct WholeField {
     float c_AIC::AICCfg::*field;
 };
 
-// A list of floats that is a text outside, joined by commas.
+// A list of floats that is a comma-separated text in the store and in the parameter.
 struct KernelField {
     std::vector<float> c_AIC::AICCfg::*field;
 };
 
-// How a setting is kept in the configuration. What the store and the parameter hold follows from it.
+// The type of a setting in the configuration; it determines the types in the store and in the parameter.
 using SettingField = std::variant<int c_AIC::AICCfg::*, bool c_AIC::AICCfg::*, std::string c_AIC::AICCfg::*,
                                   RatioField, WholeField, KernelField>;
 
-// One setting of the adaptive filter. The name of the parameter and the key in the store differ for some.
+// One setting of the adaptive filter. For some, the parameter's name and the store's key differ.
 struct AdaptiveFFSetting {
     const char* key;
     const char* parameter;
@@ -36,14 +36,14 @@ struct AdaptiveFFSetting {
     SettingField field;
 };
 
-// The settings in the order in which they are stored and shown.
+// The settings in the order of the store and of the parameters.
 std::span<const AdaptiveFFSetting> adaptiveFFSettings();
 
 // "0,-1,0,-1,5,-1,0,-1,0"; empty for an empty kernel.
 std::string kernelText(const std::vector<float>& kernel);
-// The parts of the text that are numbers; the others are dropped.
+// The numbers in the text; other parts are dropped.
 std::vector<float> parseKernel(const std::string& text);
-// A float as the integer that stands for it outside; what has none becomes the nearest, NaN 0.
+// Truncates a float to an integer and clamps it to the range of int; NaN becomes 0.
 int cutToInt(float value);
 
 } // namespace PluginOmbrel

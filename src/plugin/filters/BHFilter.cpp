@@ -4,7 +4,7 @@
 #include "zt/DataBuff.h"
 #include "zt/Types.h"
 
-// The way of a frame through the beam-hardening filter.
+// How a frame passes through the beam-hardening filter.
 
 namespace PluginOmbrel {
 
@@ -60,12 +60,12 @@ int BHFilter::filterFrame(zt::IMpxFrame* frame, double acqTime) {
     zt::RefDataBuff<double> look;
     frame->refData(&look, 0.0);
     const std::span<double> pixels(look.data(), look.size());
-    // A mask that can't be converted takes part as it stands.
+    // A mask that can't be converted is used unconverted.
     logarithmMasks();
     const int result = tdiOn ? walkColumns(pixels, frame->width(), acqTime) : walkPixels(pixels, acqTime);
     if (result != 0)
         return result;
-    // What can't be interpolated stays a thickness.
+    // Pixels that can't be interpolated keep their thickness.
     if (interpolateOn)
         interpolateBadPixels(frame);
     return 0;

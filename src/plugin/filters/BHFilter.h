@@ -16,8 +16,8 @@
 
 namespace PluginOmbrel {
 
-// A frame measured through a known thickness. Its values are counts as they were measured, and become
-// logarithms of the count rate once the first frame is filtered.
+// A frame measured through a known thickness. Its values are measured counts; filtering the first frame
+// replaces them by logarithms of the count rate.
 class ThicknessMask {
 public:
     ThicknessMask(std::string maskName, zt::u64 maskWidth, zt::u64 maskHeight, double seconds,
@@ -29,7 +29,7 @@ public:
     Buffer<double> data;    // one a pixel, row by row
     Buffer<double> tdiData; // one a column, the mean of its values
     double acqTime;         // seconds
-    double thickness;       // in the unit that corrected frames come out in
+    double thickness;       // in the unit of corrected frames
     std::string name;
     zt::u64 width;
     zt::u64 height;
@@ -38,18 +38,18 @@ public:
 
 class DlgBHStg;
 
-// The beam-hardening correction: turns a frame into a map of thickness, pixel by pixel, by masks that were
-// measured through known thicknesses. Between the two masks that a pixel's count rate lies between, thickness
-// is a straight line in the logarithm of the rate; below the thinnest and above the thickest mask the line
-// goes on. The result is a frame of doubles in the masks' unit of thickness; nothing is clamped.
+// The beam-hardening correction: turns a frame into a map of thickness, pixel by pixel, using masks measured
+// through known thicknesses. Between the two masks that enclose a pixel's count rate, thickness is a straight
+// line in the logarithm of the rate; below the thinnest and above the thickest mask the line is extrapolated.
+// The result is a frame of doubles in the masks' unit of thickness; nothing is clamped.
 //
 // It needs masks, added or from settings, in the order of ascending thickness. Masks, the mask of bad pixels
-// and its working copy live on from frame to frame, so one instance corrects one frame at a time.
+// and its working copy persist between frames, so one instance corrects one frame at a time.
 class BHFilter : public DeviceFilter, public IBHFilter {
 public:
     using Masks = std::vector<std::unique_ptr<ThicknessMask>>;
 
-    // Stands for a mask's time when it is to be taken from the frames.
+    // As a mask's time: use the time of the frames.
     static constexpr double AUTO = -1.0;
 
     BHFilter(zt::IZenteo* zenteo, zt::IDevMpx* device);
@@ -62,19 +62,19 @@ public:
     zt::IData* filter(const zt::IData* data) override;
     int filterReplace(zt::IData* data) override;
     bool hasConfigGUI() const override { return true; }
-    // Defined with the dialogs.
+    // Implemented with the dialogs.
     void showConfigGUI() override;
     int saveToSettings(zt::ISettings* settings) override;
-    // Masks that the store does not hold whole are passed over, with a line in the log each.
+    // Masks that are incomplete in the store are skipped, with a line in the log each.
     int loadFromSettings(zt::ISettings* settings) override;
     void* privateInterface() override { return static_cast<IBHFilter*>(this); }
     ~BHFilter() override;
 
     int addMaskFromFile(const char* path, double thickness, double acqTime) override;
     // Adds the sum of all frames of all frame files as one mask, whose time is the sum of theirs; a given
-    // `acqTime` is that of each frame. Other files are passed over, and frames that can't be read are logged.
+    // `acqTime` is the time of each frame. Other files are skipped, and unreadable frames are logged.
     virtual int addMaskFromFiles(std::vector<std::string> files, double thickness, double acqTime);
-    // Takes frames of 16 bit signed, 32 bit unsigned and double pixels.
+    // Accepts frames of 16 bit signed, 32 bit unsigned and double pixels.
     virtual int addMaskFromFrame(const zt::IMpxFrame* frame, double thickness, double acqTime);
     int addMaskFromAcqData(double thickness) override;
     int removeMask(unsigned int index) override;
@@ -87,28 +87,28 @@ public:
     bool isInterpolateBadPixelsEnabled() const override { return interpolateOn; }
     void setUseZeroPixelsAsBad(bool on) override { useZeroAsBad = on; }
     bool isUseZeroPixelsAsBadEnabled() const override { return useZeroAsBad; }
-    // Corrects in place a frame that took `acqTime` seconds. 0 or ERR_INVALID_INPUT.
+    // Corrects in place a frame that took `acqTime` seconds. Returns 0 or ERR_INVALID_INPUT.
     virtual int filterFrame(zt::IMpxFrame* frame, double acqTime);
     // Time-delayed integration: all pixels of a column share the mean of the masks' column.
     virtual void setTDI(bool on) { tdiOn = on; }
-    // Time, thickness and name may be changed from outside, the values not.
+    // Callers may change time, thickness and name, but not the values.
     virtual const Masks& masks() const { return maskList; }
-    // The last message that was logged, up to its first zero; more zeros follow.
+    // The last logged message, up to its first zero; more zeros follow.
     virtual std::string lastError() const { return lastErrorText; }
     zt::u32 getObjectID() const override { return 1442418600; }
     const char* getObjectName() const override { return "BHFilterInterface"; }
 
-    // In the order of ascending thickness.
+    // Sorts by ascending thickness.
     void sortMasks();
-    // Turns the values of masks that still are counts into logarithms of the count rate. Ends, with a line in
-    // the log, at a mask without a time.
+    // Replaces the counts of masks by logarithms of the count rate, where this was not done yet. Stops, with
+    // a line in the log, at a mask without a time.
     void logarithmMasks();
     using DeviceFilter::saveToSettingsFile;
 
 private:
     friend class DlgBHStg;
 
-    // Keeps the text for lastError().
+    // Stores the text for lastError().
     template <typename T>
     T logError(T value, const char* format, ...) const {
         va_list arguments;
@@ -119,17 +119,17 @@ private:
         return value;
     }
 
-    // Why the data can't be corrected and the code for it; null when it can.
+    // Why the data can't be corrected, with the code in `code`; null when it can.
     const char* refusal(const zt::IData& data, int& code) const;
     int walkPixels(std::span<double> pixels, double acqTime);
     int walkColumns(std::span<double> pixels, std::size_t width, double acqTime);
-    // Looks at the masks anew for a walk.
+    // Rebuilds `tables` from the masks for a walk.
     void takeTables(Buffer<double> ThicknessMask::*table);
     void forgetOrder();
-    // 0 when each mask's table has that many values, else ERR_INVALID_INPUT with a line in the log.
+    // Returns 0 when each mask's table has that many values, else ERR_INVALID_INPUT after a line in the log.
     int checkTables(Buffer<double> ThicknessMask::*table, std::size_t values) const;
 
-    // Adds the device's frame, or its part of that index, to the sum.
+    // Adds the device's frame, or its sub-frame of that index, to the sum.
     int addAcquired(zt::IMpxFrame& frame, int subFrame, zt::IMpxFrame& sum) const;
     int loadBadPixelMatrix(const char* path);
     void makeWorkMask();
@@ -143,17 +143,17 @@ private:
     mutable std::string lastErrorText;
     Masks maskList;
     Buffer<unsigned char> badPixels;         // one byte a pixel; a bad pixel's is not 0
-    Buffer<unsigned char> workMask;          // what interpolation knows of pixels, from frame to frame
-    FillFront front;                         // kept for its room
+    Buffer<unsigned char> workMask;          // state of the interpolation between frames
+    FillFront front;                         // kept to reuse its memory
     DlgBHStg* configDialog = nullptr;        // never deleted here
-    std::function<void()> leaveConfigDialog; // tells the window, which may stand longer, that the filter ends
+    std::function<void()> leaveConfigDialog; // notifies the window, which may outlive the filter
     zt::u64 frameSize = 0;                   // pixels of each mask
     bool useZeroAsBad = false;
     bool interpolateOn = true;
     bool settingsLoaded = false; // from a store with at least one mask
     bool tdiOn = false;
-    ThicknessTables tables;    // those of the masks, for the walk at hand
-    ThicknessOrder pixelOrder; // of the masks' values, while they stay as they are
+    ThicknessTables tables;    // the masks' tables for the present walk
+    ThicknessOrder pixelOrder; // of the masks' values, until they change
     ThicknessOrder columnOrder;
 };
 

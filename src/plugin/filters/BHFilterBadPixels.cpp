@@ -16,9 +16,9 @@ namespace PluginOmbrel {
 namespace {
 
 constexpr const char* sizesDiffer = "Cannot interpolate bad pixels - frame dimensions do not match";
-constexpr std::size_t valuesPerLine = 256; // where no mask gives the width
+constexpr std::size_t valuesPerLine = 256; // without masks the width is unknown
 
-// A value has to fall from each mask to the next.
+// Values must fall from each mask to the next.
 void markNotFalling(std::span<const double> before, std::span<const double> values,
                     std::span<unsigned char> bad) {
     for (std::size_t i = 0; i < bad.size(); ++i)
@@ -71,9 +71,9 @@ int BHFilter::loadBadPixelsFromFile(const char* path) {
     return 0;
 }
 
-// Values go to their places as they are read: a file that ends early gives those that it has, over the bad
-// pixels so far, or over good ones where these are of another size. One that cannot be opened changes nothing
-// but the size.
+// Values are stored as they are read: a file that ends early overwrites only as many of the present bad
+// pixels as it has values; if these had a different size, the rest are good. A file that cannot be opened
+// changes only the size.
 int BHFilter::loadBadPixelMatrix(const char* path) {
     if (frameSize == 0)
         frameSize = dev->pixelCount();
@@ -124,7 +124,7 @@ int BHFilter::interpolateBadPixels(zt::IMpxFrame* frame) {
     return 0;
 }
 
-// Codes of earlier frames stay: what they filled counts as known.
+// Codes of earlier frames are kept: pixels filled then count as known.
 void BHFilter::makeWorkMask() {
     const bool isNew = workMask.capacity() < badPixels.size();
     workMask.resize(badPixels.size());

@@ -1,4 +1,4 @@
-// The beam-hardening filter's masks: where they come from, their order and their form.
+// The beam-hardening filter's masks: adding, sorting and converting them.
 #include "filters/BHFilter.h"
 #include "filters/DeviceFilter.h"
 #include "kernels/FlatField.h"
@@ -54,7 +54,7 @@ int BHFilter::addMaskFromFrame(const zt::IMpxFrame* frame, double thickness, dou
     auto mask = std::make_unique<ThicknessMask>(name, frame->width(), frame->height(), time, thickness);
     mask->data.resize(frame->size());
     mask->tdiData.resize(frame->width());
-    // Looking at pixels does not change them, but the interface has no way to say so.
+    // Reading the pixels does not change them, but the interface is not const.
     copyPixels(const_cast<zt::IMpxFrame&>(*frame), mask->data.span(), frame->frameDataType());
     meanOfColumns(mask->data.span(), mask->height, mask->tdiData.span());
     maskList.push_back(std::move(mask));
@@ -152,7 +152,7 @@ int BHFilter::removeAllMasks() {
     return 0;
 }
 
-// A thickness that is no number goes last.
+// A thickness of NaN sorts last.
 void BHFilter::sortMasks() {
     std::ranges::stable_sort(maskList, [](const auto& a, const auto& b) {
         return a->thickness < b->thickness || (std::isnan(b->thickness) && !std::isnan(a->thickness));

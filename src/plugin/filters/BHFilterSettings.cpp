@@ -1,4 +1,4 @@
-// The beam-hardening filter in a settings store: its switches and its masks, as they are.
+// The beam-hardening filter in a settings store: its switches and its masks, unmodified.
 #include "filters/BHFilter.h"
 #include "support/Str.h"
 
@@ -9,7 +9,7 @@ namespace PluginOmbrel {
 namespace {
 
 constexpr const char* switches = "Settings";
-// A count beyond this is a broken store, through which nobody wants to wait.
+// A larger count means a broken store; reading so many masks would take far too long.
 constexpr int mostMasks = 10000;
 
 std::string groupOf(int index) {
@@ -31,7 +31,7 @@ void storeMask(zt::ISettings& settings, const char* group, const ThicknessMask& 
 } // namespace
 
 int BHFilter::saveToSettings(zt::ISettings* settings) {
-    // Masks that were loaded and then removed are removed from the store too.
+    // Masks that were loaded and removed since are also removed from the store.
     if (maskList.empty() && !settingsLoaded)
         return 0;
     settings->setInt(switches, "MaskCount", static_cast<int>(maskList.size()));
@@ -85,11 +85,11 @@ std::unique_ptr<ThicknessMask> BHFilter::storedMask(zt::ISettings& settings, int
 
 bool BHFilter::readTable(zt::ISettings& settings, int index, const char* key, Buffer<double>& table,
                          std::size_t size) const {
-    // More values than the device has pixels are borne out by what is stored before there is room for them.
+    // Sizes above the device's are not trusted: grow the table only as far as the store really has data.
     std::size_t room = std::min<std::size_t>(size, std::max<std::size_t>(dev->pixelCount(), 1));
     while (room != 0) {
         table.resize(room);
-        std::ranges::fill(table.span(), 0.0); // for a host that leaves it alone when there is no such key
+        std::ranges::fill(table.span(), 0.0); // in case the host writes nothing for a missing key
         zt::u64 bytes = table.span().size_bytes();
         settings.getBlob(groupOf(index).c_str(), key, table.data(), &bytes);
         if (bytes < table.span().size_bytes())

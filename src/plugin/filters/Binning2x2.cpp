@@ -13,9 +13,9 @@ namespace {
 
 constexpr const char* notAFrame = "Cannot filter data that is not of type IMpxFrame";
 
-// The blocks are walked in reading order without a look at the last odd row or column: a block that reaches
-// over the end of its row takes in, and overwrites, the first pixel of the next one before that row's turn
-// comes.
+// The blocks are processed in reading order, without a special case for a last odd row or column: a block
+// that extends past the end of its row reads and overwrites the first pixel of the next row before that row
+// is processed.
 void binPixels(double* pixels, std::size_t width, std::size_t height) {
     for (std::size_t y = 0; y < height; y += 2) {
         double* upper = pixels + width * y;
@@ -30,7 +30,7 @@ void binPixels(double* pixels, std::size_t width, std::size_t height) {
     }
 }
 
-// The shape is that of the frame which came in; a host's clone need not answer for its own.
+// Takes the shape from the input frame: a host's clone may not report its own.
 void binFrame(zt::IMpxFrame& frame, const zt::IMpxFrame& input) {
     frame.convertToType(zt::DT_DOUBLE);
     zt::RefDataBuff<double> pixels;

@@ -6,9 +6,9 @@ namespace PluginOmbrel {
 
 // Replaces each 2 x 2 block of a frame by the block's sum, in all four places: the frame keeps its size.
 //
-// A last odd column pairs with the first pixel of the next row, a last odd row with what lies behind the
-// pixels: a frame must own room for width + 1 more elements. It has no state, so that one instance may work
-// on several frames at once.
+// A last odd column is paired with the first pixel of the next row, a last odd row with the elements after
+// the pixels: a frame must own room for width + 1 more elements. The filter has no state, so one instance may
+// process several frames at once.
 class Binning2x2 : public DeviceFilter {
 public:
     Binning2x2(zt::IZenteo* zenteo, zt::IDevMpx* device);

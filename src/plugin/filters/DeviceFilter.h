@@ -13,13 +13,13 @@
 
 namespace PluginOmbrel {
 
-// The name of the plug-in, and the source under which its filters log.
+// The name of the plug-in, also the source of its filters' log lines.
 inline constexpr const char* pluginName = "ombrel";
 
-// Asks the user which of a frame's sub-frames to take; `label` says what for. Returns its index, or -1 when
-// the whole frame is to be taken: the user cancelled, or there is no window system to ask in. Opens a modal
-// window, and so belongs on the thread of the user interface; the host may end the asking filter meanwhile.
-// Defined with the dialogs.
+// Asks the user which of a frame's sub-frames to use; `label` names the purpose. Returns its index, or -1 for
+// the whole frame: the user cancelled, or no window system is available. Opens a modal window, so call it on
+// the thread of the user interface; the host may end the calling filter meanwhile. Implemented with the
+// dialogs.
 int askForSubFrame(const zt::IMpxFrame& frame, const char* label);
 
 struct DestroyData {
@@ -27,7 +27,7 @@ struct DestroyData {
 };
 
 // A clone that a filter works on. Until it is released to the caller it is destroyed with its scope, so that
-// a filter that fails or throws half-way leaves nothing behind.
+// a filter that fails or throws leaks nothing.
 using ClonedFrame = std::unique_ptr<zt::IMpxFrame, DestroyData>;
 
 // `data` must be of type IData::TYPE_FRAME.
@@ -35,8 +35,8 @@ inline ClonedFrame cloneFrame(const zt::IData& data) {
     return ClonedFrame(static_cast<zt::IMpxFrame*>(data.clone()));
 }
 
-// What the filters have in common: the host and the device that they are made for, the answers that all of
-// them give, and their log. It adds no virtual functions of its own, so the slots stay those of IDataFilter.
+// The common base of the filters: their host and device, the functions that are the same for all, and their
+// log. It adds no virtual functions of its own, so the slots stay those of IDataFilter.
 class DeviceFilter : public zt::IDataFilter {
 public:
     int filterType() const override { return 1; }
@@ -47,20 +47,20 @@ public:
     void destroy() override { delete this; }
     ~DeviceFilter() override { endParameters(); }
 
-    // Expires when the filter ends. While a modal window is open the host may end the filter: whoever opens
-    // one takes this beforehand, and afterwards touches the filter only when it has not expired.
+    // Expires when the filter ends. While a modal window is open the host may end the filter: get this before
+    // opening one, and afterwards use the filter only if it has not expired.
     std::weak_ptr<const void> lifetime() const { return life; }
 
 protected:
-    // Takes over the parameters, which may be null. The host gets the flag with every line of the log.
+    // Takes over the parameters, which may be null. The flag goes to the host with every line of the log.
     DeviceFilter(zt::IZenteo* zenteo, zt::IDevMpx* device, zt::IParamMgr* parameters, int flag)
         : host(zenteo), dev(device), params(parameters), logFlag(flag) {}
 
-    // Does nothing until settings were loaded, whose file it writes.
+    // Writes the file that settings were loaded from; does nothing if none were loaded.
     void saveToSettingsFile();
 
-    // The host's parameters may call back while they end: a filter with callbacks ends them at the start of
-    // its destructor, while it is whole.
+    // The host's parameters may call back while they end: a filter with callbacks calls this at the start of
+    // its destructor, while it is still complete.
     void endParameters();
 
     template <typename T>
@@ -71,8 +71,8 @@ protected:
         va_end(arguments);
         return value;
     }
-    // Hands a finished text to the host's log. It goes there as a format, so that a percent sign in it is
-    // read again.
+    // Passes a formatted text to the host's log. The host gets it as a format, so percent signs in it are
+    // interpreted again.
     void log(const std::string& text) const;
 
     zt::IZenteo* host;

@@ -9,7 +9,7 @@
 
 // The flat-field filter's mask of bad pixels, and their interpolation.
 
-// The way of a frame through the flat-field filter.
+// How a frame passes through the flat-field filter.
 
 namespace PluginOmbrel {
 
@@ -54,7 +54,7 @@ int FFFilter::interpolateBadPixels(zt::IMpxFrame* frame) {
     if (frame->frameDataType() != zt::DT_DOUBLE)
         return logError<int>(zt::ERR_INVALID_INPUT,
                              "Cannot interpolate bad pixels - frame is not of type double");
-    // A device mask of another size is passed over.
+    // A device mask of another size is ignored.
     if (useDevMask && badPixels.size() == dev->pixelCfg()->pixelCount()) {
         dev->pixelCfg()->maskData(&deviceMask, 0);
         markMaskedPixels({deviceMask.data(), deviceMask.size()}, badPixels.span());
@@ -77,7 +77,7 @@ const char* FFFilter::refusal(const zt::IData& data) const {
         return "Cannot filter data that is not of type IMpxFrame";
     if (coeffs.empty())
         return "No flat-field coefficients loaded";
-    // A frame of another shape with as many pixels passes.
+    // A frame of a different shape with the same number of pixels is accepted.
     if (static_cast<const zt::IMpxFrame&>(data).size() != coeffs.size())
         return "Frame dimensions do not match";
     return nullptr;
@@ -101,7 +101,7 @@ int FFFilter::filterReplace(zt::IData* data) {
     return 0;
 }
 
-// The mask tells of the frame as it was measured: a product can be zero where the pixel was not.
+// The mask is built from the measured frame: a product can be zero where the pixel was not.
 void FFFilter::rebuildMask(const zt::IMpxFrame& measured) {
     if (!interpolateBadPixelsOn)
         return;
@@ -116,12 +116,12 @@ void FFFilter::correct(zt::IMpxFrame& frame) {
     zt::RefDataBuff<double> pixels;
     frame.refData(&pixels, 0.0);
     const std::span<double> values(pixels.data(), pixels.size());
-    // Finished coefficients from a file come without those of the columns.
+    // Finished coefficients from a file have no column coefficients.
     if (useTdi && !tdiCoeffs.empty())
         multiplyColumns(values, tdiCoeffs.span());
     else
         multiplyPixels(values, coeffs.span());
-    // What can't be interpolated stays multiplied.
+    // Pixels that can't be interpolated stay multiplied.
     if (interpolateBadPixelsOn)
         interpolateBadPixels(&frame);
 }

@@ -13,12 +13,12 @@
 
 namespace PluginOmbrel {
 
-// The classic flat-field correction: each pixel is multiplied by a coefficient of its own, or of its column,
-// and bad pixels are interpolated from their neighbours. The result is a frame of doubles; nothing is
+// The classic flat-field correction: each pixel is multiplied by its own coefficient, or by that of its
+// column, and bad pixels are interpolated from their neighbours. The result is a frame of doubles; nothing is
 // subtracted or clamped.
 //
 // It needs coefficients, from one of its loading operations or from settings, and refuses frames until then.
-// The mask of bad pixels lives on from frame to frame, so one instance corrects one frame at a time.
+// The mask of bad pixels persists between frames, so one instance corrects one frame at a time.
 class FFFilter : public DeviceFilter, public IFFFilter {
 public:
     FFFilter(zt::IZenteo* zenteo, zt::IDevMpx* device);
@@ -29,16 +29,16 @@ public:
     zt::IData* filter(const zt::IData* data) override;
     int filterReplace(zt::IData* data) override;
     bool hasConfigGUI() const override { return true; }
-    // Defined with the dialogs. Ends by saving to the settings file.
+    // Implemented with the dialogs. Finally saves to the settings file.
     void showConfigGUI() override;
     int saveToSettings(zt::ISettings* settings) override;
     int loadFromSettings(zt::ISettings* settings) override;
     void* privateInterface() override { return static_cast<IFFFilter*>(this); }
 
     int loadCoefficientsFromFile(const char* path, bool asciiFormat) override;
-    // The mean of all frames of all files. A file that fails is logged and passed over; the result is the
-    // code of the last file, though a good frame file leaves the code of the one before, or -1 when none was
-    // good. The first file decides for all whether they are finished coefficients.
+    // The mean of all frames of all files. A file that fails is logged and skipped. Returns the code of the
+    // last file, except that a good frame file keeps the previous code, or -1 when no file was good. The
+    // first file decides for all whether they are finished coefficients.
     virtual int loadCoefficientsFromFile(std::vector<std::string> files, bool asciiFormat);
     int saveCoefficientsToFile(const char* path, bool asciiFormat) override;
     int loadCoefficientsFromAcquisition(bool allFrames) override;
@@ -58,20 +58,19 @@ public:
     zt::u32 getObjectID() const override { return 1442418610; }
     const char* getObjectName() const override { return "FlatFieldFilterInterface"; }
 
-    // Makes coefficients of the flat field in the table, for pixels and for columns. Returns 0, or
-    // ERR_INVALID_INPUT when the table is smaller than the device, with coefficients of 1 instead.
+    // Computes coefficients from the flat field in the table, for pixels and for columns. Returns 0, or
+    // ERR_INVALID_INPUT when the table is smaller than the device; all coefficients are 1 then.
     int prepareCoefficients();
     using DeviceFilter::saveToSettingsFile;
 
-    // Each makes the mask of bad pixels anew.
+    // Both rebuild the mask of bad pixels.
     void generateBadPixelMaskFromZeroPixels(const zt::IMpxFrame* frame);
     void generateBadPixelMaskFromFFCoeffs();
-    // Fills the pixels that the mask, with the device's mask added to it, marks in a frame of doubles.
+    // Fills the bad pixels of a frame of doubles, as marked by the mask and the device's mask together.
     // Returns 0, ERR_INVALID_INPUT, or ERR_CANNOT_CORRECT when more than half of the pixels are bad.
     int interpolateBadPixels(zt::IMpxFrame* frame);
 
-    // What users are shown as the source of the coefficients and of the mask: a path or a text in angle
-    // brackets.
+    // The source of the coefficients and of the mask as shown to users: a path or a text in angle brackets.
     std::string coeffsSourceName;
     std::string badPixelMaskName = "<Zero pixels>";
 
@@ -85,33 +84,34 @@ private:
 
     void setAllCoefficientsToOne();
     void takeCoefficients(const FrameSum& sum);
-    // Each adds a file's frames to the sum. The code becomes 0 or the failure; a good frame file leaves it.
+    // Each adds a file's frames to the sum. The code becomes 0 or the failure; a good frame file does not
+    // change it.
     void addFile(const std::string& path, FrameSum& sum, int& code);
     void addFrameFile(const std::string& path, FrameSum& sum, int& code);
     int addPreparedFile(const std::string& path, FrameSum& sum);
     int addAsciiFile(const std::string& path, FrameSum& sum);
-    // Logs when the frame can't be added.
+    // Logs a frame that can't be added.
     int addFrame(zt::IMpxFrame& frame, FrameSum& sum);
 
     std::vector<zt::IMpxFrame*> acquiredFrames(bool allFrames, int subFrame);
 
-    // Without the key a table of the present size is that table, and one of another size is ones. False, with
-    // a line in the log, when the store holds a smaller table.
+    // If the key is missing, a table of the present size is a copy of `present`, and one of another size is
+    // all ones. Returns false, after a line in the log, when the store has fewer values than `size`.
     bool readTable(zt::ISettings& settings, const char* key, int size, const Buffer<double>& present,
                    Buffer<double>& table) const;
 
     Buffer<double> coeffs;           // one a pixel, row by row
     Buffer<double> tdiCoeffs;        // one a detector column
     Buffer<unsigned char> badPixels; // one byte a pixel; a bad pixel's is not 0
-    FillFront front;                 // kept for its room
+    FillFront front;                 // kept to reuse its memory
     bool interpolateBadPixelsOn = true;
     bool useDevMask = true;
     bool useZeroPixels = true;
     bool useFFCoeffs = false;
     bool useTdi = false;
-    double badFFOverCoeff = 5.0;            // a coefficient above it is bad
-    double badFFUnderCoeff = 0.2;           // a coefficient below it is bad
-    zt::DataBuff<unsigned char> deviceMask; // kept for its room
+    double badFFOverCoeff = 5.0;            // coefficients above it are bad
+    double badFFUnderCoeff = 0.2;           // coefficients below it are bad
+    zt::DataBuff<unsigned char> deviceMask; // kept to reuse its memory
 };
 
 } // namespace PluginOmbrel

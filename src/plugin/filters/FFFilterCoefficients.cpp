@@ -1,5 +1,4 @@
-// Where the flat-field filter's coefficients come from: the device's frames, and what makes coefficients of
-// an image.
+// The flat-field filter's coefficients from the device's frames, and their computation from an image.
 #include "filters/DeviceFilter.h"
 #include "filters/FFFilter.h"
 #include "kernels/FlatField.h"
@@ -30,7 +29,7 @@ int FFFilter::loadCoefficientsFromAcquisition(bool allFrames) {
     if (frames.empty())
         return logError<int>(zt::ERR_GENERIC, "Cannot load flat-field coefficients. No frames measured");
 
-    // Frames add up to the scale of their sum, which the median takes out again.
+    // The scale of the sum does not matter: dividing by the median removes it.
     FrameSum sum(*host->dataMgr());
     for (zt::IMpxFrame* frame : frames) {
         if (frame->size() != dev->pixelCount())
@@ -42,7 +41,7 @@ int FFFilter::loadCoefficientsFromAcquisition(bool allFrames) {
     return prepareCoefficients();
 }
 
-// The device keeps its frames, so that they are good without a reference.
+// The device keeps its frames, so no reference is needed.
 std::vector<zt::IMpxFrame*> FFFilter::acquiredFrames(bool allFrames, int subFrame) {
     std::vector<zt::IMpxFrame*> frames;
     const auto gather = [&](zt::IMpxFrame* handedOver) {
@@ -79,7 +78,7 @@ int FFFilter::prepareCoefficients() {
         setAllCoefficientsToOne();
         return logError<int>(zt::ERR_INVALID_INPUT, sizesDiffer);
     }
-    // The columns need the image as it came.
+    // The columns need the unmodified image.
     tdiCoeffs.resize(width);
     meanOfColumns(coeffs.span(), height, tdiCoeffs.span());
     toCoefficients(tdiCoeffs.span());

@@ -1,4 +1,4 @@
-// Where the flat-field filter's coefficients come from and go to: files.
+// Loading and saving the flat-field filter's coefficients in files.
 #include "filters/FFFilter.h"
 #include "support/BinaryFile.h"
 #include "support/Files.h"
@@ -13,12 +13,12 @@ namespace {
 
 constexpr unsigned long valuesPerLine = 256;
 
-// Finished coefficients, by the last letters of the name: no dot is asked for.
+// Finished coefficients are recognised by the last letters of the name; a dot is not required.
 bool isPreparedFile(const std::string& path) {
     return path.ends_with("ffc");
 }
 
-// Fills a new frame by `read`, which gets its pixels and returns a FileResult.
+// Fills a new frame with `read`, which gets its pixels and returns a FileResult.
 template <typename Read>
 int fill(const zt::FrameHolder& frame, Read read) {
     if (!frame)
@@ -78,7 +78,7 @@ int FFFilter::addPreparedFile(const std::string& path, FrameSum& sum) {
     if (bytes < 0)
         return logError<int>(FILE_NOT_OPENED, failure, path.c_str());
     const auto count = static_cast<zt::u32>(static_cast<std::size_t>(bytes) / sizeof(double));
-    // The file tells no shape. With the device's, a table can be summed with flat fields.
+    // The file has no shape. With the device's shape the table can be summed with flat fields.
     const bool isDeviceSize = count == dev->pixelCount();
     const zt::FrameHolder frame(host->dataMgr()->createFrame(
         isDeviceSize ? dev->width() : count, isDeviceSize ? dev->height() : 1, zt::DT_DOUBLE));

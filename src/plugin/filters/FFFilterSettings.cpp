@@ -43,12 +43,12 @@ int FFFilter::loadFromSettings(zt::ISettings* settings) {
     useTdi = settings->getBool(group, "UseTDI", useTdi);
     badFFOverCoeff = settings->getDouble(group, "BadFFOverCoeff", badFFOverCoeff);
     badFFUnderCoeff = settings->getDouble(group, "BadFFUnderCoeff", badFFUnderCoeff);
-    // Without a size of its own the table of the columns is taken to be as large as that of the pixels.
+    // Without its own size the table of the columns is assumed to be as large as that of the pixels.
     const int sizeNow = static_cast<int>(coeffs.size());
     const int coeffsSize = settings->getInt(group, "CoeffsSize", sizeNow);
     const int tdiCoeffsSize = settings->getInt(group, "TDICoeffsSize", sizeNow);
 
-    // Both tables or none.
+    // Replace both tables or neither.
     Buffer<double> newCoeffs;
     Buffer<double> newTdiCoeffs;
     if (!readTable(*settings, coeffsKey, coeffsSize, coeffs, newCoeffs) ||
@@ -66,12 +66,12 @@ bool FFFilter::readTable(zt::ISettings& settings, const char* key, int size, con
     if (size == 0)
         return true;
     const auto wanted = static_cast<std::size_t>(size);
-    // A size beyond this has to be borne out by what is stored before there is room for it.
+    // Sizes above this are not trusted: grow the table only as far as the store really has data.
     const std::size_t expected = std::max<std::size_t>(dev->pixelCount(), coeffs.size());
     std::size_t room = size < 0 ? 0 : std::min(wanted, expected);
     while (room != 0) {
         table.resize(room);
-        // What the host does not write, for want of the key, stays as it is or is 1.
+        // If the key is missing, the host writes nothing: the values keep their contents or become 1.
         if (room == present.size())
             std::ranges::copy(present.span(), table.data());
         else
@@ -79,7 +79,7 @@ bool FFFilter::readTable(zt::ISettings& settings, const char* key, int size, con
         zt::u64 bytes = table.span().size_bytes();
         settings.getBlob(group, key, table.data(), &bytes);
         if (bytes == 0 && wanted <= expected) {
-            // A size that the store does not name is that of the coefficients so far.
+            // A size that is missing in the store is that of the present coefficients: no message then.
             if (wanted != present.size() && wanted != coeffs.size())
                 logError(0, "Flat-field settings hold no %s. Each coefficient is 1", key);
             return true;

@@ -22,7 +22,7 @@ std::uint64_t wordAt(const unsigned char* bytes) {
     return word;
 }
 
-// So many tries in vain, over all passes, show a wide area, where rows are not searched any more.
+// This many failed attempts, over all passes, indicate a wide area; rows are then no longer scanned.
 constexpr std::size_t mostTriesInVain = 512;
 
 template <typename T>
@@ -40,9 +40,9 @@ public:
             forgetWaiting();
     }
 
-    // For a mask of which only the fact counts afterwards, with `badPixels` marks in it: when the first pass
-    // has filled them all, what follows changes codes alone. Later on that is no longer so, since a filled
-    // pixel that a pass has not reached counts as bad in the next but one.
+    // For callers that need the data, and of the mask only whether each byte is 0; `badPixels` marks are set
+    // in it. If the first pass fills all of them, further passes would change codes only. After later passes
+    // this is no longer true, since a filled pixel that a pass did not reach counts as bad two passes later.
     void runForData(std::size_t badPixels) {
         if (badPixels == 0)
             return;
@@ -52,7 +52,7 @@ public:
     }
 
 private:
-    // How many codes the pass has changed.
+    // Returns how many codes the pass changed.
     std::size_t runOne() {
         std::swap(passCode, previousCode);
         changed = 0;
@@ -81,7 +81,7 @@ private:
         }
     }
 
-    // True when the row had pixels to fill, whether or not they could be.
+    // True when the row had pixels to fill, even if none could be filled.
     bool walkRow(std::size_t y) {
         bool hadWork = false;
         MarkList places;
@@ -94,7 +94,7 @@ private:
         return hadWork;
     }
 
-    // True when the pixel was one to fill.
+    // True when the pixel had to be filled.
     bool visit(std::size_t x, std::size_t y) {
         unsigned char& code = mask[y * frame.width + x];
         if (code == MASK_FILLED)
@@ -122,7 +122,7 @@ private:
         return filled;
     }
 
-    // As walkRow(), for what the front has of the row: all that this pass can change.
+    // Like walkRow(), but visits only the front's columns of the row: all that this pass can change.
     bool walkFront(std::size_t y) {
         fetchAhead(y);
         bool hadWork = front.unfilled[y] != 0;
@@ -133,7 +133,7 @@ private:
                 ++changed;
                 return false;
             }
-            // One that was filled in the last pass but one, and that the last did not reach, is filled again.
+            // A pixel filled two passes ago that the last pass did not reach is filled again.
             const bool isBad = code == MASK_WAITING;
             hadWork = true;
             if (fillFromKnown(x, y)) {
@@ -152,9 +152,9 @@ private:
         return hadWork;
     }
 
-    // Asks for what later rows will need. Where an edge runs down the rows, each row is another page of
-    // memory, and rows of a round width share few places in the cache: the second level is the one to hold
-    // them. Inlined, since the compiler leaves out calls that do nothing else.
+    // Prefetches for later rows. Along a vertical edge each row is on a different page of memory, and rows
+    // whose width is a round number share few cache sets: so prefetch into the second-level cache. Inlined,
+    // since the compiler drops calls without other effects.
     __attribute__((always_inline)) void fetchAhead(std::size_t y) const {
         constexpr std::size_t rowsAhead = 6;
         constexpr std::size_t columnsAhead = 24;
@@ -173,11 +173,11 @@ private:
         __builtin_prefetch(data + right, 0, 2);
     }
 
-    // After a pass: all pixels that may change later on. Bad ones are those that the pass did not reach, and
-    // those near a pixel that is known next time and was not this time.
+    // Called after a pass: collects all pixels that may still change. Among the bad ones these are the pixels
+    // that the pass did not reach, and those near a pixel that becomes known in the next pass.
     void startFront() {
         front.start(frame.height);
-        // The rows above the start row are not walked, but those next to it are sources.
+        // Rows above the start row are not visited, but the nearest of them are sources.
         for (std::size_t y = startRow - std::min(startRow, neighbourReach); y < frame.height; ++y) {
             MarkList places;
             for (std::size_t start = 0; start < frame.width; start += maskChunk) {
@@ -206,8 +206,8 @@ private:
             wake(x, y);
     }
 
-    // Those of what the pass has changed and whose rows it has all come by: in this pass they would be looked
-    // at in vain.
+    // Wakes the bad neighbours of pixels that the pass changed, but only after it has passed all their rows:
+    // in this pass another look would be in vain.
     void wakeNeighbours(std::size_t walkedRow) {
         while (front.hasChanged() && front.firstChanged().row + neighbourReach <= walkedRow) {
             const FillFront::Place place = front.takeFirstChanged();
@@ -240,7 +240,7 @@ private:
         return {static_cast<std::uint32_t>(x), static_cast<std::uint32_t>(y)};
     }
 
-    // Of pixels near an edge it may be false all the same.
+    // May return false for a pixel near an edge even if it is.
     bool isSurroundedByGood(std::size_t x, std::size_t y) const {
         constexpr std::uint64_t fiveBytes = 0xff'ffff'ffff;
         constexpr std::uint64_t withoutCentre = 0xff'ff00'ffff;
@@ -268,7 +268,7 @@ private:
         return true;
     }
 
-    // A bit for each cell of the neighbourhood, row by row from the lowest on.
+    // One bit for each cell of the neighbourhood, row by row, lowest bit first.
     using Cells = std::uint32_t;
     using Codes = std::array<unsigned char, 3>;
 
@@ -301,7 +301,8 @@ private:
         return cells;
     }
 
-    // May be false for a pixel near an edge all the same: a whole word must fit into the row.
+    // May return false for a pixel near an edge even if its neighbourhood is complete: a whole word must fit
+    // into the row.
     bool hasWordsAround(std::size_t x, std::size_t y) const {
         return x >= neighbourReach && x + sizeof(std::uint64_t) - neighbourReach <= frame.width &&
                y >= neighbourReach && y + neighbourReach < frame.height;
@@ -329,14 +330,14 @@ private:
     FrameSize frame;
     std::array<Source, neighbourSide* neighbourSide> sources = sourcesOf(frame.width); // by cell
     FillQueue<T> queue;
-    FillFront& front; // started once tries were in vain too often
+    FillFront& front; // started after too many failed attempts
     std::size_t triesInVain = 0;
-    std::size_t firstRow = 0; // of the running pass, and the end of those that it has come to
+    std::size_t firstRow = 0; // rows that the running pass has visited: [firstRow, endRow)
     std::size_t endRow = 0;
     unsigned char passCode = 3;
     unsigned char previousCode = 2;
     std::size_t startRow = 0;
-    std::size_t changed = 0; // codes that the running pass has changed
+    std::size_t changed = 0; // codes changed by the running pass
 };
 
 } // namespace

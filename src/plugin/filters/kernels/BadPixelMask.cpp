@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::size_t group = 64;
 
-// A bit for each of 64 bytes that is not 0.
+// One bit for each of 64 bytes: set if the byte is not 0.
 __attribute__((always_inline)) inline std::uint64_t marksOfGroup(const unsigned char* mask) {
     std::uint64_t zeros = 0;
     for (std::size_t i = 0; i < group; i += sizeof(__m128i)) {
@@ -34,12 +34,12 @@ std::uint64_t marksOfFewer(const unsigned char* mask, std::size_t size) {
     return marks;
 }
 
-// Some place when there is none: the library's function would branch to answer 64.
+// Any position for 0: std::countr_zero would add a branch for that case.
 __attribute__((always_inline)) inline std::size_t lowestMark(std::uint64_t marks) {
     return static_cast<std::size_t>(__builtin_ctzll(marks | std::uint64_t{1} << 63));
 }
 
-// Two places are written whether or not there are as many marks: to ask first is what would cost.
+// Writes positions in pairs, even for an odd number of marks: checking first would cost more.
 __attribute__((always_inline)) inline std::size_t appendPlaces(std::uint64_t marks, std::size_t first,
                                                                MarkList& places, std::size_t count) {
     const std::size_t end = count + static_cast<std::size_t>(std::popcount(marks));
@@ -85,7 +85,7 @@ std::size_t listMarks(const unsigned char* mask, std::size_t size, MarkList& pla
 std::size_t countMarks(const unsigned char* mask, std::size_t size) {
     std::size_t count = 0;
     for (std::size_t start = 0; start < size; start += 128) {
-        // Few enough for a byte to hold their number, so that sixteen are counted at once.
+        // So few that their number fits into a byte: sixteen are counted at once.
         unsigned char inPiece = 0;
         const std::size_t end = std::min(size, start + 128);
         for (std::size_t i = start; i < end; ++i)
@@ -102,7 +102,7 @@ void setMarksToOne(unsigned char* mask, std::size_t size) {
 
 namespace {
 
-// T is the type of the frame's pixels. The look at them is not const in the interface; nothing is written.
+// T is the type of the frame's pixels. refData() is not const, but nothing is written.
 template <typename T, typename IsZero>
 void markWhere(const zt::IMpxFrame& frame, std::span<unsigned char> mask, IsZero isZero) {
     zt::RefDataBuff<T> pixels;
@@ -124,7 +124,7 @@ void markZeroPixels(const zt::IMpxFrame& frame, std::span<unsigned char> mask) {
     case zt::DT_DOUBLE:
         return markWhere<double>(frame, mask, isZero);
     case zt::DT_U64:
-        // Taken for a double, the bits are a zero with or without the sign.
+        // Read as a double, the bits are a zero with or without the sign.
         return markWhere<zt::u64>(frame, mask, [](zt::u64 bits) { return bits << 1 == 0; });
     default:
         std::ranges::fill(mask, static_cast<unsigned char>(0));

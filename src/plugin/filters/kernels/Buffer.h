@@ -9,8 +9,8 @@
 
 namespace PluginOmbrel {
 
-// An array of its own size. A resize keeps no contents, and new elements are not initialised; room that is
-// there already is used again.
+// An array that knows its size. A resize keeps no contents, and new elements are not initialised; existing
+// memory is reused.
 template <typename T>
 class Buffer {
 public:
@@ -42,11 +42,11 @@ public:
     std::span<T> span() { return {elements, count}; }
     std::span<const T> span() const { return {elements, count}; }
 
-    // Makes every change of size allocate anew.
+    // Makes every change of size allocate again.
     bool ownerFixed = false;
 
 private:
-    // The old array goes first, so that both never stand in memory together.
+    // Free the old array first, so that both are never in memory together.
     void reallocate(std::size_t newCount) {
         block.reset();
         elements = nullptr;

@@ -9,9 +9,9 @@
 
 namespace PluginOmbrel {
 
-// The surrounded bad pixels that one pass is to fill: those at least two away from every edge whose
-// neighbours are all good. What a pass fills is no source in it, so they may wait until there are several:
-// their neighbours come from memory in the meantime, and their sums are made side by side.
+// The surrounded bad pixels of one pass: those at least two away from every edge whose neighbours are all
+// good. Pixels filled in a pass are not used as sources in the same pass, so several can be collected: their
+// neighbours are prefetched in the meantime, and their sums are computed together.
 template <typename T>
 class FillQueue {
 public:
@@ -39,7 +39,7 @@ public:
     }
 
 private:
-    // Each addition to a sum has to wait for the one before, so several sums take hardly longer than one.
+    // Each addition to a sum waits for the previous one, so several sums take hardly longer than one.
     static constexpr std::size_t together = 4;
 
     template <std::size_t Pixels>
@@ -64,9 +64,9 @@ private:
     std::size_t count = 0;
 };
 
-// Where work is left in a bad area that is too wide to fill at once: for each row the columns that its next
-// visit has to look at, and how many of its pixels are bad. With it a pass costs what it changes, not the
-// area. Its memory serves one interpolation after the other.
+// The remaining work in a bad area that is too wide to fill in one pass: for each row the columns that its
+// next visit must check, and how many of its pixels are bad. With it the cost of a pass depends on its
+// changes, not on the area. The memory is reused by later interpolations.
 class FillFront {
 public:
     struct Place {
@@ -86,7 +86,7 @@ public:
     bool isStarted() const { return !firsts.empty(); }
     void stop() { firsts.clear(); }
 
-    // Each column at most once a row.
+    // A column may be added at most once per row.
     void add(Place place) {
         std::uint32_t index = unused;
         if (index == none) {
@@ -99,16 +99,16 @@ public:
         firsts[place.row] = index;
     }
 
-    // One of the columns of a row; a number beyond all columns when the row has none.
+    // One of the columns of a row; a number beyond all columns for an empty row.
     std::size_t anyColumn(std::size_t row) const {
         return firsts[row] == none ? none : nodes[firsts[row]].column;
     }
-    // Where that is kept, to be asked for ahead of time.
+    // The address of that column, for a prefetch.
     const void* placeOfColumns(std::size_t row) const {
         return nodes.data() + (firsts[row] == none ? 0 : firsts[row]);
     }
 
-    // Drops the columns for which `stays` is false. It may not add any.
+    // Drops the columns for which `stays` returns false. `stays` must not add any.
     template <typename Stays>
     void visit(std::size_t row, Stays stays) {
         std::uint32_t* link = &firsts[row];
@@ -125,7 +125,7 @@ public:
         }
     }
 
-    // What the running pass has changed, in the order of rows: the neighbours are worth a look in the next.
+    // Pixels changed by the running pass, in the order of rows: their neighbours must be checked in the next.
     void addChanged(Place place) { changed.push_back(place); }
     bool hasChanged() const { return taken < changed.size(); }
     Place firstChanged() const { return changed[taken]; }
@@ -151,7 +151,7 @@ private:
     std::vector<std::uint32_t> firsts; // by row
     std::vector<Node> nodes;
     std::vector<Place> changed;
-    std::size_t taken = 0; // of them
+    std::size_t taken = 0; // number of taken elements
     std::uint32_t unused = none;
 };
 

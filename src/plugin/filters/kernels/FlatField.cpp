@@ -44,7 +44,7 @@ double medianOf(std::span<const double> values) {
     const RankSelection middle = selectRank(values, (values.size() + 1) / 2);
     if (!middle.allFinite)
         return bisectMedian(values);
-    // Equal values have equal bits but for zeros. Without a sign in the table every zero on the way is
+    // Equal values have equal bits except for zeros. If the table has no sign bit, every intermediate zero is
     // positive.
     if (middle.value == 0 && middle.anySignBit)
         return bisectMedian(values);
@@ -70,8 +70,8 @@ void toCoefficients(std::span<double> flatField) {
 namespace {
 
 constexpr std::size_t lineDoubles = 8; // one cache line
-// How far ahead lines are asked for. Large frames are bound by memory, and the processor alone asks too late:
-// some 10 % of the time, at this distance.
+// Prefetch distance in lines. Large frames are limited by memory, and the hardware prefetcher is too late:
+// this distance saves some 10 % of the time.
 constexpr std::size_t aheadDoubles = 48;
 
 struct MultiplyKernel {
@@ -98,7 +98,7 @@ struct MultiplyKernel {
         std::memcpy(pixels, &pixel, sizeof pixel);
     }
 
-    // The address may lie behind the array: asking for it early is no access.
+    // The address may lie past the end of the array: a prefetch is not an access.
     __attribute__((always_inline)) static const void* ahead(const double* value) {
         return reinterpret_cast<const void*>(reinterpret_cast<std::uintptr_t>(value) +
                                              aheadDoubles * sizeof(double));

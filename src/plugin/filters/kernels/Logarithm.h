@@ -8,23 +8,24 @@
 namespace PluginOmbrel {
 
 // The natural logarithm of each lane of a vector, less than 1 ulp from the exact value over the whole range;
-// -infinity of 0, NaN of what is below and of NaN.
+// -infinity for 0, NaN for negative values and NaN.
 //
-// It is one fixed sequence of operations, each rounded by itself, so that every processor gives the same
+// It is one fixed sequence of operations, each rounded separately, so that every processor returns the same
 // bits. x is split into 2^k * (1 + f) with 1 + f between the square roots of 1/2 and 2. With s = f / (2 + f),
 //
 //     log(1 + f) = log((1 + s) / (1 - s)) = 2s + s r(s^2) = f - (f^2/2 - s (f^2/2 + r(s^2)))
 //
 // where the last form keeps the rounding of s away from the leading digits, and r is a minimax polynomial
-// (error 2^-58). The work comes in two parts, because many vectors in one part and then in the other keep a
-// processor busier than one in both at a time: the first is bound by its division.
+// (error 2^-58). The computation is split in two parts: running the first part for several vectors and then
+// the second keeps a processor busier than running both for each vector, since the first is limited by its
+// division.
 template <std::size_t Lanes>
 class Logarithm {
 public:
     using Doubles = typename Vector<Lanes>::Doubles;
     using LaneMask = typename Vector<Lanes>::LaneMask;
 
-    // Vectors go by reference: by value they would travel differently from one instruction set to the other.
+    // Vectors are passed by reference: the calling convention by value depends on the instruction set.
     __attribute__((always_inline)) static void replace(Doubles& x) {
         constexpr double infinity = std::numeric_limits<double>::infinity();
         constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
@@ -46,14 +47,14 @@ public:
         strange |= reinterpret_cast<LaneMask>(aboveLeast | (aboveLeast + 2 * leastNormal));
     }
 
-    // The first part, of an x that is a normal, finite number above 0.
+    // The first part; x must be a normal, finite number above 0.
     __attribute__((always_inline)) void split(const Doubles& x) {
         constexpr unsigned long rootOfHalf = 0x3FE6A09E667F3BCD;
         constexpr unsigned long exponentField = 0xFFF0000000000000;
         const Bits bits = reinterpret_cast<Bits>(x);
 
-        // The exponent, counted from the square root of 1/2 on and with a bias of 2048, becomes a double by
-        // taking its place behind the leading bit of 2^52.
+        // The exponent, relative to the square root of 1/2 and with a bias of 2048, is converted to double by
+        // placing it below the leading bit of 2^52.
         const Bits aboveRoot = bits - rootOfHalf;
         const Bits exponent = (aboveRoot + 0x8000000000000000) >> 52;
         k = reinterpret_cast<Doubles>(exponent | 0x4330000000000000) - (0x1p52 + 2048);
@@ -62,7 +63,7 @@ public:
         s = f / (mantissa + 1);
     }
 
-    // The second part, which gives the result.
+    // The second part, which returns the result.
     __attribute__((always_inline)) void join(Doubles& result) const {
         constexpr double ln2Head = 0x1.62e42fefa38p-1; // 42 bits: its product with k is exact
         constexpr double ln2Tail = 0x1.ef35793c7673p-45;

@@ -7,11 +7,11 @@
 
 namespace PluginOmbrel {
 
-// The pixels that a bad pixel is interpolated from reach this far in each direction.
+// Bad pixels are interpolated from pixels up to this distance in each direction.
 inline constexpr std::size_t neighbourReach = 2;
 inline constexpr std::size_t neighbourSide = 2 * neighbourReach + 1;
 
-// 1 / distance to the centre, [row][column]; 0 for the centre, which is no source of its own.
+// 1 / distance to the centre, [row][column]; 0 for the centre, which does not contribute to itself.
 inline const std::array<std::array<double, neighbourSide>, neighbourSide> inverseDistances = [] {
     std::array<std::array<double, neighbourSide>, neighbourSide> weights{};
     for (std::size_t row = 0; row < neighbourSide; ++row)
@@ -24,7 +24,7 @@ inline const std::array<std::array<double, neighbourSide>, neighbourSide> invers
     return weights;
 }();
 
-// The sum of all weights, row by row as for any pixel.
+// The sum of all weights, added in the same order as for any pixel: row by row.
 inline const double surroundedWeightSum = [] {
     double sum = 0;
     for (const auto& row : inverseDistances)

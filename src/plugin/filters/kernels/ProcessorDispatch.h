@@ -5,8 +5,8 @@
 namespace PluginOmbrel {
 
 // A kernel is a struct with a static member template run<Lanes>(arguments...), marked always_inline, that
-// works on vectors of that many doubles. It is compiled for each instruction set below and gives the same
-// bits on all.
+// works on vectors of that many doubles. It is compiled for each instruction set below and returns the same
+// bits with all of them.
 template <std::size_t Lanes>
 struct Vector {
     typedef double Doubles __attribute__((vector_size(Lanes * sizeof(double))));
@@ -29,10 +29,10 @@ inline bool processorHasAvx2() {
     return has;
 }
 
-// Switches to the variant for any processor, so that both can be held against each other on one machine.
+// Switches to the variant for any processor, so that the variants can be compared on one machine.
 inline bool useBaselineKernels = false;
 
-// Runs the widest variant that this processor has.
+// Runs the widest variant that this processor supports.
 template <typename Kernel, typename... Arguments>
 void runVectorised(Arguments... arguments) {
     if (processorHasAvx2() && !useBaselineKernels)

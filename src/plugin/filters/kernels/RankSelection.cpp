@@ -19,7 +19,7 @@ namespace PluginOmbrel {
 
 namespace {
 
-// Sums over the lanes of vectors; each comparison that holds counts -1.
+// Sums over the lanes of vectors; each true comparison adds -1.
 template <std::size_t Lanes>
 struct LaneCounts {
     using LaneMask = typename Vector<Lanes>::LaneMask;
@@ -27,8 +27,8 @@ struct LaneCounts {
     LaneMask upToLow{};
     LaneMask belowHigh{};
     LaneMask upToHigh{};
-    LaneMask bits{};          // of all values, or-ed: the sign bit tells of any sign
-    LaneMask notFiniteBits{}; // value - value is a zero without bits for finite values alone
+    LaneMask bits{};          // OR of all values: its sign bit shows whether any has a sign
+    LaneMask notFiniteBits{}; // value - value has no bits set exactly for finite values
 
     // Marks in `inside` the lanes between the two.
     __attribute__((always_inline)) void add(const double* values, double low, double high, LaneMask& inside) {
@@ -62,8 +62,8 @@ __attribute__((always_inline)) inline long anyOfLanes(const LaneMask& mask) {
     return any;
 }
 
-// Takes the values between the two out of a block, without a branch on any single one. The count goes in and
-// out by value, so that it stays in a register.
+// Collects the values between the two from a block, without a branch on any single value. The count is passed
+// and returned by value, so that it stays in a register.
 __attribute__((always_inline)) inline std::size_t
 collect(std::span<const double> block, const BracketCount& count, double* between, std::size_t collected) {
     for (const double value : block) {
@@ -134,7 +134,7 @@ namespace {
 
 constexpr std::uint64_t signBit = std::uint64_t{1} << 63;
 
-// Whole numbers in the order of the values.
+// Integers that sort like the values.
 std::uint64_t keyOf(double value) {
     const auto bits = std::bit_cast<std::uint64_t>(value);
     return bits & signBit ? ~bits : bits | signBit;
@@ -144,7 +144,7 @@ double valueOf(std::uint64_t key) {
     return std::bit_cast<double>(key & signBit ? key & ~signBit : ~key);
 }
 
-// By one byte after the other, from the lowest on: the time is linear in the number of keys.
+// Sorts by one byte after the other, lowest first: time linear in the number of keys.
 void sortKeys(Buffer<std::uint64_t>& keys) {
     constexpr int bitsOfByte = 8;
     Buffer<std::uint64_t> sorted;
@@ -155,7 +155,7 @@ void sortKeys(Buffer<std::uint64_t>& keys) {
         for (const std::uint64_t key : keys.span())
             ++places[byteOf(key)];
         if (keys.empty() || places[byteOf(keys.span().front())] == keys.size())
-            continue; // they are in order already, as counts are by most of their bytes
+            continue; // already in order; counts share most of their bytes
         std::size_t before = 0;
         for (std::size_t& place : places)
             before += std::exchange(place, before);
@@ -165,9 +165,9 @@ void sortKeys(Buffer<std::uint64_t>& keys) {
     }
 }
 
-// Each step of the bisection is defined on all values: how many lie on each side of a pivot, and the two next
-// to it. It may take a thousand steps, where values differ by orders of magnitude; sorted, a step is a
-// search.
+// Each step of the bisection is defined on all values: how many lie on each side of a pivot, and the two
+// closest to it. It may take a thousand steps when values differ by orders of magnitude; with sorted values a
+// step is a binary search.
 class Bisection {
 public:
     explicit Bisection(std::span<const double> values) : total(values.size()) {
@@ -220,7 +220,8 @@ private:
                 greater == 0 ? max : std::min(max, valueOf(*equal.end()))};
     }
 
-    // Of equal zeros of both signs the first one among the values is met, wherever a value is taken.
+    // Of equal zeros with different signs, the first one among the values is returned, wherever a value is
+    // taken.
     double withSignOfZero(double value) const { return value == 0 ? firstZero : value; }
 
     double middle() const {
@@ -238,7 +239,7 @@ private:
     }
 
     std::size_t total;
-    Buffer<std::uint64_t> keys; // of all values but NaNs, in ascending order
+    Buffer<std::uint64_t> keys; // all values except NaNs, ascending
     double min = std::numeric_limits<double>::quiet_NaN();
     double max = std::numeric_limits<double>::quiet_NaN();
     double firstZero = 0;
@@ -252,11 +253,11 @@ double bisectMedian(std::span<const double> values) {
 
 namespace {
 
-constexpr std::size_t fewValues = 8192; // not worth a sample
+constexpr std::size_t fewValues = 8192; // too few for a sample
 constexpr std::size_t valuesPerSample = 32;
 constexpr std::size_t largestSample = 65536;
 
-// Rank and value are those of the whole; the values are reordered.
+// Rank and value refer to all values; they are reordered.
 double rankOf(std::span<double> values, std::size_t rank) {
     const auto place = values.begin() + static_cast<std::ptrdiff_t>(rank - 1);
     std::ranges::nth_element(values, place);
@@ -278,8 +279,8 @@ RankSelection selectFromCopy(std::span<const double> values, std::size_t rank) {
     return selection;
 }
 
-// One value out of each of equal stretches, at a place that hops about, so that no pattern of the frame's
-// columns is met in step. Always the same places.
+// One value from each of equally long sections, at varying positions, so that the sample does not follow the
+// pattern of the frame's columns. The positions are always the same.
 std::vector<double> sampleOf(std::span<const double> values) {
     const std::size_t count = std::min(values.size() / valuesPerSample, largestSample);
     const std::size_t stretch = values.size() / count;
@@ -292,8 +293,8 @@ std::vector<double> sampleOf(std::span<const double> values) {
     return sample;
 }
 
-// Two values of the sample that enclose the rank in the whole but for once in tens of thousands of random
-// tables, by four standard deviations of the rank in a sample. Nothing when the sample is not finite.
+// Two values of the sample that enclose the rank among all values; this fails once in tens of thousands of
+// random tables (four standard deviations of the rank in a sample). Empty when the sample is not finite.
 std::optional<BracketCount> bracketOf(std::span<const double> values, std::size_t rank) {
     std::vector<double> sample = sampleOf(values);
     if (!std::ranges::all_of(sample, [](double value) { return std::isfinite(value); }))

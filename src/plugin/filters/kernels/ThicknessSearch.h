@@ -11,20 +11,21 @@
 
 namespace PluginOmbrel {
 
-// The masks as a walk sees them, in the order of ascending thickness.
+// The masks for the pixel loops, in the order of ascending thickness.
 class ThicknessTables {
 public:
-    // So many masks may be looked at from any one on; beyond the last they are the last.
+    // This many masks may be read from any index on; past the end the last mask is repeated.
     static constexpr std::size_t reach = 9;
 
     void clear();
-    // `values` are logarithms of the count rate, one a pixel. They stay the caller's.
+    // `values` are logarithms of the count rate, one a pixel. The caller keeps ownership.
     void add(const double* values, double thickness);
 
     std::size_t count() const { return maskCount; }
     const double* operator[](std::size_t mask) const { return values[mask]; }
     const double* const* from(std::size_t mask) const { return values.data() + mask; }
-    // Two a mask: its thickness, and the rise to that of the next one. The last rise has no meaning.
+    // Two numbers a mask: its thickness, and the difference to that of the next mask. The last difference is
+    // not used.
     const double* lines() const { return steps.data(); }
 
 private:
@@ -33,18 +34,18 @@ private:
     std::size_t maskCount = 0;
 };
 
-// The straight lines that a vector of levels is on, each through two neighbouring masks.
+// The straight lines for a vector of levels, each through two neighbouring masks.
 template <std::size_t Lanes>
 struct ThicknessLine {
     using Doubles = typename Vector<Lanes>::Doubles;
     using LaneMask = typename Vector<Lanes>::LaneMask;
 
-    Doubles along;  // the level less the lower mask
-    Doubles run;    // the upper mask less the lower
+    Doubles along;  // the level minus the lower mask
+    Doubles run;    // the upper mask minus the lower
     LaneMask place; // of the lower mask's line in `ThicknessTables::lines`
 
     ThicknessLine() = default;
-    // Through the masks that were found for the level.
+    // Through the masks found for the level.
     template <typename Found>
     __attribute__((always_inline)) ThicknessLine(const Doubles& level, const Found& found)
         : along(level - found.lower), run(found.upper - found.lower), place(found.place) {}
@@ -60,7 +61,7 @@ struct ThicknessLine {
 private:
     __attribute__((always_inline)) void lookUp(const double* lines, Doubles& start, Doubles& rise) const {
         if constexpr (Lanes == 4) {
-            // Compilers fetch both numbers of a line at once only if told.
+            // Compilers load both numbers of a line together only when the code says so.
             typedef double Couple __attribute__((vector_size(2 * sizeof(double))));
             Couple line[4];
             for (std::size_t lane = 0; lane < 4; ++lane)
@@ -78,8 +79,8 @@ private:
     }
 };
 
-// Finds the same as ThicknessSearch with masks of any values, going down from mask to mask: a level goes on
-// below a mask when it is below that and all masks before.
+// Finds the same as ThicknessSearch, but for masks of any values, in descending order: the search continues
+// below a mask when the level is below it and below all masks before it.
 template <std::size_t Lanes>
 class ThicknessDescent {
 public:
@@ -90,7 +91,7 @@ public:
     Doubles upper;
     LaneMask place{}; // of the lower one's line in `ThicknessTables::lines`
 
-    // Among two masks or more, at the pixels from `at` on.
+    // Needs at least two masks; searches at the pixels from `at` on.
     __attribute__((always_inline))
     ThicknessDescent(const Doubles& level, const ThicknessTables& masks, std::size_t at) {
         std::memcpy(&lower, masks[0] + at, sizeof lower);
@@ -109,10 +110,10 @@ public:
     }
 };
 
-// Finds, for a vector of levels, the two masks that each level lies between, or whose line it goes on, where
-// the masks fall as ThicknessOrder tells. It searches by halves among eight pairs of masks at once, and is
-// done after those with `Few` masks, nine at most. All lanes take the same steps, which costs less than a
-// branch.
+// Finds, for a vector of levels, the two masks that enclose each level, or whose line is extrapolated to it,
+// where the masks fall as ThicknessOrder requires. It bisects eight pairs of masks at a time; `Few` means
+// nine masks at most, for which the first eight pairs suffice. All lanes take the same steps, which costs
+// less than a branch.
 template <std::size_t Lanes, bool Few>
 class ThicknessSearch {
 public:
@@ -123,11 +124,12 @@ public:
     Doubles upper;
     LaneMask place; // of the lower one's line in `ThicknessTables::lines`
 
-    // Among two masks or more, at the pixels from `at` on.
+    // Needs at least two masks; searches at the pixels from `at` on.
     __attribute__((always_inline))
     ThicknessSearch(const Doubles& level, const ThicknessTables& masks, std::size_t at)
         : place{} {
-        // The line of the last two goes on below the last one, which has no equal before it.
+        // Below the last mask the line of the last two is extrapolated; the last mask differs from the one
+        // before.
         Doubles last;
         std::memcpy(&last, masks[masks.count() - 1] + at, sizeof last);
         const Doubles raised = last > level ? last : level;
@@ -158,7 +160,7 @@ private:
         return values;
     }
 
-    // Searches among `Pairs` pairs, the first of which begins with the first value.
+    // Bisects `Pairs` pairs, the first of which starts with the first value.
     template <std::size_t Pairs>
     __attribute__((always_inline)) void halve(const Doubles& level, const Values& values) {
         if constexpr (Pairs == 1) {
@@ -180,7 +182,8 @@ private:
         return half;
     }
 
-    // Takes what is found among the pairs from the `first` on in the lanes that lie below its lower mask.
+    // Uses the result from the pairs starting at `first` in the lanes whose level is below the first of these
+    // masks.
     __attribute__((always_inline)) void goOn(const Doubles& level, const Values& values, std::size_t first) {
         const ThicknessSearch further(level, values, static_cast<long>(2 * first));
         const LaneMask below = level < values.of[0];
@@ -190,19 +193,19 @@ private:
     }
 };
 
-// Some vectors of pixels on their way from counts to thicknesses through two masks or more, which `Found`
-// finds for each level. All vectors take each step before any takes the next: steps that wait for a division,
-// and steps that only select, then fill the processor in turn.
+// Converts several vectors of pixels from counts to thicknesses, with two masks or more; `Found` finds the
+// masks for each level. All vectors complete a step before any starts the next, so that steps that wait for a
+// division overlap with steps that only select.
 template <std::size_t Lanes, std::size_t Vectors, typename Found>
 class ThicknessBlock {
 public:
     static constexpr std::size_t pixels = Lanes * Vectors;
 
-    // `counts` are those of the pixels from `firstPixel` on.
+    // `counts` points at the pixels from `firstPixel` on.
     __attribute__((always_inline)) ThicknessBlock(double* blockCounts, std::size_t blockFirstPixel)
         : counts(blockCounts), firstPixel(blockFirstPixel) {}
 
-    // False, with the counts left as they are, when there is a count above 0, or none at all, whose rate is
+    // Returns false, and leaves the counts unchanged, when a count that is above 0 or NaN has a rate that is
     // not a normal, finite number above 0.
     __attribute__((always_inline)) bool replaceOrdinary(double acqTime, const ThicknessTables& masks) {
         if (!takeLogarithms(acqTime))
@@ -223,7 +226,7 @@ private:
 
     __attribute__((always_inline)) bool takeLogarithms(double acqTime) {
         Logarithm<Lanes> logarithms[Vectors];
-        LaneMask strange{}; // by the signs
+        LaneMask strange{}; // in the sign bits
         for (std::size_t i = 0; i < Vectors; ++i) {
             Doubles count;
             std::memcpy(&count, counts + i * Lanes, sizeof count);
@@ -262,8 +265,8 @@ private:
         }
     }
 
-    // Asks for what will be needed four blocks on: so many tables are more streams than processors follow by
-    // themselves.
+    // Prefetches for four blocks ahead: this many tables are more streams than the hardware prefetcher
+    // follows.
     __attribute__((always_inline)) void fetchAhead(const ThicknessTables& masks) const {
         constexpr std::uintptr_t ahead = 64 * sizeof(double);
         constexpr std::uintptr_t cacheLine = 64;

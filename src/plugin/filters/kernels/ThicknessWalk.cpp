@@ -12,7 +12,7 @@ namespace PluginOmbrel {
 
 namespace {
 
-// A value that is no number is not in order.
+// A NaN is never in order.
 bool notAbove(const double* before, const double* after, std::size_t pixels) {
     bool is = true;
     for (std::size_t i = 0; i < pixels; ++i)
@@ -52,7 +52,7 @@ void ThicknessOrder::forget() {
 
 namespace {
 
-// The pixels from `at` on, until one is not for this kernel.
+// The position of a walk; each kernel stops at the first pixel that it can't handle.
 struct Walk {
     std::span<double> counts;
     double acqTime;
@@ -73,7 +73,7 @@ struct FallingKernel {
     }
 };
 
-// At least one stretch, and all until the next one where the masks fall.
+// Handles at least one stretch, and stops at the next one where the masks fall.
 struct AnyKernel {
     template <std::size_t Lanes>
     __attribute__((always_inline)) static void run(Walk* walk) {
