@@ -13,7 +13,7 @@ namespace PluginOmbrel {
 const char* Ombrel::PLUGIN_NAME = pluginName;
 const char* Ombrel::PLUGIN_DESC = "Plugin that manages filters";
 
-// Made when the library is loaded. The host pointer is set by initialize().
+// Created when the library is loaded. initialize() sets the host pointer.
 Ombrel ombrel;
 
 int Ombrel::initialize(zt::IZenteo* zenteo) {

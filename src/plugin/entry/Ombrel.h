@@ -18,9 +18,9 @@ public:
     const char* description() const override { return PLUGIN_DESC; }
     void* privateInterface() override { return nullptr; }
 
-    // The plug-in brings no view of its own.
+    // The plug-in has no view of its own.
     void createView() {}
-    // True for the device types that are pixel detectors, so that the object is an IDevMpx.
+    // Whether the device type is a pixel detector, so that the object is an IDevMpx.
     static bool isMpxDevice(zt::IDev* dev);
 
 private:
