@@ -32,7 +32,7 @@ QString numberText(double value) {
     return QString::number(value, 'g', 6);
 }
 
-// Their editors leave what is dropped to the window: a text field takes files for text.
+// Their editors pass drops on to the window: a text field would insert the file names as text.
 class MaskCells : public QStyledItemDelegate {
 public:
     using QStyledItemDelegate::QStyledItemDelegate;
@@ -45,8 +45,8 @@ public:
     }
 };
 
-// The place of a widget that may be wider than its content needs, but not narrower, although it has a minimum
-// width of its own.
+// The size policy of a widget that may be wider than its content needs, but not narrower, in spite of its own
+// minimum width.
 class WholeContent : public QWidgetItem {
 public:
     using QWidgetItem::QWidgetItem;
@@ -63,7 +63,7 @@ DlgBHStg::DlgBHStg(QWidget* parent, BHFilter* bhFilter, zt::IZenteo* zenteo)
       filterLife(bhFilter->lifetime()), host(zenteo) {
     ui->setupUi(this);
     ui->twMasks->setItemDelegate(std::make_unique<MaskCells>(ui->twMasks).release());
-    // The buttons under the table keep their texts whole.
+    // The buttons under the table never elide their texts.
     std::unique_ptr<QLayoutItem>{ui->horizontalLayout_2->takeAt(0)}.reset();
     ui->horizontalLayout_2->insertItem(0, std::make_unique<WholeContent>(ui->widget_3).release());
     connect(ui->twMasks, SIGNAL(cellChanged(int, int)), this, SLOT(onMaskCellChanged(int, int)));
@@ -88,7 +88,7 @@ void DlgBHStg::showDialog() {
 void DlgBHStg::letGo() {
     if (canShowWindows()) {
         for (QDialog* const question : findChildren<QDialog*>())
-            question->reject(); // it would be disabled with the window, and never close
+            question->reject(); // it would be disabled with the window, and could never close
         hide();
         setEnabled(false);
     }
@@ -107,7 +107,7 @@ void DlgBHStg::loadMasks() {
 
 void DlgBHStg::showMask(int row, const ThicknessMask& mask) {
     auto time = cell(numberText(mask.acqTime));
-    // Logarithms of a rate were taken with the time as it was.
+    // The logarithms were computed with the previous time.
     time->setFlags(time->flags().setFlag(Qt::ItemIsEditable, !mask.logarithmed));
     ui->twMasks->setItem(row, COLUMN_NAME, cell(QString::fromStdString(mask.name)).release());
     ui->twMasks->setItem(row, COLUMN_THICKNESS, cell(numberText(mask.thickness)).release());
@@ -117,7 +117,7 @@ void DlgBHStg::showMask(int row, const ThicknessMask& mask) {
 void DlgBHStg::onMaskCellChanged(int row, int col) {
     if (!hasFilter())
         return;
-    // The filter may have lost masks without the window.
+    // The filter may have lost masks outside this window.
     const auto& masks = filter->masks();
     if (row < 0 || static_cast<std::size_t>(row) >= masks.size())
         return;
@@ -189,7 +189,7 @@ void DlgBHStg::dropEvent(QDropEvent* event) {
     addFiles(files);
 }
 
-// The filter may ask which sub-frame to take.
+// The filter may ask which sub-frame to use.
 void DlgBHStg::on_btAddMeas_clicked() {
     const StillThere stillThere = both();
     filter->addMaskFromAcqData(newThickness);
@@ -199,7 +199,7 @@ void DlgBHStg::on_btAddMeas_clicked() {
 
 void DlgBHStg::on_btRemove_clicked() {
     const StillThere stillThere = both();
-    // Without a current row the index is beyond all masks, which the filter refuses.
+    // Without a current row the index exceeds all masks, and the filter refuses it.
     if (filter->removeMask(static_cast<unsigned int>(ui->twMasks->currentRow())) != 0)
         showError("Cannot remove", "Cannot remove row");
     if (stillThere)

@@ -17,10 +17,10 @@ class BHFilter;
 class ThicknessMask;
 
 // The window in which a user builds the masks of a beam-hardening filter. It is not modal. Every control acts
-// on the filter at once; closing the window sorts the masks and writes the filter's settings file. Files may
-// be dropped on it.
+// on the filter immediately; closing the window sorts the masks and writes the filter's settings file. Files
+// can be dropped on it.
 //
-// The filter makes one and never deletes it; whoever does may do so at any time. A window that outlives its
+// The filter creates it and never deletes it; its owner may do so at any time. A window that outlives its
 // filter stays hidden and does nothing.
 class DlgBHStg : public QWidget {
     Q_OBJECT
@@ -28,10 +28,10 @@ public:
     DlgBHStg(QWidget* parent, BHFilter* bhFilter, zt::IZenteo* zenteo);
     ~DlgBHStg() override;
 
-    // Shows the window, or brings it forward, with the filter's present masks and switches. Whether the
-    // filter uses TDI can't be asked, so that box keeps what was clicked last.
+    // Shows the window, or brings it to the front, with the filter's present masks and switches. The filter
+    // has no getter for TDI, so that box keeps its last state.
     void showDialog();
-    // The filter is about to end: hides the window for good.
+    // Called when the filter ends: hides the window permanently.
     void letGo();
 
 protected:
@@ -61,10 +61,11 @@ private:
     void showMask(int row, const ThicknessMask& mask);
     // One batch of files becomes one mask.
     void addFiles(QList<QString> files);
-    // The time of each frame of a batch that begins with this file; 0 after the user gave none.
+    // The time of each frame of a batch that begins with this file; 0 when the user entered no time.
     double acqTimeFor(const QString& firstFile);
     void showError(const QString& title, const QString& text);
-    // Ends an edit in the table as Enter would, before the masks under it move. The row stays current.
+    // Commits an edit in the table as Enter would, before the masks in its rows change. The row stays
+    // current.
     void finishEdit();
 
     std::unique_ptr<Ui_DlgBHStg> ui;

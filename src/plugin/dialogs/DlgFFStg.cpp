@@ -53,7 +53,7 @@ void DlgFFStg::showFilterState() {
     ui->chbDevMask->setChecked(filter->useDeviceMaskForBadPixels());
     ui->rbBadFF->setChecked(filter->useFFCoeffsForBadPixels());
     ui->rbZeroPixels->setChecked(filter->useZeroPixelsForBadPixels());
-    // The filter has no switch for a file: it is the lack of the other two.
+    // The filter has no switch for a file: a file is used when the other two are off.
     ui->rbMaskFile->setChecked(!filter->useFFCoeffsForBadPixels() && !filter->useZeroPixelsForBadPixels());
 }
 
@@ -100,7 +100,7 @@ void DlgFFStg::on_btCoeffLastFrame_clicked() {
     takeAcquisition(false);
 }
 
-// The filter may ask which sub-frame to take.
+// The filter may ask which sub-frame to use.
 void DlgFFStg::takeAcquisition(bool allFrames) {
     if (!hasFilter())
         return;
@@ -133,7 +133,7 @@ void DlgFFStg::on_rbBadFF_clicked() {
     showMaskName();
 }
 
-// A cancel only moves the mark to "Bad in FF": the filter keeps its source, which the field still shows.
+// A cancel only moves the selection to "Bad in FF": the filter keeps its source, which the field still shows.
 void DlgFFStg::on_rbMaskFile_clicked() {
     if (!hasFilter())
         return;

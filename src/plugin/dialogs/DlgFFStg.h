@@ -12,11 +12,11 @@ namespace PluginOmbrel {
 
 class FFFilter;
 
-// The modal window in which a user configures a flat-field filter: where its coefficients come from and which
-// pixels are bad. Every control acts on the filter at once, and nothing is undone on close. When the filter
-// has ended before it, the window closes at the next click.
+// The modal window in which a user configures a flat-field filter: the source of its coefficients and of its
+// bad pixels. Every control acts on the filter immediately, and closing undoes nothing. If the filter ends
+// first, the window closes at the next click.
 //
-// Only the filter's log reports failures.
+// Failures are reported only in the filter's log.
 class DlgFFStg : public QDialog {
     Q_OBJECT
 public:

@@ -37,7 +37,7 @@ std::vector<std::string> nativePaths(const QStringList& paths) {
 
 namespace {
 
-// What was remembered for a directory argument.
+// The remembered state of a directory argument.
 class DirectoryMemory {
 public:
     explicit DirectoryMemory(const QString& dir) {
@@ -47,7 +47,7 @@ public:
             given = dir;
     }
 
-    // Where the dialog is to open; empty when nothing is remembered.
+    // The directory to open; empty when nothing is remembered.
     QString start() const {
         const QString wanted = key.isEmpty() ? given : store.value(key).toString();
         return wanted.isEmpty() ? store.value(anyKey).toString() : wanted;
@@ -68,11 +68,11 @@ private:
     static constexpr const char* filterKey = "SelectedFilter";
 
     QSettings store{QSettings::IniFormat, QSettings::UserScope, "Morvane", "Zenteo"};
-    QString key;   // empty for a directory that is not to be remembered by itself
+    QString key;   // empty for a plain directory, which is not remembered separately
     QString given; // empty for a key
 };
 
-// The suffix that a file type like "Text (*.txt)" stands for. Several patterns are not told apart.
+// The suffix of a file type like "Text (*.txt)". Several patterns are not split.
 QString suffixOf(const QString& filter) {
     static const QRegularExpression pattern(R"(.*\(\*\.(.*)\))");
     return pattern.match(filter).captured(1);
@@ -107,7 +107,7 @@ QString QMyFileDialog::getSaveFileName(QWidget* parent, const QString& caption, 
         memory.rememberDirectoryOf(file);
         if (!chosenFilter.isEmpty())
             memory.rememberFilter(chosenFilter);
-        // A name that ends in a dot counts as one without a suffix.
+        // A name that ends in a dot counts as a name without a suffix.
         if (const QString suffix = suffixOf(chosenFilter);
             QFileInfo(file).suffix().isEmpty() && !suffix.isEmpty())
             file += "." + suffix;

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-// Names a key under which a file dialog remembers its directory, in the place where a directory would stand:
+// Names a key for the remembered directory of a file dialog; it is passed in place of a directory:
 //
 //     QMyFileDialog::getOpenFileName(parent, caption, QLastDir("bh/load").dir, ...)
 class QLastDir {
@@ -16,7 +16,7 @@ public:
     explicit QLastDir(const QString& key) : dir("::" + key) {}
     virtual ~QLastDir() = default;
 
-    // The key in marked form.
+    // The marked key.
     QString dir;
 };
 
@@ -27,30 +27,29 @@ struct PickedFiles {
     QString nameFilter; // the file type that was chosen
 };
 
-// Asks for one or several files that exist. Neither starts from a remembered directory nor changes one.
+// Asks for one or several existing files. Remembered directories are neither used nor changed.
 PickedFiles pickFiles(QWidget* parent, const QString& title, const QString& nameFilters);
 
-// As filters take a path: native separators, UTF-8.
+// The path in the form that filters expect: native separators, UTF-8.
 std::string nativePath(const QString& path);
 std::vector<std::string> nativePaths(const QStringList& paths);
 
 } // namespace PluginOmbrel
 
-// Qt's file dialogs with a memory in the per-user settings: each opens where the user last chose a file under
-// the same key (see QLastDir), else where the user last chose one at all. A cancelled dialog changes nothing
-// there.
+// Qt's file dialogs with directories remembered in the per-user settings: each opens in the directory last
+// used with the same key (see QLastDir), else in the one last used with any key. A cancelled dialog changes
+// no directory.
 //
-// `dir` is a directory or a key in marked form. Both return the chosen path with native separators, or an
-// empty string when the user cancelled.
+// `dir` is a directory or a marked key. Both return the chosen path with native separators, or an empty
+// string when the user cancelled.
 class QMyFileDialog {
 public:
     static QString getOpenFileName(QWidget* parent, const QString& caption, const QString& dir,
                                    const QString& filter, QString* selectedFilter,
                                    QFileDialog::Options options);
-    // A name without a suffix gets that of the chosen file type. The file type that was last chosen in any of
-    // these dialogs is offered first, where `selectedFilter` names none; on return it holds the chosen one,
-    // or, after a cancel, the one that was offered. A `defaultName` is offered in the directory that holds
-    // the remembered one.
+    // A name without a suffix gets that of the chosen file type. The file type last chosen in any of these
+    // dialogs is offered first, unless `selectedFilter` names one; on return it contains the chosen one, or,
+    // after a cancel, the offered one. A `defaultName` is offered in the parent of the remembered directory.
     static QString getSaveFileName(QWidget* parent, const QString& caption, const QString& dir,
                                    const QString& filter, QString* selectedFilter,
                                    QFileDialog::Options options, QString defaultName);

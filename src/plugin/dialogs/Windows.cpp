@@ -24,7 +24,7 @@ void BHFilter::showConfigGUI() {
         return;
     }
     if (!configDialog) {
-        // From here on it belongs to the host's windows.
+        // The host's windows own it from here on.
         configDialog = std::make_unique<DlgBHStg>(nullptr, this, host).release();
         leaveConfigDialog = [this] { configDialog->letGo(); };
     }

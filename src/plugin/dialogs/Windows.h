@@ -8,11 +8,11 @@
 
 namespace PluginOmbrel {
 
-// False in a host without an application object that can show windows.
+// False without an application object that can show windows.
 bool canShowWindows();
 
-// Whether a settings window and its filter still exist. A modal window handles events, and so whatever
-// returns from one first asks this: the host may have ended either meanwhile.
+// Whether a settings window and its filter still exist. A modal window processes events, so check this after
+// each one: the host may have ended either meanwhile.
 class StillThere {
 public:
     StillThere(QWidget* settingsWindow, std::weak_ptr<const void> lifeOfFilter)
@@ -25,7 +25,7 @@ private:
     std::weak_ptr<const void> filter;
 };
 
-// A modal window of a parent, which deletes it when it ends meanwhile: one on the stack would be freed there.
+// A modal window whose parent may end meanwhile and delete it: on the stack it would be freed twice.
 template <typename Window>
 class ModalWindow {
 public:
