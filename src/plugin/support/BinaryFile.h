@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <memory>
 
-// What the functions on files of numbers return.
+// Results of the functions on files of numbers.
 enum FileResult : int {
     FILE_OK = 0,
     FILE_NOT_OPENED = -1,   // null path, or the file cannot be opened
@@ -23,16 +23,15 @@ inline StdioFile openStdioFile(const char* path, const char* mode) {
     return StdioFile(path ? std::fopen(path, mode) : nullptr);
 }
 
-// False when what was still buffered could not be written.
+// False when buffered data could not be written.
 inline bool closeWritten(StdioFile file) {
     return std::fclose(file.release()) == 0;
 }
 
 // Raw bytes in a file, without a header. Sizes are in bytes; results are FileResult.
 
-// Reads the first `size` bytes. A file that has fewer gives FILE_TOO_SHORT, with what there was in the
-// buffer.
+// Reads the first `size` bytes. A shorter file returns FILE_TOO_SHORT, with its bytes in the buffer.
 int readBinary(const char* path, unsigned char* buffer, unsigned long size);
 
-// Writes a new file, or at the end of one that is there.
+// Writes a new file, or appends to an existing one.
 int writeBinary(const char* path, unsigned char* buffer, unsigned long size, bool append);

@@ -29,7 +29,7 @@ bool matchesOne(char character, char maskCharacter) {
 } // namespace
 
 int matchMask(const char* name, const char* mask) {
-    // Where to go on after a mismatch: behind the last star, which then takes one character more.
+    // Where to continue after a mismatch: after the last star, which then matches one character more.
     const char* resumeMask = nullptr;
     const char* resumeName = nullptr;
     while (*name) {
@@ -82,7 +82,7 @@ struct CloseDir {
 bool isDir(const std::string& path, const dirent& entry) {
     if (entry.d_type != DT_UNKNOWN)
         return entry.d_type == DT_DIR;
-    // Some file systems don't tell the type with the name.
+    // Some file systems don't return the type with the name.
     struct stat status;
     return lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
@@ -120,14 +120,14 @@ struct CloseWalk {
     void operator()(FTS* walk) const { fts_close(walk); }
 };
 
-// Makes every directory that the path of a file names.
+// Creates all parent directories of a file.
 void makeDirsOf(const std::string& path) {
     for (std::size_t slash = path.find('/'); slash != path.npos; slash = path.find('/', slash + 1))
         mkdir(path.substr(0, slash + 1).c_str(), 0700);
 }
 
 void copyEntry(const FTSENT& entry, const std::string& src, const std::string& dst) {
-    // In a list of children the path is that of their directory, with a "/" behind it.
+    // In a list of children the path is that of their directory, with a trailing "/".
     const std::string dir = entry.fts_path;
     const std::string target = dst + dir.substr(src.size()) + entry.fts_name;
     struct stat status;
@@ -185,7 +185,7 @@ bool isFilesEqual(const char* a, const char* b, unsigned long bufferSize) {
     if (!fileA.is_open() || !fileB.is_open())
         return false;
 
-    // How much is read at a time does not change the result; with nothing at a time there would be none.
+    // The block size does not change the result, but it must not be 0.
     const auto chunk = static_cast<std::streamsize>(std::clamp(bufferSize, 1ul, largestBuffer));
     std::vector<char> bufferA(static_cast<std::size_t>(chunk));
     std::vector<char> bufferB(bufferA.size());

@@ -11,8 +11,8 @@
 
 namespace {
 
-// The line is scanned as a stream: scanning the rest of the text again for each number would take the square
-// of the line's length.
+// The line is scanned as a stream: scanning the rest of the text again for each number would take quadratic
+// time.
 unsigned long countLeadingNumbers(std::string& line) {
     const std::size_t length = std::strlen(line.c_str());
     const StdioFile stream(length == 0 ? nullptr : fmemopen(line.data(), length, "r"));
@@ -45,7 +45,7 @@ namespace {
 
 static_assert(std::endian::native == std::endian::little, "low bits of a value stand in its first bytes");
 
-// How a value is scanned, and how many of its bytes go to the buffer, where elements are `elementSize` apart.
+// How to scan a value, and how many of its bytes to store, when elements are `elementSize` apart.
 struct ElementScan {
     const char* format;
     std::size_t elementSize;
@@ -59,7 +59,7 @@ std::optional<ElementScan> elementScan(_DataType type) {
     case DT_I16:
         return ElementScan{"%d", 2, 2};
     case DT_U16:
-        // The upper half goes to the next element, if there is one, until that one's own value comes.
+        // The upper half goes to the next element, if any, until that element's own value overwrites it.
         return ElementScan{"%u", 2, 4};
     case DT_I32:
         return ElementScan{"%d", 4, 4};
@@ -78,8 +78,8 @@ struct Matrix {
     unsigned long width;
 };
 
-// Prints a matrix by a format that takes a value and the character behind it. False when a value can't be
-// written.
+// Prints a matrix with a format that takes a value and the character after it. Returns false when a value
+// can't be written.
 template <typename T>
 bool printValues(std::FILE* file, const Matrix& matrix, const char* format) {
     for (unsigned long i = 0; i < matrix.size; ++i) {

@@ -5,9 +5,9 @@
 #include <cstdint>
 #include <sys/mman.h>
 
-// Asks the system for large pages behind a big block of memory, before its first touch. Correcting a frame
-// streams through many such blocks at once, and with small pages waits for address translation as long as for
-// the data. What can't be had, or a system that has none, changes nothing.
+// Requests large pages for a big block of memory, before its first use. Correcting a frame streams through
+// many such blocks at once, and with small pages waits for address translation as long as for the data.
+// Without support from the system nothing changes.
 inline void adviseLargePages(void* block, std::size_t bytes) {
     constexpr std::size_t worthIt = std::size_t{4} << 20;
     constexpr std::uintptr_t page = 4096;
@@ -18,9 +18,9 @@ inline void adviseLargePages(void* block, std::size_t bytes) {
     madvise(reinterpret_cast<void*>(start), end - start, MADV_HUGEPAGE);
 }
 
-// How many bytes to leave free before a new array of so many bytes. Big arrays all begin at the same place of
-// a page, and where a loop goes through many of them side by side, their lines fight for the same few places
-// of the caches: nine tables are one more than the eight lines that such a place commonly holds.
+// How many bytes to leave free before a new array of that many bytes. Big arrays all start at the same offset
+// of a page, and a loop over many of them side by side needs their lines in the same few cache sets: nine
+// tables are one more than the eight lines that a set commonly holds.
 inline std::size_t cacheStagger(std::size_t bytes) {
     constexpr std::size_t worthIt = std::size_t{64} << 10;
     constexpr std::size_t cacheLine = 64;

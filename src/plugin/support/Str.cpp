@@ -14,7 +14,7 @@ namespace {
 
 constexpr unsigned long firstCapacity = 120;
 
-// Doubles the buffer. Lengths are told as int, and no buffer grows beyond that.
+// Doubles the buffer. Lengths are returned as int, so the buffer never grows beyond that.
 bool growLine(char*& line, unsigned long& capacity) {
     const unsigned long newCapacity = capacity < firstCapacity / 2 ? firstCapacity : 2 * capacity;
     if (newCapacity > INT_MAX)
@@ -27,7 +27,7 @@ bool growLine(char*& line, unsigned long& capacity) {
     return true;
 }
 
-// Reads up to a newline or the end of the file. -1: nothing there, or no memory for what is.
+// Reads up to a newline or the end of the file. Returns -1 at the end, or when memory runs out.
 int readLine(std::FILE* stream, char*& line, unsigned long& capacity) {
     if (capacity <= firstCapacity / 2 && !growLine(line, capacity))
         return -1;
@@ -56,7 +56,7 @@ bool readBoundedLine(std::istream& text, std::string& line) {
     while (line.size() <= longest && text.getline(part.data(), part.size()).gcount() > 0) {
         const bool filled = text.fail();
         const auto length = static_cast<std::size_t>(text.gcount());
-        // The newline is counted and not stored.
+        // The newline is counted but not stored.
         line.append(part.data(), filled || text.eof() ? length : length - 1);
         if (!filled)
             return true;
@@ -95,7 +95,7 @@ namespace str {
 namespace {
 
 constexpr std::size_t firstBufferSize = 512;
-// A format that fails in a buffer of this size does not fail for want of room.
+// With a buffer of this size a format never fails for lack of room.
 constexpr std::size_t largestBufferSize = std::size_t{1} << 20;
 
 } // namespace
@@ -131,7 +131,7 @@ std::vector<std::string> split(const std::string& text, std::string delimiters, 
     std::size_t position = 0;
     for (;;) {
         const std::size_t found = text.find_first_of(delimiters, position);
-        // Throws when the step over the last delimiter went beyond the text.
+        // Throws when the step over the last delimiter passed the end of the text.
         std::string part = text.substr(position, found == std::string::npos ? found : found - position);
         if (!skipEmpty || !part.empty())
             parts.push_back(std::move(part));

@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-// While it lives, this thread prints and scans numbers with a point, whatever locale the program runs under:
-// a file written in one country must be read in the next.
+// While it exists, this thread prints and scans numbers with a point, whatever locale the program uses: files
+// must be portable between countries.
 class ClassicNumbers {
 public:
     ClassicNumbers() : previous(uselocale(classicLocale())) {}
@@ -19,7 +19,7 @@ public:
     ClassicNumbers& operator=(const ClassicNumbers&) = delete;
 
 private:
-    // Made once and kept for good.
+    // Created once and never freed.
     static locale_t classicLocale() {
         static const locale_t classic = newlocale(LC_ALL_MASK, "C", nullptr);
         return classic;
@@ -28,13 +28,13 @@ private:
     locale_t previous;
 };
 
-// Reads a line without its newline. False at the end of the text, which a line of more than 64 MiB is, too: a
-// device or a binary file may hold no newline at all.
+// Reads a line without its newline. Returns false at the end of the text, and for a line of more than 64 MiB:
+// a device or a binary file may contain no newline at all.
 bool readBoundedLine(std::istream& text, std::string& line);
 
-// Calls `work` with each line, without its newline. A last line may lack one; the empty text behind a last
-// newline is no line. A file that can't be opened has no lines, and what follows a line of more than 64 MiB
-// is not read.
+// Calls `work` with each line, without its newline. The last line may lack one; the empty text after a final
+// newline does not count as a line. A file that can't be opened has no lines, and reading stops at a line of
+// more than 64 MiB.
 template <typename Work>
 void forEachLine(const char* path, Work&& work) {
     if (!path)
@@ -47,38 +47,38 @@ void forEachLine(const char* path, Work&& work) {
 
 unsigned long getNumberOfLinesInFile(const char* path, bool skipEmpty);
 
-// Reads a line, its newline included, into a buffer that grows by realloc, and returns its length, or -1 when
-// there is none. *line and *capacity are a buffer of the caller's, made by malloc, or null and 0; the caller
-// frees it in the end. At the end of the file, and when memory runs out, a buffer that the caller brought is
-// kept and one that this call made is freed. Null arguments set errno to EINVAL.
+// Reads a line, including its newline, into a buffer that grows by realloc, and returns its length, or -1 at
+// the end. *line and *capacity are the caller's buffer from malloc, or null and 0; the caller frees it
+// finally. At the end of the file, and when memory runs out, a buffer passed by the caller is kept and a
+// buffer allocated by this call is freed. Null arguments set errno to EINVAL.
 int getline(std::FILE* stream, char** line, unsigned long* capacity);
 
 namespace str {
 
-// Prints as vprintf does, into a buffer of 512 characters, or of the text's length plus 1 where that is too
-// small. The result is the whole buffer: the text, its terminating zero, and zeros up to the buffer's end.
-// Throws std::length_error when the format cannot be printed at all.
+// Prints like vprintf into a buffer of 512 characters, or of the text's length plus 1 if that is larger.
+// Returns the whole buffer: the text, its terminating zero, and zeros up to the buffer's end. Throws
+// std::length_error for a format that cannot be printed at all.
 std::string printToBuffer(const char* format, va_list arguments);
 
 namespace detail {
 std::string formatText(const char* format, ...);
 }
 
-// Prints as printf does. The arguments must be what the format says.
+// Prints like printf. The arguments must match the format.
 template <typename... Arguments>
 std::string format(const std::string& format, Arguments... arguments) {
     return detail::formatText(format.c_str(), arguments...);
 }
 
-// Cuts `text` at any of the characters of `delimiters`; an empty text is one empty part.
+// Splits `text` at any of the characters of `delimiters`; an empty text is one empty part.
 //
-// After a cut the text goes on behind as many characters as `delimiters` has, so that several of them are for
-// separators of that very length; std::out_of_range is thrown when the text ends within one. With `maxParts`,
-// the part that reaches this number takes the rest of the text; 0 and 1 stand for no limit.
+// After a split the text continues as many characters later as `delimiters` has, so several delimiters are
+// for separators of exactly that length; std::out_of_range is thrown when the text ends within one. With
+// `maxParts`, the part with this number takes the rest of the text; 0 and 1 mean no limit.
 std::vector<std::string> split(const std::string& text, std::string delimiters, bool skipEmpty,
                                unsigned int maxParts);
 
-// The value as a stream prints it: a float with up to six significant digits and no zeros behind the last.
+// The value as a stream prints it: a float with up to six significant digits and no trailing zeros.
 template <typename T>
 std::string fromNum(const T& value) {
     std::ostringstream stream;
@@ -87,9 +87,9 @@ std::string fromNum(const T& value) {
     return stream.str();
 }
 
-// Reads the number that the text begins with, after white space; what stands behind it is ignored. `error`,
-// which may be null, becomes 1 when there is none or it is out of range, else 0. A text without a number
-// gives 0.
+// Reads the number at the start of the text, after white space; the text after it is ignored. `error`, which
+// may be null, becomes 1 when the number is missing or out of range, else 0. A text without a number returns
+// 0.
 template <typename T>
 T toNum(const std::string& text, int* error) {
     std::istringstream stream(text);
