@@ -8,7 +8,7 @@
 #include <utility>
 
 c_AIC::c_AIC(const Kernels& kernels) : work(std::make_unique<AICScratch>(kernels)) {
-    // Numbers in files have a point, whatever locale the program runs under.
+    // Numbers in files have a point, whatever locale the program uses.
     QualityValuesStream.imbue(std::locale::classic());
 }
 
@@ -16,7 +16,7 @@ c_AIC::~c_AIC() = default;
 
 int c_AIC::Init(AICCfg configuration, bool loadCalibration) {
     work->ready = false;
-    work->releaseGrid(); // before the new one is loaded: there may be no room for both
+    work->releaseGrid(); // before the new one is loaded: memory may not suffice for both
     CalibrationImages = std::make_unique<c_CalibrationImages>();
     Cfg = std::move(configuration);
     if (const int status = openLog(); status != 0)

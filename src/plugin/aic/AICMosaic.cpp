@@ -53,8 +53,8 @@ int c_AIC::mosaic(Search& search, int step, ImageContainer* result) {
     return 0;
 }
 
-// Winners stand column of tiles after column of tiles, but are read row after row: the block at (x, y) comes
-// from the winner of the tile at (y, x), where there are as many across as down.
+// Winners are stored by columns of tiles, but read by rows: the block at (x, y) comes from the winner of the
+// tile at (y, x), if the image has as many tiles across as down.
 void c_AIC::assembleMosaic(const AICImage& frame, std::span<const Position> winners, AICImage& image) const {
     image.zeros(frame.cols(), frame.rows());
     const auto tile = static_cast<std::size_t>(Cfg.QfTileSize);

@@ -7,9 +7,9 @@
 
 namespace {
 
-constexpr std::size_t longestName = 255; // longer ones are cut off
+constexpr std::size_t longestName = 255; // longer ones are truncated
 
-// One decimal, with a point under every locale.
+// One decimal, with a point in every locale.
 std::string oneDecimal(float value) {
     std::array<char, 64> digits;
     const auto end = std::to_chars(digits.begin(), digits.end(), value, std::chars_format::fixed, 1);

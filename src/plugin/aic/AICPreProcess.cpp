@@ -10,7 +10,7 @@
 
 namespace {
 
-// Why no bin takes the pixels of a frame, whose extremes are given, after they were stretched.
+// The reason why the pixels of a frame, with the given extremes, fit no bin after stretching.
 const char* whyNotStretched(float lowest, float range) {
     if (range != 0)
         return frameNotFinite;
@@ -20,7 +20,7 @@ const char* whyNotStretched(float lowest, float range) {
                          "or set PPEnabled to false";
 }
 
-// Takes the image to the unit range, above 0 by the smallest normal number, and counts its pixels there.
+// Stretches the image to the unit range, plus the smallest normal number, and counts its pixels in bins.
 void stretchAndCount(AICImage& image, const Kernels& loops, BinCounts& counts) {
     const float lowest = image.min_val();
     const float range = image.max_val() - lowest;

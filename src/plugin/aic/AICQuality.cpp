@@ -7,11 +7,11 @@
 #include <stdexcept>
 #include <utility>
 
-// The kernel's passes and the operations on single images meet here: both are scored by the same sums.
+// Combines the kernel's passes and the operations on single images: both are scored with the same sums.
 
 namespace {
 
-// Why no bin takes the sums of a candidate's tiles.
+// The reason why a candidate's tile sums do not fit into the bins.
 const char* whyNotScored(std::span<const float> sums, float scaleFactor) {
     if (std::ranges::all_of(sums, [](float sum) { return std::isfinite(sum); })) {
         return "no tile of the frame shows any structure to compare flat fields by; leave the frame out, or "

@@ -12,12 +12,11 @@
 #include <optional>
 #include <vector>
 
-// Why a frame fails, where pre-processing finds out and where the score does.
+// A reason for failing frames, found in pre-processing or in scoring.
 inline constexpr const char* frameNotFinite =
     "frame has pixels that are NaN, infinite or too large; leave it out or repair it";
 
-// What the engine keeps for itself: what is worked out once for all frames, and storage that frames use
-// again.
+// Internal data of the engine: values computed once for all frames, and storage that frames reuse.
 struct AICScratch {
     explicit AICScratch(const Kernels& kernels) : loops(kernels), outliers(kernels) {}
 
@@ -25,9 +24,9 @@ struct AICScratch {
     bool ready = false; // the last Init succeeded
     HighPass highPass;
     bool badPixelsAreBinary = false;
-    std::vector<bool> repaired; // by grid point: its image in the store has no pixel left to repair
+    std::vector<bool> repaired; // by grid point: its image in the store is already repaired
 
-    // For frames of the grid's size, where the kernel serves.
+    // For frames of the grid's size, if the kernel supports them.
     std::optional<TileSums> gridSums;
     OrderedGrid grid;
 
@@ -39,6 +38,6 @@ struct AICScratch {
     OutlierRepair outliers;
     BinCounts counts;
     AICImage image;                                    // the pre-processed frame
-    std::vector<c_CalibrationImages::Position> points; // of a search, in the order of its walk
+    std::vector<c_CalibrationImages::Position> points; // of a search, in the order of evaluation
     std::array<std::vector<float>, TilePass::maxCandidates> sums;
 };

@@ -83,7 +83,7 @@ int c_AIC::linearSearch(Search& search, int step) {
 int c_AIC::lookAround(Search& search, Position centre) {
     const char* const failure = "c_AIC::FindOptimalCompensationLookAround calibration image get error";
     c_CalibrationImages& store = *CalibrationImages;
-    // A linear search without a winner leaves its caller with a position outside the grid, or with none.
+    // A linear search without a winner leaves its caller a position outside the grid, or none.
     const ImageContainer* const first = store.Images.data();
     const ImageContainer* const point = std::to_address(centre);
     const bool inGrid = !std::less<>{}(point, first) && std::less<>{}(point, first + store.Images.size());
@@ -104,7 +104,7 @@ int c_AIC::lookAround(Search& search, Position centre) {
     search.appendsQualityValues = true;
     QualityLog qualityLog(*this);
     int status = evaluate(search, neighbours);
-    // A centre that stands first on its line of E fails the search, whatever its other neighbours gave.
+    // A centre that is first on its line of E fails the search, whatever its other neighbours yielded.
     if (status == 0 && last != ResultType::ResultOk)
         status = fail(failure);
     qualityLog.end();
@@ -165,7 +165,8 @@ void c_AIC::sumByImages(const AICImage& frame, Position point) {
         tileSums(image);
 }
 
-// In place and for good, but only once it is a candidate: until then the store holds what the file held.
+// Modifies the store permanently, but only when the image becomes a candidate: until then the store has the
+// file's values.
 void c_AIC::repairImage(Position point) {
     const auto index = static_cast<std::size_t>(point - CalibrationImages->Images.begin());
     if (!work->repaired[index]) {

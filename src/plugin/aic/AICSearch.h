@@ -7,9 +7,9 @@
 #include <optional>
 #include <string>
 
-// For the sources of c_AIC alone: what its searches have in common.
+// Private to the sources of c_AIC: the common parts of its searches.
 
-// What a search is given, and the best that it has found.
+// The input of a search, and its best result so far.
 struct c_AIC::Search {
     const AICImage& frame;
     const std::string& prefix;
@@ -18,8 +18,8 @@ struct c_AIC::Search {
     std::optional<Position> best = std::nullopt;
 };
 
-// The file of quality values for as long as a search runs. An exception leaves it closed without the empty
-// line.
+// Closes the file of quality values at the end of a search. After an exception the final empty line is
+// missing.
 class c_AIC::QualityLog {
 public:
     explicit QualityLog(c_AIC& owner) : engine(owner) {}

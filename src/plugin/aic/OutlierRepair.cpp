@@ -11,8 +11,8 @@ struct Offset {
     int y;
 };
 
-// The neighbours of a pixel at the image's edge, in the order they are added up in. The lower right corner
-// takes the pixel above it twice and leaves out the one to its left.
+// The neighbours of a pixel at the image's edge, in the order of addition. The lower right corner uses the
+// pixel above it twice and omits the one to its left.
 constexpr std::array<Offset, 3> upperLeft = {{{1, 0}, {0, 1}, {1, 1}}};
 constexpr std::array<Offset, 3> upperRight = {{{-1, 0}, {-1, 1}, {0, 1}}};
 constexpr std::array<Offset, 3> lowerLeft = {{{0, -1}, {1, -1}, {1, 0}}};
@@ -47,7 +47,7 @@ bool standsOutAtEdge(const AICImage& image, int x, int y, OutlierRule rule) {
     return *pixel > rule.ratio * mean || rule.inverse * mean > *pixel;
 }
 
-// Adds the row of a mask, and tells whether a mark is 1.
+// Adds the row of a mask, and returns whether any mark is 1.
 bool addMask(std::span<float> marks, std::span<const float> mask) {
     int any = 0;
     for (std::size_t x = 0; x < marks.size(); ++x) {

@@ -7,19 +7,19 @@
 #include <vector>
 
 // Replaces the bad pixels of an image by the median of their 3 x 3 neighbourhood in the unrepaired image. Bad
-// is what stands out from the mean of its neighbours, and what a mask of ones and zeros names - but not a
-// pixel that is found by both.
+// are pixels that differ strongly from the mean of their neighbours, and those that a mask of ones and zeros
+// marks, but not pixels found by both.
 class OutlierRepair {
 public:
     explicit OutlierRepair(const Kernels& kernels) : loops(kernels) {}
 
-    // Bad is above ratio times the mean, and below a ratio-th of it; a ratio of 0 or less finds nothing.
-    // Null: no mask. With neither the result is a copy. Throws std::out_of_range for a search in an image of
-    // less than two columns or rows. The result must be another image.
+    // Bad pixels are above ratio times the mean, or below the mean divided by ratio; a ratio of 0 or less
+    // finds none. `badPixels` may be null. With neither the result is a copy. Throws std::out_of_range for a
+    // search in an image of less than two columns or rows. The result must be another image.
     void repair(const AICImage& image, float ratio, const AICImage* badPixels, AICImage& result);
 
 private:
-    // Marks a row's outliers 1, the others 0, and tells whether there is one.
+    // Marks a row's outliers with 1, other pixels with 0, and returns whether the row has any.
     bool markRow(const AICImage& image, int y, OutlierRule rule);
 
     Kernels loops;

@@ -5,7 +5,7 @@
 
 namespace {
 
-// Sides are multiplied, and indexes formed, as 32-bit integers that wrap.
+// Sides are multiplied, and indexes computed, as 32-bit integers that wrap.
 int wrappedProduct(int a, int b) {
     return static_cast<int>(static_cast<std::uint32_t>(a) * static_cast<std::uint32_t>(b));
 }
@@ -32,7 +32,7 @@ void AICImage::resize(int newCols, int newRows) {
     const int count = wrappedProduct(newCols, newRows);
     if (count < 0)
         throw std::length_error("image with a negative number of pixels");
-    values.clear(); // else a larger shape would copy the old pixels to their new place
+    values.clear(); // otherwise a larger shape would copy the old pixels to new storage
     values.resize(static_cast<std::size_t>(count));
     imageCols = newCols;
     imageRows = newRows;
@@ -78,7 +78,7 @@ void AICImage::copyTo(AICImage* target) const {
 void AICImage::copyTo(AICImage* target, int x, int y, int w, int h) const {
     if (w < 1 || h < 1)
         return;
-    // The rows of both images stand at the offsets of this one's.
+    // The rows of both images start at the offsets of this one.
     checkRegion(x, y, w, h, std::min(values.size(), target->values.size()));
     for (std::int64_t row = y; row < std::int64_t{y} + h && target != this; ++row) {
         const std::int64_t first = row * imageCols + x;

@@ -7,7 +7,7 @@
 
 namespace {
 
-// Single loops over contiguous floats, which compilers turn into vectors.
+// Single loops over contiguous floats, which compilers vectorise.
 template <typename Operation>
 void transformInPlace(std::span<float> pixels, Operation operation) {
     for (float& pixel : pixels)

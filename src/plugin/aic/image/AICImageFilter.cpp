@@ -7,8 +7,8 @@
 
 namespace {
 
-// Where a row of pixels starts, as an index. Rows so far away that the product could overflow are beyond
-// every image, and any index beyond serves.
+// Index of the start of a row of pixels. Rows so far away that the product could overflow are outside every
+// image, so they are clamped.
 std::int64_t indexOfRow(std::int64_t row, int cols) {
     constexpr std::int64_t beyond = std::int64_t{1} << 32;
     return std::clamp(row, -beyond, beyond) * cols;
@@ -17,7 +17,7 @@ std::int64_t indexOfRow(std::int64_t row, int cols) {
 } // namespace
 
 void AICImage::generate_borders(int step, int half, float value) {
-    std::int64_t column = 0; // the line that is near, as a number of pixels of the running index
+    std::int64_t column = 0; // nearest grid line, as a number of pixels of the running index
     std::int64_t row = 0;
     const auto count = static_cast<std::int64_t>(values.size());
     for (std::int64_t i = 0; i < count; ++i) {
@@ -41,7 +41,7 @@ void AICImage::filter2D(AICImage source, AICImage* result, const float* kernel, 
         return;
     if (half < 0 || source.values.size() < static_cast<std::size_t>(std::int64_t{cols} * rows))
         throw std::out_of_range("window of the high-pass filter outside the image");
-    // Each pixel takes its taps in the order of the definition, a whole row of pixels side by side.
+    // Each pixel adds its taps in the order of the definition; a whole row is processed for each tap.
     const std::int64_t width = std::int64_t{cols} - 2 * half;
     for (std::int64_t y = half; y < rows - half; ++y) {
         float* const out = result->values.data() + y * cols + half;

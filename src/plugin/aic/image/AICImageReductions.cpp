@@ -9,8 +9,8 @@
 
 namespace {
 
-// The element that std::min_element (std::max_element) finds, taken in lanes that each keep their own
-// extreme. A NaN is never better than another value, and nothing is better than a NaN that stands first.
+// The same element as std::min_element (std::max_element), computed in lanes with one extreme each. A NaN is
+// never better than another value, and nothing is better than a NaN at the start.
 template <typename Better>
 float extreme(std::span<const float> pixels, Better better) {
     if (pixels.empty())
@@ -25,7 +25,7 @@ float extreme(std::span<const float> pixels, Better better) {
     float best = *std::ranges::min_element(lanes, better);
     for (; i < pixels.size(); ++i)
         best = better(pixels[i], best) ? pixels[i] : best;
-    // Zeros of both signs are equal, and lanes do not know which one came first.
+    // Zeros of both signs are equal, and the lanes lose their order.
     return best == 0 ? *std::ranges::find(pixels, 0.0f) : best;
 }
 

@@ -7,8 +7,9 @@
 #include <span>
 #include <vector>
 
-// Sorts ascending, and gives one defined order also with NaN among the values, where std::sort may run
-// astray. Up to 16 values: insertion, in which a NaN stays where the comparisons leave it. More: NaN last.
+// Sorts ascending, in a defined order even with NaN among the values, where std::sort has undefined
+// behaviour. Up to 16 values: insertion sort, in which a NaN stays where the comparisons leave it. More: NaN
+// last.
 inline void sortAscending(std::span<float> values) {
     constexpr std::size_t shortList = 16;
     if (values.size() > shortList) {
@@ -28,28 +29,28 @@ inline void sortAscending(std::span<float> values) {
     }
 }
 
-// Counts of values in equal bins over [0, range]: 128 bins, or one for each 128 values where that is more.
-// The last bin is for the range's end alone. Keeps its storage from one use to the next.
+// Counts of values in equal bins over [0, range]: 128 bins, or one for each 128 values if that is more. The
+// last bin only holds values at the end of the range. The storage is reused.
 class BinCounts {
 public:
-    // Empties the bins for so many values.
+    // Clears the bins for this number of values.
     void start(int valueCount, float range);
     int binCount() const { return static_cast<int>(counts.size() / tables); }
     float binWidth() const;
 
-    // False, and counted in part, where no bin takes one of them: a value outside the range or NaN, a bin of
-    // -1.
+    // Returns false, with the values counted in part, when one of them fits no bin: a value outside the range
+    // or NaN, a bin of -1.
     [[nodiscard]] bool add(std::span<const float> values);
     [[nodiscard]] bool addBins(std::span<const std::int32_t> bins);
 
-    // Values in a bin, as adding them up in single precision tells: 2^24 at most.
+    // Number of values in a bin as counted in single precision, which stops at 2^24.
     float count(int bin) const;
-    // Where the running sum of the bins, each as a portion of all values, first reaches a portion. The
-    // position is the bin over the number of bins, though the bins are as wide as if there were one less.
+    // The position where the running sum of the bins, each divided by the number of values, first reaches
+    // `portion`. The position is bin / number of bins, although the width of a bin is that for one bin less.
     float quantile(float portion) const;
 
 private:
-    // Each bin is counted in turn in several places, since many values in a row may fall into one bin.
+    // Each bin has several counters, used in turn, since consecutive values often fall into the same bin.
     static constexpr std::size_t tables = 4;
 
     std::vector<std::uint32_t> counts;

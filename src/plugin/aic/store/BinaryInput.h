@@ -4,7 +4,7 @@
 #include <istream>
 #include <span>
 
-// Reads one value in the machine's byte order. At the end of the file the value stays as it is.
+// Reads one value in the machine's byte order. At the end of the file the value is unchanged.
 template <typename T>
 bool readValue(std::istream& file, T& value) {
     T read;
@@ -14,7 +14,7 @@ bool readValue(std::istream& file, T& value) {
     return true;
 }
 
-// Fills the values as far as the file goes and gives the number of bytes that were there.
+// Reads as many values as the file has and returns the number of bytes read.
 template <typename T>
 std::size_t readValues(std::istream& file, std::span<T> values) {
     file.read(reinterpret_cast<char*>(values.data()), static_cast<std::streamsize>(values.size_bytes()));

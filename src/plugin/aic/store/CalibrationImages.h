@@ -10,24 +10,23 @@
 #include <string_view>
 #include <vector>
 
-// The calibration set of the adaptive engine, all of it in memory: images at the points of a grid of three
+// The calibration set of the adaptive engine, completely in memory: images at the points of a grid of three
 // settings V, T and E, and a mask that multiplies every frame.
 //
 // A store is loaded once, by Init. Operations return 0, or -1 after a line in the log. Walks over the grid
-// return 0 too when there is no such image: what they found stands in a ResultType. Not for two threads at
-// once.
+// also return 0 when they find no image: their ResultType says so. Not thread-safe.
 //
-// An image of another size than the first one that has pixels is kept, but counts as a hole for every walk
-// and for the interpolation; hasImage() tells.
+// An image whose size differs from that of the first one with pixels is kept, but counts as a hole for every
+// walk and for the interpolation; see hasImage().
 class c_CalibrationImages {
 public:
     enum InterpolationType : int {
         InterpolationNone = 0,
-        // A midpoint between each two neighbouring values of V, T and E, interpolated along one axis.
+        // A midpoint between any two neighbouring values of V, T and E, interpolated along one axis.
         InterpolationLinear1D = 1,
     };
 
-    // Shape of the grid as it is stored in the file.
+    // Shape of the grid as stored in the file.
     enum VectorsType : int {
         VectorsGeneric = 0,
         Vectors3x3x3 = 1,
@@ -58,23 +57,22 @@ public:
     c_CalibrationImages& operator=(const c_CalibrationImages&) = delete;
 
     // Loads a heap file and interpolates. An interpolation other than 0 and 1 counts as 0. A failure leaves
-    // the store partly filled and not to be used. Throws std::length_error for an image with one negative
-    // side.
+    // the store partly filled and unusable. Throws std::length_error for an image with one negative side.
     int Init(std::string path, InterpolationType interpolation, std::ofstream& logStream);
     // An empty store with a log.
     int Init(std::ofstream& logStream);
 
     // Reads one image block: columns and rows as signed 32-bit integers, then the pixels as floats, row by
-    // row. Where the file ends before the pixels do, the missing ones are 0; but an image of more than 2^28
-    // pixels must be there whole. An image without pixels is a failure. Throws std::length_error for one
+    // row. If the file ends before the pixels do, the missing ones are 0; but an image of more than 2^28
+    // pixels must be complete. An image without pixels is a failure. Throws std::length_error for one
     // negative side.
     int ReadImage(std::ifstream& file, AICImage* image);
     int ReadImage(const char* fileName, AICImage* image);
     // Reads lines of decimal numbers. Rows are the lines, columns the count of numbers divided by the lines,
-    // which must leave no remainder and be at least 2; pixels already in the image stay in front.
+    // which must have no remainder and be at least 2; pixels already in the image come first.
     int ReadImageTxt(const char* fileName, AICImage* image);
     int WriteImage(AICImage image, std::ofstream& file);
-    // One line for each row, six significant digits, blanks between.
+    // One line for each row, six significant digits, separated by blanks.
     int WriteImageTxt(AICImage image, std::string fileName);
 
     int GetVectorType(VectorsType* type) const;
@@ -89,31 +87,30 @@ public:
     // Whether the grid point has an image that the search may use.
     bool hasImage(const ImageContainer& point) const;
 
-    // The cursor, in list order.
+    // The cursor moves in list order.
     int ResetToFirstImage();
     int GetFirstImage(Position& found, ResultType* result);
     int GetCurrentImage(Position& found, ResultType* result);
-    // Stays where it is when there is no further image (with `includeEmpty`: no further grid point).
+    // Does not move after the last image (with `includeEmpty`: after the last grid point).
     int GetNextImage(Position& found, ResultType* result, bool includeEmpty);
 
-    // Distance in Images of two neighbours on an axis.
+    // Distance in Images between two neighbours on an axis.
     int GetImageStep(ParamType axis, int* step) const;
-    // The nearest image after (before) `start` on an axis, stepping over holes; without `includeInterpolated`
-    // only images that came from the file count. The cursor is not moved.
+    // The nearest image after (before) `start` on an axis, skipping holes; without `includeInterpolated` only
+    // images from the file count. The cursor is not moved.
     int GetNextImage(Position start, Position& found, ParamType axis, ResultType* result,
                      bool includeInterpolated);
     int GetPreviousImage(Position start, Position& found, ParamType axis, ResultType* result,
                          bool includeInterpolated);
 
     // The two images to interpolate a grid point from, on the axis where the sum of their absolute parameter
-    // values is smallest (V before T before E among equals); ParamNone where no axis has images on both
-    // sides.
+    // values is smallest (V before T before E among equals); ParamNone when no axis has images on both sides.
     int GetBaseImages(Position point, Position& next, Position& previous, ParamType* axis,
                       bool includeInterpolated);
     // Fills one grid point, if it has base images.
     int GetLinearInterpolatedImage1D(Position point, bool* done, bool includeInterpolated);
     // point = next + (previous - next) * (p(point) - p(next)) / (p(previous) - p(next)), for three different
-    // grid points, p being the parameter of the axis.
+    // grid points, where p is the parameter of the axis.
     int CombineLinear1D(Position next, Position previous, Position point, ParamType axis);
     int GenerateInterpolatedImages();
     int GenerateLinearInterpolatedImages1D();
@@ -126,7 +123,7 @@ public:
     int SensorElementSize = 0; // side of one sensor element in pixels
     int CompensateMaskFlag = 0;
     AICImage CompensateMask;
-    ImageList Images; // E runs fastest, then T, then V
+    ImageList Images; // E varies fastest, then T, then V
     Position Current = Images.begin();
     InterpolationType Interpolation = InterpolationNone;
     VectorsType VectorType = VectorsGeneric;
@@ -138,7 +135,7 @@ private:
     using AxisBases = std::array<AxisBase, 3>;
 
     void writeLog(std::string_view text) const;
-    // Writes the line and gives -1.
+    // Writes the line and returns -1.
     int fail(std::string_view text) const;
 
     int readGrid(std::ifstream& file, GridVectors& grid);
@@ -146,11 +143,11 @@ private:
     int readGridPoint(std::ifstream& file, ImageContainer& point);
     // Whether a walk along an axis may stop at the grid point.
     bool isBase(const ImageContainer& point, bool includeInterpolated) const;
-    // The first image at `stride`, 2 * stride, ... from `start`; false where none is on the same line of the
-    // grid.
+    // The first image at `stride`, 2 * stride, ... from `start`; false when no image is on the same line of
+    // the grid.
     bool findOnLine(Position start, std::ptrdiff_t stride, ParamType axis, bool includeInterpolated,
                     Position& found);
-    // Whether the place lies in the grid, on the line of `start`; gives its position then.
+    // Whether the index is in the grid and on the line of `start`; then sets `found` to its position.
     bool isOnLine(Position start, std::ptrdiff_t place, ParamType axis, Position& found);
 
     int findBases(Position point, bool includeInterpolated, AxisBases& bases);

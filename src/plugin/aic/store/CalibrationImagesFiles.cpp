@@ -10,7 +10,7 @@
 
 namespace {
 
-// A stream that cannot tell its length counts as ended.
+// A stream of unknown length counts as ended.
 std::int64_t bytesLeft(std::istream& file) {
     const auto here = file.tellg();
     file.seekg(0, std::ios::end);
@@ -19,7 +19,8 @@ std::int64_t bytesLeft(std::istream& file) {
     return here < 0 || end < 0 ? 0 : static_cast<std::int64_t>(end - here);
 }
 
-// Up to here a block is believed where the file ends before its pixels do: 1 GiB, far above any detector.
+// Up to this size a block is accepted even if the file ends before its pixels do: 1 GiB, far above any
+// detector.
 constexpr std::int64_t believedPixels = std::int64_t{1} << 28;
 
 bool canHold(std::istream& file, std::int64_t pixels) {
@@ -27,7 +28,7 @@ bool canHold(std::istream& file, std::int64_t pixels) {
                                         bytesLeft(file) >= pixels * static_cast<std::int64_t>(sizeof(float)));
 }
 
-// Numbers up to the first text that is none.
+// Reads numbers up to the first text that can't be read as a number.
 void appendNumbers(const std::string& line, AICImage& image) {
     std::istringstream numbers(line);
     numbers.imbue(std::locale::classic());
@@ -99,7 +100,7 @@ int c_CalibrationImages::WriteImage(AICImage image, std::ofstream& file) {
     if (!file.is_open())
         return fail("c_CalibrationImages::WriteImage image file not opened");
     const std::int32_t sides[] = {image.cols(), image.rows()};
-    // Pixels that a reshape left outside the shape are no part of the block.
+    // Pixels that a reshape left outside the shape are not part of the block.
     const auto count = static_cast<std::size_t>(std::int64_t{sides[0]} * sides[1]);
     const auto bytes = std::as_bytes(image.pixels().first(std::min(count, image.pixels().size())));
     file.write(reinterpret_cast<const char*>(sides), sizeof sides);

@@ -16,8 +16,8 @@ struct c_CalibrationImages::GridVectors {
 
 namespace {
 
-// Empty when the file does not hold as many values as it says. Memory grows with what was read, never with
-// the count alone.
+// Empty when the file has fewer values than it announces. Memory grows with the values that were read, not
+// with the announced count.
 std::vector<float> readVector(std::istream& file) {
     constexpr std::uint64_t portion = 1 << 16;
     std::uint64_t left = 0;
@@ -34,7 +34,7 @@ std::vector<float> readVector(std::istream& file) {
     return values;
 }
 
-// Puts a midpoint between each two neighbours; stored values, ascending, come to stand at the even places.
+// Inserts a midpoint between any two neighbours; the stored values, ascending, get the even indexes.
 void addMidpoints(std::vector<float>& values) {
     const std::size_t stored = values.size();
     for (std::size_t i = 1; i < stored; ++i)

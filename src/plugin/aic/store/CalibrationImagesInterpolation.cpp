@@ -35,7 +35,7 @@ AICImage combineLinear(const AICImage& next, const AICImage& previous, float fac
 
 } // namespace
 
-// The images on both sides of a grid point, and what it costs to interpolate between them.
+// The images on both sides of a grid point, and the cost of interpolating between them.
 struct c_CalibrationImages::AxisBase {
     static constexpr float unreachable = std::numeric_limits<float>::max();
 
@@ -53,8 +53,8 @@ struct c_CalibrationImages::AxisBase {
 };
 
 // The nearest images of the grid points, for a pass that visits all of them in list order. A walk from each
-// point would take the square of the grid's size where holes are many: here each axis remembers, for the
-// points a whole number of steps apart, the last image that was passed and the next one that is to come.
+// point would take quadratic time on a grid with many holes: instead, each axis stores the previous and the
+// next image for all points that are a whole number of steps apart.
 class c_CalibrationImages::NearestImages {
 public:
     static AxisBases onAllAxes() { return {{{ParamV}, {ParamT}, {ParamE}}}; }
@@ -81,7 +81,7 @@ public:
         return bases;
     }
 
-    // What the pass has done at a point counts for all that follow.
+    // An image interpolated at this point is used for all later points.
     void leave(Position point) {
         if (store.isBase(*point, includeInterpolated)) {
             const std::ptrdiff_t place = point - store.Images.begin();
@@ -93,7 +93,7 @@ public:
 private:
     static constexpr std::ptrdiff_t nowhere = -1;
 
-    // By offset within a step.
+    // Indexed by the offset within a step.
     struct Axis {
         std::size_t offset(std::ptrdiff_t place) const { return static_cast<std::size_t>(place % step); }
 
@@ -132,7 +132,7 @@ int c_CalibrationImages::findBases(Position point, bool includeInterpolated, Axi
     }
     return 0;
 }
-// Of equal costs the earlier axis wins. Costs that are NaN leave no choice.
+// With equal costs the earlier axis wins. If costs are NaN, no axis is chosen.
 std::optional<c_CalibrationImages::ParamType> c_CalibrationImages::chooseAxis(const AxisBases& bases) {
     const auto& [v, t, e] = bases;
     const AxisBase* const cheapest = t.cost >= v.cost && e.cost >= v.cost   ? &v
@@ -142,7 +142,7 @@ std::optional<c_CalibrationImages::ParamType> c_CalibrationImages::chooseAxis(co
     if (cheapest == nullptr)
         return std::nullopt;
     const auto isUnreachable = [](const AxisBase& base) { return base.cost == AxisBase::unreachable; };
-    // Beside infinite costs an axis without images can be the cheapest.
+    // If the other costs are infinite, an axis without images can be the cheapest.
     return std::ranges::all_of(bases, isUnreachable) || !cheapest->found ? ParamNone : cheapest->axis;
 }
 
@@ -213,8 +213,8 @@ int c_CalibrationImages::GenerateInterpolatedImages() {
     return status;
 }
 
-// Three passes: from images of the file alone; then also from what was interpolated before; then what was not
-// ready in the second.
+// Three passes: from images of the file only; then also from images interpolated so far; then the points that
+// were not ready in the second pass.
 int c_CalibrationImages::GenerateLinearInterpolatedImages1D() {
     for (const bool includeInterpolated : {false, true, true}) {
         NearestImages nearest(*this, includeInterpolated);

@@ -5,7 +5,7 @@
 
 namespace {
 
-// Along V a step never leaves the line; a NaN is on no line.
+// Along V a step never leaves the line; a NaN is not on any line.
 bool onSameLine(const ImageContainer& a, const ImageContainer& b, c_CalibrationImages::ParamType axis) {
     const bool sameV = axis == c_CalibrationImages::ParamV || a.V == b.V;
     const bool sameT = axis != c_CalibrationImages::ParamE || a.T == b.T;

@@ -13,7 +13,7 @@
 
 namespace {
 
-// In large pages where the system has them: the search reads all of this for each frame.
+// In large pages if the system supports them: the search reads all of this for each frame.
 float* allocate(std::size_t count) {
     constexpr std::size_t cacheLine = 64;
     constexpr std::size_t largePage = std::size_t{2} << 20;

@@ -3,16 +3,16 @@
 #include <span>
 #include <vector>
 
-// The window of taps of the quality function's high-pass kernel, made from a square list of values, row after
-// row, whose side is the whole part of the root of its length. The window reaches half a side, in whole
-// pixels, to each side of a pixel; a list of even side so has a window that is one wider, if its values reach
-// that far.
+// The window of taps of the quality function's high-pass kernel, built from a square list of values, row by
+// row, whose side is the integer part of the square root of its length. The window extends half a side,
+// rounded down, to each side of a pixel; for a list of even side it is thus one wider, if the list has enough
+// values.
 class HighPass {
 public:
     HighPass() = default;
     explicit HighPass(std::span<const float> values);
 
-    // Whether there are values for the whole window. Else there are no taps.
+    // Whether the list has values for the whole window. Otherwise taps() is empty.
     bool complete() const { return !columns.empty(); }
     int half() const { return halfSide; }
     // Column by column.

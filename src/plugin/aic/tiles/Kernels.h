@@ -9,16 +9,16 @@
 #include <limits>
 #include <span>
 
-// The smallest normal float. What is below it in a calibration image is no measurement: it counts as 1 there,
-// so that a quotient keeps the frame's value.
+// The smallest normal float. A smaller pixel in a calibration image is not a valid measurement: it counts as
+// 1, so that the quotient keeps the frame's value.
 inline constexpr float smallestDivisor = std::numeric_limits<float>::min();
 
 inline float repairedPixel(float pixel) {
     return pixel < smallestDivisor ? 1.0f : pixel;
 }
 
-// The engine's inner loops, compiled for one kind of processor; what each does is told where it is written,
-// in TileKernel.h and PixelLoops.h. The results have the same bits for all of them.
+// The engine's inner loops, compiled for one kind of processor; TileKernel.h and PixelLoops.h describe each
+// of them. The results have the same bits for all processors.
 struct Kernels {
     const char* processor;
     int lanes; // floats in a vector
@@ -32,13 +32,14 @@ struct Kernels {
     bool (*markOutliers)(const NeighbourRows& rows, OutlierRule rule, float* marks, std::size_t count);
 };
 
-// Those that run on this processor, the widest first; never empty.
+// The kernels that run on this processor, the widest first; never empty.
 std::span<const Kernels* const> runnableKernels();
 
 // The widest of them.
 const Kernels& bestKernels();
 
-// These, or the widest of the others with vectors of at most so many floats; 4 or more are asked for.
+// Returns the given kernels, or the widest others with vectors of at most `lanes` floats, which must be 4 or
+// more.
 const Kernels& narrowedKernels(const Kernels& kernels, int lanes);
 
 namespace {

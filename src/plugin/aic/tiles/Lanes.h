@@ -7,12 +7,12 @@
 #include <immintrin.h>
 #endif
 
-// Vectors of the compilers' own kind (arithmetic on them is arithmetic on each lane), as wide as the
-// processor that the including source is compiled for has them. All of it has internal linkage: the same
-// names stand for other code in each of these sources.
+// The compilers' built-in vectors (their operators act on each lane), as wide as the processor that the
+// including source is compiled for supports. Everything has internal linkage: the same names have different
+// code in each of these sources.
 namespace {
 
-#if defined(OMBREL_LANES) // a width of choice, made of what the processor has
+#if defined(OMBREL_LANES) // a chosen width, built from what the processor has
 constexpr int laneCount = OMBREL_LANES;
 #elif defined(__AVX512F__)
 constexpr int laneCount = 16;
@@ -46,15 +46,15 @@ inline Floats all(float value) {
     return Floats{} + value;
 }
 
-// Each double rounded to a float and back. The compilers' own conversions take a detour through memory.
+// Rounds each double to a float and back. The compilers' generic conversions go through memory.
 inline Doubles roundedToFloat(Doubles values) {
 #if defined(OMBREL_LANES) || !defined(__x86_64__)
     for (int i = 0; i < laneCount / 2; ++i)
         values[i] = static_cast<double>(static_cast<float>(values[i]));
     return values;
 #elif defined(__AVX512F__)
-    // The forms with a mask, since the plain ones start from a register without a value, which g++ 12
-    // reports.
+    // The masked forms are used because the plain ones start from an uninitialised register, for which g++ 12
+    // warns.
     constexpr __mmask8 everyLane = 0xff;
     const __m256 rounded = _mm512_maskz_cvtpd_ps(everyLane, reinterpret_cast<__m512d>(values));
     return reinterpret_cast<Doubles>(_mm512_maskz_cvtps_pd(everyLane, rounded));

@@ -3,9 +3,9 @@
 #include <cstddef>
 #include <cstdint>
 
-// What the loops over pixels are told and tell. Numbers and pointers alone: see TilePass.h.
+// Parameters and results of the pixel loops; plain data only, see TilePass.h.
 
-// Rows of pixels inside an image, which all start at the first of them.
+// A block of pixels inside an image; `rowDistance` is the distance between the starts of its rows.
 struct PixelBlock {
     std::size_t cols;
     std::size_t rows;
@@ -17,8 +17,8 @@ struct MagnitudeBits {
     std::int32_t highest;
 };
 
-// Stretched: (pixel - lowest) / range + offset. Its bin is the whole part of stretched / binWidth, or -1
-// where that is not below binCount.
+// Stretched: (pixel - lowest) / range + offset. Its bin is the integer part of stretched / binWidth, or -1 if
+// that is not below binCount.
 struct StretchRule {
     float lowest;
     float range;
@@ -33,14 +33,14 @@ struct NeighbourRows {
     const float* below;
 };
 
-// A pixel stands out above ratio * mean and below inverse * mean.
+// A pixel is an outlier above ratio * mean or below inverse * mean.
 struct OutlierRule {
     float ratio;
     float inverse;
 };
 
-// Loops over pixels that the compiler turns into vectors of the processor that the including source is
-// compiled for. Each pixel is worked out by itself, so the width of the vectors does not show.
+// Loops over pixels that the compiler vectorises for the processor that the including source is compiled for.
+// Each pixel is computed separately, so the results do not depend on the vector width.
 namespace {
 
 inline void multiply(float* pixels, const float* factors, std::size_t count) {
@@ -66,8 +66,8 @@ inline void clip(float* pixels, float low, float high, std::size_t count) {
     }
 }
 
-// The magnitudes' extremes, as the bits of floats: these order as magnitudes do, with infinity and then NaN
-// above all others.
+// The extremes of the magnitudes as the bits of floats: the bits sort like the magnitudes, with infinity and
+// then NaN above all others.
 inline MagnitudeBits magnitudeBits(const float* pixels, std::size_t count) {
     std::int32_t lowest = 0x7fffffff;
     std::int32_t highest = 0;
@@ -90,9 +90,9 @@ inline void stretchIntoBins(float* pixels, StretchRule rule, std::int32_t* bins,
     }
 }
 
-// Marks a row's pixels 1 where they stand out from the mean of their eight neighbours, else 0, and tells
-// whether any does. The first and the last pixel are left alone. The pixel itself counts for nothing in the
-// mean, unless it is not finite.
+// Marks a row's pixels with 1 if they differ strongly from the mean of their eight neighbours, else with 0,
+// and returns whether any does. The first and the last pixel are skipped. The pixel itself has weight 0 in
+// the mean, which only matters if it is not finite.
 inline bool markOutliers(const NeighbourRows& rows, OutlierRule rule, float* marks, std::size_t count) {
     constexpr float weight = 0.125f;
     std::int32_t any = 0;

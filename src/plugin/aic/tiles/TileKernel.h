@@ -4,15 +4,14 @@
 #include "tiles/TilePass.h"
 
 // The tile kernel for the processor that the including source is compiled for. One lane is one tile: the
-// additions of a tile's row depend on each other, those of neighbouring tiles do not.
+// additions along a tile's row depend on each other, those of neighbouring tiles do not.
 //
-// Quotients of a row are kept in a ring of rows with, before and behind each group, copies of the columns
-// that the window of the neighbouring tiles' pixels reaches into. The row that is filtered lags behind the
-// row that is divided by half a kernel and one, so that both run in one loop: the divider and the adders work
-// at the same time.
+// Quotients of a row are kept in a ring of rows. Before and after each group, a row has copies of the columns
+// of neighbouring tiles that the window reaches. The row that is filtered is `lag` rows before the row that
+// is divided, so that both run in one loop: the divider and the adders work at the same time.
 namespace {
 
-// Places in a tile's row: only its outer columns can be out of the window's reach.
+// Positions in a tile's row: only in its outer columns may the window extend past the image.
 struct Interior {
     static constexpr bool atEdge = false;
 };
@@ -20,10 +19,10 @@ struct Edge {
     static constexpr bool atEdge = true;
 };
 
-// The pass for one shape of taps, one number of candidates and of masks.
+// The pass for one shape of taps and fixed numbers of candidates and masks.
 //
-// A row of the ring: for each vector of tiles, for each column of a tile and `half` more on both sides, the
-// vectors of the candidates.
+// A row of the ring contains, for each vector of tiles and for each column of a tile plus `half` more on both
+// sides, the vectors of the candidates.
 template <class Taps, int Candidates, int Masks>
 class TileKernel {
 public:
@@ -54,7 +53,7 @@ public:
                 row<true, false>(divided);
             else if (filters)
                 row<false, true>(divided);
-            // A row later than it was divided: by then its pixels have left the processor's store buffer.
+            // Copy one row after its division: by then its pixels have left the processor's store buffer.
             copyNeighbourColumns(ring[1]);
             if (--rowsToTile == 0) {
                 storeTotals(filtered / pass.tile);
@@ -66,12 +65,13 @@ public:
 
 private:
     static constexpr int half = Taps::half;
-    static constexpr int lag = half + 2; // from the row that is divided back to the one that is filtered
+    static constexpr int lag = half + 2; // distance from the filtered to the divided row
     static constexpr int ringRows = lag + half + 1;
     static constexpr int step = Candidates * laneCount;
-    static constexpr std::ptrdiff_t prefetchDistance = 512; // floats; measured, twice or half is no worse
+    static constexpr std::ptrdiff_t prefetchDistance =
+        512; // floats; measured: half or twice of it performs the same
 
-    // What a row of tiles is made of, at its first vector.
+    // Pointers into a row of tiles, initially at its first vector.
     struct Row {
         const float* frame;
         const float* images[Candidates];
@@ -164,7 +164,7 @@ private:
         pixels(Edge{}, 0, half);
         pixels(Interior{}, half, interiorEnd);
         pixels(Edge{}, interiorEnd, tile);
-        // A tile's total is a float after each row.
+        // A tile's total is rounded to float after each row.
         for (int c = 0; Filters && c < Candidates; ++c) {
             Doubles* const total = row.totals + 2 * c;
             total[0] = roundedToFloat(total[0] + even[c] * Taps::scale);
@@ -210,7 +210,7 @@ private:
     const std::ptrdiff_t vectors;    // of tiles, in a row
     const std::ptrdiff_t vectorSize; // in the ring
     float* ring[ringRows];           // latest row first
-    Doubles* const totals;           // of each vector and candidate, even lanes and odd lanes
+    Doubles* const totals;           // for each vector and candidate: even lanes and odd lanes
 };
 
 template <class Taps, int Masks>

@@ -16,7 +16,7 @@ void store(float* to, Four values) {
     __builtin_memcpy(to, &values, sizeof values);
 }
 
-// Four pixels of four tiles, each tile's side by side, become four tiles of four pixels.
+// Transposes four pixels of each of four tiles into one vector per pixel.
 void transpose(const float* pixels, std::size_t tile, float* ordered, std::size_t groupTiles) {
     const Four a = load(pixels);
     const Four b = load(pixels + tile);
@@ -56,7 +56,7 @@ std::size_t TileOrder::place(int x) const {
 
 void TileOrder::arrangeRow(const float* pixels, float* ordered) const {
     const auto side = static_cast<std::size_t>(tile);
-    // Squares of four pixels by four tiles first, then what is left of them.
+    // Squares of four pixels by four tiles first, then the remainder.
     const int squareTiles = tilesAcross / 4 * 4;
     const int squarePixels = tile / 4 * 4;
     for (int t = 0; t < squareTiles; t += 4) {

@@ -5,12 +5,13 @@
 #include <cstddef>
 #include <cstdint>
 
-// The filter of the tile kernel: how a filtered value comes of its window, and goes into the sums of a tile.
+// The filter of the tile kernel: computes a filtered value from its window and converts it for the sums of a
+// tile.
 namespace {
 
-// Doubles for the lanes of even and of odd number. Where all values are finite, the bits of a float moved to
-// the place of a double's make that value times 2^-896, for denormals too: sums have the same bits, but for
-// the exponent. The sign bit goes.
+// Doubles from the even and from the odd lanes. If all values are finite, shifting the bits of a float to the
+// position of a double's scales the value by 2^-896, including denormals: the sums have the same bits except
+// for the exponent. The sign bit is dropped.
 struct ShiftedBits {
     static constexpr double scale = 0x1p+896;
     static Doubles even(Floats x) {
@@ -35,8 +36,8 @@ struct ConvertedValues {
 };
 
 // The filtered value, up to its sign. `rows` point to the pixel in each row of the window, and `Step` is the
-// distance of its right neighbour. Each adds in the order of the definition: column by column, from the left
-// and the top.
+// distance to its right neighbour. Each adds in the order of the definition: column by column, starting at
+// the left and the top.
 struct CrossTaps : ShiftedBits {
     static constexpr int half = 1;
     explicit CrossTaps(const float* taps) : centre(all(taps[0])) {}
@@ -79,8 +80,8 @@ struct SquareTaps : ConvertedValues {
 
 } // namespace
 
-// What the tile kernel takes into account of a high-pass kernel. The first two leave out taps of 0, subtract
-// for taps of -1 and add without an eye on infinities: they are for passes whose every value is finite.
+// The shapes of a high-pass kernel that the tile kernel distinguishes. The first two omit taps of 0, subtract
+// for taps of -1 and ignore infinities: they are for passes in which every value is finite.
 enum class TapShape {
     Cross,   // 3 x 3, the corners 0, the sides -1, any centre
     Ring,    // 3 x 3, all neighbours -1, any centre
@@ -90,10 +91,10 @@ enum class TapShape {
 
 // One pass of the tile kernel over a frame and one or two calibration images, all in TileOrder. For each
 // candidate: quotient frame / image, times the masks, correlation with the taps, absolute value, and the sums
-// of whole tiles - row by row, with no more than a few rows of quotients kept.
+// of whole tiles; it runs row by row, with only a few rows of quotients in memory.
 //
-// Numbers and pointers alone: this header is part of sources that are compiled for one processor each, and a
-// function in it could end up in the program compiled for the wrong one.
+// Plain data only: this header is part of sources that are compiled for one processor each, and the linker
+// could pick a function in it that was compiled for the wrong one.
 struct TilePass {
     static constexpr int maxCandidates = 2;
 
@@ -101,23 +102,23 @@ struct TilePass {
     int tile;        // side
     int tilesAcross; // whole tiles
     int tilesDown;
-    int tilesUsed;  // across, with the one that the image's edge cuts off
-    int groupTiles; // tiles of a group, see TileOrder
+    int tilesUsed;  // across, including the tile that the image's edge cuts off
+    int groupTiles; // number of tiles in a group, see TileOrder
     std::ptrdiff_t rowSize;
 
     TapShape shape;
-    const float* taps;          // column by column; Cross and Ring have the centre alone
-    const std::int32_t* inside; // a row: all bits set where the filter's window lies inside the image
+    const float* taps;          // column by column; only the centre for Cross and Ring
+    const std::int32_t* inside; // a row: all bits set where the filter's window is inside the image
 
     const float* frame;
     const float* images[maxCandidates];
     int candidates;
-    std::ptrdiff_t imageRowSize; // 0: one row that stands for all
+    std::ptrdiff_t imageRowSize; // 0: one row, used for all rows
     // Factors of the quotient: for each mask, a pointer for each row. Cross and Ring take one mask or none,
-    // the others two.
+    // the others take two.
     int masks;
     const float* const* maskRows[2];
 
-    float* work;                // TileSums tells how much
-    float* sums[maxCandidates]; // column of tiles after column of tiles
+    float* work;                // TileSums computes its size
+    float* sums[maxCandidates]; // one column of tiles after the other
 };

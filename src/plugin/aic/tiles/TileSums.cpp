@@ -18,7 +18,7 @@ MaskRows::MaskRows(const TileOrder& order, std::span<const AICImage* const> mask
             const std::span<const float> pixels = mask->pixels().subspan(y * cols, cols);
             std::ranges::transform(row, pixels, row.begin(), std::multiplies<>{});
         }
-        if (row != above) { // a row with NaN is never the same
+        if (row != above) { // a row with NaN never equals another
             offsets.push_back(factors.size());
             factors.resize(factors.size() + order.rowSize(), 0.0f);
             order.arrangeRow(row.data(), &factors[offsets.back()]);
@@ -43,7 +43,7 @@ std::vector<const AICImage*> present(std::initializer_list<const AICImage*> mask
     return found;
 }
 
-// A row in tile order: all bits where the filter's window lies inside the image, none elsewhere.
+// A row in tile order: all bits set where the filter's window is inside the image, else 0.
 AlignedVector<std::int32_t> insideColumns(const TileOrder& order, int half) {
     AlignedVector<std::int32_t> inside(order.rowSize(), 0);
     for (int x = half; x < order.cols - half; ++x)
@@ -51,7 +51,7 @@ AlignedVector<std::int32_t> insideColumns(const TileOrder& order, int half) {
     return inside;
 }
 
-// What the kernel needs at most: totals, and a ring of rows for each candidate.
+// The most memory that the kernel needs: totals, and a ring of rows for each candidate.
 std::size_t workSize(const TileOrder& order, int half, int lanes) {
     const int vectors = (order.tilesUsed + lanes - 1) / lanes;
     const int ringRows = 2 * half + 3;
@@ -103,17 +103,16 @@ bool TileSums::staysFinite(const OrderedImage& image) const {
         return false;
     const double brightest = std::bit_cast<float>(frameMagnitudes.highest);
     const double darkest = std::bit_cast<float>(image.magnitudes.lowest);
-    // Masks multiply one after the other: what the first takes beyond all numbers, a 0 of the second makes
-    // NaN.
+    // Masks multiply one after the other: if the first overflows to infinity, a 0 of the second makes it NaN.
     const double mask =
         std::max(customRows.largestMagnitude(), 1.0) * std::max(borderRows.largestMagnitude(), 1.0);
-    constexpr double rounding = 1.001; // far more than the rounding of all steps together
+    constexpr double rounding = 1.001; // far more than the combined rounding of all steps
     return brightest / darkest * mask * taps.sumOfMagnitudes() * rounding < std::numeric_limits<float>::max();
 }
 
 void TileSums::run(std::span<const OrderedImage> images, std::span<float* const> sums, bool finite) {
     const bool light = finite && (taps.isCross() || taps.isRing());
-    // A factor of 0 or 1 may as well act on the frame.
+    // Factors of 0 and 1 can be applied to the frame beforehand.
     const bool masksInFrame = light && productRows.isBinary();
 
     TilePass pass = {};

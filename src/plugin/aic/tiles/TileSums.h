@@ -9,11 +9,11 @@
 #include <span>
 #include <vector>
 
-// The product of masks, row by row in TileOrder. Rows that are the same as the one above share its storage,
-// so a mask of a few lines takes next to no memory and stays in the processor's first cache.
+// The product of masks, row by row in TileOrder. A row that equals the one above shares its storage, so a
+// mask of a few lines needs little memory and stays in the first-level cache.
 class MaskRows {
 public:
-    // Of images that have the order's size; 1 everywhere for none.
+    // The masks must have the order's size; without masks the factors are 1.
     MaskRows(const TileOrder& order, std::span<const AICImage* const> masks);
 
     const float* const* rows() const { return starts.data(); }
@@ -31,17 +31,17 @@ private:
 template <typename T>
 using AlignedVector = std::vector<T, PixelAllocator<T>>;
 
-// The masks of the quality function; null where there is none.
+// The masks of the quality function; null for an absent mask.
 struct QualityMasks {
     const AICImage* custom = nullptr;
     const AICImage* border = nullptr;
 };
 
-// Sums of high-pass energy over the whole tiles of candidates: of quotients of a frame and calibration
-// images. Holds what all candidates share; nothing is allocated for one.
+// Sums of high-pass energy over the whole tiles of candidates, which are quotients of a frame and calibration
+// images. Keeps everything that candidates share; nothing is allocated for a single one.
 class TileSums {
 public:
-    // Kernels of 3 x 3 and 5 x 5, tiles that are not smaller than half of that, images of one tile at least.
+    // Supports kernels of 3 x 3 and 5 x 5, tiles of at least half of that, and images of at least one tile.
     static bool serves(int cols, int rows, int tile, const HighPass& highPass);
 
     // The masks must have the order's size.
@@ -50,15 +50,15 @@ public:
 
     const TileOrder& order() const { return tileOrder; }
 
-    // The frame of the candidates that follow; its pixels must stay.
+    // Sets the frame of the following candidates; its pixels must stay valid.
     void setFrame(std::span<const float> pixels);
-    // One or two candidates, order().tileCount() sums each: column of tiles after column of tiles.
+    // For one or two candidates, order().tileCount() sums each: one column of tiles after the other.
     void sum(std::span<const OrderedImage> images, std::span<float* const> sums);
-    // The frame itself as the candidate.
+    // Scores the frame itself as the candidate.
     void sumFrame(float* sums);
 
 private:
-    // Whether no value can become infinite or NaN on the way to the sums.
+    // Whether no value can become infinite or NaN before the sums.
     bool staysFinite(const OrderedImage& image) const;
     void run(std::span<const OrderedImage> images, std::span<float* const> sums, bool finite);
     const float* orderedFrame(bool masked);
