@@ -74,7 +74,7 @@ CommandPaths::Entry CommandPaths::entryOf(const std::string& path, const std::st
 }
 
 void CommandPaths::reads(const std::string& path, const std::string& what, NamedBy by) {
-    // A file whose own name contains "::" is taken as it is.
+    // A file whose own name contains "::" is not split.
     entries.push_back(entryOf(splitDatasetPath(path).file, what, by));
 }
 

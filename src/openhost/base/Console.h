@@ -31,7 +31,7 @@ public:
     void flushResults();
     // Restores descriptor 1 before exec() of another program. Results can't be written any more.
     void releaseOutput();
-    // Writes "ombrel: TEXT" as a line of its own. The text is not changed.
+    // Writes "ombrel: TEXT" as a separate line. The text is not changed.
     void message(std::string_view text);
     // Writes a message unless the text is empty.
     void warning(std::string_view text) {

@@ -25,7 +25,7 @@ struct DatasetPath {
     std::string dataset; // begins with "/"; empty if the path has no dataset
 };
 
-// Splits "FILE::/path/of/dataset". If a file of that whole name exists, it is taken as it is.
+// Splits "FILE::/path/of/dataset". If a file with that whole name exists, the name is not split.
 DatasetPath splitDatasetPath(const std::string& path);
 
 // Hashes show whether pixels or files are the same as before; they do not protect against forgery. XXH3 of

@@ -22,7 +22,7 @@ template <typename Item>
 class OrderedPipeline {
 public:
     struct Steps {
-        // Runs on a thread of its own. Returns false after the last item.
+        // Runs on a separate thread. Returns false after the last item.
         std::function<bool(Item& item)> make;
         // Runs on one of the workers, which are numbered from 0.
         std::function<void(std::size_t worker, Item& item)> work;

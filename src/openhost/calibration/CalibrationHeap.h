@@ -69,7 +69,7 @@ struct AdaptiveHeapPlan {
 struct AdaptiveHeapPaths {
     std::string whole;  // of all frames
     std::string trial;  // without the test frame of each point
-    std::string coarse; // of every second value of each axis; not made if there is no such grid
+    std::string coarse; // of every second value of each axis; not made without a coarse grid
 };
 
 // Heap files, made in one pass over all frames, and frames to try them with. The whole heap is renamed to its

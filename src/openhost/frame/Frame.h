@@ -24,10 +24,10 @@ using FramePtr = std::unique_ptr<Frame, ReleaseFrame>;
 
 // A frame of the open host, of any pixel type.
 //
-// After the pixels there is room for width + 1 elements of every pixel type, since filters may read and write
-// there (binning of odd sizes does). zeroRoom() is called each time the frame is passed to a filter, so that
-// no result depends on old contents. Debug builds check references: releasing a dead frame, or destroying one
-// that is still referenced, ends the program.
+// The pixels are followed by room for width + 1 elements of every pixel type, since filters may read and
+// write there (binning of odd sizes does). zeroRoom() is called each time the frame is passed to a filter, so
+// that no result depends on old contents. Debug builds check references: releasing a dead frame, or
+// destroying one that is still referenced, ends the program.
 class Frame final : public zt::IMpxFrame {
 public:
     // A frame of zeros with one reference. Throws std::bad_alloc or std::length_error for sizes that are too

@@ -49,7 +49,7 @@ public:
     // this program or is being written.
     static std::optional<OutputState> stateOf(const std::string& path);
     // Like stateOf(), for a run with that record that resumes the output: only frames whose pixels are
-    // complete count as done. Nothing if there is no such frame, and the run starts from the beginning.
+    // complete count as done. Nothing if no frame counts, and the run starts from the beginning.
     static std::optional<OutputState> stateToResume(const std::string& path, const std::string& record);
     // Resumes after the frames that are done, which must be at least one. Throws Error.
     static std::unique_ptr<FrameOutput> resume(const OutputState& state);

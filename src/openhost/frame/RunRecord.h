@@ -32,7 +32,7 @@ struct LinkRecord {
     std::vector<FileRecord> files; // with hashes: files that the settings name or that lie next to them
 };
 
-// A part of a run, stored in an output of its own.
+// A part of a run, stored in a separate output.
 struct PartRecord {
     std::string path; // relative to the folder of the combined output
     zt::u64 begin = 0;

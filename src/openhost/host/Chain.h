@@ -47,7 +47,7 @@ struct SettingsSource {
 class FilterLink {
 public:
     // A new instance of the filter with that name that is registered for the device. Throws UnknownFilter if
-    // there is no such filter, and Error if the instance could not be created.
+    // the name is unknown, and Error if the instance could not be created.
     FilterLink(Host& zenteo, const zt::IDev& device, const std::string& wantedName);
 
     const std::string& name() const { return ownName; }

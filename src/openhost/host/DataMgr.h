@@ -27,7 +27,6 @@ struct FrameSource {
 //
 // A host decides what a path means: a name defined here refers to frames of any number of files, or to a
 // frame in memory, wherever a filter accepts a path.
-// for a frame that is at hand, wherever a filter takes a path.
 class DataMgr final : public zt::IDataMgr {
 public:
     void defineFrames(const std::string& name, std::vector<FrameSource> frames);

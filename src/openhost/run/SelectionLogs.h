@@ -48,7 +48,7 @@ bool isWholeQualityLog(const std::string& text);
 std::optional<SelectedFlatField> choiceOf(const std::vector<QualityValue>& candidates);
 
 // Records the choices of the adaptive filters of a run's workers. Only their logs of quality values contain
-// them, so each worker gets a log of its own. A log file named by the user receives the log of the last
+// them, so each worker gets a separate log. A log file named by the user receives the log of the last
 // frame, as it would without recording.
 class SelectionLogs {
 public:

@@ -36,7 +36,7 @@ public:
 
     // `frame` must be below frameCount().
     FramePtr readFrame(zt::u64 frame);
-    // A message on dark frames in the files, which no command uses; empty if there are none.
+    // A message on dark frames in the files, which no command uses; empty if the files hold no dark frames.
     std::string unusedDarks() const { return darks.text(); }
     // "PATH, frame N", the frame counted in its file.
     std::string where(zt::u64 frame) const;
