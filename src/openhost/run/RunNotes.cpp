@@ -72,7 +72,7 @@ void RunNotes::add(zt::u64 frame, const FrameRow& row) {
     else if (isConstant)
         addKind("constant", frame);
     else if (!row.failed && row.output.notFinite == pixels)
-        addKind("not finite after correction", frame);
+        addKind("not finite once corrected", frame);
 }
 
 void RunNotes::addKind(const std::string& name, zt::u64 frame) {
