@@ -20,7 +20,7 @@ namespace {
 constexpr int tile = 16;
 constexpr int borderSize = 2;
 
-// The limit. Sums stand side by side, so that the compiler can make vectors of any width of them.
+// The limit. Several independent sums, so that the compiler can vectorise them to any width.
 __attribute__((target_clones("avx512f", "avx2", "default"))) float
 sumOfQuotients(const float* frame, const float* image, std::size_t count) {
     std::array<float, 64> sums = {};
@@ -33,8 +33,8 @@ sumOfQuotients(const float* frame, const float* image, std::size_t count) {
     return sum;
 }
 
-// A grid of n x n x n images whose pattern changes from one to the next, and a frame behind one of the
-// patterns: a beam, noise, and one pixel in a thousand dead.
+// A grid of n x n x n images whose pattern changes from one to the next, and a frame taken with one
+// of the patterns: a beam, noise, and one pixel in a thousand dead.
 class DataSet {
 public:
     DataSet(int imageSide, int perAxis) : side(imageSide), frame(imageSide, imageSide) {
@@ -129,7 +129,7 @@ public:
         }
     }
 
-    // A look at the pixels.
+    // A view of the pixels.
     static cv::Mat matrix(const AICImage& image) {
         return cv::Mat(image.rows(), image.cols(), CV_32F, const_cast<float*>(image.pixels().data()));
     }

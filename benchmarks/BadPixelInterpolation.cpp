@@ -1,5 +1,5 @@
-// The interpolation of isolated bad pixels, against OpenCV's nearest thing: the same weights by filter2D over
-// the whole frame, and the result copied at the bad pixels.
+// The interpolation of isolated bad pixels, against the closest that OpenCV offers: the same weights by
+// filter2D over the whole frame, and the result copied at the bad pixels.
 #include "kernels/BadPixelInterpolation.h"
 
 #include "Interleaved.h"
@@ -25,7 +25,7 @@ cv::Mat normalisedKernel() {
     return kernel / cv::sum(kernel)[0];
 }
 
-// Bad pixels at random places, or at such that no two are neighbours of each other.
+// Bad pixels at random positions, or at positions of which no two are neighbours.
 std::vector<unsigned char> randomMask(int frameSide, double badPart, bool isolated) {
     const auto width = static_cast<std::size_t>(frameSide);
     std::vector<unsigned char> mask(width * width);

@@ -1,4 +1,4 @@
-// What the beam-hardening filter holds in memory with 20 masks of 4096 x 4096 pixels, loaded from a store and
+// The memory that the beam-hardening filter uses with 20 masks of 4096 x 4096 pixels, loaded from a store and
 // after a frame.
 #include "filters/BHFilter.h"
 #include "host/Host.h"
@@ -13,7 +13,7 @@ constexpr int maskCount = 20;
 constexpr zt::u32 side = 4096;
 constexpr double mebibyte = 1024 * 1024;
 
-// A store that makes its masks up as they are asked for, so that it takes no memory itself.
+// A store that generates its masks on request, so that it needs no memory itself.
 class MadeUpStore final : public zt::ISettings {
 public:
     void load() override {}

@@ -1,6 +1,6 @@
 // Loading a heap of 125 images of 256 x 256, against a memcpy of the file into fresh memory; and the
-// interpolation of one grid point, against a loop that reads two images and writes one, into memory that is
-// there and into fresh memory.
+// interpolation of one grid point, against a loop that reads two images and writes one, into reused
+// memory and into fresh memory.
 #include "Interleaved.h"
 #include "store/CalibrationImages.h"
 
@@ -111,7 +111,7 @@ int main() {
     writeHeap(path);
     for (const bool fresh : {true, false}) {
         std::printf("%s memory\n", fresh ? "fresh" : "used");
-        // Above the threshold each block of memory is a mapping of its own.
+        // Above the threshold each block of memory is a separate mapping.
         mallopt(M_MMAP_THRESHOLD, fresh ? 1 << 17 : 1 << 30);
         mallopt(M_TRIM_THRESHOLD, fresh ? 1 << 17 : 1 << 30);
         compareLoading(path);

@@ -38,7 +38,7 @@ void report(zt::u32 side, zt::u8 type, const char* typeName) {
     const FramePtr frame = countsFrame<T>(side, type);
     host.frames().defineFrame("flat", countsFrame<double>(side, zt::DT_DOUBLE));
     filter->loadCoefficientsFromFile("flat", false);
-    // Of u16 frames no pixel is marked for being zero, so the coefficients have to tell.
+    // Of u16 frames no pixel is marked for being zero, so the coefficients have to find it.
     filter->setUseFFCoeffsForBadPixels(true);
 
     const FramePtr corrected(static_cast<Frame*>(filter->filter(frame.get())));

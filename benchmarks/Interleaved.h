@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-// Times pieces of work against each other on a machine that others use too: they take turns in short samples,
-// so that a slow spell hits all of them, and the median of each one's samples counts.
+// Compares the times of several functions on a shared machine: they run alternately in short samples, so that
+// a slow phase affects all of them, and the median of each one's samples counts.
 struct Contender {
     std::string name;
     std::function<void()> work;
@@ -42,7 +42,7 @@ inline std::vector<double> interleavedMedians(const std::vector<Contender>& cont
     return medians;
 }
 
-// Keeps the compiler from leaving out work whose result nobody reads.
+// Keeps the compiler from removing work whose result is not used.
 inline void keep(const void* result) {
     asm volatile("" : : "g"(result) : "memory");
 }

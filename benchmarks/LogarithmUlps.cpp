@@ -1,5 +1,5 @@
 // How far the filters' logarithm is from the exact one, over many values of several kinds, and whether every
-// variant gives the same bits.
+// variant returns the same bits.
 //   bench_LogarithmUlps [VALUES-OF-EACH-KIND]
 #include "kernels/Logarithm.h"
 #include "kernels/ProcessorDispatch.h"

@@ -1,4 +1,4 @@
-// The median of tables, against the bisection taken literally and std::nth_element on a copy.
+// The median of tables, against a literal bisection and std::nth_element on a copy.
 #include "Interleaved.h"
 #include "fixtures/PlainMedian.h"
 #include "kernels/FlatField.h"

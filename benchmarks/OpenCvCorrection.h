@@ -7,7 +7,7 @@
 #include <vector>
 
 // The adaptive correction as one would write it with OpenCV: the same steps on the same data, every buffer
-// used again. Its sums are OpenCV's, so the last bits differ.
+// reused. Its sums are OpenCV's, so the last bits differ.
 class OpenCvCorrection {
 public:
     OpenCvCorrection(cv::Mat borderMask, int tileSide) : mask(std::move(borderMask)), tile(tileSide) {}

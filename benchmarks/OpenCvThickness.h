@@ -5,7 +5,7 @@
 #include <vector>
 
 // The beam-hardening correction as one would write it with OpenCV: the line of each two masks over the whole
-// frame, blended in where the pixel has come that far down. Every buffer is used again.
+// frame, selected where the pixel lies below its masks. Every buffer is reused.
 class OpenCvThickness {
 public:
     OpenCvThickness(std::vector<cv::Mat> maskLevels, std::vector<double> maskThickness)

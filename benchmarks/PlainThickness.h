@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <vector>
 
-// The beam-hardening correction written down as it is defined, pixel by pixel and mask by mask.
+// The beam-hardening correction implemented literally, pixel by pixel and mask by mask.
 struct PlainThickness {
     std::vector<const double*> masks; // logarithms of the count rate
     std::vector<double> thickness;

@@ -1,4 +1,4 @@
-// How soon the workbench is up and shows another frame, and how long its window's thread is busy while the
+// How fast the workbench opens and shows another frame, and how long its window's thread is busy while the
 // adaptive filter works and is edited.
 //   bench_WindowResponse [SIDE [CANDIDATES]]     of the frames, and of the adaptive filter; default: 1024 125
 #include "calibration/CalibrationHeap.h"

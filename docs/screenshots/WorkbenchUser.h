@@ -24,7 +24,7 @@ public:
     void showDock(const char* name);
     // From the upper left corner to the lower right one, in pixels of the corrected frame.
     void dragOverFrame(const QRect& area, Qt::KeyboardModifiers modifiers);
-    // In the list of the chain, to behind another row.
+    // In the list of the chain, to the position after another row.
     void dragRow(int row, int behind);
     void editParameter(const QString& name, const QString& value);
 

@@ -1,6 +1,6 @@
 // Makes the pictures of the documents from the real windows.
 //     ombrel-screenshots FOLDER [--dark] [--empty]
-// --empty also shows the windows of filters as they are made, for those who look windows over.
+// --empty also takes the windows of unconfigured filters, for reviews of the windows.
 // QT_SCALE_FACTOR=2 makes them as on a display of twice the density.
 #include "SampleFilters.h"
 #include "WindowPicture.h"

@@ -36,7 +36,7 @@ void openDemo(WorkbenchUser& user) {
     user.take("flat-field");
 }
 
-// Three filters, of which the last was dragged behind the others. Two are switched off, to compare.
+// Three filters, of which the last was dragged after the others. Two are switched off, to compare.
 void buildChain(WorkbenchUser& user, const SampleFiles& files) {
     user.key(Qt::Key_Delete, Qt::ControlModifier);
     user.window().open(std::vector<std::string>(8, files.frames));

@@ -43,7 +43,7 @@ int getAsciiMatrixDimensions(const char* path, unsigned long* width, unsigned lo
 
 namespace {
 
-static_assert(std::endian::native == std::endian::little, "low bits of a value stand in its first bytes");
+static_assert(std::endian::native == std::endian::little, "the low bits of a value are in its first bytes");
 
 // How to scan a value, and how many of its bytes to store, when elements are `elementSize` apart.
 struct ElementScan {
