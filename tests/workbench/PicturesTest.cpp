@@ -98,7 +98,9 @@ TEST(BatchOptions, SayTheChainAsItIsShown) {
     chain.links = {{1, "Flat-Field", false, "", nullptr, 0, {}},
                    {2, "AdaptiveFF", true, "/no/such.xml", nullptr, 0, {{"Search", "1"}}}};
     const auto options = batchOptions({"a.h5"}, chain, {});
-    EXPECT_THAT(options.filters, ElementsAre("AdaptiveFF"));
+    ASSERT_EQ(options.links.size(), 1u);
+    EXPECT_EQ(options.links[0].name, "AdaptiveFF");
+    EXPECT_EQ(options.links[0].settings, "");
     EXPECT_THAT(options.params, ElementsAre("AdaptiveFF:Search=1"));
     chain.links.push_back({3, "AdaptiveFF", true, "", nullptr, 0, {}});
     EXPECT_THROW(batchOptions({"a.h5"}, chain, {}), ombrel::Error) << "it would be edited too";

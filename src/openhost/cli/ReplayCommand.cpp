@@ -74,8 +74,7 @@ RunOptions optionsOf(const RunRecord& record, const ReplayOptions& replayOptions
             contents = folder / (std::to_string(stored++) + ".xml");
             replaceFile(contents, bytes);
         }
-        options.filters.push_back(link.filter + (link.settings ? "=" + link.settings->path : ""));
-        options.settingsContents.push_back(contents);
+        options.links.push_back({link.filter, link.settings ? link.settings->path : "", contents});
     }
     for (std::size_t i = 0; i < record.inputs.size(); ++i)
         options.inputs.push_back(record.inputs[i].path +

@@ -253,7 +253,13 @@ void addCorrectionOptions(CLI::App& command, RunOptions& options) {
     command.add_option("-o,--output", options.output, "Output: .h5, .hdf5, .nxs, .tif or .tiff")
         ->required()
         ->type_name("FILE");
-    command.add_option("-f,--filter", options.filters, "A filter, with its settings; repeat it for a chain")
+    command
+        .add_option_function<std::vector<std::string>>(
+            "-f,--filter",
+            [&options](const std::vector<std::string>& texts) {
+                std::ranges::transform(texts, std::back_inserter(options.links), LinkOptions::parse);
+            },
+            "A filter, with its settings; repeat it for a chain")
         ->required()
         ->allow_extra_args(false)
         ->type_name("NAME[=SETTINGS.xml]");

@@ -43,12 +43,11 @@ void addParam(CommandPaths& paths, const ParamAssignment& assignment) {
 }
 
 void addFilters(CommandPaths& paths, const RunOptions& options) {
-    for (const std::string& text : options.filters) {
-        const FilterOption option(text);
-        if (option.settings.empty())
+    for (const LinkOptions& link : options.links) {
+        if (link.settings.empty())
             continue;
-        paths.reads(option.settings, "the settings of " + option.name);
-        addFilesOfSettings(paths, option.name, option.settings);
+        paths.reads(link.settings, "the settings of " + link.name);
+        addFilesOfSettings(paths, link.name, link.settings);
     }
     for (const std::string& assignment : options.params)
         addParam(paths, ParamAssignment(assignment));

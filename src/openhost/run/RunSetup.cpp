@@ -22,19 +22,11 @@ namespace ombrel {
 
 namespace {
 
-// The file that holds the settings of the filter at that position.
-std::string contentsOf(const RunOptions& options, std::size_t filter) {
-    if (!options.settingsContents.empty() && !options.settingsContents[filter].empty())
-        return options.settingsContents[filter];
-    return FilterOption(options.filters[filter]).settings;
-}
-
-LinkRecord recordOf(const RunOptions& options, std::size_t filter, const FilterLink& link) {
+LinkRecord recordOf(const LinkOptions& options, const FilterLink& link) {
     LinkRecord record{link.name(), {}, {}};
-    const FilterOption option(options.filters[filter]);
-    if (!option.settings.empty()) {
-        record.settings = FileRecord::of(contentsOf(options, filter), true);
-        record.settings->path = absolutePath(option.settings);
+    if (!options.settings.empty()) {
+        record.settings = FileRecord::of(options.contents, true);
+        record.settings->path = absolutePath(options.settings);
     }
     for (const std::string& file : link.filesRead())
         record.files.push_back(FileRecord::of(file, true));
@@ -43,13 +35,19 @@ LinkRecord recordOf(const RunOptions& options, std::size_t filter, const FilterL
 
 } // namespace
 
+LinkOptions LinkOptions::parse(const std::string& text) {
+    const std::size_t end = text.find('=');
+    const std::string settings = end == std::string::npos ? std::string() : text.substr(end + 1);
+    return {text.substr(0, end), settings, settings};
+}
+
 RunRecord makeRecord(const RunOptions& options, const FrameRange& range, const std::string& pluginPath,
                      Chain& chain) {
     RunRecord record;
     record.version = OMBREL_VERSION;
     record.plugin = FileRecord::of(pluginPath, true);
-    for (std::size_t i = 0; i < options.filters.size(); ++i)
-        record.chain.push_back(recordOf(options, i, chain.links()[i]));
+    for (std::size_t i = 0; i < options.links.size(); ++i)
+        record.chain.push_back(recordOf(options.links[i], chain.links()[i]));
     record.params = options.params;
     for (const std::string& assignment : options.params)
         if (const std::string file = ParamAssignment(assignment).fileUsed(); !file.empty())
@@ -70,15 +68,11 @@ RunRecord makeRecord(const RunOptions& options, const FrameRange& range, const s
     return record;
 }
 
-SettingsSource settingsOf(const RunOptions& options, std::size_t filter) {
-    return {FilterOption(options.filters[filter]).settings, contentsOf(options, filter), {}, true};
-}
-
 std::vector<std::string> settingsFilesOf(const RunOptions& options) {
     std::vector<std::string> files;
-    for (std::size_t i = 0; i < options.filters.size(); ++i)
-        if (const std::string file = contentsOf(options, i); !file.empty())
-            files.push_back(file);
+    for (const LinkOptions& link : options.links)
+        if (!link.contents.empty())
+            files.push_back(link.contents);
     return files;
 }
 
@@ -99,8 +93,8 @@ namespace {
 
 constexpr std::string_view choiceParam = "AdaptiveFF:LogQualityValuesFile=";
 
-bool choosesGridPoints(const std::string& filter) {
-    return filter.starts_with("AdaptiveFF=");
+bool choosesGridPoints(const LinkOptions& link) {
+    return link.name == "AdaptiveFF" && !link.settings.empty();
 }
 
 // Whether a parameter only affects what the filter writes besides its frames.
@@ -108,16 +102,16 @@ bool setsAWrite(const std::string& assignment) {
     return makesAWrite(ParamAssignment(assignment).param);
 }
 
-SettingsSource sourceOf(const RunOptions& options, const Device& device, std::size_t link,
+SettingsSource sourceOf(const RunOptions& options, const Device& device, const LinkOptions& link,
                         SelectionLogs* choices, std::size_t worker) {
-    SettingsSource source = settingsOf(options, link);
-    source.change = [=, &options, &device, path = source.path](Settings& settings) {
-        const std::string wrong = misfit(settings.contents(), path, device.width(), device.height());
+    SettingsSource source{link.settings, link.contents, {}, worker == 0};
+    source.change = [=, &options, &device, &link](Settings& settings) {
+        const std::string wrong = misfit(settings.contents(), link.settings, device.width(), device.height());
         if (!wrong.empty())
             throw Error(wrong);
         if (options.discardLogs)
             discardWrites(settings);
-        if (choices && choosesGridPoints(options.filters[link]))
+        if (choices && choosesGridPoints(link))
             choices->redirect(settings, worker);
         if (choices && options.discardLogs)
             choices->setUserFile({});
@@ -128,13 +122,10 @@ SettingsSource sourceOf(const RunOptions& options, const Device& device, std::si
 // All settings are loaded before the first parameter is set.
 Chain makeChain(Session& session, const RunOptions& options, SelectionLogs* choices, std::size_t worker) {
     Chain chain;
-    for (std::size_t i = 0; i < options.filters.size(); ++i) {
-        FilterLink& link = chain.add(session.makeLink(FilterOption(options.filters[i]).name));
-        SettingsSource source = sourceOf(options, session.device(), i, choices, worker);
-        if (source.path.empty())
-            continue;
-        source.checksHeap = worker == 0;
-        link.loadSettings(source);
+    for (const LinkOptions& link : options.links) {
+        FilterLink& made = chain.add(session.makeLink(link.name));
+        if (!link.settings.empty())
+            made.loadSettings(sourceOf(options, session.device(), link, choices, worker));
     }
     for (const std::string& assignment : options.params) {
         if (options.discardLogs && setsAWrite(assignment))
@@ -218,7 +209,7 @@ std::vector<std::string> warningsOn(Chain& chain, zt::u8 pixelType) {
 
 WorkerChains makeWorkerChains(Session& session, const RunOptions& options, zt::u64 frames, Console& console) {
     WorkerChains workers;
-    if (!options.noChoice && std::ranges::count_if(options.filters, choosesGridPoints) == 1)
+    if (!options.noChoice && std::ranges::count_if(options.links, choosesGridPoints) == 1)
         workers.choices = std::make_unique<SelectionLogs>();
     const auto addChain = [&] {
         workers.chains.push_back(makeChain(session, options, workers.choices.get(), workers.chains.size()));

@@ -18,22 +18,20 @@
 
 namespace ombrel {
 
-// A filter as given on the command line.
-struct FilterOption {
+// One filter of a chain and where its settings are.
+struct LinkOptions {
     std::string name;
-    std::string settings; // path; empty without settings
+    std::string settings; // the path that is recorded and that the filter gets; empty without settings
+    std::string contents; // the file that is read; the same, except where a recorded run is repeated
 
-    explicit FilterOption(const std::string& text)
-        : name(text.substr(0, text.find('='))),
-          settings(name.size() < text.size() ? text.substr(name.size() + 1) : std::string()) {}
+    // Reads "NAME" or "NAME=SETTINGS.xml".
+    static LinkOptions parse(const std::string& text);
 };
 
 // The command line of `ombrel run`.
 struct RunOptions {
     std::vector<std::string> inputs;
-    std::vector<std::string> filters; // "NAME" or "NAME=SETTINGS.xml"
-    // For each filter, the file that really holds its settings, if it is not the named one; else empty.
-    std::vector<std::string> settingsContents;
+    std::vector<LinkOptions> links;
     // Filters write no log and dump no image, even if settings or parameters enable it.
     bool discardLogs = false;
     std::vector<std::string> params; // "FILTER:PARAM=VALUE"
@@ -60,8 +58,6 @@ struct RunOptions {
 RunRecord makeRecord(const RunOptions& options, const FrameRange& range, const std::string& pluginPath,
                      Chain& chain);
 
-// The settings of the filter at that position; the path is empty if it has none.
-SettingsSource settingsOf(const RunOptions& options, std::size_t filter);
 // The settings files of all links that have one, in the order of the chain.
 std::vector<std::string> settingsFilesOf(const RunOptions& options);
 

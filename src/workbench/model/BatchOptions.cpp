@@ -30,13 +30,14 @@ RunOptions batchOptions(const std::vector<std::string>& inputs, const ChainState
             continue;
         // If the settings were never saved, the run uses the filter's defaults.
         const bool hasFile = !link.settings.empty() && std::filesystem::exists(link.settings);
-        options.filters.push_back(hasFile ? link.filter + "=" + link.settings : link.filter);
+        const std::string settings = hasFile ? link.settings : std::string();
+        options.links.push_back({link.filter, settings, settings});
         if (!link.params.empty())
             checkEdits(chain, link);
         for (const auto& [name, value] : link.params)
             options.params.push_back(link.filter + ":" + name + "=" + value);
     }
-    if (options.filters.empty())
+    if (options.links.empty())
         throw Error("no filter of the chain is switched on: nothing to run");
     return options;
 }
