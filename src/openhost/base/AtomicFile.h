@@ -58,8 +58,6 @@ std::string endOfLinks(const std::string& path);
 // Atomically replaces the file's contents by the text. Throws Error.
 void replaceFile(const std::string& path, std::string_view contents);
 
-// The file at the end of a chain of symbolic links, which need not exist. Throws Error.
-std::string endOfLinks(const std::string& path);
 // ".NAME" and the suffix, in the folder of the path; a long name is truncated.
 std::string hiddenBeside(const std::string& path, const std::string& suffix);
 // Whether the path still refers to the open file, which may have been removed or replaced.

@@ -26,8 +26,8 @@ using FramePtr = std::unique_ptr<Frame, ReleaseFrame>;
 //
 // The pixels are followed by room for width + 1 elements of every pixel type, since filters may read and
 // write there (binning of odd sizes does). zeroRoom() is called each time the frame is passed to a filter, so
-// that no result depends on old contents. Debug builds check references: releasing a dead frame, or
-// destroying one that is still referenced, ends the program.
+// that no result depends on old contents. Builds with assertions end the program when a frame is destroyed
+// that is still referenced.
 class Frame final : public zt::IMpxFrame {
 public:
     // A frame of zeros with one reference. Throws std::bad_alloc or std::length_error for sizes that are too

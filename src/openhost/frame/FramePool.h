@@ -7,21 +7,6 @@
 
 namespace ombrel {
 
-class Frame;
-
-// Counts the frames alive. Debug builds also track each of them, and end the program with one line on
-// standard error when a dead frame is used, or a frame is freed while it is still referenced.
-class FrameCheck {
-public:
-    static void born(const Frame* frame);
-    static void died(const Frame* frame);
-    static std::size_t aliveCount();
-
-    // `operation` names the operation on the frame, for the message.
-    static void mustLive(const Frame* frame, const char* operation);
-    static void mustBeLast(int references);
-};
-
 // Blocks of memory for the pixels of frames. A freed block is kept and reused for the next request of exactly
 // its size, since the first access to new pages costs more than most filters. Thread-safe.
 class FramePool {

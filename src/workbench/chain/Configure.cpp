@@ -90,7 +90,7 @@ void acquire(Device& device, FrameStack& stack) {
 std::unique_ptr<Settings> openStore(Host& host, const std::string& path) {
     const fs::path folder = fs::absolute(path).parent_path();
     if (!fs::is_directory(folder))
-        throw Error(path + ": there is no folder " + folder.string());
+        throw Error(path + ": the folder " + folder.string() + " does not exist");
     std::unique_ptr<Settings> store = host.openSettings(path);
     if (fs::exists(path)) {
         store->loadFile();
