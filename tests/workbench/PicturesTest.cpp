@@ -85,12 +85,12 @@ TEST(LineProfile, TakesThePixelsUnderTheLine) {
     EXPECT_TRUE(profileAlong({0, 0, 4, 0}, nullptr).x.isEmpty());
 }
 
-TEST(RegionFigures, LeaveOutWhatIsNoNumber) {
+TEST(Uniformity, LeaveOutWhatIsNoNumber) {
     Image image{4, 1, {nan, 90, 110, 5}};
-    const RegionFigures figures = regionFigures(image, {0, 0, 3, 9});
+    const ombrel::Uniformity figures = uniformityOf(image, {0, 0, 3, 9});
     EXPECT_EQ(figures.mean, 100);
     EXPECT_NEAR(figures.spread, 0.1, 1e-12);
-    EXPECT_TRUE(std::isnan(regionFigures(image, {0, 0, 1, 1}).mean));
+    EXPECT_TRUE(std::isnan(uniformityOf(image, {0, 0, 1, 1}).mean));
 }
 
 TEST(BatchOptions, SayTheChainAsItIsShown) {

@@ -158,16 +158,16 @@ std::vector<double> pixelsOf(Frame& frame, const Region& region) {
     return pixels;
 }
 
-namespace {
-
-double deviationOf(const std::vector<double>& pixels, double mean) {
+Uniformity uniformityOf(std::vector<double> pixels) {
+    std::erase_if(pixels, [](double pixel) { return !std::isfinite(pixel); });
+    if (pixels.empty())
+        return {notANumber, notANumber};
+    const double mean = meanOf(pixels);
     double squares = 0;
     for (const double pixel : pixels)
         squares += (pixel - mean) * (pixel - mean);
-    return std::sqrt(squares / static_cast<double>(pixels.size()));
+    return {mean, std::sqrt(squares / static_cast<double>(pixels.size())) / mean};
 }
-
-} // namespace
 
 RegionReport reportOnRegion(const std::string& path, const Region& region) {
     const auto file = FrameFile::open(path, FrameRole::Sample);
@@ -176,13 +176,11 @@ RegionReport reportOnRegion(const std::string& path, const Region& region) {
     RegionReport report;
     zt::u32 counted = 0;
     for (zt::u32 i = 0; i < info.frames; ++i) {
-        std::vector<double> pixels = pixelsOf(*file->readFrame(i), region);
-        std::erase_if(pixels, [](double pixel) { return !std::isfinite(pixel); });
-        if (pixels.empty())
+        const Uniformity frame = uniformityOf(pixelsOf(*file->readFrame(i), region));
+        if (std::isnan(frame.mean))
             continue;
-        const double mean = meanOf(pixels);
-        report.mean += mean;
-        report.spread += deviationOf(pixels, mean) / mean;
+        report.mean += frame.mean;
+        report.spread += frame.spread;
         ++counted;
     }
     if (counted == 0)

@@ -34,6 +34,14 @@ void checkRegion(const Region& region, const FrameFileInfo& info);
 // The pixels of the region, which must lie inside the frame, row by row. Converts the frame to doubles.
 std::vector<double> pixelsOf(Frame& frame, const Region& region);
 
+struct Uniformity {
+    double mean = 0;
+    double spread = 0; // standard deviation over mean
+};
+
+// Of the finite pixels; NaN if there are none.
+Uniformity uniformityOf(std::vector<double> pixels);
+
 // The uniformity of a region, as the mean over all frames of a file.
 struct RegionReport {
     double mean = 0;

@@ -29,24 +29,13 @@ QLabel* columnHead(const QString& text, const QColor& colour) {
 
 } // namespace
 
-RegionFigures regionFigures(const Image& image, const QRect& region) {
+Uniformity uniformityOf(const Image& image, const QRect& region) {
     const QRect inside = region & QRect(0, 0, static_cast<int>(image.width), static_cast<int>(image.height));
-    double sum = 0;
-    double count = 0;
-    const auto eachPixel = [&](auto work) {
-        for (int y = inside.top(); y <= inside.bottom(); ++y)
-            for (int x = inside.left(); x <= inside.right(); ++x)
-                if (const double pixel = image.at(x, y); std::isfinite(pixel))
-                    work(pixel);
-    };
-    eachPixel([&](double pixel) {
-        sum += pixel;
-        ++count;
-    });
-    const double mean = sum / count;
-    double squares = 0;
-    eachPixel([&](double pixel) { squares += (pixel - mean) * (pixel - mean); });
-    return {mean, std::sqrt(squares / count) / mean};
+    std::vector<double> pixels;
+    for (int y = inside.top(); y <= inside.bottom(); ++y)
+        for (int x = inside.left(); x <= inside.right(); ++x)
+            pixels.push_back(image.at(x, y));
+    return ombrel::uniformityOf(std::move(pixels));
 }
 
 StatisticsPane::StatisticsPane(QWidget* parent)
@@ -127,8 +116,7 @@ void StatisticsPane::setRegion(const QRect& drawn) {
 void StatisticsPane::showRegion() {
     for (std::size_t pane = 0; pane < 2; ++pane) {
         const bool isThere = images[pane] && !region.isEmpty();
-        const RegionFigures figures =
-            isThere ? regionFigures(*images[pane], region) : RegionFigures{NAN, NAN};
+        const Uniformity figures = isThere ? uniformityOf(*images[pane], region) : Uniformity{NAN, NAN};
         set(REGION_MEAN, pane, number(figures.mean));
         set(REGION_SPREAD, pane, percent(figures.spread));
         // Photon statistics apply to counts only, not to corrected values.

@@ -13,13 +13,8 @@ class QLabel;
 
 namespace ombrel::workbench {
 
-// Mean and spread of the pixels of a rectangle. Values that are not finite are skipped.
-struct RegionFigures {
-    double mean = 0;
-    double spread = 0; // standard deviation over mean
-};
-
-RegionFigures regionFigures(const Image& image, const QRect& region);
+// Of the pixels of the region that are in the image.
+Uniformity uniformityOf(const Image& image, const QRect& region);
 
 // Statistics of the shown frame, raw next to corrected.
 class StatisticsPane final : public QWidget {
