@@ -1,12 +1,12 @@
 // The beam-hardening filter with 8 masks on random pixels, against the same correction written with OpenCV
 // and the plain walk, and against two limits: the vector logarithm alone, and reading the masks alone.
 #include "Interleaved.h"
-#include "OpenCvThickness.h"
-#include "PlainThickness.h"
 #include "filters/BHFilter.h"
 #include "host/Host.h"
 #include "kernels/Logarithm.h"
 #include "kernels/ProcessorDispatch.h"
+#include "plugin/filters/OpenCvThickness.h"
+#include "plugin/filters/PlainThickness.h"
 
 #include <cmath>
 #include <cstring>
