@@ -102,7 +102,7 @@ std::unique_ptr<Settings> openStore(Host& host, const std::string& path) {
 // The filter's complaints about the settings go to the log; the user mends them in the window.
 void loadFilter(zt::IDataFilter& filter, Settings& store, const std::string& path) {
     if (const int answer = filter.loadFromSettings(&store))
-        throw Error(filterName(filter) + ": settings " + path + ": the filter answered " +
+        throw Error(filterName(filter) + ": settings " + path + ": the filter returned " +
                     std::to_string(answer));
 }
 

@@ -26,7 +26,7 @@ std::string loadInto(zt::IDataFilter& filter, Settings& settings) {
     std::string reason;
     try {
         if (const int answer = filter.loadFromSettings(&settings))
-            reason = "the filter answered " + std::to_string(answer);
+            reason = "the filter returned " + std::to_string(answer);
     } catch (const std::exception& error) {
         reason = error.what();
     } catch (...) {
