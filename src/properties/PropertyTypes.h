@@ -31,7 +31,7 @@ public:
                           const QAbstractItemDelegate* delegate) override;
     QVariant getEditorData(QWidget* editor) const override;
 
-    // For editors made from now on; one that is open keeps its range.
+    // Applies to new editors; an open one keeps its range.
     virtual void setMinMax(int lowest, int highest);
 
 private:
@@ -51,7 +51,7 @@ public:
                           const QAbstractItemDelegate* delegate) override;
     QVariant getEditorData(QWidget* editor) const override;
 
-    // For editors made from now on; one that is open keeps its range.
+    // Applies to new editors; an open one keeps its range.
     virtual void setMinMax(long long lowest, long long highest);
 
 private:
@@ -72,7 +72,7 @@ public:
                           const QAbstractItemDelegate* delegate) override;
     QVariant getEditorData(QWidget* editor) const override;
 
-    // For editors made from now on; one that is open keeps its range.
+    // Applies to new editors; an open one keeps its range.
     virtual void setMinMax(unsigned long long lowest, unsigned long long highest);
 
 private:
@@ -82,7 +82,7 @@ private:
 
 // A double within limits, edited in a QPTVDoubleSpinBox. The step of the box is the minimum when that is
 // positive, else 0.0001, and its decimals follow from the step, not from the precision: 0.0001 gives 4, 0.25
-// gives 0. The integer limits of the base are 0 and mean nothing here.
+// gives 0. The integer limits of the base are 0 and unused here.
 class QDoubleProperty : public QIntegerProperty {
 public:
     QDoubleProperty(const QString& name, double value, double min, double max, int precision, bool editable);
@@ -93,7 +93,7 @@ public:
                           const QAbstractItemDelegate* delegate) override;
     QVariant getEditorData(QWidget* editor) const override;
 
-    // For editors made from now on; one that is open keeps its range.
+    // Applies to new editors; an open one keeps its range.
     virtual void setMinMaxPrec(double lowest, double highest, int decimals);
 
 private:
@@ -121,7 +121,7 @@ public:
     // The text in the box; the stored value when the widget is not a combo box.
     QVariant getEditorData(QWidget* editor) const override;
 
-    // For editors made from now on; one that is open keeps its list.
+    // Applies to new editors; an open one keeps its list.
     virtual void setList(QList<QString> texts);
     // Also in the latest editor, while it exists.
     virtual void setSelectedText(QString text);

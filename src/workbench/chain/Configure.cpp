@@ -30,7 +30,7 @@ QWidget* paneOf(zt::IParamMgr& parameters, QWidget* parent) {
 }
 
 QWidget* nothingToSet(const QString& filterName, QWidget* parent) {
-    auto* const text = newChild<QLabel>(filterName + " has no parameters: there is nothing to set.", parent);
+    auto* const text = newChild<QLabel>(filterName + " has no parameters to edit.", parent);
     text->setMargin(text->fontMetrics().height());
     return text;
 }
@@ -90,7 +90,7 @@ void acquire(Device& device, FrameStack& stack) {
 std::unique_ptr<Settings> openStore(Host& host, const std::string& path) {
     const fs::path folder = fs::absolute(path).parent_path();
     if (!fs::is_directory(folder))
-        throw Error(path + ": the folder " + folder.string() + " does not exist");
+        throw Error(path + ": the folder " + folder.string() + " does not exist; create it first");
     std::unique_ptr<Settings> store = host.openSettings(path);
     if (fs::exists(path)) {
         store->loadFile();

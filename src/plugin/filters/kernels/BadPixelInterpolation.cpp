@@ -42,7 +42,8 @@ public:
 
     // For callers that need the data, and of the mask only whether each byte is 0; `badPixels` marks are set
     // in it. If the first pass fills all of them, further passes would change codes only. After later passes
-    // this is no longer true, since a filled pixel that a pass did not reach counts as bad two passes later.
+    // this does not hold any more, since a filled pixel that a pass did not reach counts as bad two passes
+    // later.
     void runForData(std::size_t badPixels) {
         if (badPixels == 0)
             return;
