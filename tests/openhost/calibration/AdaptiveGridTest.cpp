@@ -35,14 +35,14 @@ protected:
     const std::string table = folder / "grid.csv";
 };
 
-TEST(CsvLine, splitsAtCommasOutsideQuotes) {
+TEST(CsvLine, SplitsAtCommasOutsideQuotes) {
     EXPECT_THAT(*ombrel::splitCsvLine(" 1 , \"a, \"\"b\"\" \" ,, c d\r"),
                 ElementsAre("1", "a, \"b\" ", "", "c d"));
     EXPECT_FALSE(ombrel::splitCsvLine("1,\"open"));
     EXPECT_FALSE(ombrel::splitCsvLine("\"a\" b,2"));
 }
 
-TEST_F(AdaptiveGrid, readsColumnsInAnyOrderAndFilesFromItsOwnFolder) {
+TEST_F(AdaptiveGrid, ReadsColumnsInAnyOrderAndFilesFromItsOwnFolder) {
     const auto rows = read("\xEF\xBB\xBF# taken on a Tuesday\r\nfile,page,e,t,v\r\n\r\na.tif,3,1,2,-0\r\n"
                            "/b.h5::/x,,1e1,2,3\r\n");
     ASSERT_EQ(rows.size(), 2u);
@@ -55,7 +55,7 @@ TEST_F(AdaptiveGrid, readsColumnsInAnyOrderAndFilesFromItsOwnFolder) {
     EXPECT_EQ(rows[1].point, (GridPoint{3, 2, 10}));
 }
 
-TEST_F(AdaptiveGrid, listsAllLinesThatAreWrong) {
+TEST_F(AdaptiveGrid, ListsAllLinesThatAreWrong) {
     EXPECT_THAT(refusal("v,t,e,file\n1,2,x,a\n1,2,3\n1,2,inf,a\n1,2,3,\n1,2,4,a\n1,2,4.0,b\n"),
                 AllOf(HasSubstr("line 2: \"x\" is not a number for e"), HasSubstr("line 3: 3 fields, not 4"),
                       HasSubstr("line 4: \"inf\""), HasSubstr("line 5: no file"),
@@ -65,7 +65,7 @@ TEST_F(AdaptiveGrid, listsAllLinesThatAreWrong) {
     EXPECT_THAT(refusal("v,t,e,file\n# nothing\n"), HasSubstr("names no flat field"));
 }
 
-TEST_F(AdaptiveGrid, listsAllFilesThatAreWrong) {
+TEST_F(AdaptiveGrid, ListsAllFilesThatAreWrong) {
     writeTiff(folder / "a.tif", ImageStack<zt::u16>{2, 2, {1, 2, 3, 4}});
     writeTiff(folder / "wide.tif", ImageStack<zt::u16>{4, 1, {1, 2, 3, 4}});
     EXPECT_THAT(refusal("v,t,e,file,page\n1,1,1,a.tif,\n2,1,1,wide.tif,\n3,1,1,a.tif,1\n4,1,1,gone.tif,\n"),
@@ -74,7 +74,7 @@ TEST_F(AdaptiveGrid, listsAllFilesThatAreWrong) {
                       HasSubstr("line 5: "), HasSubstr("gone.tif")));
 }
 
-TEST_F(AdaptiveGrid, averagesFramesWithAndWithoutTheLastOne) {
+TEST_F(AdaptiveGrid, AveragesFramesWithAndWithoutTheLastOne) {
     writeTiff(folder / "a.tif", ImageStack<zt::u16>{2, 1, {1, 2, 3, 6, 11, 1}});
     const ombrel::CalibrationGridFlats flats(table, read("v,t,e,file,page\n1,1,1,a.tif,\n2,1,1,a.tif,1\n"));
     const auto all = flats.read(0);
@@ -88,7 +88,7 @@ TEST_F(AdaptiveGrid, averagesFramesWithAndWithoutTheLastOne) {
     EXPECT_FALSE(single.isTestKeptOut());
 }
 
-TEST(CoarseGrid, keepsEverySecondValueAndKnowsWhatLiesBetween) {
+TEST(CoarseGrid, KeepsEverySecondValueAndKnowsWhatLiesBetween) {
     std::vector<GridPoint> points;
     for (const float v : {1, 2, 3, 4})
         for (const float e : {5, 6})

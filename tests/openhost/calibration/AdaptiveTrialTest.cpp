@@ -20,7 +20,7 @@ namespace {
 
 using namespace ombrel;
 
-TEST(QualityLog, tellsWhetherTheSearchWasRightAndHowClearly) {
+TEST(QualityLog, TellsWhetherTheSearchWasRightAndHowClearly) {
     const std::string block = "[ 1, 2, 3, 10 ]\n[ 1, 2, 1e+06, 8 ]\n[ 1, 2.5, 3, nan ]\n\n";
     const auto right = searchOutcome(block, {1, 2, 1e6f});
     ASSERT_TRUE(right);
@@ -37,7 +37,7 @@ TEST(QualityLog, tellsWhetherTheSearchWasRightAndHowClearly) {
     EXPECT_TRUE(searchOutcome("[ 0.123457, 0, 0, 1 ]\n", {0.12345678f, 0, 0})->isRight);
 }
 
-TEST(QualityLog, givesEqualValuesToTheFirst) {
+TEST(QualityLog, GivesEqualValuesToTheFirst) {
     const std::string block = "[ 1, 1, 1, 5 ]\n[ 2, 1, 1, 5 ]\n";
     EXPECT_TRUE(searchOutcome(block, {1, 1, 1})->isRight);
     EXPECT_FALSE(searchOutcome(block, {2, 1, 1})->isRight);
@@ -67,7 +67,7 @@ double residualOfPerfectCorrection(FlatOrigin origin, zt::u32 flatFrames) {
     return AdaptiveTestFrame({}, std::move(flat), {}, origin).residual(*corrected);
 }
 
-TEST(AdaptiveTestFrame, countsTheStatisticsOfFrameAndFlatField) {
+TEST(AdaptiveTestFrame, CountsTheStatisticsOfFrameAndFlatField) {
     EXPECT_NEAR(residualOfPerfectCorrection(FlatOrigin::WithoutTest, 2), 1, 0.04);
     EXPECT_NEAR(residualOfPerfectCorrection(FlatOrigin::WithTest, 2), 1, 0.04);
     EXPECT_NEAR(residualOfPerfectCorrection(FlatOrigin::WithoutTest, 10), 1, 0.04);
@@ -85,7 +85,7 @@ TrialResult result(std::size_t failed, double residual, std::size_t right, doubl
     return made;
 }
 
-TEST(AdaptiveRanking, asksItsQuestionsInOrder) {
+TEST(AdaptiveRanking, AsksItsQuestionsInOrder) {
     const auto best = [](std::vector<TrialResult> results) { return bestOf(results); };
     EXPECT_EQ(best({result(1, 1.0, 9, 1, 9), result(0, 5.0, 0, 5, 0)}), 1u);
     EXPECT_EQ(best({result(0, 9.0, 10, 1, 9), result(0, 1.0, 8, 5, 0)}), 1u); // right, but spoilt frames
@@ -96,7 +96,7 @@ TEST(AdaptiveRanking, asksItsQuestionsInOrder) {
     EXPECT_EQ(best({result(0, INFINITY, 0, 1, 1), result(0, 2.0, 0, 1, 0)}), 1u);
 }
 
-TEST(AdaptiveChoices, triesWhatIsNotFixedAndFitsTheFrames) {
+TEST(AdaptiveChoices, TriesWhatIsNotFixedAndFitsTheFrames) {
     SettingsTree settings;
     settings.set(adaptiveGroup, "Kernel", std::string("1"));
     settings.set(adaptiveGroup, "PPEnabled", true);
@@ -115,7 +115,7 @@ TEST(AdaptiveChoices, triesWhatIsNotFixedAndFitsTheFrames) {
     EXPECT_EQ(AdaptiveChoices(settings, {}, 3).tileSizes.size(), 1u);
 }
 
-TEST(TrialFolder, removesThoseOfProgramsThatWereKilledAndNoOthers) {
+TEST(TrialFolder, RemovesThoseOfProgramsThatWereKilledAndNoOthers) {
     const TemporaryFolder folder;
     std::filesystem::create_directory(folder / ".ombrel-trial-abcdef"); // of someone else: without a lock
     const TrialFolder alive(folder.path);

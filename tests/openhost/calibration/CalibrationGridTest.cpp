@@ -21,7 +21,7 @@ std::string refusal(const std::vector<GridPoint>& taken, const std::vector<GridP
     return errorOf([&] { CalibrationGrid(taken, holes); });
 }
 
-TEST(CalibrationGrid, sortsItsValuesAndOrdersThePointsWithEFastest) {
+TEST(CalibrationGrid, SortsItsValuesAndOrdersThePointsWithEFastest) {
     const std::vector<GridPoint> taken = {{2, 5, 1}, {1, 5, -0.0f}, {2, 5, 0}};
     const CalibrationGrid grid(taken, std::vector<GridPoint>{{1, 5, 1}});
     EXPECT_THAT(grid.v(), ElementsAre(1, 2));
@@ -31,7 +31,7 @@ TEST(CalibrationGrid, sortsItsValuesAndOrdersThePointsWithEFastest) {
     EXPECT_THAT(grid.points(), ElementsAre(Optional(1u), std::nullopt, Optional(2u), Optional(0u)));
 }
 
-TEST(CalibrationGrid, listsThePointsThatAreMissing) {
+TEST(CalibrationGrid, ListsThePointsThatAreMissing) {
     EXPECT_THAT(refusal({{1, 1, 0.1f}, {2, 2, 0.1f}}),
                 HasSubstr("2 of 4 grid points are missing: 1,2,0.1; 2,1,0.1; add a file"));
     EXPECT_THAT(refusal({{1, 1, 1}, {2, 2, 1}}, {{1, 2, 1}}),
@@ -43,7 +43,7 @@ TEST(CalibrationGrid, listsThePointsThatAreMissing) {
                 HasSubstr("999999999900000 of 1000000000000000 grid points are missing: "));
 }
 
-TEST(CalibrationGrid, refusesPointsThatMakeNoGrid) {
+TEST(CalibrationGrid, RefusesPointsThatMakeNoGrid) {
     EXPECT_THAT(refusal({}), HasSubstr("no point"));
     EXPECT_THAT(refusal({{1, 1, 1}, {1, 1, 1}}), HasSubstr("1,1,1 is named twice"));
     EXPECT_THAT(refusal({{1, 1, 1}, {1, 1, 2}}, {{1, 1, 2}}),

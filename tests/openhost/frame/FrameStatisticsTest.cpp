@@ -46,7 +46,7 @@ FrameStatistics plainFigures(const std::vector<double>& values) {
     return figures;
 }
 
-TEST(FrameStatistics, areThoseOfEveryPixelTypeAndLength) {
+TEST(FrameStatistics, AreThoseOfEveryPixelTypeAndLength) {
     std::mt19937_64 random(4);
     for (zt::u8 type = 0; type <= zt::DT_DOUBLE; ++type)
         for (std::size_t size = 2; size < 40; ++size) {
@@ -64,7 +64,7 @@ TEST(FrameStatistics, areThoseOfEveryPixelTypeAndLength) {
         }
 }
 
-TEST(FrameStatistics, leaveOutWhatIsNotFinite) {
+TEST(FrameStatistics, LeaveOutWhatIsNotFinite) {
     std::mt19937_64 random(5);
     const std::vector<double> kinds = {notANumber, infinity, -infinity, 0, -0.0, 1000, 1001, 1002};
     for (std::size_t size = 1; size < 40; ++size) {
@@ -85,7 +85,7 @@ TEST(FrameStatistics, leaveOutWhatIsNotFinite) {
 }
 
 // A spread of a hundred-millionth is lost in the difference of two squares.
-TEST(FrameStatistics, keepTheDigitsOfASmallSpread) {
+TEST(FrameStatistics, KeepTheDigitsOfASmallSpread) {
     std::vector<double> values(1000);
     for (std::size_t i = 0; i < values.size(); ++i)
         values[i] = 1e8 + (i % 2 ? 1 : -1);

@@ -17,7 +17,7 @@ namespace {
 constexpr float infinity = std::numeric_limits<float>::infinity();
 constexpr float nan = std::numeric_limits<float>::quiet_NaN();
 
-TEST(AICImage, takesItsShapeFromTheElementCountAsItGrows) {
+TEST(AICImage, TakesItsShapeFromTheElementCountAsItGrows) {
     AICImage image;
     for (int i = 0; i < 6; ++i)
         image.push_back(static_cast<float>(i));
@@ -38,7 +38,7 @@ TEST(AICImage, takesItsShapeFromTheElementCountAsItGrows) {
     EXPECT_EQ(image.cols() + image.rows(), 0);
 }
 
-TEST(AICImage, multipliesItsSidesAsWrapping32BitIntegers) {
+TEST(AICImage, MultipliesItsSidesAsWrapping32BitIntegers) {
     AICImage image(2, 2);
     EXPECT_THROW(image.zeros(-1, 3), std::length_error);
     EXPECT_EQ(image.pixels().size(), 4u);
@@ -49,7 +49,7 @@ TEST(AICImage, multipliesItsSidesAsWrapping32BitIntegers) {
     EXPECT_THAT(image.pixels(), ElementsAre(1, 1, 1, 1, 1, 1));
 }
 
-TEST(AICImage, refusesPixelsOutside) {
+TEST(AICImage, RefusesPixelsOutside) {
     AICImage image = imageOf(3, 2, {0, 1, 2, 3, 4, 5});
     AICImage small(2, 1);
     EXPECT_EQ(image.at(5, 0), 5); // the index counts, not the column
@@ -64,7 +64,7 @@ TEST(AICImage, refusesPixelsOutside) {
     EXPECT_THROW(AICImage().median_3(0), std::out_of_range);
 }
 
-TEST(AICImage, copiesWholeOrByRegion) {
+TEST(AICImage, CopiesWholeOrByRegion) {
     const AICImage image = imageOf(3, 2, {0, 1, 2, 3, 4, 5});
     AICImage target(3, 2);
     image.copyTo(&target, 1, 0, 2, 2);
@@ -76,7 +76,7 @@ TEST(AICImage, copiesWholeOrByRegion) {
     EXPECT_EQ(image.at(0, 0), 0);
 }
 
-TEST(AICImage, calculatesPixelByPixelAsFarAsBothGo) {
+TEST(AICImage, CalculatesPixelByPixelAsFarAsBothGo) {
     const AICImage a = imageOf(4, 1, {3, 0, -1, 8});
     const AICImage b = imageOf(3, 1,
                                {
@@ -106,7 +106,7 @@ TEST(AICImage, calculatesPixelByPixelAsFarAsBothGo) {
     EXPECT_THAT(intoThird(&AICImage::div), ElementsAre(1.5, IsNan(), -infinity, 0));
 }
 
-TEST(AICImage, thresholdsLeaveEqualPixelsAndNaN) {
+TEST(AICImage, ThresholdsLeaveEqualPixelsAndNaN) {
     const auto after = [](void (AICImage::*threshold)(float, float)) {
         AICImage image = imageOf(4, 1, {0.5f, 1.0f, 1.5f, nan});
         (image.*threshold)(1.0f, 5.0f);
@@ -118,7 +118,7 @@ TEST(AICImage, thresholdsLeaveEqualPixelsAndNaN) {
     EXPECT_THAT(after(&AICImage::threshold_ibin), ElementsAre(5, 0, 0, 0));
 }
 
-TEST(AICImage, findsExtremesByTheRuleOfTheStandardLibrary) {
+TEST(AICImage, FindsExtremesByTheRuleOfTheStandardLibrary) {
     AICImage zeros(32, 1);
     zeros.at(5, 0, -0.0f);
     std::ranges::fill(zeros.pixels().first(5), 1.0f);
@@ -138,7 +138,7 @@ TEST(AICImage, findsExtremesByTheRuleOfTheStandardLibrary) {
     }
 }
 
-TEST(AICImage, sumsInDoubleAndRoundsWhereTold) {
+TEST(AICImage, SumsInDoubleAndRoundsWhereTold) {
     constexpr float big = 1 << 24; // where floats stop holding every integer
     const AICImage image = imageOf(3, 2, {big, 1, 1, 1, 1, 1});
     EXPECT_EQ(image.sum(), big + 4); // 2^24 + 5 rounded once
@@ -149,7 +149,7 @@ TEST(AICImage, sumsInDoubleAndRoundsWhereTold) {
     EXPECT_EQ(AICImage().sum(), 0);
 }
 
-TEST(AICImage, normalizesInTheOrderOfTheFormula) {
+TEST(AICImage, NormalizesInTheOrderOfTheFormula) {
     const AICImage image = imageOf(3, 1, {0.1f, 0.3f, 0.5f});
     AICImage inPlace = image;
     AICImage third;
@@ -162,7 +162,7 @@ TEST(AICImage, normalizesInTheOrderOfTheFormula) {
     EXPECT_THAT(flat.pixels(), Each(IsNan()));
 }
 
-TEST(AICImage, stretchesToBytes) {
+TEST(AICImage, StretchesToBytes) {
     std::vector<unsigned char> bytes;
     imageOf(3, 1, {0, 1, 2}).convert_to_uchar(&bytes);
     EXPECT_THAT(bytes, ElementsAre(0, 128, 255));
@@ -185,7 +185,7 @@ void paintBorders(AICImage& image, int step, int half, float value) {
     }
 }
 
-TEST(AICImage, paintsBordersAlongTheRunningIndex) {
+TEST(AICImage, PaintsBordersAlongTheRunningIndex) {
     for (const auto& [cols, rows, step, half] : {std::array{16, 16, 8, 2},
                                                  {15, 9, 4, 1},
                                                  {7, 20, 5, 3},
@@ -227,7 +227,7 @@ AICImage correlate(const AICImage& image, const std::vector<float>& kernel, int 
     return result;
 }
 
-TEST(AICImage, correlatesInTheOrderOfTheDefinition) {
+TEST(AICImage, CorrelatesInTheOrderOfTheDefinition) {
     std::mt19937 random(4);
     for (const int size : {0, 1, 2, 3, 4, 5, 7}) {
         for (const auto& [cols, rows] : {std::pair{1, 1}, {3, 3}, {4, 9}, {23, 6}, {35, 11}}) {
@@ -243,7 +243,7 @@ TEST(AICImage, correlatesInTheOrderOfTheDefinition) {
     }
 }
 
-TEST(AICImage, takesTheMedianWithEdgePixelsRepeated) {
+TEST(AICImage, TakesTheMedianWithEdgePixelsRepeated) {
     EXPECT_EQ(imageOf(2, 2, {1, 2, 3, 4}).median_3(0), 2);
     EXPECT_EQ(imageOf(3, 3, {9, 1, 8, 2, 7, 3, 6, 4, 5}).median_3(4), 5);
     // Comparisons with NaN are false, so that it stays where it is and parts the pixels beside it.

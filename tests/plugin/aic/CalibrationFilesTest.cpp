@@ -21,7 +21,7 @@ constexpr auto badMask = "c_CalibrationImages::ReadImage image reading error\n"
 
 class CalibrationFiles : public HeapFixture {};
 
-TEST_F(CalibrationFiles, loadsAGridWithEOutermostLastAndItsMask) {
+TEST_F(CalibrationFiles, LoadsAGridWithEOutermostLastAndItsMask) {
     HeapBytes heap;
     heap.value(4).value(-1).block(2, 1, {0.5f, 2}).vector({3, 1}).vector({5}).vector({7, 8});
     heap.pair(1, 2).pair(3, 4).pair(5, 6).pair(7, 8);
@@ -50,7 +50,7 @@ TEST_F(CalibrationFiles, loadsAGridWithEOutermostLastAndItsMask) {
     EXPECT_EQ(logText(), "");
 }
 
-TEST_F(CalibrationFiles, tellsTheShapeOfTheStoredGridEvenWhereLoadingFails) {
+TEST_F(CalibrationFiles, TellsTheShapeOfTheStoredGridEvenWhereLoadingFails) {
     const std::vector<float> three{1, 2, 3};
     const std::vector<float> five{1, 2, 3, 4, 5};
     EXPECT_EQ(load(heapOf(three, three, three), 1), -1);
@@ -63,7 +63,7 @@ TEST_F(CalibrationFiles, tellsTheShapeOfTheStoredGridEvenWhereLoadingFails) {
     EXPECT_THAT(logText(), EndsWith(noVectors));
 }
 
-TEST_F(CalibrationFiles, refusesAFileThatIsNotThere) {
+TEST_F(CalibrationFiles, RefusesAFileThatIsNotThere) {
     EXPECT_EQ(store.Init(folder / "none", Store::InterpolationNone, log), -1);
     EXPECT_EQ(logText(), "c_CalibrationImages::Init error opening ff heap file\n");
     EXPECT_EQ(store.Init(folder.path.string(), Store::InterpolationNone, log), -1);
@@ -73,7 +73,7 @@ TEST_F(CalibrationFiles, refusesAFileThatIsNotThere) {
     EXPECT_EQ(Store().ReadImage("", nullptr), -1); // no log at all
 }
 
-TEST_F(CalibrationFiles, keepsHolesAndForeignSizesApartFromImages) {
+TEST_F(CalibrationFiles, KeepsHolesAndForeignSizesApartFromImages) {
     HeapBytes heap = heapOf({1}, {1}, {1, 2, 3, 4, 5});
     heap.hole().pair(1, 2).block(3, 1, {1, 2, 3}).block(-2, -3, {1, 2, 3, 4, 5, 6}).pair(3, 4);
     ASSERT_EQ(load(heap), 0);
@@ -91,7 +91,7 @@ TEST_F(CalibrationFiles, keepsHolesAndForeignSizesApartFromImages) {
     EXPECT_EQ(cols + rows, 0);
 }
 
-TEST_F(CalibrationFiles, judgesAbsurdImageSizes) {
+TEST_F(CalibrationFiles, JudgesAbsurdImageSizes) {
     constexpr int most = std::numeric_limits<int>::max();
     const auto loadBlock = [this](int cols, int rows) {
         return load(heapOf({1}, {1}, {1}).block(cols, rows, {}));
@@ -111,7 +111,7 @@ TEST_F(CalibrationFiles, judgesAbsurdImageSizes) {
     EXPECT_THROW(load(HeapBytes().value(1).value(1).block(3, -1, {})), std::length_error);
 }
 
-TEST_F(CalibrationFiles, takesACountThatTheFileCannotHoldAsAFailedRead) {
+TEST_F(CalibrationFiles, TakesACountThatTheFileCannotHoldAsAFailedRead) {
     for (const std::uint64_t count : {std::uint64_t{3}, std::uint64_t{1} << 61, ~std::uint64_t{0}}) {
         HeapBytes heap;
         heap.value(1).value(0).vector({1}).value(count).value(1.0f).value(2.0f);
@@ -120,7 +120,7 @@ TEST_F(CalibrationFiles, takesACountThatTheFileCannotHoldAsAFailedRead) {
     }
 }
 
-TEST_F(CalibrationFiles, survivesEveryTruncation) {
+TEST_F(CalibrationFiles, SurvivesEveryTruncation) {
     HeapBytes heap;
     heap.value(4).value(1).pair(0.5f, 2);
     const std::size_t maskHeaderEnd = 16;
@@ -152,7 +152,7 @@ TEST_F(CalibrationFiles, survivesEveryTruncation) {
     }
 }
 
-TEST_F(CalibrationFiles, writesAnImageBlockThatReadsBack) {
+TEST_F(CalibrationFiles, WritesAnImageBlockThatReadsBack) {
     std::mt19937 random(6);
     const AICImage image = hostileImage(5, 3, random);
     const std::string path = folder / "block.bin";
@@ -183,7 +183,7 @@ TEST_F(CalibrationFiles, writesAnImageBlockThatReadsBack) {
                              path + ")\n");
 }
 
-TEST_F(CalibrationFiles, readsTextImagesByTheirTotalCount) {
+TEST_F(CalibrationFiles, ReadsTextImagesByTheirTotalCount) {
     const std::string path = folder / "image.txt";
     store.Init(log);
     const auto read = [&](const std::string& text, AICImage image = {}) -> std::optional<AICImage> {
@@ -212,7 +212,7 @@ TEST_F(CalibrationFiles, readsTextImagesByTheirTotalCount) {
                                     (folder / "none") + ")\n"));
 }
 
-TEST_F(CalibrationFiles, writesTextImagesWithSixDigits) {
+TEST_F(CalibrationFiles, WritesTextImagesWithSixDigits) {
     const std::string path = folder / "image.txt";
     store.Init(log);
     EXPECT_EQ(store.WriteImageTxt(imageOf(2, 2, {1.0f / 3, 1234567, -0.0f, 1e-7f}), path), 0);

@@ -36,7 +36,7 @@ protected:
     const AICImage& image(std::size_t point) const { return store.Images.at(point).Image; }
 };
 
-TEST_F(CalibrationGrid, movesItsCursorInListOrderOverHoles) {
+TEST_F(CalibrationGrid, MovesItsCursorInListOrderOverHoles) {
     Store::Position found{};
     auto result = Store::ResultOk;
     store.Init(log);
@@ -59,7 +59,7 @@ TEST_F(CalibrationGrid, movesItsCursorInListOrderOverHoles) {
     EXPECT_EQ(found, store.Images.begin());
 }
 
-TEST_F(CalibrationGrid, walksAlongAnAxisOverHolesButNotIntoTheNextLine) {
+TEST_F(CalibrationGrid, WalksAlongAnAxisOverHolesButNotIntoTheNextLine) {
     HeapBytes heap = heapOf({1, 2, 3}, {1, 2}, {1, 2, 3});
     for (int i = 0; i < 18; ++i)
         i == 6 || i == 1 ? heap.hole() : heap.pair(static_cast<float>(i), 0);
@@ -77,7 +77,7 @@ TEST_F(CalibrationGrid, walksAlongAnAxisOverHolesButNotIntoTheNextLine) {
     EXPECT_EQ(logText(), "");
 }
 
-TEST_F(CalibrationGrid, saysWhichAxisItDoesNotKnow) {
+TEST_F(CalibrationGrid, SaysWhichAxisItDoesNotKnow) {
     ASSERT_EQ(load(heapOf({1}, {1}, {1}).pair(1, 2)), 0);
     Store::Position found{};
     auto result = Store::ResultOk;
@@ -93,7 +93,7 @@ TEST_F(CalibrationGrid, saysWhichAxisItDoesNotKnow) {
                              "c_CalibrationImages::GetPreviousImage setting vector type step error\n");
 }
 
-TEST_F(CalibrationGrid, fillsMidpointsFromTheAxisNearestToZero) {
+TEST_F(CalibrationGrid, FillsMidpointsFromTheAxisNearestToZero) {
     HeapBytes heap = heapOf({10, 20}, {1, 2}, {-1, 3});
     for (int i = 0; i < 8; ++i)
         heap.pair(static_cast<float>(i), static_cast<float>(i * i));
@@ -110,7 +110,7 @@ TEST_F(CalibrationGrid, fillsMidpointsFromTheAxisNearestToZero) {
     EXPECT_TRUE(std::ranges::none_of(store.Images, [](const auto& point) { return point.Image.empty(); }));
 }
 
-TEST_F(CalibrationGrid, fillsStoredHolesAndForeignSizesThatHaveNeighbours) {
+TEST_F(CalibrationGrid, FillsStoredHolesAndForeignSizesThatHaveNeighbours) {
     HeapBytes heap = heapOf({1}, {1}, {1, 2, 4, 5});
     heap.pair(3, 3).hole().block(3, 1, {1, 1, 1}).pair(15, 15);
     ASSERT_EQ(load(heap, 1), 0);
@@ -124,7 +124,7 @@ TEST_F(CalibrationGrid, fillsStoredHolesAndForeignSizesThatHaveNeighbours) {
     EXPECT_TRUE(image(1).empty()); // without interpolation holes stay
 }
 
-TEST_F(CalibrationGrid, dividesByZeroBetweenEqualParameters) {
+TEST_F(CalibrationGrid, DividesByZeroBetweenEqualParameters) {
     ASSERT_EQ(load(heapOf({1}, {1}, {2, 2}).pair(1, 2).pair(3, 2), 1), 0);
     EXPECT_THAT(image(1).at(0, 0), IsNan());
     ASSERT_EQ(load(heapOf({1}, {1}, {1}).pair(3, 2), 1), 0);
@@ -142,7 +142,7 @@ void fillByWalks(Store& grid) {
     }
 }
 
-TEST_F(CalibrationGrid, fillsHolesAsWalksFromEachOfThemDo) {
+TEST_F(CalibrationGrid, FillsHolesAsWalksFromEachOfThemDo) {
     constexpr float notANumber = std::numeric_limits<float>::quiet_NaN();
     constexpr float most = std::numeric_limits<float>::max();
     std::mt19937 random(9);
@@ -179,7 +179,7 @@ TEST_F(CalibrationGrid, fillsHolesAsWalksFromEachOfThemDo) {
 }
 
 // Hundreds of thousands of points: work that grew with their square would outlast every time limit.
-TEST_F(CalibrationGrid, loadsAGridOfHolesInOneGo) {
+TEST_F(CalibrationGrid, LoadsAGridOfHolesInOneGo) {
     std::vector<float> line(400);
     std::iota(line.begin(), line.end(), 0.0f);
     HeapBytes heap = heapOf({1}, line, line);
@@ -189,7 +189,7 @@ TEST_F(CalibrationGrid, loadsAGridOfHolesInOneGo) {
     EXPECT_EQ(store.Images.size(), 799u * 799u);
 }
 
-TEST_F(CalibrationGrid, leavesAPointThatNoAxisCanFill) {
+TEST_F(CalibrationGrid, LeavesAPointThatNoAxisCanFill) {
     ASSERT_EQ(load(heapOf({1, 2}, {1}, {1}).pair(1, 2).pair(3, 4)), 0);
     const Store::Position point = store.Images.begin();
     Store::Position a{};

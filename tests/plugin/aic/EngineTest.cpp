@@ -81,7 +81,7 @@ protected:
     c_AIC engine;
 };
 
-TEST_F(EngineTest, refusesWithALineWhatItWouldReadOutside) {
+TEST_F(EngineTest, RefusesWithALineWhatItWouldReadOutside) {
     EXPECT_EQ(statuses(frame(8)), std::vector<int>(4, -1)); // before any Init
 
     makeGrid(8, 3);
@@ -115,7 +115,7 @@ TEST_F(EngineTest, refusesWithALineWhatItWouldReadOutside) {
     expectRefused("mask of another size", frame(8), "mask size does not match image size\n");
 }
 
-TEST_F(EngineTest, takesAPositionOutsideTheGridAsNoPosition) {
+TEST_F(EngineTest, TakesAPositionOutsideTheGridAsNoPosition) {
     makeGrid(8, 3);
     ASSERT_EQ(engine.Init(cfg, true), 0);
     ImageContainer result;
@@ -124,7 +124,7 @@ TEST_F(EngineTest, takesAPositionOutsideTheGridAsNoPosition) {
         EXPECT_EQ(engine.FindOptimalCompensationLookAround(frame(8), centre, &result, &quality, ""), -1);
 }
 
-TEST_F(EngineTest, saysWhyAFrameCannotBeJudged) {
+TEST_F(EngineTest, SaysWhyAFrameCannotBeJudged) {
     makeGrid(8, 3);
     cfg.QfTileSize = 4;
     AICImage flat;
@@ -146,7 +146,7 @@ TEST_F(EngineTest, saysWhyAFrameCannotBeJudged) {
     EXPECT_THAT(failureOf(frame(8)), HasSubstr("CustomMaskFile"));
 }
 
-TEST_F(EngineTest, writesNumbersWithAPointUnderEveryLocale) {
+TEST_F(EngineTest, WritesNumbersWithAPointUnderEveryLocale) {
     makeGrid(8, 3);
     cfg.LogQualityValuesFile = "values.txt";
     cfg.DumpCompensationImages = true;
@@ -179,7 +179,7 @@ double peakMemory(Work work) {
     return (kilobytes("VmHWM:") - before) * 1024;
 }
 
-TEST_F(EngineTest, needsMemoryForTheGridAndAtMostOneOrderedCopy) {
+TEST_F(EngineTest, NeedsMemoryForTheGridAndAtMostOneOrderedCopy) {
 #if defined(__SANITIZE_ADDRESS__)
     GTEST_SKIP() << "the sanitizer keeps freed memory";
 #endif

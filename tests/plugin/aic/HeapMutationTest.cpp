@@ -65,7 +65,7 @@ void walkEverywhere(Store& store) {
 
 class HeapMutation : public HeapFixture {};
 
-TEST_F(HeapMutation, leavesALoadedStoreWholeOrFails) {
+TEST_F(HeapMutation, LeavesALoadedStoreWholeOrFails) {
     std::mt19937 random(8);
     int loaded = 0;
     for (int round = 0; round < mutationCount(); ++round) {

@@ -64,7 +64,7 @@ protected:
     std::unique_ptr<PluginOmbrel::AdaptiveFF, Destroy> filter{new PluginOmbrel::AdaptiveFF(&host, &device)};
 };
 
-TEST_F(AdaptiveFFTest, refusesFramesUntilACalibrationIsLoaded) {
+TEST_F(AdaptiveFFTest, RefusesFramesUntilACalibrationIsLoaded) {
     const auto frame = frameOf(flatField(1), 100);
     EXPECT_EQ(filter->loadFromSettings(&store), 0);
     EXPECT_EQ(filter->filter(frame.get()), nullptr);
@@ -74,7 +74,7 @@ TEST_F(AdaptiveFFTest, refusesFramesUntilACalibrationIsLoaded) {
     EXPECT_EQ(filter->parameters()->paramCount(), 0u);
 }
 
-TEST_F(AdaptiveFFTest, dividesByTheFlatFieldThatFits) {
+TEST_F(AdaptiveFFTest, DividesByTheFlatFieldThatFits) {
     writeCalibration();
     setForDivision();
     EXPECT_EQ(filter->loadFromSettings(&store), 0);
@@ -101,7 +101,7 @@ TEST_F(AdaptiveFFTest, dividesByTheFlatFieldThatFits) {
     EXPECT_THAT(log, IsEmpty());
 }
 
-TEST_F(AdaptiveFFTest, afterAFailedStartIsLoadedAndFailsOnFrames) {
+TEST_F(AdaptiveFFTest, AfterAFailedStartIsLoadedAndFailsOnFrames) {
     writeFileText(folder / "set.bin", "no calibration");
     EXPECT_EQ(filter->loadFromSettings(&store), 0);
     EXPECT_THAT(takeLog(), ElementsAre(notStarted));
@@ -126,7 +126,7 @@ TEST_F(AdaptiveFFTest, afterAFailedStartIsLoadedAndFailsOnFrames) {
     EXPECT_THAT(takeLog(), ElementsAre(notStarted, notCorrected));
 }
 
-TEST_F(AdaptiveFFTest, framesOfAnotherSizeFailAndThoseOfOneValueThrow) {
+TEST_F(AdaptiveFFTest, FramesOfAnotherSizeFailAndThoseOfOneValueThrow) {
     writeCalibration();
     EXPECT_EQ(filter->loadFromSettings(&store), 0);
     const auto small = ombrel::Frame::create(side, side - 1, zt::DT_DOUBLE);
@@ -140,7 +140,7 @@ TEST_F(AdaptiveFFTest, framesOfAnotherSizeFailAndThoseOfOneValueThrow) {
     EXPECT_EQ(ombrel::Frame::aliveCount(), before);
 }
 
-TEST_F(AdaptiveFFTest, appendsToWhatAnImageHolds) {
+TEST_F(AdaptiveFFTest, AppendsToWhatAnImageHolds) {
     AICImage image;
     const double values[] = {0.1, 2, 3, 4, 5, 6};
     filter->setAicImageData(values, 3, 1, &image);
@@ -151,7 +151,7 @@ TEST_F(AdaptiveFFTest, appendsToWhatAnImageHolds) {
     EXPECT_EQ(image.cols(), 4); // nine pixels do not fill two rows
 }
 
-TEST_F(AdaptiveFFTest, storesItsConfiguration) {
+TEST_F(AdaptiveFFTest, StoresItsConfiguration) {
     EXPECT_EQ(filter->saveToSettings(&store), 0);
     store.saveFile();
     const std::string text = fileText(folder / "set.xml");
@@ -171,7 +171,7 @@ TEST_F(AdaptiveFFTest, storesItsConfiguration) {
     }
 }
 
-TEST_F(AdaptiveFFTest, keepsWhatAStoreDoesNotHold) {
+TEST_F(AdaptiveFFTest, KeepsWhatAStoreDoesNotHold) {
     writeCalibration();
     setForDivision();
     store.setString("Settings", "LogQualityValuesFile", "values.txt");
@@ -195,7 +195,7 @@ TEST_F(AdaptiveFFTest, keepsWhatAStoreDoesNotHold) {
     EXPECT_THAT(log, IsEmpty());
 }
 
-TEST_F(AdaptiveFFTest, aChangedParameterStartsTheEngineAgain) {
+TEST_F(AdaptiveFFTest, AChangedParameterStartsTheEngineAgain) {
     writeCalibration();
     setForDivision();
     EXPECT_EQ(filter->loadFromSettings(&store), 0);

@@ -15,7 +15,7 @@ std::vector<double> valuesOf(const PluginOmbrel::Buffer<double>& buffer) {
     return {values.begin(), values.end()};
 }
 
-TEST_F(BHFilterMasksTest, takesFramesOfThreeTypesAndTheMeansOfTheirColumns) {
+TEST_F(BHFilterMasksTest, TakesFramesOfThreeTypesAndTheMeansOfTheirColumns) {
     EXPECT_EQ(filter->addMaskFromFrame(frameOf<short>(zt::DT_I16, {-1, 2, 3, 4}, 2).get(), 1, 3), 0);
     EXPECT_EQ(filter->addMaskFromFrame(frameOf<zt::u32>(zt::DT_U32, {4000000000u, 2, 3, 4}, 2).get(), 2, 3),
               0);
@@ -28,7 +28,7 @@ TEST_F(BHFilterMasksTest, takesFramesOfThreeTypesAndTheMeansOfTheirColumns) {
     EXPECT_EQ(filter->masks()[2]->name, "Mask 3");
 }
 
-TEST_F(BHFilterMasksTest, refusesWhatIsNoMaskAndKeepsItsSize) {
+TEST_F(BHFilterMasksTest, RefusesWhatIsNoMaskAndKeepsItsSize) {
     EXPECT_EQ(filter->addMaskFromFrame(nullptr, 1, 1), -1005);
     EXPECT_EQ(filter->addMaskFromFrame(frameOf<zt::u16>(zt::DT_U16, {1, 2, 3, 4}).get(), 1, 1), -1005);
     EXPECT_THAT(takeLog(),
@@ -44,7 +44,7 @@ TEST_F(BHFilterMasksTest, refusesWhatIsNoMaskAndKeepsItsSize) {
     EXPECT_EQ(addMask(Values(8, 1), 2), 0); // an empty set takes any size
 }
 
-TEST_F(BHFilterMasksTest, sumsTheFramesOfFilesAndTheirTimes) {
+TEST_F(BHFilterMasksTest, SumsTheFramesOfFilesAndTheirTimes) {
     auto timed = frameOf(Values(12, 2));
     timed->setAcqTime(0.5);
     host.frames().defineFrame("a", std::move(timed));
@@ -66,7 +66,7 @@ TEST_F(BHFilterMasksTest, sumsTheFramesOfFilesAndTheirTimes) {
     EXPECT_EQ(filter->masks().size(), 2u);
 }
 
-TEST_F(BHFilterMasksTest, logsTwoLinesForAFileThatCannotBeRead) {
+TEST_F(BHFilterMasksTest, LogsTwoLinesForAFileThatCannotBeRead) {
     const std::string path = folder / "none.tif";
     EXPECT_EQ(filter->addMaskFromFile(path.c_str(), 1, 1), -1005);
     EXPECT_THAT(takeLog(), ElementsAre("Cannot load mask from file (" + path + ")", "Frame cannot be null"));
@@ -74,7 +74,7 @@ TEST_F(BHFilterMasksTest, logsTwoLinesForAFileThatCannotBeRead) {
     EXPECT_EQ(filter->addMaskFromFile("mask", 1, BHFilter::AUTO), 0); // its missing time shows later
 }
 
-TEST_F(BHFilterMasksTest, sumsAcquiredFramesOrTheChosenSubFrame) {
+TEST_F(BHFilterMasksTest, SumsAcquiredFramesOrTheChosenSubFrame) {
     EXPECT_EQ(filter->addMaskFromAcqData(1), -1);
     EXPECT_THAT(takeLog(), ElementsAre("No data measured."));
 
@@ -103,7 +103,7 @@ TEST_F(BHFilterMasksTest, sumsAcquiredFramesOrTheChosenSubFrame) {
     EXPECT_EQ(filter->masks()[1]->acqTime, 3);
 }
 
-TEST_F(BHFilterMasksTest, becomeLogarithmsOnceAndUpToAMaskWithoutATime) {
+TEST_F(BHFilterMasksTest, BecomeLogarithmsOnceAndUpToAMaskWithoutATime) {
     addMask(Values(12, 8), 1, 8);
     addMask(Values(12, 0), 2, 0);
     addMask(Values(12, 4), 3, 1);
@@ -133,7 +133,7 @@ protected:
     std::unique_ptr<ombrel::Settings> store = host.openSettings(path);
 };
 
-TEST_F(BHFilterSettingsTest, giveBackTheFilterToTheLastBit) {
+TEST_F(BHFilterSettingsTest, GiveBackTheFilterToTheLastBit) {
     addTwoMasks();
     const auto frame = frameOf({0.3, 0.2, 0.1, 1e-9, 5, 0, 0.3, 0.2, 0.1, 1e-9, 5, -1});
     const Values expected = corrected(*filter, *frame);
@@ -158,12 +158,12 @@ TEST_F(BHFilterSettingsTest, giveBackTheFilterToTheLastBit) {
     EXPECT_EQ(again->getInt("Settings", "MaskCount", -1), 0);
 }
 
-TEST_F(BHFilterSettingsTest, areLeftAloneByAFilterThatNeverHadMasks) {
+TEST_F(BHFilterSettingsTest, AreLeftAloneByAFilterThatNeverHadMasks) {
     EXPECT_EQ(filter->saveToSettings(store.get()), 0);
     EXPECT_EQ(store->getInt("Settings", "MaskCount", -7), -7);
 }
 
-TEST_F(BHFilterSettingsTest, skipWhatTheStoreDoesNotHoldWhole) {
+TEST_F(BHFilterSettingsTest, SkipWhatTheStoreDoesNotHoldWhole) {
     store->setInt("Settings", "MaskCount", 2000000000);
     storeMask("Mask0", 12, 4, 11);         // fewer values than told
     storeMask("Mask1", 2000000000, 4, 12); // far more than stored

@@ -13,7 +13,7 @@ using BHFilterTest = BHFilterFixture;
 constexpr const char* noTime = "Acquisition time cannot be zero";
 constexpr const char* maskSizesDiffer = "Cannot interpolate bad pixels - frame dimensions do not match";
 
-TEST_F(BHFilterTest, refusesInOneLineWithACode) {
+TEST_F(BHFilterTest, RefusesInOneLineWithACode) {
     const auto frame = frameOf(Values(12, 1));
     EXPECT_EQ(filter->filter(frame.get()), nullptr);
     EXPECT_EQ(filter->filterReplace(frame.get()), -1017);
@@ -26,7 +26,7 @@ TEST_F(BHFilterTest, refusesInOneLineWithACode) {
     EXPECT_THAT(fresh->masks(), IsEmpty());
 }
 
-TEST_F(BHFilterTest, readsThicknessOffTheRate) {
+TEST_F(BHFilterTest, ReadsThicknessOffTheRate) {
     addTwoMasks();
     auto frame = frameOf(Values(12, 5 * std::exp(-1.5)));
     frame->setAcqTime(5);
@@ -40,7 +40,7 @@ TEST_F(BHFilterTest, readsThicknessOffTheRate) {
 }
 
 // Where masks fall from each to the next, which is remembered, they are searched in another way.
-TEST_F(BHFilterTest, seesMasksThatChangeBetweenFrames) {
+TEST_F(BHFilterTest, SeesMasksThatChangeBetweenFrames) {
     const auto addLevel = [&](double level, double thickness) {
         EXPECT_EQ(filter->addMaskFromFrame(frameOf(Values(48, std::exp(level)), 12).get(), thickness, 1), 0);
     };
@@ -57,7 +57,7 @@ TEST_F(BHFilterTest, seesMasksThatChangeBetweenFrames) {
     EXPECT_THAT(corrected(*filter, *frame), Each(DoubleNear(-5, 1e-14)));
 }
 
-TEST_F(BHFilterTest, takesTheMeansOfColumnsWithTDI) {
+TEST_F(BHFilterTest, TakesTheMeansOfColumnsWithTDI) {
     // Rows differ, the means of the columns are 1 to 4 times e^-1 and e^-2.
     Values thin, thick, counts;
     for (const double row : {0.5, 1.0, 1.5})
@@ -76,7 +76,7 @@ TEST_F(BHFilterTest, takesTheMeansOfColumnsWithTDI) {
     EXPECT_EQ(corrected(*filter, *frameOf(counts, 3)).size(), 12u);
 }
 
-TEST_F(BHFilterTest, asksForTheTimeAtTheFirstPositivePixelWithTDI) {
+TEST_F(BHFilterTest, AsksForTheTimeAtTheFirstPositivePixelWithTDI) {
     addTwoMasks();
     filter->setInterpolateBadPixelsEnabled(false);
     filter->setTDI(true);
@@ -89,7 +89,7 @@ TEST_F(BHFilterTest, asksForTheTimeAtTheFirstPositivePixelWithTDI) {
     EXPECT_EQ(pixelsOf(*dark), Values(12, 0));
 }
 
-TEST_F(BHFilterTest, letsARawMaskTakePart) {
+TEST_F(BHFilterTest, LetsARawMaskTakePart) {
     addMask(Values(12, 3), 1, 0);
     addMask(Values(12, 1), 2, 1);
     EXPECT_THAT(corrected(*filter, *frameOf(Values(12, std::exp(2.0)))), Each(DoubleNear(1.5, 1e-15)));
@@ -113,7 +113,7 @@ protected:
     }
 };
 
-TEST_F(BHFilterBadPixelsTest, areThoseWhoseMasksDoNotFall) {
+TEST_F(BHFilterBadPixelsTest, AreThoseWhoseMasksDoNotFall) {
     EXPECT_EQ(filter->generateBadPixels(), 0);
     EXPECT_EQ(badPixelText(), "");
     addMasksWithOneBadPixel();
@@ -124,7 +124,7 @@ TEST_F(BHFilterBadPixelsTest, areThoseWhoseMasksDoNotFall) {
     EXPECT_EQ(badPixelText(), "0 1 0 0\n0 1 0 0\n0 1 0 0\n");
 }
 
-TEST_F(BHFilterBadPixelsTest, areFilledFromTheirNeighbours) {
+TEST_F(BHFilterBadPixelsTest, AreFilledFromTheirNeighbours) {
     addMasksWithOneBadPixel();
     Values counts(12, std::exp(-1.5));
     counts[5] = 100;
@@ -134,7 +134,7 @@ TEST_F(BHFilterBadPixelsTest, areFilledFromTheirNeighbours) {
     EXPECT_GT(std::abs(corrected(*filter, *frameOf(counts))[5] - 1.5), 0.1);
 }
 
-TEST_F(BHFilterBadPixelsTest, areFilledOrFinalOnTheNextFrameByWhatTheOneBeforeLeft) {
+TEST_F(BHFilterBadPixelsTest, AreFilledOrFinalOnTheNextFrameByWhatTheOneBeforeLeft) {
     // What a pixel of rate e^-1.25 becomes that was 0 on the frame before.
     const auto afterZero = [this](std::size_t pixel) {
         filter = newFilter();
@@ -152,7 +152,7 @@ TEST_F(BHFilterBadPixelsTest, areFilledOrFinalOnTheNextFrameByWhatTheOneBeforeLe
     EXPECT_THAT(afterZero(5), DoubleNear(1.5, 1e-14));
 }
 
-TEST_F(BHFilterBadPixelsTest, areLeftWhenTheyAreTooMany) {
+TEST_F(BHFilterBadPixelsTest, AreLeftWhenTheyAreTooMany) {
     addTwoMasks();
     filter->setUseZeroPixelsAsBad(true);
     Values counts(12, 0);
@@ -167,7 +167,7 @@ TEST_F(BHFilterBadPixelsTest, areLeftWhenTheyAreTooMany) {
     EXPECT_EQ(frame->pixels<double>()[0], 0);
 }
 
-TEST_F(BHFilterBadPixelsTest, comeFromFilesOfBothKinds) {
+TEST_F(BHFilterBadPixelsTest, ComeFromFilesOfBothKinds) {
     addTwoMasks();
     EXPECT_EQ(loadMatrix(oneBad), 0);
     EXPECT_EQ(badPixelText(), oneBad);
@@ -191,7 +191,7 @@ TEST_F(BHFilterBadPixelsTest, comeFromFilesOfBothKinds) {
 }
 
 // An empty table would be taken for masks without a bad pixel.
-TEST_F(BHFilterBadPixelsTest, areStillLookedForAfterAFileThatCannotBeOpened) {
+TEST_F(BHFilterBadPixelsTest, AreStillLookedForAfterAFileThatCannotBeOpened) {
     addMasksWithOneBadPixel();
     EXPECT_EQ(filter->loadBadPixelsFromFile((folder / "none").c_str()), -1);
     EXPECT_EQ(badPixelText(), "");
@@ -200,7 +200,7 @@ TEST_F(BHFilterBadPixelsTest, areStillLookedForAfterAFileThatCannotBeOpened) {
     EXPECT_THAT(corrected(*filter, *frameOf(counts)), Each(DoubleNear(1.5, 1e-14)));
 }
 
-TEST_F(BHFilterBadPixelsTest, ofEarlierMasksServeFramesThatTheyCover) {
+TEST_F(BHFilterBadPixelsTest, OfEarlierMasksServeFramesThatTheyCover) {
     const auto fill = [this](zt::u32 pixels) {
         filter->removeAllMasks();
         addMask(Values(pixels, std::exp(-1.0)), 1);
@@ -215,7 +215,7 @@ TEST_F(BHFilterBadPixelsTest, ofEarlierMasksServeFramesThatTheyCover) {
     EXPECT_THAT(takeLog(), IsEmpty());
 }
 
-TEST_F(BHFilterBadPixelsTest, ofNoMaskHaveTheSizeOfTheDevice) {
+TEST_F(BHFilterBadPixelsTest, OfNoMaskHaveTheSizeOfTheDevice) {
     EXPECT_EQ(loadMatrix(""), -2);
     EXPECT_EQ(badPixelText(), "0 0 0 0 0 0 0 0 0 0 0 0 ");
     // The size stands now, and all pixels become 0; but there is nothing to make bad pixels of.

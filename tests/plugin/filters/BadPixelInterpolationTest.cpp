@@ -39,7 +39,7 @@ MaskedFrame rampFrame(int width, int height) {
     return frame;
 }
 
-TEST(BadPixelInterpolation, aLonePixelBecomesTheMeanWeightedByInverseDistance) {
+TEST(BadPixelInterpolation, ALonePixelBecomesTheMeanWeightedByInverseDistance) {
     MaskedFrame frame(9, 9);
     frame.maskAt(4, 4) = 1;
     frame.at(4, 4) = 1e300;
@@ -51,7 +51,7 @@ TEST(BadPixelInterpolation, aLonePixelBecomesTheMeanWeightedByInverseDistance) {
     EXPECT_EQ(frame.maskAt(4, 4), 1);
 }
 
-TEST(BadPixelInterpolation, moreThanThreeEighthsOfTheNeighboursMustBeKnown) {
+TEST(BadPixelInterpolation, MoreThanThreeEighthsOfTheNeighboursMustBeKnown) {
     // In a row the neighbourhood has 5 cells, at its ends 3: two known ones are enough, one is not.
     MaskedFrame row(8, 1);
     row.data = {2, 9, 9, 9, 4, 6, 8, 9};
@@ -64,7 +64,7 @@ TEST(BadPixelInterpolation, moreThanThreeEighthsOfTheNeighboursMustBeKnown) {
     EXPECT_EQ(row.at(1, 0), (2.0 + row.at(2, 0) + row.at(3, 0) * 0.5) / 2.5);
 }
 
-TEST(BadPixelInterpolation, halfOfThePixelsMayBeBad) {
+TEST(BadPixelInterpolation, HalfOfThePixelsMayBeBad) {
     MaskedFrame frame = rampFrame(4, 4);
     for (std::size_t i = 0; i < 16; i += 2)
         frame.mask[i] = 7;
@@ -77,7 +77,7 @@ TEST(BadPixelInterpolation, halfOfThePixelsMayBeBad) {
     EXPECT_EQ(frame.mask, before.mask);
 }
 
-TEST(BadPixelInterpolation, anEmptyFrameIsDone) {
+TEST(BadPixelInterpolation, AnEmptyFrameIsDone) {
     EXPECT_EQ(MaskedFrame(0, 0).interpolate(), 0);
     EXPECT_EQ(MaskedFrame(0, 5).interpolate(), 0);
     EXPECT_EQ(MaskedFrame(5, 0).interpolate(), 0);
@@ -115,7 +115,7 @@ void expectSame(const MaskedFrame& actual, const MaskedFrame& expected) {
     }
 }
 
-TEST(BadPixelInterpolation, givesTheBitsOfThePlainPassesOnEveryShapeAndMask) {
+TEST(BadPixelInterpolation, GivesTheBitsOfThePlainPassesOnEveryShapeAndMask) {
     std::mt19937 random(23);
     const std::pair<int, int> shapes[] = {{1, 1},     {1, 40},   {40, 1},  {2, 7},  {5, 5},
                                           {7, 3},     {16, 16},  {33, 17}, {64, 9}, {65, 40},
@@ -135,7 +135,7 @@ TEST(BadPixelInterpolation, givesTheBitsOfThePlainPassesOnEveryShapeAndMask) {
     PluginOmbrel::useBaselineKernels = false;
 }
 
-TEST(BadPixelInterpolation, passesTakeAndLeaveTheCodesOfEarlierOnes) {
+TEST(BadPixelInterpolation, PassesTakeAndLeaveTheCodesOfEarlierOnes) {
     std::mt19937 random(29);
     PluginOmbrel::FillFront front;
     for (int repeat = 0; repeat < 200; ++repeat) {
@@ -170,7 +170,7 @@ void markArea(MaskedFrame& frame, std::mt19937& random) {
         }
 }
 
-TEST(BadPixelInterpolation, givesTheBitsOfThePlainPassesInWideAreas) {
+TEST(BadPixelInterpolation, GivesTheBitsOfThePlainPassesInWideAreas) {
     std::mt19937 random(31);
     PluginOmbrel::FillFront front;
     for (int repeat = 0; repeat < 150; ++repeat) {

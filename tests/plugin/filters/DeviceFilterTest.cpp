@@ -22,7 +22,7 @@ public:
 };
 
 // One instance may get frames and other data on several threads at once: nothing of it may change.
-TEST(Binning, staysAsItIsInEveryByte) {
+TEST(Binning, StaysAsItIsInEveryByte) {
     std::vector<std::string> lines;
     ombrel::Host host([&](const std::string& line) { lines.push_back(line); });
     PluginOmbrel::Binning2x2 filter(&host, &host.addDevice(1, 2, 2));
@@ -67,7 +67,7 @@ public:
     void subFrames(zt::IPtrList<zt::IMpxFrame*>*) const override {}
 };
 
-TEST(Binning, takesTheShapeOfItsInput) {
+TEST(Binning, TakesTheShapeOfItsInput) {
     ombrel::Host host(nullptr);
     PluginOmbrel::Binning2x2 filter(&host, &host.addDevice(1, 2, 2));
     const FlatClones frame;
@@ -122,7 +122,7 @@ public:
     zt::IFilterMgr* filterMgr() override { return host.filterMgr(); }
 };
 
-TEST(AdaptiveFF, isWholeWhileItsParametersEnd) {
+TEST(AdaptiveFF, IsWholeWhileItsParametersEnd) {
     const TemporaryFolder folder;
     LastChangeHost host;
     auto* const filter = new PluginOmbrel::AdaptiveFF(&host, &host.host.addDevice(1, 2, 2));
@@ -154,14 +154,14 @@ void expectQuietEnd(ombrel::Device& device, ombrel::FramePtr frame, Filter& filt
 }
 
 using EndedFFFilterTest = FFFilterFixture;
-TEST_F(EndedFFFilterTest, takesNoSubFrame) {
+TEST_F(EndedFFFilterTest, TakesNoSubFrame) {
     expectQuietEnd(
         device, frameOf(Values(6, 1)), filter,
         [this] { return filter->loadCoefficientsFromAcquisition(true); });
 }
 
 using EndedBHFilterTest = BHFilterFixture;
-TEST_F(EndedBHFilterTest, takesNoSubFrame) {
+TEST_F(EndedBHFilterTest, TakesNoSubFrame) {
     expectQuietEnd(
         device, frameOf(Values(12, 1)), filter, [this] { return filter->addMaskFromAcqData(1); });
 }
@@ -203,7 +203,7 @@ private:
 };
 
 using SilentFFStoreTest = FFFilterFixture;
-TEST_F(SilentFFStoreTest, leavesTablesOfThisSizeAndMakesOthersOnes) {
+TEST_F(SilentFFStoreTest, LeavesTablesOfThisSizeAndMakesOthersOnes) {
     const auto settings = host.openSettings(folder / "ff.xml");
     SilentStore store(*settings);
     filter = filterWith({1, 2, 3, 4, 5, 6});
@@ -216,7 +216,7 @@ TEST_F(SilentFFStoreTest, leavesTablesOfThisSizeAndMakesOthersOnes) {
 }
 
 using SilentBHStoreTest = BHFilterFixture;
-TEST_F(SilentBHStoreTest, makesMasksOfZeros) {
+TEST_F(SilentBHStoreTest, MakesMasksOfZeros) {
     const auto settings = host.openSettings(folder / "bh.xml");
     SilentStore store(*settings);
     settings->setInt("Settings", "MaskCount", 1);

@@ -50,7 +50,7 @@ namespace {
 
 using FFFilterAllocationTest = FFFilterFixture;
 
-TEST_F(FFFilterAllocationTest, aFrameThatIsDoubleAlreadyTakesNoMemory) {
+TEST_F(FFFilterAllocationTest, AFrameThatIsDoubleAlreadyTakesNoMemory) {
     device.pixels().setMask(std::vector<zt::u8>{1, 0, 1, 1, 1, 1});
     filter = filterWith({1, 2, 3, 4, 5, 6});
     filter->setInterpolateBadMaskedPixels(true);

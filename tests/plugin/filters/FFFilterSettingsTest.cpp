@@ -24,7 +24,7 @@ protected:
     const Values ones = Values(6, 1);
 };
 
-TEST_F(FFFilterSettingsTest, aStoreGivesBackTheFilterToTheLastBit) {
+TEST_F(FFFilterSettingsTest, AStoreGivesBackTheFilterToTheLastBit) {
     host.frames().defineFrame("flat", frameOf({0.1, 0.2, 0.7, 1e-300, 0, 3}));
     ASSERT_EQ(filter->loadCoefficientsFromFile("flat", false), 0);
     filter->setInterpolateBadMaskedPixels(false);
@@ -52,13 +52,13 @@ TEST_F(FFFilterSettingsTest, aStoreGivesBackTheFilterToTheLastBit) {
     EXPECT_THAT(takeLog(), IsEmpty());
 }
 
-TEST_F(FFFilterSettingsTest, withoutCoefficientsNothingIsStored) {
+TEST_F(FFFilterSettingsTest, WithoutCoefficientsNothingIsStored) {
     filter->useTDI(true);
     EXPECT_EQ(filter->saveToSettings(store.get()), 0);
     EXPECT_FALSE(store->getBool("FF", "UseTDI", false));
 }
 
-TEST_F(FFFilterSettingsTest, theLimitsForCoefficientsAreRead) {
+TEST_F(FFFilterSettingsTest, TheLimitsForCoefficientsAreRead) {
     filter = filterWith({1, 1, 1, 1, 3, 1});
     filter->saveToSettings(store.get());
     store->setBool("FF", "Interpolate", true);
@@ -69,7 +69,7 @@ TEST_F(FFFilterSettingsTest, theLimitsForCoefficientsAreRead) {
     EXPECT_NEAR(corrected(*filter, *frameOf(Values(6, 4)))[4], 4, 1e-12);
 }
 
-TEST_F(FFFilterSettingsTest, aTableThatIsNotStoredStaysOrIsOnes) {
+TEST_F(FFFilterSettingsTest, ATableThatIsNotStoredStaysOrIsOnes) {
     filter = filterWith({1, 2, 3, 4, 5, 6});
     EXPECT_EQ(loadedInto(*filter), (Values{1, 2, 3, 4, 5, 6}));
     EXPECT_EQ(coefficientsOf(*filter, 6, true), ones);
@@ -86,7 +86,7 @@ TEST_F(FFFilterSettingsTest, aTableThatIsNotStoredStaysOrIsOnes) {
     EXPECT_THAT(takeLog(), ElementsAre("Flat-field settings hold no Coeffs. Each coefficient is 1"));
 }
 
-TEST_F(FFFilterSettingsTest, columnsWithoutASizeAreAsManyAsThePixels) {
+TEST_F(FFFilterSettingsTest, ColumnsWithoutASizeAreAsManyAsThePixels) {
     filter = filterWith({1, 2, 3, 4, 5, 6});
     store->setInt("FF", "CoeffsSize", 6);
     setTable("Coeffs", {6, 5, 4, 3, 2, 1});
@@ -98,7 +98,7 @@ TEST_F(FFFilterSettingsTest, columnsWithoutASizeAreAsManyAsThePixels) {
     EXPECT_THAT(takeLog(), IsEmpty());
 }
 
-TEST_F(FFFilterSettingsTest, sizesThatTheStoreDoesNotBearOutChangeNothing) {
+TEST_F(FFFilterSettingsTest, SizesThatTheStoreDoesNotBearOutChangeNothing) {
     filter = filterWith({1, 2, 3, 4, 5, 6});
     setTable("TDICoeffs", {7, 8, 9});
     for (const auto& [size, tdiSize] :
@@ -115,7 +115,7 @@ TEST_F(FFFilterSettingsTest, sizesThatTheStoreDoesNotBearOutChangeNothing) {
     EXPECT_EQ(loadedInto(*filter), (Values{1, 2, 3, 4, 5, 6}));
 }
 
-TEST_F(FFFilterSettingsTest, tablesLargerThanTheDeviceAreRead) {
+TEST_F(FFFilterSettingsTest, TablesLargerThanTheDeviceAreRead) {
     Values large(100);
     for (std::size_t i = 0; i < large.size(); ++i)
         large[i] = static_cast<double>(i);

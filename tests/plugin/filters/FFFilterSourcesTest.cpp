@@ -25,7 +25,7 @@ protected:
     const std::string sizesDiffer = "Frame dimensions do not match";
 };
 
-TEST_F(FFFilterSourcesTest, aFlatFieldBecomesItsMedianOverEachValue) {
+TEST_F(FFFilterSourcesTest, AFlatFieldBecomesItsMedianOverEachValue) {
     EXPECT_EQ(load({flat("flat", {1, 2, 3, 4, 0, 8})}), 0);
     EXPECT_EQ(coefficientsOf(*filter), (Values{2, 1, 2.0 / 3, 0.5, 0, 0.25}));
     EXPECT_EQ(filter->coeffsSourceName, "flat");
@@ -35,7 +35,7 @@ TEST_F(FFFilterSourcesTest, aFlatFieldBecomesItsMedianOverEachValue) {
     EXPECT_THAT(takeLog(), IsEmpty());
 }
 
-TEST_F(FFFilterSourcesTest, columnsAreAveragedTermByTerm) {
+TEST_F(FFFilterSourcesTest, ColumnsAreAveragedTermByTerm) {
     // One third is added three times over: the sum of the values first would give other bits.
     ombrel::Device& tall = host.addDevice(1, 1, 3);
     PluginOmbrel::FFFilter own(&host, &tall);
@@ -48,7 +48,7 @@ TEST_F(FFFilterSourcesTest, columnsAreAveragedTermByTerm) {
     EXPECT_EQ(coefficientsOf(*filter, 3 * 2, true), (Values{1 / first, 1, 0.2, 1 / first, 1, 0.2}));
 }
 
-TEST_F(FFFilterSourcesTest, allFramesOfAllFilesWeighTheSame) {
+TEST_F(FFFilterSourcesTest, AllFramesOfAllFilesWeighTheSame) {
     const std::string a = flat("a", {1, 2, 3, 4, 5, 6});
     const std::string b = flat("b", {3, 2, 1, 0, 5, 6});
     const std::string ascii = written("c.txt", "5 2 5 2\n5 6 junk behind");
@@ -62,7 +62,7 @@ TEST_F(FFFilterSourcesTest, allFramesOfAllFilesWeighTheSame) {
                       median / (15 * third), median / (18 * third)}));
 }
 
-TEST_F(FFFilterSourcesTest, preparedFilesAreTakenAsTheyAre) {
+TEST_F(FFFilterSourcesTest, PreparedFilesAreTakenAsTheyAre) {
     writtenTable("a.ffc", {1, 2, 3, 4, 5, 6});
     writtenTable("offc", {3, 2, 1, 0, 5, -6});
     EXPECT_EQ(load({folder / "a.ffc"}), 0);
@@ -76,7 +76,7 @@ TEST_F(FFFilterSourcesTest, preparedFilesAreTakenAsTheyAre) {
     EXPECT_EQ(coefficientsOf(*filter), (Values{1, 1, 1, 1, 2.0 / 5, 2.0 / 6}));
 }
 
-TEST_F(FFFilterSourcesTest, preparedFilesTellTheirSizeByTheirLength) {
+TEST_F(FFFilterSourcesTest, PreparedFilesTellTheirSizeByTheirLength) {
     writtenTable("long.ffc", {1, 2, 3, 4, 5, 6, 7});
     EXPECT_EQ(load({folder / "long.ffc"}), 0);
     EXPECT_EQ(coefficientsOf(*filter, 7), (Values{1, 2, 3, 4, 5, 6, 7}));
@@ -90,14 +90,14 @@ TEST_F(FFFilterSourcesTest, preparedFilesTellTheirSizeByTheirLength) {
     EXPECT_THAT(takeLog(), ElementsAre("No flat-field coefficients loaded"));
 }
 
-TEST_F(FFFilterSourcesTest, preparedFilesLeaveTheColumnsOfTheEarlierSource) {
+TEST_F(FFFilterSourcesTest, PreparedFilesLeaveTheColumnsOfTheEarlierSource) {
     ASSERT_EQ(load({flat("flat", {1, 2, 4, 1, 2, 4})}), 0);
     writtenTable("a.ffc", {1, 2, 3, 4, 5, 6});
     ASSERT_EQ(load({folder / "a.ffc"}), 0);
     EXPECT_EQ(coefficientsOf(*filter, 6, true), (Values{2, 1, 0.5, 2, 1, 0.5}));
 }
 
-TEST_F(FFFilterSourcesTest, failuresAreLoggedAndLeaveOnes) {
+TEST_F(FFFilterSourcesTest, FailuresAreLoggedAndLeaveOnes) {
     EXPECT_EQ(load({}), -1);
     EXPECT_EQ(filter->coeffsSourceName, "<Multiple files>");
     EXPECT_EQ(coefficientsOf(*filter), ones);
@@ -121,7 +121,7 @@ TEST_F(FFFilterSourcesTest, failuresAreLoggedAndLeaveOnes) {
     EXPECT_EQ(coefficientsOf(*filter), ones);
 }
 
-TEST_F(FFFilterSourcesTest, theLastFilesCodeCountsWhereItHasOne) {
+TEST_F(FFFilterSourcesTest, TheLastFilesCodeCountsWhereItHasOne) {
     const std::string good = written("good.txt", "1 1 1 1 1 2");
     const std::string shortOne = written("short.txt", "1");
     const Values expected{1, 1, 1, 1, 1, 0.5};
@@ -134,7 +134,7 @@ TEST_F(FFFilterSourcesTest, theLastFilesCodeCountsWhereItHasOne) {
     EXPECT_EQ(coefficientsOf(*filter), expected);
 }
 
-TEST_F(FFFilterSourcesTest, flatsOfOtherSizesAreRefused) {
+TEST_F(FFFilterSourcesTest, FlatsOfOtherSizesAreRefused) {
     EXPECT_EQ(load({flat("small", {1, 2, 3, 4}, 2)}), -1005);
     EXPECT_THAT(takeLog(), ElementsAre(sizesDiffer));
     EXPECT_EQ(coefficientsOf(*filter), ones);
@@ -146,7 +146,7 @@ TEST_F(FFFilterSourcesTest, flatsOfOtherSizesAreRefused) {
     EXPECT_THAT(coefficientsOf(*filter), IsEmpty());
 }
 
-TEST_F(FFFilterSourcesTest, savesPreparedTablesThatOnlyTheBinaryFormGivesBack) {
+TEST_F(FFFilterSourcesTest, SavesPreparedTablesThatOnlyTheBinaryFormGivesBack) {
     const std::string unsaved = folder / "unsaved.ffc";
     EXPECT_EQ(filter->saveCoefficientsToFile(unsaved.c_str(), false), 0);
     EXPECT_THAT(takeLog(), ElementsAre("Cannot save flat-field coefficients to file " + unsaved +
@@ -180,7 +180,7 @@ protected:
     }
 };
 
-TEST_F(FFFilterAcquisitionTest, takesTheLastFrameOrTheSumOfAll) {
+TEST_F(FFFilterAcquisitionTest, TakesTheLastFrameOrTheSumOfAll) {
     acquire({{1, 1, 1, 1, 1, 7}, {1, 1, 1, 1, 1, 3}});
     EXPECT_EQ(filter->loadCoefficientsFromAcquisition(false), 0);
     EXPECT_EQ(coefficientsOf(*filter), (Values{1, 1, 1, 1, 1, 1.0 / 3}));
@@ -190,7 +190,7 @@ TEST_F(FFFilterAcquisitionTest, takesTheLastFrameOrTheSumOfAll) {
     EXPECT_EQ(filter->coeffsSourceName, "<From all measured frames>");
 }
 
-TEST_F(FFFilterAcquisitionTest, keepsTheCoefficientsWhenNothingFitsWasMeasured) {
+TEST_F(FFFilterAcquisitionTest, KeepsTheCoefficientsWhenNothingFitsWasMeasured) {
     filter = filterWith({1, 2, 3, 4, 5, 6});
     EXPECT_EQ(filter->loadCoefficientsFromAcquisition(true), -1);
     EXPECT_THAT(takeLog(), ElementsAre("Cannot load flat-field coefficients. No frames measured"));
@@ -201,7 +201,7 @@ TEST_F(FFFilterAcquisitionTest, keepsTheCoefficientsWhenNothingFitsWasMeasured) 
     EXPECT_EQ(coefficientsOf(*filter), (Values{1, 2, 3, 4, 5, 6}));
 }
 
-TEST_F(FFFilterAcquisitionTest, asksOnceWhichSubFrameToTake) {
+TEST_F(FFFilterAcquisitionTest, AsksOnceWhichSubFrameToTake) {
     std::vector<ombrel::FramePtr> frames;
     for (int i = 0; i < 2; ++i) {
         frames.push_back(frameOf({3, 3, 3, 3, 3, 6}));

@@ -14,7 +14,7 @@ constexpr const char* noCoefficients = "No flat-field coefficients loaded";
 constexpr const char* sizesDiffer = "Frame dimensions do not match";
 constexpr const char* maskSizesDiffer = "Cannot interpolate bad pixels - frame dimensions do not match";
 
-TEST_F(FFFilterTest, refusesInOneLineAndLeavesTheFrame) {
+TEST_F(FFFilterTest, RefusesInOneLineAndLeavesTheFrame) {
     filter->setUseZeroPixelsForBadPixels(true);
     const auto frame = frameOf<zt::u16>(zt::DT_U16, {1, 2, 3, 4, 5, 6});
     EXPECT_EQ(filter->filter(frame.get()), nullptr);
@@ -28,7 +28,7 @@ TEST_F(FFFilterTest, refusesInOneLineAndLeavesTheFrame) {
     EXPECT_EQ(frame->frameDataType(), zt::DT_U16);
 }
 
-TEST_F(FFFilterTest, multipliesACopyOrTheFrameItself) {
+TEST_F(FFFilterTest, MultipliesACopyOrTheFrameItself) {
     const Filter multiplying = filterWith({0.5, -1, 0, 1e300, 3, 1.0 / 3});
     const auto frame = frameOf<zt::u16>(zt::DT_U16, {1, 2, 3, 40000, 5, 6});
     const Values expected{0.5, -2, 0, 40000 * 1e300, 15, 6 * (1.0 / 3)};
@@ -43,7 +43,7 @@ TEST_F(FFFilterTest, multipliesACopyOrTheFrameItself) {
     EXPECT_THAT(takeLog(), IsEmpty());
 }
 
-TEST_F(FFFilterTest, inTdiModeAColumnSharesOneCoefficient) {
+TEST_F(FFFilterTest, InTdiModeAColumnSharesOneCoefficient) {
     host.frames().defineFrame("flat", frameOf({1, 2, 4, 3, 6, 12}));
     ASSERT_EQ(filter->loadCoefficientsFromFile("flat", false), 0);
     filter->useTDI(true);
@@ -56,7 +56,7 @@ TEST_F(FFFilterTest, inTdiModeAColumnSharesOneCoefficient) {
     EXPECT_EQ(pixelsOf(*inPlace), expected);
 }
 
-TEST_F(FFFilterTest, withoutCoefficientsOfColumnsTdiTakesThoseOfPixels) {
+TEST_F(FFFilterTest, WithoutCoefficientsOfColumnsTdiTakesThoseOfPixels) {
     const Filter prepared = filterWith({1, 2, 3, 4, 5, 6});
     prepared->useTDI(true);
     EXPECT_EQ(corrected(*prepared, *frameOf(Values(6, 1))), (Values{1, 2, 3, 4, 5, 6}));
@@ -83,7 +83,7 @@ protected:
     }
 };
 
-TEST_F(BadPixelSourceTest, zeroPixelsAreFoundInFourTypesOfFrames) {
+TEST_F(BadPixelSourceTest, ZeroPixelsAreFoundInFourTypesOfFrames) {
     EXPECT_TRUE(isFilledWhere<zt::i16>(zt::DT_I16, 0));
     EXPECT_TRUE(isFilledWhere<zt::u32>(zt::DT_U32, 0));
     EXPECT_TRUE(isFilledWhere<zt::u64>(zt::DT_U64, 0));
@@ -97,13 +97,13 @@ TEST_F(BadPixelSourceTest, zeroPixelsAreFoundInFourTypesOfFrames) {
     EXPECT_TRUE(isFilledWhere<zt::u64>(zt::DT_U64, zt::u64{1} << 63));
 }
 
-TEST_F(BadPixelSourceTest, zeroPixelsAreThoseOfTheMeasuredFrame) {
+TEST_F(BadPixelSourceTest, ZeroPixelsAreThoseOfTheMeasuredFrame) {
     setUp({1, 1, 1, 1, 0, 1});
     EXPECT_FALSE(isFilledWhere<double>(zt::DT_DOUBLE, 7));
     EXPECT_TRUE(isFilledWhere<double>(zt::DT_DOUBLE, 0));
 }
 
-TEST_F(BadPixelSourceTest, extremeCoefficientsAreBadBeyondTheLimits) {
+TEST_F(BadPixelSourceTest, ExtremeCoefficientsAreBadBeyondTheLimits) {
     for (const double coefficient : {5.0, 0.2, 5.000001, 0.199999, 0.0}) {
         setUp({1, 1, 1, 1, coefficient, 1});
         filter->setUseFFCoeffsForBadPixels(true);
@@ -112,7 +112,7 @@ TEST_F(BadPixelSourceTest, extremeCoefficientsAreBadBeyondTheLimits) {
     }
 }
 
-TEST_F(BadPixelSourceTest, maskedPixelsOfTheDeviceAreAdded) {
+TEST_F(BadPixelSourceTest, MaskedPixelsOfTheDeviceAreAdded) {
     device.pixels().setMask(std::vector<zt::u8>{1, 1, 1, 1, 0, 7});
     EXPECT_TRUE(isFilledWhere<double>(zt::DT_DOUBLE, 100));
     filter->setUseDeviceMaskForBadPixels(false);
@@ -126,7 +126,7 @@ TEST_F(BadPixelSourceTest, maskedPixelsOfTheDeviceAreAdded) {
     EXPECT_THAT(takeLog(), IsEmpty());
 }
 
-TEST_F(BadPixelSourceTest, aDeviceMaskOfAnotherSizeIsPassedOver) {
+TEST_F(BadPixelSourceTest, ADeviceMaskOfAnotherSizeIsPassedOver) {
     setUp(Values(8, 1));
     device.pixels().setMask(std::vector<zt::u8>(6, 0));
     const Values result = corrected(*filter, *frameOf({4, 4, 4, 4, 4, 4, 0, 9}, 4));
@@ -139,21 +139,21 @@ TEST_F(BadPixelSourceTest, aDeviceMaskOfAnotherSizeIsPassedOver) {
 }
 
 // The bytes after the device's mask are zeros, which would mark pixels.
-TEST_F(BadPixelSourceTest, aDeviceMaskIsReadNoFurtherThanItReaches) {
+TEST_F(BadPixelSourceTest, ADeviceMaskIsReadNoFurtherThanItReaches) {
     const std::array<unsigned char, 6> bytes{1, 0, 1, 0, 0, 0};
     std::array<unsigned char, 6> mask{};
     PluginOmbrel::markMaskedPixels(std::span(bytes).first(3), mask);
     EXPECT_THAT(mask, ElementsAre(0, 1, 0, 0, 0, 0));
 }
 
-TEST_F(BadPixelSourceTest, withoutAnyMaskEachFrameIsMultipliedAndLogged) {
+TEST_F(BadPixelSourceTest, WithoutAnyMaskEachFrameIsMultipliedAndLogged) {
     setUp(Values(6, 2));
     filter->setUseZeroPixelsForBadPixels(false);
     EXPECT_EQ(corrected(*filter, *frameOf({0, 1, 2, 3, 4, 5})), (Values{0, 2, 4, 6, 8, 10}));
     EXPECT_THAT(takeLog(), ElementsAre(maskSizesDiffer));
 }
 
-TEST_F(BadPixelSourceTest, moreThanHalfBadStaysMultiplied) {
+TEST_F(BadPixelSourceTest, MoreThanHalfBadStaysMultiplied) {
     setUp(Values(6, 2));
     EXPECT_EQ(corrected(*filter, *frameOf({0, 0, 0, 0, 4, 5})), (Values{0, 0, 0, 0, 8, 10}));
     EXPECT_THAT(takeLog(), ElementsAre("Too many bad pixels (4) to interpolate."));
@@ -161,7 +161,7 @@ TEST_F(BadPixelSourceTest, moreThanHalfBadStaysMultiplied) {
     EXPECT_THAT(takeLog(), IsEmpty());
 }
 
-TEST_F(BadPixelSourceTest, interpolationAloneRefusesOtherFrames) {
+TEST_F(BadPixelSourceTest, InterpolationAloneRefusesOtherFrames) {
     EXPECT_EQ(filter->interpolateBadPixels(frameOf<float>(zt::DT_FLOAT, std::vector<float>(6)).get()), -1005);
     EXPECT_THAT(takeLog(), ElementsAre("Cannot interpolate bad pixels - frame is not of type double"));
     EXPECT_EQ(filter->interpolateBadPixels(frameOf(Values(6, 1)).get()), -1005);

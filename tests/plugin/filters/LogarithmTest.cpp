@@ -61,7 +61,7 @@ double worstUlps(const std::vector<double>& values) {
     return worst;
 }
 
-TEST(Logarithm, isWithinOneUlpOverTheWholeRange) {
+TEST(Logarithm, IsWithinOneUlpOverTheWholeRange) {
     std::mt19937_64 random(11);
     std::vector<double> everywhere, nearOne, denormal;
     for (int i = 0; i < 200000; ++i) {
@@ -80,7 +80,7 @@ TEST(Logarithm, isWithinOneUlpOverTheWholeRange) {
               1);
 }
 
-TEST(Logarithm, tellsWhatHasNone) {
+TEST(Logarithm, TellsWhatHasNone) {
     const double notANumber = std::numeric_limits<double>::quiet_NaN();
     const std::vector<double> results =
         logarithmsOf({1, 0, -0.0, INFINITY, -1, -5e-324, -INFINITY, notANumber, -notANumber});

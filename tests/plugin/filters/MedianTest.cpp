@@ -30,7 +30,7 @@ void expectAsBisected(const Values& values, const char* what) {
     }
 }
 
-TEST(Median, isTheMiddleValueOrTheLowerOfTwo) {
+TEST(Median, IsTheMiddleValueOrTheLowerOfTwo) {
     EXPECT_EQ(PluginOmbrel::medianOf(Values{}), 0.0);
     EXPECT_EQ(PluginOmbrel::medianOf(Values{7}), 7.0);
     EXPECT_EQ(PluginOmbrel::medianOf(Values{1, 2, 3, 4}), 2.0);
@@ -50,7 +50,7 @@ auto oneOf(const double (&choice)[Count]) {
     return [values = std::to_array(choice)](std::mt19937_64& random) { return values[random() % Count]; };
 }
 
-TEST(Median, hasTheBitsOfTheBisectionOnEveryKindOfTable) {
+TEST(Median, HasTheBitsOfTheBisectionOnEveryKindOfTable) {
     constexpr double huge = std::numeric_limits<double>::max();
     constexpr double tiny = std::numeric_limits<double>::denorm_min();
     const Kind kinds[] = {
@@ -92,7 +92,7 @@ TEST(Median, hasTheBitsOfTheBisectionOnEveryKindOfTable) {
 }
 
 // The sample that narrows the search down is misled by tables that look different where it looks.
-TEST(Median, isRightWhereASampleMisleads) {
+TEST(Median, IsRightWhereASampleMisleads) {
     const std::size_t count = 65536;
     Values steps(count), spike(count, 1.0);
     for (std::size_t i = 0; i < count; ++i) {

@@ -35,7 +35,7 @@ protected:
     ~MultiplyTest() override { PluginOmbrel::useBaselineKernels = false; }
 };
 
-TEST_P(MultiplyTest, givesTheProductsWhateverTheLengthAndTheStart) {
+TEST_P(MultiplyTest, GivesTheProductsWhateverTheLengthAndTheStart) {
     for (std::size_t count = 0; count < 70; ++count)
         for (const std::size_t start : {0u, 1u, 3u}) {
             std::vector<double> pixels = hostileValues(count + start, 1);
@@ -48,7 +48,7 @@ TEST_P(MultiplyTest, givesTheProductsWhateverTheLengthAndTheStart) {
         }
 }
 
-TEST_P(MultiplyTest, columnsTakeTheirFactorsAgainInEachRow) {
+TEST_P(MultiplyTest, ColumnsTakeTheirFactorsAgainInEachRow) {
     for (const std::size_t columns : {1u, 2u, 7u, 16u, 33u})
         for (const std::size_t count : {0u, 5u, 33u, 100u}) {
             std::vector<double> pixels = hostileValues(count, 3);

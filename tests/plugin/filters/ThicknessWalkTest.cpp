@@ -100,7 +100,7 @@ void makeFall(std::vector<PlainMask>& masks) {
     }
 }
 
-TEST(ThicknessWalk, followsTheLinesBetweenMasks) {
+TEST(ThicknessWalk, FollowsTheLinesBetweenMasks) {
     const std::vector<PlainMask> masks = {{{-1, -1, -1, -1}, 1}, {{-2, -2, -2, -2}, 2}};
     Values counts = {std::exp(-1.5), std::exp(-0.5), std::exp(-3.0), 0};
     PluginOmbrel::replaceByThickness(counts, 1, tablesOf(masks), {});
@@ -108,7 +108,7 @@ TEST(ThicknessWalk, followsTheLinesBetweenMasks) {
                                     testing::DoubleNear(3, 1e-15), 0));
 }
 
-TEST(ThicknessWalk, withOneMaskKeepsTheLogarithmBelowItAndGivesZeroFromItOn) {
+TEST(ThicknessWalk, WithOneMaskKeepsTheLogarithmBelowItAndGivesZeroFromItOn) {
     const std::vector<PlainMask> one = {{{0, 0, 0, 0, notANumber}, 5}};
     Values counts = {2.0, 1.0, 0.5, -1, 0.5};
     PluginOmbrel::replaceByThickness(counts, 1, tablesOf(one), {});
@@ -117,7 +117,7 @@ TEST(ThicknessWalk, withOneMaskKeepsTheLogarithmBelowItAndGivesZeroFromItOn) {
     EXPECT_THAT(counts, ElementsAre(0, 0, 0, 0, 0));
 }
 
-TEST(ThicknessWalk, isThePlainWalkForEveryNumberOfMasksAndPixels) {
+TEST(ThicknessWalk, IsThePlainWalkForEveryNumberOfMasksAndPixels) {
     std::mt19937_64 random(5);
     std::uniform_real_distribution<double> unit(0, 1);
     for (std::size_t maskCount = 0; maskCount < 20; ++maskCount)
@@ -137,7 +137,7 @@ TEST(ThicknessWalk, isThePlainWalkForEveryNumberOfMasksAndPixels) {
         }
 }
 
-TEST(ThicknessWalk, isThePlainWalkOnHostileValues) {
+TEST(ThicknessWalk, IsThePlainWalkOnHostileValues) {
     const Values hostile = {0,     -0.0,  -1,       5e-324,    -5e-324,    1e-310,        1, 2,   0.3, 1e10,
                             1e300, 1e308, INFINITY, -INFINITY, notANumber, std::exp(1.0), 7, 0.01};
     std::mt19937_64 random(9);
@@ -169,7 +169,7 @@ TEST(ThicknessWalk, isThePlainWalkOnHostileValues) {
     }
 }
 
-TEST(ThicknessWalk, turnsMasksIntoLogarithmsOfTheirRate) {
+TEST(ThicknessWalk, TurnsMasksIntoLogarithmsOfTheirRate) {
     Values counts = {10, 0, -3, notANumber, 4, INFINITY, 2};
     PluginOmbrel::replaceByLogarithm(counts, 2);
     EXPECT_THAT(counts, ElementsAre(logarithm(5), 0, 0, 0, logarithm(2), INFINITY, 0));

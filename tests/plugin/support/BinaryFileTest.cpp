@@ -9,7 +9,7 @@
 
 namespace {
 
-TEST(BinaryFile, writesReplacesAndAppends) {
+TEST(BinaryFile, WritesReplacesAndAppends) {
     TemporaryFolder folder;
     const std::string path = folder / "data.bin";
     unsigned char bytes[] = {'a', 0, 'b'};
@@ -20,7 +20,7 @@ TEST(BinaryFile, writesReplacesAndAppends) {
     EXPECT_EQ(fileText(path), "");
 }
 
-TEST(BinaryFile, readsTheFirstBytesOrAsManyAsThereAre) {
+TEST(BinaryFile, ReadsTheFirstBytesOrAsManyAsThereAre) {
     TemporaryFolder folder;
     const std::string path = folder / "data.bin";
     writeFileText(path, "abc");
@@ -32,7 +32,7 @@ TEST(BinaryFile, readsTheFirstBytesOrAsManyAsThereAre) {
     EXPECT_EQ(readBinary(path.c_str(), nullptr, 0), FILE_OK);
 }
 
-TEST(BinaryFile, saysWhatCannotBeOpenedReadOrWritten) {
+TEST(BinaryFile, SaysWhatCannotBeOpenedReadOrWritten) {
     TemporaryFolder folder;
     unsigned char byte = 0;
     EXPECT_EQ(readBinary(nullptr, &byte, 1), FILE_NOT_OPENED);

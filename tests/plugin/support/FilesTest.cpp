@@ -13,7 +13,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-TEST(WildcardMask, matchesWholeNames) {
+TEST(WildcardMask, MatchesWholeNames) {
     const char* const matching[][2] = {{"a.txt", "*.txt"}, {"abc", "a*c"},    {"a.b.c", "*.c"},
                                        {"abc", "a?c"},     {"", "***"},       {"", ""},
                                        {"abc", "*"},       {"abcbd", "a*b?"}, {"a*b", "a*b"},
@@ -27,7 +27,7 @@ TEST(WildcardMask, matchesWholeNames) {
         EXPECT_EQ(matchMask(name, mask), 0) << name << " " << mask;
 }
 
-TEST(PathParts, areCutAtTheLastSlashAndTheLastDot) {
+TEST(PathParts, AreCutAtTheLastSlashAndTheLastDot) {
     EXPECT_EQ(getFileDir("/a/b/c.txt"), "/a/b");
     EXPECT_EQ(getFileDir("/x"), "");
     EXPECT_EQ(getFileDir("x"), "");
@@ -58,7 +58,7 @@ protected:
     TemporaryFolder other;
 };
 
-TEST_F(TreeTest, listsWhatFitsTheMask) {
+TEST_F(TreeTest, ListsWhatFitsTheMask) {
     EXPECT_THAT(listed("*.txt", false, false), UnorderedElementsAre("a.txt", "b.txt"));
     EXPECT_THAT(listed("*", false, false), UnorderedElementsAre("a.txt", "b.txt", "c.dat", "sub"));
     EXPECT_THAT(listed("*", true, false), UnorderedElementsAre("a.txt", "b.txt", "c.dat"));
@@ -66,7 +66,7 @@ TEST_F(TreeTest, listsWhatFitsTheMask) {
     EXPECT_THAT(listed(".*", false, false), ElementsAre());
 }
 
-TEST_F(TreeTest, listingAddsToWhatIsThereAndLeavesItWhenTheDirectoryIsNone) {
+TEST_F(TreeTest, ListingAddsToWhatIsThereAndLeavesItWhenTheDirectoryIsNone) {
     std::vector<std::string> names{"old"};
     EXPECT_EQ(listFilesInDir((folder / "none").c_str(), "*", false, false, names), -5);
     EXPECT_EQ(listFilesInDir((folder / "a.txt").c_str(), "*", false, false, names), -5);
@@ -75,7 +75,7 @@ TEST_F(TreeTest, listingAddsToWhatIsThereAndLeavesItWhenTheDirectoryIsNone) {
     EXPECT_THAT(names, ElementsAre("old", "a.txt"));
 }
 
-TEST_F(TreeTest, copiesAFileOverWhatWasThere) {
+TEST_F(TreeTest, CopiesAFileOverWhatWasThere) {
     writeFileText(other / "copy", "something longer than the source");
     EXPECT_EQ(copyFile((folder / "a.txt").c_str(), (other / "copy").c_str()), 0);
     EXPECT_EQ(fileText(other / "copy"), "a.txt");
@@ -85,7 +85,7 @@ TEST_F(TreeTest, copiesAFileOverWhatWasThere) {
     EXPECT_EQ(copyFile(nullptr, (other / "copy").c_str()), -1);
 }
 
-TEST_F(TreeTest, copyingATreeSkipsTheFirstEntryOfEachDirectory) {
+TEST_F(TreeTest, CopyingATreeSkipsTheFirstEntryOfEachDirectory) {
     const std::string target = other / "made/on/the/way";
     EXPECT_EQ(copyFileDir(folder.path.string(), target), 0);
     EXPECT_FALSE(fs::exists(target + "/a.txt"));
@@ -94,7 +94,7 @@ TEST_F(TreeTest, copyingATreeSkipsTheFirstEntryOfEachDirectory) {
     EXPECT_TRUE(fs::is_regular_file(target + "/sub"));
 }
 
-TEST_F(TreeTest, copyingATreeEntersASubDirectoryThatComesFirst) {
+TEST_F(TreeTest, CopyingATreeEntersASubDirectoryThatComesFirst) {
     fs::rename(folder / "sub", folder / "Sub");
     EXPECT_EQ(copyFileDir(folder.path.string(), other.path.string()), 0);
     EXPECT_EQ(fileText(other / "Sub/e.txt"), "sub/e.txt");
@@ -102,13 +102,13 @@ TEST_F(TreeTest, copyingATreeEntersASubDirectoryThatComesFirst) {
     EXPECT_EQ(fileText(other / "a.txt"), "a.txt");
 }
 
-TEST_F(TreeTest, aTreeThatIsNotThereCopiesNothing) {
+TEST_F(TreeTest, ATreeThatIsNotThereCopiesNothing) {
     EXPECT_EQ(copyFileDir("", other / "copy"), -1);
     EXPECT_EQ(copyFileDir(folder / "none", other / "copy"), 0);
     EXPECT_FALSE(fs::exists(other / "copy"));
 }
 
-TEST_F(TreeTest, removesFilesAndTreesButNotWhatLinksLeadTo) {
+TEST_F(TreeTest, RemovesFilesAndTreesButNotWhatLinksLeadTo) {
     fs::create_directory_symlink(other.path, folder / "sub/link");
     writeFileText(other / "kept", "");
     EXPECT_EQ(deleteFileDir(folder / "a.txt"), 0);
@@ -118,7 +118,7 @@ TEST_F(TreeTest, removesFilesAndTreesButNotWhatLinksLeadTo) {
     EXPECT_EQ(deleteFileDir(folder.path), -1);
 }
 
-TEST_F(TreeTest, comparesFilesByContentWhateverTheBuffer) {
+TEST_F(TreeTest, ComparesFilesByContentWhateverTheBuffer) {
     const std::string a = folder / "a", b = folder / "b";
     const auto equal = [&](const std::string& textA, const std::string& textB, unsigned long bufferSize) {
         writeFileText(a, textA);

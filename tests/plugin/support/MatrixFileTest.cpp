@@ -43,13 +43,13 @@ using Doubles = std::vector<double>;
 using Words = std::vector<unsigned short>;
 using Bytes = std::vector<unsigned char>;
 
-TEST_F(MatrixFileTest, rowsEndInANewlineAndOnlyAnUnfinishedOneInABlank) {
+TEST_F(MatrixFileTest, RowsEndInANewlineAndOnlyAnUnfinishedOneInABlank) {
     EXPECT_EQ(written<int>(DT_I32, {1, -2, 3, 4, 5, 6}, 3), "1 -2 3\n4 5 6\n");
     EXPECT_EQ(written<int>(DT_I32, {1, 2, 3}, 2), "1 2\n3 ");
     EXPECT_EQ(written<int>(DT_I32, {}, 1), "");
 }
 
-TEST_F(MatrixFileTest, printsEachTypeInItsFormat) {
+TEST_F(MatrixFileTest, PrintsEachTypeInItsFormat) {
     EXPECT_EQ(written<unsigned char>(DT_U8, {0, 255}, 2), "0 255\n");
     EXPECT_EQ(written<short>(DT_I16, {-32768, 7}, 2), "-32768 7\n");
     EXPECT_EQ(written<unsigned short>(DT_U16, {65535, 7}, 2), "65535 7\n");
@@ -58,7 +58,7 @@ TEST_F(MatrixFileTest, printsEachTypeInItsFormat) {
     EXPECT_EQ(written<double>(DT_DOUBLE, {1.5, NAN}, 2), "1.500000 nan\n");
 }
 
-TEST_F(MatrixFileTest, printsHexadecimalInTheDigitsOfTheTypeButNegativeShortsAsInt) {
+TEST_F(MatrixFileTest, PrintsHexadecimalInTheDigitsOfTheTypeButNegativeShortsAsInt) {
     EXPECT_EQ(writtenHex<unsigned char>(DT_U8, {10, 255}), "0A FF\n");
     EXPECT_EQ(writtenHex<short>(DT_I16, {-1, 255}), "FFFFFFFF 00FF\n");
     EXPECT_EQ(writtenHex<unsigned short>(DT_U16, {65535, 1}), "FFFF 0001\n");
@@ -66,7 +66,7 @@ TEST_F(MatrixFileTest, printsHexadecimalInTheDigitsOfTheTypeButNegativeShortsAsI
     EXPECT_EQ(writtenHex<unsigned int>(DT_U32, {48879, 1}), "0000BEEF 00000001\n");
 }
 
-TEST_F(MatrixFileTest, appendsWithoutASeparator) {
+TEST_F(MatrixFileTest, AppendsWithoutASeparator) {
     int values[] = {1, 2};
     ASSERT_EQ(writeAsciiMatrix(path.c_str(), DT_I32, values, 2, 2, true), FILE_OK);
     ASSERT_EQ(writeAsciiMatrixHex(path.c_str(), DT_I32, values, 1, 2, true), FILE_OK);
@@ -74,7 +74,7 @@ TEST_F(MatrixFileTest, appendsWithoutASeparator) {
     EXPECT_EQ(fileText(path), "1 2\n00000001 1\n");
 }
 
-TEST_F(MatrixFileTest, refusesTypesAfterTheFileWasOpened) {
+TEST_F(MatrixFileTest, RefusesTypesAfterTheFileWasOpened) {
     double value = 0;
     writeFileText(path, "1");
     for (const _DataType type : {DT_I8, DT_I64, DT_U64, DT_FLOAT, DT_BOOL, DT_STRING})
@@ -86,7 +86,7 @@ TEST_F(MatrixFileTest, refusesTypesAfterTheFileWasOpened) {
     EXPECT_EQ(fileText(path), "");
 }
 
-TEST_F(MatrixFileTest, readsAStreamOfNumbersInAnyLayout) {
+TEST_F(MatrixFileTest, ReadsAStreamOfNumbersInAnyLayout) {
     EXPECT_EQ(read<double>(" 1.5\n\n-2e3\t inf 0x10", DT_DOUBLE, Doubles(4), FILE_OK),
               (Doubles{1.5, -2000, INFINITY, 16}));
     EXPECT_EQ(read<short>("-1 2 3", DT_I16, {0, 0}, FILE_OK), (std::vector<short>{-1, 2}));
@@ -95,7 +95,7 @@ TEST_F(MatrixFileTest, readsAStreamOfNumbersInAnyLayout) {
     EXPECT_EQ(read<double>("nothing", DT_DOUBLE, {}, FILE_OK), Doubles{});
 }
 
-TEST_F(MatrixFileTest, narrowElementsKeepTheLowBits) {
+TEST_F(MatrixFileTest, NarrowElementsKeepTheLowBits) {
     EXPECT_EQ(read<unsigned char>("300 1", DT_U8, Bytes(2), FILE_OK), (Bytes{44, 1}));
     EXPECT_EQ(read<unsigned short>("65537 65535", DT_U16, Words(2), FILE_OK), (Words{1, 65535}));
     Words buffer{9, 9, 9}; // of which the last lies behind the matrix
@@ -104,14 +104,14 @@ TEST_F(MatrixFileTest, narrowElementsKeepTheLowBits) {
     EXPECT_EQ(buffer, (Words{4464, 4464, 9}));
 }
 
-TEST_F(MatrixFileTest, keepsWhatWasReadOfAFileThatIsTooShort) {
+TEST_F(MatrixFileTest, KeepsWhatWasReadOfAFileThatIsTooShort) {
     EXPECT_EQ(read<double>("1 2", DT_DOUBLE, {7, 7, 7}, FILE_TOO_SHORT), (Doubles{1, 2, 7}));
     EXPECT_EQ(read<double>("1 2 word 3", DT_DOUBLE, {7, 7, 7}, FILE_TOO_SHORT), (Doubles{1, 2, 7}));
     EXPECT_EQ(read<unsigned short>("70000", DT_U16, {7, 7, 7}, FILE_TOO_SHORT), (Words{4464, 1, 7}));
     EXPECT_EQ(read<double>("", DT_DOUBLE, {7}, FILE_TOO_SHORT), Doubles{7});
 }
 
-TEST_F(MatrixFileTest, keepsWhatWasReadOfAFileThatCannotHoldSoManyBytes) {
+TEST_F(MatrixFileTest, KeepsWhatWasReadOfAFileThatCannotHoldSoManyBytes) {
     writeFileText(path, "1 2");
     for (const unsigned long size : {1ul << 61, (1ul << 61) + 1, ~0ul}) { // in bytes 0, 8 and -8
         Doubles buffer{7, 7, 7};
@@ -120,7 +120,7 @@ TEST_F(MatrixFileTest, keepsWhatWasReadOfAFileThatCannotHoldSoManyBytes) {
     }
 }
 
-TEST_F(MatrixFileTest, readsAndWritesAPointUnderEveryLocale) {
+TEST_F(MatrixFileTest, ReadsAndWritesAPointUnderEveryLocale) {
     const CommaLocale comma;
     EXPECT_EQ(written<double>(DT_DOUBLE, {1234.5}, 1), "1234.500000\n");
     EXPECT_EQ(read<double>("1234.5 6", DT_DOUBLE, Doubles(2), FILE_OK), (Doubles{1234.5, 6}));
@@ -128,7 +128,7 @@ TEST_F(MatrixFileTest, readsAndWritesAPointUnderEveryLocale) {
         GTEST_SKIP() << "localedef cannot make de_DE here";
 }
 
-TEST_F(MatrixFileTest, saysWhatCannotBeOpenedReadOrWritten) {
+TEST_F(MatrixFileTest, SaysWhatCannotBeOpenedReadOrWritten) {
     double value = 1;
     EXPECT_EQ(readAsciiMatrix(nullptr, DT_DOUBLE, 1, &value), FILE_NOT_OPENED);
     EXPECT_EQ(readAsciiMatrix((folder / "none").c_str(), DT_DOUBLE, 1, &value), FILE_NOT_OPENED);
@@ -145,7 +145,7 @@ struct Dimensions {
     unsigned long width, height;
 };
 
-TEST_F(MatrixFileTest, takesDimensionsFromTheLinesThatAreNotEmpty) {
+TEST_F(MatrixFileTest, TakesDimensionsFromTheLinesThatAreNotEmpty) {
     std::string longLine;
     for (int i = 0; i < 20000; ++i)
         longLine += "1.25 ";
@@ -166,7 +166,7 @@ TEST_F(MatrixFileTest, takesDimensionsFromTheLinesThatAreNotEmpty) {
     }
 }
 
-TEST_F(MatrixFileTest, aFileThatCannotBeReadOrHasNoLinesHasNoDimensions) {
+TEST_F(MatrixFileTest, AFileThatCannotBeReadOrHasNoLinesHasNoDimensions) {
     for (const char* unreadable :
          {"/no/such/file", "/dev/zero", folder.path.c_str(), static_cast<const char*>(nullptr)}) {
         unsigned long width = 99, height = 99;

@@ -8,7 +8,7 @@ using testing::ElementsAre;
 
 namespace {
 
-TEST(StrSplit, cutsAtEachDelimiter) {
+TEST(StrSplit, CutsAtEachDelimiter) {
     EXPECT_THAT(str::split("1,2,3", ",", false, 0), ElementsAre("1", "2", "3"));
     EXPECT_THAT(str::split("a,b,", ",", false, 0), ElementsAre("a", "b", ""));
     EXPECT_THAT(str::split("", ",", false, 0), ElementsAre(""));
@@ -17,7 +17,7 @@ TEST(StrSplit, cutsAtEachDelimiter) {
     EXPECT_TRUE(str::split("", ",", true, 0).empty());
 }
 
-TEST(StrSplit, theLastPartAllowedTakesTheRest) {
+TEST(StrSplit, TheLastPartAllowedTakesTheRest) {
     EXPECT_THAT(str::split("1,2,3", ",", false, 2), ElementsAre("1", "2,3"));
     EXPECT_THAT(str::split("1,", ",", true, 2), ElementsAre("1", ""));
     EXPECT_THAT(str::split("1,2,3", ",", false, 3), ElementsAre("1", "2", "3"));
@@ -25,7 +25,7 @@ TEST(StrSplit, theLastPartAllowedTakesTheRest) {
     EXPECT_THAT(str::split(",2,3", ",", true, 1), ElementsAre("2,3"));
 }
 
-TEST(StrSplit, goesOnBehindAsManyCharactersAsThereAreDelimiters) {
+TEST(StrSplit, GoesOnBehindAsManyCharactersAsThereAreDelimiters) {
     EXPECT_THAT(str::split("a; b; c", "; ", false, 0), ElementsAre("a", "b", "c"));
     EXPECT_THAT(str::split("a;xb", "; ", false, 0), ElementsAre("a", "b"));
     EXPECT_THAT(str::split("a; ", "; ", false, 0), ElementsAre("a", ""));
@@ -41,7 +41,7 @@ std::string printed(const char* format, ...) {
     return buffer;
 }
 
-TEST(StrPrint, formatGivesTheTextAndPrintToBufferAlsoTheRoomBehindIt) {
+TEST(StrPrint, FormatGivesTheTextAndPrintToBufferAlsoTheRoomBehindIt) {
     for (const std::size_t length : {0u, 511u, 512u, 5000u}) {
         const std::string text(length, 'x');
         EXPECT_EQ(str::format("%s|%d", text.c_str(), 7), text + "|7");
@@ -52,17 +52,17 @@ TEST(StrPrint, formatGivesTheTextAndPrintToBufferAlsoTheRoomBehindIt) {
     EXPECT_EQ(str::format("100%%"), "100%");
 }
 
-TEST(StrPrint, aFormatThatNeverPrintsThrowsInsteadOfGrowingForEver) {
+TEST(StrPrint, AFormatThatNeverPrintsThrowsInsteadOfGrowingForEver) {
     EXPECT_THROW(str::format("%ls", L"\x7fffffff"), std::length_error);
 }
 
-TEST(StrNumbers, printSixDigitsWithoutTrailingZeros) {
+TEST(StrNumbers, PrintSixDigitsWithoutTrailingZeros) {
     EXPECT_EQ(str::fromNum(0.05f), "0.05");
     EXPECT_EQ(str::fromNum(-1.0f), "-1");
     EXPECT_EQ(str::fromNum(1234567.0f), "1.23457e+06");
 }
 
-TEST(StrNumbers, areReadUpToWhatIsNoNumber) {
+TEST(StrNumbers, AreReadUpToWhatIsNoNumber) {
     int error = 7;
     EXPECT_EQ(str::toNum<float>(" 2.5x", &error), 2.5f);
     EXPECT_EQ(error, 0);

@@ -11,7 +11,7 @@
 
 namespace {
 
-TEST(TextLines, countsLinesWithAndWithoutTheEmptyOnes) {
+TEST(TextLines, CountsLinesWithAndWithoutTheEmptyOnes) {
     TemporaryFolder folder;
     const std::string path = folder / "lines.txt";
     writeFileText(path, "a\n\n \nb");
@@ -45,7 +45,7 @@ protected:
     unsigned long capacity = 0;
 };
 
-TEST_F(GetlineTest, givesEveryLineWithItsNewlineWhateverItsLength) {
+TEST_F(GetlineTest, GivesEveryLineWithItsNewlineWhateverItsLength) {
     // 119 and 239 characters fill the buffer exactly.
     const std::vector<std::size_t> lengths{0, 1, 118, 119, 120, 200, 238, 239, 240, 5000};
     std::string text;
@@ -61,7 +61,7 @@ TEST_F(GetlineTest, givesEveryLineWithItsNewlineWhateverItsLength) {
     EXPECT_NE(line, nullptr);
 }
 
-TEST_F(GetlineTest, aLastLineNeedsNoNewline) {
+TEST_F(GetlineTest, ALastLineNeedsNoNewline) {
     for (const std::size_t length : {1u, 119u, 130u, 239u}) {
         const StdioFile file = open(std::string(length, 'x'));
         ASSERT_EQ(getline(file.get(), &line, &capacity), static_cast<int>(length));
@@ -70,7 +70,7 @@ TEST_F(GetlineTest, aLastLineNeedsNoNewline) {
     }
 }
 
-TEST_F(GetlineTest, growsBuffersTo120AndThenByDoubling) {
+TEST_F(GetlineTest, GrowsBuffersTo120AndThenByDoubling) {
     StdioFile file = open(std::string(200, 'x') + "\n");
     EXPECT_EQ(getline(file.get(), &line, &capacity), 201);
     EXPECT_EQ(capacity, 240u);
@@ -85,14 +85,14 @@ TEST_F(GetlineTest, growsBuffersTo120AndThenByDoubling) {
     }
 }
 
-TEST_F(GetlineTest, freesOnlyABufferOfItsOwnWhenThereIsNothing) {
+TEST_F(GetlineTest, FreesOnlyABufferOfItsOwnWhenThereIsNothing) {
     const StdioFile file = open("");
     EXPECT_EQ(getline(file.get(), &line, &capacity), -1);
     EXPECT_EQ(line, nullptr);
     EXPECT_EQ(capacity, 0u);
 }
 
-TEST_F(GetlineTest, refusesNullArguments) {
+TEST_F(GetlineTest, RefusesNullArguments) {
     const StdioFile file = open("a");
     errno = 0;
     EXPECT_EQ(getline(file.get(), nullptr, &capacity), -1);
