@@ -3,8 +3,8 @@
 //   bench_WindowResponse [SIDE [CANDIDATES]]     of the frames, and of the adaptive filter; default: 1024 125
 #include "calibration/CalibrationHeap.h"
 #include "fixtures/FrameFiles.h"
-#include "fixtures/QuietConsole.h"
-#include "fixtures/TemporaryFolder.h"
+#include "fixtures/Messages.h"
+#include "fixtures/Testing.h"
 #include "settings/Settings.h"
 #include "window/MainWindow.h"
 

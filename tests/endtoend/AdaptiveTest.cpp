@@ -1,22 +1,13 @@
 // From a grid of flat fields to corrected frames.
 
-#include "fixtures/FileText.h"
 #include "fixtures/FrameFiles.h"
 #include "fixtures/Program.h"
-#include "fixtures/TemporaryFolder.h"
 #include "frame/FrameOutput.h"
 #include "settings/Settings.h"
 #include "stack/FileReport.h"
 
-#include <gmock/gmock.h>
-
 #include <csignal>
-#include <filesystem>
-#include <fstream>
 #include <regex>
-
-using ::testing::HasSubstr;
-using ::testing::Not;
 
 namespace {
 

@@ -1,10 +1,8 @@
 // Runs that are cut off and resumed, several jobs, several runs, and what outputs say of themselves.
 
 #include "base/FileDescriptor.h"
-#include "fixtures/FileText.h"
 #include "fixtures/FrameFiles.h"
 #include "fixtures/Program.h"
-#include "fixtures/TemporaryFolder.h"
 #include "fixtures/Terminal.h"
 #include "frame/FrameOutput.h"
 #include "frame/FrameRow.h"
@@ -12,18 +10,10 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <gmock/gmock.h>
 
 #include <bit>
-#include <cmath>
 #include <csignal>
-#include <filesystem>
-#include <limits>
 #include <random>
-
-using ::testing::AllOf;
-using ::testing::HasSubstr;
-using ::testing::StartsWith;
 
 namespace {
 

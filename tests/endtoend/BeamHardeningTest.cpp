@@ -2,17 +2,6 @@
 
 #include "fixtures/FrameFiles.h"
 #include "fixtures/Program.h"
-#include "fixtures/TemporaryFolder.h"
-
-#include <gmock/gmock.h>
-
-#include <cmath>
-#include <filesystem>
-
-using ::testing::DoubleNear;
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using ::testing::Not;
 
 namespace {
 

@@ -2,17 +2,7 @@
 
 #include "fixtures/Hdf5Builder.h"
 #include "fixtures/Program.h"
-#include "fixtures/TemporaryFolder.h"
 #include "frame/Statistics.h"
-
-#include <gmock/gmock.h>
-
-#include <filesystem>
-#include <fstream>
-
-using ::testing::ElementsAreArray;
-using ::testing::HasSubstr;
-using ::testing::Not;
 
 namespace {
 

@@ -1,17 +1,7 @@
 #include "fixtures/Hdf5Builder.h"
 #include "fixtures/Program.h"
-#include "fixtures/TemporaryFolder.h"
 
 #include <QImage>
-#include <gmock/gmock.h>
-
-#include <algorithm>
-#include <cmath>
-#include <filesystem>
-
-using ::testing::AllOf;
-using ::testing::HasSubstr;
-using ::testing::Not;
 
 namespace {
 

@@ -1,18 +1,10 @@
 // No command destroys a file: neither one that it reads or writes otherwise, nor one that is there.
 
-#include "fixtures/FileText.h"
 #include "fixtures/FrameFiles.h"
 #include "fixtures/Hdf5Builder.h"
 #include "fixtures/Program.h"
-#include "fixtures/TemporaryFolder.h"
 
-#include <gmock/gmock.h>
-
-#include <cstdlib>
-#include <filesystem>
 #include <map>
-
-using ::testing::HasSubstr;
 
 namespace {
 

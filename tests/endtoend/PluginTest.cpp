@@ -1,6 +1,7 @@
 // The plug-in as a host loads it.
 
 #include "fixtures/PlainBinning.h"
+#include "fixtures/Testing.h"
 #include "frame/Frame.h"
 #include "host/Host.h"
 #include "host/PluginLibrary.h"
@@ -8,17 +9,11 @@
 #include "zt/String.h"
 #include "zt/Types.h"
 
-#include <gmock/gmock.h>
-
 #include <dlfcn.h>
 #include <numeric>
-#include <string>
-#include <vector>
 
 using ombrel::Frame;
 using ombrel::FramePtr;
-using ::testing::ElementsAre;
-using ::testing::ElementsAreArray;
 
 namespace {
 

@@ -1,18 +1,10 @@
 // Outputs made again from what they tell, and parts put together.
 
-#include "fixtures/FileText.h"
 #include "fixtures/FrameFiles.h"
 #include "fixtures/Program.h"
-#include "fixtures/TemporaryFolder.h"
 
-#include <gmock/gmock.h>
-
-#include <cmath>
 #include <cstring>
-#include <filesystem>
 #include <random>
-
-using ::testing::HasSubstr;
 
 namespace {
 

@@ -1,20 +1,10 @@
 // `ombrel run` on files of every kind.
 
-#include "fixtures/FileText.h"
 #include "fixtures/FrameFiles.h"
 #include "fixtures/PlainBinning.h"
 #include "fixtures/Program.h"
-#include "fixtures/TemporaryFolder.h"
 
-#include <gmock/gmock.h>
-
-#include <algorithm>
-#include <filesystem>
 #include <random>
-
-using ::testing::AllOf;
-using ::testing::ElementsAreArray;
-using ::testing::HasSubstr;
 
 namespace {
 

@@ -1,3 +1,4 @@
+#include "fixtures/Testing.h"
 #include "properties/PropertyTypes.h"
 #include "properties/QPropertyDelegate.h"
 #include "properties/QPropertyModel.h"
@@ -9,12 +10,8 @@
 #include <QSpinBox>
 #include <QTest>
 #include <QVBoxLayout>
-#include <gmock/gmock.h>
-
-#include <limits>
 
 using namespace PropertyColumn;
-using testing::ElementsAre;
 
 namespace {
 

@@ -1,3 +1,4 @@
+#include "fixtures/Testing.h"
 #include "properties/PropertyTypes.h"
 #include "properties/QPropertyModel.h"
 #include "properties/SpinBoxEditor.h"
@@ -7,12 +8,8 @@
 #include <QFont>
 #include <QSpinBox>
 #include <QStyleOptionViewItem>
-#include <gmock/gmock.h>
-
-#include <memory>
 
 using namespace PropertyColumn;
-using testing::ElementsAre;
 
 namespace {
 

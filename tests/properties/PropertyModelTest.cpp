@@ -1,16 +1,12 @@
+#include "fixtures/Testing.h"
 #include "properties/PropertyTypes.h"
 #include "properties/QPropertyModel.h"
 
 #include <QAbstractItemModelTester>
 #include <QApplication>
 #include <QSignalSpy>
-#include <gmock/gmock.h>
-
-#include <memory>
-#include <string>
 
 using namespace PropertyColumn;
-using testing::IsEmpty;
 
 namespace {
 

@@ -1,3 +1,4 @@
+#include "fixtures/Testing.h"
 #include "host/Param.h"
 #include "properties/PropertyTypes.h"
 #include "properties/QParamsBrowser.h"
@@ -8,9 +9,6 @@
 #include <QImage>
 #include <QPainter>
 #include <QTest>
-#include <gmock/gmock.h>
-
-#include <algorithm>
 
 using namespace PropertyColumn;
 

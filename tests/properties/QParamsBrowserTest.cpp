@@ -1,5 +1,6 @@
 #include "properties/QParamsBrowser.h"
 
+#include "fixtures/Testing.h"
 #include "host/Param.h"
 #include "properties/PropertyTypes.h"
 #include "properties/QPropertyModel.h"
@@ -12,14 +13,9 @@
 #include <QSpinBox>
 #include <QTest>
 #include <QVBoxLayout>
-#include <gmock/gmock.h>
-
-#include <functional>
-#include <limits>
 
 using namespace PropertyColumn;
 using ombrel::ParamMgr;
-using testing::ElementsAre;
 
 namespace {
 

@@ -7,7 +7,6 @@
 #include <QMessageBox>
 #include <QTableWidget>
 
-#include <filesystem>
 #include <thread>
 
 using namespace ombrel::workbench;

@@ -16,12 +16,8 @@
 #include <QPushButton>
 #include <QSpinBox>
 #include <QStatusBar>
-#include <gmock/gmock.h>
-
-#include <filesystem>
 
 using namespace ombrel::workbench;
-using testing::HasSubstr;
 using testing::MatchesRegex;
 
 namespace {

@@ -3,12 +3,9 @@
 #include "chain/Configure.h"
 
 #include "base/Error.h"
-#include "fixtures/ErrorText.h"
-#include "fixtures/FileText.h"
 #include "fixtures/FrameFiles.h"
+#include "fixtures/Messages.h"
 #include "fixtures/Program.h"
-#include "fixtures/QuietConsole.h"
-#include "fixtures/TemporaryFolder.h"
 #include "fixtures/WidgetActions.h"
 #include "host/Chain.h"
 
@@ -18,13 +15,6 @@
 #include <QTableWidget>
 #include <QTimer>
 #include <QTreeView>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <functional>
-
-using testing::HasSubstr;
 
 namespace {
 

@@ -1,5 +1,4 @@
 // The whole window on the loaded plug-in, driven by keys and the mouse.
-#include "fixtures/FileText.h"
 #include "fixtures/ModalUser.h"
 #include "model/RecentState.h"
 #include "properties/QParamsBrowser.h"
@@ -16,14 +15,8 @@
 #include <QSlider>
 #include <QTableWidget>
 #include <QTimer>
-#include <gmock/gmock.h>
-
-#include <cmath>
-#include <filesystem>
-#include <stdexcept>
 
 using namespace ombrel::workbench;
-using testing::HasSubstr;
 
 namespace {
 
@@ -210,10 +203,10 @@ TEST_F(MainWindowTest, SavedSettingsHoldTheEditsAndFindTheirCalibration) {
     click(*window, "btSave");
     model().setParam(model().chosenLink(), "QFTileThreshold", "3");
     ASSERT_TRUE(waitFor([&] { return model().chain().links[0].settings == path; })) << logText();
-    EXPECT_THAT(model().chain().links[0].params, testing::ElementsAre(testing::Pair("QFTileThreshold", "3")))
+    EXPECT_THAT(model().chain().links[0].params, ElementsAre(testing::Pair("QFTileThreshold", "3")))
         << "edited after the saving began";
     EXPECT_THAT(fileText(path), HasSubstr("<item key=\"QfTileSize\" type=\"int\">4</item>"));
-    EXPECT_THAT(fileText(path), testing::Not(HasSubstr("ombrel-choice"))) << "the log of the workbench's own";
+    EXPECT_THAT(fileText(path), Not(HasSubstr("ombrel-choice"))) << "the log of the workbench's own";
     EXPECT_THAT(fileText(folder / "adaptive.xml"), HasSubstr(">8<"));
     ASSERT_TRUE(waitForFrame());
     EXPECT_NE(image(CORRECTED_PANE), nullptr) << "with the calibration beside the new settings";

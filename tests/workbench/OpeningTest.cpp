@@ -6,13 +6,8 @@
 #include <QDialogButtonBox>
 #include <QInputDialog>
 #include <QPushButton>
-#include <gmock/gmock.h>
-
-#include <filesystem>
 
 using namespace ombrel::workbench;
-using testing::ElementsAre;
-using testing::HasSubstr;
 
 namespace {
 

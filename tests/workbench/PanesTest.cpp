@@ -2,12 +2,10 @@
 #include "workbench/WorkbenchFixture.h"
 
 #include <QWheelEvent>
-#include <gmock/gmock.h>
 
 #include <cstdio>
 
 using namespace ombrel::workbench;
-using testing::HasSubstr;
 
 namespace {
 

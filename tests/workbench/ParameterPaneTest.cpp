@@ -2,7 +2,6 @@
 #include "chain/ParameterPane.h"
 
 #include "calibration/CalibrationHeap.h"
-#include "fixtures/TemporaryFolder.h"
 #include "fixtures/WidgetActions.h"
 #include "host/Chain.h"
 #include "host/Host.h"
@@ -11,15 +10,9 @@
 
 #include <QApplication>
 #include <QLabel>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <filesystem>
 
 using namespace ombrel;
-using testing::HasSubstr;
 using testing::MatchesRegex;
-using testing::Not;
 
 namespace {
 

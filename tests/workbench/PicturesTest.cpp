@@ -1,21 +1,17 @@
 // What is computed for the panes, without a window.
 #include "base/Error.h"
+#include "fixtures/Testing.h"
 #include "model/BatchOptions.h"
 #include "model/Image.h"
 #include "panes/CurvePlot.h"
 #include "panes/PaneMap.h"
 #include "panes/StatisticsPane.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <qcustomplot.h>
 
-#include <cmath>
-#include <limits>
 #include <numeric>
 
 using namespace ombrel::workbench;
-using testing::ElementsAre;
 
 namespace {
 
@@ -81,7 +77,7 @@ TEST(LineProfile, TakesThePixelsUnderTheLine) {
     image->pixels[6] = nan;
     const auto row = profileAlong({-1, 1.5, 4, 1.5}, image);
     EXPECT_THAT(row.x, ElementsAre(0, 1, 2, 3, 4));
-    EXPECT_THAT(row.y, ElementsAre(testing::IsNan(), 4, 5, testing::IsNan(), 7));
+    EXPECT_THAT(row.y, ElementsAre(IsNan(), 4, 5, IsNan(), 7));
     EXPECT_TRUE(profileAlong({0, 0, 4, 0}, nullptr).x.isEmpty());
 }
 

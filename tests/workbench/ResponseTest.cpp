@@ -5,12 +5,10 @@
 
 #include <QSlider>
 #include <QTimer>
-#include <gmock/gmock.h>
 
 #include <latch>
 
 using namespace ombrel::workbench;
-using testing::ElementsAre;
 
 namespace {
 

@@ -2,8 +2,7 @@
 
 #include "calibration/CalibrationHeap.h"
 #include "fixtures/FrameFiles.h"
-#include "fixtures/QuietConsole.h"
-#include "fixtures/TemporaryFolder.h"
+#include "fixtures/Messages.h"
 #include "fixtures/WidgetActions.h"
 #include "panes/FrameBar.h"
 #include "panes/FramePanes.h"
@@ -14,13 +13,6 @@
 #include <QLabel>
 #include <QPlainTextEdit>
 #include <QSignalSpy>
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <functional>
-#include <memory>
-#include <string>
-#include <vector>
 
 // The window of the workbench on files of a folder of its own. Nothing waits for longer than a patience.
 class WorkbenchTest : public testing::Test {

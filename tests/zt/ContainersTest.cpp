@@ -1,11 +1,8 @@
+#include "fixtures/Testing.h"
 #include "zt/DataBuff.h"
 #include "zt/String.h"
 
-#include <gmock/gmock.h>
-
 #include <cstdint>
-
-using ::testing::ElementsAre;
 
 TEST(String, IsEmptyWhenNewAndKeepsACopy) {
     zt::String text;

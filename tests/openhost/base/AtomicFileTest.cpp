@@ -1,12 +1,8 @@
 #include "base/AtomicFile.h"
 
 #include "base/Error.h"
-#include "fixtures/FileText.h"
-#include "fixtures/TemporaryFolder.h"
+#include "fixtures/Testing.h"
 
-#include <gmock/gmock.h>
-
-#include <filesystem>
 #include <sys/stat.h>
 #include <thread>
 

@@ -1,13 +1,10 @@
 #include "base/Progress.h"
 
-#include "fixtures/QuietConsole.h"
+#include "fixtures/Messages.h"
 #include "fixtures/Terminal.h"
-
-#include <gmock/gmock.h>
+#include "fixtures/Testing.h"
 
 using namespace ombrel;
-using testing::AllOf;
-using testing::EndsWith;
 using testing::Gt;
 using testing::Lt;
 

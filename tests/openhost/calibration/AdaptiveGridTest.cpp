@@ -3,18 +3,10 @@
 #include "base/CsvTable.h"
 #include "calibration/CalibrationGrid.h"
 #include "calibration/CalibrationGridTable.h"
-#include "fixtures/ErrorText.h"
 #include "fixtures/FrameFiles.h"
-#include "fixtures/TemporaryFolder.h"
+#include "fixtures/Messages.h"
 
-#include <gmock/gmock.h>
-
-#include <fstream>
 #include <optional>
-
-using ::testing::AllOf;
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
 
 namespace {
 

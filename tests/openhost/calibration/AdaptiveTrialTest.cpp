@@ -5,14 +5,10 @@
 #include "calibration/AdaptiveReport.h"
 #include "calibration/AdaptiveSettings.h"
 #include "calibration/AdaptiveTuning.h"
-#include "fixtures/TemporaryFolder.h"
+#include "fixtures/Testing.h"
 #include "simulation/Scene.h"
 #include "zt/Types.h"
 
-#include <gmock/gmock.h>
-
-#include <cmath>
-#include <fstream>
 #include <sys/wait.h>
 #include <unistd.h>
 

@@ -1,14 +1,8 @@
 #include "calibration/CalibrationGrid.h"
 
-#include "fixtures/ErrorText.h"
+#include "fixtures/Messages.h"
+#include "fixtures/Testing.h"
 
-#include <gmock/gmock.h>
-
-#include <cmath>
-#include <string>
-
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
 using ::testing::Optional;
 
 namespace {

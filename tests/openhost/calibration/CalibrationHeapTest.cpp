@@ -1,12 +1,7 @@
 #include "calibration/CalibrationHeap.h"
 
 #include "base/Error.h"
-#include "fixtures/FileText.h"
-#include "fixtures/TemporaryFolder.h"
-
-#include <gtest/gtest.h>
-
-#include <stdexcept>
+#include "fixtures/Testing.h"
 
 using ombrel::CalibrationGrid;
 using ombrel::CalibrationHeap;

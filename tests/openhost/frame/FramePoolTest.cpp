@@ -1,10 +1,8 @@
 #include "frame/FramePool.h"
 
-#include <gtest/gtest.h>
+#include "fixtures/Testing.h"
 
-#include <algorithm>
 #include <thread>
-#include <vector>
 
 using ombrel::FramePool;
 

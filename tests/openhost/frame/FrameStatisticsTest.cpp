@@ -1,14 +1,9 @@
+#include "fixtures/Testing.h"
 #include "frame/Frame.h"
 #include "frame/PixelType.h"
 #include "frame/Statistics.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
-#include <limits>
 #include <random>
-#include <vector>
 
 namespace {
 

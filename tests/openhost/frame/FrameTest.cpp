@@ -1,17 +1,12 @@
 #include "frame/Frame.h"
 
+#include "fixtures/Testing.h"
 #include "frame/PixelType.h"
 #include "zt/DataBuff.h"
 
-#include <gmock/gmock.h>
-
-#include <limits>
 #include <numeric>
-#include <stdexcept>
 
 using namespace ombrel;
-using testing::Each;
-using testing::ElementsAre;
 
 namespace {
 

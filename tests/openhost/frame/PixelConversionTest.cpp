@@ -1,11 +1,7 @@
+#include "fixtures/Testing.h"
 #include "frame/PixelType.h"
 
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <limits>
 #include <random>
-#include <vector>
 
 using namespace ombrel;
 

@@ -1,21 +1,13 @@
-#include "fixtures/ErrorText.h"
-#include "fixtures/FileText.h"
 #include "fixtures/Hdf5Builder.h"
-#include "fixtures/TemporaryFolder.h"
+#include "fixtures/Messages.h"
 #include "frame/FrameFile.h"
 
-#include <gmock/gmock.h>
-
-#include <algorithm>
 #include <cstring>
-#include <filesystem>
 #include <numeric>
 
 using ombrel::FrameFile;
 using ombrel::FramePtr;
 using ombrel::FrameRole;
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
 
 namespace {
 

@@ -1,16 +1,9 @@
-#include "fixtures/ErrorText.h"
 #include "fixtures/Hdf5Builder.h"
-#include "fixtures/TemporaryFolder.h"
+#include "fixtures/Messages.h"
 #include "frame/FrameFile.h"
-
-#include <gmock/gmock.h>
 
 using ombrel::FrameFile;
 using ombrel::FrameRole;
-using ::testing::AllOf;
-using ::testing::HasSubstr;
-using ::testing::Not;
-using ::testing::StartsWith;
 
 namespace {
 

@@ -1,22 +1,12 @@
 // Datasets whose values are in other files.
 
-#include "fixtures/ErrorText.h"
-#include "fixtures/FileText.h"
 #include "fixtures/Hdf5Builder.h"
-#include "fixtures/TemporaryFolder.h"
+#include "fixtures/Messages.h"
 #include "frame/FrameFile.h"
 
-#include <gmock/gmock.h>
-
-#include <cstdlib>
-#include <filesystem>
 #include <sys/stat.h>
 
 using ombrel::FrameFile;
-using ::testing::AllOf;
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using ::testing::StartsWith;
 
 namespace {
 

@@ -1,22 +1,12 @@
 #include "host/Chain.h"
 
-#include "fixtures/ErrorText.h"
-#include "fixtures/FileText.h"
+#include "fixtures/Messages.h"
 #include "fixtures/ScriptedFilter.h"
-#include "fixtures/TemporaryFolder.h"
+#include "fixtures/Testing.h"
 #include "host/Host.h"
 #include "host/Param.h"
 
-#include <gmock/gmock.h>
-
-#include <algorithm>
-#include <stdexcept>
-
 using namespace ombrel;
-using testing::Each;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
 
 namespace {
 

@@ -1,20 +1,11 @@
 #include "host/DataMgr.h"
 
-#include "fixtures/FileText.h"
 #include "fixtures/FrameFiles.h"
-#include "fixtures/TemporaryFolder.h"
 #include "host/Device.h"
 #include "zt/DataBuff.h"
 #include "zt/FrameHolder.h"
 
-#include <gmock/gmock.h>
-
-#include <filesystem>
-#include <stdexcept>
-
 using namespace ombrel;
-using testing::ElementsAre;
-using testing::HasSubstr;
 
 namespace {
 

@@ -1,16 +1,10 @@
 #include "host/Param.h"
 
-#include "fixtures/ErrorText.h"
+#include "fixtures/Messages.h"
+#include "fixtures/Testing.h"
 #include "zt/String.h"
 
-#include <gmock/gmock.h>
-
-#include <cmath>
-#include <limits>
-
 using namespace ombrel;
-using testing::ElementsAre;
-using testing::HasSubstr;
 
 namespace {
 

@@ -1,17 +1,13 @@
 #include "host/PluginLibrary.h"
 
-#include "fixtures/ErrorText.h"
-#include "fixtures/FileText.h"
-#include "fixtures/TemporaryFolder.h"
+#include "fixtures/Messages.h"
+#include "fixtures/Testing.h"
 
 #include <QtGlobal>
-#include <gmock/gmock.h>
 
 #include <dlfcn.h>
-#include <stdexcept>
 
 using namespace ombrel;
-using testing::HasSubstr;
 
 namespace {
 

@@ -1,19 +1,9 @@
 #include "settings/Settings.h"
 
-#include "fixtures/ErrorText.h"
-#include "fixtures/FileText.h"
-#include "fixtures/TemporaryFolder.h"
-
-#include <gmock/gmock.h>
-
-#include <algorithm>
-#include <cmath>
-#include <filesystem>
-#include <limits>
+#include "fixtures/Messages.h"
+#include "fixtures/Testing.h"
 
 using namespace ombrel;
-using testing::HasSubstr;
-using testing::IsEmpty;
 
 namespace {
 
@@ -222,8 +212,7 @@ TEST_F(SettingsTest, ALoadThatFailsChangesNothingAndIsLogged) {
     settings.setInt("G", "k", 3);
     settings.load();
     EXPECT_EQ(settings.getInt("G", "k", 0), 3);
-    EXPECT_THAT(log,
-                testing::ElementsAre(folder / "missing.xml: cannot be opened: No such file or directory"));
+    EXPECT_THAT(log, ElementsAre(folder / "missing.xml: cannot be opened: No such file or directory"));
 
     Settings directory = store(folder.path.string());
     EXPECT_THROW(directory.loadFile(), Error);
@@ -282,8 +271,8 @@ TEST_F(SettingsTest, SaveReplacesSettingsOfItsOwnKindAndNothingElse) {
 
     const std::string kept = "<item key=\"HeapHash\" type=\"string\">of the file</item>";
     EXPECT_THAT(save("<settings><group name='ombrel'>" + kept + "</group><group name='FF'/></settings>"),
-                testing::AllOf(HasSubstr(kept), HasSubstr("key=\"k\" type=\"int\">3"), HasSubstr("ombrel")));
-    EXPECT_THAT(save("<settings><group name='FF'/></settings>"), testing::Not(HasSubstr("ombrel")));
+                AllOf(HasSubstr(kept), HasSubstr("key=\"k\" type=\"int\">3"), HasSubstr("ombrel")));
+    EXPECT_THAT(save("<settings><group name='FF'/></settings>"), Not(HasSubstr("ombrel")));
     EXPECT_THAT(save(""), HasSubstr("ombrel"));
     EXPECT_THAT(log, IsEmpty());
 }

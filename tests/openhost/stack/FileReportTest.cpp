@@ -1,14 +1,9 @@
 #include "stack/FileReport.h"
 
 #include "base/Numbers.h"
+#include "fixtures/FrameFiles.h"
 #include "fixtures/Hdf5Builder.h"
-#include "fixtures/OutputFrames.h"
-#include "fixtures/TemporaryFolder.h"
 #include "frame/FrameOutput.h"
-
-#include <gtest/gtest.h>
-
-#include <limits>
 
 using ombrel::fileReportText;
 using ombrel::FrameFile;

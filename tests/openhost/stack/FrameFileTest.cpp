@@ -1,24 +1,14 @@
 #include "frame/FrameFile.h"
 
-#include "fixtures/ErrorText.h"
-#include "fixtures/FileText.h"
 #include "fixtures/FrameFiles.h"
-#include "fixtures/TemporaryFolder.h"
+#include "fixtures/Messages.h"
 #include "frame/PixelType.h"
 
-#include <gmock/gmock.h>
-
 #include <cstring>
-#include <filesystem>
-#include <limits>
 #include <sys/stat.h>
 
 using ombrel::Error;
 using ombrel::FrameFile;
-using ::testing::AllOf;
-using ::testing::HasSubstr;
-using ::testing::Not;
-using ::testing::StartsWith;
 
 namespace {
 

@@ -3,18 +3,10 @@
 #include "base/Error.h"
 #include "base/FileContent.h"
 #include "base/FileDescriptor.h"
-#include "fixtures/FileText.h"
 #include "fixtures/FrameFiles.h"
-#include "fixtures/OutputFrames.h"
-#include "fixtures/TemporaryFolder.h"
 #include "frame/FrameFile.h"
 
-#include <gmock/gmock.h>
-
-#include <cmath>
 #include <csignal>
-#include <filesystem>
-#include <limits>
 #include <sys/resource.h>
 #include <thread>
 #include <unistd.h>
@@ -23,7 +15,6 @@ using ombrel::Error;
 using ombrel::FrameFile;
 using ombrel::FrameOutput;
 using ombrel::OutputPlan;
-using ::testing::HasSubstr;
 using ::testing::ThrowsMessage;
 
 namespace {

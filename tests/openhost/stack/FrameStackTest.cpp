@@ -1,9 +1,6 @@
 #include "stack/FrameStack.h"
 
 #include "fixtures/FrameFiles.h"
-#include "fixtures/TemporaryFolder.h"
-
-#include <gmock/gmock.h>
 
 using ombrel::FrameRole;
 using ombrel::FrameStack;

@@ -1,22 +1,13 @@
-#include "fixtures/ErrorText.h"
-#include "fixtures/FileText.h"
 #include "fixtures/FrameFiles.h"
-#include "fixtures/TemporaryFolder.h"
+#include "fixtures/Messages.h"
 #include "frame/FrameFile.h"
 
-#include <gmock/gmock.h>
 #include <tiffio.h>
 
-#include <algorithm>
 #include <array>
 #include <cstring>
-#include <filesystem>
-#include <functional>
-#include <span>
-#include <vector>
 
 using ombrel::FrameFile;
-using ::testing::HasSubstr;
 
 namespace {
 

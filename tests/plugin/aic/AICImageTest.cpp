@@ -2,16 +2,6 @@
 
 #include "HostilePixels.h"
 
-#include <gmock/gmock.h>
-
-#include <algorithm>
-#include <limits>
-#include <stdexcept>
-
-using ::testing::Each;
-using ::testing::ElementsAre;
-using ::testing::IsNan;
-
 namespace {
 
 constexpr float infinity = std::numeric_limits<float>::infinity();

@@ -1,15 +1,7 @@
 #include "HeapFixture.h"
 #include "HostilePixels.h"
 
-#include <gmock/gmock.h>
-
-#include <algorithm>
-#include <limits>
 #include <optional>
-#include <stdexcept>
-
-using ::testing::ElementsAre;
-using ::testing::EndsWith;
 
 namespace {
 

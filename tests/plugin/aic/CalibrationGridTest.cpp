@@ -1,17 +1,9 @@
 #include "HeapFixture.h"
 #include "HostilePixels.h"
 
-#include <gmock/gmock.h>
-
-#include <algorithm>
 #include <array>
-#include <limits>
 #include <numeric>
 #include <random>
-#include <utility>
-
-using ::testing::EndsWith;
-using ::testing::IsNan;
 
 namespace {
 

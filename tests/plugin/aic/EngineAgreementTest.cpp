@@ -2,9 +2,6 @@
 // the inner loops of every processor that runs here.
 #include "EngineFixture.h"
 
-#include <algorithm>
-#include <cstdlib>
-#include <stdexcept>
 #include <tuple>
 
 namespace {

@@ -5,15 +5,8 @@
 #include "PlainEngine.h"
 #include "SixteenLanes.h"
 #include "aic/AIC.h"
-#include "fixtures/FileText.h"
-#include "fixtures/TemporaryFolder.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <random>
-#include <string>
-#include <vector>
 
 inline AICImage engineImage(const plain::Image& image) {
     AICImage result(image.cols, image.rows);

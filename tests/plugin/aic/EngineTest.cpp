@@ -2,13 +2,7 @@
 #include "EngineFixture.h"
 #include "fixtures/CommaLocale.h"
 
-#include <gmock/gmock.h>
-
-#include <limits>
 #include <malloc.h>
-#include <stdexcept>
-
-using ::testing::HasSubstr;
 
 namespace {
 

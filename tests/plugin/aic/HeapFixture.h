@@ -1,15 +1,10 @@
 #pragma once
 
-#include "fixtures/FileText.h"
-#include "fixtures/TemporaryFolder.h"
+#include "fixtures/Testing.h"
 #include "store/CalibrationImages.h"
-
-#include <gtest/gtest.h>
 
 #include <cstdint>
 #include <initializer_list>
-#include <string>
-#include <vector>
 
 // The bytes of a heap file, put together piece by piece.
 struct HeapBytes {

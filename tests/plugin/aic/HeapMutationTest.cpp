@@ -1,8 +1,6 @@
 #include "HeapFixture.h"
 
-#include <cstdlib>
 #include <random>
-#include <stdexcept>
 
 namespace {
 

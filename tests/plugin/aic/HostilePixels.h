@@ -1,16 +1,11 @@
 #pragma once
 
+#include "fixtures/Testing.h"
 #include "image/AICImage.h"
 
-#include <gtest/gtest.h>
-
 #include <bit>
-#include <cmath>
 #include <cstdint>
-#include <limits>
 #include <random>
-#include <span>
-#include <string>
 
 // Pixels that arithmetic stumbles over, between ordinary ones: zeros of both signs, denormals, infinities,
 // NaN.

@@ -1,16 +1,16 @@
-#include "DlgBHStgFixture.h"
+#include "dialogs/DlgBHStg.h"
+
+#include "DialogFixture.h"
 #include "filters/BHFilter.h"
 
 #include <QDoubleSpinBox>
 #include <QInputDialog>
 #include <QMessageBox>
+#include <QPointer>
+#include <QPushButton>
 
-#include <filesystem>
-
+using PluginOmbrel::BHFilter;
 using PluginOmbrel::DlgBHStg;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
 
 namespace {
 
@@ -122,7 +122,7 @@ TEST_F(DlgBHStgTest, TheFirstFileOfADropDecidesWhetherTheTimeIsAsked) {
     EXPECT_TRUE(drop(dialog, {other, folder / "missing.zmf"}));
     user.meets<QInputDialog>(answering(0)).meets<QMessageBox>(noTime);
     EXPECT_TRUE(drop(dialog, {other}));
-    user.meets<QInputDialog>([](QInputDialog& question) { cancel(question); }).meets<QMessageBox>(noTime);
+    user.meets<QInputDialog>(cancel).meets<QMessageBox>(noTime);
     EXPECT_TRUE(drop(dialog, {other, frames}));
 
     QMimeData text;
@@ -137,9 +137,7 @@ TEST_F(DlgBHStgTest, TheFirstFileOfADropDecidesWhetherTheTimeIsAsked) {
 }
 
 TEST_F(DlgBHStgTest, RemovesTheCurrentRowOrAll) {
-    addMask(1);
-    addMask(2);
-    addMask(3);
+    addMasks({1, 2, 3});
     DlgBHStg& dialog = open();
     QTableWidget& masks = table(dialog);
     QTest::mouseClick(masks.viewport(), Qt::LeftButton, {}, masks.visualItemRect(masks.item(1, 2)).center());
@@ -156,8 +154,7 @@ TEST_F(DlgBHStgTest, RemovesTheCurrentRowOrAll) {
 }
 
 TEST_F(DlgBHStgTest, ASavedConfigurationLoadsAgainButLeavesTheBoxes) {
-    addMask(2);
-    addMask(1);
+    addMasks({2, 1});
     DlgBHStg& dialog = open();
     click(dialog, "chbInterpolate");
     click(dialog, "chbZeroPixels");
@@ -203,6 +200,171 @@ TEST_F(DlgBHStgTest, LoadsAndSavesBadPixels) {
         user.meets<QFileDialog>(cancelling);
         click(dialog, button);
     }
+}
+
+TEST_F(DlgBHStgTest, EditsReachTheMaskAsTyped) {
+    addMask(0.123456789);
+    DlgBHStg& dialog = open();
+    edit(dialog, 0, 0, "Aluminium");
+    EXPECT_EQ(mask(0).name, "Aluminium");
+    EXPECT_EQ(mask(0).thickness, 0.123456789) << "what is rounded on the screen";
+    edit(dialog, 0, 1, "1234567.25");
+    edit(dialog, 0, 2, "-3.5");
+    EXPECT_EQ(mask(0).thickness, 1234567.25);
+    EXPECT_EQ(mask(0).acqTime, -3.5);
+    EXPECT_THAT(rows(dialog), ElementsAre("Aluminium | 1234567.25 | -3.5"));
+
+    edit(dialog, 0, 1, "abc");
+    EXPECT_EQ(mask(0).thickness, 0);
+    EXPECT_THAT(rows(dialog), ElementsAre("Aluminium | abc | -3.5"));
+    open();
+    EXPECT_THAT(rows(dialog), ElementsAre("Aluminium | 0 | -3.5"));
+}
+
+TEST_F(DlgBHStgTest, TheTimeOfALogarithmedMaskIsFixed) {
+    addMasks({1, 2});
+    const ombrel::FramePtr corrected(
+        static_cast<ombrel::Frame*>(filter->filter(frameOf(Values(6, 0.2)).get())));
+    addMask(3);
+    DlgBHStg& dialog = open();
+    EXPECT_EQ(editor(dialog, 0, 2), nullptr);
+    edit(dialog, 0, 0, "thin");
+    edit(dialog, 0, 1, "0.5");
+    EXPECT_EQ(mask(0).thickness, 0.5);
+    edit(dialog, 2, 2, "8");
+    EXPECT_EQ(mask(2).acqTime, 8);
+}
+
+TEST_F(DlgBHStgTest, ClosingSortsTheMasksAndSavesOnce) {
+    const std::string settings = folder / "bh \xC3\xBC.xml";
+    const auto store = host.openSettings(settings);
+    filter->loadFromSettings(store.get());
+    addMasks({3, 2});
+    DlgBHStg& dialog = open();
+    edit(dialog, 0, 1, "1.5");
+    click(dialog, "btClose");
+    EXPECT_EQ(mask(0).thickness, 1.5);
+    store->loadFile();
+    EXPECT_EQ(store->getDouble("Mask0", "Thickness", 0), 1.5);
+
+    addMask(0.5);
+    dialog.close();
+    EXPECT_EQ(mask(0).thickness, 1.5) << "a window that is not shown does nothing on close";
+    EXPECT_THAT(rows(open()), ElementsAre("Mask 1 | 1.5 | 1", "Mask 2 | 2 | 1", "Mask 3 | 0.5 | 1"));
+
+    std::filesystem::remove(settings);
+    std::filesystem::create_directory(settings);
+    dialog.close();
+    EXPECT_THAT(log, ElementsAre(HasSubstr(settings))) << "a store that can't be written";
+    EXPECT_THAT(rows(open()), ElementsAre("Mask 3 | 0.5 | 1", "Mask 1 | 1.5 | 1", "Mask 2 | 2 | 1"));
+}
+
+TEST_F(DlgBHStgTest, AnOpenEditEndsInTheMaskThatItWasBegunFor) {
+    addMasks({3, 2});
+    DlgBHStg& dialog = open();
+    QTest::keyClicks(editor(dialog, 0, 1), "7");
+    dialog.close();
+    EXPECT_EQ(mask(0).name, "Mask 2");
+    EXPECT_EQ(mask(0).thickness, 2);
+    EXPECT_EQ(mask(1).thickness, 7);
+
+    open();
+    QTest::keyClicks(editor(dialog, 0, 0), "by a drop");
+    EXPECT_TRUE(drop(dialog, {frameFile("c.h5", 1)}));
+    EXPECT_THAT(rows(dialog), ElementsAre("by a drop | 2 | 1", "Mask 1 | 7 | 1", "Mask 3 | 1 | 1"));
+
+    QTest::keyClicks(editor(dialog, 1, 0), "by a drop in vain");
+    user.meets<QInputDialog>(cancel).meets<QMessageBox>(cancel);
+    EXPECT_TRUE(drop(dialog, {folder / "no frames.txt"}));
+    EXPECT_EQ(mask(1).name, "by a drop in vain");
+    EXPECT_EQ(table(dialog).currentRow(), 1);
+
+    open();
+    QTest::keyClicks(editor(dialog, 1, 0), "by a click");
+    child<QWidget>(dialog, "btRemoveAll").setFocus();
+    EXPECT_EQ(mask(1).name, "by a click");
+
+    // Masks that went behind the window's back take their edits with them.
+    QLineEdit* const late = editor(dialog, 2, 1);
+    QTest::keyClicks(late, "9");
+    filter->removeAllMasks();
+    QTest::keyClick(late, Qt::Key_Return);
+    QApplication::processEvents();
+    addMask(4);
+    EXPECT_EQ(mask(0).thickness, 4);
+}
+
+TEST_F(DlgBHStgTest, FilterAndWindowMayEndInEitherOrder) {
+    addMask(3);
+    const QPointer<DlgBHStg> dialog = &open();
+    QTest::keyClicks(editor(*dialog, 0, 1), "7");
+    filter.reset();
+    ASSERT_NE(dialog, nullptr) << "the window is not the filter's to delete";
+    EXPECT_FALSE(dialog->isVisible());
+    QApplication::processEvents();
+    dialog->close();
+    delete dialog.data();
+
+    filter.reset(new BHFilter(&host, &device));
+    delete &open();
+    addMask(1);
+    EXPECT_EQ(rows(open()).size(), 1u) << "a window anew";
+}
+
+// The host may end the filter or its window while a question or a picker of the window is open.
+TEST_F(DlgBHStgTest, FilterOrWindowMayEndUnderAQuestion) {
+    writeFileText(folder / "bad.txt", "0 0 1 0 0 0");
+    for (const bool isFilter : {true, false}) {
+        const auto begin = [&](const char* button) -> QAbstractButton& {
+            delete findDialog();
+            filter.reset(new BHFilter(&host, &device));
+            addMask(1);
+            return child<QAbstractButton>(open(), button);
+        };
+        const auto ending = [&](auto answer) {
+            return [&, answer](auto& window) {
+                const QPointer<QWidget> stillOpen = &window;
+                isFilter ? filter.reset() : delete findDialog();
+                if (stillOpen && stillOpen->isVisible())
+                    answer(window);
+            };
+        };
+        for (const auto& [button, file] : std::initializer_list<std::pair<const char*, std::string>>{
+                 {"btAddFile", frameFile("frames.zmf", 1)},
+                 {"btLoadBH", folder / "frames.zmf"},
+                 {"btSaveBH", folder / "saved.xml"},
+                 {"btLoadBadPixels", folder / "bad.txt"},
+                 {"btSaveBadPixels", folder / "saved.txt"}}) {
+            SCOPED_TRACE(button);
+            QAbstractButton& pressed = begin(button);
+            user.meets<QFileDialog>(ending(choosing(file)));
+            pressed.click();
+            EXPECT_FALSE(std::filesystem::exists(file) && file.find("saved") != std::string::npos);
+        }
+        QAbstractButton& add = begin("btAddFile");
+        user.meets<QFileDialog>(choosing(folder / "bad.txt")).meets<QInputDialog>(ending(cancel));
+        add.click();
+        QAbstractButton& remove = begin("btRemove");
+        filter->removeAllMasks();
+        user.meets<QMessageBox>(ending(cancel));
+        remove.click();
+    }
+    takeLog();
+}
+
+TEST_F(DlgBHStgTest, NoButtonLosesItsTextAndTabLeavesTheTable) {
+    DlgBHStg& dialog = open();
+    dialog.resize(1, 1);
+    QApplication::processEvents();
+    for (const auto* const button : dialog.findChildren<QPushButton*>())
+        EXPECT_GE(button->width(), button->sizeHint().width()) << button->text().toStdString();
+    EXPECT_EQ(child<QWidget>(dialog, "widget_3").minimumWidth(), 100);
+
+    addMask(1);
+    open();
+    table(dialog).setFocus();
+    QTest::keyClick(&table(dialog), Qt::Key_Tab);
+    EXPECT_FALSE(table(dialog).hasFocus());
 }
 
 } // namespace

@@ -8,13 +8,8 @@
 #include <QPointer>
 #include <QRadioButton>
 
-#include <filesystem>
-
 using PluginOmbrel::DlgFFStg;
 using PluginOmbrel::FFFilter;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
 
 namespace {
 
@@ -44,11 +39,6 @@ protected:
                 isChecked(dialog, "chbTDI")};
     }
 
-    std::vector<bool> switches() const {
-        return {filter->interpolateBadAndMaskedPixels(), filter->useDeviceMaskForBadPixels(),
-                filter->isUsingTDI()};
-    }
-
     // What the filter makes of a frame of ones.
     Values coefficients() {
         filter->setInterpolateBadMaskedPixels(false);
@@ -58,6 +48,11 @@ protected:
     std::string matrixFile(const std::string& name, const std::string& numbers) {
         writeFileText(folder / name, numbers);
         return folder / name;
+    }
+
+    void load(const DlgFFStg& dialog, const std::string& file, const QString& type = {}) {
+        user.meets<QFileDialog>(choosing(file, type));
+        click(dialog, "btCoeffLoad");
     }
 
     std::unique_ptr<FFFilter, Destroy> filter{new FFFilter(&host, &device)};
@@ -94,25 +89,27 @@ TEST_F(DlgFFStgTest, ShowsWhateverTheFilterIsSetToWithEverythingEnabled) {
 
 TEST_F(DlgFFStgTest, EachClickReachesTheFilterAtOnce) {
     const auto dialog = open();
-    click(*dialog, "chbInterpolate");
-    EXPECT_THAT(switches(), ElementsAre(false, true, false));
-    click(*dialog, "chbDevMask");
-    EXPECT_THAT(switches(), ElementsAre(false, false, false));
-    click(*dialog, "chbTDI");
-    EXPECT_THAT(switches(), ElementsAre(false, false, true));
-    click(*dialog, "chbInterpolate");
-    EXPECT_THAT(switches(), ElementsAre(true, false, true));
-
-    click(*dialog, "rbBadFF");
-    EXPECT_TRUE(filter->useFFCoeffsForBadPixels());
-    EXPECT_FALSE(filter->useZeroPixelsForBadPixels());
-    EXPECT_EQ(textOf(*dialog, "edMaskData"), "<Bad FF pixels>");
-    click(*dialog, "rbZeroPixels");
-    EXPECT_FALSE(filter->useFFCoeffsForBadPixels());
-    EXPECT_TRUE(filter->useZeroPixelsForBadPixels());
-    EXPECT_EQ(textOf(*dialog, "edMaskData"), "<Zero pixels>");
+    struct Click {
+        const char* button;
+        std::vector<bool> settings; // interpolate, device mask, TDI, bad in flat field, zero pixels
+        const char* mask;
+    };
+    for (const auto& [button, settings, mask] :
+         {Click{"chbInterpolate", {false, true, false, false, true}, "<Zero pixels>"},
+          {"chbDevMask", {false, false, false, false, true}, "<Zero pixels>"},
+          {"chbTDI", {false, false, true, false, true}, "<Zero pixels>"},
+          {"chbInterpolate", {true, false, true, false, true}, "<Zero pixels>"},
+          {"rbBadFF", {true, false, true, true, false}, "<Bad FF pixels>"},
+          {"rbZeroPixels", {true, false, true, false, true}, "<Zero pixels>"}}) {
+        click(*dialog, button);
+        EXPECT_EQ((std::vector{filter->interpolateBadAndMaskedPixels(), filter->useDeviceMaskForBadPixels(),
+                               filter->isUsingTDI(), filter->useFFCoeffsForBadPixels(),
+                               filter->useZeroPixelsForBadPixels()}),
+                  settings)
+            << button;
+        EXPECT_EQ(textOf(*dialog, "edMaskData"), mask) << button;
+    }
     EXPECT_THAT(chosen(*dialog), ElementsAre("rbZeroPixels"));
-
     click(*dialog, "btClose");
     EXPECT_FALSE(dialog->isVisible());
 }
@@ -140,28 +137,33 @@ TEST_F(DlgFFStgTest, LoadsCoefficientsFromOneFileOrSeveral) {
     EXPECT_THAT(log, IsEmpty());
 }
 
-TEST_F(DlgFFStgTest, ALoadThatFailsOrIsCancelledLeavesTheField) {
+TEST_F(DlgFFStgTest, WhatFailsOrIsCancelledLeavesTheFieldAndIsLogged) {
     const auto dialog = open();
-    user.meets<QFileDialog>(choosing(matrixFile("good.txt", "1 2 4 4 4 8")));
-    click(*dialog, "btCoeffLoad");
-    EXPECT_EQ(textOf(*dialog, "edCoeffsData"), folder / "good.txt");
+    user.meets<QFileDialog>(choosing(folder / "none"));
+    click(*dialog, "btCoeffSave");
+    EXPECT_THAT(takeLog(), ElementsAre(HasSubstr("No coefficients loaded")));
 
-    user.meets<QFileDialog>(choosing(matrixFile("short.txt", "1 2 3")));
-    click(*dialog, "btCoeffLoad");
+    load(*dialog, matrixFile("good.txt", "1 2 4 4 4 8"));
+    load(*dialog, matrixFile("short.txt", "1 2 3"));
     EXPECT_EQ(textOf(*dialog, "edCoeffsData"), folder / "good.txt");
     EXPECT_EQ(filter->coeffsSourceName, folder / "short.txt");
     EXPECT_THAT(takeLog(), ElementsAre(HasSubstr("short.txt")));
-    EXPECT_EQ(textOf(*open(), "edCoeffsData"), folder / "short.txt") << "until it is opened anew";
+    EXPECT_EQ(textOf(*open(), "edCoeffsData"), folder / "short.txt") << "until it is opened again";
 
-    user.meets<QFileDialog>(cancelling);
-    click(*dialog, "btCoeffLoad");
+    user.meets<QFileDialog>(choosing(unwritable("table.ffc")));
+    click(*dialog, "btCoeffSave");
+    EXPECT_THAT(takeLog(), ElementsAre(HasSubstr("table.ffc")));
+    for (const char* button : {"btCoeffLoad", "btCoeffSave"}) {
+        user.meets<QFileDialog>(cancelling);
+        click(*dialog, button);
+    }
     EXPECT_EQ(textOf(*dialog, "edCoeffsData"), folder / "good.txt");
+    EXPECT_THAT(log, IsEmpty());
 }
 
 TEST_F(DlgFFStgTest, SavesCoefficientsThatLoadAgainUnderAnyFileType) {
     const auto dialog = open();
-    user.meets<QFileDialog>(choosing(matrixFile("flat.txt", "1 2 4 4 4 8")));
-    click(*dialog, "btCoeffLoad");
+    load(*dialog, matrixFile("flat.txt", "1 2 4 4 4 8"));
     const Values expected = coefficients();
     EXPECT_THAT(expected, ElementsAre(4, 2, 1, 1, 1, 0.5));
 
@@ -173,27 +175,9 @@ TEST_F(DlgFFStgTest, SavesCoefficientsThatLoadAgainUnderAnyFileType) {
     for (const char* type : {"All coefficients (*.txt *.ffc *.zmf)", binaryCoeffs}) {
         filter.reset(new FFFilter(&host, &device));
         const auto another = open();
-        user.meets<QFileDialog>(choosing(folder / "table.ffc", type));
-        click(*another, "btCoeffLoad");
+        load(*another, folder / "table.ffc", type);
         EXPECT_EQ(coefficients(), expected) << type;
     }
-    EXPECT_THAT(log, IsEmpty());
-}
-
-TEST_F(DlgFFStgTest, ASaveThatFailsIsToldByTheLogAlone) {
-    const auto dialog = open();
-    user.meets<QFileDialog>(choosing(folder / "none"));
-    click(*dialog, "btCoeffSave");
-    EXPECT_THAT(takeLog(), ElementsAre(HasSubstr("No coefficients loaded")));
-
-    measure({Values(6, 1.0)});
-    click(*dialog, "btCoeffLastFrame");
-    user.meets<QFileDialog>(choosing(unwritable("table.ffc")));
-    click(*dialog, "btCoeffSave");
-    EXPECT_THAT(takeLog(), ElementsAre(HasSubstr("table.ffc")));
-
-    user.meets<QFileDialog>(cancelling);
-    click(*dialog, "btCoeffSave");
     EXPECT_THAT(log, IsEmpty());
 }
 
@@ -215,6 +199,13 @@ TEST_F(DlgFFStgTest, TakesMeasuredFrames) {
 TEST_F(DlgFFStgTest, AMaskFileIsNamedInTheFieldAndSwitchesTheDeviceMaskOff) {
     const std::string mask = matrixFile("mask \xC3\xA9.txt", "0 0 0 0 0 1");
     const auto dialog = open();
+    user.meets<QFileDialog>(cancelling);
+    click(*dialog, "rbMaskFile");
+    EXPECT_THAT(chosen(*dialog), ElementsAre("rbBadFF")) << "though the filter is told nothing";
+    EXPECT_EQ(textOf(*dialog, "edMaskData"), "<Zero pixels>");
+    EXPECT_FALSE(filter->useFFCoeffsForBadPixels());
+    EXPECT_TRUE(filter->useZeroPixelsForBadPixels() && filter->useDeviceMaskForBadPixels());
+
     user.meets<QFileDialog>(choosingIn("Load Flat-field bad pixel mask", {asciiMask, binaryMask}, mask));
     click(*dialog, "rbMaskFile");
     EXPECT_EQ(textOf(*dialog, "edMaskData"), mask);
@@ -233,17 +224,6 @@ TEST_F(DlgFFStgTest, AMaskFileIsNamedInTheFieldAndSwitchesTheDeviceMaskOff) {
         cancel(picker);
     });
     click(*dialog, "btCoeffSave");
-}
-
-TEST_F(DlgFFStgTest, ACancelledMaskFileSelectsBadInFFAndTellsTheFilterNothing) {
-    const auto dialog = open();
-    user.meets<QFileDialog>(cancelling);
-    click(*dialog, "rbMaskFile");
-    EXPECT_THAT(chosen(*dialog), ElementsAre("rbBadFF"));
-    EXPECT_EQ(textOf(*dialog, "edMaskData"), "<Zero pixels>");
-    EXPECT_FALSE(filter->useFFCoeffsForBadPixels());
-    EXPECT_TRUE(filter->useZeroPixelsForBadPixels());
-    EXPECT_TRUE(filter->useDeviceMaskForBadPixels());
 }
 
 TEST_F(DlgFFStgTest, ShowConfigGUIWaitsForTheWindowAndThenSaves) {

@@ -4,7 +4,6 @@
 
 #include <QDir>
 
-#include <filesystem>
 #include <tuple>
 
 namespace {

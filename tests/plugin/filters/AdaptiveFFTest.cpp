@@ -1,16 +1,9 @@
 #include "filters/AdaptiveFF.h"
 
 #include "calibration/CalibrationHeap.h"
-#include "fixtures/FileText.h"
 #include "fixtures/FilterTests.h"
 
-#include <cmath>
-#include <filesystem>
 #include <numeric>
-#include <stdexcept>
-
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 
 namespace {
 

@@ -2,10 +2,7 @@
 
 #include "FilterWindows.h"
 #include "filters/BHFilter.h"
-#include "fixtures/FileText.h"
 #include "fixtures/FilterTests.h"
-
-#include <cmath>
 
 class BHFilterFixture : public FilterTests<4, 3> {
 protected:

@@ -1,8 +1,5 @@
 #include "BHFilterFixture.h"
 
-using testing::ElementsAre;
-using testing::HasSubstr;
-
 namespace {
 
 using BHFilterMasksTest = BHFilterFixture;
@@ -56,7 +53,7 @@ TEST_F(BHFilterMasksTest, SumsTheFramesOfFilesAndTheirTimes) {
     EXPECT_EQ(filter->masks()[0]->acqTime, 4);
     EXPECT_EQ(filter->addMaskFromFiles({"a"}, 4, BHFilter::AUTO), 0);
     EXPECT_EQ(filter->masks()[1]->acqTime, 0.5);
-    EXPECT_THAT(takeLog(), testing::IsEmpty());
+    EXPECT_THAT(takeLog(), IsEmpty());
 
     EXPECT_EQ(filter->addMaskFromFiles({"a", "b"}, 4, BHFilter::AUTO), -1005);
     EXPECT_EQ(filter->addMaskFromFiles({"a", "small"}, 4, 1), -1005);

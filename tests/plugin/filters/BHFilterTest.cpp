@@ -1,11 +1,5 @@
 #include "BHFilterFixture.h"
 
-using testing::DoubleNear;
-using testing::Each;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
-
 namespace {
 
 using BHFilterTest = BHFilterFixture;

@@ -1,9 +1,8 @@
 #include "kernels/BadPixelInterpolation.h"
 
 #include "fixtures/PlainInterpolation.h"
+#include "fixtures/Testing.h"
 #include "kernels/ProcessorDispatch.h"
-
-#include <gtest/gtest.h>
 
 #include <bit>
 #include <cstdint>

@@ -6,10 +6,6 @@
 #include "fixtures/FilterTests.h"
 #include "host/Param.h"
 
-#include <fstream>
-
-using testing::ElementsAre;
-
 namespace {
 
 class NotAFrame : public zt::IData {
@@ -224,8 +220,8 @@ TEST_F(SilentBHStoreTest, MakesMasksOfZeros) {
         settings->setInt("Mask0", key, value);
     filter->loadFromSettings(&store);
     ASSERT_EQ(filter->masks().size(), 1u);
-    EXPECT_THAT(filter->masks()[0]->data.span(), testing::Each(0));
-    EXPECT_THAT(filter->masks()[0]->tdiData.span(), testing::Each(0));
+    EXPECT_THAT(filter->masks()[0]->data.span(), Each(0));
+    EXPECT_THAT(filter->masks()[0]->tdiData.span(), Each(0));
 }
 
 } // namespace

@@ -1,6 +1,5 @@
 #include "FFFilterFixture.h"
 
-#include <cstdlib>
 #include <new>
 
 namespace {
@@ -66,7 +65,7 @@ TEST_F(FFFilterAllocationTest, AFrameThatIsDoubleAlreadyTakesNoMemory) {
     EXPECT_EQ(allocationsOfOneFrame(), 0u);
     filter->useTDI(true);
     EXPECT_EQ(allocationsOfOneFrame(), 0u);
-    EXPECT_THAT(takeLog(), testing::IsEmpty());
+    EXPECT_THAT(takeLog(), IsEmpty());
 }
 
 } // namespace

@@ -2,7 +2,6 @@
 
 #include "FilterWindows.h"
 #include "filters/FFFilter.h"
-#include "fixtures/FileText.h"
 #include "fixtures/FilterTests.h"
 
 class FFFilterFixture : public FilterTests<3, 2> {

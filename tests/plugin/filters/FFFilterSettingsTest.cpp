@@ -2,10 +2,6 @@
 
 #include <bit>
 
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
-
 namespace {
 
 class FFFilterSettingsTest : public FFFilterFixture {

@@ -1,8 +1,5 @@
 #include "FFFilterFixture.h"
 
-using testing::ElementsAre;
-using testing::IsEmpty;
-
 namespace {
 
 class FFFilterSourcesTest : public FFFilterFixture {
@@ -221,8 +218,7 @@ TEST_F(FFFilterAcquisitionTest, AsksOnceWhichSubFrameToTake) {
         EXPECT_EQ(coefficientsOf(*filter), (Values{1, 1, 1, 1, 1, last})) << answer;
     }
     filterwindows::subFrameAnswer = unanswered;
-    EXPECT_THAT(labels, testing::AllOf(testing::SizeIs(3),
-                                       testing::Each("Select sub-frame for Flat-Field correction")));
+    EXPECT_THAT(labels, AllOf(testing::SizeIs(3), Each("Select sub-frame for Flat-Field correction")));
 }
 
 } // namespace

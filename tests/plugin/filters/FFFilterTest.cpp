@@ -3,9 +3,6 @@
 
 #include <array>
 
-using testing::ElementsAre;
-using testing::IsEmpty;
-
 namespace {
 
 using FFFilterTest = FFFilterFixture;

@@ -1,14 +1,10 @@
 #include "kernels/Logarithm.h"
 
-#include <gtest/gtest.h>
+#include "fixtures/Testing.h"
 
-#include <algorithm>
 #include <bit>
-#include <cmath>
 #include <cstring>
-#include <limits>
 #include <random>
-#include <vector>
 
 namespace {
 

@@ -1,15 +1,11 @@
 #include "fixtures/PlainMedian.h"
+#include "fixtures/Testing.h"
 #include "kernels/FlatField.h"
 #include "kernels/ProcessorDispatch.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <array>
 #include <bit>
 #include <cstdint>
-#include <functional>
-#include <limits>
 #include <random>
 
 namespace {

@@ -1,13 +1,10 @@
+#include "fixtures/Testing.h"
 #include "kernels/FlatField.h"
 #include "kernels/ProcessorDispatch.h"
 
-#include <gtest/gtest.h>
-
 #include <bit>
-#include <cmath>
 #include <cstdint>
 #include <random>
-#include <vector>
 
 namespace {
 

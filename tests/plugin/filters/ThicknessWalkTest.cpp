@@ -1,23 +1,16 @@
 #include "kernels/ThicknessWalk.h"
 
+#include "fixtures/Testing.h"
 #include "kernels/Logarithm.h"
 
-#include <gmock/gmock.h>
-
-#include <algorithm>
 #include <bit>
-#include <cmath>
-#include <functional>
-#include <limits>
 #include <random>
-#include <vector>
 
 namespace {
 
 using PluginOmbrel::ThicknessOrder;
 using PluginOmbrel::ThicknessTables;
 using Values = std::vector<double>;
-using testing::ElementsAre;
 
 const double notANumber = std::numeric_limits<double>::quiet_NaN();
 
@@ -104,8 +97,7 @@ TEST(ThicknessWalk, FollowsTheLinesBetweenMasks) {
     const std::vector<PlainMask> masks = {{{-1, -1, -1, -1}, 1}, {{-2, -2, -2, -2}, 2}};
     Values counts = {std::exp(-1.5), std::exp(-0.5), std::exp(-3.0), 0};
     PluginOmbrel::replaceByThickness(counts, 1, tablesOf(masks), {});
-    EXPECT_THAT(counts, ElementsAre(testing::DoubleNear(1.5, 1e-15), testing::DoubleNear(0.5, 1e-15),
-                                    testing::DoubleNear(3, 1e-15), 0));
+    EXPECT_THAT(counts, ElementsAre(DoubleNear(1.5, 1e-15), DoubleNear(0.5, 1e-15), DoubleNear(3, 1e-15), 0));
 }
 
 TEST(ThicknessWalk, WithOneMaskKeepsTheLogarithmBelowItAndGivesZeroFromItOn) {

@@ -1,14 +1,7 @@
 #include "support/Files.h"
 
-#include "fixtures/FileText.h"
-#include "fixtures/TemporaryFolder.h"
+#include "fixtures/Testing.h"
 
-#include <gmock/gmock.h>
-
-#include <filesystem>
-
-using testing::ElementsAre;
-using testing::UnorderedElementsAre;
 namespace fs = std::filesystem;
 
 namespace {
@@ -58,18 +51,16 @@ protected:
     TemporaryFolder other;
 };
 
-TEST_F(TreeTest, ListsWhatFitsTheMask) {
+TEST_F(TreeTest, ListsWhatFitsTheMaskAfterWhatIsThere) {
     EXPECT_THAT(listed("*.txt", false, false), UnorderedElementsAre("a.txt", "b.txt"));
     EXPECT_THAT(listed("*", false, false), UnorderedElementsAre("a.txt", "b.txt", "c.dat", "sub"));
     EXPECT_THAT(listed("*", true, false), UnorderedElementsAre("a.txt", "b.txt", "c.dat"));
     EXPECT_THAT(listed("c*", true, true), ElementsAre(folder.path.string() + "/c.dat"));
     EXPECT_THAT(listed(".*", false, false), ElementsAre());
-}
 
-TEST_F(TreeTest, ListingAddsToWhatIsThereAndLeavesItWhenTheDirectoryIsNone) {
     std::vector<std::string> names{"old"};
-    EXPECT_EQ(listFilesInDir((folder / "none").c_str(), "*", false, false, names), -5);
-    EXPECT_EQ(listFilesInDir((folder / "a.txt").c_str(), "*", false, false, names), -5);
+    for (const char* noFolder : {"none", "a.txt"})
+        EXPECT_EQ(listFilesInDir((folder / noFolder).c_str(), "*", false, false, names), -5);
     EXPECT_THAT(names, ElementsAre("old"));
     EXPECT_EQ(listFilesInDir(folder.path.c_str(), "a*", false, false, names), 0);
     EXPECT_THAT(names, ElementsAre("old", "a.txt"));
@@ -92,17 +83,13 @@ TEST_F(TreeTest, CopyingATreeSkipsTheFirstEntryOfEachDirectory) {
     EXPECT_EQ(fileText(target + "/b.txt"), "b.txt");
     EXPECT_EQ(fileText(target + "/c.dat"), "c.dat");
     EXPECT_TRUE(fs::is_regular_file(target + "/sub"));
-}
 
-TEST_F(TreeTest, CopyingATreeEntersASubDirectoryThatComesFirst) {
-    fs::rename(folder / "sub", folder / "Sub");
+    fs::rename(folder / "sub", folder / "Sub"); // comes first, and is entered
     EXPECT_EQ(copyFileDir(folder.path.string(), other.path.string()), 0);
     EXPECT_EQ(fileText(other / "Sub/e.txt"), "sub/e.txt");
     EXPECT_FALSE(fs::exists(other / "Sub/d.txt"));
     EXPECT_EQ(fileText(other / "a.txt"), "a.txt");
-}
 
-TEST_F(TreeTest, ATreeThatIsNotThereCopiesNothing) {
     EXPECT_EQ(copyFileDir("", other / "copy"), -1);
     EXPECT_EQ(copyFileDir(folder / "none", other / "copy"), 0);
     EXPECT_FALSE(fs::exists(other / "copy"));

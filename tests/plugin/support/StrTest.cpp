@@ -1,34 +1,34 @@
 #include "support/Str.h"
 
-#include <gmock/gmock.h>
-
-#include <stdexcept>
-
-using testing::ElementsAre;
+#include "fixtures/Testing.h"
 
 namespace {
 
-TEST(StrSplit, CutsAtEachDelimiter) {
-    EXPECT_THAT(str::split("1,2,3", ",", false, 0), ElementsAre("1", "2", "3"));
-    EXPECT_THAT(str::split("a,b,", ",", false, 0), ElementsAre("a", "b", ""));
-    EXPECT_THAT(str::split("", ",", false, 0), ElementsAre(""));
-    EXPECT_THAT(str::split("a,b", "", false, 0), ElementsAre("a,b"));
-    EXPECT_THAT(str::split(",a,,b,", ",", true, 0), ElementsAre("a", "b"));
-    EXPECT_TRUE(str::split("", ",", true, 0).empty());
-}
-
-TEST(StrSplit, TheLastPartAllowedTakesTheRest) {
-    EXPECT_THAT(str::split("1,2,3", ",", false, 2), ElementsAre("1", "2,3"));
-    EXPECT_THAT(str::split("1,", ",", true, 2), ElementsAre("1", ""));
-    EXPECT_THAT(str::split("1,2,3", ",", false, 3), ElementsAre("1", "2", "3"));
-    EXPECT_THAT(str::split("1,2,3", ",", false, 1), ElementsAre("1", "2", "3"));
-    EXPECT_THAT(str::split(",2,3", ",", true, 1), ElementsAre("2,3"));
-}
-
-TEST(StrSplit, GoesOnBehindAsManyCharactersAsThereAreDelimiters) {
-    EXPECT_THAT(str::split("a; b; c", "; ", false, 0), ElementsAre("a", "b", "c"));
-    EXPECT_THAT(str::split("a;xb", "; ", false, 0), ElementsAre("a", "b"));
-    EXPECT_THAT(str::split("a; ", "; ", false, 0), ElementsAre("a", ""));
+TEST(StrSplit, CutsAtEachDelimiterUpToTheLastPartAllowed) {
+    const struct {
+        const char* text;
+        const char* delimiters;
+        bool skipEmpty;
+        unsigned most; // parts, the last of which takes the rest; 0 for any number
+        std::vector<std::string> parts;
+    } rows[] = {{"1,2,3", ",", false, 0, {"1", "2", "3"}},
+                {"a,b,", ",", false, 0, {"a", "b", ""}},
+                {"", ",", false, 0, {""}},
+                {"a,b", "", false, 0, {"a,b"}},
+                {",a,,b,", ",", true, 0, {"a", "b"}},
+                {"", ",", true, 0, {}},
+                {"1,2,3", ",", false, 2, {"1", "2,3"}},
+                {"1,", ",", true, 2, {"1", ""}},
+                {"1,2,3", ",", false, 3, {"1", "2", "3"}},
+                {"1,2,3", ",", false, 1, {"1", "2", "3"}},
+                {",2,3", ",", true, 1, {"2,3"}},
+                // It resumes after as many characters as there are delimiters.
+                {"a; b; c", "; ", false, 0, {"a", "b", "c"}},
+                {"a;xb", "; ", false, 0, {"a", "b"}},
+                {"a; ", "; ", false, 0, {"a", ""}}};
+    for (const auto& row : rows)
+        EXPECT_EQ(str::split(row.text, row.delimiters, row.skipEmpty, row.most), row.parts)
+            << row.text << ' ' << row.most;
     EXPECT_THROW(str::split("a;", "; ", false, 0), std::out_of_range);
     EXPECT_THROW(str::split("a;", "; ", false, 2), std::out_of_range);
 }
