@@ -75,7 +75,7 @@ TEST_F(Info, ShowsNoControlCharacters) {
 }
 
 TEST_F(Info, DrawsTheFirstFrameOfEachFileSideBySide) {
-    EXPECT_EQ(runOmbrel({"info", raw, corrected, "--region", "2,0,2,1", "--picture", picture}).exitCode, 0);
+    runWell({"info", raw, corrected, "--region", "2,0,2,1", "--picture", picture});
     const QImage drawn(QString::fromStdString(picture));
     ASSERT_EQ(drawn.size(), QSize(2 + 4 + 2, 1));
     EXPECT_GT(qGray(drawn.pixel(0, 0)), qGray(drawn.pixel(1, 0)));

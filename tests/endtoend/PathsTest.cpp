@@ -21,9 +21,9 @@ protected:
         writeTiff(at("in.tif"), stack);
         fs::create_symlink("in.h5", at("link.h5"));
         fs::create_hard_link(at("in.h5"), at("twin.h5"));
-        EXPECT_EQ(runOmbrel({"calibrate", "flat-field", at("in.tif"), "-o", at("ff.xml")}).exitCode, 0);
-        EXPECT_EQ(runOmbrel(binning({at("in.h5"), "-o", at("ok.h5")})).exitCode, 0);
-        EXPECT_EQ(runOmbrel(binning({at("in.h5"), "-o", at("ok.tif")})).exitCode, 0);
+        runWell({"calibrate", "flat-field", at("in.tif"), "-o", at("ff.xml")});
+        runWell(binning({at("in.h5"), "-o", at("ok.h5")}));
+        runWell(binning({at("in.h5"), "-o", at("ok.tif")}));
         writeFileText(at("a.bin"), "a heap");
         writeFileText(at("grid.csv"), "v,t,e,file\n1,1,1,in.tif\n1,1,2,in.tif\n");
     }
@@ -136,8 +136,7 @@ TEST_F(Paths, WhatIsThereIsKeptAndPlacesAreCheckedFirst) {
           plus(flat, {"--ffc", at("mine.ffc")}), plus(flat, {"--ascii", at("mine")}),
           Arguments{"info", at("in.h5"), "--picture", at("mine.png")}}) {
         refuse(arguments, 1, "exists; give --force");
-        const auto forced = runOmbrel(plus(arguments, {"--force"}));
-        EXPECT_EQ(forced.exitCode, 0) << forced.messages;
+        runWell(plus(arguments, {"--force"}));
         fs::remove(at("out.h5"));
         fs::remove(at("c.xml"));
     }

@@ -21,7 +21,7 @@ protected:
         writeHdf5(frames, stack);
         stack.pixels.resize(3 * 256);
         writeTiff(folder / "flats.tif", stack);
-        EXPECT_EQ(runOmbrel({"calibrate", "flat-field", folder / "flats.tif", "-o", settings}).exitCode, 0);
+        runWell({"calibrate", "flat-field", folder / "flats.tif", "-o", settings});
     }
 
     ProgramResult run(const std::string& name, std::vector<std::string> more = {}) const {
@@ -77,8 +77,7 @@ TEST_F(Replay, PartsAreOneOutputWhereverTheyAreMovedTogether) {
     for (const char* range : {"0:3", "3:4", "4:10"})
         ASSERT_EQ(run(std::string("parts/") + range[0] + ".h5", {"--frames", range}).exitCode, 0);
     const auto part = [&](const char* name) { return folder / (std::string("parts/") + name + ".h5"); };
-    const auto merged = runOmbrel({"merge", part("4"), part("0"), part("3"), "-o", folder / "merged.h5"});
-    ASSERT_EQ(merged.exitCode, 0) << merged.messages;
+    const auto merged = runWell({"merge", part("4"), part("0"), part("3"), "-o", folder / "merged.h5"});
     fs::create_directory(folder / "moved");
     fs::rename(folder / "merged.h5", folder / "moved/merged.h5");
     fs::rename(folder / "parts", folder / "moved/parts");

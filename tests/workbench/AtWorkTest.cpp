@@ -1,17 +1,51 @@
-// What users do while the worker is at work. The sanitizers see what is lost.
+// The window while a filter works: whether it answers, which frames it shows, and what users do meanwhile.
+// The sanitizers see what is lost.
 #include "batch/BatchPane.h"
 #include "fixtures/ModalUser.h"
-#include "workbench/HeldFile.h"
 #include "workbench/WorkbenchFixture.h"
+#include "worker/FrameWorker.h"
 
 #include <QMessageBox>
+#include <QSlider>
 #include <QTableWidget>
+#include <QTimer>
 
+#include <fcntl.h>
+#include <latch>
+#include <sys/stat.h>
 #include <thread>
+#include <unistd.h>
 
 using namespace ombrel::workbench;
 
 namespace {
+
+// A file whose reader waits until it is released: a filter that takes it for a mask stays in the middle of
+// its work for as long as a test wants.
+class HeldFile {
+public:
+    explicit HeldFile(std::string file) : path(std::move(file)) { ::mkfifo(path.c_str(), 0600); }
+    ~HeldFile() { release(); }
+    HeldFile(const HeldFile&) = delete;
+    HeldFile& operator=(const HeldFile&) = delete;
+
+    // Whether somebody waits.
+    bool isRead() {
+        if (writer < 0)
+            writer = ::open(path.c_str(), O_WRONLY | O_NONBLOCK);
+        return writer >= 0;
+    }
+    void release() {
+        const int both = ::open(path.c_str(), O_RDWR); // wakes whoever comes between
+        std::filesystem::remove(path);                 // nobody waits from now on
+        ::close(both);
+        ::close(std::exchange(writer, -1));
+    }
+
+private:
+    std::string path;
+    int writer = -1;
+};
 
 class AtWork : public WorkbenchTest {
 protected:
@@ -120,6 +154,74 @@ TEST_F(AtWork, ClosingDuringABatchIsAskedFor) {
     EXPECT_FALSE(window->isVisible());
     endWindow();
     EXPECT_EQ(ombrel::Frame::aliveCount(), framesBefore);
+}
+
+using Response = WorkbenchTest;
+
+TEST_F(Response, TheWindowNeverWaitsForAFilter) {
+    ASSERT_TRUE(openWith(writeFrames(9), "AdaptiveFF", writeAdaptive(side, 3))) << logText();
+    HeldFile mask(folder / "mask.bin");
+    const auto edit = [&](const char* param, const std::string& text) {
+        model().setParam(model().chosenLink(), param, text);
+    };
+    edit("QFCustomMaskFile", folder / "mask.bin");
+    ASSERT_TRUE(waitFor([&] { return mask.isRead(); }));
+    QApplication::processEvents(); // what was shown before
+    framesShown = 0;
+    int beats = 0;
+    QTimer heart; // fires whenever the window's thread is free
+    heart.callOnTimeout([&] { ++beats; });
+    heart.start(0);
+    for (int step = 1; step <= 5; ++step) {
+        key(Qt::Key_Right);
+        edit("QFTileSize", std::to_string(3 + step));
+        ASSERT_TRUE(waitFor([&] { return beats > 20 * step; }));
+    }
+    EXPECT_EQ(child<QSlider>(*window, "slFrame").value(), 5);
+    EXPECT_EQ(framesShown, 0) << "the filter is still at work";
+    mask.release();
+    EXPECT_TRUE(waitForFrame());
+    EXPECT_EQ(lastFrame, 5);
+    EXPECT_LE(framesShown, 2) << "the requests that were replaced are never served";
+}
+
+TEST_F(Response, EveryClickOnTheSliderShowsItsFrame) {
+    ASSERT_TRUE(open(writeFrames(30)));
+    auto& slider = child<QSlider>(*window, "slFrame");
+    for (int step = 0; step < 5; ++step) {
+        const int at = slider.width() * (step * 7 % 20 + 1) / 22;
+        QTest::mouseClick(&slider, Qt::LeftButton, {}, QPoint(at, slider.height() / 2));
+        ASSERT_TRUE(waitForFrame());
+        EXPECT_EQ(lastFrame, slider.value());
+        EXPECT_EQ(image(RAW_PANE)->at(0, 0), 100 * slider.value() + 1);
+    }
+}
+
+// The worker by itself, to which every chain is slow.
+TEST_F(Response, RawFramesFollowTheSliderWhileTheChainIsSlow) {
+    FrameRequest request;
+    request.inputs = {writeFrames(4)};
+    request.opening = 1;
+    request.chain.links = {{1, "Binning 2x2", true, "", nullptr, 0, {}}};
+    std::vector<std::string> shown; // by the worker's thread, until the last frame
+    std::latch end(1);
+    FrameWorker worker(OMBREL_PLUGIN, 0);
+    const auto ask = [&](zt::u64 frame) {
+        request.frame = frame;
+        worker.request(request);
+    };
+    const auto show = [&](const ShownFramePtr& frame) {
+        const FrameView& view = frame->view;
+        shown.push_back((view.isComplete ? "all of " : "raw ") + std::to_string(view.frame));
+        if (view.frame < 3)
+            ask(view.frame + 1); // before the slider rests
+        else if (view.isComplete)
+            end.count_down();
+    };
+    QObject::connect(&worker, &FrameWorker::shown, &worker, show, Qt::DirectConnection);
+    ask(0);
+    end.wait();
+    EXPECT_THAT(shown, ElementsAre("all of 0", "raw 1", "raw 2", "raw 3", "all of 3"));
 }
 
 } // namespace

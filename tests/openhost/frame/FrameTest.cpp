@@ -1,12 +1,16 @@
 #include "frame/Frame.h"
 
 #include "fixtures/Testing.h"
+#include "frame/FramePool.h"
 #include "frame/PixelType.h"
 #include "zt/DataBuff.h"
 
 #include <numeric>
+#include <random>
+#include <thread>
 
 using namespace ombrel;
+using ombrel::FramePool;
 
 namespace {
 
@@ -137,3 +141,115 @@ TEST(FrameDeathTest, MisuseOfReferencesEndsTheProgram) {
     held->release();
 }
 #endif
+
+namespace {
+
+// The definition, in a type that holds every pixel of every type exactly.
+template <typename To>
+To plainConversion(long double value) {
+    static_assert(std::numeric_limits<long double>::digits >= 64);
+    if constexpr (std::is_floating_point_v<To>)
+        return static_cast<To>(value);
+    if (std::isnan(value))
+        return 0;
+    const long double rounded = std::nearbyint(value);
+    if (rounded < static_cast<long double>(std::numeric_limits<To>::lowest()))
+        return std::numeric_limits<To>::lowest();
+    if (rounded > static_cast<long double>(std::numeric_limits<To>::max()))
+        return std::numeric_limits<To>::max();
+    return static_cast<To>(rounded);
+}
+
+// Everything at which a conversion can go wrong: the ends of all ranges, halves, what double can't hold, NaN.
+std::vector<long double> hostileValues() {
+    std::vector<long double> values{
+        0.0L,    -0.0L,  0.5L,  1.5L,    2.5L,   -0.5L,   -1.5L,    0.49999999999999994L,
+        5e-324L, 1e-40L, 1e38L, 3.5e38L, 1e300L, -1e300L, INFINITY, -INFINITY,
+        NAN,     -NAN};
+    for (const int bits : {7, 8, 15, 16, 24, 31, 32, 51, 52, 53, 63, 64})
+        for (const long double offset : {-1.5L, -1.0L, -0.5L, 0.0L, 0.5L, 1.0L, 1.5L})
+            for (const long double sign : {1.0L, -1.0L})
+                values.push_back(sign * (std::ldexp(1.0L, bits) + offset));
+    std::mt19937_64 random(7);
+    for (int i = 0; i < 200; ++i)
+        values.push_back(std::ldexp(static_cast<long double>(static_cast<zt::i64>(random())), i % 70 - 60));
+    return values;
+}
+
+template <typename From, typename To>
+void expectPlainResults() {
+    std::vector<From> from{From{}}; // so that the values that are converted do not begin at an aligned place
+    for (const long double value : hostileValues())
+        from.push_back(plainConversion<From>(value));
+    const std::size_t count = from.size() - 1;
+    std::vector<To> to(count);
+    const auto code = [](auto type) {
+        for (zt::u8 each = 0;; ++each)
+            if (withPixelType(each,
+                              [&](auto pixel) { return std::is_same_v<decltype(pixel), decltype(type)>; }))
+                return each;
+    };
+    convertPixels(reinterpret_cast<const std::byte*>(&from[1]), code(From{}),
+                  reinterpret_cast<std::byte*>(to.data()), code(To{}), count);
+    for (std::size_t i = 0; i < count; ++i) {
+        const To expected = plainConversion<To>(from[i + 1]);
+        if (expected != expected)
+            EXPECT_NE(to[i], to[i]);
+        else
+            EXPECT_EQ(to[i], expected) << "from " << +from[i + 1] << " of type "
+                                       << pixelTypeName(code(From{})) << " to " << pixelTypeName(code(To{}));
+    }
+}
+
+} // namespace
+
+TEST(PixelConversion, EveryPairOfTypesFollowsTheDefinition) {
+    for (zt::u8 from = 0; from <= zt::DT_DOUBLE; ++from)
+        for (zt::u8 to = 0; to <= zt::DT_DOUBLE; ++to)
+            withPixelType(
+                from,
+                [&](auto fromPixel) {
+                    withPixelType(
+                        to,
+                        [](auto toPixel) { expectPlainResults<decltype(fromPixel), decltype(toPixel)>(); });
+                });
+}
+
+TEST(FramePool, HandsOutABlockOfTheSameSizeAgain) {
+    FramePool pool(10000);
+    FramePool::Block block = pool.take(1000);
+    const std::byte* const address = block.get();
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(address) % 64, 0u);
+    block.reset();
+    EXPECT_EQ(pool.idleBytes(), 1000u);
+    const FramePool::Block other = pool.take(999);
+    EXPECT_NE(other.get(), address);
+    EXPECT_EQ(pool.take(1000).get(), address);
+}
+
+TEST(FramePool, KeepsToItsBoundByLettingGoWhatIsIdleForLongest) {
+    FramePool pool(2500);
+    {
+        const FramePool::Block a = pool.take(1000);
+        const FramePool::Block b = pool.take(1001);
+        const FramePool::Block c = pool.take(1002); // given back first, as the last that was made
+    }
+    EXPECT_EQ(pool.idleBytes(), 2001u);
+    pool.take(5000).reset(); // above the bound by itself
+    EXPECT_LE(pool.idleBytes(), 2500u);
+}
+
+TEST(FramePool, NeverHandsOutOneBlockTwiceAtATime) {
+    FramePool pool(4000);
+    const auto work = [&](std::byte mark) {
+        for (int round = 0; round < 2000; ++round) {
+            const FramePool::Block block = pool.take(500);
+            std::fill_n(block.get(), 500, mark);
+            std::this_thread::yield();
+            ASSERT_EQ(std::count(block.get(), block.get() + 500, mark), 500);
+        }
+    };
+    std::vector<std::jthread> threads;
+    for (int i = 1; i <= 4; ++i)
+        threads.emplace_back(work, std::byte(i));
+}

@@ -156,41 +156,39 @@ TEST_F(SettingsTest, ReadsWhatOtherProgramsWriteOfTheSameContents) {
 }
 
 TEST_F(SettingsTest, ErrorsTellLineAndColumn) {
-    EXPECT_THAT(errorOf(""), HasSubstr("1:1: the file ends within the settings"));
-    EXPECT_THAT(errorOf(std::string("\x7f"
-                                    "ELF\0\0",
-                                    6)),
-                HasSubstr(": not a settings file: "));
-    EXPECT_THAT(errorOf("<settings>\n <group name=\"G\">"), HasSubstr("2:18: the file ends within"));
-    EXPECT_THAT(errorOf("<html/>"), HasSubstr("\"html\" where \"settings\" is expected"));
-    EXPECT_THAT(errorOf("<settings/><settings/>"), HasSubstr("not a settings file"));
-    EXPECT_THAT(errorOf("<settings>\nword</settings>"), HasSubstr("2:6: text outside an item: \"word\""));
-    EXPECT_THAT(errorOf("<!DOCTYPE settings><settings/>"), HasSubstr("a document type"));
-    EXPECT_THAT(errorOf("<settings><group name='G'/><group name='G'/></settings>"),
-                HasSubstr("a second group \"G\""));
-
-    EXPECT_THAT(errorOfItem("<item key=\"k\" type=\"int\">12a</item>"),
-                HasSubstr("3:26: \"12a\" is not of type int"));
-    EXPECT_THAT(errorOfItem("<item key='k' type='int'>2147483648</item>"), HasSubstr("is not of type int"));
-    EXPECT_THAT(errorOfItem("<item key='k' type='double'>1,5</item>"), HasSubstr("is not of type double"));
-    EXPECT_THAT(errorOfItem("<item key='k' type='bool'>1</item>"), HasSubstr("is not of type bool"));
-    EXPECT_THAT(errorOfItem("<item key='k' type='colour'>red</item>"), HasSubstr("unknown type \"colour\""));
-    EXPECT_THAT(errorOfItem("<item key='k'>1</item>"), HasSubstr("the attribute \"type\" is missing"));
-    EXPECT_THAT(errorOfItem("<item key='k' kind='x' type='int'>1</item>"),
-                HasSubstr("unknown attribute \"kind\""));
-    EXPECT_THAT(errorOfItem("<item key='k' type='int'><b>1</b></item>"),
-                HasSubstr("an element within an item"));
-    EXPECT_THAT(errorOfItem("<item key='k' type='int'>1</item>\n<item key='k' type='int'>2</item>"),
-                HasSubstr("4:26: a second key \"k\" in group \"G\""));
-
-    EXPECT_THAT(errorOfItem("<item key='k' type='blob'>AAEC\nAA?E</item>"),
-                HasSubstr("4:3: a character that is not base64"));
-    EXPECT_THAT(errorOfItem("<item key='k' type='blob'>AAE=AAEC</item>"), HasSubstr("3:31: a character"));
-    for (const char* bad : {"A===", "=AAA", "AA=A", "AA&#65;A"})
-        EXPECT_THAT(errorOfItem("<item key='k' type='blob'>" + std::string(bad) + "</item>"),
-                    HasSubstr("a character that is not base64"));
-    EXPECT_THAT(errorOfItem("<item key='k' type='blob'>AAECA\n</item>\n<x/>"),
-                HasSubstr("4:1: the base64 text is truncated"));
+    for (const auto& [text, words] : std::initializer_list<std::pair<std::string, const char*>>{
+             {"", "1:1: the file ends within the settings"},
+             {std::string("\x7f"
+                          "ELF\0\0",
+                          6),
+              ": not a settings file: "},
+             {"<settings>\n <group name=\"G\">", "2:18: the file ends within"},
+             {"<html/>", "\"html\" where \"settings\" is expected"},
+             {"<settings/><settings/>", "not a settings file"},
+             {"<settings>\nword</settings>", "2:6: text outside an item: \"word\""},
+             {"<!DOCTYPE settings><settings/>", "a document type"},
+             {"<settings><group name='G'/><group name='G'/></settings>", "a second group \"G\""}})
+        EXPECT_THAT(errorOf(text), HasSubstr(words));
+    for (const auto& [attributes, content, words] :
+         {std::tuple("key='k' type='int'", "12a", "3:26: \"12a\" is not of type int"),
+          {"key='k' type='int'", "2147483648", "is not of type int"},
+          {"key='k' type='double'", "1,5", "is not of type double"},
+          {"key='k' type='bool'", "1", "is not of type bool"},
+          {"key='k' type='colour'", "red", "unknown type \"colour\""},
+          {"key='k'", "1", "the attribute \"type\" is missing"},
+          {"key='k' kind='x' type='int'", "1", "unknown attribute \"kind\""},
+          {"key='k' type='int'", "<b>1</b>", "an element within an item"},
+          {"key='k' type='int'", "1</item>\n<item key='k' type='int'>2",
+           "4:26: a second key \"k\" in group \"G\""},
+          {"key='k' type='blob'", "AAEC\nAA?E", "4:3: a character that is not base64"},
+          {"key='k' type='blob'", "AAE=AAEC", "3:31: a character"},
+          {"key='k' type='blob'", "A===", "a character that is not base64"},
+          {"key='k' type='blob'", "=AAA", "a character that is not base64"},
+          {"key='k' type='blob'", "AA=A", "a character that is not base64"},
+          {"key='k' type='blob'", "AA&#65;A", "a character that is not base64"},
+          {"key='k' type='blob'", "AAECA\n</item>\n<x/>", "4:1: the base64 text is truncated"}})
+        EXPECT_THAT(errorOfItem("<item " + std::string(attributes) + ">" + content + "</item>"),
+                    HasSubstr(words));
 }
 
 TEST_F(SettingsTest, WhatIsNoBlobHasLimits) {

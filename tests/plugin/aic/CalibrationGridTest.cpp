@@ -11,20 +11,6 @@ using Store = c_CalibrationImages;
 
 class CalibrationGrid : public HeapFixture {
 protected:
-    // The first pixel of the grid point that a walk along an axis finds, or the outcome where there is none.
-    float next(int start, Store::ParamType axis, bool includeInterpolated = true) {
-        Store::Position found{};
-        auto result = Store::ResultOk;
-        EXPECT_EQ(store.GetNextImage(store.Images.begin() + start, found, axis, &result, includeInterpolated),
-                  0);
-        return result == Store::ResultOk ? found->Image.at(0, 0) : static_cast<float>(result);
-    }
-    float previous(int start, Store::ParamType axis) {
-        Store::Position found{};
-        auto result = Store::ResultOk;
-        EXPECT_EQ(store.GetPreviousImage(store.Images.begin() + start, found, axis, &result, true), 0);
-        return result == Store::ResultOk ? found->Image.at(0, 0) : static_cast<float>(result);
-    }
     const AICImage& image(std::size_t point) const { return store.Images.at(point).Image; }
 };
 
@@ -49,24 +35,6 @@ TEST_F(CalibrationGrid, MovesItsCursorInListOrderOverHoles) {
     store.ResetToFirstImage();
     store.GetCurrentImage(found, &result);
     EXPECT_EQ(found, store.Images.begin());
-}
-
-TEST_F(CalibrationGrid, WalksAlongAnAxisOverHolesButNotIntoTheNextLine) {
-    HeapBytes heap = heapOf({1, 2, 3}, {1, 2}, {1, 2, 3});
-    for (int i = 0; i < 18; ++i)
-        i == 6 || i == 1 ? heap.hole() : heap.pair(static_cast<float>(i), 0);
-    ASSERT_EQ(load(heap), 0);
-    EXPECT_EQ(next(0, Store::ParamV), 12);
-    EXPECT_EQ(next(0, Store::ParamT), 3);
-    EXPECT_EQ(next(0, Store::ParamE), 2);
-    EXPECT_EQ(next(2, Store::ParamE), Store::ResultNoNext);
-    EXPECT_EQ(next(3, Store::ParamT), Store::ResultNoNext);
-    EXPECT_EQ(next(17, Store::ParamE), Store::ResultNoNext);
-    EXPECT_EQ(previous(12, Store::ParamV), 0);
-    EXPECT_EQ(previous(2, Store::ParamE), 0);
-    EXPECT_EQ(previous(3, Store::ParamE), Store::ResultNoPrevious);
-    EXPECT_EQ(previous(0, Store::ParamV), Store::ResultNoPrevious);
-    EXPECT_EQ(logText(), "");
 }
 
 TEST_F(CalibrationGrid, SaysWhichAxisItDoesNotKnow) {

@@ -4,8 +4,6 @@
 #include "fixtures/Testing.h"
 #include "kernels/ProcessorDispatch.h"
 
-#include <bit>
-#include <cstdint>
 #include <random>
 
 namespace {
@@ -105,13 +103,7 @@ MaskedFrame randomFrame(int width, int height, std::mt19937& random, unsigned co
 
 void expectSame(const MaskedFrame& actual, const MaskedFrame& expected) {
     ASSERT_EQ(actual.mask, expected.mask);
-    for (std::size_t i = 0; i < actual.size(); ++i) {
-        if (std::isnan(expected.data[i]) && std::isnan(actual.data[i]))
-            continue;
-        ASSERT_EQ(std::bit_cast<std::uint64_t>(actual.data[i]),
-                  std::bit_cast<std::uint64_t>(expected.data[i]))
-            << "at " << i << " of " << actual.width << " x " << actual.height;
-    }
+    ASSERT_TRUE(sameBits(actual.data, expected.data)) << actual.width << " x " << actual.height;
 }
 
 TEST(BadPixelInterpolation, GivesTheBitsOfThePlainPassesOnEveryShapeAndMask) {

@@ -1,9 +1,7 @@
 // What the filters have in common: how they end, and how they refuse.
-#include "BHFilterFixture.h"
-#include "FFFilterFixture.h"
+#include "FilterFixtures.h"
 #include "filters/AdaptiveFF.h"
 #include "filters/Binning2x2.h"
-#include "fixtures/FilterTests.h"
 #include "host/Param.h"
 
 namespace {

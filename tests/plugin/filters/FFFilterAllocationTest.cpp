@@ -1,4 +1,4 @@
-#include "FFFilterFixture.h"
+#include "FilterFixtures.h"
 
 #include <new>
 

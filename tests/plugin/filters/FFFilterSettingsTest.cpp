@@ -1,6 +1,6 @@
-#include "FFFilterFixture.h"
+#include "FilterFixtures.h"
 
-#include <bit>
+#include <numeric>
 
 namespace {
 
@@ -21,6 +21,9 @@ protected:
 };
 
 TEST_F(FFFilterSettingsTest, AStoreGivesBackTheFilterToTheLastBit) {
+    filter->useTDI(true);
+    EXPECT_EQ(filter->saveToSettings(store.get()), 0);
+    EXPECT_FALSE(store->getBool("FF", "UseTDI", false)) << "there are no coefficients to store";
     host.frames().defineFrame("flat", frameOf({0.1, 0.2, 0.7, 1e-300, 0, 3}));
     ASSERT_EQ(filter->loadCoefficientsFromFile("flat", false), 0);
     filter->setInterpolateBadMaskedPixels(false);
@@ -46,12 +49,6 @@ TEST_F(FFFilterSettingsTest, AStoreGivesBackTheFilterToTheLastBit) {
     EXPECT_EQ(again->getInt("FF", "TDICoeffsSize", 0), 3);
     EXPECT_EQ(loaded->badPixelMaskName, "<Zero pixels>");
     EXPECT_THAT(takeLog(), IsEmpty());
-}
-
-TEST_F(FFFilterSettingsTest, WithoutCoefficientsNothingIsStored) {
-    filter->useTDI(true);
-    EXPECT_EQ(filter->saveToSettings(store.get()), 0);
-    EXPECT_FALSE(store->getBool("FF", "UseTDI", false));
 }
 
 TEST_F(FFFilterSettingsTest, TheLimitsForCoefficientsAreRead) {
@@ -92,6 +89,13 @@ TEST_F(FFFilterSettingsTest, ColumnsWithoutASizeAreAsManyAsThePixels) {
     store->setInt("FF", "TDICoeffsSize", 0);
     EXPECT_EQ(loadedInto(*filter), (Values{6, 5, 4, 3, 2, 1}));
     EXPECT_THAT(takeLog(), IsEmpty());
+
+    Values large(100); // more than the device has
+    std::iota(large.begin(), large.end(), 0.0);
+    store->setInt("FF", "CoeffsSize", 100);
+    setTable("Coeffs", large);
+    EXPECT_EQ(filter->loadFromSettings(store.get()), 0);
+    EXPECT_EQ(coefficientsOf(*filter, 100), large);
 }
 
 TEST_F(FFFilterSettingsTest, SizesThatTheStoreDoesNotBearOutChangeNothing) {
@@ -109,16 +113,6 @@ TEST_F(FFFilterSettingsTest, SizesThatTheStoreDoesNotBearOutChangeNothing) {
     store->setInt("FF", "CoeffsSize", 2147483647);
     store->setBlob("FF", "Coeffs", nullptr, 0);
     EXPECT_EQ(loadedInto(*filter), (Values{1, 2, 3, 4, 5, 6}));
-}
-
-TEST_F(FFFilterSettingsTest, TablesLargerThanTheDeviceAreRead) {
-    Values large(100);
-    for (std::size_t i = 0; i < large.size(); ++i)
-        large[i] = static_cast<double>(i);
-    store->setInt("FF", "CoeffsSize", 100);
-    setTable("Coeffs", large);
-    EXPECT_EQ(filter->loadFromSettings(store.get()), 0);
-    EXPECT_EQ(coefficientsOf(*filter, 100), large);
 }
 
 } // namespace

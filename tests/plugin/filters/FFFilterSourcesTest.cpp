@@ -1,4 +1,4 @@
-#include "FFFilterFixture.h"
+#include "FilterFixtures.h"
 
 namespace {
 
@@ -18,18 +18,51 @@ protected:
         return name;
     }
 
+    struct Load {
+        std::vector<std::string> files;
+        int code;
+        std::vector<std::string> log;
+        Values coefficients;
+    };
+    // One after the other by the same filter.
+    void expectLoads(const std::vector<Load>& loads) {
+        for (const auto& [files, code, lines, coefficients] : loads) {
+            SCOPED_TRACE(testing::PrintToString(files));
+            EXPECT_EQ(load(files), code);
+            EXPECT_EQ(takeLog(), lines);
+            EXPECT_EQ(coefficientsOf(*filter, coefficients.size()), coefficients);
+        }
+    }
+
     const Values ones = Values(6, 1);
+    const Values lastIsHalf{1, 1, 1, 1, 1, 0.5};
     const std::string sizesDiffer = "Frame dimensions do not match";
 };
 
-TEST_F(FFFilterSourcesTest, AFlatFieldBecomesItsMedianOverEachValue) {
-    EXPECT_EQ(load({flat("flat", {1, 2, 3, 4, 0, 8})}), 0);
-    EXPECT_EQ(coefficientsOf(*filter), (Values{2, 1, 2.0 / 3, 0.5, 0, 0.25}));
-    EXPECT_EQ(filter->coeffsSourceName, "flat");
-    EXPECT_EQ(load({flat("flat", {7.1, 7.1, 7.1, 7.1, 7.1, 7.1})}), 0);
-    EXPECT_EQ(coefficientsOf(*filter), ones);
+TEST_F(FFFilterSourcesTest, FlatFieldsBecomeTheirMedianOverEachValue) {
+    const std::string a = flat("a", {1, 2, 3, 4, 5, 6});
+    const std::string b = flat("b", {3, 2, 1, 0, 5, 6});
+    const std::string ascii = written("c.txt", "5 2 5 2\n5 6 junk behind");
+    const double third = 1.0 / 3;
+    const double median = 9 * third; // of 9 6 9 6 15 18, times a third
+    expectLoads({
+        {{flat("flat", {1, 2, 3, 4, 0, 8})}, 0, {}, {2, 1, 2.0 / 3, 0.5, 0, 0.25}},
+        {{flat("even", Values(6, 7.1))}, 0, {}, ones},
+        // All frames of all files weigh the same.
+        {{a, b, ascii},
+         0,
+         {},
+         {median / (9 * third), median / (6 * third), median / (9 * third), median / (6 * third),
+          median / (15 * third), median / (18 * third)}},
+        {{flat("small", {1, 2, 3, 4}, 2)}, -1005, {sizesDiffer}, ones},
+        {{flat("good", {1, 1, 1, 1, 1, 2}), "small"}, -1005, {sizesDiffer}, lastIsHalf},
+    });
+    EXPECT_EQ(filter->coeffsSourceName, "<Multiple files>");
+    EXPECT_EQ(load({"even"}), 0);
+    EXPECT_EQ(filter->coeffsSourceName, "even");
     EXPECT_EQ(coefficientsOf(*filter, 6, true), ones);
-    EXPECT_THAT(takeLog(), IsEmpty());
+    EXPECT_EQ(load({flat("large", Values(8, 1), 4)}), 0); // and refused by each frame
+    EXPECT_THAT(coefficientsOf(*filter), IsEmpty());
 }
 
 TEST_F(FFFilterSourcesTest, ColumnsAreAveragedTermByTerm) {
@@ -45,75 +78,39 @@ TEST_F(FFFilterSourcesTest, ColumnsAreAveragedTermByTerm) {
     EXPECT_EQ(coefficientsOf(*filter, 3 * 2, true), (Values{1 / first, 1, 0.2, 1 / first, 1, 0.2}));
 }
 
-TEST_F(FFFilterSourcesTest, AllFramesOfAllFilesWeighTheSame) {
-    const std::string a = flat("a", {1, 2, 3, 4, 5, 6});
-    const std::string b = flat("b", {3, 2, 1, 0, 5, 6});
-    const std::string ascii = written("c.txt", "5 2 5 2\n5 6 junk behind");
-    EXPECT_EQ(load({a, b, ascii}), 0);
-    EXPECT_EQ(filter->coeffsSourceName, "<Multiple files>");
-    const double third = 1.0 / 3;
-    // 9 6 9 6 15 18, times a third: the median is that of the first.
-    const double median = 9 * third;
-    EXPECT_EQ(coefficientsOf(*filter),
-              (Values{median / (9 * third), median / (6 * third), median / (9 * third), median / (6 * third),
-                      median / (15 * third), median / (18 * third)}));
-}
-
 TEST_F(FFFilterSourcesTest, PreparedFilesAreTakenAsTheyAre) {
-    writtenTable("a.ffc", {1, 2, 3, 4, 5, 6});
-    writtenTable("offc", {3, 2, 1, 0, 5, -6});
-    EXPECT_EQ(load({folder / "a.ffc"}), 0);
-    EXPECT_EQ(coefficientsOf(*filter), (Values{1, 2, 3, 4, 5, 6}));
-    EXPECT_EQ(load({folder / "a.ffc", folder / "offc"}), 0);
-    EXPECT_EQ(coefficientsOf(*filter), (Values{2, 2, 2, 2, 5, 0}));
-    // The first file decides for all.
-    EXPECT_EQ(load({folder / "a.ffc", flat("flat", {3, 2, 1, 0, 5, 6})}), 0);
-    EXPECT_EQ(coefficientsOf(*filter), (Values{2, 2, 2, 2, 5, 6}));
-    EXPECT_EQ(load({"flat", folder / "a.ffc"}), 0);
-    EXPECT_EQ(coefficientsOf(*filter), (Values{1, 1, 1, 1, 2.0 / 5, 2.0 / 6}));
-}
-
-TEST_F(FFFilterSourcesTest, PreparedFilesTellTheirSizeByTheirLength) {
-    writtenTable("long.ffc", {1, 2, 3, 4, 5, 6, 7});
-    EXPECT_EQ(load({folder / "long.ffc"}), 0);
-    EXPECT_EQ(coefficientsOf(*filter, 7), (Values{1, 2, 3, 4, 5, 6, 7}));
+    const std::string a = writtenTable("a.ffc", {1, 2, 3, 4, 5, 6});
+    const std::string flatField = flat("flat", {3, 2, 1, 0, 5, 6});
+    expectLoads({
+        {{a}, 0, {}, {1, 2, 3, 4, 5, 6}},
+        {{a, writtenTable("offc", {3, 2, 1, 0, 5, -6})}, 0, {}, {2, 2, 2, 2, 5, 0}},
+        {{a, flatField}, 0, {}, {2, 2, 2, 2, 5, 6}}, // the first file decides for all
+        {{flatField, a}, 0, {}, {1, 1, 1, 1, 2.0 / 5, 2.0 / 6}},
+        {{writtenTable("long.ffc", {1, 2, 3, 4, 5, 6, 7})}, 0, {}, {1, 2, 3, 4, 5, 6, 7}},
+    });
     EXPECT_THAT(coefficientsOf(*filter, 6), IsEmpty());
     EXPECT_THAT(takeLog(), ElementsAre(sizesDiffer));
-
-    EXPECT_EQ(load({written("odd.ffc", std::string(3 * 8 + 5, '\0'))}), 0);
-    EXPECT_EQ(coefficientsOf(*filter, 3), (Values{0, 0, 0}));
+    expectLoads({{{written("odd.ffc", std::string(3 * 8 + 5, '\0'))}, 0, {}, {0, 0, 0}}});
     EXPECT_EQ(load({written("empty.ffc", "")}), 0);
     EXPECT_THAT(coefficientsOf(*filter), IsEmpty());
     EXPECT_THAT(takeLog(), ElementsAre("No flat-field coefficients loaded"));
-}
 
-TEST_F(FFFilterSourcesTest, PreparedFilesLeaveTheColumnsOfTheEarlierSource) {
-    ASSERT_EQ(load({flat("flat", {1, 2, 4, 1, 2, 4})}), 0);
-    writtenTable("a.ffc", {1, 2, 3, 4, 5, 6});
-    ASSERT_EQ(load({folder / "a.ffc"}), 0);
+    // The columns are those of the earlier source.
+    ASSERT_EQ(load({flat("columns", {1, 2, 4, 1, 2, 4})}), 0);
+    ASSERT_EQ(load({a}), 0);
     EXPECT_EQ(coefficientsOf(*filter, 6, true), (Values{2, 1, 0.5, 2, 1, 0.5}));
 }
 
 TEST_F(FFFilterSourcesTest, FailuresAreLoggedAndLeaveOnes) {
-    EXPECT_EQ(load({}), -1);
-    EXPECT_EQ(filter->coeffsSourceName, "<Multiple files>");
-    EXPECT_EQ(coefficientsOf(*filter), ones);
-
     const std::string none = folder / "none%d%s.ffc";
-    EXPECT_EQ(load({none}), -1);
-    EXPECT_THAT(takeLog(), ElementsAre("Could not load FF coefficients binary from file " + none));
-    EXPECT_EQ(load({folder / "none.txt"}), -1);
-    EXPECT_THAT(takeLog(),
-                ElementsAre("Could not load FF coefficients from ascii file " + (folder / "none.txt")));
-    for (const char* text : {"", "1 2 3 4 5", "1 2 3 four 5 6"}) {
-        const std::string bad = written("bad.txt", text);
-        EXPECT_EQ(load({bad}), -1) << text;
-        EXPECT_THAT(takeLog(), ElementsAre("Could not load FF coefficients from ascii file " + bad));
-    }
-    const std::string longName = folder / std::string(2000, 'x');
-    EXPECT_EQ(load({longName}), -1);
-    EXPECT_THAT(takeLog(), ElementsAre("Could not load FF coefficients from ascii file " + longName));
-    EXPECT_EQ(load({folder.path.string()}), -1);
+    expectLoads({{{}, -1, {}, ones},
+                 {{none}, -1, {"Could not load FF coefficients binary from file " + none}, ones}});
+    std::vector<std::string> unreadable{folder / "none.txt", folder / std::string(2000, 'x'),
+                                        folder.path.string()};
+    for (const char* text : {"", "1 2 3 4 5", "1 2 3 four 5 6"})
+        unreadable.push_back(written("bad" + std::string(text) + ".txt", text));
+    for (const std::string& file : unreadable)
+        expectLoads({{{file}, -1, {"Could not load FF coefficients from ascii file " + file}, ones}});
     EXPECT_EQ(filter->loadCoefficientsFromFile(nullptr, false), -1);
     EXPECT_EQ(coefficientsOf(*filter), ones);
 }
@@ -121,26 +118,11 @@ TEST_F(FFFilterSourcesTest, FailuresAreLoggedAndLeaveOnes) {
 TEST_F(FFFilterSourcesTest, TheLastFilesCodeCountsWhereItHasOne) {
     const std::string good = written("good.txt", "1 1 1 1 1 2");
     const std::string shortOne = written("short.txt", "1");
-    const Values expected{1, 1, 1, 1, 1, 0.5};
-    EXPECT_EQ(load({good, shortOne}), -2);
-    EXPECT_EQ(coefficientsOf(*filter), expected);
-    EXPECT_EQ(load({shortOne, good}), 0);
-    EXPECT_EQ(coefficientsOf(*filter), expected);
-    // A frame file has none: the code before it stays.
-    EXPECT_EQ(load({shortOne, flat("flat", {1, 1, 1, 1, 1, 2})}), -2);
-    EXPECT_EQ(coefficientsOf(*filter), expected);
-}
-
-TEST_F(FFFilterSourcesTest, FlatsOfOtherSizesAreRefused) {
-    EXPECT_EQ(load({flat("small", {1, 2, 3, 4}, 2)}), -1005);
-    EXPECT_THAT(takeLog(), ElementsAre(sizesDiffer));
-    EXPECT_EQ(coefficientsOf(*filter), ones);
-    EXPECT_EQ(load({flat("good", {1, 1, 1, 1, 1, 2}), "small"}), -1005);
-    EXPECT_THAT(takeLog(), ElementsAre(sizesDiffer));
-    EXPECT_EQ(coefficientsOf(*filter), (Values{1, 1, 1, 1, 1, 0.5}));
-    // A larger one is taken, and refused by each frame.
-    EXPECT_EQ(load({flat("large", Values(8, 1), 4)}), 0);
-    EXPECT_THAT(coefficientsOf(*filter), IsEmpty());
+    const std::string line = "Could not load FF coefficients from ascii file " + shortOne;
+    expectLoads({{{good, shortOne}, -2, {line}, lastIsHalf},
+                 {{shortOne, good}, 0, {line}, lastIsHalf},
+                 // A frame file has none: the code before it stays.
+                 {{shortOne, flat("flat", {1, 1, 1, 1, 1, 2})}, -2, {line}, lastIsHalf}});
 }
 
 TEST_F(FFFilterSourcesTest, SavesPreparedTablesThatOnlyTheBinaryFormGivesBack) {

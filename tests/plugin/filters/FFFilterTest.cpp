@@ -1,4 +1,4 @@
-#include "FFFilterFixture.h"
+#include "FilterFixtures.h"
 #include "kernels/BadPixelMask.h"
 
 #include <array>
@@ -40,26 +40,20 @@ TEST_F(FFFilterTest, MultipliesACopyOrTheFrameItself) {
     EXPECT_THAT(takeLog(), IsEmpty());
 }
 
-TEST_F(FFFilterTest, InTdiModeAColumnSharesOneCoefficient) {
+TEST_F(FFFilterTest, InTdiModeAColumnSharesOneCoefficientWhereThereIsOne) {
+    const auto expectOfOnes = [](Filter& tdi, const Values& expected) {
+        tdi->useTDI(true);
+        EXPECT_EQ(corrected(*tdi, *frameOf(Values(6, 1))), expected);
+        const auto inPlace = frameOf(Values(6, 1));
+        tdi->filterReplace(inPlace.get());
+        EXPECT_EQ(pixelsOf(*inPlace), expected);
+    };
     host.frames().defineFrame("flat", frameOf({1, 2, 4, 3, 6, 12}));
     ASSERT_EQ(filter->loadCoefficientsFromFile("flat", false), 0);
-    filter->useTDI(true);
     filter->setInterpolateBadMaskedPixels(false);
-    // The columns' means 2, 4, 8 have the median 4.
-    const Values expected{2, 1, 0.5, 2, 1, 0.5};
-    EXPECT_EQ(corrected(*filter, *frameOf(Values(6, 1))), expected);
-    const auto inPlace = frameOf(Values(6, 1));
-    filter->filterReplace(inPlace.get());
-    EXPECT_EQ(pixelsOf(*inPlace), expected);
-}
-
-TEST_F(FFFilterTest, WithoutCoefficientsOfColumnsTdiTakesThoseOfPixels) {
-    const Filter prepared = filterWith({1, 2, 3, 4, 5, 6});
-    prepared->useTDI(true);
-    EXPECT_EQ(corrected(*prepared, *frameOf(Values(6, 1))), (Values{1, 2, 3, 4, 5, 6}));
-    const auto inPlace = frameOf(Values(6, 1));
-    prepared->filterReplace(inPlace.get());
-    EXPECT_EQ(pixelsOf(*inPlace), (Values{1, 2, 3, 4, 5, 6}));
+    expectOfOnes(filter, {2, 1, 0.5, 2, 1, 0.5}); // the columns' means 2, 4, 8 have the median 4
+    Filter prepared = filterWith({1, 2, 3, 4, 5, 6});
+    expectOfOnes(prepared, {1, 2, 3, 4, 5, 6});
 }
 
 // Frames that are 4 but for one pixel; where that is interpolated, all are 4.
@@ -92,10 +86,7 @@ TEST_F(BadPixelSourceTest, ZeroPixelsAreFoundInFourTypesOfFrames) {
     EXPECT_FALSE(isFilledWhere<float>(zt::DT_FLOAT, 0));
     // As a double this is a negative zero.
     EXPECT_TRUE(isFilledWhere<zt::u64>(zt::DT_U64, zt::u64{1} << 63));
-}
-
-TEST_F(BadPixelSourceTest, ZeroPixelsAreThoseOfTheMeasuredFrame) {
-    setUp({1, 1, 1, 1, 0, 1});
+    setUp({1, 1, 1, 1, 0, 1}); // what counts is the measured frame
     EXPECT_FALSE(isFilledWhere<double>(zt::DT_DOUBLE, 7));
     EXPECT_TRUE(isFilledWhere<double>(zt::DT_DOUBLE, 0));
 }
@@ -143,19 +134,16 @@ TEST_F(BadPixelSourceTest, ADeviceMaskIsReadNoFurtherThanItReaches) {
     EXPECT_THAT(mask, ElementsAre(0, 1, 0, 0, 0, 0));
 }
 
-TEST_F(BadPixelSourceTest, WithoutAnyMaskEachFrameIsMultipliedAndLogged) {
-    setUp(Values(6, 2));
-    filter->setUseZeroPixelsForBadPixels(false);
-    EXPECT_EQ(corrected(*filter, *frameOf({0, 1, 2, 3, 4, 5})), (Values{0, 2, 4, 6, 8, 10}));
-    EXPECT_THAT(takeLog(), ElementsAre(maskSizesDiffer));
-}
-
-TEST_F(BadPixelSourceTest, MoreThanHalfBadStaysMultiplied) {
+TEST_F(BadPixelSourceTest, WithoutAMaskOrWithMoreThanHalfBadFramesAreMultipliedAndLogged) {
     setUp(Values(6, 2));
     EXPECT_EQ(corrected(*filter, *frameOf({0, 0, 0, 0, 4, 5})), (Values{0, 0, 0, 0, 8, 10}));
     EXPECT_THAT(takeLog(), ElementsAre("Too many bad pixels (4) to interpolate."));
     EXPECT_NE(corrected(*filter, *frameOf({0, 0, 0, 3, 4, 5}))[0], 0);
     EXPECT_THAT(takeLog(), IsEmpty());
+    setUp(Values(6, 2));
+    filter->setUseZeroPixelsForBadPixels(false);
+    EXPECT_EQ(corrected(*filter, *frameOf({0, 1, 2, 3, 4, 5})), (Values{0, 2, 4, 6, 8, 10}));
+    EXPECT_THAT(takeLog(), ElementsAre(maskSizesDiffer));
 }
 
 TEST_F(BadPixelSourceTest, InterpolationAloneRefusesOtherFrames) {

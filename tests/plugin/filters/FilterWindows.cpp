@@ -1,8 +1,5 @@
-#include "FilterWindows.h"
-
-#include "filters/BHFilter.h"
+#include "FilterFixtures.h"
 #include "filters/DeviceFilter.h"
-#include "filters/FFFilter.h"
 
 namespace PluginOmbrel {
 

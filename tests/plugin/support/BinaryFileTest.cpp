@@ -19,9 +19,10 @@ TEST(BinaryFile, WritesReplacesAppendsAndReads) {
 
     writeFileText(path, "abc");
     std::string buffer(5, 'x');
-    EXPECT_EQ(readBinary(path.c_str(), buffer.data(), 2), FILE_OK);
+    auto* const room = reinterpret_cast<unsigned char*>(buffer.data());
+    EXPECT_EQ(readBinary(path.c_str(), room, 2), FILE_OK);
     EXPECT_EQ(buffer, "abxxx");
-    EXPECT_EQ(readBinary(path.c_str(), buffer.data(), 5), FILE_TOO_SHORT);
+    EXPECT_EQ(readBinary(path.c_str(), room, 5), FILE_TOO_SHORT);
     EXPECT_EQ(buffer, "abcxx");
     EXPECT_EQ(readBinary(path.c_str(), nullptr, 0), FILE_OK);
 }
