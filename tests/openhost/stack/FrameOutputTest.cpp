@@ -201,7 +201,7 @@ TEST_P(FrameOutputOf, IsResumedAfterItsFrames) {
     ASSERT_EQ(state->rows.size(), 2U);
     EXPECT_TRUE(state->rows[0].failed);
     EXPECT_EQ(state->rows[0].reason, "no light");
-    EXPECT_EQ(ombrel::toJson(state->rows[1]), ombrel::toJson(row));
+    EXPECT_TRUE(ombrel::toJson(state->rows[1]) == ombrel::toJson(row));
     EXPECT_TRUE(std::isnan(state->rows[1].output.spread));
     EXPECT_EQ(FrameOutput::settingsIn(path, 1), fileText(settings));
 

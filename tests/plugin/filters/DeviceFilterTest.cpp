@@ -1,4 +1,6 @@
 // What the filters have in common: how they end, and how they refuse.
+#include "filters/DeviceFilter.h"
+
 #include "FilterFixtures.h"
 #include "filters/AdaptiveFF.h"
 #include "filters/Binning2x2.h"
@@ -223,3 +225,20 @@ TEST_F(SilentBHStoreTest, MakesMasksOfZeros) {
 }
 
 } // namespace
+
+// In place of the windows, which these tests are without.
+namespace PluginOmbrel {
+
+int askForSubFrame(const zt::IMpxFrame&, const char* label) {
+    return filterwindows::subFrameAnswer(label);
+}
+
+void FFFilter::showConfigGUI() {
+    saveToSettingsFile();
+}
+
+void BHFilter::showConfigGUI() {
+    saveToSettingsFile();
+}
+
+} // namespace PluginOmbrel
