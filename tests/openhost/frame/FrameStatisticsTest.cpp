@@ -10,9 +10,6 @@ namespace {
 using ombrel::Frame;
 using ombrel::FrameStatistics;
 
-const double infinity = std::numeric_limits<double>::infinity();
-const double notANumber = std::numeric_limits<double>::quiet_NaN();
-
 ombrel::FramePtr frameOf(zt::u8 type, const std::vector<double>& values) {
     ombrel::FramePtr frame = Frame::create(static_cast<zt::u32>(values.size()), 1, type);
     ombrel::withPixelType(type, [&](auto pixel) {
@@ -61,7 +58,7 @@ TEST(FrameStatistics, AreThoseOfEveryPixelTypeAndLength) {
 
 TEST(FrameStatistics, LeaveOutWhatIsNotFinite) {
     std::mt19937_64 random(5);
-    const std::vector<double> kinds = {notANumber, infinity, -infinity, 0, -0.0, 1000, 1001, 1002};
+    const std::vector<double> kinds = {NAN, INFINITY, -INFINITY, 0, -0.0, 1000, 1001, 1002};
     for (std::size_t size = 1; size < 40; ++size) {
         std::vector<double> values(size);
         for (double& value : values)
@@ -74,7 +71,7 @@ TEST(FrameStatistics, LeaveOutWhatIsNotFinite) {
         EXPECT_EQ(actual.zeroPixels, expected.zeroPixels) << size;
         EXPECT_EQ(actual.notFinite, expected.notFinite) << size;
     }
-    const FrameStatistics none = ombrel::figuresOf(*frameOf(zt::DT_DOUBLE, {notANumber, infinity}));
+    const FrameStatistics none = ombrel::figuresOf(*frameOf(zt::DT_DOUBLE, {NAN, INFINITY}));
     EXPECT_TRUE(std::isnan(none.mean) && std::isnan(none.spread));
     EXPECT_EQ(none.notFinite, 2);
 }
