@@ -2,6 +2,7 @@
 
 #include "model/RecentState.h"
 #include "model/Workspace.h"
+#include "panes/FrameView.h"
 #include "worker/DemoJob.h"
 
 #include <QObject>

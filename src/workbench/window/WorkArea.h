@@ -1,6 +1,7 @@
 #pragma once
 
 #include "model/Workspace.h"
+#include "panes/FrameView.h"
 
 #include <QSplitter>
 

@@ -129,15 +129,11 @@ TEST(Frame, LivesAsLongAsItIsHeld) {
 }
 
 #ifndef NDEBUG
-TEST(FrameDeathTest, MisuseOfReferencesEndsTheProgram) {
+TEST(FrameDeathTest, DestroyingAFrameThatIsReferencedEndsTheProgram) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    Frame* const dead = Frame::create(2, 2, zt::DT_U8).release();
-    dead->release();
-    EXPECT_DEATH(dead->release(), "release of a dead frame");
-    EXPECT_DEATH(dead->addRef(), "addRef of a dead frame");
     const FramePtr held = Frame::create(2, 2, zt::DT_U8);
     held->addRef();
-    EXPECT_DEATH(held->destroy(), "destroy of a frame with 2 references");
+    EXPECT_DEATH(held->destroy(), "references == 1");
     held->release();
 }
 #endif
