@@ -15,8 +15,8 @@ constexpr const char* notAFrame = "Cannot filter data that is not of type IMpxFr
 
 Threshold::Threshold(zt::IZenteo* zenteo, zt::IDevMpx* device)
     : DeviceFilter(zenteo, device, zenteo->createParamMgr(), 0) {
-    limitParam = params->createDouble("Limit", "Pixels below it become 0", limit, &Threshold::limitChanged, this,
-                                      zt::PARAM_CREATE_EDITABLE);
+    limitParam = params->createDouble("Limit", "Pixels below it become 0", limit, &Threshold::limitChanged,
+                                      this, zt::PARAM_CREATE_EDITABLE);
 }
 
 int Threshold::limitChanged(zt::IParam* param, bool flag, long self) {

@@ -1,7 +1,6 @@
 // A plug-in of this one filter, loaded by the open host:
 //     ombrel run --plugin PATH/ombrel-threshold.so -f Threshold -p Threshold:Limit=20 frames.h5 -o out.h5
 #include "Threshold.h"
-
 #include "zt/IZenteo.h"
 #include "zt/String.h"
 

@@ -1,7 +1,7 @@
-// A host for the plug-in: loads it, passes one frame through "Binning 2x2" and prints the frame before and after.
+// A host for the plug-in: loads it, passes one frame through "Binning 2x2" and prints the frame before and
+// after.
 //     ombrel-host-example PATH/libombrel.so
 #include "values.h"
-
 #include "zt/String.h"
 
 #include <algorithm>
