@@ -224,4 +224,3 @@ TEST_F(PropertyEditing, OpensNoEditorOnReadOnlyRowsAndHeadings) {
         EXPECT_FALSE(editor->isEnabled()) << name;
     }
 }
-

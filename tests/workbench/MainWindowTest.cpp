@@ -217,7 +217,8 @@ TEST_F(MainWindowTest, SavedSettingsHoldTheEditsAndFindTheirCalibration) {
     writeFileText(folder / "elsewhere/other.bin", "of other settings");
     user.meets<QFileDialog>(choosing(folder / "elsewhere/other.xml"));
     click(*window, "btSave");
-    ASSERT_TRUE(waitFor([&] { return logText().find("other.bin: contains a different") != std::string::npos; }));
+    ASSERT_TRUE(
+        waitFor([&] { return logText().find("other.bin: contains a different") != std::string::npos; }));
     EXPECT_EQ(fileText(folder / "elsewhere/other.bin"), "of other settings");
     EXPECT_FALSE(std::filesystem::exists(folder / "elsewhere/other.xml"));
 }

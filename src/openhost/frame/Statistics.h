@@ -39,7 +39,7 @@ struct Uniformity {
     double spread = 0; // standard deviation over mean
 };
 
-// Of the finite pixels; NaN if there are none.
+// Counts the finite pixels only. NaN without such pixels.
 Uniformity uniformityOf(std::vector<double> pixels);
 
 // The uniformity of a region, as the mean over all frames of a file.

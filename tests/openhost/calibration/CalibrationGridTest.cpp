@@ -138,7 +138,7 @@ TEST(CoarseGrid, KeepsEverySecondValueAndKnowsWhatLiesBetween) {
     EXPECT_THAT(coarse->grid.v(), ElementsAre(1, 3));
     EXPECT_THAT(coarse->grid.e(), ElementsAre(5, 6));
     EXPECT_THAT(coarse->isKept, ElementsAre(true, true, false, false, true, true, false, false));
-    // V = 4 lies behind the last value that is kept.
+    // V = 4 lies after the last value that is kept.
     EXPECT_THAT(coarse->isBetween, ElementsAre(false, false, true, true, false, false, false, false));
 
     const std::vector<GridPoint> two{{1, 1, 1}, {2, 1, 1}};

@@ -21,7 +21,7 @@ FramePtr frameOf(zt::u8 type, std::vector<T> values) {
     return frame;
 }
 
-// The elements behind the pixels.
+// The elements after the pixels.
 template <typename T>
 std::span<T> roomOf(Frame& frame) {
     return {frame.pixels<T>().data() + frame.size(), frame.width() + std::size_t{1}};

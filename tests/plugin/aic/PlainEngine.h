@@ -126,7 +126,7 @@ private:
     int mosaic(const Image& frame, Result& result);
     bool evaluate(const Image& frame, std::size_t candidate, bool append, Result& result);
     Image candidateQuotient(const Image& frame, std::size_t candidate);
-    // The nearest image on an axis, `direction` +1 or -1; -1 when there is none.
+    // The nearest image on an axis, `direction` +1 or -1; returns -1 if the axis has no further image.
     int neighbour(std::size_t point, int axis, int direction) const;
     bool fits(const Image& frame) const;
     void noteQuality(const GridPoint& point, float value, bool append);

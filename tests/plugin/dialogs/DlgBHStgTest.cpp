@@ -284,7 +284,7 @@ TEST_F(DlgBHStgTest, AnOpenEditEndsInTheMaskThatItWasBegunFor) {
     child<QWidget>(dialog, "btRemoveAll").setFocus();
     EXPECT_EQ(mask(1).name, "by a click");
 
-    // Masks that went behind the window's back take their edits with them.
+    // Edits of masks that were removed without the window are dropped with them.
     QLineEdit* const late = editor(dialog, 2, 1);
     QTest::keyClicks(late, "9");
     filter->removeAllMasks();
@@ -308,7 +308,7 @@ TEST_F(DlgBHStgTest, FilterAndWindowMayEndInEitherOrder) {
     filter.reset(new BHFilter(&host, &device));
     delete &open();
     addMask(1);
-    EXPECT_EQ(rows(open()).size(), 1u) << "a window anew";
+    EXPECT_EQ(rows(open()).size(), 1u) << "in another window";
 }
 
 // The host may end the filter or its window while a question or a picker of the window is open.

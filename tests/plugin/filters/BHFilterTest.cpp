@@ -197,7 +197,7 @@ TEST_F(BHFilterBadPixelsTest, OfEarlierMasksServeFramesThatTheyCover) {
     };
     EXPECT_EQ(loadMatrix(oneBad), 0);
     EXPECT_THAT(fill(8), DoubleNear(1.5, 1e-14));   // the pixel is bad still
-    EXPECT_THAT(fill(16), DoubleNear(1.25, 1e-14)); // too few for the frame, so made anew
+    EXPECT_THAT(fill(16), DoubleNear(1.25, 1e-14)); // too few for the frame, so made again
     EXPECT_THAT(takeLog(), IsEmpty());
 }
 
