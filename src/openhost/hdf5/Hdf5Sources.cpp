@@ -5,7 +5,6 @@
 #include "hdf5/Hdf5Handle.h"
 
 #include <algorithm>
-#include <ranges>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
@@ -141,8 +140,10 @@ std::optional<std::string> Hdf5Sources::problemOf(hid_t dataset) {
 }
 
 std::vector<std::string> Hdf5Sources::files() const {
-    const auto paths = std::views::values(sources);
-    return {paths.begin(), paths.end()};
+    std::vector<std::string> paths;
+    for (const auto& [identity, path] : sources)
+        paths.push_back(path);
+    return paths;
 }
 
 Hdf5Sources::Stored Hdf5Sources::sum(Stored one, Stored other) {
