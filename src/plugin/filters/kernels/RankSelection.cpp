@@ -213,11 +213,12 @@ private:
 
     Split splitAt(double pivot) const {
         const std::span<const std::uint64_t> all = keys.span();
-        const auto equal = std::ranges::equal_range(all, pivot, {}, valueOf);
-        const auto less = static_cast<std::size_t>(equal.begin() - all.begin());
-        const auto greater = static_cast<std::size_t>(all.end() - equal.end());
+        const auto equal = std::ranges::lower_bound(all, pivot, {}, valueOf);
+        const auto above = std::ranges::upper_bound(all, pivot, {}, valueOf);
+        const auto less = static_cast<std::size_t>(equal - all.begin());
+        const auto greater = static_cast<std::size_t>(all.end() - above);
         return {less, greater, less == 0 ? min : std::max(min, valueOf(all[less - 1])),
-                greater == 0 ? max : std::min(max, valueOf(*equal.end()))};
+                greater == 0 ? max : std::min(max, valueOf(*above))};
     }
 
     // Of equal zeros with different signs, the first one among the values is returned, wherever a value is
