@@ -1,6 +1,7 @@
 // From a grid of flat fields to corrected frames.
 
 #include "fixtures/FrameFiles.h"
+#include "fixtures/HeapBytes.h"
 #include "fixtures/Program.h"
 #include "frame/FrameOutput.h"
 #include "settings/Settings.h"
@@ -84,18 +85,6 @@ protected:
 };
 
 std::unique_ptr<TemporaryFolder> AdaptiveSet::folder;
-
-// The bytes of a heap file, written down field by field.
-class HeapBytes {
-public:
-    template <typename T>
-    HeapBytes& add(std::initializer_list<T> values) {
-        for (const T value : values)
-            bytes.append(reinterpret_cast<const char*>(&value), sizeof value);
-        return *this;
-    }
-    std::string bytes;
-};
 
 } // namespace
 
@@ -182,14 +171,9 @@ TEST_F(Adaptive, WritesTheHeapAsTheFilterReadsIt) {
     ASSERT_EQ(result.exitCode, 0) << result.messages;
     EXPECT_THAT(result.messages, HasSubstr("2 grid points have a single frame"));
     HeapBytes expected;
-    expected.add<zt::i32>({7, 1, 2, 2}).add<float>({1, 1, 0, 1});
-    expected.add<zt::u64>({2}).add<float>({1, 2});
-    expected.add<zt::u64>({2}).add<float>({0.5, 1});
-    expected.add<zt::u64>({1}).add<float>({9});
-    expected.add<zt::i32>({2, 2}).add<float>({1, 2, 3, 6});
-    expected.add<zt::i32>({2, 2}).add<float>({2, 2, 2, 4});
-    expected.add<zt::i32>({1, 1}).add<float>({0});
-    expected.add<zt::i32>({2, 2}).add<float>({3, 2, 1, 2});
+    expected.value(7).value(1).block(2, 2, {1, 1, 0, 1});
+    expected.vector({1, 2}).vector({0.5, 1}).vector({9});
+    expected.block(2, 2, {1, 2, 3, 6}).block(2, 2, {2, 2, 2, 4}).hole().block(2, 2, {3, 2, 1, 2});
     EXPECT_EQ(fileText(heap), expected.bytes);
     EXPECT_EQ(folder.fileCount(), 5u); // no trial is left behind
 }

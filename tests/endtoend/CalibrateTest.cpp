@@ -1,28 +1,45 @@
 // From flat fields and from known thicknesses to corrected frames, by two commands each.
 #include "fixtures/FrameFiles.h"
-#include "fixtures/Hdf5Builder.h"
 #include "fixtures/Program.h"
 #include "frame/Statistics.h"
 
 namespace {
 
-class FlatField : public ::testing::Test {
+// A calibration of one kind, and the frames that its filter makes.
+class Calibrate : public ::testing::Test {
 protected:
+    Calibrate(std::string kindOfCalibration, std::string filterName)
+        : kind(std::move(kindOfCalibration)), filter(std::move(filterName)) {}
+
     ProgramResult calibrate(std::vector<std::string> arguments) const {
-        arguments.insert(arguments.begin(), {"calibrate", "flat-field"});
+        arguments.insert(arguments.begin(), {"calibrate", kind});
         arguments.insert(arguments.end(), {"-o", settings, "--force"});
         return runOmbrel(arguments);
     }
 
-    std::vector<double> correct(const std::string& input) const {
-        runWell({"run", "-q", "-f", "Flat-Field=" + settings, input, "-o", output, "--force", "--output-type",
-                 "f64"});
+    void refuse(std::vector<std::string> arguments, int exitCode, const std::string& words) const {
+        expectRefusal(calibrate(std::move(arguments)), exitCode, words);
+        EXPECT_FALSE(std::filesystem::exists(settings)) << words;
+    }
+
+    std::vector<double> correct(const std::string& input, std::vector<std::string> options = {}) const {
+        options.insert(options.begin(), {"run", "-q", "-f", filter + "=" + settings, input, "-o", output,
+                                         "--force", "--output-type", "f64"});
+        runWell(options);
         return readAllFrames(output);
     }
 
+    const std::string kind;
+    const std::string filter;
     const TemporaryFolder folder;
-    const std::string settings = folder / "ff.xml";
+    const std::string settings = folder / "made.xml";
     const std::string output = folder / "out.h5";
+};
+
+class FlatField : public Calibrate {
+protected:
+    FlatField() : Calibrate("flat-field", "Flat-Field") {}
+
     // Means of two flats are 2, 4, 8, 6, and the lower middle one of these is 4.
     const ImageStack<zt::u32> flats{2, 2, {1, 4, 8, 5, 3, 4, 8, 7}};
     const ImageStack<zt::u32> frames{2, 2, {10, 20, 30, 40}};
@@ -79,10 +96,6 @@ TEST_F(FlatField, RefusesWhatGivesNoCoefficientsAndWritesNothing) {
     std::ofstream(folder / "short.txt") << "1 2 3";
     std::ofstream(folder / "words.txt") << "not a matrix";
     std::ofstream(folder / "empty.ffc");
-    const auto refuse = [&](std::vector<std::string> arguments, int exitCode, const std::string& words) {
-        expectRefusal(calibrate(std::move(arguments)), exitCode, words);
-        EXPECT_FALSE(std::filesystem::exists(settings)) << words;
-    };
     refuse({folder / "flats.tif", folder / "wide.tif"}, 1, "wide.tif");
     refuse({folder / "flats.tif", folder / "missing.tif"}, 1, "missing.tif");
     refuse({folder / "short.txt", "--size", "2x2"}, 1, "short.txt");
@@ -138,20 +151,9 @@ TEST_F(FlatField, LeavesPhotonStatisticsInASimulatedSet) {
 
 namespace {
 
-class BeamHardening : public ::testing::Test {
+class BeamHardening : public Calibrate {
 protected:
-    ProgramResult calibrate(std::vector<std::string> arguments) const {
-        arguments.insert(arguments.begin(), {"calibrate", "beam-hardening"});
-        arguments.insert(arguments.end(), {"-o", settings, "--force"});
-        return runOmbrel(arguments);
-    }
-
-    std::vector<double> mapOf(const std::string& input, std::vector<std::string> options = {}) const {
-        options.insert(options.begin(), {"run", "-q", "-f", "Beam-hardening=" + settings, input, "-o", output,
-                                         "--force", "--output-type", "f64"});
-        runWell(options);
-        return readAllFrames(output);
-    }
+    BeamHardening() : Calibrate("beam-hardening", "Beam-hardening") {}
 
     // 1000, 500 and 125 counts a second through thicknesses of 0, 1 and 2, in frames of 2 s; the thinnest in
     // two files, one of two frames.
@@ -167,9 +169,6 @@ protected:
                 "--acq-time", "2"};
     }
 
-    const TemporaryFolder folder;
-    const std::string settings = folder / "bh.xml";
-    const std::string output = folder / "out.h5";
     const double betweenOpenAndOne = std::log(1000.0 / 700) / std::log(1000.0 / 500);
 };
 
@@ -183,37 +182,32 @@ TEST_F(BeamHardening, ReadsThicknessOffTheMasksInWhateverOrderTheyCame) {
     writeTiff(folder / "frames.tif", ImageStack<zt::u16>{2, 2, {700, 500, 2000, 50}});
     const double slope = 1 / std::log(500.0 / 125);
     const double error = 1e-14;
-    EXPECT_THAT(mapOf(folder / "frames.tif", {"--acq-time", "1"}),
+    EXPECT_THAT(correct(folder / "frames.tif", {"--acq-time", "1"}),
                 ElementsAre(DoubleNear(betweenOpenAndOne, error), DoubleNear(1, error), DoubleNear(-1, error),
                             DoubleNear(1 + slope * std::log(500.0 / 50), error)));
     // A frame that is twice as long counts twice as much; one without a time counts for a second.
-    EXPECT_THAT(mapOf(folder / "frames.tif", {"--acq-time", "0.5"})[0],
+    EXPECT_THAT(correct(folder / "frames.tif", {"--acq-time", "0.5"})[0],
                 DoubleNear(betweenOpenAndOne - 1, error));
-    EXPECT_THAT(mapOf(folder / "frames.tif")[0], DoubleNear(betweenOpenAndOne, error));
+    EXPECT_THAT(correct(folder / "frames.tif")[0], DoubleNear(betweenOpenAndOne, error));
 }
 
 TEST_F(BeamHardening, FillsZerosOnlyWhenTheyAreBad) {
     auto arguments = writeMasks();
     writeTiff(folder / "frames.tif", ImageStack<zt::u16>{2, 2, {700, 700, 0, 700}});
     ASSERT_EQ(calibrate(arguments).exitCode, 0);
-    EXPECT_EQ(mapOf(folder / "frames.tif")[2], 0);
+    EXPECT_EQ(correct(folder / "frames.tif")[2], 0);
     arguments.push_back("--zero-as-bad");
     ASSERT_EQ(calibrate(arguments).exitCode, 0);
-    EXPECT_THAT(mapOf(folder / "frames.tif")[2], DoubleNear(betweenOpenAndOne, 1e-14));
+    EXPECT_THAT(correct(folder / "frames.tif")[2], DoubleNear(betweenOpenAndOne, 1e-14));
     arguments.push_back("--no-interpolate");
     ASSERT_EQ(calibrate(arguments).exitCode, 0);
-    EXPECT_EQ(mapOf(folder / "frames.tif")[2], 0);
+    EXPECT_EQ(correct(folder / "frames.tif")[2], 0);
 }
 
 TEST_F(BeamHardening, RefusesWhatGivesNoMasksAndWritesNothing) {
     writeMasks();
     writeTiff(folder / "wide.tif", ImageStack<zt::u16>{3, 2, {1, 2, 3, 4, 5, 6}});
     const std::string one = "1=" + folder / "one.tif";
-    const auto refuse = [&](const std::vector<std::string>& arguments, int exitCode,
-                            const std::string& words) {
-        expectRefusal(calibrate(arguments), exitCode, words);
-        EXPECT_FALSE(std::filesystem::exists(settings)) << words;
-    };
     refuse({"--mask", one}, 1, "Acquisition time cannot be zero");
     refuse({"--mask", one, "--acq-time", "0"}, 2, "--acq-time");
     refuse({"--mask", one, "--mask", "2=" + folder / "wide.tif", "--acq-time", "1"}, 1, "wide.tif");
@@ -243,7 +237,7 @@ TEST_F(BeamHardening, LeavesPhotonStatisticsInASimulatedSet) {
     const auto made = calibrate(arguments);
     ASSERT_EQ(made.exitCode, 0);
     EXPECT_THAT(made.messages, Not(HasSubstr("darker")));
-    const auto map = mapOf(set + "wedge-sample.h5");
+    const auto map = correct(set + "wedge-sample.h5");
     const auto truth = readAllFrames(set + "wedge-thickness.h5");
     const auto noise = readAllFrames(set + "wedge-thickness.h5::/noise/data");
     const std::size_t size = 64 * 64;

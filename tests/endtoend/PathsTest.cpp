@@ -1,7 +1,6 @@
 // No command destroys a file: neither one that it reads or writes otherwise, nor one that is there.
 
 #include "fixtures/FrameFiles.h"
-#include "fixtures/Hdf5Builder.h"
 #include "fixtures/Program.h"
 
 #include <map>

@@ -1,5 +1,6 @@
 // The plug-in as a host loads it.
 
+#include "fixtures/NotAFrame.h"
 #include "fixtures/PlainBinning.h"
 #include "fixtures/Testing.h"
 #include "frame/Frame.h"
@@ -50,15 +51,6 @@ FramePtr frameOf(zt::u32 width, zt::u32 height, const std::vector<zt::u16>& pixe
     std::ranges::copy(pixels, frame->pixels<zt::u16>().begin());
     return frame;
 }
-
-// Data that is no frame.
-struct OtherData : zt::IData {
-    int type() const override { return 2; }
-    void addRef() override {}
-    void release() override {}
-    void destroy() override {}
-    IData* clone() const override { return nullptr; }
-};
 
 } // namespace
 
@@ -116,7 +108,7 @@ TEST(Plugin, FiltersTellWhatTheyAre) {
 
 TEST(Plugin, FiltersRefuseWhatIsNoFrameInOneLineEach) {
     LoadedHost loaded({1});
-    OtherData other;
+    NotAFrame other;
     for (const auto& entry : loaded.host.filters().registrations()) {
         const std::string name = LoadedHost::nameOf(*entry.filter);
         EXPECT_FALSE(entry.filter->isDataSupported(&other));

@@ -1,5 +1,5 @@
 // How files come into the window, what it shows of them, and what the mouse does on the panes.
-#include "fixtures/Hdf5Builder.h"
+#include "fixtures/FrameFiles.h"
 #include "fixtures/ModalUser.h"
 #include "workbench/WorkbenchFixture.h"
 

@@ -2,8 +2,6 @@
 #include "zt/DataBuff.h"
 #include "zt/String.h"
 
-#include <cstdint>
-
 TEST(String, IsEmptyWhenNewAndKeepsACopy) {
     zt::String text;
     EXPECT_STREQ(text.get(), "");

@@ -1,4 +1,4 @@
-#include "fixtures/Hdf5Builder.h"
+#include "fixtures/FrameFiles.h"
 #include "fixtures/Messages.h"
 #include "frame/FrameFile.h"
 

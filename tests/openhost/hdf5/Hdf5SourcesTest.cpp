@@ -1,6 +1,6 @@
 // Datasets whose values are in other files.
 
-#include "fixtures/Hdf5Builder.h"
+#include "fixtures/FrameFiles.h"
 #include "fixtures/Messages.h"
 #include "frame/FrameFile.h"
 

@@ -2,7 +2,6 @@
 
 #include "base/Numbers.h"
 #include "fixtures/FrameFiles.h"
-#include "fixtures/Hdf5Builder.h"
 #include "frame/FrameOutput.h"
 
 using ombrel::fileReportText;

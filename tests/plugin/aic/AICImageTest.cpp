@@ -1,6 +1,6 @@
 #include "image/AICImage.h"
 
-#include "HostilePixels.h"
+#include "EngineFixture.h"
 
 namespace {
 
@@ -68,12 +68,7 @@ TEST(AICImage, CopiesWholeOrByRegion) {
 
 TEST(AICImage, CalculatesPixelByPixelAsFarAsBothGo) {
     const AICImage a = imageOf(4, 1, {3, 0, -1, 8});
-    const AICImage b = imageOf(3, 1,
-                               {
-                                   2,
-                                   0,
-                                   0,
-                               });
+    const AICImage b = imageOf(3, 1, {2, 0, 0});
     const auto inPlace = [&](void (AICImage::*operation)(AICImage)) {
         AICImage image = a;
         (image.*operation)(b);
@@ -162,34 +157,15 @@ TEST(AICImage, StretchesToBytes) {
     EXPECT_THAT(bytes, ElementsAre(0, 0, 0));
 }
 
-// The walk as it is defined, one index after another.
-void paintBorders(AICImage& image, int step, int half, float value) {
-    int r = 0;
-    int c = 0;
-    for (int i = 0; i < static_cast<int>(image.pixels().size()); ++i) {
-        c += i > c * step + half;
-        r += i > (r * step + half) * image.cols();
-        if (((r * step - half) * image.cols() <= i && i < (r * step + half) * image.cols()) ||
-            (c * step - half <= i && i < c * step + half))
-            image.pixels()[static_cast<std::size_t>(i)] = value;
-    }
-}
-
 TEST(AICImage, PaintsBordersAlongTheRunningIndex) {
-    for (const auto& [cols, rows, step, half] : {std::array{16, 16, 8, 2},
-                                                 {15, 9, 4, 1},
-                                                 {7, 20, 5, 3},
-                                                 {12, 5, 0, 1},
-                                                 {6, 6, 3, 0},
-                                                 {9, 9, 2, 4},
-                                                 {8, 8, -3, 2},
-                                                 {5, 5, 4, -1},
-                                                 {1, 30, 7, 2}}) {
-        AICImage expected(cols, rows);
-        AICImage actual(cols, rows);
-        paintBorders(expected, step, half, 7);
-        actual.generate_borders(step, half, 7);
-        EXPECT_TRUE(sameBits(actual.pixels(), expected.pixels())) << cols << " x " << rows << ", " << step;
+    const int cases[][4] = {{16, 16, 8, 2}, {15, 9, 4, 1}, {7, 20, 5, 3}, {12, 5, 0, 1}, {6, 6, 3, 0},
+                            {9, 9, 2, 4},   {8, 8, -3, 2}, {5, 5, 4, -1}, {1, 30, 7, 2}};
+    for (const auto& [cols, rows, step, half] : cases) {
+        AICImage actual;
+        actual.ones(cols, rows);
+        actual.generate_borders(step, half, 0);
+        EXPECT_TRUE(sameBits(plainImage(actual).pixels, plain::borderMask(cols, rows, step, half).pixels))
+            << cols << " x " << rows << ", " << step;
     }
     AICImage image(4, 4);
     constexpr int most = std::numeric_limits<int>::max();
@@ -197,24 +173,6 @@ TEST(AICImage, PaintsBordersAlongTheRunningIndex) {
     EXPECT_THAT(image.pixels(), ElementsAre(7, 7, 7, 7, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0));
     image.generate_borders(std::numeric_limits<int>::min(), most, 3);
     EXPECT_EQ(image.at(0, 0), 3);
-}
-
-AICImage correlate(const AICImage& image, const std::vector<float>& kernel, int size) {
-    AICImage result(image.cols(), image.rows());
-    const int half = size / 2;
-    for (int x = half; x < image.cols() - half; ++x) {
-        for (int y = half; y < image.rows() - half; ++y) {
-            float sum = 0;
-            for (int dx = -half; dx <= half; ++dx) {
-                for (int dy = -half; dy <= half; ++dy) {
-                    sum += image.at(x + dx, y + dy) *
-                           kernel.at(static_cast<std::size_t>((dy + half) * size + dx + half));
-                }
-            }
-            result.at(x, y, sum);
-        }
-    }
-    return result;
 }
 
 TEST(AICImage, CorrelatesInTheOrderOfTheDefinition) {
@@ -227,7 +185,8 @@ TEST(AICImage, CorrelatesInTheOrderOfTheDefinition) {
                                   [&] { return std::uniform_real_distribution<float>(-2, 2)(random); });
             AICImage actual;
             AICImage::filter2D(image, &actual, kernel.data(), size);
-            EXPECT_TRUE(sameBits(actual.pixels(), correlate(image, kernel, size).pixels()))
+            const plain::Image expected = plain::correlation(plainImage(image), kernel, size);
+            EXPECT_TRUE(sameBits(plainImage(actual).pixels, expected.pixels))
                 << cols << " x " << rows << ", kernel of " << size;
         }
     }

@@ -90,13 +90,14 @@ TEST_F(CalibrationFiles, JudgesAbsurdImageSizes) {
     };
     EXPECT_EQ(loadBlock(1000, 1000), 0);
     EXPECT_EQ(store.Images[0].Image.sum(), 0);
-    for (const auto& [cols, rows] : {std::pair{0, 4},
-                                     {4, 0},
-                                     {1 << 16, 1 << 16},
-                                     {most, most},
-                                     {-most - 1, -most - 1},
-                                     {(1 << 28) + 1, 1},
-                                     {-1 << 15, -1 << 14}})
+    const int absurd[][2] = {{0, 4},
+                             {4, 0},
+                             {1 << 16, 1 << 16},
+                             {most, most},
+                             {-most - 1, -most - 1},
+                             {(1 << 28) + 1, 1},
+                             {-1 << 15, -1 << 14}};
+    for (const auto& [cols, rows] : absurd)
         EXPECT_EQ(loadBlock(cols, rows), -1) << cols << " x " << rows;
     EXPECT_THROW(loadBlock(-1, 5), std::length_error);
     EXPECT_THROW(loadBlock(1 << 16, -1 << 16), std::length_error);

@@ -175,8 +175,6 @@ TEST_F(CalibrationGrid, LeavesAPointThatNoAxisCanFill) {
                          "c_CalibrationImages::GenerateInterpolatedImages error runing interpolation\n"));
 }
 
-using Store = c_CalibrationImages;
-
 // OMBREL_MUTATIONS asks for another number of mutated heaps.
 int mutationCount() {
     const char* const wanted = std::getenv("OMBREL_MUTATIONS");

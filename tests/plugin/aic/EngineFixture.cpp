@@ -1,7 +1,5 @@
 #include "EngineFixture.h"
 
-#include <cstdint>
-
 namespace {
 
 void addBlock(HeapBytes& bytes, const plain::Image& image) {

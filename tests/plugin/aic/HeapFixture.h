@@ -1,36 +1,8 @@
 #pragma once
 
+#include "fixtures/HeapBytes.h"
 #include "fixtures/Testing.h"
 #include "store/CalibrationImages.h"
-
-#include <cstdint>
-#include <initializer_list>
-
-// The bytes of a heap file, put together piece by piece.
-struct HeapBytes {
-    template <typename T>
-    HeapBytes& value(T number) {
-        bytes.append(reinterpret_cast<const char*>(&number), sizeof number);
-        return *this;
-    }
-    HeapBytes& vector(const std::vector<float>& numbers) {
-        value(std::uint64_t{numbers.size()});
-        for (const float number : numbers)
-            value(number);
-        return *this;
-    }
-    HeapBytes& block(std::int32_t cols, std::int32_t rows, const std::vector<float>& pixels) {
-        value(cols).value(rows);
-        for (const float pixel : pixels)
-            value(pixel);
-        return *this;
-    }
-    // A block of 2 x 1.
-    HeapBytes& pair(float first, float second) { return block(2, 1, {first, second}); }
-    HeapBytes& hole() { return block(1, 1, {0}); }
-
-    std::string bytes;
-};
 
 // Element size 16, no mask, and the three vectors; the blocks are to follow.
 inline HeapBytes heapOf(const std::vector<float>& v, const std::vector<float>& t,

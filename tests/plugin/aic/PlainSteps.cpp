@@ -5,7 +5,6 @@
 #include <cmath>
 #include <limits>
 #include <stdexcept>
-#include <utility>
 
 namespace plain {
 
@@ -150,22 +149,6 @@ float median(const Image& image, int x, int y) {
     return values[4];
 }
 
-std::pair<float, float> quantiles(const std::vector<float>& values, float low, float high) {
-    std::vector<float> bins = histogram(values, 1.0f);
-    for (float& bin : bins)
-        bin /= static_cast<float>(values.size());
-    const auto find = [&](float portion) {
-        float running = 0;
-        for (std::size_t i = 0; i + 1 < bins.size(); ++i) {
-            running += bins[i];
-            if (running >= portion)
-                return static_cast<float>(i) / static_cast<float>(bins.size());
-        }
-        return static_cast<float>(bins.size() - 1) / static_cast<float>(bins.size());
-    };
-    return {find(low), find(high)};
-}
-
 } // namespace
 
 Image withoutBadPixels(const Image& image, const PreProcessSettings& settings) {
@@ -202,7 +185,8 @@ Image preProcessed(const Image& frame, const PreProcessSettings& settings, float
     const float tiny = std::numeric_limits<float>::min();
     for (float& pixel : image.pixels)
         pixel = (pixel - darkest) * (1.0f - tiny) / (scaleFactor - darkest) + tiny;
-    const auto [low, high] = quantiles(image.pixels, settings.lowQuantile, settings.highQuantile);
+    const float low = quantile(image.pixels, settings.lowQuantile, 1);
+    const float high = quantile(image.pixels, settings.highQuantile, 1);
     for (float& pixel : image.pixels) {
         pixel = pixel < low ? low : pixel;
         pixel = pixel > high ? high : pixel;

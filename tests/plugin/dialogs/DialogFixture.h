@@ -3,7 +3,7 @@
 #include "dialogs/DlgBHStg.h"
 #include "filters/BHFilter.h"
 #include "fixtures/FilterTests.h"
-#include "fixtures/Hdf5Builder.h"
+#include "fixtures/FrameFiles.h"
 #include "fixtures/ModalUser.h"
 #include "fixtures/WidgetActions.h"
 
@@ -39,14 +39,10 @@ protected:
         return folder / name;
     }
 
-    // Makes these the device's last acquisition, of 2 seconds a frame.
-    void measure(const std::vector<Values>& frames) {
-        std::vector<ombrel::FramePtr> acquired;
-        for (const Values& pixels : frames) {
-            acquired.push_back(frameOf(pixels));
-            acquired.back()->setAcqTime(2);
-        }
-        device.setAcquisition(std::move(acquired));
+    // Clicks the button, and does this in the picker that comes.
+    void pick(const QObject& dialog, const char* button, const std::function<void(QFileDialog&)>& inPicker) {
+        user.meets<QFileDialog>(inPicker);
+        click(dialog, button);
     }
 
     ModalUser user;

@@ -91,14 +91,13 @@ TEST_F(DlgBHStgTest, FilesOfOneBatchAndMeasuredFramesBecomeAMaskEach) {
     EXPECT_THAT(rows(dialog), ElementsAre("Mask 1 | 1 | 4"));
     EXPECT_EQ(mask(0).data.span()[5], 207);
 
-    user.meets<QFileDialog>(cancelling);
-    click(dialog, "btAddFile");
+    pick(dialog, "btAddFile", cancelling);
     EXPECT_EQ(rows(dialog).size(), 1u);
     EXPECT_EQ(remembered("DefaultOpenFileDir"), "") << "this picker has no memory";
 
     click(dialog, "btAddMeas");
     EXPECT_THAT(takeLog().back(), HasSubstr("No data measured"));
-    measure({Values(6, 5.0), Values(6, 6.0)});
+    acquire({Values(6, 5.0), Values(6, 6.0)}, 2);
     click(dialog, "btAddMeas");
     EXPECT_THAT(rows(dialog), ElementsAre("Mask 1 | 1 | 4", "Mask 2 | 1 | 4"));
     EXPECT_EQ(mask(1).data.span()[0], 11);
@@ -160,15 +159,13 @@ TEST_F(DlgBHStgTest, ASavedConfigurationLoadsAgainButLeavesTheBoxes) {
     click(dialog, "chbZeroPixels");
     EXPECT_FALSE(filter->isInterpolateBadPixelsEnabled());
     EXPECT_TRUE(filter->isUseZeroPixelsAsBadEnabled());
-    user.meets<QFileDialog>(choosingIn("Save BH config", {"BH Config (*.xml)"}, folder / "bh"));
-    click(dialog, "btSaveBH");
+    pick(dialog, "btSaveBH", choosingIn("Save BH config", {"BH Config (*.xml)"}, folder / "bh"));
     EXPECT_EQ(remembered("bh/save"), folder.path);
 
     click(dialog, "btRemoveAll");
     click(dialog, "chbInterpolate");
     click(dialog, "chbZeroPixels");
-    user.meets<QFileDialog>(choosingIn("Load BH config", {"BH Config (*.xml)"}, folder / "bh.xml"));
-    click(dialog, "btLoadBH");
+    pick(dialog, "btLoadBH", choosingIn("Load BH config", {"BH Config (*.xml)"}, folder / "bh.xml"));
     EXPECT_EQ(remembered("bh/load"), folder.path);
     EXPECT_THAT(rows(dialog), ElementsAre("Mask 1 | 2 | 1", "Mask 2 | 1 | 1")) << "saved unsorted";
     EXPECT_FALSE(filter->isInterpolateBadPixelsEnabled());
@@ -185,21 +182,18 @@ TEST_F(DlgBHStgTest, LoadsAndSavesBadPixels) {
     addMask(1);
     writeFileText(folder / "bad.txt", "0 0 1 0 0 0");
     DlgBHStg& dialog = open();
-    user.meets<QFileDialog>(choosingIn("Load Bad Pixels", {"Data Files (*.txt *.zmf)"}, folder / "bad.txt"));
-    click(dialog, "btLoadBadPixels");
+    pick(dialog, "btLoadBadPixels",
+         choosingIn("Load Bad Pixels", {"Data Files (*.txt *.zmf)"}, folder / "bad.txt"));
     EXPECT_EQ(remembered("bh/badpixload"), folder.path);
-    user.meets<QFileDialog>(choosingIn("Load Bad Pixels", {"ASCII Matrix (*.txt)"}, folder / "saved"));
-    click(dialog, "btSaveBadPixels");
+    pick(dialog, "btSaveBadPixels",
+         choosingIn("Load Bad Pixels", {"ASCII Matrix (*.txt)"}, folder / "saved"));
     EXPECT_EQ(remembered("bh/badpixsave"), folder.path);
     EXPECT_EQ(fileText(folder / "saved.txt").substr(0, 5), "0 0 1");
     EXPECT_THAT(takeLog(), IsEmpty());
 
-    user.meets<QFileDialog>(choosing(unwritable("nowhere.txt")));
-    click(dialog, "btSaveBadPixels");
-    for (const char* button : {"btLoadBH", "btSaveBH", "btLoadBadPixels", "btSaveBadPixels"}) {
-        user.meets<QFileDialog>(cancelling);
-        click(dialog, button);
-    }
+    pick(dialog, "btSaveBadPixels", choosing(unwritable("nowhere.txt")));
+    for (const char* button : {"btLoadBH", "btSaveBH", "btLoadBadPixels", "btSaveBadPixels"})
+        pick(dialog, button, cancelling);
 }
 
 TEST_F(DlgBHStgTest, EditsReachTheMaskAsTyped) {

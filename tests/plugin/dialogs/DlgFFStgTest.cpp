@@ -51,8 +51,7 @@ protected:
     }
 
     void load(const DlgFFStg& dialog, const std::string& file, const QString& type = {}) {
-        user.meets<QFileDialog>(choosing(file, type));
-        click(dialog, "btCoeffLoad");
+        pick(dialog, "btCoeffLoad", choosing(file, type));
     }
 
     std::unique_ptr<FFFilter, Destroy> filter{new FFFilter(&host, &device)};
@@ -130,8 +129,7 @@ TEST_F(DlgFFStgTest, LoadsCoefficientsFromOneFileOrSeveral) {
     EXPECT_EQ(textOf(*dialog, "edCoeffsData"), one);
     EXPECT_THAT(coefficients(), ElementsAre(1, 1, 1, 1, 1, 1));
 
-    user.meets<QFileDialog>(choosingAll(folder.path, "\"one \u00FC.zmf\" \"two.zmf\""));
-    click(*dialog, "btCoeffLoad");
+    pick(*dialog, "btCoeffLoad", choosingAll(folder.path, "\"one \u00FC.zmf\" \"two.zmf\""));
     EXPECT_EQ(textOf(*dialog, "edCoeffsData"), "<Multiple files>");
     EXPECT_EQ(remembered("DefaultOpenFileDir"), "") << "this picker has no memory";
     EXPECT_THAT(log, IsEmpty());
@@ -139,8 +137,7 @@ TEST_F(DlgFFStgTest, LoadsCoefficientsFromOneFileOrSeveral) {
 
 TEST_F(DlgFFStgTest, WhatFailsOrIsCancelledLeavesTheFieldAndIsLogged) {
     const auto dialog = open();
-    user.meets<QFileDialog>(choosing(folder / "none"));
-    click(*dialog, "btCoeffSave");
+    pick(*dialog, "btCoeffSave", choosing(folder / "none"));
     EXPECT_THAT(takeLog(), ElementsAre(HasSubstr("No coefficients loaded")));
 
     load(*dialog, matrixFile("good.txt", "1 2 4 4 4 8"));
@@ -150,13 +147,10 @@ TEST_F(DlgFFStgTest, WhatFailsOrIsCancelledLeavesTheFieldAndIsLogged) {
     EXPECT_THAT(takeLog(), ElementsAre(HasSubstr("short.txt")));
     EXPECT_EQ(textOf(*open(), "edCoeffsData"), folder / "short.txt") << "until it is opened again";
 
-    user.meets<QFileDialog>(choosing(unwritable("table.ffc")));
-    click(*dialog, "btCoeffSave");
+    pick(*dialog, "btCoeffSave", choosing(unwritable("table.ffc")));
     EXPECT_THAT(takeLog(), ElementsAre(HasSubstr("table.ffc")));
-    for (const char* button : {"btCoeffLoad", "btCoeffSave"}) {
-        user.meets<QFileDialog>(cancelling);
-        click(*dialog, button);
-    }
+    for (const char* button : {"btCoeffLoad", "btCoeffSave"})
+        pick(*dialog, button, cancelling);
     EXPECT_EQ(textOf(*dialog, "edCoeffsData"), folder / "good.txt");
     EXPECT_THAT(log, IsEmpty());
 }
@@ -167,8 +161,8 @@ TEST_F(DlgFFStgTest, SavesCoefficientsThatLoadAgainUnderAnyFileType) {
     const Values expected = coefficients();
     EXPECT_THAT(expected, ElementsAre(4, 2, 1, 1, 1, 0.5));
 
-    user.meets<QFileDialog>(choosingIn("Load Flat-field coefficients", {binaryCoeffs}, folder / "table"));
-    click(*dialog, "btCoeffSave");
+    pick(*dialog, "btCoeffSave",
+         choosingIn("Load Flat-field coefficients", {binaryCoeffs}, folder / "table"));
     EXPECT_EQ(std::filesystem::file_size(folder / "table.ffc"), 48u);
     EXPECT_EQ(remembered("ff/save"), folder.path);
 
@@ -181,33 +175,16 @@ TEST_F(DlgFFStgTest, SavesCoefficientsThatLoadAgainUnderAnyFileType) {
     EXPECT_THAT(log, IsEmpty());
 }
 
-TEST_F(DlgFFStgTest, TakesMeasuredFrames) {
-    const auto dialog = open();
-    click(*dialog, "btCoeffAllFrames");
-    EXPECT_EQ(textOf(*dialog, "edCoeffsData"), "") << "nothing measured";
-    EXPECT_THAT(takeLog(), ElementsAre(HasSubstr("No frames measured")));
-
-    measure({{1, 1, 1, 1, 1, 1}, {3, 1, 1, 1, 1, 7}});
-    click(*dialog, "btCoeffAllFrames");
-    EXPECT_EQ(textOf(*dialog, "edCoeffsData"), "<From all measured frames>");
-    EXPECT_THAT(coefficients(), ElementsAre(0.5, 1, 1, 1, 1, 0.25));
-    click(*dialog, "btCoeffLastFrame");
-    EXPECT_EQ(textOf(*dialog, "edCoeffsData"), "<From last measured frame>");
-    EXPECT_THAT(coefficients(), ElementsAre(1.0 / 3, 1, 1, 1, 1, 1.0 / 7));
-}
-
 TEST_F(DlgFFStgTest, AMaskFileIsNamedInTheFieldAndSwitchesTheDeviceMaskOff) {
     const std::string mask = matrixFile("mask \xC3\xA9.txt", "0 0 0 0 0 1");
     const auto dialog = open();
-    user.meets<QFileDialog>(cancelling);
-    click(*dialog, "rbMaskFile");
+    pick(*dialog, "rbMaskFile", cancelling);
     EXPECT_THAT(chosen(*dialog), ElementsAre("rbBadFF")) << "though the filter is told nothing";
     EXPECT_EQ(textOf(*dialog, "edMaskData"), "<Zero pixels>");
     EXPECT_FALSE(filter->useFFCoeffsForBadPixels());
     EXPECT_TRUE(filter->useZeroPixelsForBadPixels() && filter->useDeviceMaskForBadPixels());
 
-    user.meets<QFileDialog>(choosingIn("Load Flat-field bad pixel mask", {asciiMask, binaryMask}, mask));
-    click(*dialog, "rbMaskFile");
+    pick(*dialog, "rbMaskFile", choosingIn("Load Flat-field bad pixel mask", {asciiMask, binaryMask}, mask));
     EXPECT_EQ(textOf(*dialog, "edMaskData"), mask);
     EXPECT_THAT(chosen(*dialog), ElementsAre("rbMaskFile"));
     EXPECT_FALSE(filter->useDeviceMaskForBadPixels());
@@ -230,10 +207,13 @@ TEST_F(DlgFFStgTest, ShowConfigGUIWaitsForTheWindowAndThenSaves) {
     const std::string settings = folder / "ff.xml";
     const auto store = host.openSettings(settings);
     filter->loadFromSettings(store.get());
-    measure({Values(6, 1.0)});
+    acquire({Values(6, 1.0)});
     user.meets<DlgFFStg>([&](DlgFFStg& dialog) {
         EXPECT_TRUE(dialog.isModal());
+        click(dialog, "btCoeffAllFrames");
+        EXPECT_EQ(textOf(dialog, "edCoeffsData"), "<From all measured frames>");
         click(dialog, "btCoeffLastFrame");
+        EXPECT_EQ(textOf(dialog, "edCoeffsData"), "<From last measured frame>");
         click(dialog, "chbTDI");
         EXPECT_FALSE(std::filesystem::exists(settings));
         click(dialog, "btClose");

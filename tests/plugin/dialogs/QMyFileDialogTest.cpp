@@ -93,34 +93,30 @@ TEST_F(QMyFileDialogTest, AddsTheSuffixOfTheChosenTypeToANameWithoutOne) {
 
 TEST_F(QMyFileDialogTest, OffersTheTypeLastChosenInAnySaveDialogAndHandsTheChosenOneBack) {
     const QString all = QString("Text (*.txt);;") + configs;
-    const auto offering = [&](const QString& expected, bool accept) {
-        return [=, this](QFileDialog& dialog) {
-            EXPECT_EQ(dialog.selectedNameFilter(), expected);
-            accept ? chooseFile(dialog, folder / "a") : cancel(dialog);
-        };
-    };
+    const QString text = "Text (*.txt)";
     QString filter;
     user.meets<QFileDialog>(choosing(folder / "a", configs));
     EXPECT_EQ(save("", &filter, all), folder / "a.xml");
     EXPECT_EQ(filter, configs);
-
-    filter.clear();
-    user.meets<QFileDialog>(offering(configs, true));
-    EXPECT_EQ(save("", &filter, all), folder / "a.xml");
-
-    filter = "Text (*.txt)";
-    user.meets<QFileDialog>(offering("Text (*.txt)", true));
-    EXPECT_EQ(save("", &filter, all), folder / "a.txt") << "the caller's own choice comes first";
-
-    filter.clear();
-    user.meets<QFileDialog>(offering("Text (*.txt)", false));
-    EXPECT_EQ(save("", &filter, all), "");
-    EXPECT_EQ(filter, "Text (*.txt)") << "what was offered, after a cancel";
-
-    filter.clear();
-    user.meets<QFileDialog>(offering("Matrices (*.mat)", false));
-    save("", &filter, "Matrices (*.mat)");
-    EXPECT_EQ(filter, "Text (*.txt)") << "one that is not among those of the dialog";
+    const struct {
+        QString given, types, offered;
+        bool isAccepted;
+        std::string saved;
+        QString after;
+    } cases[] = {{"", all, configs, true, folder / "a.xml", configs},
+                 {text, all, text, true, folder / "a.txt", text}, // the caller's own choice comes first
+                 {"", all, text, false, "", text},                // what was offered, after a cancel
+                 // One that is not among those of the dialog.
+                 {"", "Matrices (*.mat)", "Matrices (*.mat)", false, "", text}};
+    for (const auto& each : cases) {
+        filter = each.given;
+        user.meets<QFileDialog>([&](QFileDialog& dialog) {
+            EXPECT_EQ(dialog.selectedNameFilter(), each.offered);
+            each.isAccepted ? chooseFile(dialog, folder / "a") : cancel(dialog);
+        });
+        EXPECT_EQ(save("", &filter, each.types), each.saved);
+        EXPECT_EQ(filter, each.after);
+    }
 }
 
 TEST_F(QMyFileDialogTest, PutsADefaultNameBesideTheRememberedDirectory) {

@@ -12,6 +12,28 @@ using PluginOmbrel::askForSubFrame;
 
 namespace {
 
+// What filters answer that are asked for windows while there is no application object yet.
+struct Answers {
+    Answers() {
+        ombrel::Host host([this](const std::string& line) { log.push_back(line); });
+        ombrel::Device& device = host.addDevice(1, 3, 2);
+        PluginOmbrel::FFFilter(&host, &device).showConfigGUI();
+        PluginOmbrel::BHFilter(&host, &device).showConfigGUI();
+        const auto frame = ombrel::Frame::create(3, 2, zt::DT_DOUBLE);
+        frame->addSubFrame(ombrel::Frame::create(3, 2, zt::DT_DOUBLE));
+        subFrame = askForSubFrame(*frame, "Nobody");
+    }
+
+    int subFrame = 0;
+    std::vector<std::string> log;
+};
+const Answers withoutApplication; // made ahead of main(), which makes the application
+
+TEST(WithoutWindows, AQuestionIsCancelledAndAWindowIsALineInTheLog) {
+    EXPECT_EQ(withoutApplication.subFrame, -1);
+    EXPECT_THAT(withoutApplication.log, ElementsAre(HasSubstr("flat-field"), HasSubstr("beam-hardening")));
+}
+
 class SubFrameQuestion : public DialogFixture {
 protected:
     static ombrel::FramePtr frameWithSubFrames(std::initializer_list<const char*> names) {
@@ -63,23 +85,23 @@ TEST_F(SubFrameQuestion, AFilterMayEndUnderIt) {
     acquired.back()->addSubFrame(frameOf(Values(6, 1.0)));
     device.setAcquisition(std::move(acquired));
 
+    const auto meetsEndOf = [this](auto& filter) {
+        user.meets<QInputDialog>([&](QInputDialog& question) {
+            filter.reset();
+            cancel(question);
+        });
+    };
     std::unique_ptr<PluginOmbrel::FFFilter, Destroy> flatField(new PluginOmbrel::FFFilter(&host, &device));
     PluginOmbrel::DlgFFStg dialog(nullptr, flatField.get());
     dialog.show();
-    user.meets<QInputDialog>([&](QInputDialog& question) {
-        flatField.reset();
-        cancel(question);
-    });
+    meetsEndOf(flatField);
     child<QAbstractButton>(dialog, "btCoeffAllFrames").click();
     EXPECT_EQ(textOf(dialog, "edCoeffsData"), "");
 
     std::unique_ptr<PluginOmbrel::BHFilter, Destroy> hardening(new PluginOmbrel::BHFilter(&host, &device));
     PluginOmbrel::DlgBHStg masks(nullptr, hardening.get(), &host);
     masks.showDialog();
-    user.meets<QInputDialog>([&](QInputDialog& question) {
-        hardening.reset();
-        cancel(question);
-    });
+    meetsEndOf(hardening);
     child<QAbstractButton>(masks, "btAddMeas").click();
     takeLog();
 }

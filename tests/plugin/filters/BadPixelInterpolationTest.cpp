@@ -9,7 +9,6 @@
 namespace {
 
 using PluginOmbrel::runInterpolationPasses;
-using PluginOmbrel::tInterpolateBadPixels;
 
 struct MaskedFrame {
     MaskedFrame(int frameWidth, int frameHeight)
@@ -19,8 +18,8 @@ struct MaskedFrame {
     double& at(int x, int y) { return data[static_cast<std::size_t>(y * width + x)]; }
     unsigned char& maskAt(int x, int y) { return mask[static_cast<std::size_t>(y * width + x)]; }
     int interpolate() {
-        return tInterpolateBadPixels(data.data(), mask.data(), static_cast<unsigned long>(width),
-                                     static_cast<unsigned long>(height));
+        return PluginOmbrel::tInterpolateBadPixels(
+            data.data(), mask.data(), static_cast<unsigned long>(width), static_cast<unsigned long>(height));
     }
 
     int width;
@@ -34,18 +33,6 @@ MaskedFrame rampFrame(int width, int height) {
     for (std::size_t i = 0; i < frame.size(); ++i)
         frame.data[i] = static_cast<double>(i * i % 101);
     return frame;
-}
-
-TEST(BadPixelInterpolation, ALonePixelBecomesTheMeanWeightedByInverseDistance) {
-    MaskedFrame frame(9, 9);
-    frame.maskAt(4, 4) = 1;
-    frame.at(4, 4) = 1e300;
-    frame.at(4, 3) = 1;  // distance 1
-    frame.at(6, 6) = 10; // distance sqrt(8)
-    ASSERT_EQ(frame.interpolate(), 0);
-    const double weights = 4 + 4 / std::sqrt(2.0) + 4 / 2.0 + 8 / std::sqrt(5.0) + 4 / std::sqrt(8.0);
-    EXPECT_NEAR(frame.at(4, 4), (1 + 10 / std::sqrt(8.0)) / weights, 1e-15);
-    EXPECT_EQ(frame.maskAt(4, 4), 1);
 }
 
 TEST(BadPixelInterpolation, MoreThanThreeEighthsOfTheNeighboursMustBeKnown) {
@@ -80,8 +67,8 @@ TEST(BadPixelInterpolation, AnEmptyFrameIsDone) {
     EXPECT_EQ(MaskedFrame(5, 0).interpolate(), 0);
 }
 
-// Bad pixels alone, in lines and in blocks; `codes` is how many mask values there are.
-MaskedFrame randomFrame(int width, int height, std::mt19937& random, unsigned codes) {
+// Bad pixels alone, in lines and in blocks.
+MaskedFrame randomFrame(int width, int height, std::mt19937& random) {
     MaskedFrame frame(width, height);
     for (double& value : frame.data)
         value = std::normal_distribution<double>(0, 100)(random);
@@ -93,7 +80,7 @@ MaskedFrame randomFrame(int width, int height, std::mt19937& random, unsigned co
         const int toY = std::min(height, y + (random() % 8 == 0 ? 6 : 1));
         for (int row = y; row < toY; ++row)
             for (int column = x; column < toX; ++column) {
-                frame.maskAt(column, row) = static_cast<unsigned char>(1 + random() % codes);
+                frame.maskAt(column, row) = 1;
                 if (random() % 3 == 0)
                     frame.at(column, row) = NAN;
             }
@@ -114,7 +101,7 @@ TEST(BadPixelInterpolation, GivesTheBitsOfThePlainPassesOnEveryShapeAndMask) {
     for (const auto& [width, height] : shapes)
         for (int repeat = 0; repeat < 30; ++repeat) {
             PluginOmbrel::useBaselineKernels = repeat % 2;
-            MaskedFrame frame = randomFrame(width, height, random, 1);
+            MaskedFrame frame = randomFrame(width, height, random);
             MaskedFrame expected = frame;
             if (frame.interpolate() != 0)
                 continue;
@@ -124,18 +111,6 @@ TEST(BadPixelInterpolation, GivesTheBitsOfThePlainPassesOnEveryShapeAndMask) {
             expectSame(frame, expected);
         }
     PluginOmbrel::useBaselineKernels = false;
-}
-
-TEST(BadPixelInterpolation, PassesTakeAndLeaveTheCodesOfEarlierOnes) {
-    std::mt19937 random(29);
-    PluginOmbrel::FillFront front;
-    for (int repeat = 0; repeat < 200; ++repeat) {
-        MaskedFrame frame = randomFrame(30, 20, random, 4);
-        MaskedFrame expected = frame;
-        runInterpolationPasses(frame.data.data(), frame.mask.data(), 30, 20, front);
-        PlainInterpolation(expected.data, expected.mask, 30, 20).run();
-        expectSame(frame, expected);
-    }
 }
 
 // Marks a block, ring, comb, checkerboard, noise, islands of good pixels, or about as many as can be filled.
@@ -161,7 +136,7 @@ void markArea(MaskedFrame& frame, std::mt19937& random) {
         }
 }
 
-TEST(BadPixelInterpolation, GivesTheBitsOfThePlainPassesInWideAreas) {
+TEST(BadPixelInterpolation, GivesTheBitsOfThePlainPassesInWideAreasAndOnTheCodesOfEarlierPasses) {
     std::mt19937 random(31);
     PluginOmbrel::FillFront front;
     for (int repeat = 0; repeat < 150; ++repeat) {

@@ -4,18 +4,10 @@
 #include "FilterFixtures.h"
 #include "filters/AdaptiveFF.h"
 #include "filters/Binning2x2.h"
+#include "fixtures/NotAFrame.h"
 #include "host/Param.h"
 
 namespace {
-
-class NotAFrame : public zt::IData {
-public:
-    int type() const override { return 2; }
-    void addRef() override {}
-    void release() override {}
-    void destroy() override {}
-    zt::IData* clone() const override { return nullptr; }
-};
 
 // One instance may get frames and other data on several threads at once: nothing of it may change.
 TEST(Binning, StaysAsItIsInEveryByte) {
@@ -128,38 +120,6 @@ TEST(AdaptiveFF, IsWholeWhileItsParametersEnd) {
     filter->destroy();
     constexpr const char* engineRefuses = "Cannot initialize adaptive FF filter";
     EXPECT_THAT(host.lines, ElementsAre(engineRefuses, engineRefuses));
-}
-
-// A host that ends the filter while the user is asked for a sub-frame.
-template <typename Filter, typename Ask>
-void expectQuietEnd(ombrel::Device& device, ombrel::FramePtr frame, Filter& filter, Ask ask) {
-    frame->addSubFrame(ombrel::FramePtr(static_cast<ombrel::Frame*>(frame->clone())));
-    std::vector<ombrel::FramePtr> frames;
-    frames.push_back(std::move(frame));
-    device.setAcquisition(std::move(frames));
-    const std::weak_ptr<const void> lifetime = filter->lifetime();
-    EXPECT_FALSE(lifetime.expired());
-    const auto unanswered = filterwindows::subFrameAnswer;
-    filterwindows::subFrameAnswer = [&](const std::string&) {
-        filter.reset();
-        return 0;
-    };
-    EXPECT_EQ(ask(), -1);
-    filterwindows::subFrameAnswer = unanswered;
-    EXPECT_TRUE(lifetime.expired());
-}
-
-using EndedFFFilterTest = FFFilterFixture;
-TEST_F(EndedFFFilterTest, TakesNoSubFrame) {
-    expectQuietEnd(
-        device, frameOf(Values(6, 1)), filter,
-        [this] { return filter->loadCoefficientsFromAcquisition(true); });
-}
-
-using EndedBHFilterTest = BHFilterFixture;
-TEST_F(EndedBHFilterTest, TakesNoSubFrame) {
-    expectQuietEnd(
-        device, frameOf(Values(12, 1)), filter, [this] { return filter->addMaskFromAcqData(1); });
 }
 
 // A store whose host leaves the size alone when there is no such blob.

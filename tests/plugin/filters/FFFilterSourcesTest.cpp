@@ -149,15 +149,7 @@ TEST_F(FFFilterSourcesTest, SavesPreparedTablesThatOnlyTheBinaryFormGivesBack) {
                             "Cannot save flat-field coefficients to file /dev/full. Error -3"));
 }
 
-class FFFilterAcquisitionTest : public FFFilterFixture {
-protected:
-    void acquire(std::initializer_list<Values> images) {
-        std::vector<ombrel::FramePtr> frames;
-        for (const Values& image : images)
-            frames.push_back(frameOf(image));
-        device.setAcquisition(std::move(frames));
-    }
-};
+using FFFilterAcquisitionTest = FFFilterFixture;
 
 TEST_F(FFFilterAcquisitionTest, TakesTheLastFrameOrTheSumOfAll) {
     acquire({{1, 1, 1, 1, 1, 7}, {1, 1, 1, 1, 1, 3}});

@@ -6,8 +6,6 @@
 #include "kernels/ProcessorDispatch.h"
 
 #include <array>
-#include <bit>
-#include <cstdint>
 #include <cstring>
 #include <random>
 
@@ -196,30 +194,22 @@ protected:
     ~MultiplyTest() override { PluginOmbrel::useBaselineKernels = false; }
 };
 
-TEST_P(MultiplyTest, GivesTheProductsWhateverTheLengthAndTheStart) {
+TEST_P(MultiplyTest, GivesTheProductsWhateverTheLengthTheStartAndTheColumns) {
+    const auto expectProducts = [](std::size_t count, std::size_t start, std::size_t columns, auto multiply) {
+        Values pixels = hostileValues(count + start, 1);
+        const Values factors = hostileValues(columns, 2);
+        Values expected = pixels;
+        for (std::size_t i = 0; i < count; ++i)
+            expected[start + i] *= factors[i % columns];
+        multiply(std::span(pixels).subspan(start), factors);
+        ASSERT_TRUE(sameBits(pixels, expected));
+    };
     for (std::size_t count = 0; count < 70; ++count)
-        for (const std::size_t start : {0u, 1u, 3u}) {
-            Values pixels = hostileValues(count + start, 1);
-            const Values factors = hostileValues(count, 2);
-            Values expected = pixels;
-            for (std::size_t i = 0; i < count; ++i)
-                expected[start + i] *= factors[i];
-            PluginOmbrel::multiplyPixels(std::span(pixels).subspan(start), factors);
-            ASSERT_TRUE(sameBits(pixels, expected));
-        }
-}
-
-TEST_P(MultiplyTest, ColumnsTakeTheirFactorsAgainInEachRow) {
-    for (const std::size_t columns : {1u, 2u, 7u, 16u, 33u})
-        for (const std::size_t count : {0u, 5u, 33u, 100u}) {
-            Values pixels = hostileValues(count, 3);
-            const Values factors = hostileValues(columns, 4);
-            Values expected = pixels;
-            for (std::size_t i = 0; i < count; ++i)
-                expected[i] *= factors[i % columns];
-            PluginOmbrel::multiplyColumns(pixels, factors);
-            ASSERT_TRUE(sameBits(pixels, expected));
-        }
+        for (const std::size_t start : {0u, 1u, 3u})
+            expectProducts(count, start, count, PluginOmbrel::multiplyPixels);
+    for (const std::size_t columns : {1u, 2u, 7u, 16u, 33u}) // the factors again in each row
+        for (const std::size_t count : {0u, 5u, 33u, 100u})
+            expectProducts(count, 0, columns, PluginOmbrel::multiplyColumns);
 }
 
 INSTANTIATE_TEST_SUITE_P(, MultiplyTest, testing::Bool(), [](const auto& baseline) {

@@ -82,13 +82,6 @@ void makeFall(std::vector<PlainMask>& masks) {
     }
 }
 
-TEST(ThicknessWalk, FollowsTheLinesBetweenMasks) {
-    const std::vector<PlainMask> masks = {{{-1, -1, -1, -1}, 1}, {{-2, -2, -2, -2}, 2}};
-    Values counts = {std::exp(-1.5), std::exp(-0.5), std::exp(-3.0), 0};
-    PluginOmbrel::replaceByThickness(counts, 1, tablesOf(masks), {});
-    EXPECT_THAT(counts, ElementsAre(DoubleNear(1.5, 1e-15), DoubleNear(0.5, 1e-15), DoubleNear(3, 1e-15), 0));
-}
-
 TEST(ThicknessWalk, WithOneMaskKeepsTheLogarithmBelowItAndGivesZeroFromItOn) {
     const std::vector<PlainMask> one = {{{0, 0, 0, 0, notANumber}, 5}};
     Values counts = {2.0, 1.0, 0.5, -1, 0.5};
