@@ -5,6 +5,7 @@
 #include "run/RunSetup.h"
 
 #include <QElapsedTimer>
+#include <QtConcurrent>
 
 #include <algorithm>
 #include <exception>
@@ -66,16 +67,14 @@ QString summaryOf(const Outcome& outcome, const std::string& output) {
 
 BatchJob::~BatchJob() {
     cancel();
-    if (thread.joinable())
-        thread.join();
+    work.waitForFinished();
 }
 
 void BatchJob::start(const RunOptions& options) {
-    if (thread.joinable())
-        thread.join();
+    work.waitForFinished(); // the end of its last signal
     stopWanted = false;
     running = true;
-    thread = std::thread([this, options] { run(options); });
+    work = QtConcurrent::run([this, options] { run(options); });
 }
 
 void BatchJob::run(const RunOptions& options) {

@@ -3,11 +3,11 @@
 #include "base/Console.h"
 #include "run/RunSetup.h"
 
+#include <QFuture>
 #include <QObject>
 
 #include <atomic>
 #include <string>
-#include <thread>
 
 namespace ombrel::workbench {
 
@@ -40,7 +40,7 @@ private:
     Console& console;
     std::atomic<bool> stopWanted = false;
     std::atomic<bool> running = false;
-    std::thread thread;
+    QFuture<void> work;
 };
 
 } // namespace ombrel::workbench

@@ -3,6 +3,8 @@
 #include "calibration/FlatFieldCalibration.h"
 #include "simulation/SimulatedSet.h"
 
+#include <QtConcurrent>
+
 #include <exception>
 #include <filesystem>
 
@@ -36,18 +38,16 @@ DemoData prepareDemoData(const std::string& folder, const std::string& plugin, C
 }
 
 DemoJob::~DemoJob() {
-    if (thread.joinable())
-        thread.join();
+    work.waitForFinished();
 }
 
 void DemoJob::start(const std::string& folder) {
     if (running)
         return;
-    if (thread.joinable())
-        thread.join();
+    work.waitForFinished(); // the end of its last signal
     running = true;
     emit advanced(0, 1);
-    thread = std::thread([this, folder] { run(folder); });
+    work = QtConcurrent::run([this, folder] { run(folder); });
 }
 
 void DemoJob::run(const std::string& folder) {

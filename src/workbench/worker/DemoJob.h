@@ -2,12 +2,12 @@
 
 #include "base/Console.h"
 
+#include <QFuture>
 #include <QObject>
 
 #include <atomic>
 #include <functional>
 #include <string>
-#include <thread>
 
 namespace ombrel::workbench {
 
@@ -46,7 +46,7 @@ private:
     Console& console;
     std::string plugin;
     std::atomic<bool> running = false;
-    std::thread thread;
+    QFuture<void> work;
 };
 
 } // namespace ombrel::workbench
