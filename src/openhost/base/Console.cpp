@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <new>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -76,7 +77,11 @@ bool occupyStandardDescriptors() {
 Console::Console(std::FILE* messages)
     : stream(messages), terminal(occupyStandardDescriptors() && isatty(fileno(messages)) == 1) {
     const int own = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3);
-    results.reset(own >= 0 ? fdopen(own, "w") : nullptr);
+    if (own >= 0) {
+        results.reset(fdopen(own, "w"));
+        if (!results)
+            throw std::bad_alloc();
+    }
     if (const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC); nowhere >= 0) {
         dup2(nowhere, STDOUT_FILENO);
         close(nowhere);

@@ -7,6 +7,7 @@
 #include "zt/String.h"
 #include "zt/Types.h"
 
+#include <new>
 #include <optional>
 #include <vector>
 
@@ -47,6 +48,8 @@ Outcome callGuarded(Host& host, Call call) {
     const LogCapture capture;
     try {
         call();
+    } catch (const std::bad_alloc&) {
+        outcome.exception = "not enough memory";
     } catch (const std::exception& error) {
         outcome.exception = error.what();
     } catch (...) {
