@@ -1,4 +1,4 @@
-// Outputs made again from what they tell, and parts put together.
+// Outputs made again from their records, and parts put together.
 
 #include "fixtures/FrameFiles.h"
 #include "fixtures/Program.h"
@@ -52,7 +52,7 @@ TEST_F(Replay, GivesTheSameFramesThoughTheSettingsAreGone) {
 
 TEST_F(Replay, NamesWhatHasChanged) {
     ASSERT_EQ(run("out.h5").exitCode, 0);
-    // A pixel of frame 4 in the output, changed behind its back.
+    // A pixel of frame 4 in the output.
     const std::vector<double> before = readAllFrames(folder / "out.h5");
     std::string bytes = fileText(folder / "out.h5");
     const auto pixel = static_cast<float>(before[4 * 256 + 7]);
@@ -138,6 +138,31 @@ TEST_F(Replay, RefusesRecordsThatNoRunWrites) {
         expectRefusal(replay("out.tif", "again.h5"), 1, words);
         EXPECT_FALSE(fs::exists(folder / "again.h5")) << edited;
     }
+}
+
+TEST_F(Replay, RefusesDamagedRecordsInHdf5) {
+    ASSERT_EQ(run("out.h5").exitCode, 0);
+    const std::string good = fileText(folder / "out.h5");
+    const hid_t texts = H5Tcopy(H5T_C_S1);
+    H5Tset_size(texts, H5T_VARIABLE);
+    const auto replace = [&](const char* name, hid_t type, hsize_t count) {
+        writeFileText(folder / "out.h5", good);
+        const hid_t file = H5Fopen((folder / "out.h5").c_str(), H5F_ACC_RDWR, H5P_DEFAULT);
+        H5Ldelete(file, name, H5P_DEFAULT);
+        const hid_t space = H5Screate_simple(1, &count, nullptr);
+        H5Dclose(H5Dcreate2(file, name, type, space, H5P_DEFAULT, H5P_DEFAULT, H5P_DEFAULT));
+        H5Sclose(space);
+        H5Fclose(file);
+        return replay("out.h5", "again.h5");
+    };
+    const std::string record = "/process/ombrel/record";
+    const std::string first = "/process/ombrel/settings/0";
+    for (const hsize_t count : {0, 1, 1000})
+        expectRefusal(replace(record.c_str(), texts, count), 1, record + " is damaged");
+    expectRefusal(replace(first.c_str(), H5T_NATIVE_UINT8, hsize_t{1} << 40), 1, first + ": it claims");
+    expectRefusal(replace(first.c_str(), H5T_NATIVE_UINT8, 100), 1, "out.h5, settings of Flat-Field:1:");
+    EXPECT_FALSE(fs::exists(folder / "again.h5"));
+    H5Tclose(texts);
 }
 
 } // namespace

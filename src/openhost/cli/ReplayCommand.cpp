@@ -162,12 +162,22 @@ void checkPaths(const RunRecord& record, const ReplayOptions& options, Console& 
     paths.check(console, options.log);
 }
 
+// Names the record in place of the temporary files that hold its settings.
+std::string inRecord(std::string text, const std::string& recorded, const RunOptions& options) {
+    for (const LinkOptions& link : options.links)
+        if (const auto place = text.find(link.contents); !link.contents.empty() && place != std::string::npos)
+            text.replace(place, link.contents.size(), recorded + ", settings of " + link.name);
+    return text;
+}
+
 // A wrong path in a record is not a mistake in the command line.
 int correctRecorded(const std::string& recorded, const RunOptions& options, Console& console) {
     try {
         return correctFrames(options, console);
     } catch (const UsageError& error) {
-        throw Error(recorded + ": its record does not match: " + error.what());
+        throw Error(recorded + ": its record does not match: " + inRecord(error.what(), recorded, options));
+    } catch (const Error& error) {
+        throw Error(inRecord(error.what(), recorded, options));
     }
 }
 

@@ -78,9 +78,12 @@ zt::u64 addressOf(hid_t file, const std::string& name) {
 std::string textAt(hid_t file, const std::string& name) {
     const Hdf5Object object = openThing(file, name);
     const Hdf5Type type{H5Dget_type(object)};
-    std::string text(H5Tget_size(type), '\0');
+    const Hdf5Space space{H5Dget_space(object)};
     if (H5Tget_class(type) != H5T_STRING || H5Tis_variable_str(type) > 0 ||
-        H5Dread(object, type, H5S_ALL, H5S_ALL, H5P_DEFAULT, text.data()) < 0)
+        H5Sget_simple_extent_npoints(space) != 1)
+        throw Error(name + " is damaged: it is not one text of fixed length");
+    std::string text(H5Tget_size(type), '\0');
+    if (H5Dread(object, type, H5S_ALL, H5S_ALL, H5P_DEFAULT, text.data()) < 0)
         throw Error(name + " cannot be read" + Hdf5Session::reason());
     text.resize(std::min(text.find('\0'), text.size()));
     return text;
