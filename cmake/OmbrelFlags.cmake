@@ -1,4 +1,4 @@
-# Compiler flags that hold for every target of ours.
+# Compiler flags of every target of the project.
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)

@@ -73,10 +73,10 @@ void WorkbenchUser::dragOverFrame(const QRect& area, Qt::KeyboardModifiers modif
     drag(at(area.topLeft()), at(area.bottomRight()), modifiers);
 }
 
-void WorkbenchUser::dragRow(int row, int behind) {
+void WorkbenchUser::dragRow(int row, int after) {
     const auto* const list = workbench.findChild<QListWidget*>("lwChain");
     const auto at = [&](const QPoint& point) { return list->viewport()->mapTo(&workbench, point); };
-    const QRect target = list->visualItemRect(list->item(behind));
+    const QRect target = list->visualItemRect(list->item(after));
     drag(at(list->visualItemRect(list->item(row)).center()),
          at(target.center() + QPoint(0, target.height() / 3)), {});
 }

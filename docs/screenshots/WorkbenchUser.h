@@ -25,7 +25,7 @@ public:
     // From the upper left corner to the lower right one, in pixels of the corrected frame.
     void dragOverFrame(const QRect& area, Qt::KeyboardModifiers modifiers);
     // In the list of the chain, to the position after another row.
-    void dragRow(int row, int behind);
+    void dragRow(int row, int after);
     void editParameter(const QString& name, const QString& value);
 
     void waitForOpen();

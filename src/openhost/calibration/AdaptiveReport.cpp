@@ -36,16 +36,16 @@ std::optional<SearchOutcome> searchOutcome(const std::string& logText, const Gri
     constexpr double none = std::numeric_limits<double>::infinity();
     std::optional<double> own;
     double before = none; // the least of the other points before the right one
-    double behind = none;
+    double after = none;
     for (const QualityValue& logged : readQualityLog(logText))
         if (LoggedPoint{logged.v, logged.t, logged.e} == wanted)
             own = std::min(own.value_or(none), logged.value);
         else
-            (own ? behind : before) = std::min(own ? behind : before, logged.value);
+            (own ? after : before) = std::min(own ? after : before, logged.value);
     if (!own)
         return std::nullopt;
-    const double other = std::min(before, behind);
-    return SearchOutcome{*own < before && *own <= behind, other == *own ? 0 : (other - *own) / *own};
+    const double other = std::min(before, after);
+    return SearchOutcome{*own < before && *own <= after, other == *own ? 0 : (other - *own) / *own};
 }
 
 namespace {

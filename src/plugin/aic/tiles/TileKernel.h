@@ -180,9 +180,9 @@ private:
                 storeUnaligned(before, loadUnaligned(last - 1));
                 before[0] = v == 0 ? 0 : last[laneCount - 1 - vectorSize];
                 const float* const first = row + i;
-                float* const behind = row + tile * step + i;
-                storeUnaligned(behind, loadUnaligned(first + 1));
-                behind[laneCount - 1] = v + 1 == vectors ? 0 : first[vectorSize];
+                float* const shifted = row + tile * step + i;
+                storeUnaligned(shifted, loadUnaligned(first + 1));
+                shifted[laneCount - 1] = v + 1 == vectors ? 0 : first[vectorSize];
             }
         }
     }
