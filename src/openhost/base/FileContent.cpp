@@ -99,33 +99,45 @@ DatasetPath splitDatasetPath(const std::string& path) {
     return {path.substr(0, separator), dataset};
 }
 
-namespace {
-
-struct FreeState {
-    void operator()(XXH3_state_t* state) const { XXH3_freeState(state); }
-};
-
-} // namespace
-
 zt::u64 pixelHash(std::span<const std::byte> pixels) {
     return XXH3_64bits(pixels.data(), pixels.size());
 }
 
+struct StreamHash::State {
+    struct Free {
+        void operator()(XXH3_state_t* hash) const { XXH3_freeState(hash); }
+    };
+    std::unique_ptr<XXH3_state_t, Free> hash{XXH3_createState()};
+};
+
+StreamHash::StreamHash() : state(std::make_unique<State>()) {
+    if (!state->hash)
+        throw std::bad_alloc();
+    XXH3_128bits_reset(state->hash.get());
+}
+
+StreamHash::~StreamHash() = default;
+
+void StreamHash::add(std::span<const std::byte> bytes) {
+    XXH3_128bits_update(state->hash.get(), bytes.data(), bytes.size());
+}
+
+std::string StreamHash::text() const {
+    const XXH128_hash_t hash = XXH3_128bits_digest(state->hash.get());
+    return hashText(hash.high64) + hashText(hash.low64);
+}
+
 std::string fileHash(const std::string& path) {
     const FileDescriptor file = FileDescriptor::openForReading(path);
-    const std::unique_ptr<XXH3_state_t, FreeState> state(XXH3_createState());
-    if (!state)
-        throw std::bad_alloc();
-    XXH3_128bits_reset(state.get());
+    StreamHash hash;
     std::vector<std::byte> buffer(std::size_t{1} << 20);
     const zt::u64 size = file.size();
     for (zt::u64 offset = 0; offset < size; offset += buffer.size()) {
         const auto piece = std::span(buffer).first(std::min<zt::u64>(buffer.size(), size - offset));
         file.readAt(offset, piece);
-        XXH3_128bits_update(state.get(), piece.data(), piece.size());
+        hash.add(piece);
     }
-    const XXH128_hash_t hash = XXH3_128bits_digest(state.get());
-    return hashText(hash.high64) + hashText(hash.low64);
+    return hash.text();
 }
 
 std::string hashText(zt::u64 hash) {

@@ -4,6 +4,7 @@
 #include "zt/Types.h"
 
 #include <cstddef>
+#include <memory>
 #include <span>
 #include <string>
 
@@ -35,6 +36,23 @@ zt::u64 pixelHash(std::span<const std::byte> pixels);
 
 // The hash of a file's bytes as 32 hexadecimal digits. Throws Error.
 std::string fileHash(const std::string& path);
+
+// A hash of bytes that arrive in pieces, which is the same for every division into pieces.
+class StreamHash {
+public:
+    StreamHash();
+    ~StreamHash();
+    StreamHash(const StreamHash&) = delete;
+    StreamHash& operator=(const StreamHash&) = delete;
+
+    void add(std::span<const std::byte> bytes);
+    // 32 hexadecimal digits.
+    std::string text() const;
+
+private:
+    struct State;
+    std::unique_ptr<State> state;
+};
 
 // A hash of 64 bit as 16 hexadecimal digits.
 std::string hashText(zt::u64 hash);

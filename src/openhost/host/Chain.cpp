@@ -149,6 +149,8 @@ void FilterLink::loadSettings(const SettingsSource& source) {
     if (source.checksHeap)
         checkHeap(store->contents(), source.path);
     settingsFiles = filesUsedBy(store->contents(), source.path);
+    remark = filterGroupsOf(store->contents()) == FilterGroups::Changed ? changedSinceCalibration(source.path)
+                                                                        : std::string();
     if (source.change)
         source.change(*store);
     int answer = zt::ERR_NONE;

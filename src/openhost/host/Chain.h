@@ -60,6 +60,9 @@ public:
     // The other files that the filter read; see filesUsedBy().
     const std::vector<std::string>& filesRead() const { return settingsFiles; }
 
+    // A message if the settings were changed since they were calibrated; else empty.
+    const std::string& settingsRemark() const { return remark; }
+
     // "PARAM=VALUE". Throws UsageError if the parameter is unknown (listing the known ones) or read-only, or
     // the value does not read as its type, and Error if the filter throws or logs a line during the change.
     void setParam(const std::string& assignment);
@@ -73,6 +76,7 @@ private:
     std::string ownName;
     FilterPtr instance;
     std::vector<std::string> settingsFiles;
+    std::string remark;
 };
 
 // Filters in the order in which they process a frame.

@@ -199,6 +199,7 @@ std::vector<std::string> warningsOn(Chain& chain, zt::u8 pixelType) {
             add(unseenZeroPixels(pixelType));
     }
     for (FilterLink& link : chain.links()) {
+        add(link.settingsRemark());
         zt::IParamMgr* const params = link.name() == "AdaptiveFF" ? link.filter().parameters() : nullptr;
         for (const ParamRange& range : adaptiveRanges)
             if (const zt::IParam* const param = params ? params->param(range.name) : nullptr)

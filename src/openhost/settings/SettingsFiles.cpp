@@ -64,6 +64,68 @@ void checkHeap(const SettingsTree& settings, const std::string& settingsPath) {
                 " it was made with; calibrate again with --force, or copy both files again from one place");
 }
 
+namespace {
+
+constexpr std::string_view groupsHashKey = "FilterGroupsHash";
+
+// With the length first, so that no two sequences of texts give the same bytes.
+void addText(StreamHash& hash, std::string_view text) {
+    const zt::u64 length = text.size();
+    hash.add(std::as_bytes(std::span(&length, 1)));
+    hash.add(std::as_bytes(std::span(text)));
+}
+
+void addValue(StreamHash& hash, const SettingsValue& value) {
+    addText(hash, settingsTypeName(value));
+    if (const auto* const blob = std::get_if<Blob>(&value)) {
+        addText(hash, std::to_string(blob->size()));
+        for (const auto& piece : blob->pieces())
+            hash.add(piece);
+    } else if (const auto* const text = std::get_if<std::string>(&value)) {
+        addText(hash, *text);
+    } else if (const auto* const number = std::get_if<double>(&value)) {
+        addText(hash, numberText(*number));
+    } else {
+        const auto* const whole = std::get_if<int>(&value);
+        addText(hash, std::to_string(whole ? *whole : int{std::get<bool>(value)}));
+    }
+}
+
+std::string filterGroupsHash(const SettingsTree& settings) {
+    StreamHash hash;
+    for (const SettingsGroup& group : settings.groups) {
+        if (group.name == ownGroup)
+            continue;
+        addText(hash, group.name);
+        addText(hash, std::to_string(group.items.size()));
+        for (const SettingsItem& item : group.items) {
+            addText(hash, item.key);
+            addValue(hash, item.value);
+        }
+    }
+    return hash.text();
+}
+
+} // namespace
+
+void noteFilterGroups(SettingsTree& settings) {
+    settings.set(ownGroup, groupsHashKey, filterGroupsHash(settings));
+}
+
+FilterGroups filterGroupsOf(const SettingsTree& settings) {
+    const SettingsValue* const noted = settings.find(ownGroup, groupsHashKey);
+    if (!noted)
+        return FilterGroups::Unknown;
+    const auto* const hash = std::get_if<std::string>(noted);
+    return hash && *hash == filterGroupsHash(settings) ? FilterGroups::AsCalibrated : FilterGroups::Changed;
+}
+
+std::string changedSinceCalibration(const std::string& path) {
+    return path +
+           ": the filter's settings were changed since the calibration: its verdicts on flat fields no "
+           "longer apply; calibrate again to have the flat fields judged";
+}
+
 bool looksLikeSettings(const std::string& path) {
     std::error_code failure;
     if (!std::filesystem::is_regular_file(path, failure))
@@ -76,8 +138,7 @@ bool looksLikeSettings(const std::string& path) {
     return first != std::string::npos && begin[first] == '<';
 }
 
-std::string settingsReportText(const std::string& path) {
-    const SettingsTree settings = readSettings(path);
+std::string settingsReportText(const SettingsTree& settings, const std::string& path) {
     checkHeap(settings, path);
     std::string text = path + "\n  kind          settings, " + filterGroups(settings) + '\n';
     if (settings.find(ownGroup, heapHashKey))

@@ -24,10 +24,22 @@ void noteHeap(SettingsTree& settings, const std::string& heapFile);
 // without a hash, as those of other hosts, accept every heap.
 void checkHeap(const SettingsTree& settings, const std::string& settingsPath);
 
+// A calibration stores the hash of the filters' groups as it left them, with what it knows of them: when a
+// dialog or an editor has changed them since, that no longer applies.
+void noteFilterGroups(SettingsTree& settings);
+enum class FilterGroups {
+    Unknown, // the settings hold no hash
+    AsCalibrated,
+    Changed,
+};
+FilterGroups filterGroupsOf(const SettingsTree& settings);
+// The message that the settings, which belong to FilterGroups::Changed, were changed.
+std::string changedSinceCalibration(const std::string& path);
+
 // Whether a file begins like XML; no frame file does.
 bool looksLikeSettings(const std::string& path);
-// The description of a settings file for `ombrel info`. Throws Error, also if checkHeap() does.
-std::string settingsReportText(const std::string& path);
+// The description of a settings file for `ombrel info`. Throws Error if checkHeap() does.
+std::string settingsReportText(const SettingsTree& settings, const std::string& path);
 
 // A parsed "FILTER:PARAM=VALUE". All parts are empty if the text has another form.
 struct ParamAssignment {
