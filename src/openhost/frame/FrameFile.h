@@ -16,6 +16,7 @@ enum class FrameRole {
     Any,    // all that the file holds
     Sample, // the frames to correct: image_key 0
     Flat,   // flat fields: image_key 1, or /exchange/data_white in the Data Exchange layout
+    Dark,   // dark fields: image_key 2, or /exchange/data_dark
 };
 
 // Number of frames of each kind in a file.

@@ -155,8 +155,12 @@ Hdf5Selection selection(const std::string& file, const Hdf5Candidate& candidate,
 std::optional<Hdf5Selection> selectExchange(hid_t file, const std::string& fileName,
                                             const Hdf5Contents& contents, FrameRole role) {
     const std::string data = "/exchange/data";
-    const std::string flats = "/exchange/data_white";
-    for (const std::string& path : role == FrameRole::Flat ? std::vector{flats, data} : std::vector{data})
+    std::vector<std::string> paths{data};
+    if (role == FrameRole::Flat)
+        paths.insert(paths.begin(), "/exchange/data_white");
+    if (role == FrameRole::Dark)
+        paths.insert(paths.begin(), "/exchange/data_dark");
+    for (const std::string& path : paths)
         if (const auto* candidate = candidateAt(file, contents, path))
             return selection(fileName, *candidate, path);
     return std::nullopt;
@@ -304,14 +308,17 @@ void Hdf5File::chooseFrames(FrameRole role, const std::vector<std::string>& grou
     fileInfo.kinds = FrameKinds{count(SAMPLE_KEY), count(FLAT_KEY), count(DARK_KEY)};
     if (role == FrameRole::Any)
         return;
-    const double wanted = role == FrameRole::Flat ? FLAT_KEY : SAMPLE_KEY;
+    const double wanted = role == FrameRole::Flat   ? FLAT_KEY
+                          : role == FrameRole::Dark ? DARK_KEY
+                                                    : SAMPLE_KEY;
     for (zt::u32 frame = 0; frame < frames; ++frame)
         if (keys->values[frame] == wanted)
             chosen.push_back(frame);
     if (chosen.empty())
-        throw Error(
-            fileInfo.path + ": no frame is marked as " +
-            (role == FrameRole::Flat ? "a flat field (image_key 1)" : "one of the sample (image_key 0)"));
+        throw Error(fileInfo.path + ": no frame is marked as " +
+                    (role == FrameRole::Flat   ? "a flat field (image_key 1)"
+                     : role == FrameRole::Dark ? "a dark field (image_key 2)"
+                                               : "one of the sample (image_key 0)"));
     fileInfo.frames = static_cast<zt::u32>(chosen.size());
 }
 

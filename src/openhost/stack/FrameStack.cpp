@@ -42,7 +42,7 @@ FrameStack::FrameStack(const std::vector<std::string>& paths, FrameRole role) {
         const FrameFileInfo& first = parts.empty() ? info : parts.front().file->info();
         if (info.width != first.width || info.height != first.height)
             throw Error("the frames differ in size: " + pathAndSize(first) + ", but " + pathAndSize(info));
-        if (role != FrameRole::Any)
+        if (role == FrameRole::Sample || role == FrameRole::Flat)
             darks.add(info);
         const zt::u64 end = begin + info.frames;
         parts.push_back({std::move(file), begin, end});
