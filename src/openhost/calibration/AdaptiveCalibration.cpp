@@ -134,19 +134,23 @@ std::vector<float> readCompensationMask(const std::string& path, zt::u32 width, 
 }
 
 void calibrateAdaptive(const AdaptiveOptions& options, Console& console) {
+    checkInspection(options.inspection);
     const std::vector<GridPoint> holes = parseHoles(options.holes);
     const std::vector<GridRow> rows = readGridTable(options.grid);
     CommandPaths paths = inputsOf(options, rows);
     const auto whenThere = options.force ? WhenThere::Replace : WhenThere::Refuse;
     paths.writes(options.output, "the settings file", whenThere);
     paths.writes(heapPathOf(options.output), "the calibration file", whenThere);
+    addInspectionPaths(paths, options.inspection, whenThere);
     paths.check(console, options.log);
     checkSettingsOutput(options.output);
     if (const std::string heap = heapPathOf(options.output); !CalibrationHeap::mayReplace(heap))
         throw Error(heap + ": is not a calibration and is not replaced; choose another name for -o");
     const OutputLock lock(options.output, options.force);
     const CalibrationGrid grid = gridOf(options, rows, holes);
-    const CalibrationGridFlats flats(options.grid, rows);
+    CalibrationGridFlats flats(options.grid, rows);
+    FieldInspection inspection(options.inspection, console);
+    flats.inspect(inspection);
     const auto mask = readCompensationMask(options.compensationMask, flats.width(), flats.height());
     Session session(console, options.plugin, {1, flats.width(), flats.height()});
     SettingsTree settings = defaultAdaptiveSettings(session);
@@ -167,6 +171,7 @@ void calibrateAdaptive(const AdaptiveOptions& options, Console& console) {
     warnAbout(heaps, flats, options.normalise, console);
     settings = tune({heaps, heapPaths, settings, fixed, std::min(flats.width(), flats.height())}, session,
                     options, console);
+    inspection.note(settings);
     writeCalibration(heaps, settings, options.output);
     console.message(countText(rows.size(), "flat field") + ": " + options.output + " and " +
                     heapPathOf(options.output));

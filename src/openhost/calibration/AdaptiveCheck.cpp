@@ -51,12 +51,16 @@ std::string linkToHeap(const TrialFolder& folder, const std::string& settingsPat
 } // namespace
 
 void checkAdaptive(const AdaptiveOptions& options, Console& console) {
+    checkInspection(options.inspection);
     const std::vector<GridRow> rows = readGridTable(options.grid);
     CommandPaths paths = inputsOf(options, rows);
     paths.reads(options.check, "the settings file");
     paths.reads(heapPathOf(options.check), "the calibration file");
+    addInspectionPaths(paths, options.inspection, options.force ? WhenThere::Replace : WhenThere::Refuse);
     paths.check(console, options.log);
-    const CalibrationGridFlats flats(options.grid, rows);
+    CalibrationGridFlats flats(options.grid, rows);
+    FieldInspection inspection(options.inspection, console);
+    flats.inspect(inspection);
     const auto mask = readCompensationMask(options.compensationMask, flats.width(), flats.height());
     Session session(console, options.plugin, {1, flats.width(), flats.height()});
     SettingsTree settings = settingsOf(session, options.check);

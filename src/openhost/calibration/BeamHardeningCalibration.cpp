@@ -78,9 +78,9 @@ double MaskSum::countsPerSecond() const {
     return count == 0 ? 0 : sum / static_cast<double>(count) / seconds;
 }
 
-MaskSum sumFrames(FrameStack& stack, std::optional<double> acqTime) {
+MaskSum sumFrames(FrameStack& stack, std::span<const std::size_t> frames, std::optional<double> acqTime) {
     MaskSum sum{Frame::create(stack.width(), stack.height(), zt::DT_DOUBLE)};
-    for (zt::u64 i = 0; i < stack.frameCount(); ++i) {
+    for (const std::size_t i : frames) {
         const FramePtr frame = stack.readFrame(i);
         sum.seconds += acqTime ? *acqTime : timeOf(*frame, stack.where(i));
         sum.frame->addFrame(frame.get());
@@ -116,18 +116,27 @@ void warnOfBrighter(const ThicknessMask& mask, double rate, const ThicknessMask&
                     numberText(before.thickness) + " (" + rates + " counts a second); check files and times");
 }
 
+struct MaskMaker {
+    Session& session;
+    IBHFilter& filter;
+    FieldInspection& inspection;
+    Console& console;
+};
+
 // Adds the masks in their order, which must be that of ascending thickness.
-void addMasks(Session& session, IBHFilter& filter, const std::vector<ThicknessMask>& masks,
-              const std::optional<double>& acqTime, Console& console) {
+void addMasks(const MaskMaker& maker, const std::vector<ThicknessMask>& masks,
+              const std::optional<double>& acqTime) {
     double rateBefore = 0;
     for (std::size_t k = 0; k < masks.size(); ++k) {
         FrameStack stack(masks[k].files, FrameRole::Flat);
-        MaskSum sum = sumFrames(stack, acqTime);
+        const auto frames = maker.inspection.judge(
+            fieldSetOf(stack, "frames of thickness " + numberText(masks[k].thickness)));
+        MaskSum sum = sumFrames(stack, frames, acqTime);
         const double rate = sum.countsPerSecond();
         if (k > 0 && rate >= rateBefore)
-            warnOfBrighter(masks[k], rate, masks[k - 1], rateBefore, console);
+            warnOfBrighter(masks[k], rate, masks[k - 1], rateBefore, maker.console);
         rateBefore = rate;
-        addMask(session, filter, masks[k], std::move(sum));
+        addMask(maker.session, maker.filter, masks[k], std::move(sum));
     }
 }
 
@@ -136,11 +145,14 @@ void addMasks(Session& session, IBHFilter& filter, const std::vector<ThicknessMa
 void calibrateBeamHardening(const BeamHardeningOptions& options, Console& console) {
     const std::vector<ThicknessMask> masks = parseThicknessMasks(options.masks);
     const std::vector<std::string> files = filesOf(masks);
+    checkInspection(options.inspection);
     CommandPaths paths;
     for (const std::string& file : files)
         addInput(paths, file);
     addPlugin(paths, options.plugin);
-    paths.writes(options.output, "the settings file", options.force ? WhenThere::Replace : WhenThere::Refuse);
+    const auto whenThere = options.force ? WhenThere::Replace : WhenThere::Refuse;
+    paths.writes(options.output, "the settings file", whenThere);
+    addInspectionPaths(paths, options.inspection, whenThere);
     paths.check(console, options.log);
     checkSettingsOutput(options.output);
 
@@ -152,15 +164,20 @@ void calibrateBeamHardening(const BeamHardeningOptions& options, Console& consol
     IBHFilter& filter = filterInterface<IBHFilter>(link.filter(), beamHardeningObject);
     filter.setInterpolateBadPixelsEnabled(!options.noInterpolation);
     filter.setUseZeroPixelsAsBad(options.zeroAsBad);
-    addMasks(session, filter, masks, options.acqTime, console);
+    FieldInspection inspection(options.inspection, console);
+    addMasks({session, filter, inspection, console}, masks, options.acqTime);
+    inspection.judgeDarks(files);
+    inspection.finish();
 
     const auto store = session.host().openSettings(options.output);
     link.filter().saveToSettings(store.get());
-    writeSettingsFile(store->contents(), options.output);
+    SettingsTree settings = store->contents();
+    inspection.note(settings);
+    writeSettingsFile(settings, options.output);
     if (masks.size() == 1)
         console.message("a single mask cannot give thicknesses: brighter pixels become 0, and the others "
                         "the logarithm of their counts a second; give another --mask");
-    console.message(countText(masks.size(), "mask") + " of " + countText(all.frameCount(), "frame") + ": " +
+    console.message(countText(masks.size(), "mask") + " of " + inspection.countText("frame") + ": " +
                     options.output);
 }
 

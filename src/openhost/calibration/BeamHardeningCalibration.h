@@ -5,6 +5,7 @@
 #include "stack/FrameStack.h"
 
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -29,8 +30,9 @@ struct MaskSum {
     double countsPerSecond() const;
 };
 
-// `acqTime` is that of each frame; without it, each frame must have its own. Throws Error.
-MaskSum sumFrames(FrameStack& stack, std::optional<double> acqTime);
+// Sums those frames of the stack. `acqTime` is that of each frame; without it, each frame must have its own.
+// Throws Error.
+MaskSum sumFrames(FrameStack& stack, std::span<const std::size_t> frames, std::optional<double> acqTime);
 
 // The command line of `ombrel calibrate beam-hardening`.
 struct BeamHardeningOptions : CalibrateOptions {
@@ -40,7 +42,7 @@ struct BeamHardeningOptions : CalibrateOptions {
     bool zeroAsBad = false;
 };
 
-// The work of the command. Throws UsageError or Error, and then has written nothing.
+// The work of the command. Throws UsageError or Error, and then has written at most the inspection's report.
 void calibrateBeamHardening(const BeamHardeningOptions& options, Console& console);
 
 } // namespace ombrel

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "inspection/FieldInspection.h"
+
 #include <string>
 
 namespace ombrel {
@@ -7,6 +9,7 @@ namespace ombrel {
 // Options shared by all calibrations.
 struct CalibrateOptions {
     std::string output; // the settings file
+    InspectionOptions inspection;
     bool force = false;
     std::string plugin;
     std::string log;

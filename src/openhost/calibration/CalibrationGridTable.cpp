@@ -12,6 +12,7 @@
 #include <filesystem>
 #include <functional>
 #include <map>
+#include <numeric>
 #include <span>
 #include <sstream>
 #include <stdexcept>
@@ -198,6 +199,9 @@ CalibrationGridFlats::CalibrationGridFlats(const std::string& tablePath, std::ve
             if (row.page.value_or(0) >= info.frames)
                 problems.add(row.line, row.file + " has no page " + std::to_string(row.page.value_or(0)) +
                                            "; it has " + std::to_string(info.frames) + ", counted from 0");
+            std::vector<zt::u32> frames(row.page ? 1 : info.frames);
+            std::iota(frames.begin(), frames.end(), row.page.value_or(0));
+            used.push_back(std::move(frames));
         } catch (const Error& error) {
             problems.add(row.line, error.what());
         }
@@ -205,20 +209,45 @@ CalibrationGridFlats::CalibrationGridFlats(const std::string& tablePath, std::ve
     problems.throwIfAny();
 }
 
+namespace {
+
+std::string setName(const GridPoint& point) {
+    return "frames of v " + numberText(point.v) + " t " + numberText(point.t) + " e " + numberText(point.e);
+}
+
+} // namespace
+
+void CalibrationGridFlats::inspect(FieldInspection& inspection) {
+    for (std::size_t row = 0; row < all.size(); ++row) {
+        const auto file = FrameFile::open(all[row].file, FrameRole::Flat);
+        FieldSet set{.name = setName(all[row].point),
+                     .width = columns,
+                     .height = lines,
+                     .places = {},
+                     .read = [&](std::size_t field) { return file->readFrame(used[row][field]); }};
+        for (const zt::u32 frame : used[row])
+            set.places.push_back({all[row].file, frame});
+        std::vector<zt::u32> kept;
+        for (const std::size_t field : inspection.judge(set))
+            kept.push_back(used[row][field]);
+        used[row] = std::move(kept);
+    }
+    inspection.finish();
+}
+
 GridFlat CalibrationGridFlats::read(std::size_t row) const {
     const auto file = FrameFile::open(all[row].file, FrameRole::Flat);
-    const zt::u32 begin = all[row].page.value_or(0);
-    if (file->info().width != columns || file->info().height != lines || begin >= file->info().frames)
+    if (file->info().width != columns || file->info().height != lines ||
+        used[row].back() >= file->info().frames)
         throw Error(all[row].file + ": the file has changed meanwhile");
-    const zt::u32 end = all[row].page ? begin + 1 : file->info().frames;
 
     GridFlat flat;
     std::vector<double> sum(std::size_t{columns} * lines);
-    for (zt::u32 frame = begin; frame < end; ++frame) {
+    for (const zt::u32 frame : used[row]) {
         flat.test = file->readFrame(frame);
         const std::vector<double> pixels = pixelsOf(*flat.test);
         ++flat.frames;
-        if (frame + 1 == end && flat.isTestKeptOut())
+        if (frame == used[row].back() && flat.isTestKeptOut())
             flat.ofOthers = divided(sum, flat.frames - 1);
         std::ranges::transform(sum, pixels, sum.begin(), std::plus());
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "calibration/CalibrationGrid.h"
+#include "inspection/FieldInspection.h"
 #include "stack/FrameStack.h"
 #include "zt/Types.h"
 
@@ -49,11 +50,15 @@ public:
     // See FrameStack::unusedDarks().
     std::string unusedDarks() const { return darks.text(); }
 
+    // Judges the frames of each row among themselves; read() then uses those that are good. Throws Error.
+    void inspect(FieldInspection& inspection);
+
     // Reads the frames of a row. Throws Error.
     GridFlat read(std::size_t row) const;
 
 private:
     std::vector<GridRow> all;
+    std::vector<std::vector<zt::u32>> used; // the frames of each row's file
     UnusedDarks darks;
     zt::u32 columns = 0;
     zt::u32 lines = 0;

@@ -34,6 +34,7 @@ void checkOptions(const FlatFieldOptions& options) {
         throw UsageError("--sub-frame goes with --acquisition");
     if (!options.size.empty())
         parseFrameSize("--size", options.size);
+    checkInspection(options.inspection);
 }
 
 CommandPaths pathsOf(const FlatFieldOptions& options) {
@@ -47,6 +48,7 @@ CommandPaths pathsOf(const FlatFieldOptions& options) {
         paths.writes(options.ffcFile, "the file of coefficients", whenThere);
     if (!options.asciiFile.empty())
         paths.writes(options.asciiFile, "the table of coefficients", whenThere);
+    addInspectionPaths(paths, options.inspection, whenThere);
     return paths;
 }
 
@@ -85,6 +87,10 @@ FrameSize tableSize(const FlatFieldOptions& options) {
     const std::string& path = options.inputs.front();
     if (options.acquisition)
         throw Error(path + ": is not a frame file; --acquisition needs frames");
+    const InspectionOptions& inspection = options.inspection;
+    if (!inspection.exclude.empty() || !inspection.only.empty() || !inspection.report.empty())
+        throw UsageError(path + ": is a table of numbers, which is not inspected; --exclude, --only and "
+                                "--report need frames");
     if (options.size.empty())
         throw UsageError(path + ": the size of the frames is unknown; give --size WxH");
     return parseFrameSize("--size", options.size);
@@ -104,13 +110,33 @@ FramePtr acquiredFrame(Frame& frame, const FlatFieldOptions& options, const std:
     return FramePtr(static_cast<Frame*>(subFrames[*options.subFrame]->clone()));
 }
 
+struct UsedFlats {
+    FrameStack& stack;
+    std::vector<std::size_t> frames; // ascending
+};
+
+// Judges the frames as the filter gets them.
+UsedFlats inspect(FieldInspection& inspection, FrameStack& stack, const FlatFieldOptions& options) {
+    FieldSet set = fieldSetOf(stack, "flat fields");
+    if (options.acquisition)
+        set.read = [&](std::size_t frame) {
+            return acquiredFrame(*stack.readFrame(frame), options, stack.where(frame));
+        };
+    UsedFlats flats{stack, inspection.judge(set)};
+    inspection.judgeDarks(options.inputs);
+    inspection.finish();
+    return flats;
+}
+
 // Defines the flats to be averaged under one path. A single input keeps its own name for messages, without
 // the suffix by which the filter recognises finished coefficients.
-std::string defineFlats(Session& session, const FrameStack& stack, const FlatFieldOptions& options) {
+std::string defineFlats(Session& session, const UsedFlats& flats, const FlatFieldOptions& options) {
     std::vector<FrameSource> sources;
-    for (std::size_t file = 0; file < stack.fileCount(); ++file)
-        for (zt::u32 frame = 0; frame < stack.info(file).frames; ++frame)
-            sources.push_back({options.inputs[file], FrameRole::Flat, frame});
+    std::size_t number = 0;
+    for (std::size_t file = 0; file < flats.stack.fileCount(); ++file)
+        for (zt::u32 frame = 0; frame < flats.stack.info(file).frames; ++frame)
+            if (std::ranges::binary_search(flats.frames, number++))
+                sources.push_back({options.inputs[file], FrameRole::Flat, frame});
     const std::string name = options.inputs.size() > 1            ? "<Multiple files>"
                              : isPrepared(options.inputs.front()) ? options.inputs.front() + " (frames)"
                                                                   : options.inputs.front();
@@ -118,11 +144,11 @@ std::string defineFlats(Session& session, const FrameStack& stack, const FlatFie
     return name;
 }
 
-void loadFromAcquisition(Session& session, FrameStack& stack, const FlatFieldOptions& options,
+void loadFromAcquisition(Session& session, const UsedFlats& flats, const FlatFieldOptions& options,
                          IFFFilter& filter) {
     std::vector<FramePtr> acquired;
-    for (zt::u64 frame = 0; frame < stack.frameCount(); ++frame)
-        acquired.push_back(acquiredFrame(*stack.readFrame(frame), options, stack.where(frame)));
+    for (const std::size_t frame : flats.frames)
+        acquired.push_back(acquiredFrame(*flats.stack.readFrame(frame), options, flats.stack.where(frame)));
     session.device().setAcquisition(std::move(acquired));
     if (filter.loadCoefficientsFromAcquisition(true) != 0)
         throw Error(options.inputs.front() + ": no coefficients could be calculated from the frames");
@@ -146,7 +172,8 @@ void setSwitches(const FlatFieldOptions& options, IFFFilter& filter) {
         filter.setUseZeroPixelsForBadPixels(options.bad == "zero");
 }
 
-void writeOutputs(Session& session, FilterLink& link, const FlatFieldOptions& options) {
+void writeOutputs(Session& session, FilterLink& link, const FlatFieldOptions& options,
+                  const FieldInspection* inspection) {
     IFFFilter& filter = filterInterface<IFFFilter>(link.filter(), flatFieldObject);
     const auto store = session.host().openSettings(options.output);
     link.filter().saveToSettings(store.get());
@@ -168,7 +195,10 @@ void writeOutputs(Session& session, FilterLink& link, const FlatFieldOptions& op
     writeTable(options.asciiFile, true);
     // The filter's interface cannot switch it on, but its settings can.
     store->setBool("FF", "UseTDI", options.tdi);
-    writeSettingsFile(store->contents(), options.output);
+    SettingsTree settings = store->contents();
+    if (inspection)
+        inspection->note(settings);
+    writeSettingsFile(settings, options.output);
 }
 
 } // namespace
@@ -187,21 +217,24 @@ void calibrateFlatField(const FlatFieldOptions& options, Console& console) {
         console.warning(stack->unusedDarks());
         size = {stack->width(), stack->height()};
     }
+    FieldInspection inspection(options.inspection, console);
+    std::optional<UsedFlats> flats;
+    if (stack)
+        flats.emplace(inspect(inspection, *stack, options));
     Session session(console, options.plugin, {1, size.width, size.height});
     FilterLink link = session.makeLink("Flat-Field");
     IFFFilter& filter = filterInterface<IFFFilter>(link.filter(), flatFieldObject);
     setSwitches(options, filter);
-    if (!stack)
+    if (!flats)
         loadFromFiles(session, options.inputs.front(), filter);
     else if (options.acquisition)
-        loadFromAcquisition(session, *stack, options, filter);
+        loadFromAcquisition(session, *flats, options, filter);
     else
-        loadFromFiles(session, defineFlats(session, *stack, options), filter);
-    writeOutputs(session, link, options);
+        loadFromFiles(session, defineFlats(session, *flats, options), filter);
+    writeOutputs(session, link, options, flats ? &inspection : nullptr);
     if (stack && filter.interpolateBadAndMaskedPixels() && filter.useZeroPixelsForBadPixels())
         console.warning(unseenZeroPixels(stack->pixelType(0)));
-    const std::string flats = stack ? countText(stack->frameCount(), "flat field") + ": " : "";
-    console.message(flats + options.output);
+    console.message((flats ? inspection.countText("flat field") + ": " : "") + options.output);
 }
 
 } // namespace ombrel

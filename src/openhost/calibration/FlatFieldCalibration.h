@@ -24,7 +24,7 @@ struct FlatFieldOptions : CalibrateOptions {
     std::string asciiFile;
 };
 
-// The work of the command. Throws UsageError or Error, and then has written nothing.
+// The work of the command. Throws UsageError or Error, and then has written at most the inspection's report.
 void calibrateFlatField(const FlatFieldOptions& options, Console& console);
 
 } // namespace ombrel

@@ -18,6 +18,7 @@ void addCalibrateOptions(CLI::App& command, CalibrateOptions& options) {
         ->required()
         ->type_name("FILE.xml");
     command.add_flag("--force", options.force, "Replace files that exist");
+    addInspectionOptions(command, options.inspection);
     addLogOption(command, options.log);
     addPluginOption(command, options.plugin);
 }

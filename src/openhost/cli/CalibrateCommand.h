@@ -2,9 +2,11 @@
 
 #include "calibration/CalibrateOptions.h"
 #include "cli/CommandLine.h"
+#include "inspection/FieldInspection.h"
 
 namespace ombrel::cli {
 
+void addInspectionOptions(CLI::App& command, InspectionOptions& options);
 void addCalibrateOptions(CLI::App& command, CalibrateOptions& options);
 
 // Each adds one calibration to the command "calibrate".

@@ -29,6 +29,7 @@ int runCommandLine(int argc, char** argv, Console& console) {
     const CommandContext context{program, console, exitCode};
     addFiltersCommand(context);
     addInfoCommand(context);
+    addInspectCommand(context);
     addRunCommand(context);
     addReplayCommand(context);
     addMergeCommand(context);

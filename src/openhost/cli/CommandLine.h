@@ -19,6 +19,7 @@ struct CommandContext {
 void addCalibrateCommand(const CommandContext& context);
 void addFiltersCommand(const CommandContext& context);
 void addInfoCommand(const CommandContext& context);
+void addInspectCommand(const CommandContext& context);
 void addMergeCommand(const CommandContext& context);
 void addReplayCommand(const CommandContext& context);
 void addRunCommand(const CommandContext& context);

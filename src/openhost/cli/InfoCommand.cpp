@@ -7,7 +7,9 @@
 #include "cli/CommandLine.h"
 #include "frame/PreviewImage.h"
 #include "frame/Statistics.h"
+#include "inspection/InspectionReport.h"
 #include "run/RunPaths.h"
+#include "settings/SettingsFile.h"
 #include "settings/SettingsFiles.h"
 #include "stack/FileReport.h"
 #include "stack/MergedParts.h"
@@ -90,13 +92,21 @@ void showFile(const std::string& path, const InfoOptions& options, Console& cons
         console.result(residualText(path, options));
 }
 
+void showSettings(const std::string& path, Console& console) {
+    const SettingsTree settings = readSettings(path);
+    std::string text = settingsReportText(settings, path);
+    if (const std::string note = inspectionNote(settings); !note.empty())
+        text += "  flat fields   " + note + '\n';
+    console.result(text);
+}
+
 // A file that cannot be read does not stop the list.
 int showFiles(const InfoOptions& options, Console& console) {
     int exitCode = EXIT_ALL_DONE;
     for (const std::string& path : options.files) {
         try {
             if (looksLikeSettings(path))
-                console.result(settingsReportText(path));
+                showSettings(path, console);
             else
                 showFile(path, options, console);
         } catch (const UsageError& error) {
