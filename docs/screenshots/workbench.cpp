@@ -3,16 +3,24 @@
 // The files are those of `ombrel simulate` and `ombrel calibrate`, as script/screenshots makes them.
 #include "WorkbenchUser.h"
 #include "base/Console.h"
+#include "flats/FlatsPane.h"
+#include "simulation/StackFile.h"
+#include "stack/FrameStack.h"
 #include "window/MainWindow.h"
 
 #include <QApplication>
 #include <QDir>
+#include <QDockWidget>
 #include <QFileInfo>
+#include <QLabel>
 #include <QMenu>
+#include <QTableWidget>
 #include <QTemporaryDir>
+#include <QTest>
 
 #include <cstdio>
 #include <exception>
+#include <stdexcept>
 
 using namespace ombrel::workbench;
 
@@ -34,6 +42,41 @@ void openDemo(WorkbenchUser& user) {
     user.waitForFrame();
     user.dragOverFrame({100, 236, 150, 18}, Qt::ShiftModifier); // sees the open beam
     user.take("flat-field");
+}
+
+// The flat fields of the file, of which one is black, one at half level, and one has an object in a corner.
+void writeSpoiltFlats(const std::string& frames, const std::string& path) {
+    ombrel::FrameStack stack({frames}, ombrel::FrameRole::Flat);
+    ombrel::simulation::StackFile file(path);
+    const zt::u32 side = stack.width();
+    file.beginStack("/exchange/data", {static_cast<zt::u32>(stack.frameCount()), side, stack.height()});
+    for (zt::u64 i = 0; i < stack.frameCount(); ++i) {
+        const ombrel::FramePtr frame = stack.readFrame(i);
+        frame->multiplyBy(i == 2 ? 0 : i == 4 ? 0.5 : 1);
+        frame->convertToType(zt::DT_U32);
+        const auto pixels = frame->pixels<zt::u32>();
+        for (std::size_t pixel = 0; i == 6 && pixel < std::size_t{side} * 60; ++pixel)
+            if (pixel % side >= side - 60)
+                pixels[pixel] /= 2;
+        file.writeImage(std::vector<zt::u32>(pixels.begin(), pixels.end()));
+    }
+    file.finish();
+}
+
+void calibrate(WorkbenchUser& user) {
+    writeSpoiltFlats(user.model().inputs().front(), "flats.h5");
+    auto* const table = user.window().findChild<QTableWidget*>("tbFlats");
+    user.window().findChild<FlatsPane*>()->calibrate({"flats.h5"}, "flats.xml");
+    auto* const dock = user.window().findChild<QDockWidget*>("dockFlats");
+    user.window().resizeDocks({dock}, {330}, Qt::Vertical);
+    if (!QTest::qWaitFor([&] { return table->rowCount() > 0; }, 60'000))
+        throw std::runtime_error("the flat fields were not judged");
+    table->setCurrentCell(6, 0);
+    auto* const picture = user.window().findChild<QLabel*>("lbFlat");
+    if (!QTest::qWaitFor([&] { return !picture->pixmap().isNull(); }, 60'000))
+        throw std::runtime_error("the flat field is not shown");
+    user.waitForFrame();
+    user.take("flats");
 }
 
 // Three filters, of which the last was dragged after the others. Two are switched off, to compare.
@@ -98,6 +141,7 @@ int main(int argc, char** argv) {
         window.resize(windowSize);
         WorkbenchUser user(window, argv[1]);
         openDemo(user);
+        calibrate(user);
         buildChain(user, {argv[2], argv[3], argv[4]});
         runBatch(user, "corrected/frames.h5");
         fail(user);

@@ -3,6 +3,7 @@
 #include "batch/BatchPane.h"
 #include "chain/ChainPane.h"
 #include "chain/ParameterEditor.h"
+#include "flats/FlatsPane.h"
 #include "panes/FrameBar.h"
 #include "panes/FramePanes.h"
 #include "panes/Look.h"
@@ -18,6 +19,8 @@
 #include <QMimeData>
 #include <QScreen>
 #include <QStackedWidget>
+
+#include <algorithm>
 
 namespace ombrel::workbench {
 
@@ -36,9 +39,10 @@ MainWindow::MainWindow(Console& messages, const std::string& pluginPath)
       startPage(newChild<StartPage>()), workArea(newChild<WorkArea>(workspace)),
       chainPane(newChild<ChainPane>(workspace)), parameters(newChild<ParameterEditor>(workspace)),
       figures(newChild<StatisticsPane>()), logPane(newChild<LogPane>()),
-      batch(newChild<BatchPane>(workspace, messages, pluginPath)), status(newChild<StatusLine>(workspace)),
+      batch(newChild<BatchPane>(workspace, messages, pluginPath)),
+      flats(newChild<FlatsPane>(messages, pluginPath)), status(newChild<StatusLine>(workspace)),
       docks(std::make_unique<WindowDocks>(
-          *this, WindowDocks::Contents{chainPane, parameters, figures, batch, logPane})),
+          *this, WindowDocks::Contents{chainPane, parameters, figures, batch, flats, logPane})),
       actions(newChild<WindowActions>(*this, workspace, docks->all())) {
     setObjectName("MainWindow");
     setWindowTitle("ombrel");
@@ -108,6 +112,9 @@ void MainWindow::connectParts() {
     connect(chainPane, &ChainPane::loadWanted, &linkSettings, &LinkSettings::load);
     connect(chainPane, &ChainPane::saveWanted, &linkSettings, &LinkSettings::save);
     connect(batch, &BatchPane::logged, this, &MainWindow::log);
+    connect(flats, &FlatsPane::logged, this, &MainWindow::log);
+    connect(flats, &FlatsPane::inspected, this, [this] { docks->raiseFlats(); });
+    connect(flats, &FlatsPane::calibrated, this, &MainWindow::useCalibration);
 }
 
 void MainWindow::connectActions() {
@@ -117,10 +124,13 @@ void MainWindow::connectActions() {
             [this](const QString& path) { open({path.toStdString()}); });
     connect(actions, &WindowActions::demoWanted, &opener, &StackOpener::openDemo);
     connect(actions, &WindowActions::deviceWanted, this, [this] { deviceChoice.ask(*this); });
-    connect(actions, &WindowActions::batchWanted, this, [this] {
-        docks->raiseBatch();
-        batch->start();
-    });
+    connect(
+        actions, &WindowActions::batchWanted, this,
+        [this] {
+            docks->raiseBatch();
+            batch->start();
+        });
+    connect(actions, &WindowActions::calibrationWanted, this, [this] { flats->ask(workspace.inputs()); });
     connect(actions, &WindowActions::addMenuWanted, chainPane, &ChainPane::popUpAddMenu);
     connect(actions, &WindowActions::configureWanted, &linkSettings, &LinkSettings::configure);
     connect(actions, &WindowActions::loadWanted, &linkSettings, &LinkSettings::load);
@@ -225,6 +235,13 @@ void MainWindow::showReport(const LinkReport& report) {
     parameters->report(report);
     if (!report.failure.empty())
         log(QString::fromStdString(report.failure));
+}
+
+void MainWindow::useCalibration(const QString& settings) {
+    log("Calibration: " + settings);
+    const auto& links = workspace.chain().links;
+    if (std::ranges::find(links, "Flat-Field", &LinkState::filter) == links.end())
+        workspace.addLink("Flat-Field", settings.toStdString());
 }
 
 void MainWindow::log(const QString& line) {

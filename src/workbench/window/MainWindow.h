@@ -20,6 +20,7 @@ class QStackedWidget;
 namespace ombrel::workbench {
 
 class BatchPane;
+class FlatsPane;
 class ChainPane;
 class StatisticsPane;
 class LogPane;
@@ -65,6 +66,7 @@ private:
     void requestSoon() { request.start(0); }
     void requestFrame();
     void showFrame(const ShownFramePtr& frame);
+    void useCalibration(const QString& settings);
     void showReport(const LinkReport& report);
     void log(const QString& line);
 
@@ -91,6 +93,7 @@ private:
     StatisticsPane* figures;
     LogPane* logPane;
     BatchPane* batch;
+    FlatsPane* flats;
     StatusLine* status;
     std::unique_ptr<WindowDocks> docks;
     WindowActions* actions;

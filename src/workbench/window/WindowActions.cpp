@@ -101,7 +101,9 @@ void WindowActions::makeFileActions() {
         menu, "Open the &demo data", {}, [this] { emit demoWanted(); });
     addForFrames(menu, "De&tector\u2026", "Ctrl+D", [this] { emit deviceWanted(); });
     menu.addSeparator();
-    toolBar->addAction(addForFrames(menu, "&Batch run", "Ctrl+R", [this] { emit batchWanted(); }));
+    toolBar->addAction(addForFrames(
+        menu, "&Batch run", "Ctrl+R", [this] { emit batchWanted(); }));
+    addForFrames(menu, "&Calibrate flat field\u2026", "Ctrl+B", [this] { emit calibrationWanted(); });
     menu.addSeparator();
     add(menu, "&Quit", "Ctrl+Q", [this] { window.close(); });
     toolBar->addSeparator();

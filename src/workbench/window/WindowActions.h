@@ -45,6 +45,7 @@ signals:
     void demoWanted();
     void deviceWanted();
     void batchWanted();
+    void calibrationWanted();
     void stepWanted(int frames);
     void endWanted(bool isLast);
     void playOrPauseWanted();

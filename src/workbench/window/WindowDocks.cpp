@@ -44,7 +44,9 @@ WindowDocks::WindowDocks(QMainWindow& owner, const Contents& contents) : window(
     add("dockFigures", "Fi&gures", newScroller(contents.figures), Qt::LeftDockWidgetArea);
     add("dockBatch", "&Batch run", newScroller(contents.batch), Qt::BottomDockWidgetArea);
     add("dockLog", "L&og", contents.log, Qt::BottomDockWidgetArea);
+    add("dockFlats", "&Flat fields", contents.flats, Qt::BottomDockWidgetArea);
     window.tabifyDockWidget(docks[LOG], docks[BATCH]);
+    window.tabifyDockWidget(docks[BATCH], docks[FLATS]);
 }
 
 void WindowDocks::add(const char* name, const char* title, QWidget* content, Qt::DockWidgetArea area) {
@@ -66,6 +68,11 @@ void WindowDocks::setVisible(bool areVisible) {
 void WindowDocks::raiseBatch() {
     docks[BATCH]->show();
     docks[BATCH]->raise();
+}
+
+void WindowDocks::raiseFlats() {
+    docks[FLATS]->show();
+    docks[FLATS]->raise();
 }
 
 void WindowDocks::layOut(const QByteArray& saved) {

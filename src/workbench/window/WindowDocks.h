@@ -18,6 +18,7 @@ public:
         QWidget* parameters;
         QWidget* figures;
         QWidget* batch;
+        QWidget* flats;
         QWidget* log;
     };
 
@@ -27,11 +28,12 @@ public:
     const std::vector<QDockWidget*>& all() const { return docks; }
     void setVisible(bool areVisible);
     void raiseBatch();
+    void raiseFlats();
     // Restores the window's saved layout, else applies the default. The docks must be visible.
     void layOut(const QByteArray& saved);
 
 private:
-    enum Place { CHAIN, PARAMETERS, FIGURES, BATCH, LOG };
+    enum Place { CHAIN, PARAMETERS, FIGURES, BATCH, LOG, FLATS };
 
     void add(const char* name, const char* title, QWidget* content, Qt::DockWidgetArea area);
 
