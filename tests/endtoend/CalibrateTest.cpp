@@ -162,7 +162,7 @@ protected:
                   ImageStack<zt::u16>{2, 2, {1990, 2000, 2000, 2000, 2010, 2000, 2000, 2000}});
         writeHdf5(folder / "open.h5", ImageStack<float>{2, 2, {2000, 2000, 2000, 2000}});
         writeTiff(folder / "one.tif", ImageStack<zt::i32>{2, 2, {1000, 1000, 1000, 1000}});
-        writeTiff(folder / "two.tif", ImageStack<zt::u8>{2, 2, {250, 250, 250, 250, 250, 250, 250, 250}});
+        writeTiff(folder / "two.tif", ImageStack<zt::u8>{2, 2, {249, 250, 250, 250, 251, 250, 250, 250}});
         return {"--mask",     "2=" + folder / "two.tif",
                 "--mask",     "0=" + folder / "open.tif" + "," + folder / "open.h5",
                 "--mask",     "1=" + folder / "one.tif",
