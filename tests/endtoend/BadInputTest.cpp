@@ -68,6 +68,7 @@ TEST_F(BadInput, WrongCommandLines) {
     expectRefusal(binning({good, "--sharpen"}), 2, {"--sharpen"});
     expectRefusal(runOn({"-f", "Binning 2x2", "-o", output}), 2, {"INPUT"});
     expectRefusal(runOn({"-f", "Binning 2x2", good}), 2, {"--output"});
+    expectRefusal(runOn({"-f", "Binning 2x2", good, "-o", folder / "out.png"}), 2, {"out.png", ".h5"});
     for (const char* range : {"2", "1:1", "2:1", "x:2", "0:4", "3:", "-1:2"})
         expectRefusal(binning({good, "--frames", range}), 2, {"--frames"});
     for (const auto& [option, number] :
