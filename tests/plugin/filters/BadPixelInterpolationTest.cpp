@@ -100,17 +100,17 @@ TEST(BadPixelInterpolation, GivesTheBitsOfThePlainPassesOnEveryShapeAndMask) {
                                           {100, 100}, {520, 12}, {1100, 5}};
     for (const auto& [width, height] : shapes)
         for (int repeat = 0; repeat < 30; ++repeat) {
-            PluginOmbrel::useBaselineKernels = repeat % 2;
-            MaskedFrame frame = randomFrame(width, height, random);
-            MaskedFrame expected = frame;
-            if (frame.interpolate() != 0)
-                continue;
+            const MaskedFrame before = randomFrame(width, height, random);
+            MaskedFrame expected = before;
             PlainInterpolation(expected.data, expected.mask, width, height).run();
             for (unsigned char& code : expected.mask)
                 code = code != 0;
-            expectSame(frame, expected);
+            PluginOmbrel::forEachSet([&](const char*) {
+                MaskedFrame frame = before;
+                if (frame.interpolate() == 0)
+                    expectSame(frame, expected);
+            });
         }
-    PluginOmbrel::useBaselineKernels = false;
 }
 
 // Marks a block, ring, comb, checkerboard, noise, islands of good pixels, or about as many as can be filled.

@@ -3,6 +3,7 @@
 #include "support/Memory.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <span>
 #include <utility>
@@ -52,9 +53,12 @@ private:
         elements = nullptr;
         count = 0;
         room = 0;
+        // Start on a cache line as frames do, so that a loop over both crosses no lines.
+        constexpr std::size_t line = 64 / sizeof(T);
         const std::size_t before = cacheStagger(newCount * sizeof(T)) / sizeof(T);
-        block = std::make_unique_for_overwrite<T[]>(before + newCount);
-        elements = block.get() + before;
+        block = std::make_unique_for_overwrite<T[]>(line + before + newCount);
+        const std::size_t past = reinterpret_cast<std::uintptr_t>(block.get()) / sizeof(T) % line;
+        elements = block.get() + (line - past) + before;
         room = newCount;
         adviseLargePages(elements, newCount * sizeof(T));
     }
