@@ -2,7 +2,8 @@
 
 #include "filters/DeviceFilter.h"
 #include "kernels/Buffer.h"
-#include "kernels/FillQueue.h"
+#include "kernels/KeptFills.h"
+#include "kernels/PixelBits.h"
 #include "kernels/ThicknessWalk.h"
 #include "zt/IMpxFrame.h"
 #include "zt/IPrivateFilters.h"
@@ -133,8 +134,7 @@ private:
     int addAcquired(zt::IMpxFrame& frame, int subFrame, zt::IMpxFrame& sum) const;
     int loadBadPixelMatrix(const char* path);
     void makeWorkMask();
-    // Marks the bad pixels in the working mask and returns their number.
-    std::size_t markBadPixels(std::span<const double> pixels);
+    void markBadPixels(std::span<const double> pixels);
 
     std::unique_ptr<ThicknessMask> storedMask(zt::ISettings& settings, int index) const;
     bool readTable(zt::ISettings& settings, int index, const char* key, Buffer<double>& table,
@@ -144,7 +144,8 @@ private:
     Masks maskList;
     Buffer<unsigned char> badPixels;         // one byte a pixel; a bad pixel's is not 0
     Buffer<unsigned char> workMask;          // state of the interpolation between frames
-    FillFront front;                         // kept to reuse its memory
+    PixelBits marks;                         // the bad pixels of the present frame
+    KeptFills fills;                         // of `marks`, until these or the working mask change
     DlgBHStg* configDialog = nullptr;        // never deleted here
     std::function<void()> leaveConfigDialog; // notifies the window, which may outlive the filter
     zt::u64 frameSize = 0;                   // pixels of each mask

@@ -1,6 +1,5 @@
 // The beam-hardening filter's mask of bad pixels, and their interpolation.
 #include "filters/BHFilter.h"
-#include "kernels/BadPixelInterpolation.h"
 #include "kernels/BadPixelMask.h"
 #include "support/BinaryFile.h"
 #include "support/MatrixFile.h"
@@ -9,7 +8,6 @@
 #include "zt/Types.h"
 
 #include <algorithm>
-#include <array>
 
 namespace PluginOmbrel {
 
@@ -23,11 +21,6 @@ void markNotFalling(std::span<const double> before, std::span<const double> valu
                     std::span<unsigned char> bad) {
     for (std::size_t i = 0; i < bad.size(); ++i)
         bad[i] |= values[i] >= before[i] ? 1 : 0;
-}
-
-void mark(const unsigned char* isBad, unsigned char* codes, std::size_t size) {
-    for (std::size_t i = 0; i < size; ++i)
-        codes[i] = isBad[i] != 0 ? static_cast<unsigned char>(MASK_BAD) : codes[i];
 }
 
 } // namespace
@@ -115,40 +108,36 @@ int BHFilter::interpolateBadPixels(zt::IMpxFrame* frame) {
     makeWorkMask();
     zt::RefDataBuff<double> pixels;
     frame->refData(&pixels, 0.0);
-    const std::size_t count = markBadPixels({pixels.data(), pixels.size()});
+    markBadPixels({pixels.data(), pixels.size()});
+    const FrameSize shape{frame->width(), frame->height()};
+    if (fills.repeat(pixels.data(), marks, shape))
+        return 0;
+    fills.forget();
+    marks.setMarked(workMask.span());
+    const std::size_t count = marks.count();
     if (count > frameSize / 2)
         return logError<int>(zt::ERR_CANNOT_CORRECT, "Too many bad pixels (%llu) to interpolate.",
                              static_cast<unsigned long long>(count));
     if (frame->height() != 0)
-        runInterpolationPasses(pixels.data(), workMask.data(), frame->width(), frame->height(), front);
+        fills.fill(pixels.data(), workMask.data(), marks, shape);
     return 0;
 }
 
 // Codes of earlier frames are kept: pixels filled then count as known.
 void BHFilter::makeWorkMask() {
     const bool isNew = workMask.capacity() < badPixels.size();
+    const bool isResized = workMask.size() != badPixels.size();
     workMask.resize(badPixels.size());
+    if (isNew || isResized)
+        fills.forget();
     if (isNew)
         std::ranges::fill(workMask.span(), static_cast<unsigned char>(0));
 }
 
-std::size_t BHFilter::markBadPixels(std::span<const double> pixels) {
-    std::array<unsigned char, maskChunk> isBad;
-    std::size_t count = 0;
-    for (std::size_t start = 0; start < pixels.size(); start += maskChunk) {
-        const std::size_t size = std::min(maskChunk, pixels.size() - start);
-        const unsigned char* marks = badPixels.data() + start;
-        if (useZeroAsBad) {
-            for (std::size_t i = 0; i < size; ++i)
-                isBad[i] = marks[i] | (pixels[start + i] == 0.0);
-            marks = isBad.data();
-        }
-        if (!hasMarks(marks, size))
-            continue;
-        mark(marks, workMask.data() + start, size);
-        count += countMarks(marks, size);
-    }
-    return count;
+void BHFilter::markBadPixels(std::span<const double> pixels) {
+    marks.assignNonZero(badPixels.span().first(pixels.size()));
+    if (useZeroAsBad)
+        addZeroValues(pixels, marks);
 }
 
 } // namespace PluginOmbrel

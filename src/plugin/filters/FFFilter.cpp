@@ -1,7 +1,6 @@
 #include "filters/FFFilter.h"
 
 #include "filters/DeviceFilter.h"
-#include "kernels/BadPixelInterpolation.h"
 #include "kernels/BadPixelMask.h"
 #include "kernels/FlatField.h"
 #include "zt/DataBuff.h"
@@ -41,13 +40,11 @@ int FFFilter::loadBadPixelMaskFromFile(const char* path, bool /*flag*/) {
 }
 
 void FFFilter::generateBadPixelMaskFromZeroPixels(const zt::IMpxFrame* frame) {
-    badPixels.resize(frame->size());
-    markZeroPixels(*frame, badPixels.span());
+    markZeroPixels(*frame, badPixels);
 }
 
 void FFFilter::generateBadPixelMaskFromFFCoeffs() {
-    badPixels.resize(coeffs.size());
-    markExtremeCoefficients(coeffs.span(), badFFUnderCoeff, badFFOverCoeff, badPixels.span());
+    badPixels.assign(coeffs.extremes(badFFUnderCoeff, badFFOverCoeff));
 }
 
 int FFFilter::interpolateBadPixels(zt::IMpxFrame* frame) {
@@ -57,19 +54,26 @@ int FFFilter::interpolateBadPixels(zt::IMpxFrame* frame) {
     // A device mask of another size is ignored.
     if (useDevMask && badPixels.size() == dev->pixelCfg()->pixelCount()) {
         dev->pixelCfg()->maskData(&deviceMask, 0);
-        markMaskedPixels({deviceMask.data(), deviceMask.size()}, badPixels.span());
+        // The device may return fewer bytes than it has pixels.
+        badPixels.addZeros({deviceMask.data(), deviceMask.size()});
     }
     if (badPixels.size() != frame->size())
         return logError<int>(zt::ERR_INVALID_INPUT,
                              "Cannot interpolate bad pixels - frame dimensions do not match");
-    const std::size_t count = countMarks(badPixels.data(), badPixels.size());
+    const std::size_t count = badPixels.count();
     if (count > badPixels.size() / 2)
         return logError<int>(zt::ERR_CANNOT_CORRECT, "Too many bad pixels (%llu) to interpolate.",
                              static_cast<unsigned long long>(count));
 
     zt::RefDataBuff<double> pixels;
     frame->refData(&pixels, 0.0);
-    return tInterpolateBadPixels(pixels.data(), badPixels.data(), frame->width(), frame->height(), front);
+    const FrameSize shape{frame->width(), frame->height()};
+    if (!fills.repeat(pixels.data(), badPixels, shape)) {
+        codes.resize(badPixels.size());
+        badPixels.expand(codes.span());
+        fills.fill(pixels.data(), codes.data(), badPixels, shape);
+    }
+    return 0;
 }
 
 const char* FFFilter::refusal(const zt::IData& data) const {
@@ -120,7 +124,7 @@ void FFFilter::correct(zt::IMpxFrame& frame) {
     if (useTdi && !tdiCoeffs.empty())
         multiplyColumns(values, tdiCoeffs.span());
     else
-        multiplyPixels(values, coeffs.span());
+        multiplyPixels(values, coeffs.values().span());
     // Pixels that can't be interpolated stay multiplied.
     if (interpolateBadPixelsOn)
         interpolateBadPixels(&frame);

@@ -2,8 +2,10 @@
 
 #include "filters/DeviceFilter.h"
 #include "kernels/Buffer.h"
-#include "kernels/FillQueue.h"
+#include "kernels/CoefficientTable.h"
 #include "kernels/FlatField.h"
+#include "kernels/KeptFills.h"
+#include "kernels/PixelBits.h"
 #include "zt/DataBuff.h"
 #include "zt/IMpxFrame.h"
 #include "zt/IPrivateFilters.h"
@@ -100,10 +102,11 @@ private:
     bool readTable(zt::ISettings& settings, const char* key, int size, const Buffer<double>& present,
                    Buffer<double>& table) const;
 
-    Buffer<double> coeffs;           // one a pixel, row by row
-    Buffer<double> tdiCoeffs;        // one a detector column
-    Buffer<unsigned char> badPixels; // one byte a pixel; a bad pixel's is not 0
-    FillFront front;                 // kept to reuse its memory
+    CoefficientTable coeffs;  // one a pixel, row by row
+    Buffer<double> tdiCoeffs; // one a detector column
+    PixelBits badPixels;
+    KeptFills fills;             // of `badPixels`, until they change
+    Buffer<unsigned char> codes; // kept to reuse its memory
     bool interpolateBadPixelsOn = true;
     bool useDevMask = true;
     bool useZeroPixels = true;

@@ -61,14 +61,12 @@ std::vector<zt::IMpxFrame*> FFFilter::acquiredFrames(bool allFrames, int subFram
 }
 
 void FFFilter::setAllCoefficientsToOne() {
-    coeffs.resize(dev->pixelCount());
-    std::ranges::fill(coeffs.span(), 1.0);
+    std::ranges::fill(coeffs.resized(dev->pixelCount()), 1.0);
 }
 
 void FFFilter::takeCoefficients(const FrameSum& sum) {
     const std::span<const double> pixels = sum.pixels();
-    coeffs.resize(pixels.size());
-    std::ranges::copy(pixels, coeffs.data());
+    std::ranges::copy(pixels, coeffs.resized(pixels.size()).begin());
 }
 
 int FFFilter::prepareCoefficients() {
@@ -80,9 +78,9 @@ int FFFilter::prepareCoefficients() {
     }
     // The columns need the unmodified image.
     tdiCoeffs.resize(width);
-    meanOfColumns(coeffs.span(), height, tdiCoeffs.span());
+    meanOfColumns(coeffs.values().span(), height, tdiCoeffs.span());
     toCoefficients(tdiCoeffs.span());
-    toCoefficients(coeffs.span());
+    toCoefficients(coeffs.resized(coeffs.size()));
     return 0;
 }
 

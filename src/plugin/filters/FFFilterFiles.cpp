@@ -110,10 +110,12 @@ int FFFilter::addFrame(zt::IMpxFrame& frame, FrameSum& sum) {
 int FFFilter::saveCoefficientsToFile(const char* path, bool asciiFormat) {
     if (coeffs.empty())
         return logError(0, "Cannot save flat-field coefficients to file %s. No coefficients loaded.", path);
-    const int result =
-        asciiFormat ? writeAsciiMatrix(path, ::DT_DOUBLE, coeffs.data(), coeffs.size(), valuesPerLine, false)
-                    : writeBinary(path, reinterpret_cast<unsigned char*>(coeffs.data()),
-                                  coeffs.span().size_bytes(), false);
+    // The writers only read, but their interface is not const.
+    auto* const values = const_cast<double*>(coeffs.values().data());
+    const int result = asciiFormat
+                           ? writeAsciiMatrix(path, ::DT_DOUBLE, values, coeffs.size(), valuesPerLine, false)
+                           : writeBinary(path, reinterpret_cast<unsigned char*>(values),
+                                         coeffs.size() * sizeof(double), false);
     if (result != 0)
         return logError(result, "Cannot save flat-field coefficients to file %s. Error %d", path, result);
     return 0;

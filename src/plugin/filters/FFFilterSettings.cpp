@@ -29,7 +29,7 @@ int FFFilter::saveToSettings(zt::ISettings* settings) {
     settings->setDouble(group, "BadFFUnderCoeff", badFFUnderCoeff);
     settings->setInt(group, "CoeffsSize", static_cast<int>(coeffs.size()));
     settings->setInt(group, "TDICoeffsSize", static_cast<int>(tdiCoeffs.size()));
-    storeTable(*settings, coeffsKey, coeffs);
+    storeTable(*settings, coeffsKey, coeffs.values());
     storeTable(*settings, tdiCoeffsKey, tdiCoeffs);
     return 0;
 }
@@ -51,7 +51,7 @@ int FFFilter::loadFromSettings(zt::ISettings* settings) {
     // Replace both tables or neither.
     Buffer<double> newCoeffs;
     Buffer<double> newTdiCoeffs;
-    if (!readTable(*settings, coeffsKey, coeffsSize, coeffs, newCoeffs) ||
+    if (!readTable(*settings, coeffsKey, coeffsSize, coeffs.values(), newCoeffs) ||
         !readTable(*settings, tdiCoeffsKey, tdiCoeffsSize, tdiCoeffs, newTdiCoeffs))
         return 0;
     if (coeffsSize != 0)

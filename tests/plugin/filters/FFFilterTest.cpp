@@ -1,7 +1,8 @@
 #include "FilterFixtures.h"
-#include "kernels/BadPixelMask.h"
+#include "kernels/PixelBits.h"
 
 #include <array>
+#include <functional>
 
 namespace {
 
@@ -129,8 +130,11 @@ TEST_F(BadPixelSourceTest, ADeviceMaskOfAnotherSizeIsPassedOver) {
 // The bytes after the device's mask are zeros, which would mark pixels.
 TEST_F(BadPixelSourceTest, ADeviceMaskIsReadNoFurtherThanItReaches) {
     const std::array<unsigned char, 6> bytes{1, 0, 1, 0, 0, 0};
+    PluginOmbrel::PixelBits marks;
+    marks.clear(6);
+    marks.addZeros(std::span(bytes).first(3));
     std::array<unsigned char, 6> mask{};
-    PluginOmbrel::markMaskedPixels(std::span(bytes).first(3), mask);
+    marks.expand(mask);
     EXPECT_THAT(mask, ElementsAre(0, 1, 0, 0, 0, 0));
 }
 
@@ -154,6 +158,117 @@ TEST_F(BadPixelSourceTest, InterpolationAloneRefusesOtherFrames) {
     const auto zeros = frameOf(Values(6, 0));
     filter->generateBadPixelMaskFromZeroPixels(zeros.get());
     EXPECT_EQ(filter->interpolateBadPixels(zeros.get()), -1018);
+}
+
+// What a filter keeps from frame to frame must not show: after each change it gives the bits of a filter that
+// never saw a frame before. 40 x 30 pixels.
+class KeptMaskTest : public FilterTests<40, 30> {
+protected:
+    static constexpr std::size_t size = 1200;
+    using Filter = std::unique_ptr<PluginOmbrel::FFFilter, Destroy>;
+
+    KeptMaskTest() {
+        for (std::size_t i = 0; i < size; ++i)
+            measured[i] = static_cast<double>(i * 7919 % 1009 + 1);
+        for (std::size_t i = 3; i < size; i += 37)
+            coefficients[i] = i % 2 != 0 ? 9 : 0.01;
+    }
+
+    Filter newFilter() { return Filter(new PluginOmbrel::FFFilter(&host, &device)); }
+
+    // As the settings file of a user has them.
+    void load(PluginOmbrel::FFFilter& filter) {
+        const std::unique_ptr<ombrel::Settings> settings = storeOf();
+        filter.loadFromSettings(settings.get());
+    }
+
+    std::unique_ptr<ombrel::Settings> storeOf() {
+        auto settings = std::make_unique<ombrel::Settings>("", [](const std::string&) {});
+        settings->setBool("FF", "UseZeroPixels", zeros);
+        settings->setBool("FF", "UseFFCoeffs", !zeros);
+        settings->setBool("FF", "UseDevMask", useDevice);
+        settings->setDouble("FF", "BadFFOverCoeff", over);
+        settings->setInt("FF", "CoeffsSize", static_cast<int>(size));
+        settings->setInt("FF", "TDICoeffsSize", 0);
+        settings->setBlob("FF", "Coeffs", coefficients.data(), size * sizeof(double));
+        return settings;
+    }
+
+    // Two frames, so that the second one meets what was kept of the first.
+    void expectAsFresh(const char* change) {
+        for (int frame = 0; frame < 2; ++frame) {
+            const Filter fresh = newFilter();
+            load(*fresh);
+            const auto input = frameOf(measured, width);
+            EXPECT_TRUE(sameBits(corrected(*kept, *input), corrected(*fresh, *input))) << change << frame;
+        }
+    }
+
+    Values measured = Values(size);
+    Values coefficients = Values(size, 1.25);
+    std::vector<zt::u8> mask = std::vector<zt::u8>(size, 1);
+    zt::u32 width = 40;
+    double over = 5;
+    bool zeros = false;
+    bool useDevice = true;
+    Filter kept = newFilter();
+};
+
+TEST_F(KeptMaskTest, EveryChangeCountsFromTheNextFrameOn) {
+    const std::pair<const char*, std::function<void()>> changes[] = {
+        {"coefficients", [&] { coefficients[500] = 8; }},
+        {"coefficient back", [&] { coefficients[500] = 1.25; }},
+        {"limit", [&] { over = 20; }},
+        {"shape", [&] { width = 30; }},
+        {"shape back", [&] { width = 40; }},
+        {"zero pixels", [&] { zeros = true, measured[44] = measured[45] = 0; }},
+        {"other zero pixels", [&] { measured[44] = 5, measured[700] = 0; }},
+        {"coefficients as source", [&] { zeros = false; }},
+        {"more bad than are kept", [&] { std::fill_n(coefficients.begin() + 200, 300, 0.0); }},
+        {"more than half", [&] { std::fill_n(coefficients.begin() + 200, 700, 0.0); }},
+        {"few", [&] { std::fill_n(coefficients.begin() + 200, 700, 1.0); }},
+    };
+    load(*kept);
+    expectAsFresh("first");
+    for (const auto& [name, change] : changes) {
+        change();
+        load(*kept);
+        expectAsFresh(name);
+    }
+}
+
+TEST_F(KeptMaskTest, TheDevicesMaskIsComparedOnEveryFrame) {
+    const auto expectAfter = [&](const char* change) {
+        device.pixels().setMask(mask);
+        expectAsFresh(change);
+    };
+    load(*kept);
+    expectAfter("none masked");
+    mask[7] = mask[8] = mask[639] = 0;
+    expectAfter("masked");
+    mask[8] = 1;
+    mask[9] = 0;
+    expectAfter("as many, elsewhere");
+    useDevice = false;
+    kept->setUseDeviceMaskForBadPixels(false);
+    expectAsFresh("switched off");
+    useDevice = true;
+    kept->setUseDeviceMaskForBadPixels(true);
+    expectAsFresh("switched on");
+}
+
+TEST_F(KeptMaskTest, LoadedCoefficientsReplaceThoseInUse) {
+    load(*kept);
+    expectAsFresh("settings");
+    const std::string path = folder / "table.ffc";
+    coefficients[611] = 0;
+    writeFileText(path,
+                  std::string(reinterpret_cast<const char*>(coefficients.data()), size * sizeof(double)));
+    EXPECT_EQ(kept->loadCoefficientsFromFile(path.c_str(), false), 0);
+    expectAsFresh("file");
+    EXPECT_NE(kept->loadCoefficientsFromFile("", false), 0);
+    coefficients = Values(size, 1);
+    expectAsFresh("failed file");
 }
 
 } // namespace

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "kernels/FillQueue.h"
+#include "kernels/FillFront.h"
 
 #include <cstddef>
 
@@ -18,16 +18,6 @@ namespace PluginOmbrel {
 
 // A neighbourhood with too few known pixels is checked again only after a pixel in it was filled, so the time
 // is linear in the number of bad pixels, however they lie.
-
-// The codes of a mask while passes run. In addition, 2 and 3 alternate as the codes of pixels filled in the
-// running pass and in the one before. The first pass treats an initial 3 as filled in the pass before; any
-// other value except GOOD and FILLED is bad.
-enum MaskCode : unsigned char {
-    MASK_GOOD = 0,
-    MASK_BAD = 1,
-    MASK_FILLED = 4,  // earlier than in the last pass: always known
-    MASK_WAITING = 5, // bad, to be checked again
-};
 
 // Runs the passes and leaves their codes in the mask; a bad pixel that stays is 1 or has its initial value.
 template <typename T>
@@ -47,9 +37,11 @@ int tInterpolateBadPixels(T* data, unsigned char* mask, unsigned long width, uns
     return tInterpolateBadPixels(data, mask, width, height, front);
 }
 
-extern template void runInterpolationPasses<double>(double*, unsigned char*, std::size_t, std::size_t,
-                                                    FillFront&);
-extern template int tInterpolateBadPixels<double>(double*, unsigned char*, unsigned long, unsigned long,
-                                                  FillFront&);
+template <>
+void runInterpolationPasses(double* data, unsigned char* mask, std::size_t width, std::size_t height,
+                            FillFront& front);
+template <>
+int tInterpolateBadPixels(double* data, unsigned char* mask, unsigned long width, unsigned long height,
+                          FillFront& front);
 
 } // namespace PluginOmbrel

@@ -5,27 +5,12 @@
 #include "zt/Types.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cstring>
 #include <emmintrin.h>
 
 namespace PluginOmbrel {
-
-namespace {
-
-constexpr std::size_t group = 64;
-
-// One bit for each of 64 bytes: set if the byte is not 0.
-__attribute__((always_inline)) inline std::uint64_t marksOfGroup(const unsigned char* mask) {
-    std::uint64_t zeros = 0;
-    for (std::size_t i = 0; i < group; i += sizeof(__m128i)) {
-        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(mask + i));
-        const auto bits =
-            static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, _mm_setzero_si128())));
-        zeros |= std::uint64_t{bits} << i;
-    }
-    return ~zeros;
-}
 
 std::uint64_t marksOfFewer(const unsigned char* mask, std::size_t size) {
     std::uint64_t marks = 0;
@@ -33,6 +18,10 @@ std::uint64_t marksOfFewer(const unsigned char* mask, std::size_t size) {
         marks |= std::uint64_t{mask[i] != 0} << i;
     return marks;
 }
+
+namespace {
+
+constexpr std::size_t group = 64;
 
 // Any position for 0: std::countr_zero would add a branch for that case.
 __attribute__((always_inline)) inline std::size_t lowestMark(std::uint64_t marks) {
@@ -102,48 +91,74 @@ void setMarksToOne(unsigned char* mask, std::size_t size) {
 
 namespace {
 
+// Hands over for each word the marks of the values for which `isMarked` returns true.
+template <typename T, typename IsMarked, typename Take>
+struct MarksKernel {
+    template <std::size_t>
+    __attribute__((always_inline)) static void run(const T* values, std::size_t size,
+                                                   const IsMarked* isMarked, const Take* take) {
+        std::array<unsigned char, group> bytes{};
+        std::size_t i = 0;
+        for (; i + group <= size; i += group) {
+            for (std::size_t k = 0; k < group; ++k)
+                bytes[k] = (*isMarked)(values[i + k]);
+            (*take)(i / group, marksOfGroup(bytes.data()));
+        }
+        for (std::size_t k = 0; k < size - i; ++k)
+            bytes[k] = (*isMarked)(values[i + k]);
+        if (i < size)
+            (*take)(i / group, marksOfFewer(bytes.data(), size - i));
+    }
+};
+
+template <typename T, typename IsMarked, typename Take>
+void findMarks(const T* values, std::size_t size, IsMarked isMarked, Take take) {
+    runVectorised<MarksKernel<T, IsMarked, Take>>(values, size, &isMarked, &take);
+}
+
 // T is the type of the frame's pixels. refData() is not const, but nothing is written.
 template <typename T, typename IsZero>
-void markWhere(const zt::IMpxFrame& frame, std::span<unsigned char> mask, IsZero isZero) {
+void markWhere(const zt::IMpxFrame& frame, PixelBits& marks, IsZero isZero) {
     zt::RefDataBuff<T> pixels;
     const_cast<zt::IMpxFrame&>(frame).refData(&pixels, 0.0);
-    const T* const values = pixels.data();
-    for (std::size_t i = 0; i < mask.size(); ++i)
-        mask[i] = isZero(values[i]);
+    const std::span<std::uint64_t> words = marks.resizedWords(frame.size());
+    findMarks(pixels.data(), marks.size(), isZero,
+              [=](std::size_t i, std::uint64_t word) { words[i] = word; });
 }
 
 } // namespace
 
-void markZeroPixels(const zt::IMpxFrame& frame, std::span<unsigned char> mask) {
+void markZeroPixels(const zt::IMpxFrame& frame, PixelBits& marks) {
     const auto isZero = [](auto value) { return value == 0; };
     switch (frame.frameDataType()) {
     case zt::DT_I16:
-        return markWhere<short>(frame, mask, isZero);
+        return markWhere<short>(frame, marks, isZero);
     case zt::DT_U32:
-        return markWhere<unsigned int>(frame, mask, isZero);
+        return markWhere<unsigned int>(frame, marks, isZero);
     case zt::DT_DOUBLE:
-        return markWhere<double>(frame, mask, isZero);
+        return markWhere<double>(frame, marks, isZero);
     case zt::DT_U64:
         // Read as a double, the bits are a zero with or without the sign.
-        return markWhere<zt::u64>(frame, mask, [](zt::u64 bits) { return bits << 1 == 0; });
+        return markWhere<zt::u64>(frame, marks, [](zt::u64 bits) { return bits << 1 == 0; });
     default:
-        std::ranges::fill(mask, static_cast<unsigned char>(0));
+        marks.clear(frame.size());
     }
+}
+
+void addZeroValues(std::span<const double> values, PixelBits& marks) {
+    const std::span<std::uint64_t> words = marks.resizedWords(marks.size());
+    findMarks(
+        values.data(), marks.size(), [](double value) { return value == 0; },
+        [=](std::size_t i, std::uint64_t word) { words[i] |= word; });
 }
 
 void markExtremeCoefficients(std::span<const double> coefficients, double under, double over,
-                             std::span<unsigned char> mask) {
-    for (std::size_t i = 0; i < mask.size(); ++i) {
-        const int tooHigh = coefficients[i] > over;
-        const int tooLow = coefficients[i] < under;
-        mask[i] = static_cast<unsigned char>(tooHigh | tooLow);
-    }
-}
-
-void markMaskedPixels(std::span<const unsigned char> deviceMask, std::span<unsigned char> mask) {
-    const std::size_t known = std::min(deviceMask.size(), mask.size());
-    for (std::size_t i = 0; i < known; ++i)
-        mask[i] = deviceMask[i] == 0 ? 1 : mask[i];
+                             PixelBits& marks) {
+    const std::span<std::uint64_t> words = marks.resizedWords(coefficients.size());
+    findMarks(
+        coefficients.data(), coefficients.size(),
+        [=](double value) { return static_cast<bool>((value > over) | (value < under)); },
+        [=](std::size_t i, std::uint64_t word) { words[i] = word; });
 }
 
 } // namespace PluginOmbrel
