@@ -1,7 +1,6 @@
 #include "run/SelectionLogs.h"
 
 #include "base/AtomicFile.h"
-#include "base/CsvTable.h"
 #include "base/Error.h"
 #include "base/Numbers.h"
 
@@ -9,7 +8,6 @@
 #include <cerrno>
 #include <cmath>
 #include <span>
-#include <sstream>
 #include <string_view>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -18,17 +16,25 @@ namespace ombrel {
 
 namespace {
 
+// Removes the text up to the separator, or all of it, from its start.
+std::string_view cutAt(std::string_view& text, std::string_view separator) {
+    const std::string_view part = text.substr(0, text.find(separator));
+    text.remove_prefix(std::min(text.size(), part.size() + separator.size()));
+    return part;
+}
+
 // "[ V, T, E, value ]"
-std::optional<QualityValue> readLine(const std::string& line) {
+std::optional<QualityValue> readLine(std::string_view line) {
     if (!line.starts_with("[ ") || !line.ends_with(" ]"))
         return std::nullopt;
-    const auto fields = splitCsvLine(std::string_view(line).substr(2, line.size() - 4));
-    if (!fields || fields->size() != 4)
-        return std::nullopt;
-    const auto value = readNumber<double>((*fields)[3]);
+    line = line.substr(2, line.size() - 4);
+    const std::string_view v = cutAt(line, ", ");
+    const std::string_view t = cutAt(line, ", ");
+    const std::string_view e = cutAt(line, ", ");
+    const auto value = readNumber<double>(line);
     if (!value || std::isnan(*value))
         return std::nullopt;
-    return QualityValue{(*fields)[0], (*fields)[1], (*fields)[2], *value};
+    return QualityValue{std::string(v), std::string(t), std::string(e), *value};
 }
 
 ScoredPoint scored(const QualityValue* candidate) {
@@ -61,10 +67,9 @@ void QualityLogFile::clear() {
 }
 
 std::vector<QualityValue> readQualityLog(const std::string& text) {
-    std::istringstream log(text);
     std::vector<QualityValue> candidates;
-    for (std::string line; std::getline(log, line);)
-        if (auto candidate = readLine(line))
+    for (std::string_view rest = text; !rest.empty();)
+        if (auto candidate = readLine(cutAt(rest, "\n")))
             candidates.push_back(std::move(*candidate));
     return candidates;
 }

@@ -4,13 +4,9 @@
 
 #include <algorithm>
 #include <cmath>
-#include <locale>
 #include <utility>
 
-c_AIC::c_AIC(const Kernels& kernels) : work(std::make_unique<AICScratch>(kernels)) {
-    // Numbers in files have a point, whatever locale the program uses.
-    QualityValuesStream.imbue(std::locale::classic());
-}
+c_AIC::c_AIC(const Kernels& kernels) : work(std::make_unique<AICScratch>(kernels)) {}
 
 c_AIC::~c_AIC() = default;
 

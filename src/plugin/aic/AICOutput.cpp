@@ -16,6 +16,13 @@ std::string oneDecimal(float value) {
     return {digits.begin(), end.ptr};
 }
 
+// As a stream prints it by default, with at most six digits, and with a point in every locale.
+void appendNumber(std::string& line, float value) {
+    std::array<char, 32> digits;
+    const auto end = std::to_chars(digits.begin(), digits.end(), value, std::chars_format::general, 6);
+    line.append(digits.begin(), end.ptr);
+}
+
 std::string dumpName(const std::string& prefix, const char* kind, const ImageContainer& point) {
     const std::string name = prefix + kind + "_v" + oneDecimal(point.V) + "_t" + oneDecimal(point.T) + "_e" +
                              oneDecimal(point.E) + ".txt";
@@ -42,8 +49,13 @@ int c_AIC::QFValuesOutput(Position point, float value, std::string prefix, bool 
             return fail("c_AIC::Init error opening quality_values_output_file file");
     }
     *opened = true;
-    QualityValuesStream << "[ " << point->V << ", " << point->T << ", " << point->E << ", " << value << " ]\n"
-                        << std::flush;
+    const char* before = "[ ";
+    work->line.clear();
+    for (const float number : {point->V, point->T, point->E, value}) {
+        appendNumber(work->line += before, number);
+        before = ", ";
+    }
+    QualityValuesStream << (work->line += " ]\n") << std::flush;
     return 0;
 }
 

@@ -10,6 +10,7 @@
 
 #include <array>
 #include <optional>
+#include <string>
 #include <vector>
 
 // A reason for failing frames, found in pre-processing or in scoring.
@@ -40,4 +41,5 @@ struct AICScratch {
     AICImage image;                                    // the pre-processed frame
     std::vector<c_CalibrationImages::Position> points; // of a search, in the order of evaluation
     std::array<std::vector<float>, TilePass::maxCandidates> sums;
+    std::string line; // of the log of quality values
 };

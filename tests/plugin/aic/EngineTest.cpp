@@ -158,6 +158,33 @@ TEST_F(EngineTest, WritesNumbersWithAPointUnderEveryLocale) {
         GTEST_SKIP() << "localedef cannot make de_DE here: only C++ streams were tried";
 }
 
+// The text is that of a stream with the default format, for every kind of number.
+TEST_F(EngineTest, LogsQualityValuesLikeAStream) {
+    using Limits = std::numeric_limits<float>;
+    std::vector<float> numbers = {0.0f,      -0.0f,      0.1f,  1.5f,          123456.0f,
+                                  999999.5f, 1234567.0f, 1e-4f, 9.999995e-5f,  1e20f,
+                                  0x1p24f,   0.5000005f, -2.5f, Limits::min(), Limits::max(),
+                                  INFINITY,  -INFINITY,  NAN,   -notANumber,   Limits::denorm_min()};
+    std::mt19937 random(7);
+    for (int i = 0; i < 2000; ++i)
+        numbers.push_back(std::bit_cast<float>(static_cast<std::uint32_t>(random())));
+    makeGrid(8, 3);
+    cfg.LogQualityValuesFile = "values.txt";
+    ASSERT_EQ(engine.Init(cfg, true), 0);
+    c_CalibrationImages::ImageList points(1);
+    std::ostringstream expected;
+    for (std::size_t i = 0; i + 3 < numbers.size(); ++i) {
+        points[0].V = numbers[i];
+        points[0].T = numbers[i + 1];
+        points[0].E = numbers[i + 2];
+        bool opened = false;
+        ASSERT_EQ(engine.QFValuesOutput(points.begin(), numbers[i + 3], files.prefix, false, &opened), 0);
+        expected << "[ " << numbers[i] << ", " << numbers[i + 1] << ", " << numbers[i + 2] << ", "
+                 << numbers[i + 3] << " ]\n";
+    }
+    EXPECT_EQ(files.text("values.txt"), expected.str());
+}
+
 // Peak memory in bytes of some work, without what was in use before; 0 where the system does not tell.
 template <typename Work>
 double peakMemory(Work work) {
