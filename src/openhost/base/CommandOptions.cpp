@@ -14,11 +14,12 @@ void addLogOption(CLI::App& command, std::string& log) {
         ->type_name("FILE");
 }
 
-void addJobsOption(CLI::App& command, unsigned& jobs, const std::string& promise) {
-    command.add_option("-j,--jobs", jobs, "Correct this many frames in parallel" + promise)
+void addJobsOption(CLI::App& command, std::optional<unsigned>& jobs, const std::string& promise) {
+    command
+        .add_option("-j,--jobs", jobs,
+                    "Correct this many frames in parallel, if not one per processor" + promise)
         ->check(wholeNumber(1, 1024))
-        ->type_name("N")
-        ->capture_default_str();
+        ->type_name("N");
 }
 
 } // namespace ombrel

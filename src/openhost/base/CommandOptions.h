@@ -6,6 +6,7 @@
 
 #include <cmath>
 #include <functional>
+#include <optional>
 #include <string>
 #include <type_traits>
 
@@ -54,6 +55,6 @@ namespace ombrel {
 void addPluginOption(CLI::App& command, std::string& plugin);
 void addLogOption(CLI::App& command, std::string& log);
 // `promise` is appended to the help text of the option.
-void addJobsOption(CLI::App& command, unsigned& jobs, const std::string& promise = "");
+void addJobsOption(CLI::App& command, std::optional<unsigned>& jobs, const std::string& promise = "");
 
 } // namespace ombrel

@@ -14,7 +14,7 @@
 #include <string_view>
 #include <sys/stat.h>
 #include <vector>
-#include <xxhash.h>
+#include <xxh_x86dispatch.h>
 
 namespace ombrel {
 
@@ -99,20 +99,28 @@ DatasetPath splitDatasetPath(const std::string& path) {
     return {path.substr(0, separator), dataset};
 }
 
+namespace {
+
+using HashState = std::unique_ptr<XXH3_state_t, void (*)(XXH3_state_t*)>;
+
+HashState newHashState() {
+    HashState state(XXH3_createState(), [](XXH3_state_t* freed) { XXH3_freeState(freed); });
+    if (!state)
+        throw std::bad_alloc();
+    return state;
+}
+
+} // namespace
+
 zt::u64 pixelHash(std::span<const std::byte> pixels) {
     return XXH3_64bits(pixels.data(), pixels.size());
 }
 
 struct StreamHash::State {
-    struct Free {
-        void operator()(XXH3_state_t* hash) const { XXH3_freeState(hash); }
-    };
-    std::unique_ptr<XXH3_state_t, Free> hash{XXH3_createState()};
+    HashState hash = newHashState();
 };
 
 StreamHash::StreamHash() : state(std::make_unique<State>()) {
-    if (!state->hash)
-        throw std::bad_alloc();
     XXH3_128bits_reset(state->hash.get());
 }
 
@@ -125,6 +133,18 @@ void StreamHash::add(std::span<const std::byte> bytes) {
 std::string StreamHash::text() const {
     const XXH128_hash_t hash = XXH3_128bits_digest(state->hash.get());
     return hashText(hash.high64) + hashText(hash.low64);
+}
+
+PixelHasher::PixelHasher() : state(newHashState()) {
+    XXH3_64bits_reset(state.get());
+}
+
+void PixelHasher::add(std::span<const std::byte> pixels) {
+    XXH3_64bits_update(state.get(), pixels.data(), pixels.size());
+}
+
+zt::u64 PixelHasher::result() const {
+    return XXH3_64bits_digest(state.get());
 }
 
 std::string fileHash(const std::string& path) {

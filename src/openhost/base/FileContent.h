@@ -8,6 +8,8 @@
 #include <span>
 #include <string>
 
+struct XXH3_state_s;
+
 namespace ombrel {
 
 enum class FileKind { Tiff, Hdf5, Empty, Directory, Special, Other };
@@ -33,6 +35,19 @@ DatasetPath splitDatasetPath(const std::string& path);
 // xxHash: 64 bit for pixels, 128 bit for files.
 
 zt::u64 pixelHash(std::span<const std::byte> pixels);
+
+// The same hash, of pixels that are added in pieces of any size.
+class PixelHasher {
+public:
+    // Throws std::bad_alloc.
+    PixelHasher();
+
+    void add(std::span<const std::byte> pixels);
+    zt::u64 result() const;
+
+private:
+    std::unique_ptr<XXH3_state_s, void (*)(XXH3_state_s*)> state;
+};
 
 // The hash of a file's bytes as 32 hexadecimal digits. Throws Error.
 std::string fileHash(const std::string& path);

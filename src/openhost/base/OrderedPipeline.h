@@ -16,29 +16,37 @@
 
 namespace ombrel {
 
-// Items are made by one thread, processed by several, and delivered on the calling thread in the order of
-// making: reading, correcting and writing overlap. At most `room` items exist at any time.
+// Items are begun in order, made and processed by several threads each, and delivered on the calling thread
+// in the order of their beginning: reading, correcting and writing overlap.
 template <typename Item>
 class OrderedPipeline {
 public:
     struct Steps {
-        // Runs on a separate thread. Returns false after the last item.
-        std::function<bool(Item& item)> make;
+        // Runs on one of the makers, in order. Returns false after the last item.
+        std::function<bool(Item& item)> begin;
+        // Runs on one of the makers.
+        std::function<void(Item& item)> make;
         // Runs on one of the workers, which are numbered from 0.
         std::function<void(std::size_t worker, Item& item)> work;
         // Runs on the calling thread, in order.
         std::function<void(Item& item)> deliver;
     };
 
-    // Needs at least one worker and room for one item. Returns when all items are delivered. An exception
-    // from any step, or a thread that cannot be created, stops all of them and is thrown from here.
-    static void run(const Steps& steps, std::size_t workers, std::size_t room) {
-        OrderedPipeline pipeline(steps, room);
+    struct Size {
+        std::size_t makers = 1;
+        std::size_t workers = 1;
+        std::size_t room = 1; // items that exist at any time
+    };
+
+    // Needs at least one of each. Returns when all items are delivered. An exception from any step, or a
+    // thread that cannot be created, stops all of them and is thrown from here.
+    static void run(const Steps& steps, const Size& size) {
+        OrderedPipeline pipeline(steps, size.room);
         {
             // Destroyed, and so joined, after a failure has stopped the running threads.
             std::vector<std::jthread> threads;
             pipeline.guarded([&] {
-                pipeline.startThreads(threads, workers);
+                pipeline.startThreads(threads, size);
                 pipeline.deliverAll();
             });
         }
@@ -49,19 +57,22 @@ public:
 private:
     struct Slot {
         Item item{};
+        bool made = false;
         bool done = false;
     };
 
     OrderedPipeline(const Steps& given, std::size_t room) : steps(given), ring(room) {}
 
-    void startThreads(std::vector<std::jthread>& threads, std::size_t workers) {
+    void startThreads(std::vector<std::jthread>& threads, const Size& size) {
+        const std::size_t wanted = size.makers + size.workers;
         try {
-            threads.reserve(workers + 1);
-            threads.emplace_back([this] { guarded([this] { makeAll(); }); });
-            for (std::size_t worker = 0; worker < workers; ++worker)
+            threads.reserve(wanted);
+            for (std::size_t maker = 0; maker < size.makers; ++maker)
+                threads.emplace_back([this] { guarded([this] { makeAll(); }); });
+            for (std::size_t worker = 0; worker < size.workers; ++worker)
                 threads.emplace_back([this, worker] { guarded([this, worker] { workOnAll(worker); }); });
         } catch (const std::system_error& error) {
-            throw Error("only " + std::to_string(threads.size()) + " of " + std::to_string(workers + 1) +
+            throw Error("only " + std::to_string(threads.size()) + " of " + std::to_string(wanted) +
                         " threads can be made: " + error.code().message() +
                         "; give fewer --jobs or more memory");
         }
@@ -81,31 +92,46 @@ private:
     }
 
     void makeAll() {
-        for (zt::u64 number = 0;; ++number) {
-            std::unique_lock lock(mutex);
-            freed.wait(lock, [&] { return stopped || number < delivered + ring.size(); });
-            if (stopped)
-                return;
-            lock.unlock();
-            const bool isMade = steps.make(slotOf(number).item);
-            lock.lock();
-            if (!isMade) {
-                end = number;
-                wakeAll();
-                return;
-            }
-            ++made;
+        while (Slot* const slot = beginNext()) {
+            steps.make(slot->item);
+            const std::lock_guard lock(mutex);
+            slot->made = true;
             madeOne.notify_one();
         }
     }
 
+    // Null after the last item.
+    Slot* beginNext() {
+        const std::lock_guard inOrder(beginMutex);
+        std::unique_lock lock(mutex);
+        freed.wait(lock, [&] { return stopped || begun >= end || begun < delivered + ring.size(); });
+        if (stopped || begun >= end)
+            return nullptr;
+        Slot& slot = slotOf(begun);
+        lock.unlock();
+        const bool isLast = !steps.begin(slot.item);
+        lock.lock();
+        if (isLast) {
+            end = begun;
+            wakeAll();
+            return nullptr;
+        }
+        ++begun;
+        return &slot;
+    }
+
+    bool nextIsMade() { return taken < begun && slotOf(taken).made; }
+
     void workOnAll(std::size_t worker) {
         for (;;) {
             std::unique_lock lock(mutex);
-            madeOne.wait(lock, [&] { return stopped || taken < made || taken >= end; });
+            madeOne.wait(lock, [&] { return stopped || taken >= end || nextIsMade(); });
             if (stopped || taken >= end)
                 return;
             Slot& slot = slotOf(taken++);
+            // Another maker may have been faster.
+            if (nextIsMade())
+                madeOne.notify_one();
             lock.unlock();
             steps.work(worker, slot.item);
             lock.lock();
@@ -125,7 +151,7 @@ private:
             steps.deliver(slot.item);
             slot.item = Item{};
             lock.lock();
-            slot.done = false;
+            slot.made = slot.done = false;
             ++delivered;
             freed.notify_one();
         }
@@ -141,12 +167,13 @@ private:
 
     const Steps& steps;
     std::vector<Slot> ring;
+    std::mutex beginMutex; // locked before the other
     std::mutex mutex;
     std::condition_variable freed;
     std::condition_variable madeOne;
     std::condition_variable doneOne;
-    // The number of items made so far.
-    zt::u64 made = 0;
+    // Numbers of items so far.
+    zt::u64 begun = 0;
     zt::u64 taken = 0;
     zt::u64 delivered = 0;
     zt::u64 end = std::numeric_limits<zt::u64>::max(); // the number of items, once it is known

@@ -2,15 +2,16 @@
 
 #include "base/Console.h"
 
+#include <optional>
 #include <string>
 
 namespace ombrel::cli {
 
 // The command line of `ombrel replay`.
 struct ReplayOptions {
-    std::string recorded; // the output to replay
-    std::string output;   // the new output
-    unsigned jobs = 1;
+    std::string recorded;         // the output to replay
+    std::string output;           // the new output
+    std::optional<unsigned> jobs; // without it, one per processor
     bool force = false;
     bool quiet = false;
     std::string log;

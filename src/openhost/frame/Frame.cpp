@@ -49,6 +49,12 @@ T product(T pixel, double factor) {
         return clampedCast<T>(pixel * factor);
 }
 
+std::shared_ptr<std::byte> newStorage(std::size_t bytes) {
+    FramePool::Block block = FramePool::shared().take(bytes);
+    const FramePool::GiveBack giveBack = block.get_deleter();
+    return {block.release(), giveBack};
+}
+
 std::atomic<std::size_t> alive{0};
 
 } // namespace
@@ -57,10 +63,8 @@ void ReleaseFrame::operator()(Frame* frame) const {
     frame->release();
 }
 
-Frame::Frame(zt::u32 width, zt::u32 height, zt::u8 dataType)
-    : frameWidth(width), frameHeight(height), pixelType(dataType),
-      storage(FramePool::shared().take(storageBytes(width, height, dataType))) {
-    zeroRoom();
+Frame::Frame(zt::u32 width, zt::u32 height, zt::u8 dataType, std::shared_ptr<std::byte> pixels)
+    : frameWidth(width), frameHeight(height), pixelType(dataType), storage(std::move(pixels)) {
     ++alive;
 }
 
@@ -69,7 +73,9 @@ Frame::~Frame() {
 }
 
 FramePtr Frame::createUnfilled(zt::u32 width, zt::u32 height, zt::u8 dataType) {
-    return FramePtr(new Frame(width, height, dataType));
+    FramePtr frame(new Frame(width, height, dataType, newStorage(storageBytes(width, height, dataType))));
+    frame->zeroRoom();
+    return frame;
 }
 
 FramePtr Frame::create(zt::u32 width, zt::u32 height, zt::u8 dataType) {
@@ -86,7 +92,20 @@ void Frame::addSubFrame(FramePtr subFrame) {
     children.push_back(std::move(subFrame));
 }
 
+void Frame::stopSharing() {
+    if (storage.use_count() == 1) {
+        // The other owners have read their pixels.
+        std::atomic_thread_fence(std::memory_order_acquire);
+        return;
+    }
+    const std::size_t bytes = storageBytes(frameWidth, frameHeight, pixelType);
+    auto own = newStorage(bytes);
+    std::memcpy(own.get(), storage.get(), bytes);
+    storage = std::move(own);
+}
+
 std::span<std::byte> Frame::bytes() {
+    stopSharing();
     return {storage.get(), static_cast<std::size_t>(size()) * pixelSize(pixelType)};
 }
 
@@ -114,8 +133,9 @@ void Frame::destroy() {
 }
 
 zt::IData* Frame::clone() const {
-    FramePtr copy = createUnfilled(frameWidth, frameHeight, pixelType);
-    std::memcpy(copy->storage.get(), storage.get(), storage.get_deleter().bytes);
+    FramePtr copy(new Frame(frameWidth, frameHeight, pixelType, storage));
+    if (isExposed)
+        copy->stopSharing();
     copy->name = name;
     copy->time = time;
     for (const FramePtr& child : children)
@@ -131,6 +151,7 @@ void Frame::getData(zt::IByteBuff* out, zt::u8 dataType) {
 
 void Frame::refData(zt::IRefByteBuff* out, double /*zero*/) {
     const std::span<std::byte> pixels = bytes();
+    isExposed = true;
     out->setByte(reinterpret_cast<const unsigned char*>(pixels.data()), pixels.size());
 }
 
@@ -138,15 +159,17 @@ double* Frame::doubleData(double /*zero*/) {
     if (pixelType != zt::DT_DOUBLE)
         throw std::logic_error("the pixels of the frame are " + std::string(pixelTypeName(pixelType)) +
                                ", but f64 is required");
-    return reinterpret_cast<double*>(storage.get());
+    isExposed = true;
+    return reinterpret_cast<double*>(bytes().data());
 }
 
 void Frame::convertToType(zt::u8 dataType) {
     if (dataType != pixelType) {
-        auto converted = FramePool::shared().take(storageBytes(frameWidth, frameHeight, dataType));
+        auto converted = newStorage(storageBytes(frameWidth, frameHeight, dataType));
         convertPixels(storage.get(), pixelType, converted.get(), dataType, storedCount());
         storage = std::move(converted);
         pixelType = dataType;
+        isExposed = false;
     }
     if (dataType == zt::DT_DOUBLE)
         sawConversion = true;

@@ -67,7 +67,8 @@ public:
     void addRef() override;
     void release() override;
     void destroy() override;
-    // The sub-frames are copied too.
+    // The sub-frames are copied too. The pixels are shared until one of the frames changes them, since most
+    // filters convert their copy at once; they are copied if the border has handed out their address.
     IData* clone() const override;
 
     void getData(zt::IByteBuff* out, zt::u8 dataType) override;
@@ -93,8 +94,10 @@ public:
     void subFrames(zt::IPtrList<zt::IMpxFrame*>* out) const override;
 
 private:
-    Frame(zt::u32 width, zt::u32 height, zt::u8 dataType);
+    Frame(zt::u32 width, zt::u32 height, zt::u8 dataType, std::shared_ptr<std::byte> pixels);
     ~Frame();
+
+    void stopSharing();
 
     // Number of pixels and elements in the room after them.
     std::size_t storedCount() const { return static_cast<std::size_t>(size()) + frameWidth + 1; }
@@ -104,9 +107,10 @@ private:
     zt::u32 frameHeight;
     zt::u8 pixelType;
     bool sawConversion = false;
+    bool isExposed = false; // a filter may hold the address of the pixels
     double time = 0;
     std::string name;
-    FramePool::Block storage;
+    std::shared_ptr<std::byte> storage;
     std::vector<FramePtr> children;
 };
 

@@ -1,15 +1,19 @@
 #pragma once
 
+#include "base/FileDescriptor.h"
 #include "frame/Frame.h"
 
 #include <cstddef>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <span>
 #include <string>
 #include <vector>
 
 namespace ombrel {
+
+class PixelDigest;
 
 // Selects frames of a file that marks its frames.
 enum class FrameRole {
@@ -52,7 +56,8 @@ struct FrameFileInfo {
 // A file of frames, open for reading. Its content, not its name, selects the format: TIFF (strips or tiles,
 // any page count, BigTIFF too) or HDF5 (the path may be followed by "::/path/of/dataset").
 //
-// Frames and sub-frames are counted from 0. One object must not be used from two threads at once.
+// Frames and sub-frames are counted from 0. Several threads may read at once; where the file stores the bytes
+// of the pixels, they do not wait for each other.
 class FrameFile {
 public:
     // Throws Error if the file can't be opened, is not a frame file, is truncated, or holds frames that can't
@@ -69,9 +74,10 @@ public:
 
     const FrameFileInfo& info() const { return fileInfo; }
 
-    // Reads one stored image, in the file's pixel type, into width * height pixels. `subFrame` must be 0 if
-    // frames have none. Throws Error naming path and frame.
-    virtual void readImage(zt::u32 frame, zt::u32 subFrame, std::span<std::byte> pixels) = 0;
+    // Reads one stored image, in the file's pixel type, into width * height pixels, and adds it to the digest
+    // if there is one. `subFrame` must be 0 if frames have none. Throws Error naming path and frame.
+    void readImage(zt::u32 frame, zt::u32 subFrame, std::span<std::byte> pixels,
+                   PixelDigest* digest = nullptr);
 
     // The acquisition time of a frame in seconds, 0 if the file does not have it.
     virtual double acqTime(zt::u32 frame) const;
@@ -80,12 +86,28 @@ public:
     std::string where(zt::u32 frame) const;
 
     // The frame as passed to filters: named by file and index, with the acquisition time. If the file holds
-    // sub-frames, it is their sum in double, with the sub-frames attached.
-    FramePtr readFrame(zt::u32 frame);
+    // sub-frames, it is their sum in double, with the sub-frames attached. Its pixels are added to the digest
+    // if there is one.
+    FramePtr readFrame(zt::u32 frame, PixelDigest* digest = nullptr);
 
 protected:
+    // An image that is stored as the bytes of its pixels.
+    struct RawImage {
+        const FileDescriptor& file;
+        zt::u64 offset;
+    };
+    virtual std::optional<RawImage> rawImage(zt::u32 frame, zt::u32 subFrame) const = 0;
+    // Reads an image that is stored in any other way. Called by one thread at a time.
+    virtual void readStored(zt::u32 frame, zt::u32 subFrame, std::span<std::byte> pixels) = 0;
+
     FrameFileInfo fileInfo;
     zt::u64 scratchBytes = 0; // needed for reading, in addition to the pixels
+
+private:
+    FramePtr sumOfSubFrames(zt::u32 frame);
+    FramePtr readOne(zt::u32 frame, zt::u32 subFrame, PixelDigest* digest);
+
+    std::mutex storedMutex;
 };
 
 } // namespace ombrel

@@ -8,12 +8,24 @@ namespace ombrel {
 namespace {
 
 template <typename From, typename To>
+[[gnu::always_inline]] inline void castAll(const From* from, To* to, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i)
+        to[i] = clampedCast<To>(from[i]);
+}
+
+template <typename From, typename To>
+[[gnu::target("avx2")]] void castWithAvx2(const From* from, To* to, std::size_t count) {
+    castAll(from, to, count);
+}
+
+template <typename From, typename To>
 void convertAll(const From* from, To* to, std::size_t count) {
     if constexpr (std::is_same_v<From, To>)
         std::memcpy(to, from, count * sizeof(To));
+    else if (__builtin_cpu_supports("avx2"))
+        castWithAvx2(from, to, count);
     else
-        for (std::size_t i = 0; i < count; ++i)
-            to[i] = clampedCast<To>(from[i]);
+        castAll(from, to, count);
 }
 
 } // namespace

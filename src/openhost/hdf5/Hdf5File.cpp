@@ -326,7 +326,13 @@ double Hdf5File::acqTime(zt::u32 frame) const {
     return times.empty() ? fileInfo.acqTime.value_or(0) : times[storedFrame(frame)];
 }
 
-void Hdf5File::readImage(zt::u32 frame, zt::u32 subFrame, std::span<std::byte> pixels) {
+std::optional<FrameFile::RawImage> Hdf5File::rawImage(zt::u32 frame, zt::u32 subFrame) const {
+    if (const FileDescriptor* const raw = images->rawFile())
+        return RawImage{*raw, images->rawOffset(storedFrame(frame), subFrame)};
+    return std::nullopt;
+}
+
+void Hdf5File::readStored(zt::u32 frame, zt::u32 subFrame, std::span<std::byte> pixels) {
     const Hdf5Session session;
     try {
         images->read(storedFrame(frame), subFrame, pixels);

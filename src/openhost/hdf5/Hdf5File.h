@@ -30,10 +30,11 @@ public:
     // `path` may be followed by "::/path/of/dataset".
     Hdf5File(const std::string& path, FrameRole role);
 
-    void readImage(zt::u32 frame, zt::u32 subFrame, std::span<std::byte> pixels) override;
     double acqTime(zt::u32 frame) const override;
 
 private:
+    std::optional<RawImage> rawImage(zt::u32 frame, zt::u32 subFrame) const override;
+    void readStored(zt::u32 frame, zt::u32 subFrame, std::span<std::byte> pixels) override;
     void fillInfo(const std::string& path, const std::string& dataset);
     void chooseFrames(FrameRole role, const std::vector<std::string>& groups);
     void readTimes(const std::vector<std::string>& groups);

@@ -134,13 +134,12 @@ void Hdf5Images::findContiguousPixels(const std::string& where) {
     }
 }
 
-void Hdf5Images::read(zt::u32 frame, zt::u32 subFrame, std::span<std::byte> pixels) {
+zt::u64 Hdf5Images::rawOffset(zt::u32 frame, zt::u32 subFrame) const {
     const zt::u64 index = zt::u64{frame} * std::max(imageShape.subFrames(), 1U) + subFrame;
-    if (file) {
-        if (const auto failure = file->tryReadAt(firstPixel + index * pixels.size(), pixels))
-            throw Error(*failure);
-        return;
-    }
+    return firstPixel + index * imageShape.width() * imageShape.height() * pixelSize(imageShape.pixelType);
+}
+
+void Hdf5Images::read(zt::u32 frame, zt::u32 subFrame, std::span<std::byte> pixels) {
     std::vector<hsize_t> start(imageShape.extent.size(), 0);
     if (start.size() > 2)
         start[0] = frame;

@@ -24,7 +24,12 @@ public:
 
     const Hdf5Shape& shape() const { return imageShape; }
 
-    // Reads an image in the shape's pixel type. The text of an Error is only the reason.
+    // The file that holds the bytes of all images, one after the other; null if they can only be read by the
+    // library.
+    const FileDescriptor* rawFile() const { return file ? &*file : nullptr; }
+    zt::u64 rawOffset(zt::u32 frame, zt::u32 subFrame) const;
+
+    // Reads an image by the library, in the shape's pixel type. The text of an Error is only the reason.
     void read(zt::u32 frame, zt::u32 subFrame, std::span<std::byte> pixels);
 
 private:

@@ -1,8 +1,8 @@
 #include "inspection/FlatInspection.h"
 
-#include "base/MemoryBudget.h"
 #include "base/Numbers.h"
 #include "base/OrderedPipeline.h"
+#include "base/Resources.h"
 #include "frame/PixelType.h"
 #include "inspection/FieldDrift.h"
 #include "inspection/FrameTiles.h"
@@ -101,14 +101,12 @@ Measured measure(const FieldSet& set, const TileGrid& grid, const InspectionLimi
     Measured measured{std::vector<TileFigures>(count), std::vector<zt::u8>(count),
                       std::vector<FieldThumbnail>(count), std::vector<double>(count)};
     std::size_t next = 0;
-    OrderedPipeline<Item>::run({.make =
+    OrderedPipeline<Item>::run({.begin =
                                     [&](Item& item) {
-                                        if (next == count)
-                                            return false;
                                         item.field = next;
-                                        item.frame = cache.read(next++);
-                                        return true;
+                                        return next++ < count;
                                     },
+                                .make = [&](Item& item) { item.frame = cache.read(item.field); },
                                 .work =
                                     [&](std::size_t, Item& item) {
                                         item.figures = tileFiguresOf(*item.frame, grid, limits.saturation);
@@ -123,7 +121,7 @@ Measured measure(const FieldSet& set, const TileGrid& grid, const InspectionLimi
                                         measured.times[item.field] = item.frame->acqTime();
                                         cache.keep(item.field, std::move(item.frame));
                                     }},
-                               workers, workers + 2);
+                               {1, workers, workers + 2});
     return measured;
 }
 

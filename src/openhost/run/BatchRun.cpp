@@ -1,18 +1,15 @@
 #include "run/BatchRun.h"
 
 #include "base/Error.h"
-#include "base/FileContent.h"
-#include "base/MemoryBudget.h"
 #include "base/Numbers.h"
 #include "base/OrderedPipeline.h"
+#include "base/Resources.h"
+#include "frame/PixelDigest.h"
 #include "frame/PixelType.h"
 #include "stack/FrameStack.h"
 #include "zt/Types.h"
 
 #include <chrono>
-#include <cmath>
-#include <limits>
-#include <span>
 #include <utility>
 #include <vector>
 
@@ -20,19 +17,36 @@ namespace ombrel {
 
 namespace {
 
+// One reader supplies several workers.
+std::size_t readersFor(std::size_t workers) {
+    return std::clamp<std::size_t>(workers / 4, 1, 3);
+}
+
 // The number of frames in the pipeline: enough to keep all threads busy, limited by memory.
 std::size_t framesInFlight(const BatchPlan& plan) {
-    // One per worker, one being read and one being written, and as many waiting.
-    const std::size_t wanted = 2 * (plan.workers.size() + 2);
+    // One per worker, and four that are read, written or waiting.
+    const std::size_t wanted = plan.workers.size() + 4;
     // The frame as read, a copy in double and the stored frame.
     const zt::u64 frameBytes = zt::u64{plan.stack.width()} * plan.stack.height() * 3 * sizeof(double);
     const zt::u64 room = availableMemory() / 2 / std::max<zt::u64>(frameBytes, 1);
     return static_cast<std::size_t>(std::clamp<zt::u64>(room, 1, wanted));
 }
 
+class Stopwatch {
+public:
+    double seconds() const {
+        return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    }
+
+private:
+    std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
+};
+
 // A frame in the pipeline.
 struct BatchFrame {
     zt::u64 index = 0;
+    Stopwatch way;
+    FrameTimes times;
     FramePtr frame; // as read, then as stored; null after a failure
     FrameRow row;
     // Filled only if a listener needs them.
@@ -47,20 +61,23 @@ std::vector<double> doublesOf(const Frame& frame) {
     return pixels;
 }
 
-template <typename T>
-void useOneNan(std::span<T> pixels) {
-    for (T& pixel : pixels)
-        if (std::isnan(pixel))
-            pixel = std::numeric_limits<T>::quiet_NaN();
-}
-
-// Of two NaNs an operation returns that of its first operand, so the bits of a NaN depend on the generated
-// code. The file must not.
-void useOneNan(Frame& frame) {
-    if (frame.frameDataType() == zt::DT_DOUBLE)
-        useOneNan(frame.pixels<double>());
-    else
-        useOneNan(frame.pixels<float>());
+// The frame as stored, in the output's pixel type, which is added to the digest block by block.
+FramePtr storedForm(FramePtr frame, zt::u8 outputType, PixelDigest& digest) {
+    const zt::u8 type = frame->frameDataType();
+    if (type == outputType) {
+        digest.addWithOneNan(frame->bytes());
+        return frame;
+    }
+    FramePtr stored = Frame::createUnfilled(frame->width(), frame->height(), outputType);
+    const std::size_t fromBytes = pixelSize(type);
+    const std::size_t toBytes = pixelSize(outputType);
+    for (std::size_t start = 0; start < frame->size(); start += blockPixels) {
+        const std::size_t count = std::min<std::size_t>(blockPixels, frame->size() - start);
+        const auto block = stored->bytes().subspan(start * toBytes, count * toBytes);
+        convertPixels(frame->bytes().data() + start * fromBytes, type, block.data(), outputType, count);
+        digest.addWithOneNan(block);
+    }
+    return stored;
 }
 
 void fail(BatchFrame& item, const std::string& reason) {
@@ -79,11 +96,12 @@ public:
     BatchResult run() {
         using Pipeline = OrderedPipeline<BatchFrame>;
         const Pipeline::Steps steps{
-            [&](BatchFrame& item) { return read(item); },
+            [&](BatchFrame& item) { return begin(item); },
+            [&](BatchFrame& item) { read(item); },
             [&](std::size_t worker, BatchFrame& item) { correct(plan.workers[worker], worker, item); },
             [&](BatchFrame& item) { store(item); },
         };
-        Pipeline::run(steps, plan.workers.size(), framesInFlight(plan));
+        Pipeline::run(steps, {readersFor(plan.workers.size()), plan.workers.size(), framesInFlight(plan)});
         result.hasOutput = output.exists();
         if (!result.stopped)
             output.finish();
@@ -91,18 +109,25 @@ public:
     }
 
 private:
-    bool read(BatchFrame& item) {
+    bool begin(BatchFrame& item) {
         result.stopped = next < plan.end && listener.wantsStop && listener.wantsStop();
         if (next == plan.end || result.stopped)
             return false;
         item.index = next++;
-        try {
-            item.frame = plan.stack.readFrame(item.index);
-            item.row.inputHash = pixelHash(std::as_const(*item.frame).bytes());
-        } catch (const Error& error) {
-            fail(item, error.what());
-        }
         return true;
+    }
+
+    void read(BatchFrame& item) const {
+        item.way = Stopwatch();
+        PixelDigest digest(plan.stack.pixelType(item.index));
+        try {
+            item.frame = plan.stack.readFrame(item.index, &digest);
+        } catch (const Error& error) {
+            return fail(item, error.what());
+        }
+        item.row.inputHash = digest.hash();
+        item.row.input = digest.figures();
+        item.times.read = item.way.seconds();
     }
 
     void correct(Chain& chain, std::size_t worker, BatchFrame& item) const {
@@ -110,34 +135,38 @@ private:
             return;
         if (plan.acqTime)
             item.frame->setAcqTime(*plan.acqTime);
-        item.row.input = figuresOf(*item.frame);
         if (listener.frameCorrected)
             item.raw = doublesOf(*item.frame);
-        const auto start = std::chrono::steady_clock::now();
+        const Stopwatch filtering;
         FrameResult corrected = chain.apply(std::move(item.frame), plan.mode);
-        item.row.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+        item.row.seconds = item.times.filter = filtering.seconds();
         if (plan.choice)
             item.row.choice = plan.choice(worker, item.index);
         if (!corrected)
             return fail(item, corrected.failure);
-        item.frame = std::move(corrected.frame);
         // All figures describe the frame as stored, so that a user can reproduce them from the file.
-        item.frame->convertToType(plan.output.pixelType);
-        item.row.output = figuresOf(*item.frame);
-        if (item.row.output.notFinite != 0)
-            useOneNan(*item.frame);
+        const Stopwatch storing;
+        PixelDigest digest(plan.output.pixelType);
+        item.frame = storedForm(std::move(corrected.frame), plan.output.pixelType, digest);
+        item.row.output = digest.figures();
+        item.row.outputHash = digest.hash();
+        item.times.write = storing.seconds();
         if (listener.frameCorrected)
             item.corrected = doublesOf(*item.frame);
-        item.row.outputHash = pixelHash(std::as_const(*item.frame).bytes());
     }
 
-    void store(const BatchFrame& item) {
+    void store(BatchFrame& item) {
         if (item.index < firstToStore)
             return;
+        const Stopwatch storing;
         output.append(item.frame.get(), item.row);
+        item.times.write += storing.seconds();
+        item.times.way = item.way.seconds();
         ++(item.row.failed ? result.failed : result.corrected);
         if (listener.frameRow)
             listener.frameRow(item.index, item.row);
+        if (listener.frameTimed && item.frame)
+            listener.frameTimed(item.times);
         if (listener.frameCorrected && item.frame)
             listener.frameCorrected(item.index, item.raw, item.corrected);
         if (listener.frameDone)

@@ -35,10 +35,19 @@ struct BatchPlan {
     std::function<std::optional<SelectedFlatField>(std::size_t worker, zt::u64 frame)> choice;
 };
 
+// Seconds of a frame's way through a run.
+struct FrameTimes {
+    double read = 0;   // with the figures and the hash of the pixels read
+    double filter = 0; // in all filters
+    double write = 0;  // with the conversion to the output's pixels, their figures and their hash
+    double way = 0;    // from the start of reading until the frame is stored, with all waiting
+};
+
 // Callbacks during the run, for each frame in order, with its index in the stack. Any of them may be empty.
 struct BatchListener {
     std::function<void(zt::u64 frame)> frameDone; // the frame is stored, successful or failed
     std::function<void(zt::u64 frame, const FrameRow& row)> frameRow;
+    std::function<void(const FrameTimes& times)> frameTimed; // of a successful frame
     std::function<void(zt::u64 frame, std::span<const double> raw, std::span<const double> corrected)>
         frameCorrected;
     std::function<bool()> wantsStop; // called before each frame, on another thread

@@ -2,8 +2,8 @@
 
 #include "base/Error.h"
 #include "base/FileContent.h"
-#include "base/MemoryBudget.h"
 #include "base/Numbers.h"
+#include "base/Resources.h"
 #include "frame/PixelType.h"
 #include "frame/PreviewImage.h"
 #include "host/Device.h"
@@ -146,6 +146,31 @@ bool remembers(FilterLink& link) {
     return filter.isUseZeroPixelsAsBadEnabled() && filter.isInterpolateBadPixelsEnabled();
 }
 
+// Whether the filter writes files of its own, which several instances would overwrite for each other.
+// `ownLogs`: its log of quality values is in memory.
+bool writesFiles(const FilterLink& link, bool ownLogs) {
+    zt::PtrList<zt::IParam*> params;
+    if (const zt::IParamMgr* const manager = link.filter().parameters())
+        manager->params(&params);
+    return std::ranges::any_of(params.vect(), [&](const zt::IParam* param) {
+        const std::string name = param->name();
+        if (!makesAWrite(name) || (ownLogs && choiceParam == link.name() + ":" + name + "="))
+            return false;
+        if (name == dumpKey)
+            return param->getBool();
+        zt::String file;
+        param->getString(&file);
+        return file.get() != std::string() && file.get() != std::string("/dev/null");
+    });
+}
+
+// Without a wish of the user, the number that is fastest and changes nothing that is written.
+unsigned usualJobs(Chain& chain, bool ownLogs) {
+    const bool isAlone =
+        std::ranges::any_of(chain.links(), [&](FilterLink& link) { return writesFiles(link, ownLogs); });
+    return isAlone ? 1 : availableProcessors();
+}
+
 // The useful values of a parameter; the filter itself accepts any.
 struct ParamRange {
     const char* name;
@@ -220,15 +245,19 @@ WorkerChains makeWorkerChains(Session& session, const RunOptions& options, zt::u
     const zt::u64 grown = residentMemory() - std::min(before, residentMemory());
     workers.remember = std::ranges::any_of(workers.chains[0].links(), remembers);
 
-    if (workers.remember && options.jobs > 1)
+    const unsigned jobs = options.jobs.value_or(usualJobs(workers.chains[0], workers.choices != nullptr));
+    if (workers.remember && options.jobs && jobs > 1)
         console.message("one job: Beam-hardening with zero pixels as bad carries state from frame to frame");
     if (workers.remember)
         return workers;
-    const zt::u64 wanted = std::min<zt::u64>(options.jobs, frames);
-    constexpr zt::u64 spare = zt::u64{256} << 20; // for the frames, and for other programs
+    const zt::u64 wanted = std::min<zt::u64>(jobs, frames);
+    constexpr zt::u64 spare = zt::u64{256} << 20; // for frames that wait, and for other programs
+    // A worker holds its frame before and after a filter.
+    const zt::u64 frameBytes =
+        2 * sizeof(double) * zt::u64{session.device().width()} * session.device().height();
     while (workers.chains.size() < wanted) {
-        if (availableMemory() < grown + spare) {
-            console.message(std::to_string(workers.chains.size()) + " of " + std::to_string(options.jobs) +
+        if (availableMemory() < grown + (workers.chains.size() + 1) * frameBytes + spare) {
+            console.message(std::to_string(workers.chains.size()) + " of " + std::to_string(jobs) +
                             " jobs: not enough memory for more");
             break;
         }

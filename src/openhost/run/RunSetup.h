@@ -43,7 +43,7 @@ struct RunOptions {
     bool force = false;
     int deviceType = 1;
     std::string deviceMask;
-    unsigned jobs = 1;
+    std::optional<unsigned> jobs; // without it, one per processor
     bool resume = false;
     bool dryRun = false;
     bool noChoice = false;
@@ -78,8 +78,9 @@ std::string unseenZeroPixels(zt::u8 pixelType);
 // Warnings about a loaded chain and the pixel type of its frames, one line each.
 std::vector<std::string> warningsOn(Chain& chain, zt::u8 pixelType);
 
-// One chain per job, or fewer, with a message: if a filter carries state from frame to frame, or memory is
-// short. Never more chains than frames. Throws Error.
+// One chain per job, or only one if a filter carries state from frame to frame, or fewer if memory is short;
+// with a message, if the user gave the number or memory is short. Never more chains than frames. Throws
+// Error.
 WorkerChains makeWorkerChains(Session& session, const RunOptions& options, zt::u64 frames, Console& console);
 
 // Everything a run needs, opened and checked before its first frame; used by all callers that pass a stack

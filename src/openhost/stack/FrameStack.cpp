@@ -54,9 +54,9 @@ const FrameStack::Part& FrameStack::partOf(zt::u64 frame) const {
     return *std::ranges::upper_bound(parts, frame, {}, &Part::end);
 }
 
-FramePtr FrameStack::readFrame(zt::u64 frame) {
+FramePtr FrameStack::readFrame(zt::u64 frame, PixelDigest* digest) {
     const Part& part = partOf(frame);
-    return part.file->readFrame(static_cast<zt::u32>(frame - part.begin));
+    return part.file->readFrame(static_cast<zt::u32>(frame - part.begin), digest);
 }
 
 zt::u8 FrameStack::pixelType(zt::u64 frame) const {

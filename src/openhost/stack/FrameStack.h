@@ -21,7 +21,7 @@ private:
 };
 
 // The frames of several files, one after the other, counted from 0 across all files. All frames have the same
-// size; pixel types may differ between files. One object must not be used from two threads at once.
+// size; pixel types may differ between files. Several threads may read at once.
 class FrameStack {
 public:
     // Opens all files. Throws Error without paths, for a file that can't be read, and for different frame
@@ -34,8 +34,8 @@ public:
     std::size_t fileCount() const { return parts.size(); }
     const FrameFileInfo& info(std::size_t file) const { return parts[file].file->info(); }
 
-    // `frame` must be below frameCount().
-    FramePtr readFrame(zt::u64 frame);
+    // `frame` must be below frameCount(). Adds its pixels to the digest if there is one.
+    FramePtr readFrame(zt::u64 frame, PixelDigest* digest = nullptr);
     // A message on dark frames in the files, which no command uses; empty if the files hold no dark frames.
     std::string unusedDarks() const { return darks.text(); }
     // "PATH, frame N", the frame counted in its file.

@@ -27,7 +27,8 @@ void swapBytes(std::span<std::byte> pixels, std::size_t pixelBytes) {
 
 } // namespace
 
-TiffFile::TiffFile(const std::string& path) : file{FileDescriptor::openForReading(path)}, tiff{path} {
+TiffFile::TiffFile(const std::string& path)
+    : file{FileDescriptor::openForReading(path)}, tiff{path}, isSwapped{TIFFIsByteSwapped(tiff.get()) != 0} {
     fileInfo.path = path;
     fileInfo.format = "TIFF";
     gatherPages();
@@ -81,7 +82,7 @@ zt::u64 TiffFile::gatherLikeLast(std::unordered_set<zt::u64>& directories) {
 // The library treats a truncated link as the end of the pages.
 TiffDirectory TiffFile::readDirectory(zt::u64 offset) const {
     try {
-        return {file, {TIFFIsBigTIFF(tiff.get()) != 0, TIFFIsByteSwapped(tiff.get()) != 0}, offset};
+        return {file, {TIFFIsBigTIFF(tiff.get()) != 0, isSwapped}, offset};
     } catch (const Error&) {
         throw Error(where(static_cast<zt::u32>(pages.size() - 1)) +
                     ": the file is truncated after this page");
@@ -111,23 +112,37 @@ void TiffFile::checkLikeFirst(const TiffPage& page, const std::string& name) con
                     "; the frames of one file must be alike");
 }
 
-void TiffFile::readImage(zt::u32 frame, zt::u32, std::span<std::byte> pixels) {
+const TiffPage& TiffFile::pageOf(zt::u32 frame) const {
     const bool isStack = pages.front().images > 1;
-    const TiffPage& page = pages.at(isStack ? 0 : frame);
+    return pages.at(isStack ? 0 : frame);
+}
+
+// Of a page whose pixels are contiguous.
+zt::u64 TiffFile::pixelOffset(const TiffPage& page, zt::u32 frame) const {
+    return *page.pixelOffset + (page.images > 1 ? frame * page.imageBytes() : 0);
+}
+
+std::optional<FrameFile::RawImage> TiffFile::rawImage(zt::u32 frame, zt::u32) const {
+    const TiffPage& page = pageOf(frame);
+    if (!page.pixelOffset || isSwapped)
+        return std::nullopt;
+    return RawImage{file, pixelOffset(page, frame)};
+}
+
+void TiffFile::readStored(zt::u32 frame, zt::u32, std::span<std::byte> pixels) {
+    const TiffPage& page = pageOf(frame);
     if (page.pixelOffset)
-        return readDirectly(page, frame, pixels);
+        return readSwapped(page, frame, pixels);
     if (TIFFCurrentDirOffset(tiff.get()) != page.directoryOffset &&
         TIFFSetSubDirectory(tiff.get(), page.directoryOffset) != 1)
         throw Error(where(frame) + ": cannot be read" + tiff.reason());
     TIFFIsTiled(tiff.get()) ? readTiles(where(frame), pixels) : readStrips(where(frame), pixels);
 }
 
-void TiffFile::readDirectly(const TiffPage& page, zt::u32 frame, std::span<std::byte> pixels) const {
-    const zt::u64 before = page.images > 1 ? frame * page.imageBytes() : 0;
-    if (const auto failure = file.tryReadAt(*page.pixelOffset + before, pixels))
+void TiffFile::readSwapped(const TiffPage& page, zt::u32 frame, std::span<std::byte> pixels) const {
+    if (const auto failure = file.tryReadAt(pixelOffset(page, frame), pixels))
         throw Error(where(frame) + ": " + *failure);
-    if (TIFFIsByteSwapped(tiff.get()))
-        swapBytes(pixels, pixelSize(page.pixelType));
+    swapBytes(pixels, pixelSize(page.pixelType));
 }
 
 void TiffFile::readStrips(const std::string& page, std::span<std::byte> pixels) const {

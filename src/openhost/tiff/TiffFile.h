@@ -16,20 +16,23 @@ public:
     // Examines every page, so that a truncated file is detected here and frames can be read in any order.
     explicit TiffFile(const std::string& path);
 
-    void readImage(zt::u32 frame, zt::u32 subFrame, std::span<std::byte> pixels) override;
-
 private:
+    std::optional<RawImage> rawImage(zt::u32 frame, zt::u32 subFrame) const override;
+    void readStored(zt::u32 frame, zt::u32 subFrame, std::span<std::byte> pixels) override;
+    const TiffPage& pageOf(zt::u32 frame) const;
+    zt::u64 pixelOffset(const TiffPage& page, zt::u32 frame) const;
     void gatherPages();
     zt::u64 gatherLikeLast(std::unordered_set<zt::u64>& directories);
     TiffDirectory readDirectory(zt::u64 offset) const;
     void gatherStack();
     void checkLikeFirst(const TiffPage& page, const std::string& name) const;
-    void readDirectly(const TiffPage& page, zt::u32 frame, std::span<std::byte> pixels) const;
+    void readSwapped(const TiffPage& page, zt::u32 frame, std::span<std::byte> pixels) const;
     void readStrips(const std::string& page, std::span<std::byte> pixels) const;
     void readTiles(const std::string& page, std::span<std::byte> pixels);
 
     FileDescriptor file;
     TiffHandle tiff;
+    bool isSwapped; // to the other byte order
     std::vector<TiffPage> pages;
     std::vector<std::byte> tile;
 };

@@ -2,6 +2,7 @@
 
 #include "base/Error.h"
 #include "base/FileContent.h"
+#include "base/Resources.h"
 #include "batch/BatchProgress.h"
 #include "frame/FrameOutput.h"
 #include "model/BatchOptions.h"
@@ -16,7 +17,6 @@
 #include <QMessageBox>
 #include <QPushButton>
 #include <QSpinBox>
-#include <QThread>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -60,9 +60,10 @@ void BatchPane::dressFields() {
     outputEdit->setObjectName("edOutput");
     outputEdit->setPlaceholderText("Output: .h5, .hdf5, .nxs, .tif or .tiff");
     jobs->setObjectName("sbJobs");
-    jobs->setRange(1, std::max(1, 2 * QThread::idealThreadCount()));
-    jobs->setValue(std::max(1, QThread::idealThreadCount()));
-    jobs->setToolTip("Frames corrected at the same time. The number does not change the output.");
+    jobs->setRange(0, static_cast<int>(2 * availableProcessors()));
+    jobs->setSpecialValueText(QString("Automatic (%1)").arg(availableProcessors()));
+    jobs->setToolTip("Frames corrected at the same time; automatic is one per processor. The number does not "
+                     "change the output.");
     pixelType->setObjectName("cbType");
     pixelType->addItem("32 bit", "f32");
     pixelType->addItem("64 bit", "f64");
@@ -173,7 +174,8 @@ void BatchPane::begin(RunOptions options) {
     if (!askForFolder(options) || !askForExisting(options))
         return;
     options.plugin = plugin;
-    options.jobs = static_cast<unsigned>(jobs->value());
+    if (jobs->value() != 0)
+        options.jobs = static_cast<unsigned>(jobs->value());
     options.outputType = pixelType->currentData().toString().toStdString();
     outputRow->setEnabled(false);
     progress->begin(QFileInfo(output()).fileName());

@@ -51,6 +51,25 @@ TEST(Frame, HasRoomForARowAndOneBehindThePixelsOfEveryType) {
             });
 }
 
+TEST(Frame, ChangesWithoutItsClone) {
+    const std::vector<double> before = {1, 2, 3};
+    const auto cloneOf = [](const FramePtr& frame) { return FramePtr(static_cast<Frame*>(frame->clone())); };
+    const FramePtr frame = frameOf(zt::DT_DOUBLE, before);
+    const FramePtr first = cloneOf(frame);
+    first->multiplyBy(2);
+    EXPECT_THAT(frame->pixels<double>(), ElementsAreArray(before));
+    const FramePtr second = cloneOf(frame);
+    frame->pixels<double>()[0] = 9;
+    EXPECT_THAT(second->pixels<double>(), ElementsAreArray(before));
+    // An address that was handed out earlier.
+    double* const pixels = second->doubleData(0.0);
+    const FramePtr third = cloneOf(second);
+    pixels[1] = 9;
+    EXPECT_THAT(third->pixels<double>(), ElementsAreArray(before));
+    EXPECT_THAT(second->pixels<double>(), ElementsAre(1, 9, 3));
+    EXPECT_THAT(first->pixels<double>(), ElementsAre(2, 4, 6));
+}
+
 TEST(Frame, KeepsARoomOfZerosThroughCloneAndConversion) {
     { // leaves a block in the pool that is anything but zero
         const FramePtr dirty = Frame::create(5, 3, zt::DT_DOUBLE);

@@ -1,9 +1,12 @@
-#include "base/MemoryBudget.h"
+#include "base/Resources.h"
 
 #include <algorithm>
 #include <fstream>
 #include <limits>
+#include <sched.h>
 #include <string>
+#include <sys/resource.h>
+#include <thread>
 #include <unistd.h>
 
 namespace ombrel {
@@ -40,6 +43,32 @@ zt::u64 freeInGroup() {
 
 } // namespace
 
+namespace {
+
+unsigned allowedProcessors() {
+    cpu_set_t allowed;
+    // Fails on machines with more processors than the set has bits.
+    if (::sched_getaffinity(0, sizeof allowed, &allowed) != 0)
+        return std::thread::hardware_concurrency();
+    return static_cast<unsigned>(CPU_COUNT(&allowed));
+}
+
+// "QUOTA PERIOD", the time on processors in a time on the clock, or "max PERIOD".
+unsigned processorsOfGroup() {
+    std::ifstream file("/sys/fs/cgroup/cpu.max");
+    zt::u64 quota = 0;
+    zt::u64 period = 0;
+    if (!(file >> quota >> period) || period == 0)
+        return std::numeric_limits<unsigned>::max();
+    return static_cast<unsigned>((quota + period - 1) / period);
+}
+
+} // namespace
+
+unsigned availableProcessors() {
+    return std::max(1U, std::min(allowedProcessors(), processorsOfGroup()));
+}
+
 zt::u64 availableMemory() {
     return std::min(freeOnMachine(), freeInGroup());
 }
@@ -50,6 +79,20 @@ zt::u64 residentMemory() {
     zt::u64 resident = 0;
     file >> total >> resident;
     return resident * static_cast<zt::u64>(::sysconf(_SC_PAGESIZE));
+}
+
+zt::u64 peakMemory() {
+    rusage usage{};
+    ::getrusage(RUSAGE_SELF, &usage);
+    return static_cast<zt::u64>(usage.ru_maxrss) << 10;
+}
+
+std::string processorName() {
+    std::ifstream file("/proc/cpuinfo");
+    for (std::string line; std::getline(file, line);)
+        if (line.starts_with("model name"))
+            return line.substr(std::min(line.find(": "), line.size() - 2) + 2);
+    return {};
 }
 
 } // namespace ombrel
