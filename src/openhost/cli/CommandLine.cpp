@@ -36,6 +36,7 @@ int runCommandLine(int argc, char** argv, Console& console) {
     addCalibrateCommand(context);
     addWindowCommands(context);
     addSimulateCommand(context);
+    addBenchCommand(context);
 
     return runProgram(program, argc, argv, console, exitCode);
 }

@@ -16,6 +16,7 @@ struct CommandContext {
     int& exitCode;
 };
 
+void addBenchCommand(const CommandContext& context);
 void addCalibrateCommand(const CommandContext& context);
 void addFiltersCommand(const CommandContext& context);
 void addInfoCommand(const CommandContext& context);

@@ -241,28 +241,26 @@ int correctFrames(const RunOptions& options, Console& console) {
     return options.dryRun ? dryRun(run.stack, run.range, run.workers, options, console) : walk(run, console);
 }
 
-namespace {
-
-// Options that select what is corrected, and how.
-void addCorrectionOptions(CLI::App& command, RunOptions& options) {
-    command
+CLI::Option* addInputOption(CLI::App& command, RunOptions& options) {
+    return command
         .add_option("INPUT", options.inputs,
                     "Frame files; of an HDF5 file one dataset by FILE::/path/of/dataset")
-        ->required()
         ->type_name("FILE");
-    command.add_option("-o,--output", options.output, "Output: .h5, .hdf5, .nxs, .tif or .tiff")
-        ->required()
-        ->type_name("FILE");
-    command
+}
+
+CLI::Option* addFilterOption(CLI::App& command, RunOptions& options) {
+    return command
         .add_option_function<std::vector<std::string>>(
             "-f,--filter",
             [&options](const std::vector<std::string>& texts) {
                 std::ranges::transform(texts, std::back_inserter(options.links), LinkOptions::parse);
             },
             "A filter, with its settings; repeat it for a chain")
-        ->required()
         ->allow_extra_args(false)
         ->type_name("NAME[=SETTINGS.xml]");
+}
+
+void addCorrectionOptions(CLI::App& command, RunOptions& options) {
     command
         .add_option("-p,--param", options.params, "Set a parameter after all settings are loaded; repeatable")
         ->allow_extra_args(false)
@@ -279,6 +277,17 @@ void addCorrectionOptions(CLI::App& command, RunOptions& options) {
     command.add_flag("--replace", options.replace, "Correct in place instead of asking for a copy");
 }
 
+void addDeviceOptions(CLI::App& command, RunOptions& options) {
+    command.add_option("--device-type", options.deviceType, "Type of the device that the filters see")
+        ->check(wholeNumber<int>())
+        ->type_name("N")
+        ->capture_default_str();
+    command.add_option("--device-mask", options.deviceMask, "Pixel mask of the device: a frame, 0 is masked")
+        ->type_name("FILE");
+}
+
+namespace {
+
 // Options of the run and its reports.
 void addRunOptions(CLI::App& command, RunOptions& options) {
     CLI::Option* force =
@@ -286,12 +295,7 @@ void addRunOptions(CLI::App& command, RunOptions& options) {
     command.add_flag("--resume", options.resume, "Resume an incomplete output")->excludes(force);
     command.add_flag("--dry-run", options.dryRun, "Check everything, and change nothing");
     addJobsOption(command, options.jobs, "; the output is the same for every number");
-    command.add_option("--device-type", options.deviceType, "Type of the device that the filters see")
-        ->check(wholeNumber<int>())
-        ->type_name("N")
-        ->capture_default_str();
-    command.add_option("--device-mask", options.deviceMask, "Pixel mask of the device: a frame, 0 is masked")
-        ->type_name("FILE");
+    addDeviceOptions(command, options);
     command.add_flag("--no-choice", options.noChoice,
                      "Do not record which grid point AdaptiveFF chose for each frame");
     command.add_option("--report", options.report, "Write figures of each frame as JSON")
@@ -308,6 +312,11 @@ void addRunOptions(CLI::App& command, RunOptions& options) {
 void addRunCommand(const CommandContext& context) {
     auto options = std::make_shared<RunOptions>();
     CLI::App* command = context.program.add_subcommand("run", "Pass frames through a chain of filters");
+    addInputOption(*command, *options)->required();
+    command->add_option("-o,--output", options->output, "Output: .h5, .hdf5, .nxs, .tif or .tiff")
+        ->required()
+        ->type_name("FILE");
+    addFilterOption(*command, *options)->required();
     addCorrectionOptions(*command, *options);
     addRunOptions(*command, *options);
     command->footer(

@@ -11,6 +11,11 @@
 #include <string>
 #include <vector>
 
+namespace CLI {
+class App;
+class Option;
+} // namespace CLI
+
 namespace ombrel::cli {
 
 // The part of a report that describes the whole run.
@@ -35,6 +40,12 @@ int dryRun(FrameStack& stack, const FrameRange& range, WorkerChains& workers, co
 int runFrames(const RunOptions& options, Console& console);
 // Like runFrames(), but without checking the paths and opening the log, for callers that have done so.
 int correctFrames(const RunOptions& options, Console& console);
+
+// Options of a run that other commands share: its inputs, its filters, how they correct, and the device.
+CLI::Option* addInputOption(CLI::App& command, RunOptions& options);
+CLI::Option* addFilterOption(CLI::App& command, RunOptions& options);
+void addCorrectionOptions(CLI::App& command, RunOptions& options);
+void addDeviceOptions(CLI::App& command, RunOptions& options);
 
 // Throws UsageError when the suffix of an output selects no format.
 void checkOutputName(const std::string& output);
