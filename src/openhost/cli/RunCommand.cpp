@@ -161,6 +161,8 @@ int finish(const RunSetup& run, const BatchResult& result, const Progress& progr
     const std::string loss = run.workers.choices ? run.workers.choices->loss() : "";
     if (!loss.empty())
         console.message(loss);
+    if (run.workers.choices)
+        console.warning(run.workers.choices->drift());
     const bool failedBefore = run.begun && std::ranges::any_of(run.begun->rows, &FrameRow::failed);
     return result.failed == 0 && !failedBefore && !result.stopped && loss.empty() ? EXIT_ALL_DONE
                                                                                   : EXIT_FAILED;

@@ -59,6 +59,15 @@ zt::u64 hashOf(const QJsonObject& json, const QString& key) {
 
 } // namespace
 
+std::string sidesText(GridSides sides) {
+    constexpr const char* names[] = {"V below", "V above", "T below", "T above", "E below", "E above"};
+    std::string text;
+    for (unsigned bit = 0; bit < std::size(names); ++bit)
+        if ((sides >> bit & 1u) != 0)
+            text += (text.empty() ? "" : ", ") + std::string(names[bit]);
+    return text;
+}
+
 QJsonObject toJson(const FrameRow& row) {
     QJsonObject json;
     insertHash(json, "input_hash", row.inputHash);
@@ -73,6 +82,10 @@ QJsonObject toJson(const FrameRow& row) {
         json.insert("grid", toJson(row.choice->best));
         json.insert("grid_next", toJson(row.choice->next));
         json.insert("grid_ambiguous", row.choice->ambiguous);
+        if (row.choice->outside != 0) {
+            json.insert("grid_outside", QString::fromStdString(sidesText(row.choice->outside)));
+            json.insert("grid_outside_sides", row.choice->outside);
+        }
     }
     return json;
 }
@@ -89,7 +102,8 @@ FrameRow frameRowFromJson(const QJsonObject& json) {
     if (json.contains("grid"))
         row.choice = SelectedFlatField{pointFromJson(json.value("grid").toObject()),
                                        pointFromJson(json.value("grid_next").toObject()),
-                                       json.value("grid_ambiguous").toBool()};
+                                       json.value("grid_ambiguous").toBool(),
+                                       static_cast<GridSides>(json.value("grid_outside_sides").toInt())};
     return row;
 }
 

@@ -19,11 +19,17 @@ struct ScoredPoint {
     double value = 0;
 };
 
+// Sides of a grid, a bit each: V below the grid (1), V above it (2), then T and E.
+using GridSides = zt::u8;
+// "V below, E above"; empty for none.
+std::string sidesText(GridSides sides);
+
 // The grid point chosen by a search of the adaptive filter, and the second best.
 struct SelectedFlatField {
     ScoredPoint best;
     ScoredPoint next;       // all NaN if there was only one candidate
     bool ambiguous = false; // both values are equal in the precision of the filter's log
+    GridSides outside = 0;  // sides of the grid beyond which a better flat field would lie
 };
 
 // The data that an output stores for a frame besides its pixels.

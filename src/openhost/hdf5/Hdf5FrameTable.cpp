@@ -78,10 +78,11 @@ StoredFrameRow storedRow(const FrameRow& row) {
     stored.seconds = row.seconds;
     stored.best = stored.next = {notANumber, notANumber, notANumber, notANumber};
     if (row.choice) {
-        const auto& [best, next, ambiguous] = *row.choice;
+        const auto& [best, next, ambiguous, outside] = *row.choice;
         stored.best = {best.v, best.t, best.e, best.value};
         stored.next = {next.v, next.t, next.e, next.value};
         stored.ambiguous = ambiguous;
+        stored.outside = outside;
     }
     stored.failed = row.failed;
     storeReason(row.reason, stored.reason);
@@ -100,7 +101,8 @@ FrameRow frameRow(const StoredFrameRow& stored) {
     if (!std::isnan(stored.best.value))
         row.choice = SelectedFlatField{{stored.best.v, stored.best.t, stored.best.e, stored.best.value},
                                        {stored.next.v, stored.next.t, stored.next.e, stored.next.value},
-                                       stored.ambiguous != 0};
+                                       stored.ambiguous != 0,
+                                       stored.outside};
     return row;
 }
 
@@ -117,6 +119,7 @@ Hdf5Type storedRowType() {
     insertPoint(compound, "grid", offsetof(StoredFrameRow, best));
     insertPoint(compound, "grid_next", offsetof(StoredFrameRow, next));
     insert(compound, "grid_ambiguous", offsetof(StoredFrameRow, ambiguous), H5T_NATIVE_UINT8);
+    insert(compound, "grid_outside", offsetof(StoredFrameRow, outside), H5T_NATIVE_UINT8);
     insert(compound, "failed", offsetof(StoredFrameRow, failed), H5T_NATIVE_UINT8);
     insert(compound, "reason", offsetof(StoredFrameRow, reason), text);
     return compound;

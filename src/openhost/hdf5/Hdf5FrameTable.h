@@ -31,7 +31,8 @@ struct StoredFrameRow {
     zt::u8 ambiguous;
     zt::u8 failed;
     char reason[reasonBytes];
-    char unused[7];
+    zt::u8 outside;
+    char unused[6];
 };
 
 StoredFrameRow storedRow(const FrameRow& row);

@@ -3,6 +3,7 @@
 #include "base/AtomicFile.h"
 #include "base/Error.h"
 #include "base/Numbers.h"
+#include "run/GridDrift.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -101,6 +102,10 @@ constexpr const char* logKey = "LogQualityValuesFile";
 
 } // namespace
 
+SelectionLogs::SelectionLogs() : driftNotes(std::make_unique<DriftNotes>()) {}
+
+SelectionLogs::~SelectionLogs() = default;
+
 void SelectionLogs::redirect(zt::ISettings& settings, std::size_t worker) {
     if (const std::string named = settings.getString(group, logKey, ""); !named.empty())
         userFile = named;
@@ -125,7 +130,17 @@ std::optional<SelectedFlatField> SelectionLogs::read(std::size_t worker, zt::u64
         lastFrame = frame;
         lastText = text;
     }
-    return choiceOf(readQualityLog(text));
+    const auto candidates = readQualityLog(text);
+    auto choice = choiceOf(candidates);
+    if (choice) {
+        choice->outside = sidesOutside(candidates);
+        driftNotes->add(frame, choice->outside);
+    }
+    return choice;
+}
+
+std::string SelectionLogs::drift() const {
+    return driftNotes->text();
 }
 
 std::string SelectionLogs::loss() const {

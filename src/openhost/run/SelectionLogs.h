@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -47,11 +48,16 @@ bool isWholeQualityLog(const std::string& text);
 // The first candidate with the least value, and the second best; nothing without candidates.
 std::optional<SelectedFlatField> choiceOf(const std::vector<QualityValue>& candidates);
 
+class DriftNotes;
+
 // Records the choices of the adaptive filters of a run's workers. Only their logs of quality values contain
 // them, so each worker gets a separate log. A log file named by the user receives the log of the last
 // frame, as it would without recording.
 class SelectionLogs {
 public:
+    SelectionLogs();
+    ~SelectionLogs();
+
     // Redirects the worker's log, before its filter loads the settings. Throws Error.
     void redirect(zt::ISettings& settings, std::size_t worker);
     void setUserFile(const std::string& path) { userFile = path; }
@@ -60,6 +66,8 @@ public:
     std::optional<SelectedFlatField> read(std::size_t worker, zt::u64 frame);
     // Why choices are missing, in one line; empty if all were read.
     std::string loss() const;
+    // The frames outside of the grid, in one line; empty if there are none.
+    std::string drift() const;
     // Throws Error.
     void copyToUserFile() const;
 
@@ -71,6 +79,7 @@ private:
     std::string lastText; // of that frame
     zt::u64 framesLost = 0;
     zt::u64 firstLost = 0;
+    std::unique_ptr<DriftNotes> driftNotes;
 };
 
 } // namespace ombrel
