@@ -3,6 +3,8 @@
 #include "fixtures/Program.h"
 #include "frame/Statistics.h"
 
+#include <numeric>
+
 namespace {
 
 // A calibration of one kind, and the frames that its filter makes.
@@ -255,4 +257,51 @@ TEST_F(BeamHardening, LeavesPhotonStatisticsInASimulatedSet) {
         }
     EXPECT_LT(std::abs(sum / count), 0.1);
     EXPECT_THAT(std::sqrt(squares / count), DoubleNear(1, 0.15));
+}
+
+// Frames at high count rates, of which a paralysable dead time takes a fifth.
+TEST(CountRate, BringsBackTheFluxOfEveryPixel) {
+    const TemporaryFolder folder;
+    const std::string set = folder / "set/", settings = folder / "rate.xml", output = folder / "out.h5";
+    runWell({"simulate", set, "--size", "64x64", "--frames", "1", "--grid-steps", "0", "--wedge-steps", "0",
+             "--dead-time", "100", "-q"});
+    std::vector<std::string> arguments{"calibrate", "count-rate", "-o", settings};
+    for (const std::string flux : {"1.8", "2", "2.2", "2.4", "2.6", "2.8"})
+        arguments.insert(arguments.end(), {"--flux", flux + "=" + set + "count-rate-" + flux + ".h5"});
+    runWell(arguments);
+    runWell({"run", "-q", "-f", "Beam-hardening=" + settings, set + "count-rate-frames.h5", "-o", output,
+             "--output-type", "f64"});
+    const auto counts = readAllFrames(set + "count-rate-frames.h5");
+    const auto fluxes = readAllFrames(output);
+    constexpr std::size_t size = 64 * 64, framesPerFlux = 10;
+    for (std::size_t part = 0; const double truth : {2.0, 2.1, 2.3, 2.5, 2.6}) {
+        std::vector<double> means; // of the frames of that flux, for each pixel
+        for (std::size_t pixel = 0; pixel < size; ++pixel) {
+            double sum = 0;
+            for (std::size_t frame = 0; frame < framesPerFlux; ++frame)
+                sum += fluxes[(part * framesPerFlux + frame) * size + pixel];
+            const double count = counts[part * framesPerFlux * size + pixel];
+            if (count > 1e6 && count < 3e6) // neither dead nor hot
+                means.push_back(sum / framesPerFlux / truth);
+        }
+        ++part;
+        ASSERT_GT(means.size(), size * 9 / 10);
+        const double mean =
+            std::accumulate(means.begin(), means.end(), 0.0) / static_cast<double>(means.size());
+        double squares = 0;
+        for (const double value : means)
+            squares += (value - mean) * (value - mean);
+        EXPECT_NEAR(mean, 1, 0.005) << truth;
+        EXPECT_LT(std::sqrt(squares / static_cast<double>(means.size())), 0.003) << truth;
+    }
+
+    const std::string low = "1=" + set + "count-rate-2.6.h5", high = "2=" + set + "count-rate-1.8.h5";
+    expectRefusal(runOmbrel({"calibrate", "count-rate", "--flux", low, "-o", folder / "a.xml"}), 2,
+                  "at least two");
+    expectRefusal(runOmbrel({"calibrate", "count-rate", "--flux", "2", "-o", folder / "a.xml"}), 2,
+                  "FLUX=FILE");
+    expectRefusal(
+        runOmbrel({"calibrate", "count-rate", "--flux", low, "--flux", high, "-o", folder / "a.xml"}), 1,
+        "most pixels count no more");
+    EXPECT_FALSE(std::filesystem::exists(folder / "a.xml"));
 }

@@ -30,14 +30,15 @@ std::vector<std::string> splitAtCommas(const std::string& text) {
     return parts;
 }
 
-ThicknessMask parseThicknessMask(const std::string& text) {
+ThicknessMask parseThicknessMask(const std::string& text, const MaskWords& words) {
     const auto equals = text.find('=');
     const auto thickness = readNumber<double>(text.substr(0, equals));
     if (equals == std::string::npos || !thickness || !std::isfinite(*thickness))
-        throw UsageError("--mask " + text + ": not a mask; write THICKNESS=FILE[,FILE...]");
+        throw UsageError(words.option + " " + text + ": not of the form " + words.value + "=FILE[,FILE...]");
     ThicknessMask mask{*thickness, splitAtCommas(text.substr(equals + 1))};
     if (std::ranges::find(mask.files, "") != mask.files.end())
-        throw UsageError("--mask " + text + ": a file has no name; write THICKNESS=FILE[,FILE...]");
+        throw UsageError(words.option + " " + text + ": a file has no name; write " + words.value +
+                         "=FILE[,FILE...]");
     return mask;
 }
 
@@ -53,16 +54,17 @@ double timeOf(const Frame& frame, const std::string& where) {
 
 } // namespace
 
-std::vector<ThicknessMask> parseThicknessMasks(const std::vector<std::string>& texts) {
+std::vector<ThicknessMask> parseThicknessMasks(const std::vector<std::string>& texts,
+                                               const MaskWords& words) {
     std::vector<ThicknessMask> masks;
     for (const std::string& text : texts)
-        masks.push_back(parseThicknessMask(text));
+        masks.push_back(parseThicknessMask(text, words));
     std::ranges::stable_sort(masks, {}, &ThicknessMask::thickness);
     const auto twice = std::ranges::adjacent_find(masks, {}, &ThicknessMask::thickness);
     if (twice != masks.end()) {
         const std::string thickness = numberText(twice->thickness);
-        throw UsageError("--mask " + thickness + "=... is given twice; write --mask " + thickness +
-                         "=FILE,FILE for files that belong together");
+        throw UsageError(words.option + " " + thickness + "=... is given twice; write " + words.option + " " +
+                         thickness + "=FILE,FILE for files that belong together");
     }
     return masks;
 }
@@ -88,6 +90,16 @@ MaskSum sumFrames(FrameStack& stack, std::span<const std::size_t> frames, std::o
     return sum;
 }
 
+// The sum gets a path known only to the host, so that frames of every pixel type can make a mask.
+void addMask(Session& session, IBHFilter& filter, double thickness, MaskSum sum) {
+    const std::string name = "<Mask of " + numberText(thickness) + ">";
+    session.host().frames().defineFrame(name, std::move(sum.frame));
+    const int code = filter.addMaskFromFile(name.c_str(), thickness, sum.seconds);
+    session.host().frames().undefine(name);
+    if (code != 0)
+        throw Error("the filter returned no mask for " + numberText(thickness));
+}
+
 namespace {
 
 std::vector<std::string> filesOf(const std::vector<ThicknessMask>& masks) {
@@ -95,16 +107,6 @@ std::vector<std::string> filesOf(const std::vector<ThicknessMask>& masks) {
     for (const ThicknessMask& mask : masks)
         files.insert(files.end(), mask.files.begin(), mask.files.end());
     return files;
-}
-
-// The sum gets a path known only to the host, so that frames of every pixel type can make a mask.
-void addMask(Session& session, IBHFilter& filter, const ThicknessMask& mask, MaskSum sum) {
-    const std::string name = "<Mask of thickness " + numberText(mask.thickness) + ">";
-    session.host().frames().defineFrame(name, std::move(sum.frame));
-    const int code = filter.addMaskFromFile(name.c_str(), mask.thickness, sum.seconds);
-    session.host().frames().undefine(name);
-    if (code != 0)
-        throw Error(mask.files.front() + ": the filter returned no mask");
 }
 
 // A thicker mask is brighter if two masks were mixed up, or if the given times are wrong.
@@ -136,7 +138,7 @@ void addMasks(const MaskMaker& maker, const std::vector<ThicknessMask>& masks,
         if (k > 0 && rate >= rateBefore)
             warnOfBrighter(masks[k], rate, masks[k - 1], rateBefore, maker.console);
         rateBefore = rate;
-        addMask(maker.session, maker.filter, masks[k], std::move(sum));
+        addMask(maker.session, maker.filter, masks[k].thickness, std::move(sum));
     }
 }
 

@@ -2,7 +2,9 @@
 
 #include "base/Console.h"
 #include "calibration/CalibrateOptions.h"
+#include "host/Session.h"
 #include "stack/FrameStack.h"
+#include "zt/IPrivateFilters.h"
 
 #include <optional>
 #include <span>
@@ -17,9 +19,16 @@ struct ThicknessMask {
     std::vector<std::string> files;
 };
 
+// The words of messages about such an option.
+struct MaskWords {
+    std::string option = "--mask";
+    std::string value = "THICKNESS";
+};
+
 // Parses "THICKNESS=FILE[,FILE...]" texts and sorts them by ascending thickness. Throws UsageError for a
 // malformed text or a repeated thickness.
-std::vector<ThicknessMask> parseThicknessMasks(const std::vector<std::string>& texts);
+std::vector<ThicknessMask> parseThicknessMasks(const std::vector<std::string>& texts,
+                                               const MaskWords& words = {});
 
 // A sum of frames, in double; its time is the sum of their times.
 struct MaskSum {
@@ -33,6 +42,9 @@ struct MaskSum {
 // Sums those frames of the stack. `acqTime` is that of each frame; without it, each frame must have its own.
 // Throws Error.
 MaskSum sumFrames(FrameStack& stack, std::span<const std::size_t> frames, std::optional<double> acqTime);
+
+// Adds a mask to the filter; its order is that of the calls. Throws Error.
+void addMask(Session& session, IBHFilter& filter, double thickness, MaskSum sum);
 
 // The command line of `ombrel calibrate beam-hardening`.
 struct BeamHardeningOptions : CalibrateOptions {

@@ -4,6 +4,7 @@
 #include "base/Error.h"
 #include "calibration/AdaptiveCalibration.h"
 #include "calibration/BeamHardeningCalibration.h"
+#include "calibration/CountRateCalibration.h"
 #include "calibration/FlatFieldCalibration.h"
 
 #include <CLI/CLI.hpp>
@@ -30,6 +31,7 @@ void addCalibrateCommand(const CommandContext& context) {
     addAdaptiveCalibration(*command, context);
     addFlatFieldCalibration(*command, context);
     addBeamHardeningCalibration(*command, context);
+    addCountRateCalibration(*command, context);
 }
 
 namespace {
@@ -159,6 +161,31 @@ void addBeamHardeningCalibration(CLI::App& calibrate, const CommandContext& cont
         "--acq-time 2 -o bh.xml\n"
         "  ombrel run -f Beam-hardening=bh.xml frames.tif --acq-time 2 -o thickness.h5");
     command->callback([=, &console = context.console] { calibrateBeamHardening(*options, console); });
+}
+
+void addCountRateCalibration(CLI::App& calibrate, const CommandContext& context) {
+    auto options = std::make_shared<CountRateOptions>();
+    CLI::App* command = calibrate.add_subcommand(
+        "count-rate", "Settings of Beam-hardening that return the flux of frames with lost counts");
+    command
+        ->add_option(
+            "--flux", options->fluxes,
+            "Frames of the whole detector at a known relative flux, which are summed; repeat it for each "
+            "flux. Results have the unit of these fluxes")
+        ->required()
+        ->allow_extra_args(false)
+        ->type_name("FLUX=FILE[,FILE...]");
+    addCalibrateOptions(*command, *options);
+    command
+        ->add_option("--acq-time", options->acqTime, "Acquisition time of every frame, for files without it")
+        ->check(numberAboveZero())
+        ->type_name("SECONDS");
+    command->add_flag("--no-interpolate", options->noInterpolation, "Leave bad pixels as they are");
+    command->footer("Example:\n"
+                    "  ombrel calibrate count-rate --flux 1=low.h5 --flux 1.5=middle.h5 --flux 2=high.h5 -o "
+                    "rate.xml\n"
+                    "  ombrel run -f Beam-hardening=rate.xml frames.h5 -o flux.h5");
+    command->callback([=, &console = context.console] { calibrateCountRate(*options, console); });
 }
 
 } // namespace ombrel::cli

@@ -18,6 +18,7 @@ namespace {
 struct SimulateOptions {
     simulation::SetPlan plan;
     std::string size = "256x256";
+    std::string deadTimeKind = "paralysable";
     bool force = false;
     bool quiet = false;
 };
@@ -36,6 +37,7 @@ void simulate(SimulateOptions options, Console& console) {
     const FrameSize size = parseFrameSize("--size", options.size);
     options.plan.width = size.width;
     options.plan.height = size.height;
+    options.plan.isParalysable = options.deadTimeKind == "paralysable";
     checkFiles(options, console);
     Progress progress(console, simulation::imagesOf(options.plan), options.quiet);
     simulation::writeSet(options.plan, [&] { progress.advance(); });
@@ -76,6 +78,19 @@ void addSimulateCommand(const CommandContext& context) {
                      "Thicknesses of the wedge for the beam-hardening filter, 0.3 mm apart; 0: no wedge")
         ->check(wholeNumber(0, 20))
         ->type_name("N")
+        ->capture_default_str();
+    command
+        ->add_option("--dead-time", options->plan.deadTime,
+                     "Dead time of a pixel after a count, for frames of high count rates; 0: no such frames")
+        ->check(numberCheck<double>("a number from 0 to 300",
+                                    [](double time) { return time >= 0 && time <= 300; }))
+        ->type_name("NS")
+        ->capture_default_str();
+    command
+        ->add_option("--dead-time-kind", options->deadTimeKind,
+                     "Whether a photon that is not counted prolongs the dead time")
+        ->check(CLI::IsMember({"paralysable", "non-paralysable"}).description(""))
+        ->type_name("paralysable|non-paralysable")
         ->capture_default_str();
     command->add_option("--seed", options->plan.seed, "Another seed gives another detector and other noise")
         ->check(wholeNumber<std::uint64_t>())

@@ -24,4 +24,27 @@ public:
     void write(const SetContext& context) const override;
 };
 
+// Time after a count in which a pixel does not count another photon. If it is paralysable, a photon that
+// arrives meanwhile starts it again (G. F. Knoll, Radiation Detection and Measurement).
+struct DeadTime {
+    double seconds = 0;
+    bool isParalysable = true;
+
+    // Counts a second at that rate of photons.
+    double counted(double rate) const;
+};
+
+// Dead times of all pixels, 5 % from pixel to pixel.
+std::vector<DeadTime> deadTimes(const DetectorModel& detector, const DeadTime& mean, std::uint64_t seed);
+
+// For a correction of lost counts, with plan.deadTime: count-rate-1.8.h5, count-rate-2.h5, ...: frames of one
+// second, each file at one flux, in million photons a pixel and second. count-rate-frames.h5: frames to
+// correct; count-rate-frames.csv: the flux of each.
+class CountRatePart : public SetPart {
+public:
+    std::vector<std::string> files(const SetPlan& plan) const override;
+    zt::u64 images(const SetPlan& plan) const override;
+    void write(const SetContext& context) const override;
+};
+
 } // namespace ombrel::simulation

@@ -21,6 +21,7 @@ std::vector<std::unique_ptr<SetPart>> partsOf(const SetPlan&) {
     parts.push_back(std::make_unique<ImagingPart>());
     parts.push_back(std::make_unique<GridPart>());
     parts.push_back(std::make_unique<WedgePart>());
+    parts.push_back(std::make_unique<CountRatePart>());
     return parts;
 }
 
@@ -39,16 +40,21 @@ QJsonArray indexList(const std::vector<std::size_t>& pixels) {
 }
 
 QJsonObject description(const SetPlan& plan, const DetectorModel& detector) {
-    return {{"width", static_cast<qint64>(plan.width)},
-            {"height", static_cast<qint64>(plan.height)},
-            {"frames", static_cast<qint64>(plan.frames)},
-            {"flats", static_cast<qint64>(plan.flats)},
-            {"photonsPerPixelAndFrame", plan.flux},
-            {"gridSteps", static_cast<qint64>(plan.gridSteps)},
-            {"wedgeSteps", static_cast<qint64>(plan.wedgeSteps)},
-            {"seed", QString::number(plan.seed)},
-            {"deadPixels", indexList(detector.deadPixels())},
-            {"hotPixels", indexList(detector.hotPixels())}};
+    QJsonObject json{{"width", static_cast<qint64>(plan.width)},
+                     {"height", static_cast<qint64>(plan.height)},
+                     {"frames", static_cast<qint64>(plan.frames)},
+                     {"flats", static_cast<qint64>(plan.flats)},
+                     {"photonsPerPixelAndFrame", plan.flux},
+                     {"gridSteps", static_cast<qint64>(plan.gridSteps)},
+                     {"wedgeSteps", static_cast<qint64>(plan.wedgeSteps)},
+                     {"seed", QString::number(plan.seed)},
+                     {"deadPixels", indexList(detector.deadPixels())},
+                     {"hotPixels", indexList(detector.hotPixels())}};
+    if (plan.deadTime > 0) {
+        json.insert("deadTimeNanoseconds", plan.deadTime);
+        json.insert("paralysable", plan.isParalysable);
+    }
+    return json;
 }
 
 } // namespace
