@@ -108,6 +108,33 @@ TEST_F(AdaptiveSet, FollowsADriftThatNoSingleFlatFieldFits) {
         EXPECT_LT(adaptive.frames[i].value(), 1.02 * best.frames[i].value()) << "frame " << i;
 }
 
+TEST_F(AdaptiveSet, RefinesTheGridForBothSearches) {
+    const auto calibrate = [&](const std::vector<std::string>& options) {
+        std::vector<std::string> arguments{"calibrate", "adaptive", "-q", "--grid", *folder / "grid.csv"};
+        arguments.insert(arguments.end(), {"-o", *folder / "fine.xml", "--normalise", "--force"});
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        return runOmbrel(arguments);
+    };
+    const auto correctFew = [&](const std::string& search) {
+        runWell({"run", "-q", "-f", "AdaptiveFF=" + *folder / "fine.xml", "-p", "AdaptiveFF:Search=" + search,
+                 *folder / "midpoints.h5", "-o", *folder / "out.h5", "--force"});
+        return ombrel::reportOnResidual(*folder / "out.h5", *folder / "midpoints.h5",
+                                        *folder / "open-area.h5");
+    };
+    ASSERT_EQ(calibrate({"--refine", "5x6x5"}).exitCode, 0);
+    EXPECT_LT(correctFew("0").mean, 1.20);
+    const auto lookAround = calibrate({"--refine", "auto", "--set", "Search=1"});
+    ASSERT_EQ(lookAround.exitCode, 0) << lookAround.messages;
+    EXPECT_THAT(lookAround.output, HasSubstr("look-around    9 x  9 x  9"));
+    EXPECT_EQ(std::filesystem::file_size(*folder / "fine.bin"),
+              8u + 3 * (8 + 5 * 4) + 125 * (8 + 128 * 128 * 4));
+    EXPECT_NEAR(correctFew("1").mean, correctFew("0").mean, 0.01); // and none is refused
+
+    expectRefusal(calibrate({"--refine", "5x6"}), 2, "write auto, N or NxMxK");
+    expectRefusal(calibrate({"--time-per-frame", "5"}), 2, "--refine");
+    expectRefusal(calibrate({"--refine", "auto", "--frame-counts", "1"}), 1, "not worth its time");
+}
+
 TEST_F(AdaptiveSet, WritesEverySettingAndChoosesWhatWorks) {
     ombrel::Settings store(*folder / "a.xml", [](const std::string&) {});
     store.loadFile();

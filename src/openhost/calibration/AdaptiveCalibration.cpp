@@ -60,8 +60,7 @@ void warnAbout(const AdaptiveHeaps& heaps, const CalibrationGridFlats& flats, bo
     if (heaps.singleFrames() != 0)
         console.message(countText(heaps.singleFrames(), "grid point") +
                         (heaps.singleFrames() == 1 ? " has" : " have") +
-                        " a single frame, which is also its own flat field: the results for it are better "
-                        "than those for other frames");
+                        " a single frame, which is also its own flat field: no settings are tried on it");
     if (heaps.levelRatio() > levelsDiffer && !normalised) {
         char text[160];
         std::snprintf(text, sizeof text,
@@ -94,21 +93,84 @@ SettingsTree tune(const TunePlan& plan, Session& session, const AdaptiveOptions&
     AdaptiveTrial trial(session, [&] { progress.advance(); });
     AdaptiveTuner tuner(trial, console);
 
-    const TrialSet set{plan.paths.trial, plan.heaps.tests()};
-    SettingsTree settings = tuner.chooseQuality(set, plan.settings, choices);
+    const TrialSet set{
+        plan.paths.trial, plan.heaps.tests(), {plan.heaps.images(), plan.heaps.trialGrid().points().size()}};
+    const bool hasTests = !set.frames.empty();
+    SettingsTree settings = hasTests ? tuner.chooseQuality(set, plan.settings, choices)
+                                     : tuner.preferredQuality(plan.settings, choices);
     if (triesInterpolation)
         settings = tuner.chooseInterpolation({plan.paths.coarse, plan.heaps.testsBetween()}, settings);
-    tuner.showSearches(set, settings);
+    if (hasTests)
+        tuner.showSearches(set, settings);
     return settings;
 }
 
 // The settings are renamed first: until the heap follows, they refer to a heap that does not exist yet, which
 // checkHeap() refuses whatever the old settings refer to.
-void writeCalibration(AdaptiveHeaps& heaps, SettingsTree settings, const std::string& output) {
-    heaps.sync();
-    noteHeap(settings, heaps.newPath());
+void writeCalibration(CalibrationHeap& heap, SettingsTree settings, const FieldInspection& inspection,
+                      const std::string& output) {
+    heap.sync();
+    inspection.note(settings);
+    noteHeap(settings, heap.newPath());
     writeSettingsFile(settings, output);
-    heaps.commit();
+    heap.commit();
+}
+
+// What a refined calibration is made from.
+struct RefinePlan {
+    const AdaptiveHeapPlan& heapPlan;
+    const AdaptiveHeaps& heaps;
+    const AdaptiveHeapPaths& paths;
+    const TrialFolder& folder;
+    const FieldInspection& inspection;
+    std::optional<int> search; // if the user fixes it
+};
+
+// The filter's time for one flat field of the trial heap; without test frames nothing is measured.
+double secondsPerFlat(const RefinePlan& plan, SettingsTree settings, AdaptiveTrial& trial) {
+    if (plan.heaps.tests().empty())
+        return 0;
+    settings.set(adaptiveGroup, "Search", 0); // tries all
+    const double seconds = trial.secondsOf(plan.paths.trial, settings, plan.heaps.tests().front());
+    return seconds / static_cast<double>(plan.heaps.trialGrid().points().size());
+}
+
+// The processor's time for a flat field that a search tries, on the refined heap; 0 without test frames.
+double refinedSeconds(const CalibrationHeap& heap, const RefinePlan& plan, const SettingsTree& settings,
+                      std::size_t tried, AdaptiveTrial& trial) {
+    if (plan.heaps.tests().empty())
+        return 0;
+    const std::string link = plan.folder / "refined.bin";
+    std::filesystem::remove(link);
+    std::filesystem::create_symlink(std::filesystem::absolute(heap.newPath()), link);
+    return trial.secondsOf(link, settings, plan.heaps.tests().front()) / static_cast<double>(tried);
+}
+
+// Writes the refined grid in place of the measured one. Where a frame takes more time than allowed, since the
+// grid no longer fits into the processor's cache, it is made smaller.
+void writeRefined(GridRefinement& refinement, const RefinePlan& plan, SettingsTree settings, Session& session,
+                  const AdaptiveOptions& options, Console& console) {
+    constexpr int mostAttempts = 3;
+    AdaptiveTrial trial(session, [] {});
+    double perFlat = secondsPerFlat(plan, settings, trial);
+    for (int attempt = 1;; ++attempt) {
+        refinement.choose(perFlat, plan.search);
+        const RefinedGrid& grid = refinement.chosen();
+        settings.set(adaptiveGroup, "Search",
+                     grid.isForLookAround ? lookAroundSearch : plan.search.value_or(0));
+        settings.set(adaptiveGroup, "Interpolation", grid.isForLookAround ? 1 : 0);
+        CalibrationHeap heap(heapPathOf(options.output), refinement.grid(), plan.heapPlan.settings);
+        Progress writing(console, grid.written.size(), options.quiet);
+        refinement.write(heap, [&] { writing.advance(); });
+        heap.sync();
+        perFlat = 1.02 * refinedSeconds(heap, plan, settings, grid.tried, trial);
+        const double most = options.refine.timePerFrame.value_or(HUGE_VAL) / 1000;
+        if (perFlat * static_cast<double>(grid.tried) > most && attempt < mostAttempts)
+            continue;
+        console.result("\n" + refinement.surfaceText() + refinement.gridsText(perFlat));
+        writeCalibration(heap, settings, plan.inspection, options.output);
+        return;
+    }
 }
 
 } // namespace
@@ -133,10 +195,9 @@ std::vector<float> readCompensationMask(const std::string& path, zt::u32 width, 
     return {pixels.begin(), pixels.end()};
 }
 
-void calibrateAdaptive(const AdaptiveOptions& options, Console& console) {
-    checkInspection(options.inspection);
-    const std::vector<GridPoint> holes = parseHoles(options.holes);
-    const std::vector<GridRow> rows = readGridTable(options.grid);
+namespace {
+
+void checkPaths(const AdaptiveOptions& options, const std::vector<GridRow>& rows, Console& console) {
     CommandPaths paths = inputsOf(options, rows);
     const auto whenThere = options.force ? WhenThere::Replace : WhenThere::Refuse;
     paths.writes(options.output, "the settings file", whenThere);
@@ -146,6 +207,16 @@ void calibrateAdaptive(const AdaptiveOptions& options, Console& console) {
     checkSettingsOutput(options.output);
     if (const std::string heap = heapPathOf(options.output); !CalibrationHeap::mayReplace(heap))
         throw Error(heap + ": is not a calibration and is not replaced; choose another name for -o");
+}
+
+} // namespace
+
+void calibrateAdaptive(const AdaptiveOptions& options, Console& console) {
+    checkInspection(options.inspection);
+    const std::vector<GridPoint> holes = parseHoles(options.holes);
+    parseCells(options.refine.isOn() ? options.refine.cells : "auto"); // refused before anything is read
+    const std::vector<GridRow> rows = readGridTable(options.grid);
+    checkPaths(options, rows, console);
     const OutputLock lock(options.output, options.force);
     const CalibrationGrid grid = gridOf(options, rows, holes);
     CalibrationGridFlats flats(options.grid, rows);
@@ -154,25 +225,40 @@ void calibrateAdaptive(const AdaptiveOptions& options, Console& console) {
     const auto mask = readCompensationMask(options.compensationMask, flats.width(), flats.height());
     Session session(console, options.plugin, {1, flats.width(), flats.height()});
     SettingsTree settings = defaultAdaptiveSettings(session);
-    const std::set<std::string> fixed = assignSettings(settings, options.assignments);
+    std::set<std::string> fixed = assignSettings(settings, options.assignments);
+    if (options.refine.isOn() && adaptiveSetting<int>(settings, "Interpolation") != 0)
+        throw UsageError(
+            "--set Interpolation=1: not with --refine, whose grid has the points between already");
 
     const Interrupt interrupt;
     const TrialFolder folder(std::filesystem::path(options.output).parent_path());
-    const AdaptiveHeapPaths heapPaths{heapPathOf(options.output), folder / "trial.bin",
-                                      folder / "coarse.bin"};
+    const AdaptiveHeapPaths heapPaths{options.refine.isOn() ? folder / "measured.bin"
+                                                            : heapPathOf(options.output),
+                                      folder / "trial.bin", folder / "coarse.bin"};
     const HeapSettings heapSettings{.elementSize =
                                         options.element.value_or(static_cast<zt::i32>(flats.width())),
                                     .width = flats.width(),
                                     .height = flats.height(),
                                     .compensationMask = mask};
     Progress reading(console, rows.size(), options.quiet);
-    AdaptiveHeaps heaps({grid, flats, heapSettings, options.normalise}, heapPaths,
-                        [&] { reading.advance(); });
+    const AdaptiveHeapPlan heapPlan{grid, flats, heapSettings, options.normalise};
+    AdaptiveHeaps heaps(heapPlan, heapPaths, [&] { reading.advance(); });
     warnAbout(heaps, flats, options.normalise, console);
+    std::optional<GridRefinement> refinement;
+    if (options.refine.isOn()) {
+        Progress sampling(console, rows.size(), options.quiet);
+        refinement.emplace(heapPlan, options.refine, [&] { sampling.advance(); });
+        fixed.insert("Interpolation"); // between the points of the refined grid, it would only add time
+    }
     settings = tune({heaps, heapPaths, settings, fixed, std::min(flats.width(), flats.height())}, session,
                     options, console);
-    inspection.note(settings);
-    writeCalibration(heaps, settings, options.output);
+    const auto search =
+        fixed.contains("Search") ? std::optional(adaptiveSetting<int>(settings, "Search")) : std::nullopt;
+    if (refinement)
+        writeRefined(*refinement, {heapPlan, heaps, heapPaths, folder, inspection, search}, settings, session,
+                     options, console);
+    else
+        writeCalibration(heaps.wholeHeap(), settings, inspection, options.output);
     console.message(countText(rows.size(), "flat field") + ": " + options.output + " and " +
                     heapPathOf(options.output));
 }

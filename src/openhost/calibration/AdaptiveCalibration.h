@@ -4,6 +4,7 @@
 #include "base/Console.h"
 #include "calibration/CalibrateOptions.h"
 #include "calibration/CalibrationGridTable.h"
+#include "calibration/GridRefinement.h"
 #include "zt/Types.h"
 
 #include <optional>
@@ -21,6 +22,7 @@ struct AdaptiveOptions : CalibrateOptions {
     std::string compensationMask;
     bool normalise = false;
     std::vector<std::string> assignments; // "KEY=VALUE"
+    RefineOptions refine;
     bool quiet = false;
 };
 

@@ -31,9 +31,17 @@ SettingsTree settingsOf(Session& session, const std::string& path) {
 std::vector<AdaptiveTestFrame> readTests(const CalibrationGridFlats& flats, std::span<const float> mask) {
     const std::vector<bool> isTest = testPoints(flats.rows().size());
     std::vector<AdaptiveTestFrame> tests;
-    for (std::size_t row = 0; row < isTest.size(); ++row)
-        if (isTest[row])
-            tests.emplace_back(flats.rows()[row].point, flats.read(row), mask, FlatOrigin::WithTest);
+    for (std::size_t row = 0; row < isTest.size(); ++row) {
+        if (!isTest[row])
+            continue;
+        // A single frame is its own flat field, with any settings.
+        if (GridFlat flat = flats.read(row); flat.isTestKeptOut())
+            tests.emplace_back(flats.rows()[row].point, std::move(flat), mask, FlatOrigin::WithTest);
+    }
+    if (tests.empty())
+        throw Error(
+            "nothing to try: the grid points that were read have a single frame, which is its own flat "
+            "field; give each point two frames or more");
     return tests;
 }
 

@@ -48,6 +48,35 @@ std::optional<SearchOutcome> searchOutcome(const std::string& logText, const Gri
     return SearchOutcome{*own < before && *own <= after, other == *own ? 0 : (other - *own) / *own};
 }
 
+double leastShare(std::size_t right, std::size_t tried) {
+    const auto n = static_cast<double>(tried);
+    const auto chance = [&](double share) { // of `right` or more
+        double sum = 0;
+        for (std::size_t k = right; k <= tried; ++k) {
+            const auto hits = static_cast<double>(k);
+            sum += std::exp(std::lgamma(n + 1) - std::lgamma(hits + 1) - std::lgamma(n - hits + 1) +
+                            hits * std::log(share) + (n - hits) * std::log1p(-share));
+        }
+        return sum;
+    };
+    double low = 0;
+    double high = 1;
+    for (int halving = 0; right > 0 && halving < 40; ++halving) {
+        const double middle = (low + high) / 2;
+        (chance(middle) < 0.05 ? low : high) = middle;
+    }
+    return low;
+}
+
+std::string coverageText(const TrialResult& result, const TrialCoverage& coverage) {
+    char share[32];
+    std::snprintf(share, sizeof share, "%.0f %%", 100 * leastShare(result.right.value_or(0), result.frames));
+    return countText(result.frames, "frame") + " spread over " + countText(coverage.points, "grid point") +
+           " tried against " + countText(coverage.candidates, "flat field") +
+           ", near neighbours included: with " + std::to_string(result.right.value_or(0)) +
+           " right, at least " + share + " of all are (95 % confidence)\n";
+}
+
 namespace {
 
 // The last columns of all tables.
@@ -104,6 +133,13 @@ std::string table(std::span<const TrialResult> results, const RowMark& mark, con
     for (std::size_t i = 0; i < results.size(); ++i)
         text += first.text(results[i]) + resultText(results[i]) + (i == mark.row ? "  <- " + mark.text : "") +
                 "\n";
+    const auto hasNoMargin = [](const TrialResult& result) {
+        return !std::isfinite(result.margin.value_or(notANumber));
+    };
+    if (std::ranges::any_of(results, hasNoMargin))
+        text +=
+            "margin -: there is no best wrong flat field, since each tile of a mosaic has its own winner, "
+            "or the grid has one point, or all frames failed\n";
     return text;
 }
 

@@ -24,6 +24,19 @@ struct SearchOutcome {
 // searched.
 std::optional<SearchOutcome> searchOutcome(const std::string& logText, const GridPoint& right);
 
+// The selection of the frames of a trial.
+struct TrialCoverage {
+    std::size_t points = 0;     // that the frames were selected from
+    std::size_t candidates = 0; // flat fields that each frame is divided by
+};
+
+// What a trial of a few frames says about all, in one line.
+std::string coverageText(const TrialResult& result, const TrialCoverage& coverage);
+
+// The least share of right frames that makes `right` or more of `tried` likely: the lower limit of Clopper
+// and Pearson (1934) with 95 % confidence.
+double leastShare(std::size_t right, std::size_t tried);
+
 // Results of trials as tables for people; a remark may be appended to one row.
 
 struct RowMark {

@@ -13,7 +13,9 @@ namespace ombrel {
 
 inline constexpr const char* adaptiveFilter = "AdaptiveFF";
 inline constexpr const char* adaptiveGroup = "Settings";
-inline constexpr int mosaicSearch = 2; // the value of "Search"
+// Values of "Search".
+inline constexpr int lookAroundSearch = 1;
+inline constexpr int mosaicSearch = 2;
 
 // The settings of a new instance of the filter.
 SettingsTree defaultAdaptiveSettings(Session& session);

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <ctime>
 #include <filesystem>
 #include <limits>
 #include <utility>
@@ -26,6 +27,13 @@ double relativeVariance(double count, double flatMean, zt::u32 flatFrames, FlatO
         return 1 / count;
     const double flatCounts = flatMean * flatFrames;
     return origin == FlatOrigin::WithoutTest ? 1 / count + 1 / flatCounts : 1 / count - 1 / flatCounts;
+}
+
+// Of this thread alone, so that other programs do not count.
+double threadSeconds() {
+    timespec time{};
+    ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
 }
 
 } // namespace
@@ -75,7 +83,7 @@ AdaptiveTrial::AdaptiveTrial(Session& session, std::function<void()> advanced)
 
 TrialResult AdaptiveTrial::run(const std::string& heap, const SettingsTree& settings,
                                std::span<const AdaptiveTestFrame> frames) {
-    load(heap, settings);
+    load(heap, settings, log.path());
     TrialResult result;
     result.settings = settings;
     result.frames = frames.size();
@@ -92,9 +100,22 @@ TrialResult AdaptiveTrial::run(const std::string& heap, const SettingsTree& sett
     return result;
 }
 
-void AdaptiveTrial::load(const std::string& heap, SettingsTree settings) {
+double AdaptiveTrial::secondsOf(const std::string& heap, const SettingsTree& settings,
+                                const AdaptiveTestFrame& test) {
+    constexpr int repeats = 4;
+    load(heap, settings, {});
+    double least = std::numeric_limits<double>::infinity();
+    for (int i = 0; i < repeats; ++i) {
+        const double start = threadSeconds();
+        link.apply(test.frame(), ApplyMode::Copy);
+        least = std::min(least, threadSeconds() - start);
+    }
+    return least;
+}
+
+void AdaptiveTrial::load(const std::string& heap, SettingsTree settings, const std::string& logPath) {
     settings.set(adaptiveGroup, "LogFile", std::string());
-    settings.set(adaptiveGroup, "LogQualityValuesFile", log.path());
+    settings.set(adaptiveGroup, "LogQualityValuesFile", logPath);
     settings.set(adaptiveGroup, "DumpCompensationImages", false);
     const std::string path = std::filesystem::path(heap).replace_extension(".xml").string();
     writeSettingsFile(settings, path);

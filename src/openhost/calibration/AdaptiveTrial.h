@@ -68,8 +68,11 @@ public:
     TrialResult run(const std::string& heap, const SettingsTree& settings,
                     std::span<const AdaptiveTestFrame> frames);
 
+    // The processor's time for a frame, without a log: the least of a few.
+    double secondsOf(const std::string& heap, const SettingsTree& settings, const AdaptiveTestFrame& frame);
+
 private:
-    void load(const std::string& heap, SettingsTree settings);
+    void load(const std::string& heap, SettingsTree settings, const std::string& logPath);
     void tryFrame(const AdaptiveTestFrame& test, TrialResult& result);
     void noteOutcome(const AdaptiveTestFrame& test, TrialResult& result) const;
 

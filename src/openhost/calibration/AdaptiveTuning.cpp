@@ -216,15 +216,30 @@ namespace {
 
 constexpr const char* chosen = "chosen";
 
+SettingsTree withQualityOf(const SettingsTree& base, const SettingsTree& source) {
+    return withSettingsOf(base, source,
+                          {"Kernel", "PPEnabled", "QfBorderMaskSize", "QfTileSize", "QfTileThreshold"});
+}
+
 } // namespace
+
+SettingsTree AdaptiveTuner::preferredQuality(const SettingsTree& base, const AdaptiveChoices& choices) const {
+    const SettingsTree settings = withQualityOf(base, choices.first(base).front());
+    console.message("the settings cannot be ranked: the single frame of a grid point is its own flat field, "
+                    "which leaves nothing to compare; the preferred ones are written (kernel " +
+                    kernelName(adaptiveSetting<std::string>(settings, "Kernel")) +
+                    "), give each point two frames or more to have them tried");
+    return settings;
+}
 
 SettingsTree AdaptiveTuner::chooseQuality(const TrialSet& set, const SettingsTree& base,
                                           const AdaptiveChoices& choices) {
     const auto results = tryChoices(trial, set, base, choices);
     const std::size_t best = bestOf(results);
     console.result(choicesTable(results, {best, chosen}));
-    return withSettingsOf(base, results[best].settings,
-                          {"Kernel", "PPEnabled", "QfBorderMaskSize", "QfTileSize", "QfTileThreshold"});
+    if (set.coverage.points > set.frames.size())
+        console.result(coverageText(results[best], set.coverage));
+    return withQualityOf(base, results[best].settings);
 }
 
 SettingsTree AdaptiveTuner::chooseInterpolation(const TrialSet& between, SettingsTree settings) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/Console.h"
+#include "calibration/AdaptiveReport.h"
 #include "calibration/AdaptiveTrial.h"
 #include "settings/Settings.h"
 #include "zt/Types.h"
@@ -52,6 +53,7 @@ bool isClearlyFlatter(const TrialResult& other, const TrialResult& result);
 struct TrialSet {
     std::string heap;
     std::span<const AdaptiveTestFrame> frames;
+    TrialCoverage coverage = {}; // only for frames that were selected from many
 };
 
 // Tries all choices in their two steps. Throws Error when no frame could be corrected with any of them.
@@ -74,6 +76,8 @@ public:
         : trial(adaptiveTrial), console(resultConsole) {}
 
     // Each returns the settings with its own keys chosen. Throws Error.
+    // Without frames to try them on, the preferred settings.
+    SettingsTree preferredQuality(const SettingsTree& base, const AdaptiveChoices& choices) const;
     SettingsTree chooseQuality(const TrialSet& set, const SettingsTree& base, const AdaptiveChoices& choices);
     // `between`: frames that lie between the points of their heap.
     SettingsTree chooseInterpolation(const TrialSet& between, SettingsTree settings);

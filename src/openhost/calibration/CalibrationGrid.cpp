@@ -113,6 +113,18 @@ bool isWithin(std::size_t index, std::size_t count) {
     return !isThinned(count) || index <= (count - 1) / 2 * 2;
 }
 
+// The indices of a grid point on the three axes.
+struct AxisIndices {
+    std::size_t v;
+    std::size_t t;
+    std::size_t e;
+};
+
+AxisIndices axisIndices(const CalibrationGrid& grid, std::size_t point) {
+    return {point / (grid.t().size() * grid.e().size()), point / grid.e().size() % grid.t().size(),
+            point % grid.e().size()};
+}
+
 } // namespace
 
 std::optional<CoarseGrid> coarseGridOf(const CalibrationGrid& grid) {
@@ -123,9 +135,7 @@ std::optional<CoarseGrid> coarseGridOf(const CalibrationGrid& grid) {
     std::vector<bool> kept;
     std::vector<bool> between;
     for (std::size_t i = 0; i < grid.points().size(); ++i) {
-        const std::size_t iv = i / (t.size() * e.size());
-        const std::size_t it = i / e.size() % t.size();
-        const std::size_t ie = i % e.size();
+        const auto [iv, it, ie] = axisIndices(grid, i);
         kept.push_back(isKeptValue(iv, v.size()) && isKeptValue(it, t.size()) && isKeptValue(ie, e.size()));
         between.push_back(!kept[i] && isWithin(iv, v.size()) && isWithin(it, t.size()) &&
                           isWithin(ie, e.size()));
@@ -136,6 +146,37 @@ std::optional<CoarseGrid> coarseGridOf(const CalibrationGrid& grid) {
         points.push_back({v[iv], t[it], e[ie]});
     }
     return CoarseGrid{CalibrationGrid(points, {}), std::move(kept), std::move(between)};
+}
+
+namespace {
+
+bool isTriedValue(std::size_t index, std::size_t count) {
+    const std::size_t middle = (count - 1) / 2;
+    return index <= 1 || index == middle || index == middle + 1 || index + 2 >= count;
+}
+
+} // namespace
+
+TrialGrid trialGridOf(const CalibrationGrid& grid) {
+    const auto &v = grid.v(), &t = grid.t(), &e = grid.e();
+    const bool isSmall = grid.points().size() <= mostTrialPoints;
+    std::vector<GridPoint> points;
+    std::vector<GridPoint> holes;
+    std::vector<bool> kept;
+    for (std::size_t i = 0; i < grid.points().size(); ++i) {
+        const auto [iv, it, ie] = axisIndices(grid, i);
+        kept.push_back(isSmall || (isTriedValue(iv, v.size()) && isTriedValue(it, t.size()) &&
+                                   isTriedValue(ie, e.size())));
+        if (kept[i])
+            (grid.points()[i] ? points : holes).push_back({v[iv], t[it], e[ie]});
+    }
+    // A value whose points are all holes is not part of the trial grid.
+    std::erase_if(holes, [&](const GridPoint& hole) {
+        return std::ranges::find(points, hole.v, &GridPoint::v) == points.end() ||
+               std::ranges::find(points, hole.t, &GridPoint::t) == points.end() ||
+               std::ranges::find(points, hole.e, &GridPoint::e) == points.end();
+    });
+    return {CalibrationGrid(points, holes), std::move(kept)};
 }
 
 } // namespace ombrel

@@ -65,4 +65,16 @@ struct CoarseGrid {
 // Nothing if no axis has three values, or if a point to keep is a hole.
 std::optional<CoarseGrid> coarseGridOf(const CalibrationGrid& grid);
 
+// The part of a large grid that settings are tried on: pairs of neighbouring values at the beginning, in the
+// middle and at the end of each axis. The time of a trial does not grow with the grid, and a test frame still
+// meets the flat fields that are easily mistaken for its own.
+struct TrialGrid {
+    CalibrationGrid grid;
+    std::vector<bool> isKept; // for each point of the whole grid, in its order
+};
+
+// All of a grid of up to mostTrialPoints.
+TrialGrid trialGridOf(const CalibrationGrid& grid);
+inline constexpr std::size_t mostTrialPoints = 216;
+
 } // namespace ombrel

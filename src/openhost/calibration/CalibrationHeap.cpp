@@ -163,6 +163,8 @@ namespace {
 
 constexpr std::size_t mostTests = 27;
 
+} // namespace
+
 std::vector<float> imageOf(std::span<const double> pixels, bool normalise) {
     const double level = normalise ? meanOf(pixels) : 1;
     std::vector<float> image(pixels.size());
@@ -170,8 +172,6 @@ std::vector<float> imageOf(std::span<const double> pixels, bool normalise) {
                            [level](double pixel) { return static_cast<float>(pixel / level); });
     return image;
 }
-
-} // namespace
 
 std::vector<bool> testPoints(std::size_t count) {
     std::vector<bool> chosen(count, count <= mostTests);
@@ -183,18 +183,21 @@ std::vector<bool> testPoints(std::size_t count) {
 
 AdaptiveHeaps::AdaptiveHeaps(const AdaptiveHeapPlan& plan, const AdaptiveHeapPaths& paths,
                              const std::function<void()>& advanced)
-    : coarse(coarseGridOf(plan.grid)), whole(paths.whole, plan.grid, plan.settings),
-      trial(paths.trial, plan.grid, plan.settings), leastLevel(std::numeric_limits<double>::infinity()) {
+    : coarse(coarseGridOf(plan.grid)), tried(trialGridOf(plan.grid)),
+      whole(paths.whole, plan.grid, plan.settings), trial(paths.trial, tried.grid, plan.settings),
+      leastLevel(std::numeric_limits<double>::infinity()) {
     if (coarse)
         coarseHeap.emplace(paths.coarse, coarse->grid, plan.settings);
-    const std::vector<bool> isTest = testPoints(plan.flats.rows().size());
+    const auto triedCount =
+        std::ranges::count_if(tried.grid.points(), [](const auto& point) { return point.has_value(); });
+    const std::vector<bool> isTest = testPoints(static_cast<std::size_t>(triedCount));
     const auto& points = plan.grid.points();
     for (std::size_t i = 0, taken = 0; i < points.size(); ++i) {
         if (!points[i])
             continue;
         if (Interrupt::requested())
             throw Error("interrupted; nothing was written");
-        addPoint(plan, i, plan.flats.read(*points[i]), isTest[taken++]);
+        addPoint(plan, i, plan.flats.read(*points[i]), tried.isKept[i] && isTest[taken++]);
         advanced();
     }
     trial.commit();
@@ -210,19 +213,30 @@ void AdaptiveHeaps::addPoint(const AdaptiveHeapPlan& plan, std::size_t index, Gr
     leastLevel = std::min(leastLevel, level);
     greatestLevel = std::max(greatestLevel, level);
     singles += flat.isTestKeptOut() ? 0 : 1;
+    ++imageCount;
 
     const std::vector<float> image = imageOf(flat.ofAll, plan.normalise);
     whole.append(image);
-    trial.append(imageOf(flat.ofOthers, plan.normalise));
+    if (tried.isKept[index])
+        trial.append(imageOf(flat.ofOthers, plan.normalise));
     if (coarse && coarse->isKept[index])
         coarseHeap->append(image);
-    if (!isTest)
-        return;
+    if (isTest)
+        addTest(plan, index, std::move(flat));
+}
+
+void AdaptiveHeaps::addTest(const AdaptiveHeapPlan& plan, std::size_t index, GridFlat flat) {
     const bool isBetween = coarse && coarse->isBetween[index];
-    const auto place =
-        isBetween ? testFrames.begin() + static_cast<std::ptrdiff_t>(betweenCount++) : testFrames.end();
-    testFrames.emplace(place, row.point, std::move(flat), plan.settings.compensationMask,
-                       FlatOrigin::WithoutTest);
+    const bool isOwnFlat = !flat.isTestKeptOut();
+    if (isOwnFlat && !isBetween)
+        return;
+    const auto place = isOwnFlat   ? testFrames.begin()
+                       : isBetween ? testFrames.begin() + static_cast<std::ptrdiff_t>(betweenCount)
+                                   : testFrames.end();
+    testFrames.emplace(place, plan.flats.rows()[*plan.grid.points()[index]].point, std::move(flat),
+                       plan.settings.compensationMask, FlatOrigin::WithoutTest);
+    betweenCount += isBetween ? 1 : 0;
+    ownFlatCount += isOwnFlat ? 1 : 0;
 }
 
 } // namespace ombrel

@@ -57,6 +57,9 @@ private:
     zt::u32 height;
 };
 
+// The image of a flat field, divided by its mean if asked for.
+std::vector<float> imageOf(std::span<const double> pixels, bool normalise);
+
 // The contents of the heap files of one calibration.
 struct AdaptiveHeapPlan {
     const CalibrationGrid& grid;
@@ -68,27 +71,30 @@ struct AdaptiveHeapPlan {
 // The paths of the heap files.
 struct AdaptiveHeapPaths {
     std::string whole;  // of all frames
-    std::string trial;  // without the test frame of each point
+    std::string trial;  // without the test frame of each point; of the trial grid
     std::string coarse; // of every second value of each axis; not made without a coarse grid
 };
 
 // Heap files, made in one pass over all frames, and frames to try them with. The whole heap is renamed to its
-// path only by commit().
+// path only by its commit().
 class AdaptiveHeaps {
 public:
     // `advanced` is called once per grid point. Throws Error.
     AdaptiveHeaps(const AdaptiveHeapPlan& plan, const AdaptiveHeapPaths& paths,
                   const std::function<void()>& advanced);
 
-    // Flushes the whole heap to the disk, at newPath(), ready for commit().
-    void sync() { whole.sync(); }
-    const std::string& newPath() const { return whole.newPath(); }
-    void commit() { whole.commit(); }
-
+    // Of all frames, ready for sync() and commit().
+    CalibrationHeap& wholeHeap() { return whole; }
     bool hasCoarse() const { return coarse.has_value(); }
-    std::span<const AdaptiveTestFrame> tests() const { return testFrames; }
-    // The test frames that lie between points of the coarse grid.
-    std::span<const AdaptiveTestFrame> testsBetween() const { return tests().first(betweenCount); }
+    // The frames that are not part of their own flat field.
+    std::span<const AdaptiveTestFrame> tests() const { return std::span(testFrames).subspan(ownFlatCount); }
+    // Frames that lie between points of the coarse grid.
+    std::span<const AdaptiveTestFrame> testsBetween() const {
+        return std::span(testFrames).first(betweenCount);
+    }
+    const CalibrationGrid& trialGrid() const { return tried.grid; }
+    // The number of points that have a flat field.
+    std::size_t images() const { return imageCount; }
     // The number of points with a single frame, which is then its own flat field.
     std::size_t singleFrames() const { return singles; }
     // The mean of the brightest flat field divided by that of the faintest.
@@ -97,12 +103,18 @@ public:
 private:
     void addPoint(const AdaptiveHeapPlan& plan, std::size_t index, GridFlat flat, bool isTest);
 
+    void addTest(const AdaptiveHeapPlan& plan, std::size_t index, GridFlat flat);
+
     std::optional<CoarseGrid> coarse;
+    TrialGrid tried;
     CalibrationHeap whole;
     CalibrationHeap trial;
     std::optional<CalibrationHeap> coarseHeap;
-    std::vector<AdaptiveTestFrame> testFrames; // those between points of the coarse grid come first
+    // Those between points of the coarse grid come first; of these, those that are their own flat field.
+    std::vector<AdaptiveTestFrame> testFrames;
     std::size_t betweenCount = 0;
+    std::size_t ownFlatCount = 0;
+    std::size_t imageCount = 0;
     std::size_t singles = 0;
     double leastLevel;
     double greatestLevel = 0;

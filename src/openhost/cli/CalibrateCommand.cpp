@@ -54,6 +54,30 @@ void calibrate(const AdaptiveOptions& options, Console& console) {
         checkAdaptive(options, console);
 }
 
+void addRefineOptions(CLI::App& command, RefineOptions& options) {
+    command
+        .add_option(
+            "--refine", options.cells,
+            "Write a finer grid, from smooth surfaces through the flat fields: as fine as is useful, or "
+            "with that many cells on the axes of V, T and E")
+        ->type_name("auto|N|NxMxK");
+    auto* const refine = command.get_option("--refine");
+    command
+        .add_option("--time-per-frame", options.timePerFrame,
+                    "Most time that a frame may take with a refined grid")
+        ->check(numberAboveZero())
+        ->needs(refine)
+        ->type_name("MS");
+    command
+        .add_option(
+            "--frame-counts", options.frameCounts,
+            "Counts a pixel of the frames to correct, for --refine auto; default: a hundredth of those of a "
+            "flat field")
+        ->check(numberAboveZero())
+        ->needs(refine)
+        ->type_name("COUNTS");
+}
+
 void addOptions(CLI::App& command, AdaptiveOptions& options) {
     command
         .add_option("--grid", options.grid,
@@ -81,6 +105,7 @@ void addOptions(CLI::App& command, AdaptiveOptions& options) {
                     "Set a key of the settings instead of choosing it; repeatable")
         ->allow_extra_args(false)
         ->type_name("KEY=VALUE");
+    addRefineOptions(command, options.refine);
     command.add_flag("-q,--quiet", options.quiet, "No progress");
 }
 

@@ -1,0 +1,317 @@
+#include "calibration/GridRefinement.h"
+
+#include "base/Error.h"
+#include "base/MemoryBudget.h"
+#include "base/Numbers.h"
+#include "base/ProgramRun.h"
+#include "calibration/AdaptiveSettings.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <set>
+
+namespace ombrel {
+
+namespace {
+
+constexpr std::size_t mostCells = 99;
+constexpr std::size_t fineCells = 16; // so many on each axis are hardly worse than more
+constexpr std::size_t mostSampled = 4096; // pixels
+constexpr std::size_t sampledValues = 4'000'000;
+constexpr double farFromLevel = 3; // pixels beyond this factor are not sampled
+constexpr std::size_t mostTerms = 60;
+constexpr double sameError = 1.02;       // a higher degree must predict better by this factor
+constexpr double spacingResidual = 1.06; // at which auto stops dividing
+constexpr double clearlyLess = 0.98;     // than the residual of the measured grid
+// A flat field has counts of many frames, so that its own noise adds little to a frame's.
+constexpr double countsOverFrame = 100;
+
+std::string formatted(const char* format, auto... values) {
+    char text[400];
+    std::snprintf(text, sizeof text, format, values...);
+    return text;
+}
+
+// Pixels spread over the image without the period of its rows: the golden ratio, modulo 1.
+std::vector<std::size_t> spreadPixels(std::size_t count, std::size_t wanted) {
+    std::set<std::size_t> chosen;
+    for (std::size_t i = 0; i < wanted; ++i) {
+        const double part = std::fmod(static_cast<double>(i) * 0.6180339887498949, 1.0);
+        chosen.insert(static_cast<std::size_t>(part * static_cast<double>(count)));
+    }
+    return {chosen.begin(), chosen.end()};
+}
+
+// As it is stored, and in the order in which the engine searches.
+double bytesOfFlat(const AdaptiveHeapPlan& plan) {
+    return 2.0 * sizeof(float) * plan.flats.width() * plan.flats.height();
+}
+
+} // namespace
+
+std::optional<std::array<std::size_t, 3>> parseCells(const std::string& text) {
+    if (text == "auto")
+        return std::nullopt;
+    std::vector<std::size_t> numbers;
+    for (std::size_t begin = 0; begin <= text.size();) {
+        const std::size_t end = std::min(text.find('x', begin), text.size());
+        const auto number = readNumber<zt::u32>(text.substr(begin, end - begin));
+        numbers.push_back(number.value_or(0));
+        begin = end + 1;
+    }
+    const auto isCount = [](std::size_t number) { return 1 <= number && number <= mostCells; };
+    if ((numbers.size() != 1 && numbers.size() != 3) || !std::ranges::all_of(numbers, isCount))
+        throw UsageError("--refine " + text +
+                         ": write auto, N or NxMxK, the cells on the axes of V, T and E (1 to " +
+                         std::to_string(mostCells) + ")");
+    numbers.resize(3, numbers.front());
+    return std::array<std::size_t, 3>{numbers[0], numbers[1], numbers[2]};
+}
+
+GridRefinement::GridRefinement(const AdaptiveHeapPlan& heapPlan, const RefineOptions& refineOptions,
+                               const std::function<void()>& advanced)
+    : plan(heapPlan), options(refineOptions) {
+    const auto &v = plan.grid.v(), &t = plan.grid.t(), &e = plan.grid.e();
+    for (std::size_t i = 0; i < plan.grid.points().size(); ++i)
+        if (const auto taken = plan.grid.points()[i]) {
+            points.push_back({v[i / (t.size() * e.size())], t[i / e.size() % t.size()], e[i % e.size()]});
+            rows.push_back(*taken);
+        }
+    sample(advanced);
+    choosePolynomial();
+    metric.emplace(*polynomial, *fit, logs, frameVariance);
+    const double surfaceError = meanOf(errors.atPoint) / frameVariance;
+    spacing.emplace(*metric, plan.grid, points, surfaceError);
+    refuseUnlessBetter();
+}
+
+void GridRefinement::sample(const std::function<void()>& advanced) {
+    const std::size_t wanted = std::clamp<std::size_t>(sampledValues / points.size(), 256, mostSampled);
+    const auto pixels = spreadPixels(std::size_t{plan.flats.width()} * plan.flats.height(), wanted);
+    std::vector<std::vector<double>> values; // of the flat fields, relative to their levels
+    std::vector<bool> isGood(pixels.size(), true);
+    for (const std::size_t row : rows) {
+        if (Interrupt::requested())
+            throw Error("interrupted; nothing was written");
+        const GridFlat flat = plan.flats.read(row);
+        const double level = meanOf(flat.ofAll);
+        counts.push_back(level * flat.frames);
+        values.emplace_back();
+        for (std::size_t i = 0; i < pixels.size(); ++i) {
+            const double value = flat.ofAll[pixels[i]] / level;
+            isGood[i] = isGood[i] && value * farFromLevel >= 1 && value <= farFromLevel;
+            values.back().push_back(value);
+        }
+        advanced();
+    }
+    logs.pixels = static_cast<std::size_t>(std::ranges::count(isGood, true));
+    if (logs.pixels < 16)
+        throw Error("--refine: hardly any pixel counts in all flat fields; look at them with ombrel info");
+    for (std::size_t point = 0; point < points.size(); ++point) {
+        double variance = 0;
+        for (std::size_t i = 0; i < pixels.size(); ++i)
+            if (isGood[i]) {
+                logs.values.push_back(std::log(values[point][i]));
+                variance += 1 / (values[point][i] * counts[point]);
+            }
+        logs.noise.push_back(variance / static_cast<double>(logs.pixels));
+    }
+    meanNoise = meanOf(logs.noise);
+    const double meanCounts = meanOf(counts);
+    frameVariance = meanNoise * meanCounts / options.frameCounts.value_or(meanCounts / countsOverFrame);
+}
+
+void GridRefinement::choosePolynomial() {
+    nearest = nearestError(logs);
+    std::size_t before = 0;
+    for (int degree = 1;; ++degree) {
+        const GridPolynomial tried(plan.grid, degree);
+        if (tried.size() == before || tried.size() >= points.size() || tried.size() > mostTerms)
+            break;
+        before = tried.size();
+        const GridFit triedFit(tried, points);
+        SurfaceErrors triedErrors = surfaceErrors(triedFit, tried, points, logs);
+        if (polynomial && std::sqrt(triedErrors.leftOut) * sameError > std::sqrt(errors.leftOut))
+            continue;
+        polynomial = tried;
+        fit = triedFit;
+        errors = std::move(triedErrors);
+    }
+    if (!polynomial || before < 2)
+        throw Error("--refine: " + countText(points.size(), "flat field") +
+                    " cannot be checked against a surface; measure at least three values on one axis");
+}
+
+void GridRefinement::refuseUnlessBetter() const {
+    const double after = std::sqrt(errors.leftOut / meanNoise);
+    const double before = std::sqrt(nearest / meanNoise);
+    if (after >= before)
+        throw Error(
+            formatted("--refine: a flat field that is left out is predicted within %.1f times its photon "
+                      "noise by the surface and within %.1f by its nearest neighbour, so that a refined "
+                      "grid would be no better; measure more values on each axis, or calibrate without it",
+                      after, before));
+    const double measured = spacing->expected().mean;
+    const double finest =
+        spacing->expected(spacing->divided({fineCells, fineCells, fineCells})).mean;
+    if (finest > clearlyLess * measured)
+        throw Error(
+            formatted("--refine: frames between the measured points are left with %.3f times photon "
+                      "statistics, with a refined grid with %.3f, which is not worth its time; calibrate "
+                      "without it, or give the counts of the frames by --frame-counts",
+                      measured, finest));
+}
+
+std::size_t GridRefinement::mostPoints(double secondsPerFlat) const {
+    double most = static_cast<double>(availableMemory()) / 2 / bytesOfFlat(plan);
+    if (options.timePerFrame)
+        most = std::min(most, *options.timePerFrame / 1000 / secondsPerFlat);
+    return static_cast<std::size_t>(most);
+}
+
+void GridRefinement::choose(double secondsPerFlat, std::optional<int> search) {
+    const auto cells = parseCells(options.cells);
+    const std::size_t most = mostPoints(secondsPerFlat);
+    refined = cells ? spacing->divided(*cells) : spacing->chosen(spacingResidual, most);
+    other = cells ? std::nullopt : spacing->forLookAround();
+    if (search == lookAroundSearch && !other)
+        throw Error(
+            "--refine " + options.cells +
+            ": no grid for the look-around search; it takes auto, and two or more values on each axis");
+    const bool fits = other && other->tried <= most;
+    const bool isBetter = fits && spacing->expected(*other).mean < spacing->expected(refined).mean;
+    if (search == lookAroundSearch || (isBetter && !search))
+        std::swap(refined, *other);
+    if (refined.tried > most)
+        throw Error("--refine " + options.cells + ": searches " + countText(refined.tried, "flat field") +
+                    ", and memory or --time-per-frame allow " + std::to_string(most) +
+                    "; allow more, ask for fewer cells, or for auto");
+}
+
+std::string GridRefinement::surfaceText() const {
+    return formatted(
+        "surface of degree %d in V, T and E, %zu terms through %zu flat fields: a flat field that is left "
+        "out is predicted within %.1f times its photon noise (by its nearest neighbour within %.1f)\n",
+        polynomial->degree(), polynomial->size(), points.size(), std::sqrt(errors.leftOut / meanNoise),
+        std::sqrt(nearest / meanNoise));
+}
+
+std::string GridRefinement::gridText(const RefinedGrid& grid, double secondsPerFlat) const {
+    const auto& [v, t, e] = grid.values;
+    const double bytes = bytesOfFlat(plan) * static_cast<double>(grid.candidates.size());
+    const ExpectedResidual residual = spacing->expected(grid);
+    return formatted("%-12s  %2zu x %2zu x %2zu%s  %5zu  %6zu  %9s  %8.1f  %8.2f  %5.2f",
+                     grid.isForLookAround ? "look-around" : "linear", v, t, e,
+                     grid.isForLookAround ? "           " : " + measured", grid.candidates.size(), grid.tried,
+                     bytesText(bytes).c_str(), 1000 * secondsPerFlat * static_cast<double>(grid.tried),
+                     residual.mean, residual.worst);
+}
+
+std::string GridRefinement::gridsText(double secondsPerFlat) const {
+    const ExpectedResidual measured = spacing->expected();
+    return formatted(
+               "\nRefined grids, and what frames of %.0f counts all over the grid can expect (from the "
+               "measured "
+               "points alone: residual %.2f, worst %.2f):\n"
+               "search        grid                     flats  tried      memory  ms/frame  residual  worst\n",
+               options.frameCounts.value_or(meanOf(counts) / countsOverFrame), measured.mean,
+               measured.worst) +
+           gridText(refined, secondsPerFlat) + "  <- chosen\n" +
+           (other ? gridText(*other, secondsPerFlat) + "\n" : "");
+}
+
+CalibrationGrid GridRefinement::grid() const {
+    const std::set<GridPoint> known(refined.written.begin(), refined.written.end());
+    std::array<std::set<float>, 3> values;
+    for (const GridPoint& point : known) {
+        values[0].insert(point.v);
+        values[1].insert(point.t);
+        values[2].insert(point.e);
+    }
+    std::vector<GridPoint> holes;
+    for (const float v : values[0])
+        for (const float t : values[1])
+            for (const float e : values[2])
+                if (!known.contains({v, t, e}))
+                    holes.push_back({v, t, e});
+    return {refined.written, holes};
+}
+
+namespace {
+
+// The surfaces of all pixels.
+class PixelSurfaces {
+public:
+    PixelSurfaces(const GridPolynomial& surface, std::size_t pixels)
+        : polynomial(surface), coefficients(surface.size() * pixels), isDead(pixels), count(pixels),
+          level(surface.size()) {}
+
+    void add(const GridFit& fit, std::size_t point, std::span<const double> flat) {
+        const double mean = meanOf(flat);
+        std::vector<float> logarithms(count);
+        for (std::size_t i = 0; i < count; ++i) {
+            isDead[i] = isDead[i] || !(flat[i] > 0);
+            logarithms[i] = isDead[i] ? 0 : static_cast<float>(std::log(flat[i] / mean));
+        }
+        for (std::size_t term = 0; term < polynomial.size(); ++term) {
+            const double weight = fit.weight(term, point);
+            const auto part = static_cast<float>(weight);
+            level[term] += weight * std::log(mean);
+            float* const row = coefficients.data() + term * count;
+            for (std::size_t i = 0; i < count; ++i)
+                row[i] += part * logarithms[i];
+        }
+    }
+
+    // With the mean of a flat field taken there, or with the mean 1. Dead pixels are 0.
+    std::vector<float> at(const GridPoint& point, bool normalised) const {
+        const auto terms = polynomial.at(point);
+        std::vector<float> image(count);
+        double logLevel = 0;
+        for (std::size_t term = 0; term < terms.size(); ++term) {
+            logLevel += terms[term] * level[term];
+            const auto factor = static_cast<float>(terms[term]);
+            const float* const row = coefficients.data() + term * count;
+            for (std::size_t i = 0; i < count; ++i)
+                image[i] += factor * row[i];
+        }
+        double sum = 0;
+        for (std::size_t i = 0; i < count; ++i) {
+            image[i] = isDead[i] ? 0 : std::exp(image[i]);
+            sum += image[i];
+        }
+        const double scale = (normalised ? 1 : std::exp(logLevel)) * static_cast<double>(count) / sum;
+        for (float& pixel : image)
+            pixel = static_cast<float>(pixel * scale);
+        return image;
+    }
+
+private:
+    const GridPolynomial& polynomial;
+    std::vector<float> coefficients; // of one term after the other
+    std::vector<bool> isDead;
+    std::size_t count;
+    std::vector<double> level; // coefficients of the logarithm of the mean
+};
+
+} // namespace
+
+void GridRefinement::write(CalibrationHeap& heap, const std::function<void()>& advanced) const {
+    PixelSurfaces surfaces(*polynomial, std::size_t{plan.flats.width()} * plan.flats.height());
+    for (std::size_t point = 0; point < points.size(); ++point)
+        surfaces.add(*fit, point, plan.flats.read(rows[point]).ofAll);
+    for (const GridPoint& point : refined.written) {
+        if (Interrupt::requested())
+            throw Error("interrupted; nothing was written");
+        const auto known = std::ranges::find(points, point);
+        const auto index = static_cast<std::size_t>(known - points.begin());
+        // Where the surface is off by more than the flat field's own noise, the flat field itself is better.
+        const bool isKept = known != points.end() && errors.atPoint[index] >= logs.noise[index];
+        heap.append(isKept ? imageOf(plan.flats.read(rows[index]).ofAll, plan.normalise)
+                           : surfaces.at(point, plan.normalise));
+        advanced();
+    }
+}
+
+} // namespace ombrel
