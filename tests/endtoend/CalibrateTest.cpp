@@ -109,7 +109,7 @@ TEST_F(FlatField, RefusesWhatGivesNoCoefficientsAndWritesNothing) {
     for (const char* start : {"SIMPLE  =                    T", "<?xml version=\"1.0\"?>", "1 2\x01"}) {
         std::ofstream(folder / "other.fits") << start;
         refuse({folder / "other.fits"}, 1,
-               "other.fits: holds no flat field: it holds neither frames (TIFF or HDF5)");
+               "other.fits: holds no flat field: it holds neither frames nor a matrix");
     }
     refuse({folder / "flats.tif", "--acquisition", "--sub-frame", "0"}, 1, "sub-frame");
     refuse({folder / "flats.tif", "--sub-frame", "0"}, 2, "--acquisition");

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -15,6 +16,7 @@
 #include <sys/stat.h>
 #include <vector>
 #include <xxh_x86dispatch.h>
+#include <zlib.h>
 
 namespace ombrel {
 
@@ -42,6 +44,42 @@ bool isHdf5(const FileDescriptor& file, zt::u64 fileSize) {
     return false;
 }
 
+constexpr std::size_t headBytes = 512; // of a file, which show its kind
+
+// The first bytes of the file, or what they unpack to.
+std::string headOf(const FileDescriptor& file, zt::u64 fileSize) {
+    std::string head(std::min<zt::u64>(fileSize, headBytes), '\0');
+    file.readAt(0, std::as_writable_bytes(std::span(head)));
+    if (!isGzip(file))
+        return head;
+    std::string unpacked(headBytes, '\0');
+    z_stream stream{};
+    constexpr int gzipOnly = 16 + MAX_WBITS;
+    if (inflateInit2(&stream, gzipOnly) != Z_OK)
+        throw std::bad_alloc();
+    stream.next_in = reinterpret_cast<Bytef*>(head.data());
+    stream.avail_in = static_cast<uInt>(head.size());
+    stream.next_out = reinterpret_cast<Bytef*>(unpacked.data());
+    stream.avail_out = static_cast<uInt>(unpacked.size());
+    inflate(&stream, Z_SYNC_FLUSH); // a damaged file unpacks to fewer bytes
+    unpacked.resize(unpacked.size() - stream.avail_out);
+    inflateEnd(&stream);
+    return unpacked;
+}
+
+// "{" and the name of a key that is followed by "=". JSON has quotes there.
+bool isEdf(std::string_view head) {
+    constexpr std::string_view blanks = " \t\r\n";
+    if (!head.starts_with('{'))
+        return false;
+    head.remove_prefix(std::min(head.find_first_not_of(blanks, 1), head.size()));
+    const auto isOfName = [](unsigned char c) { return std::isalnum(c) != 0 || c == '_'; };
+    const auto end = std::ranges::find_if_not(head, isOfName);
+    const std::string_view rest(end, head.end());
+    const std::size_t next = rest.find_first_not_of(blanks);
+    return end != head.begin() && next != std::string_view::npos && rest[next] == '=';
+}
+
 bool exists(const std::string& path) {
     struct stat status {};
     return ::stat(path.c_str(), &status) == 0;
@@ -59,7 +97,16 @@ FileKind fileKind(const FileDescriptor& file) {
     const auto begins = [&](std::string_view signature) { return standsAt(file, size, 0, signature); };
     if (std::ranges::any_of(tiffSignatures, begins))
         return FileKind::Tiff;
+    const std::string head = headOf(file, size);
+    if (head.starts_with("###CBF:"))
+        return FileKind::Cbf;
+    if (isEdf(head))
+        return FileKind::Edf;
     return isHdf5(file, size) ? FileKind::Hdf5 : FileKind::Other;
+}
+
+bool isGzip(const FileDescriptor& file) {
+    return standsAt(file, file.size(), 0, "\x1f\x8b\x08");
 }
 
 void checkRegular(const FileDescriptor& file, const std::string& path) {

@@ -12,10 +12,14 @@ struct XXH3_state_s;
 
 namespace ombrel {
 
-enum class FileKind { Tiff, Hdf5, Empty, Directory, Special, Other };
+enum class FileKind { Tiff, Hdf5, Edf, Cbf, Empty, Directory, Special, Other };
 
-// Detects the kind of a file by its content. Throws Error when it can't be read.
+// Detects the kind of a file by its content; EDF and CBF files may be compressed with gzip. Throws Error when
+// it can't be read.
 FileKind fileKind(const FileDescriptor& file);
+
+// Whether the file is compressed with gzip. Throws Error when it can't be read.
+bool isGzip(const FileDescriptor& file);
 
 // Throws Error for an empty file, a folder, a pipe or a device.
 void checkRegular(const FileDescriptor& file, const std::string& path);

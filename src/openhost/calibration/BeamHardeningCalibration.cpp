@@ -160,6 +160,7 @@ void calibrateBeamHardening(const BeamHardeningOptions& options, Console& consol
 
     const OutputLock lock(options.output, options.force);
     FrameStack all(files, FrameRole::Flat);
+    console.warning(all.passedOver());
     console.warning(all.unusedDarks());
     Session session(console, options.plugin, {1, all.width(), all.height()});
     FilterLink link = session.makeLink("Beam-hardening");

@@ -68,7 +68,7 @@ FlatSource sourceOf(const std::string& path) {
     if (beginsWithNumber(file))
         return FlatSource::Matrix;
     throw Error(path +
-                ": holds no flat field: it holds neither frames (TIFF or HDF5) nor a matrix of numbers as "
+                ": holds no flat field: it holds neither frames nor a matrix of numbers as "
                 "text, and its name does not end in \"ffc\" as that of a file of coefficients does");
 }
 
@@ -136,7 +136,7 @@ std::string defineFlats(Session& session, const UsedFlats& flats, const FlatFiel
     for (std::size_t file = 0; file < flats.stack.fileCount(); ++file)
         for (zt::u32 frame = 0; frame < flats.stack.info(file).frames; ++frame)
             if (std::ranges::binary_search(flats.frames, number++))
-                sources.push_back({options.inputs[file], FrameRole::Flat, frame});
+                sources.push_back({flats.stack.info(file).path, FrameRole::Flat, frame});
     const std::string name = options.inputs.size() > 1            ? "<Multiple files>"
                              : isPrepared(options.inputs.front()) ? options.inputs.front() + " (frames)"
                                                                   : options.inputs.front();
@@ -214,6 +214,7 @@ void calibrateFlatField(const FlatFieldOptions& options, Console& console) {
         size = tableSize(options);
     } else {
         stack = std::make_unique<FrameStack>(options.inputs, FrameRole::Flat);
+        console.warning(stack->passedOver());
         console.warning(stack->unusedDarks());
         size = {stack->width(), stack->height()};
     }

@@ -156,7 +156,8 @@ void addInfoCommand(const CommandContext& context) {
         context.program.add_subcommand("info", "Show what files hold: kind, frames, size, type, times");
     command
         ->add_option("FILE", options->files,
-                     "Frame files; of an HDF5 file one dataset by FILE::/path/of/dataset")
+                     "Frame files, folders of them, or patterns in quotes; of an HDF5 file one dataset by "
+                     "FILE::/path/of/dataset")
         ->required()
         ->type_name("PATH");
     command->add_flag("--range", options->range,

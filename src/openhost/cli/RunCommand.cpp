@@ -237,6 +237,7 @@ int runFrames(const RunOptions& options, Console& console) {
 
 int correctFrames(const RunOptions& options, Console& console) {
     RunSetup run(options, console);
+    console.warning(run.stack.passedOver());
     console.warning(run.stack.unusedDarks());
     for (const std::string& line : warningsOn(run.workers.chains[0], run.stack.pixelType(run.range.begin)))
         console.message(line);
@@ -246,7 +247,8 @@ int correctFrames(const RunOptions& options, Console& console) {
 CLI::Option* addInputOption(CLI::App& command, RunOptions& options) {
     return command
         .add_option("INPUT", options.inputs,
-                    "Frame files; of an HDF5 file one dataset by FILE::/path/of/dataset")
+                    "Frame files, folders of them, or patterns in quotes; of an HDF5 file one dataset by "
+                    "FILE::/path/of/dataset")
         ->type_name("FILE");
 }
 

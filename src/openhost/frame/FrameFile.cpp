@@ -13,8 +13,8 @@ double FrameFile::acqTime(zt::u32) const {
     return fileInfo.acqTime.value_or(0);
 }
 
-std::string FrameFile::where(zt::u32 frame) const {
-    return fileInfo.path + ", frame " + std::to_string(frame);
+std::string frameText(const std::string& path, zt::u32 frame) {
+    return path + ", frame " + std::to_string(frame);
 }
 
 void FrameFile::readImage(zt::u32 frame, zt::u32 subFrame, std::span<std::byte> pixels, PixelDigest* digest) {

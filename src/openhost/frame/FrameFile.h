@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/FileContent.h"
 #include "base/FileDescriptor.h"
 #include "frame/Frame.h"
 
@@ -41,20 +42,26 @@ struct RunState {
 // Properties of a frame file. All frames of one file have the same size and pixel type.
 struct FrameFileInfo {
     std::string path;    // as given, including "::/dataset"
-    std::string format;  // "TIFF" or "HDF5"
-    std::string dataset; // the dataset within the file; empty for TIFF
+    std::string format;  // "TIFF", "HDF5", "EDF" or "CBF"; of a folder with the number of files
+    std::string dataset; // the dataset within the file; empty for other formats than HDF5
     zt::u32 width = 0;
     zt::u32 height = 0;
     zt::u8 pixelType = 0;
-    zt::u32 frames = 0;              // of the requested role
-    zt::u32 subFrames = 0;           // of each frame; 0 if frames have none
-    std::optional<double> acqTime;   // seconds, if the file has it; that of frame 0 if they differ
-    std::optional<FrameKinds> kinds; // if the file marks its frames
-    std::optional<RunState> run;     // of a file written by ombrel; only its frames done are counted
+    zt::u32 frames = 0;               // of the requested role
+    zt::u32 subFrames = 0;            // of each frame; 0 if frames have none
+    std::optional<double> acqTime;    // seconds, if the file has it; that of frame 0 if they differ
+    std::optional<FrameKinds> kinds;  // if the file marks its frames
+    std::optional<RunState> run;      // of a file written by ombrel; only its frames done are counted
+    std::vector<std::string> sources; // other files that the frames are read from
+    std::string passedOver;           // a message on other files of a folder; empty if there are none
 };
 
+// "PATH, frame N".
+std::string frameText(const std::string& path, zt::u32 frame);
+
 // A file of frames, open for reading. Its content, not its name, selects the format: TIFF (strips or tiles,
-// any page count, BigTIFF too) or HDF5 (the path may be followed by "::/path/of/dataset").
+// any page count, BigTIFF too), HDF5 (the path may be followed by "::/path/of/dataset"), EDF or CBF. A folder
+// or a pattern is read as the series of its files.
 //
 // Frames and sub-frames are counted from 0. Several threads may read at once; where the file stores the bytes
 // of the pixels, they do not wait for each other.
@@ -66,6 +73,9 @@ public:
 
     // All files that frames of this file are read from, including the file itself; empty if it can't be read.
     static std::vector<std::string> sourcesOf(const std::string& path);
+
+    // Whether files of that kind hold frames.
+    static bool canRead(FileKind kind);
 
     // Whether the content looks like a frame file, possibly a damaged one; never throws.
     static bool looksLikeFrames(const std::string& path);
@@ -83,7 +93,7 @@ public:
     virtual double acqTime(zt::u32 frame) const;
 
     // "PATH, frame N", the start of every message on a frame.
-    std::string where(zt::u32 frame) const;
+    std::string where(zt::u32 frame) const { return frameText(fileInfo.path, frame); }
 
     // The frame as passed to filters: named by file and index, with the acquisition time. If the file holds
     // sub-frames, it is their sum in double, with the sub-frames attached. Its pixels are added to the digest
@@ -96,7 +106,7 @@ protected:
         const FileDescriptor& file;
         zt::u64 offset;
     };
-    virtual std::optional<RawImage> rawImage(zt::u32 frame, zt::u32 subFrame) const = 0;
+    virtual std::optional<RawImage> rawImage(zt::u32, zt::u32) const { return std::nullopt; }
     // Reads an image that is stored in any other way. Called by one thread at a time.
     virtual void readStored(zt::u32 frame, zt::u32 subFrame, std::span<std::byte> pixels) = 0;
 

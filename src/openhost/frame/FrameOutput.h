@@ -4,6 +4,7 @@
 #include "zt/Types.h"
 
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <span>
@@ -21,6 +22,9 @@ struct OutputPlan {
     zt::u8 pixelType = 0;                   // DT_FLOAT or DT_DOUBLE
     std::string record;                     // describes the run, as JSON; see RunRecord
     std::vector<std::string> settingsFiles; // stored byte for byte
+    std::string units = {};                 // of the pixels: "counts"; empty if they are not known
+    // Adds what is known of the frames to a new HDF5 file that is whole except for their pixels.
+    std::function<void(const std::string& newFile)> addMetadata = {};
 };
 
 // The state of an output on the disk.

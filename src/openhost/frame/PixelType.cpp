@@ -1,5 +1,6 @@
 #include "frame/PixelType.h"
 
+#include <algorithm>
 #include <cstring>
 #include <type_traits>
 
@@ -41,6 +42,37 @@ void convertPixels(const std::byte* from, zt::u8 fromType, std::byte* to, zt::u8
                                reinterpret_cast<decltype(toPixel)*>(to), count);
                 });
         });
+}
+
+namespace {
+
+template <typename T>
+void swapAll(std::span<std::byte> pixels) {
+    for (std::size_t at = 0; at + sizeof(T) <= pixels.size(); at += sizeof(T))
+        std::reverse(pixels.begin() + at, pixels.begin() + at + sizeof(T));
+}
+
+} // namespace
+
+void swapPixelBytes(std::span<std::byte> pixels, std::size_t pixelBytes) {
+    if (pixelBytes == 2)
+        swapAll<zt::u16>(pixels);
+    else if (pixelBytes == 4)
+        swapAll<zt::u32>(pixels);
+    else if (pixelBytes == 8)
+        swapAll<zt::u64>(pixels);
+}
+
+float floatOfHalf(zt::u16 half) {
+    const float sign = (half & 0x8000) != 0 ? -1.0F : 1.0F;
+    const int exponent = half >> 10 & 31;
+    const int fraction = half & 0x3ff;
+    if (exponent == 31)
+        return std::bit_cast<float>((half & 0x8000U) << 16 | 0x7f800000U |
+                                    static_cast<zt::u32>(fraction) << 13);
+    if (exponent == 0)
+        return sign * std::ldexp(static_cast<float>(fraction), -24);
+    return sign * std::ldexp(static_cast<float>(fraction + 0x400), exponent - 25);
 }
 
 } // namespace ombrel

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <span>
 #include <stdexcept>
 #include <string_view>
 #include <type_traits>
@@ -120,5 +121,11 @@ To clampedCast(From value) {
 // to its range, and NaN becomes 0; to float, values beyond its range become infinite. The arrays must not
 // overlap.
 void convertPixels(const std::byte* from, zt::u8 fromType, std::byte* to, zt::u8 toType, std::size_t count);
+
+// Reverses the bytes of each pixel, for pixels stored by a processor of the other byte order.
+void swapPixelBytes(std::span<std::byte> pixels, std::size_t pixelBytes);
+
+// The value of a 16-bit floating-point number, exactly.
+float floatOfHalf(zt::u16 half);
 
 } // namespace ombrel

@@ -63,21 +63,26 @@ private:
     }
 
     void noteFile(std::string name) {
-        if (std::ranges::find(contents.files, name) == contents.files.end())
-            contents.files.push_back(std::move(name));
+        if (std::ranges::find(contents.files, name) != contents.files.end())
+            return;
+        contents.files.push_back(std::move(name));
+        allowOpenFiles(contents.files.size()); // each one stays open until the walk ends
     }
 
     void addDeadLink(hid_t group, const std::string& name, const std::string& path) {
         contents.others.push_back(path + " (a dangling link)");
         const auto dead = deadLinkOn(group, name);
         if (dead && dead->intoOtherFile)
-            contents.deadLinks.push_back(path.substr(0, path.size() - name.size()) + dead->text);
+            contents.deadLinks.emplace(path, path.substr(0, path.size() - name.size()) + dead->text);
     }
 
     void addGroup(const std::string& path, Hdf5Object object) {
         const auto identity = Hdf5Identity::of(object);
-        if (std::ranges::find(groups, identity, &Group::identity) == groups.end())
-            groups.push_back({path, std::move(object), identity});
+        if (std::ranges::find(groups, identity, &Group::identity) != groups.end())
+            return;
+        if (textAttribute(object, "NX_class") == "NXdetector")
+            contents.detectors.push_back(path);
+        groups.push_back({path, std::move(object), identity});
     }
 
     void addDataset(const std::string& path, Hdf5Object object, Hdf5Shape shape,

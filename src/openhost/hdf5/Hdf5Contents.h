@@ -2,6 +2,7 @@
 
 #include "hdf5/Hdf5Values.h"
 
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -31,8 +32,9 @@ struct Hdf5Contents {
     std::vector<Hdf5Candidate> candidates;
     // Datasets that cannot be frames, and dangling links, as shown to users.
     std::vector<std::string> others;
-    std::vector<std::string> deadLinks; // those into other files
-    std::vector<std::string> files;     // that hold the datasets or their values
+    std::map<std::string, std::string> deadLinks; // those into other files: their paths, and a text on each
+    std::vector<std::string> files;               // that hold the datasets or their values
+    std::vector<std::string> detectors;           // groups of class NXdetector
 };
 
 Hdf5Contents listContents(hid_t file);

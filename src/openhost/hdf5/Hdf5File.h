@@ -1,6 +1,5 @@
 #pragma once
 
-#include "base/FileContent.h"
 #include "frame/FrameFile.h"
 #include "hdf5/Hdf5Handle.h"
 #include "hdf5/Hdf5Images.h"
@@ -11,20 +10,9 @@
 
 namespace ombrel {
 
-struct Hdf5Selection {
-    std::string dataset;
-    std::vector<std::string> groups; // groups that hold the dataset or a link to it, that of `dataset` first
-};
+struct Hdf5Selection;
 
-// Chooses the dataset that holds the frames: the one that `path` names, or else the first of these that opens
-// as numbers of rank 2 to 4: /exchange/data (for flat fields /exchange/data_white); the `data` of an
-// NXdetector group; the target of the `default` and `signal` attributes; the only dataset of that kind. The
-// attributes decide among several detectors. Throws Error with a list of the contents if no dataset or
-// several remain, and with the cause if the sources of a virtual dataset are missing or the frames may be the
-// target of a link into a missing file.
-Hdf5Selection selectDataset(hid_t file, const DatasetPath& path, FrameRole role);
-
-// The frames of one dataset of an HDF5 file.
+// The frames of one dataset of an HDF5 file, or of several numbered ones.
 class Hdf5File final : public FrameFile {
 public:
     // `path` may be followed by "::/path/of/dataset".
@@ -32,17 +20,25 @@ public:
 
     double acqTime(zt::u32 frame) const override;
 
+    // Valid while this object exists.
+    hid_t handle() const { return file; }
+    // Groups that hold the frames or a link to them, that of the dataset first.
+    const std::vector<std::string>& groups() const { return frameGroups; }
+    // The place of a frame among all that the datasets store, whatever their role.
+    zt::u32 storedFrame(zt::u32 frame) const { return chosen.empty() ? frame : chosen[frame]; }
+    zt::u32 storedFrames() const { return images->shape().frames(); }
+
 private:
     std::optional<RawImage> rawImage(zt::u32 frame, zt::u32 subFrame) const override;
     void readStored(zt::u32 frame, zt::u32 subFrame, std::span<std::byte> pixels) override;
-    void fillInfo(const std::string& path, const std::string& dataset);
+    void fillInfo(const std::string& path, const Hdf5Selection& selection);
     void chooseFrames(FrameRole role, const std::vector<std::string>& groups);
     void readTimes(const std::vector<std::string>& groups);
     double secondsPerUnit(const std::string& unit) const;
-    zt::u32 storedFrame(zt::u32 frame) const { return chosen.empty() ? frame : chosen[frame]; }
 
     Hdf5FileHandle file;
-    std::optional<Hdf5Images> images;
+    std::vector<std::string> frameGroups;
+    std::optional<Hdf5ImageStack> images;
     std::vector<zt::u32> chosen; // frames of the role in the dataset; empty for all
     std::vector<double> times;   // of each frame in the dataset, if they differ
 };

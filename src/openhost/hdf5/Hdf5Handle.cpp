@@ -11,6 +11,7 @@
 #include <new>
 #include <string_view>
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <vector>
 
@@ -192,6 +193,16 @@ LinkedFile findLinkedFile(const std::string& name, const std::string& owner, con
             return {place.string(), S_ISREG(status.st_mode) ? "" : "is not a regular file"};
     }
     return {"", "does not exist"};
+}
+
+bool allowOpenFiles(std::size_t count) {
+    constexpr rlim_t others = 64; // descriptors for other files
+    rlimit limit{};
+    ::getrlimit(RLIMIT_NOFILE, &limit);
+    if (count + others <= limit.rlim_cur)
+        return true;
+    limit.rlim_cur = std::min<rlim_t>(limit.rlim_max, count + others);
+    return ::setrlimit(RLIMIT_NOFILE, &limit) == 0 && limit.rlim_cur == count + others;
 }
 
 std::string hdf5FileName(hid_t object) {

@@ -2,6 +2,7 @@
 
 #include <hdf5.h>
 
+#include <cstddef>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -91,6 +92,10 @@ struct LinkedFile {
 
 // `prefixVariable` is the environment variable that names the folders to search first.
 LinkedFile findLinkedFile(const std::string& name, const std::string& owner, const char* prefixVariable);
+
+// Raises the process's limit, where it is too low for so many files that the library keeps open at once: one
+// that it cannot open counts as missing. False if that is not allowed.
+bool allowOpenFiles(std::size_t count);
 
 // The path under which the file of an object was opened.
 std::string hdf5FileName(hid_t object);

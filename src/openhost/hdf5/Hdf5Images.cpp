@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <bit>
 #include <fcntl.h>
+#include <limits>
+#include <utility>
 #include <vector>
 
 namespace ombrel {
@@ -68,6 +70,25 @@ std::vector<hsize_t> extentOfImage(const Hdf5Shape& shape) {
     return extent;
 }
 
+// The packages of Debian and Ubuntu that hold a filter.
+std::string packagesOf(H5Z_filter_t filter) {
+    switch (filter) {
+    case 307:   // bzip2
+    case 32004: // LZ4
+        return "the package hdf5-filter-plugin";
+    case 32008: // bitshuffle
+        return "the packages hdf5-filter-plugin and bitshuffle";
+    case 32000: // LZF
+        return "the package hdf5-plugin-lzf";
+    case 32001: // Blosc
+        return "the package hdf5-filter-plugin-blosc-serial";
+    case 32013: // ZFP
+        return "the package hdf5-filter-plugin-zfp-serial";
+    default:
+        return "the filter's plug-in (for many: the package hdf5-filter-plugin)";
+    }
+}
+
 // A separate descriptor of the file that really holds the dataset, possibly the target of a link.
 std::optional<FileDescriptor> duplicateDescriptor(hid_t dataset, const std::string& path) {
     const Hdf5FileHandle owner{H5Iget_file_id(dataset)};
@@ -113,7 +134,8 @@ void Hdf5Images::checkFilters(hid_t creation, const std::string& where) const {
                                                    &valueCount, nullptr, sizeof name, name, &config);
         if (H5Zfilter_avail(filter) <= 0)
             throw Error(where + ": compressed by HDF5 filter " + std::to_string(filter) + " (" + name +
-                        "), which is not installed; install it, or set HDF5_PLUGIN_PATH to its folder");
+                        "), which is not installed; install " + packagesOf(filter) +
+                        ", or set HDF5_PLUGIN_PATH to its folder");
     }
 }
 
@@ -161,6 +183,43 @@ void Hdf5Images::readByLibrary(const std::vector<hsize_t>& start, std::span<std:
         H5Dread(dataset, nativeHdf5Type(imageShape.pixelType), imageSpace, space, H5P_DEFAULT,
                 pixels.data()) < 0)
         throw Error("cannot be read" + Hdf5Session::reason());
+}
+
+Hdf5ImageStack::Hdf5ImageStack(hid_t fileHandle, std::vector<std::string> names, const std::string& where)
+    : file{fileHandle}, shownPath{where}, datasets{std::move(names)} {
+    for (opened = 0; opened < datasets.size(); ++opened) {
+        images.reset(); // before the next one is opened, so that their caches never add up
+        images.emplace(file, datasets[opened], shownPath);
+        add(images->shape(), datasets[opened]);
+    }
+    --opened;
+}
+
+void Hdf5ImageStack::add(const Hdf5Shape& shape, const std::string& dataset) {
+    if (ends.empty()) {
+        wholeShape = shape;
+    } else {
+        if (shape.width() != wholeShape.width() || shape.height() != wholeShape.height() ||
+            shape.subFrames() != wholeShape.subFrames() || shape.pixelType != wholeShape.pixelType)
+            throw Error(shownPath + ": " + dataset + " is " + shapeText(shape) + ", but " + datasets.front() +
+                        " is " + shapeText(wholeShape) + "; frames must be alike");
+        if (shape.frames() > std::numeric_limits<zt::u32>::max() - ends.back())
+            throw Error(shownPath + ": too many frames");
+        if (wholeShape.extent.size() == 2)
+            wholeShape.extent.insert(wholeShape.extent.begin(), 1);
+        wholeShape.extent[0] += shape.frames();
+    }
+    ends.push_back(wholeShape.frames());
+}
+
+void Hdf5ImageStack::read(zt::u32 frame, zt::u32 subFrame, std::span<std::byte> pixels) {
+    const auto part = static_cast<std::size_t>(std::ranges::upper_bound(ends, frame) - ends.begin());
+    if (part != opened || !images) {
+        images.reset();
+        images.emplace(file, datasets[part], shownPath);
+        opened = part;
+    }
+    images->read(frame - (part == 0 ? 0 : ends[part - 1]), subFrame, pixels);
 }
 
 } // namespace ombrel

@@ -48,4 +48,30 @@ private:
     zt::u64 firstPixel = 0;             // its offset in that file
 };
 
+// The images of one dataset, or of several as one stack. Only the dataset that was read last is open.
+class Hdf5ImageStack {
+public:
+    // Throws Error like Hdf5Images, and if the images of the datasets are not alike.
+    Hdf5ImageStack(hid_t file, std::vector<std::string> datasets, const std::string& where);
+
+    // Of all datasets together.
+    const Hdf5Shape& shape() const { return wholeShape; }
+
+    // Like those of Hdf5Images; null for several datasets.
+    const FileDescriptor* rawFile() const { return datasets.size() == 1 ? images->rawFile() : nullptr; }
+    zt::u64 rawOffset(zt::u32 frame, zt::u32 subFrame) const { return images->rawOffset(frame, subFrame); }
+    void read(zt::u32 frame, zt::u32 subFrame, std::span<std::byte> pixels);
+
+private:
+    void add(const Hdf5Shape& shape, const std::string& dataset);
+
+    hid_t file; // owned by the caller
+    std::string shownPath;
+    std::vector<std::string> datasets;
+    std::vector<zt::u32> ends; // of the frames of each dataset, in the stack
+    Hdf5Shape wholeShape;
+    std::optional<Hdf5Images> images;
+    std::size_t opened = 0; // the dataset of `images`
+};
+
 } // namespace ombrel

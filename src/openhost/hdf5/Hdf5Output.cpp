@@ -7,6 +7,7 @@
 #include "frame/PixelType.h"
 #include "hdf5/Hdf5FrameTable.h"
 #include "hdf5/Hdf5Handle.h"
+#include "hdf5/Hdf5Nexus.h"
 #include "hdf5/Hdf5Sources.h"
 #include "hdf5/Hdf5Values.h"
 #include "hdf5/Hdf5Writer.h"
@@ -105,7 +106,9 @@ OutputPlan planOf(hid_t file, const std::string& path) {
     OutputPlan plan;
     plan.path = path;
     plan.record = textAt(file, outputlayout::record);
-    const auto shape = shapeOfImages(openThing(file, outputlayout::data));
+    const Hdf5Object data = openThing(file, outputlayout::data);
+    plan.units = textAttribute(data, "units").value_or("");
+    const auto shape = shapeOfImages(data);
     if (!shape || shape->extent.size() != 3 ||
         (shape->pixelType != zt::DT_FLOAT && shape->pixelType != zt::DT_DOUBLE))
         throw Error(std::string(outputlayout::data) + " is not a stack of corrected frames");
@@ -141,7 +144,10 @@ Hdf5OutputAddresses makeHdf5Output(const OutputFile& output, const OutputPlan& p
             maker.dataset(data, pixel, {plan.frames, plan.height, plan.width}, {1, plan.height, plan.width});
         addresses.frames = frameAddresses(pixels, plan.frames);
     }
+    markFrames(maker, plan);
     maker.close();
+    if (plan.addMetadata)
+        plan.addMetadata(output.newPath());
     addresses.fileSize = output.descriptor().size();
     return addresses;
 }

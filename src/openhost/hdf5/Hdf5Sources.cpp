@@ -5,7 +5,6 @@
 #include "hdf5/Hdf5Handle.h"
 
 #include <algorithm>
-#include <sys/resource.h>
 #include <sys/stat.h>
 
 namespace ombrel {
@@ -67,17 +66,6 @@ std::optional<OpenAxis> openAxisOf(hid_t space) {
                        : std::nullopt;
 }
 
-// The library keeps all source files open, and treats one that it cannot open as missing.
-bool canOpenFiles(std::size_t count) {
-    constexpr rlim_t others = 64; // descriptors for other files
-    rlimit limit{};
-    ::getrlimit(RLIMIT_NOFILE, &limit);
-    if (count + others <= limit.rlim_cur)
-        return true;
-    limit.rlim_cur = std::min<rlim_t>(limit.rlim_max, count + others);
-    return ::setrlimit(RLIMIT_NOFILE, &limit) == 0 && limit.rlim_cur == count + others;
-}
-
 std::vector<hsize_t> extentOf(hid_t space) {
     std::vector<hsize_t> extent(static_cast<std::size_t>(std::max(H5Sget_simple_extent_ndims(space), 0)));
     H5Sget_simple_extent_dims(space, extent.data(), nullptr);
@@ -130,7 +118,7 @@ std::optional<std::string> Hdf5Sources::problemOf(hid_t dataset) {
     open.clear();
     try {
         check(dataset);
-        if (!canOpenFiles(sources.size()))
+        if (!allowOpenFiles(sources.size()))
             return "its sources are " + std::to_string(sources.size()) +
                    " files, more than may be open at once; raise the limit with ulimit -n";
         return std::nullopt;

@@ -2,6 +2,7 @@
 
 #include "base/Error.h"
 
+#include <algorithm>
 #include <array>
 
 namespace ombrel {
@@ -13,7 +14,7 @@ constexpr hsize_t pageBytes = 4096;
 // The library allocates its own tables, about 57 bytes per frame, in blocks of this size. With one block of
 // whole pages for all of them, the frames are contiguous.
 hsize_t roomForTables(zt::u64 frames) {
-    return (64 * frames / pageBytes + 4) * pageBytes;
+    return (64 * frames / pageBytes + 12) * pageBytes;
 }
 
 } // namespace
@@ -100,6 +101,31 @@ void Hdf5Writer::view(const char* name, hid_t type, Extent frame, const std::vec
     check(H5Sselect_all(whole) >= 0);
     Hdf5Dataset made{checked(H5Dcreate2(file, name, type, whole, linkCreation, creation, H5P_DEFAULT))};
     check(made.close());
+}
+
+void Hdf5Writer::group(const char* name, const char* nexusClass) {
+    Hdf5Group made{checked(H5Gcreate2(file, name, linkCreation, H5P_DEFAULT, H5P_DEFAULT))};
+    check(made.close());
+    attribute(name, "NX_class", {nexusClass});
+}
+
+void Hdf5Writer::attribute(const char* object, const char* name, const std::vector<std::string>& texts) {
+    std::size_t length = 1;
+    for (const std::string& text : texts)
+        length = std::max(length, text.size() + 1);
+    std::string bytes;
+    for (const std::string& text : texts)
+        bytes += text + std::string(length - text.size(), '\0');
+    const Hdf5Type type = textType(length);
+    const hsize_t count = texts.size();
+    const Hdf5Space space{checked(count == 1 ? H5Screate(H5S_SCALAR) : H5Screate_simple(1, &count, nullptr))};
+    Hdf5Attribute made{
+        checked(H5Acreate_by_name(file, object, name, type, space, H5P_DEFAULT, H5P_DEFAULT, H5P_DEFAULT))};
+    check(H5Awrite(made, type, bytes.data()) >= 0 && made.close());
+}
+
+void Hdf5Writer::link(const char* existing, const char* name) {
+    check(H5Lcreate_hard(file, existing, file, name, linkCreation, H5P_DEFAULT) >= 0);
 }
 
 Hdf5Type Hdf5Writer::textType(std::size_t bytes) const {

@@ -27,6 +27,12 @@ public:
     // Creates a contiguous dataset with its contents.
     void value(const char* name, hid_t type, Extent extent, const void* bytes);
     void text(const char* name, const std::string& value);
+    // A group of that NeXus class. Missing groups above it are created.
+    void group(const char* name, const char* nexusClass);
+    // A text on an existing object; several are a list.
+    void attribute(const char* object, const char* name, const std::vector<std::string>& texts);
+    // A second name of an existing object.
+    void link(const char* existing, const char* name);
     // A dataset that is a view of the datasets of the same name in the parts' files, one after the other
     // along the first axis; `frame` is the extent of the other axes. A missing part reads as `fill`, if
     // given.

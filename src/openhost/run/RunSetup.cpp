@@ -6,8 +6,10 @@
 #include "base/Resources.h"
 #include "frame/PixelType.h"
 #include "frame/PreviewImage.h"
+#include "hdf5/Hdf5Nexus.h"
 #include "host/Device.h"
 #include "host/Session.h"
+#include "metadata/Metadata.h"
 #include "settings/Settings.h"
 #include "settings/SettingsFiles.h"
 #include "zt/IPrivateFilters.h"
@@ -41,8 +43,8 @@ LinkOptions LinkOptions::parse(const std::string& text) {
     return {text.substr(0, end), settings, settings};
 }
 
-RunRecord makeRecord(const RunOptions& options, const FrameRange& range, const std::string& pluginPath,
-                     Chain& chain) {
+RunRecord makeRecord(const RunOptions& options, const std::vector<std::string>& inputs,
+                     const FrameRange& range, const std::string& pluginPath, Chain& chain) {
     RunRecord record;
     record.version = OMBREL_VERSION;
     record.plugin = FileRecord::of(pluginPath, true);
@@ -52,7 +54,7 @@ RunRecord makeRecord(const RunOptions& options, const FrameRange& range, const s
     for (const std::string& assignment : options.params)
         if (const std::string file = ParamAssignment(assignment).fileUsed(); !file.empty())
             record.paramFiles.push_back(FileRecord::of(file, true));
-    for (const std::string& input : options.inputs) {
+    for (const std::string& input : inputs) {
         const auto [file, dataset] = splitDatasetPath(input);
         record.inputs.push_back(FileRecord::of(file, false));
         record.datasets.push_back(dataset);
@@ -289,12 +291,23 @@ WorkerChains loadedChains(const RunOptions& options, Session& session, zt::u64 f
     return makeWorkerChains(session, options, frames, console);
 }
 
+// Only beam hardening changes them, to the unit of its thicknesses, which it does not know.
+std::string unitsOf(const std::vector<LinkOptions>& links) {
+    const auto changes = [](const LinkOptions& link) { return link.name == "Beam-hardening"; };
+    return std::ranges::any_of(links, changes) ? "" : "counts";
+}
+
 OutputPlan outputPlan(const RunSetup& setup) {
     OutputPlan plan;
     plan.path = setup.options.output;
     plan.pixelType = setup.options.outputType == "f64" ? zt::DT_DOUBLE : zt::DT_FLOAT;
     plan.record = setup.record.toJson();
     plan.settingsFiles = settingsFilesOf(setup.options);
+    plan.units = unitsOf(setup.options.links);
+    plan.addMetadata = [sources = setup.stack.filesOf(setup.range.begin, setup.range.end),
+                        isNexus = isNexusPath(plan.path)](const std::string& newFile) {
+        copyMetadata(sources, newFile, isNexus);
+    };
     return plan;
 }
 
@@ -305,7 +318,7 @@ RunSetup::RunSetup(const RunOptions& runOptions, Console& console)
       range(checkedRange(options, stack)),
       session(console, options.plugin, {options.deviceType, stack.width(), stack.height()}),
       workers(loadedChains(options, session, range.count(), console)),
-      record(makeRecord(options, range, session.pluginPath(), workers.chains[0])) {
+      record(makeRecord(options, stack.paths(), range, session.pluginPath(), workers.chains[0])) {
     if (options.resume)
         begun = outputToResume(options.output, record);
 }

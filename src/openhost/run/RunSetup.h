@@ -54,9 +54,10 @@ struct RunOptions {
     bool quiet = false;
 };
 
-// Describes the run, for its output. The settings of `chain` must be loaded. Throws Error.
-RunRecord makeRecord(const RunOptions& options, const FrameRange& range, const std::string& pluginPath,
-                     Chain& chain);
+// Describes the run, for its output. `inputs` are the files that its inputs consist of. The settings of
+// `chain` must be loaded. Throws Error.
+RunRecord makeRecord(const RunOptions& options, const std::vector<std::string>& inputs,
+                     const FrameRange& range, const std::string& pluginPath, Chain& chain);
 
 // The settings files of all links that have one, in the order of the chain.
 std::vector<std::string> settingsFilesOf(const RunOptions& options);

@@ -207,6 +207,8 @@ std::string fileReportText(const FileReport& report) {
         text += reportLine("marked", kindsText(*info.kinds));
     if (info.run)
         text += reportLine("run", runText(*info.run));
+    if (!info.passedOver.empty())
+        text += "  " + info.passedOver + '\n';
     return text;
 }
 

@@ -6,16 +6,21 @@
 #include "base/FileDescriptor.h"
 #include "base/Numbers.h"
 #include "base/Resources.h"
+#include "formats/CbfFile.h"
+#include "formats/EdfFile.h"
 #include "frame/FrameFile.h"
 #include "frame/FrameOutput.h"
 #include "frame/PixelType.h"
 #include "hdf5/Hdf5File.h"
 #include "hdf5/Hdf5Output.h"
+#include "stack/FrameStack.h"
+#include "stack/InputFiles.h"
 #include "tiff/TiffFile.h"
 #include "tiff/TiffOutput.h"
 
 #include <algorithm>
 #include <filesystem>
+#include <iterator>
 #include <string_view>
 
 namespace ombrel {
@@ -26,15 +31,17 @@ using Path = const std::string&;
 
 struct Format {
     FileKind kind;
-    std::vector<std::string_view> suffixes; // of outputs
+    std::string_view name;
+    std::vector<std::string_view> suffixes = {}; // of outputs
     std::unique_ptr<FrameFile> (*open)(Path path, FrameRole role);
     std::vector<std::string> (*sources)(Path path);
-    std::unique_ptr<FrameOutput> (*create)(const OutputPlan& plan);
-    std::unique_ptr<FrameOutput> (*resume)(const OutputState& state);
-    OutputState (*state)(Path path);
-    std::optional<OutputState> (*stateToResume)(Path path, const std::string& record);
-    std::string (*settings)(Path path, std::size_t index);
-    std::vector<std::string> (*filesBeside)(Path path);
+    // Null unless ombrel writes the format.
+    std::unique_ptr<FrameOutput> (*create)(const OutputPlan& plan) = nullptr;
+    std::unique_ptr<FrameOutput> (*resume)(const OutputState& state) = nullptr;
+    OutputState (*state)(Path path) = nullptr;
+    std::optional<OutputState> (*stateToResume)(Path path, const std::string& record) = nullptr;
+    std::string (*settings)(Path path, std::size_t index) = nullptr;
+    std::vector<std::string> (*filesBeside)(Path path) = nullptr;
 };
 
 template <typename Output, typename From>
@@ -42,11 +49,16 @@ std::unique_ptr<FrameOutput> make(const From& from) {
     return std::make_unique<Output>(from);
 }
 
-std::unique_ptr<FrameFile> openTiff(Path path, FrameRole) {
+template <typename File>
+std::unique_ptr<FrameFile> openFile(Path path, FrameRole) {
     const auto [file, dataset] = splitDatasetPath(path);
     if (!dataset.empty())
-        throw Error(path + ": a TIFF file holds no datasets; leave out what follows \"::\"");
-    return std::make_unique<TiffFile>(file);
+        throw Error(path + ": only HDF5 files hold datasets; leave out what follows \"::\"");
+    return std::make_unique<File>(file);
+}
+
+std::vector<std::string> onlyItself(Path path) {
+    return {path};
 }
 
 std::optional<OutputState> tiffStateToResume(Path path, const std::string& record) {
@@ -60,6 +72,7 @@ std::optional<OutputState> tiffStateToResume(Path path, const std::string& recor
 
 const Format formats[] = {
     {FileKind::Hdf5,
+     "HDF5",
      {".h5", ".hdf5", ".nxs"},
      [](Path path, FrameRole role) -> std::unique_ptr<FrameFile> {
          return std::make_unique<Hdf5File>(path, role);
@@ -72,16 +85,30 @@ const Format formats[] = {
      settingsInHdf5Output,
      [](Path) { return std::vector<std::string>(); }},
     {FileKind::Tiff,
+     "TIFF",
      {".tif", ".tiff"},
-     openTiff,
-     [](Path path) { return std::vector{path}; },
+     openFile<TiffFile>,
+     onlyItself,
      make<TiffOutput, OutputPlan>,
      make<TiffOutput, OutputState>,
      TiffRecord::read,
      tiffStateToResume,
      TiffRecord::settings,
      [](Path path) { return std::vector{TiffRecord::pathFor(path)}; }},
+    {.kind = FileKind::Edf, .name = "EDF", .open = openFile<EdfFile>, .sources = onlyItself},
+    {.kind = FileKind::Cbf, .name = "CBF", .open = openFile<CbfFile>, .sources = onlyItself},
 };
+
+// "HDF5, TIFF, EDF or CBF".
+std::string formatNames() {
+    std::string names;
+    for (const Format& format : formats)
+        names += (names.empty()                      ? ""
+                  : &format == std::end(formats) - 1 ? " or "
+                                                     : ", ") +
+                 std::string(format.name);
+    return names;
+}
 
 bool hasSuffix(Path path, std::string_view suffix) {
     const auto sameLetter = [](char one, char other) { return (one | 0x20) == (other | 0x20); };
@@ -127,19 +154,38 @@ void checkMemory(const FrameFileInfo& info, zt::u64 scratchBytes) {
 } // namespace
 
 std::unique_ptr<FrameFile> FrameFile::open(const std::string& path, FrameRole role) {
+    if (isFileSeries(path))
+        return std::make_unique<FrameSeries>(path, role);
     const std::string name = splitDatasetPath(path).file;
     const FileDescriptor content = FileDescriptor::openForReading(name);
     checkRegular(content, name);
     const Format* const format = formatOfKind(fileKind(content));
     if (!format)
-        throw Error(name + ": is neither TIFF nor HDF5");
+        throw Error(name + ": is not a frame file (" + formatNames() + ")");
     auto file = format->open(path, role);
     checkMemory(file->info(), file->scratchBytes);
     return file;
 }
 
+bool FrameFile::canRead(FileKind kind) {
+    return formatOfKind(kind);
+}
+
+namespace {
+
+std::vector<std::string> sourcesOfSeries(Path input) {
+    std::vector<std::string> sources;
+    for (const std::string& path : filesOfSeries(input).paths)
+        std::ranges::move(FrameFile::sourcesOf(splitDatasetPath(path).file), std::back_inserter(sources));
+    return sources;
+}
+
+} // namespace
+
 std::vector<std::string> FrameFile::sourcesOf(const std::string& path) {
     try {
+        if (isFileSeries(path))
+            return sourcesOfSeries(path);
         const std::string name = splitDatasetPath(path).file;
         const Format* const format = formatOfKind(fileKind(FileDescriptor::openForReading(name)));
         return format ? format->sources(name) : std::vector<std::string>();
@@ -150,6 +196,8 @@ std::vector<std::string> FrameFile::sourcesOf(const std::string& path) {
 
 bool FrameFile::looksLikeFrames(const std::string& path) {
     try {
+        if (isFileSeries(path))
+            return !filesOfSeries(path).paths.empty();
         return formatOfKind(fileKind(FileDescriptor::openForReading(splitDatasetPath(path).file)));
     } catch (const Error&) {
         return false;

@@ -2,9 +2,16 @@
 
 #include "base/Error.h"
 #include "base/Numbers.h"
+#include "frame/FrameOutput.h"
+#include "stack/InputFiles.h"
 #include "zt/Types.h"
 
 #include <algorithm>
+#include <filesystem>
+#include <limits>
+#include <set>
+#include <sys/stat.h>
+#include <utility>
 
 namespace ombrel {
 
@@ -32,42 +39,171 @@ std::string UnusedDarks::text() const {
            "; no filter subtracts dark frames";
 }
 
-FrameStack::FrameStack(const std::vector<std::string>& paths, FrameRole role) {
-    if (paths.empty())
+FrameStack::FrameStack(const std::vector<std::string>& inputs, FrameRole wantedRole) : role(wantedRole) {
+    if (inputs.empty())
         throw Error("no input files");
-    zt::u64 begin = 0;
-    for (const std::string& path : paths) {
-        auto file = FrameFile::open(path, role);
-        const FrameFileInfo& info = file->info();
-        const FrameFileInfo& first = parts.empty() ? info : parts.front().file->info();
-        if (info.width != first.width || info.height != first.height)
-            throw Error("the frames differ in size: " + pathAndSize(first) + ", but " + pathAndSize(info));
-        if (role == FrameRole::Sample || role == FrameRole::Flat)
-            darks.add(info);
-        const zt::u64 end = begin + info.frames;
-        parts.push_back({std::move(file), begin, end});
-        begin = end;
-    }
+    for (const std::string& input : inputs)
+        if (isFileSeries(input))
+            addSeries(input);
+        else
+            addFile(input);
 }
 
-const FrameStack::Part& FrameStack::partOf(zt::u64 frame) const {
-    return *std::ranges::upper_bound(parts, frame, {}, &Part::end);
+namespace {
+
+using FileIdentity = std::pair<dev_t, ino_t>;
+
+FileIdentity identityOf(const std::string& path) {
+    struct stat status {};
+    return ::stat(path.c_str(), &status) == 0 ? FileIdentity(status.st_dev, status.st_ino) : FileIdentity();
+}
+
+// The files from which others of the series read their frames: the data files of a master.
+std::set<FileIdentity> linkedFiles(const std::vector<FrameFileInfo>& infos) {
+    std::set<FileIdentity> linked;
+    for (const FrameFileInfo& info : infos)
+        for (const std::string& source : info.sources)
+            if (identityOf(source) != identityOf(splitDatasetPath(info.path).file))
+                linked.insert(identityOf(source));
+    return linked;
+}
+
+// An output of ombrel in the folder of its input must not become an input of the next run.
+bool isOutput(const FrameFileInfo& info) {
+    return info.run || std::ranges::any_of(
+                           FrameOutput::filesBeside(info.path),
+                           [](const std::string& path) { return std::filesystem::exists(path); });
+}
+
+} // namespace
+
+void FrameStack::addSeries(const std::string& input) {
+    InputFiles files = filesOfSeries(input);
+    std::vector<FrameFileInfo> infos;
+    for (const std::string& path : files.paths)
+        infos.push_back(FrameFile::open(path, role)->info());
+    const std::set<FileIdentity> linked = linkedFiles(infos);
+    const bool allOutputs = std::ranges::all_of(infos, isOutput);
+    for (const FrameFileInfo& info : infos)
+        if ((!allOutputs && isOutput(info)) || linked.contains(identityOf(splitDatasetPath(info.path).file)))
+            files.others.push_back(std::filesystem::path(info.path).filename().string());
+        else
+            addPart(info);
+    if (parts.empty())
+        throw Error(input + ": its files refer to each other; give the file to read");
+    const std::string text = passedOverText(input, files.others);
+    others += (others.empty() || text.empty() ? "" : "; ") + text;
+}
+
+void FrameStack::addFile(const std::string& path) {
+    auto file = FrameFile::open(path, role);
+    addPart(file->info());
+    keepOpen(parts.size() - 1, std::move(file));
+}
+
+void FrameStack::addPart(const FrameFileInfo& info) {
+    const FrameFileInfo& first = parts.empty() ? info : parts.front().info;
+    if (info.width != first.width || info.height != first.height)
+        throw Error("the frames differ in size: " + pathAndSize(first) + ", but " + pathAndSize(info));
+    if (role == FrameRole::Sample || role == FrameRole::Flat)
+        darks.add(info);
+    const zt::u64 begin = parts.empty() ? 0 : parts.back().end;
+    parts.push_back({info, begin, begin + info.frames});
+}
+
+std::vector<std::string> FrameStack::paths() const {
+    std::vector<std::string> paths;
+    for (const Part& part : parts)
+        paths.push_back(part.info.path);
+    return paths;
+}
+
+std::vector<FramesOfFile> FrameStack::filesOf(zt::u64 begin, zt::u64 end) const {
+    std::vector<FramesOfFile> files;
+    for (const Part& part : parts)
+        if (part.begin < end && begin < part.end)
+            files.push_back({part.info.path, static_cast<zt::u32>(std::max(begin, part.begin) - part.begin),
+                             static_cast<zt::u32>(std::min(end, part.end) - part.begin)});
+    return files;
+}
+
+std::size_t FrameStack::partOf(zt::u64 frame) const {
+    return static_cast<std::size_t>(std::ranges::upper_bound(parts, frame, {}, &Part::end) - parts.begin());
+}
+
+std::shared_ptr<FrameFile> FrameStack::fileOf(std::size_t part) {
+    const std::lock_guard lock(openMutex);
+    const auto found = std::ranges::find(open, part, &OpenFile::part);
+    if (found != open.end()) {
+        std::rotate(found, found + 1, open.end());
+        return open.back().file;
+    }
+    const FrameFileInfo& before = parts[part].info;
+    auto file = FrameFile::open(before.path, role);
+    const FrameFileInfo& now = file->info();
+    if (now.width != before.width || now.height != before.height || now.pixelType != before.pixelType ||
+        now.frames < before.frames || now.subFrames != before.subFrames)
+        throw Error(before.path + ": the file has changed since it was opened first");
+    keepOpen(part, std::move(file));
+    return open.back().file;
+}
+
+void FrameStack::keepOpen(std::size_t part, std::shared_ptr<FrameFile> file) {
+    constexpr std::size_t mostOpen = 8;
+    if (open.size() == mostOpen)
+        open.erase(open.begin());
+    open.push_back({part, std::move(file)});
+}
+
+FrameStack::Place FrameStack::placeOf(zt::u64 frame) {
+    const std::size_t part = partOf(frame);
+    return {fileOf(part), static_cast<zt::u32>(frame - parts[part].begin)};
 }
 
 FramePtr FrameStack::readFrame(zt::u64 frame, PixelDigest* digest) {
-    const Part& part = partOf(frame);
-    return part.file->readFrame(static_cast<zt::u32>(frame - part.begin), digest);
+    const Place place = placeOf(frame);
+    return place.file->readFrame(place.frame, digest);
 }
 
 zt::u8 FrameStack::pixelType(zt::u64 frame) const {
-    const FrameFileInfo& info = partOf(frame).file->info();
+    const FrameFileInfo& info = parts[partOf(frame)].info;
     return info.subFrames == 0 ? info.pixelType
                                : static_cast<zt::u8>(zt::DT_DOUBLE); // the sum of its sub-frames
 }
 
 std::string FrameStack::where(zt::u64 frame) const {
-    const Part& part = partOf(frame);
-    return part.file->where(static_cast<zt::u32>(frame - part.begin));
+    const Part& part = parts[partOf(frame)];
+    return frameText(part.info.path, static_cast<zt::u32>(frame - part.begin));
+}
+
+FrameSeries::FrameSeries(const std::string& input, FrameRole role) : stack({input}, role) {
+    fileInfo = stack.info(0);
+    fileInfo.path = input;
+    fileInfo.format += ", " + countText(stack.fileCount(), "file");
+    fileInfo.run.reset();
+    if (stack.frameCount() > std::numeric_limits<zt::u32>::max())
+        throw Error(input + ": holds too many frames");
+    fileInfo.frames = static_cast<zt::u32>(stack.frameCount());
+    fileInfo.passedOver = stack.passedOver();
+    for (std::size_t file = 1; file < stack.fileCount(); ++file) {
+        const FrameFileInfo& info = stack.info(file);
+        if (info.pixelType != fileInfo.pixelType || info.subFrames != fileInfo.subFrames)
+            throw Error(info.path + ": its pixels differ in type from those of " + stack.info(0).path);
+        if (fileInfo.kinds && info.kinds)
+            *fileInfo.kinds = {fileInfo.kinds->sample + info.kinds->sample,
+                               fileInfo.kinds->flat + info.kinds->flat,
+                               fileInfo.kinds->dark + info.kinds->dark};
+    }
+}
+
+void FrameSeries::readStored(zt::u32 frame, zt::u32 subFrame, std::span<std::byte> pixels) {
+    const FrameStack::Place place = stack.placeOf(frame);
+    place.file->readImage(place.frame, subFrame, pixels);
+}
+
+double FrameSeries::acqTime(zt::u32 frame) const {
+    const FrameStack::Place place = stack.placeOf(frame);
+    return place.file->acqTime(place.frame);
 }
 
 } // namespace ombrel

@@ -1,9 +1,11 @@
 #pragma once
 
 #include "frame/FrameFile.h"
+#include "metadata/Metadata.h"
 
 #include <map>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -21,39 +23,80 @@ private:
 };
 
 // The frames of several files, one after the other, counted from 0 across all files. All frames have the same
-// size; pixel types may differ between files. Several threads may read at once.
+// size; pixel types may differ between files. Only the few files that were read last are open. Several
+// threads may read at once.
 class FrameStack {
 public:
-    // Opens all files. Throws Error without paths, for a file that can't be read, and for different frame
-    // sizes.
-    FrameStack(const std::vector<std::string>& paths, FrameRole role);
+    // Examines all files; a folder or a pattern is the series of its files. Throws Error without paths, for a
+    // file that can't be read, and for different frame sizes.
+    FrameStack(const std::vector<std::string>& inputs, FrameRole role);
 
-    zt::u32 width() const { return parts.front().file->info().width; }
-    zt::u32 height() const { return parts.front().file->info().height; }
+    zt::u32 width() const { return parts.front().info.width; }
+    zt::u32 height() const { return parts.front().info.height; }
     zt::u64 frameCount() const { return parts.back().end; }
     std::size_t fileCount() const { return parts.size(); }
-    const FrameFileInfo& info(std::size_t file) const { return parts[file].file->info(); }
+    const FrameFileInfo& info(std::size_t file) const { return parts[file].info; }
+    // The paths of all files, with the datasets that the inputs name.
+    std::vector<std::string> paths() const;
+
+    // The files that hold these frames, with their frames.
+    std::vector<FramesOfFile> filesOf(zt::u64 begin, zt::u64 end) const;
 
     // `frame` must be below frameCount(). Adds its pixels to the digest if there is one.
     FramePtr readFrame(zt::u64 frame, PixelDigest* digest = nullptr);
     // A message on dark frames in the files, which no command uses; empty if the files hold no dark frames.
     std::string unusedDarks() const { return darks.text(); }
+    // A message on files of a folder that hold no frames; empty if all do.
+    const std::string& passedOver() const { return others; }
     // "PATH, frame N", the frame counted in its file.
     std::string where(zt::u64 frame) const;
     // The pixel type of the frame after reading.
     zt::u8 pixelType(zt::u64 frame) const;
 
+    // A frame in its file.
+    struct Place {
+        std::shared_ptr<FrameFile> file;
+        zt::u32 frame;
+    };
+    Place placeOf(zt::u64 frame);
+
 private:
     struct Part {
-        std::unique_ptr<FrameFile> file;
+        FrameFileInfo info;
         zt::u64 begin = 0; // of the whole stack
         zt::u64 end = 0;
     };
+    struct OpenFile {
+        std::size_t part;
+        std::shared_ptr<FrameFile> file;
+    };
 
-    const Part& partOf(zt::u64 frame) const;
+    void addSeries(const std::string& input);
+    void addFile(const std::string& path);
+    void addPart(const FrameFileInfo& info);
+    std::size_t partOf(zt::u64 frame) const;
+    std::shared_ptr<FrameFile> fileOf(std::size_t part);
+    void keepOpen(std::size_t part, std::shared_ptr<FrameFile> file);
 
+    FrameRole role;
     std::vector<Part> parts;
+    std::vector<OpenFile> open; // the one that was read last at the end
+    std::mutex openMutex;
     UnusedDarks darks;
+    std::string others;
+};
+
+// A folder or a pattern as one file of frames, whose pixels all have the same type.
+class FrameSeries final : public FrameFile {
+public:
+    FrameSeries(const std::string& input, FrameRole role);
+
+    double acqTime(zt::u32 frame) const override;
+
+private:
+    void readStored(zt::u32 frame, zt::u32 subFrame, std::span<std::byte> pixels) override;
+
+    mutable FrameStack stack; // opens files as they are needed
 };
 
 } // namespace ombrel

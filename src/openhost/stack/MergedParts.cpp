@@ -5,9 +5,11 @@
 #include "base/Numbers.h"
 #include "frame/OutputFile.h"
 #include "hdf5/Hdf5FrameTable.h"
+#include "hdf5/Hdf5Nexus.h"
 #include "hdf5/Hdf5Output.h"
 #include "hdf5/Hdf5Values.h"
 #include "hdf5/Hdf5Writer.h"
+#include "metadata/Metadata.h"
 #include "zt/Types.h"
 
 #include <algorithm>
@@ -35,7 +37,10 @@ void writeVirtualOutput(const OutputPlan& plan, const RunRecord& record,
     const double wideNan = nan;
     maker.view(outputlayout::data, nativeHdf5Type(plan.pixelType), {plan.height, plan.width}, record.parts,
                plan.pixelType == zt::DT_FLOAT ? static_cast<const void*>(&nan) : &wideNan);
+    markFrames(maker, plan);
     maker.close();
+    if (plan.addMetadata)
+        plan.addMetadata(output.newPath());
     output.publish();
     output.keep();
 }
@@ -114,6 +119,12 @@ void mergeParts(const std::vector<std::string>& paths, const std::string& whole)
                                 partHash(parts[i].state)});
     }
     plan.path = whole;
+    std::vector<FramesOfFile> sources;
+    for (const Part& part : parts)
+        sources.push_back({part.path, 0, static_cast<zt::u32>(part.state.plan.frames)});
+    plan.addMetadata = [&](const std::string& newFile) {
+        copyMetadata(sources, newFile, isNexusPath(whole));
+    };
     plan.record = record.toJson();
     std::vector<std::string> settings;
     for (const LinkRecord& link : record.chain)

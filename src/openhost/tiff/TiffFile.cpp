@@ -11,18 +11,8 @@ namespace ombrel {
 namespace {
 
 std::string kindText(const TiffPage& page) {
-    return sizeText(page.width, page.height) + ' ' + std::string(pixelTypeName(page.pixelType));
-}
-
-// Pixels of the other byte order as those of this processor.
-void swapBytes(std::span<std::byte> pixels, std::size_t pixelBytes) {
-    const auto count = static_cast<tmsize_t>(pixels.size() / pixelBytes);
-    if (pixelBytes == 2)
-        TIFFSwabArrayOfShort(reinterpret_cast<zt::u16*>(pixels.data()), count);
-    else if (pixelBytes == 4)
-        TIFFSwabArrayOfLong(reinterpret_cast<zt::u32*>(pixels.data()), count);
-    else if (pixelBytes == 8)
-        TIFFSwabArrayOfLong8(reinterpret_cast<zt::u64*>(pixels.data()), count);
+    return sizeText(page.width, page.height) + ' ' +
+           std::string(page.isHalf() ? "f16" : pixelTypeName(page.pixelType));
 }
 
 } // namespace
@@ -36,7 +26,8 @@ TiffFile::TiffFile(const std::string& path)
     fileInfo.height = pages.front().height;
     fileInfo.pixelType = pages.front().pixelType;
     fileInfo.frames = pages.size() == 1 ? pages.front().images : static_cast<zt::u32>(pages.size());
-    scratchBytes = TIFFIsTiled(tiff.get()) ? TIFFTileSize64(tiff.get()) : 0;
+    scratchBytes = (TIFFIsTiled(tiff.get()) ? TIFFTileSize64(tiff.get()) : 0) +
+                   (pages.front().isHalf() ? pages.front().imageBytes() : 0);
 }
 
 void TiffFile::gatherPages() {
@@ -107,7 +98,8 @@ void TiffFile::gatherStack() {
 
 void TiffFile::checkLikeFirst(const TiffPage& page, const std::string& name) const {
     const TiffPage& first = pages.front();
-    if (page.width != first.width || page.height != first.height || page.pixelType != first.pixelType)
+    if (page.width != first.width || page.height != first.height || page.pixelType != first.pixelType ||
+        page.storedPixelBytes != first.storedPixelBytes)
         throw Error(name + " is " + kindText(page) + ", but frame 0 is " + kindText(first) +
                     "; the frames of one file must be alike");
 }
@@ -124,25 +116,36 @@ zt::u64 TiffFile::pixelOffset(const TiffPage& page, zt::u32 frame) const {
 
 std::optional<FrameFile::RawImage> TiffFile::rawImage(zt::u32 frame, zt::u32) const {
     const TiffPage& page = pageOf(frame);
-    if (!page.pixelOffset || isSwapped)
+    if (!page.pixelOffset || isSwapped || page.isHalf())
         return std::nullopt;
     return RawImage{file, pixelOffset(page, frame)};
 }
 
 void TiffFile::readStored(zt::u32 frame, zt::u32, std::span<std::byte> pixels) {
     const TiffPage& page = pageOf(frame);
+    if (!page.isHalf())
+        return readPage(page, frame, pixels);
+    halves.resize(page.imageBytes());
+    readPage(page, frame, halves);
+    const std::span<const zt::u16> stored(reinterpret_cast<const zt::u16*>(halves.data()), halves.size() / 2);
+    std::ranges::transform(stored, reinterpret_cast<float*>(pixels.data()), floatOfHalf);
+}
+
+// Reads the pixels in their stored type.
+void TiffFile::readPage(const TiffPage& page, zt::u32 frame, std::span<std::byte> pixels) {
     if (page.pixelOffset)
-        return readSwapped(page, frame, pixels);
+        return readPlain(page, frame, pixels);
     if (TIFFCurrentDirOffset(tiff.get()) != page.directoryOffset &&
         TIFFSetSubDirectory(tiff.get(), page.directoryOffset) != 1)
         throw Error(where(frame) + ": cannot be read" + tiff.reason());
     TIFFIsTiled(tiff.get()) ? readTiles(where(frame), pixels) : readStrips(where(frame), pixels);
 }
 
-void TiffFile::readSwapped(const TiffPage& page, zt::u32 frame, std::span<std::byte> pixels) const {
+void TiffFile::readPlain(const TiffPage& page, zt::u32 frame, std::span<std::byte> pixels) const {
     if (const auto failure = file.tryReadAt(pixelOffset(page, frame), pixels))
         throw Error(where(frame) + ": " + *failure);
-    swapBytes(pixels, pixelSize(page.pixelType));
+    if (isSwapped)
+        swapPixelBytes(pixels, page.storedPixelBytes);
 }
 
 void TiffFile::readStrips(const std::string& page, std::span<std::byte> pixels) const {
@@ -162,7 +165,7 @@ void TiffFile::readTiles(const std::string& page, std::span<std::byte> pixels) {
     TIFFGetField(tiff.get(), TIFFTAG_TILEWIDTH, &tileWidth);
     TIFFGetField(tiff.get(), TIFFTAG_TILELENGTH, &tileHeight);
     tile.resize(TIFFTileSize64(tiff.get()));
-    const std::size_t pixelBytes = pixelSize(fileInfo.pixelType);
+    const std::size_t pixelBytes = pages.front().storedPixelBytes;
     for (zt::u32 top = 0; top < fileInfo.height; top += tileHeight)
         for (zt::u32 left = 0; left < fileInfo.width; left += tileWidth) {
             if (TIFFReadTile(tiff.get(), tile.data(), left, top, 0, 0) != static_cast<tmsize_t>(tile.size()))

@@ -26,7 +26,8 @@ private:
     TiffDirectory readDirectory(zt::u64 offset) const;
     void gatherStack();
     void checkLikeFirst(const TiffPage& page, const std::string& name) const;
-    void readSwapped(const TiffPage& page, zt::u32 frame, std::span<std::byte> pixels) const;
+    void readPlain(const TiffPage& page, zt::u32 frame, std::span<std::byte> pixels) const;
+    void readPage(const TiffPage& page, zt::u32 frame, std::span<std::byte> pixels);
     void readStrips(const std::string& page, std::span<std::byte> pixels) const;
     void readTiles(const std::string& page, std::span<std::byte> pixels);
 
@@ -35,6 +36,7 @@ private:
     bool isSwapped; // to the other byte order
     std::vector<TiffPage> pages;
     std::vector<std::byte> tile;
+    std::vector<std::byte> halves; // 16-bit floating-point pixels as stored
 };
 
 } // namespace ombrel

@@ -75,7 +75,7 @@ std::optional<zt::u8> pixelTypeOf(zt::u16 bits, zt::u16 sampleFormat) {
     case 8:
         return isFloat ? std::nullopt : std::optional<zt::u8>(isSigned ? zt::DT_I8 : zt::DT_U8);
     case 16:
-        return isFloat ? std::nullopt : std::optional<zt::u8>(isSigned ? zt::DT_I16 : zt::DT_U16);
+        return isFloat ? zt::DT_FLOAT : isSigned ? zt::DT_I16 : zt::DT_U16;
     case 32:
         return isFloat ? zt::DT_FLOAT : isSigned ? zt::DT_I32 : zt::DT_U32;
     case 64:
@@ -100,7 +100,7 @@ zt::u8 checkedPixelType(TIFF* tiff, const std::string& where) {
     if (!pixelType)
         throw Error(where + ": pixels of " + std::to_string(bits) +
                     (format == SAMPLEFORMAT_IEEEFP ? "-bit floating point" : " bits") +
-                    "; frames are integers of 8, 16, 32 or 64 bits, or floats of 32 or 64");
+                    "; frames are integers of 8, 16, 32 or 64 bits, or floats of 16, 32 or 64");
     return *pixelType;
 }
 
@@ -140,7 +140,7 @@ zt::u64 plainSize(TIFF* tiff, const TiffPage& page, zt::u32 index) {
     const auto rowsPerStrip = fieldOr<zt::u32>(tiff, TIFFTAG_ROWSPERSTRIP, page.height);
     const zt::u64 firstRow = zt::u64{index} * rowsPerStrip;
     const zt::u64 rows = std::min<zt::u64>(rowsPerStrip, page.height - firstRow);
-    return rows * page.width * pixelSize(page.pixelType);
+    return rows * page.width * page.storedPixelBytes;
 }
 
 // If the file has the other bit order, the library must reverse the bits.
@@ -179,8 +179,8 @@ void locatePixels(const TiffHandle& handle, TiffPage& page, const std::string& w
 
 } // namespace
 
-zt::u64 TiffPage::imageBytes() const {
-    return zt::u64{width} * height * pixelSize(pixelType);
+bool TiffPage::isHalf() const {
+    return storedPixelBytes < pixelSize(pixelType);
 }
 
 TiffPage examineTiffPage(const TiffHandle& tiff, const std::string& where, zt::u64 fileSize) {
@@ -190,6 +190,7 @@ TiffPage examineTiffPage(const TiffHandle& tiff, const std::string& where, zt::u
     if (page.width == 0 || page.height == 0)
         throw Error(where + ": an image without pixels");
     page.pixelType = checkedPixelType(tiff.get(), where);
+    page.storedPixelBytes = fieldOr<zt::u16>(tiff.get(), TIFFTAG_BITSPERSAMPLE, 1) / 8;
     constexpr double mostBytes = 1ULL << 62; // sizes up to here can be added without overflow
     if (static_cast<double>(page.width) * page.height * static_cast<double>(pixelSize(page.pixelType)) >
         mostBytes)

@@ -39,13 +39,16 @@ struct TiffPage {
     zt::u32 width = 0;
     zt::u32 height = 0;
     zt::u8 pixelType = 0;
-    zt::u64 directoryOffset = 0; // the library finds the page there
+    std::size_t storedPixelBytes = 0; // 2 for 16-bit floating point, whose pixels become float
+    zt::u64 directoryOffset = 0;      // the library finds the page there
     // The offset of the pixels if they are contiguous and uncompressed. They may be in the other byte order.
     std::optional<zt::u64> pixelOffset;
     // Number of consecutive images from pixelOffset on; above 1 only if one directory describes a stack.
     zt::u32 images = 1;
 
-    zt::u64 imageBytes() const;
+    // Of one image as stored.
+    zt::u64 imageBytes() const { return zt::u64{width} * height * storedPixelBytes; }
+    bool isHalf() const;
 };
 
 // Examines the current page of the file. `where` is the start of a message ("PATH, frame 3"). Throws Error

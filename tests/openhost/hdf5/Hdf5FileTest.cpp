@@ -145,7 +145,21 @@ TEST_F(Hdf5File, TellsAtTheStartThatAFilterIsNotThere) {
         });
     }
     H5Zunregister(countingFilter);
-    EXPECT_THAT(refusal(), HasSubstr("HDF5 filter 300 (counting), which is not installed"));
+    EXPECT_THAT(refusal(), AllOf(HasSubstr("HDF5 filter 300 (counting), which is not installed"),
+                                 HasSubstr("hdf5-filter-plugin")));
+}
+
+// Bitshuffle with LZ4 inside, as detectors write it.
+TEST_F(Hdf5File, ReadsBitshuffleOnceItIsInstalled) {
+    constexpr H5Z_filter_t bitshuffle = 32008;
+    if (H5Zfilter_avail(bitshuffle) <= 0)
+        GTEST_SKIP() << "the package bitshuffle is not installed";
+    expectRead([](hid_t creation) {
+        const hsize_t chunk[] = {1, 5, 7};
+        const unsigned values[] = {0, 2}; // the default block size; LZ4
+        H5Pset_chunk(creation, 3, chunk);
+        H5Pset_filter(creation, bitshuffle, H5Z_FLAG_MANDATORY, 2, values);
+    });
 }
 
 // A file that claims to end where it does: only the dataset's place tells that pixels are missing.

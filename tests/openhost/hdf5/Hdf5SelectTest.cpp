@@ -159,3 +159,47 @@ TEST_F(Hdf5Select, ListsWhatThereIs) {
     };
     EXPECT_THAT(refusal(none), HasSubstr("/100%s%n, /data (a dangling link)"));
 }
+
+// Masters link one file for every few hundred frames.
+TEST_F(Hdf5Select, TakesNumberedDatasetsAsOneStack) {
+    for (int i = 1; i <= 11; ++i)
+        Hdf5Builder(folder / ("data" + std::to_string(i) + ".h5"))
+            .images("/data", 2, static_cast<zt::u16>(i));
+    const auto master = [this](int files, const std::string& signal) {
+        Hdf5Builder file(path);
+        addDetector(file, "/entry/instrument/detector");
+        file.data<zt::u32>("/entry/instrument/detector/pixel_mask", {2, 2}, {0, 0, 0, 0});
+        file.number("/entry/instrument/detector/count_time", 0.25);
+        for (int i = 1; i <= files; ++i)
+            file.externalLink("/entry/data/data_" + std::to_string(i), "data" + std::to_string(i) + ".h5",
+                              "/data");
+        if (!signal.empty())
+            file.attribute("/entry/data", "signal", signal);
+    };
+    for (const char* signal : {"", "data_1"}) {
+        master(11, signal);
+        auto frames = FrameFile::open(path);
+        EXPECT_EQ(frames->info().dataset, "/entry/data/data_1 to data_11");
+        EXPECT_EQ(frames->info().frames, 22U);
+        EXPECT_EQ(frames->info().acqTime, 0.25);
+        for (const zt::u32 frame : {21U, 0U, 3U, 18U})
+            EXPECT_EQ(frames->readFrame(frame)->pixels<zt::u16>()[0], frame / 2 + 1);
+        EXPECT_EQ(FrameFile::open(path + "::/entry/data")->info().frames, 22U);
+        EXPECT_EQ(FrameFile::open(path + "::/entry/data/data_3")->info().frames, 2U);
+        frames.reset(); // the library does not replace a file that is open
+        master(12, signal);
+        EXPECT_THAT(
+            errorOf([&] { FrameFile::open(path); }),
+            AllOf(HasSubstr("/entry/data/data_12"), HasSubstr("data12.h5"), HasSubstr("does not exist")));
+    }
+    EXPECT_THAT(refusal([](Hdf5Builder& file) {
+                    file.images("/entry/data/data_1", 1, 0);
+                    file.images("/entry/data/data_3", 1, 0);
+                }),
+                HasSubstr("a dataset between them is missing"));
+    EXPECT_THAT(refusal([](Hdf5Builder& file) {
+                    file.images("/entry/data/data_1", 1, 0);
+                    file.data<zt::u16>("/entry/data/data_2", {1, 2, 3}, {});
+                }),
+                HasSubstr("must be alike"));
+}

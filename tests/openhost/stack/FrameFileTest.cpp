@@ -73,11 +73,11 @@ protected:
 
 TEST_F(FrameFileRefusal, TellsWhatIsNoFrameFile) {
     expect(folder / nastyName, "No such file");
-    expect(folder.path.string(), "is a directory");
+    expect(folder.path.string(), "holds no frame files");
     writeFileText(folder / nastyName, "");
     expect(folder / nastyName, "is empty");
     writeFileText(folder / nastyName, "1 2 3\n4 5 6\n");
-    expect(folder / nastyName, "neither TIFF nor HDF5");
+    expect(folder / nastyName, "is not a frame file (HDF5, TIFF, EDF or CBF)");
     mkfifo((folder / "pipe").c_str(), 0600);
     expect(folder / "pipe", "not a regular file");
 }

@@ -229,6 +229,29 @@ INSTANTIATE_TEST_SUITE_P(
                       TiffVariant{"deflatePredicted", "w", 7, 0, COMPRESSION_ADOBE_DEFLATE, 3}),
     [](const auto& variant) { return std::string(variant.param.name); });
 
+TEST(TiffFileHalf, BecomesFloat) {
+    const TemporaryFolder folder;
+    const std::string path = folder / "half.tif";
+    for (const char* mode : {"w", "wb"})
+        for (const zt::u16 compression : {COMPRESSION_NONE, COMPRESSION_ADOBE_DEFLATE}) {
+            TIFF* tiff = TIFFOpen(path.c_str(), mode);
+            for (int page = 0; page < 2; ++page) {
+                TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, 3);
+                TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, 1);
+                TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, 16);
+                TIFFSetField(tiff, TIFFTAG_SAMPLEFORMAT, SAMPLEFORMAT_IEEEFP);
+                TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISBLACK);
+                TIFFSetField(tiff, TIFFTAG_COMPRESSION, compression);
+                std::array<zt::u16, 3> row{0x3c00, 0xc100, static_cast<zt::u16>(0x4200 + page)};
+                TIFFWriteScanline(tiff, row.data(), 0);
+                TIFFWriteDirectory(tiff);
+            }
+            TIFFClose(tiff);
+            EXPECT_EQ(FrameFile::open(path)->info().pixelType, zt::DT_FLOAT);
+            EXPECT_EQ(readAllFrames(path), (std::vector<double>{1, -2.5, 3, 1, -2.5, 3.001953125})) << mode;
+        }
+}
+
 TEST_F(TiffFileRefusal, OfPagesThatAreNoFrames) {
     expect("3 values a pixel", [](TIFF* tiff) {
         TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, 3);
@@ -241,8 +264,8 @@ TEST_F(TiffFileRefusal, OfPagesThatAreNoFrames) {
     });
     expect("pixels of 1 bits", set(TIFFTAG_BITSPERSAMPLE, 1));
     expect("pixels of 4 bits", set(TIFFTAG_BITSPERSAMPLE, 4));
-    expect("16-bit floating point", [](TIFF* tiff) {
-        TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, 16);
+    expect("24-bit floating point", [](TIFF* tiff) {
+        TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, 24);
         TIFFSetField(tiff, TIFFTAG_SAMPLEFORMAT, SAMPLEFORMAT_IEEEFP);
     });
 }

@@ -1,0 +1,49 @@
+#include "hdf5/Hdf5Nexus.h"
+
+#include "hdf5/Hdf5Output.h"
+
+#include <algorithm>
+#include <string_view>
+
+namespace ombrel {
+
+bool isNexusPath(const std::string& path) {
+    constexpr std::string_view suffix = ".nxs";
+    const auto sameLetter = [](char one, char other) { return (one | 0x20) == (other | 0x20); };
+    return path.size() > suffix.size() &&
+           std::equal(suffix.rbegin(), suffix.rend(), path.rbegin(), sameLetter);
+}
+
+namespace {
+
+void makeTomography(Hdf5Writer& writer) {
+    using namespace nexuslayout;
+    writer.group(entry, "NXentry");
+    writer.attribute(entry, "default", {"data"});
+    writer.text("/entry/definition", "NXtomo");
+    writer.group(instrument, "NXinstrument");
+    writer.group(detector, "NXdetector");
+    writer.link(outputlayout::data, "/entry/instrument/detector/data");
+    writer.group(sample, "NXsample");
+    writer.group(view, "NXdata");
+    writer.attribute(view, "signal", {"data"});
+    writer.link(outputlayout::data, "/entry/data/data");
+}
+
+} // namespace
+
+void markFrames(Hdf5Writer& writer, const OutputPlan& plan) {
+    constexpr char exchange[] = "/exchange";
+    writer.attribute(outputlayout::data, "interpretation", {"image"});
+    if (!plan.units.empty())
+        writer.attribute(outputlayout::data, "units", {plan.units});
+    writer.attribute("/", "NX_class", {"NXroot"});
+    writer.attribute(exchange, "NX_class", {"NXdata"});
+    writer.attribute(exchange, "signal", {"data"});
+    const bool isNexus = isNexusPath(plan.path);
+    writer.attribute("/", "default", {isNexus ? nexuslayout::entry + 1 : exchange + 1});
+    if (isNexus)
+        makeTomography(writer);
+}
+
+} // namespace ombrel

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "zt/Types.h"
+
+#include <string>
+#include <vector>
+
+namespace ombrel {
+
+// Frames of one file, as FrameRole::Sample counts them.
+struct FramesOfFile {
+    std::string path; // with the dataset, if it was named
+    zt::u32 begin = 0;
+    zt::u32 end = 0;
+};
+
+// Adds to a new HDF5 output, whose frames are those of the sources one after the other, what the sources hold
+// on them: from the Data Exchange layout /exchange, /measurement and /process, from an NXtomo its entry.
+// Objects are copied as they are. Datasets with a number for each frame are cut to the frames of the output
+// and joined; of the others those of the first source are taken. Left out is what is large, has an image for
+// each frame, or refers to other objects. Sources of other formats have nothing to add.
+//
+// Throws Error if the output cannot be written; what cannot be read is left out.
+void copyMetadata(const std::vector<FramesOfFile>& sources, const std::string& newFile, bool isNexus);
+
+} // namespace ombrel
