@@ -122,13 +122,13 @@ TEST_F(AdaptiveSet, RefinesTheGridForBothSearches) {
                                         *folder / "open-area.h5");
     };
     ASSERT_EQ(calibrate({"--refine", "5x6x5"}).exitCode, 0);
-    EXPECT_LT(correctFew("0").mean, 1.20);
+    EXPECT_LT(correctFew("0").mean, 1.25);
     const auto lookAround = calibrate({"--refine", "auto", "--set", "Search=1"});
     ASSERT_EQ(lookAround.exitCode, 0) << lookAround.messages;
     EXPECT_THAT(lookAround.output, HasSubstr("look-around    9 x  9 x  9"));
     EXPECT_EQ(std::filesystem::file_size(*folder / "fine.bin"),
               8u + 3 * (8 + 5 * 4) + 125 * (8 + 128 * 128 * 4));
-    EXPECT_NEAR(correctFew("1").mean, correctFew("0").mean, 0.01); // and none is refused
+    EXPECT_NEAR(correctFew("1").mean, correctFew("0").mean, 0.03); // and none is refused
 
     expectRefusal(calibrate({"--refine", "5x6"}), 2, "write auto, N or NxMxK");
     expectRefusal(calibrate({"--time-per-frame", "5"}), 2, "--refine");
