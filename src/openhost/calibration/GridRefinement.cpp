@@ -1,7 +1,7 @@
 #include "calibration/GridRefinement.h"
 
 #include "base/Error.h"
-#include "base/MemoryBudget.h"
+#include "base/Resources.h"
 #include "base/Numbers.h"
 #include "base/ProgramRun.h"
 #include "calibration/AdaptiveSettings.h"
