@@ -67,9 +67,8 @@ FlatSource sourceOf(const std::string& path) {
         return FlatSource::Coefficients;
     if (beginsWithNumber(file))
         return FlatSource::Matrix;
-    throw Error(path +
-                ": holds no flat field: it holds neither frames nor a matrix of numbers as "
-                "text, and its name does not end in \"ffc\" as that of a file of coefficients does");
+    throw Error(path + ": holds no flat field: it holds neither frames nor a matrix of numbers as "
+                       "text, and its name does not end in \"ffc\" as that of a file of coefficients does");
 }
 
 // True for one matrix or one file of coefficients, which have no size.

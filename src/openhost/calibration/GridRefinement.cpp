@@ -1,9 +1,9 @@
 #include "calibration/GridRefinement.h"
 
 #include "base/Error.h"
-#include "base/Resources.h"
 #include "base/Numbers.h"
 #include "base/ProgramRun.h"
+#include "base/Resources.h"
 #include "calibration/AdaptiveSettings.h"
 
 #include <algorithm>
@@ -16,7 +16,7 @@ namespace ombrel {
 namespace {
 
 constexpr std::size_t mostCells = 99;
-constexpr std::size_t fineCells = 16; // so many on each axis are hardly worse than more
+constexpr std::size_t fineCells = 16;     // so many on each axis are hardly worse than more
 constexpr std::size_t mostSampled = 4096; // pixels
 constexpr std::size_t sampledValues = 4'000'000;
 constexpr double farFromLevel = 3; // pixels beyond this factor are not sampled
@@ -153,8 +153,7 @@ void GridRefinement::refuseUnlessBetter() const {
                       "grid would be no better; measure more values on each axis, or calibrate without it",
                       after, before));
     const double measured = spacing->expected().mean;
-    const double finest =
-        spacing->expected(spacing->divided({fineCells, fineCells, fineCells})).mean;
+    const double finest = spacing->expected(spacing->divided({fineCells, fineCells, fineCells})).mean;
     if (finest > clearlyLess * measured)
         throw Error(
             formatted("--refine: frames between the measured points are left with %.3f times photon "
