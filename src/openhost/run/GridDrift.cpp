@@ -11,7 +11,7 @@ namespace ombrel {
 namespace {
 
 // For a frame at the end of an axis, the squares of the scores rise as the square of the distance from there;
-// the further outside it is, the more evenly they rise. Below this part of the former, it is about a step
+// the further outside it is, the more evenly they rise. Below this part of the former, it is two steps
 // outside. The rest is room for axes on which the flat field changes less and less.
 constexpr double surelyOutside = 0.6;
 

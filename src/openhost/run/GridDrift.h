@@ -10,7 +10,7 @@
 
 namespace ombrel {
 
-// The sides of the grid beyond which the best flat field of a frame lies, by a step of the grid or more: the
+// The sides of the grid beyond which the best flat field of a frame lies, by about two steps or more: the
 // winner is at the end of an axis, and the scores of its line on that axis point further out. An axis of two
 // values shows nothing.
 GridSides sidesOutside(std::span<const QualityValue> candidates);

@@ -28,15 +28,15 @@ TEST(GridDrift, FindsTheSidesBeyondWhichTheScoresStillFall) {
     EXPECT_EQ(sidesText(sidesOutside(scoresAt(2.4, 17, 5.5))), "");
     EXPECT_EQ(sidesText(sidesOutside(scoresAt(1.1, 29, 5.1))), ""); // near the border
     EXPECT_EQ(sidesText(sidesOutside(scoresAt(0.9, 31, 5.1))), ""); // hardly beyond it
-    EXPECT_EQ(sidesText(sidesOutside(scoresAt(-0.5, 20, 5.2))), "V below");
-    EXPECT_EQ(sidesText(sidesOutside(scoresAt(9, 48, 5.2))), "V above, T above");
+    EXPECT_EQ(sidesText(sidesOutside(scoresAt(-1.5, 20, 5.2))), "V below");
+    EXPECT_EQ(sidesText(sidesOutside(scoresAt(9, 60, 5.2))), "V above, T above");
     EXPECT_EQ(sidesText(sidesOutside(scoresAt(2, 20, 9))), ""); // two values of E show nothing
     EXPECT_EQ(sidesOutside({}), 0);
 
     DriftNotes notes;
     EXPECT_EQ(notes.text(), "");
     for (const zt::u64 frame : {4, 2, 3, 9})
-        notes.add(frame, sidesOutside(scoresAt(-0.5, 20, 5.2)));
+        notes.add(frame, sidesOutside(scoresAt(-1.5, 20, 5.2)));
     notes.add(5, 0);
     EXPECT_THAT(notes.text(), HasSubstr("4 frames outside the grid of flat fields (V below): 2-4, 9;"));
 }
