@@ -35,12 +35,12 @@ std::string formatted(const char* format, auto... values) {
 
 // Pixels spread over the image without the period of its rows: the golden ratio, modulo 1.
 std::vector<std::size_t> spreadPixels(std::size_t count, std::size_t wanted) {
-    std::set<std::size_t> chosen;
+    std::set<std::size_t> spread;
     for (std::size_t i = 0; i < wanted; ++i) {
         const double part = std::fmod(static_cast<double>(i) * 0.6180339887498949, 1.0);
-        chosen.insert(static_cast<std::size_t>(part * static_cast<double>(count)));
+        spread.insert(static_cast<std::size_t>(part * static_cast<double>(count)));
     }
-    return {chosen.begin(), chosen.end()};
+    return {spread.begin(), spread.end()};
 }
 
 // As it is stored, and in the order in which the engine searches.
