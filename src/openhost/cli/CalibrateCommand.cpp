@@ -3,6 +3,7 @@
 #include "base/CommandOptions.h"
 #include "base/Error.h"
 #include "calibration/AdaptiveCalibration.h"
+#include "calibration/BadPixelCalibration.h"
 #include "calibration/BeamHardeningCalibration.h"
 #include "calibration/CountRateCalibration.h"
 #include "calibration/FlatFieldCalibration.h"
@@ -32,6 +33,7 @@ void addCalibrateCommand(const CommandContext& context) {
     addFlatFieldCalibration(*command, context);
     addBeamHardeningCalibration(*command, context);
     addCountRateCalibration(*command, context);
+    addBadPixelCalibration(*command, context);
 }
 
 namespace {
@@ -211,6 +213,66 @@ void addCountRateCalibration(CLI::App& calibrate, const CommandContext& context)
                     "rate.xml\n"
                     "  ombrel run -f Beam-hardening=rate.xml frames.h5 -o flux.h5");
     command->callback([=, &console = context.console] { calibrateCountRate(*options, console); });
+}
+
+void addMaskOptions(CLI::App& command, MaskOptions& options) {
+    command
+        .add_option("--device-mask", options.source,
+                    "Pixel mask of the device: the one that a detector stored next to the frames, none, or a "
+                    "file")
+        ->type_name("auto|none|FILE")
+        ->capture_default_str();
+    command
+        .add_option("--mask-convention", options.convention,
+                    "Meaning of 0 in the mask: good (nexus) or masked (ones-good). Default: good in the "
+                    "pixel_mask of a detector, masked in a plain image")
+        ->check(CLI::IsMember({"nexus", "ones-good"}).description(""))
+        ->type_name("nexus|ones-good");
+}
+
+void addBadPixelCalibration(CLI::App& calibrate, const CommandContext& context) {
+    auto options = std::make_shared<BadPixelOptions>();
+    CLI::App* command = calibrate.add_subcommand(
+        "bad-pixels", "A mask of bad pixels with reasons from repeated frames of the open beam");
+    command
+        ->add_option("FLAT", options->flats,
+                     "Frame files of the open beam, best 20 frames or more. If a file marks its frames, only "
+                     "the flat fields are used")
+        ->required()
+        ->type_name("FILE");
+    command->add_option("--dark", options->darks, "Frames without beam, which show hot pixels")
+        ->type_name("FILE");
+    command
+        ->add_option(
+            "-o,--output", options->outputs,
+            "The mask: .h5, .hdf5 or .nxs with all reasons, .tif with 0 for bad pixels, or .txt with "
+            "a list; repeatable")
+        ->required()
+        ->allow_extra_args(false)
+        ->type_name("FILE");
+    command->add_option("--picture", options->picture, "Also write a picture with the bad pixels in colour")
+        ->type_name("FILE.png");
+    command
+        ->add_option("--false-discoveries", options->limits.falseDiscoveryRate,
+                     "Expected part of good pixels among those found to be noisy")
+        ->check(numberCheck<double>("a number above 0 and below 1",
+                                    [](double rate) { return rate > 0 && rate < 1; }))
+        ->type_name("RATE")
+        ->capture_default_str();
+    command
+        ->add_option("--deviation", options->limits.deviation,
+                     "Robust standard deviations from the neighbourhood from which a response is bad")
+        ->check(numberAboveZero())
+        ->type_name("N")
+        ->capture_default_str();
+    addMaskOptions(*command, options->mask);
+    command->add_flag("--force", options->force, "Replace files that exist");
+    addLogOption(*command, options->log);
+    command->add_flag("-q,--quiet", options->quiet, "No progress");
+    command->footer("Example:\n"
+                    "  ombrel calibrate bad-pixels flats.h5 --dark darks.h5 -o mask.h5\n"
+                    "  ombrel run -f Flat-Field=ff.xml --device-mask mask.h5 frames.h5 -o corrected.h5");
+    command->callback([=, &console = context.console] { calibrateBadPixels(*options, console); });
 }
 
 } // namespace ombrel::cli

@@ -92,6 +92,17 @@ void addSimulateCommand(const CommandContext& context) {
         ->check(CLI::IsMember({"paralysable", "non-paralysable"}).description(""))
         ->type_name("paralysable|non-paralysable")
         ->capture_default_str();
+    const auto addFault = [&](const char* name, zt::u32& count, const char* help) {
+        command->add_option(name, count, help)
+            ->check(wholeNumber(0, 100'000))
+            ->type_name("N")
+            ->capture_default_str();
+    };
+    simulation::FaultPlan& faults = options->plan.faults;
+    addFault("--noisy", faults.noisy, "Pixels with twice the noise of their counts");
+    addFault("--flickering", faults.flickering, "Pixels with 10 % more in about half of the frames");
+    addFault("--bursting", faults.bursting, "Pixels with 30 % more in one frame");
+    addFault("--gap-columns", faults.gapColumns, "Columns without pixels, in the middle");
     command->add_option("--seed", options->plan.seed, "Another seed gives another detector and other noise")
         ->check(wholeNumber<std::uint64_t>())
         ->type_name("N")

@@ -51,6 +51,7 @@ struct FrameFileInfo {
     zt::u32 subFrames = 0;            // of each frame; 0 if frames have none
     std::optional<double> acqTime;    // seconds, if the file has it; that of frame 0 if they differ
     std::optional<FrameKinds> kinds;  // if the file marks its frames
+    std::string maskDataset;          // of the detector, next to the frames; empty without one
     std::optional<RunState> run;      // of a file written by ombrel; only its frames done are counted
     std::vector<std::string> sources; // other files that the frames are read from
     std::string passedOver;           // a message on other files of a folder; empty if there are none

@@ -3,6 +3,7 @@
 #include "base/Error.h"
 #include "hdf5/Hdf5Contents.h"
 #include "hdf5/Hdf5Handle.h"
+#include "hdf5/Hdf5Mask.h"
 #include "hdf5/Hdf5Output.h"
 #include "hdf5/Hdf5Selection.h"
 #include "hdf5/Hdf5Sources.h"
@@ -57,6 +58,7 @@ Hdf5File::Hdf5File(const std::string& path, FrameRole role) {
     std::ranges::remove_copy(selection.files, std::back_inserter(fileInfo.sources), place.file);
     readTimes(selection.groups);
     chooseFrames(role, selection.groups);
+    fileInfo.maskDataset = maskBeside(file, selection.groups);
     if (fileInfo.acqTime)
         fileInfo.acqTime = acqTime(0);
 }

@@ -22,6 +22,10 @@ constexpr double thicknessSpread = 0.15;  // likewise, when the energy is half o
 constexpr double plainEnergy = 25;        // keV
 constexpr double faultsPerPixel = 0.0005; // dead, and as many hot
 
+constexpr double flicker = 0.1;
+constexpr double burst = 0.3;
+constexpr double extraNoise = 3; // variance over that of the counts, in addition to it
+
 bool isChipEdge(std::size_t position, std::size_t length) {
     const std::size_t within = position % chipSide;
     const bool atStart = within == 0 && position != 0;
@@ -37,7 +41,8 @@ double waveAt(std::size_t x, std::size_t y) {
 
 } // namespace
 
-DetectorModel::DetectorModel(std::size_t width, std::size_t height, std::uint64_t seed)
+DetectorModel::DetectorModel(std::size_t width, std::size_t height, std::uint64_t seed,
+                             const FaultPlan& faults)
     : columns(width), rows(height) {
     Random random(seed);
     for (std::size_t y = 0; y < rows; ++y) {
@@ -51,6 +56,8 @@ DetectorModel::DetectorModel(std::size_t width, std::size_t height, std::uint64_
     }
     spoilPixels(seed + 1);
     scatterSensor(seed + 2);
+    if (!faults.isEmpty())
+        addFaults(seed + 3, faults);
 }
 
 void DetectorModel::scatterSensor(std::uint64_t seed) {
@@ -74,6 +81,38 @@ void DetectorModel::spoilPixels(std::uint64_t seed) {
     }
 }
 
+void DetectorModel::addFaults(std::uint64_t seed, const FaultPlan& faults) {
+    const std::size_t firstGap = (columns - std::min<std::size_t>(columns, faults.gapColumns)) / 2;
+    for (std::size_t pixel = 0; pixel < pixelCount(); ++pixel)
+        if (pixel % columns >= firstGap && pixel % columns < firstGap + faults.gapColumns) {
+            gap.push_back(pixel);
+            gain[pixel] = 0;
+        }
+    std::vector<bool> taken(pixelCount());
+    for (const auto* spoilt : {&dead, &hot, &gap})
+        for (const std::size_t pixel : *spoilt)
+            taken[pixel] = true;
+    std::erase_if(
+        dead, [&](std::size_t pixel) { return std::ranges::binary_search(gap, pixel); });
+    std::erase_if(hot, [&](std::size_t pixel) { return std::ranges::binary_search(gap, pixel); });
+    auto left = static_cast<std::size_t>(std::ranges::count(taken, false));
+    Random random(seed);
+    const auto choose = [&](std::vector<std::size_t>& chosen, zt::u32 wanted) {
+        for (; chosen.size() < wanted && left > 0; --left) {
+            std::size_t pixel = 0;
+            do
+                pixel = static_cast<std::size_t>(random.uniform() * static_cast<double>(pixelCount()));
+            while (taken[pixel]);
+            taken[pixel] = true;
+            chosen.push_back(pixel);
+        }
+        std::ranges::sort(chosen);
+    };
+    choose(noisy, faults.noisy);
+    choose(flickering, faults.flickering);
+    choose(bursting, faults.bursting);
+}
+
 std::vector<double> DetectorModel::response(const OperatingPoint& point) const {
     const double depth = waveBias / point.bias;
     const double loss = thresholdLoss * point.threshold / point.energy;
@@ -87,15 +126,39 @@ std::vector<double> DetectorModel::response(const OperatingPoint& point) const {
     return map;
 }
 
+void Exposure::beginStack(std::size_t pictures) {
+    bursts.clear();
+    for (std::size_t i = 0; i < detector.burstingPixels().size(); ++i)
+        bursts.push_back(static_cast<std::size_t>(faultNoise.uniform() * static_cast<double>(pictures)));
+}
+
+void Exposure::spoilMeans(std::vector<double>& means) {
+    for (const std::size_t pixel : detector.flickeringPixels())
+        if (faultNoise.uniform() < 0.5)
+            means[pixel] *= 1 + flicker;
+    for (std::size_t i = 0; i < bursts.size(); ++i)
+        if (bursts[i]-- == 0)
+            means[detector.burstingPixels()[i]] *= 1 + burst;
+}
+
+void Exposure::spoilCounts(std::vector<zt::u32>& counts, const std::vector<double>& means) {
+    for (const std::size_t pixel : detector.noisyPixels()) {
+        const double more = std::sqrt(extraNoise * means[pixel]) * faultNoise.gaussian();
+        counts[pixel] = static_cast<zt::u32>(std::max(0.0, std::round(counts[pixel] + more)));
+    }
+}
+
 std::vector<zt::u32> Exposure::expose(std::span<const double> photons, std::span<const double> response,
                                       double flux) {
     std::vector<double> means(photons.size());
     std::ranges::transform(photons, response, means.begin(), std::multiplies());
     for (const std::size_t pixel : detector.hotPixels())
         means[pixel] = DetectorModel::hotCounts(flux);
+    spoilMeans(means);
     std::vector<zt::u32> counts(means.size());
     std::ranges::transform(means, counts.begin(),
                            [&](double mean) { return static_cast<zt::u32>(noise.poisson(mean)); });
+    spoilCounts(counts, means);
     return counts;
 }
 

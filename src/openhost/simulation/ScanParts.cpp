@@ -27,9 +27,11 @@ void writeScan(const SetContext& context) {
         file.writeImage(context.exposure.expose(photons, response, plan.flux));
         context.advanced();
     };
+    context.exposure.beginStack(plan.flats);
     file.beginStack("/exchange/data_white", {plan.flats, plan.width, plan.height});
     for (zt::u32 i = 0; i < plan.flats; ++i)
         takePicture({});
+    context.exposure.beginStack(plan.frames);
     file.beginStack("/exchange/data", {plan.frames, plan.width, plan.height});
     for (zt::u32 i = 0; i < plan.frames; ++i)
         takePicture(transmission(sampleThickness(plan.width, plan.height, driftPerStack * i / plan.frames)));
@@ -39,7 +41,10 @@ void writeScan(const SetContext& context) {
 
 void writeMask(const SetContext& context) {
     std::vector<zt::u32> mask(context.detector.pixelCount(), 1);
-    for (const auto* spoilt : {&context.detector.deadPixels(), &context.detector.hotPixels()})
+    const DetectorModel& detector = context.detector;
+    for (const auto* spoilt :
+         {&detector.deadPixels(), &detector.hotPixels(), &detector.noisyPixels(),
+          &detector.flickeringPixels(), &detector.burstingPixels(), &detector.gapPixels()})
         for (const std::size_t pixel : *spoilt)
             mask[pixel] = 0;
     StackFile file(context.pathOf(deviceMaskName));

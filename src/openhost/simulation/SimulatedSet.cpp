@@ -54,6 +54,12 @@ QJsonObject description(const SetPlan& plan, const DetectorModel& detector) {
         json.insert("deadTimeNanoseconds", plan.deadTime);
         json.insert("paralysable", plan.isParalysable);
     }
+    if (!plan.faults.isEmpty()) {
+        json.insert("noisyPixels", indexList(detector.noisyPixels()));
+        json.insert("flickeringPixels", indexList(detector.flickeringPixels()));
+        json.insert("burstingPixels", indexList(detector.burstingPixels()));
+        json.insert("gapPixels", indexList(detector.gapPixels()));
+    }
     return json;
 }
 
@@ -81,7 +87,7 @@ zt::u64 imagesOf(const SetPlan& plan) {
 
 void writeSet(const SetPlan& plan, const std::function<void()>& advanced) {
     makeFolder(plan);
-    const DetectorModel detector(plan.width, plan.height, plan.seed);
+    const DetectorModel detector(plan.width, plan.height, plan.seed, plan.faults);
     Exposure exposure(detector, plan.seed + 1000);
     const SetContext context{plan, detector, exposure, advanced};
     for (const auto& part : partsOf(plan))

@@ -24,6 +24,7 @@ struct SetPlan {
     double deadTime = 0;     // nanoseconds; 0: the set lacks the frames of high count rates
     bool isParalysable = true;
     std::uint64_t seed = 1;
+    FaultPlan faults;
 };
 
 // The paths of the files that writeSet() writes.
@@ -33,8 +34,8 @@ std::vector<std::string> filesOf(const SetPlan& plan);
 zt::u64 imagesOf(const SetPlan& plan);
 
 // Writes the set, replacing existing files, and calls `advanced` once per image. simulation.json holds the
-// plan and lists the dead and hot pixels by index; each part describes its own files. The same plan gives the
-// same pixels. Throws Error.
+// plan and lists the dead, hot and other faulty pixels by index; each part describes its own files. The same
+// plan gives the same pixels. Throws Error.
 void writeSet(const SetPlan& plan, const std::function<void()>& advanced);
 
 // Shared by all parts of a data set: the plan, and the detector of all pictures.
