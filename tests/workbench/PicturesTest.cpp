@@ -56,6 +56,10 @@ TEST(PaneMap, AMarkShowsHoweverSmallItsPixelIs) {
     const PaneMap difference = makePaneMap(image, {{}, {10, 10}, true}, false);
     EXPECT_EQ(difference.marks.pixel(5, 5), qRgba(255, 0, 255, 255));
     EXPECT_EQ(qAlpha(difference.marks.pixel(1, 1)), 0) << "of either sign";
+    auto faults = std::make_shared<std::vector<zt::u32>>(100 * 100);
+    (*faults)[70 * 100 + 34] = 1;
+    const PaneMap faulty = makePaneMap(ramp(100, 100), {{}, {10, 10}, true}, true, faults);
+    EXPECT_EQ(faulty.marks.pixel(3, 7), qRgba(255, 140, 0, 255));
 }
 
 TEST(Histogram, CountsWholeNumbersInWholeSteps) {

@@ -41,6 +41,8 @@ CommandPaths pathsOf(const FlatFieldOptions& options) {
     CommandPaths paths;
     for (const std::string& input : options.inputs)
         addInput(paths, input);
+    if (options.mask.isFile())
+        addFrames(paths, options.mask.source, "the device mask");
     addPlugin(paths, options.plugin);
     const auto whenThere = options.force ? WhenThere::Replace : WhenThere::Refuse;
     paths.writes(options.output, "the settings file", whenThere);
@@ -222,6 +224,13 @@ void calibrateFlatField(const FlatFieldOptions& options, Console& console) {
     if (stack)
         flats.emplace(inspect(inspection, *stack, options));
     Session session(console, options.plugin, {1, size.width, size.height});
+    FrameFileInfo frames = stack ? stack->info(0) : FrameFileInfo();
+    frames.width = size.width;
+    frames.height = size.height;
+    if (const auto mask = deviceMaskFor(options.mask, frames)) {
+        session.device().pixels().setMask(mask->deviceBytes());
+        console.warning(maskNote(options.mask, *mask));
+    }
     FilterLink link = session.makeLink("Flat-Field");
     IFFFilter& filter = filterInterface<IFFFilter>(link.filter(), flatFieldObject);
     setSwitches(options, filter);

@@ -2,6 +2,7 @@
 
 #include "base/Console.h"
 #include "calibration/CalibrateOptions.h"
+#include "inspection/PixelMask.h"
 #include "zt/Types.h"
 
 #include <optional>
@@ -18,6 +19,7 @@ struct FlatFieldOptions : CalibrateOptions {
     std::optional<zt::u32> subFrame;
     bool noInterpolation = false;
     bool noDeviceMask = false;
+    MaskOptions mask;         // of the device
     std::string bad = "zero"; // zero, ff or none
     bool tdi = false;
     std::string ffcFile;

@@ -152,6 +152,7 @@ void addFlatFieldCalibration(CLI::App& calibrate, const CommandContext& context)
     command->add_flag("--no-interpolate", options->noInterpolation, "Leave bad pixels as they are");
     command->add_flag("--no-device-mask", options->noDeviceMask,
                       "Do not treat pixels masked by the device as bad");
+    addMaskOptions(*command, options->mask);
     command->add_flag("--tdi", options->tdi, "One coefficient a column, for time-delayed integration");
     command->add_option("--ffc", options->ffcFile, "Also write the coefficients as doubles")
         ->type_name("FILE.ffc");

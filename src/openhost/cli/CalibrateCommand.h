@@ -4,16 +4,9 @@
 #include "cli/CommandLine.h"
 #include "inspection/FieldInspection.h"
 
-namespace ombrel {
-struct MaskOptions;
-}
-
 namespace ombrel::cli {
 
 void addInspectionOptions(CLI::App& command, InspectionOptions& options);
-// The options for the mask of the device.
-void addMaskOptions(CLI::App& command, MaskOptions& options);
-
 void addCalibrateOptions(CLI::App& command, CalibrateOptions& options);
 
 // Each adds one calibration to the command "calibrate".

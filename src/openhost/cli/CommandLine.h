@@ -6,6 +6,10 @@ namespace CLI {
 class App;
 }
 
+namespace ombrel {
+struct MaskOptions;
+}
+
 namespace ombrel::cli {
 
 // Each adds one command with its options to the program. Its work starts as a callback of the parser, after
@@ -32,6 +36,9 @@ void addWindowCommands(const CommandContext& context);
 bool isWindowCommand(int argc, char** argv);
 // Replaces this process by the workbench. Throws Error when it can't be started.
 [[noreturn]] void execWorkbench(char** argv, Console& console);
+
+// The options for the mask of the device.
+void addMaskOptions(CLI::App& command, MaskOptions& options);
 
 // Reads the command line, runs the command and returns the exit code.
 int runCommandLine(int argc, char** argv, Console& console);

@@ -87,7 +87,11 @@ RunOptions optionsOf(const RunRecord& record, const ReplayOptions& replayOptions
     options.acqTime = record.acqTime;
     options.replace = record.replace;
     options.deviceType = record.deviceType;
-    options.deviceMask = record.deviceMask ? record.deviceMask->path : "";
+    options.mask.convention = record.maskConvention;
+    options.mask.source = "none";
+    if (record.deviceMask)
+        options.mask.source =
+            record.deviceMask->path + (record.maskDataset.empty() ? "" : "::" + record.maskDataset);
     options.jobs = replayOptions.jobs;
     options.force = replayOptions.force;
     options.quiet = replayOptions.quiet;

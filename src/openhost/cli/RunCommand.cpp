@@ -286,8 +286,7 @@ void addDeviceOptions(CLI::App& command, RunOptions& options) {
         ->check(wholeNumber<int>())
         ->type_name("N")
         ->capture_default_str();
-    command.add_option("--device-mask", options.deviceMask, "Pixel mask of the device: a frame, 0 is masked")
-        ->type_name("FILE");
+    addMaskOptions(command, options.mask);
 }
 
 namespace {

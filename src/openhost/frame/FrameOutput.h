@@ -25,11 +25,12 @@ struct OutputPlan {
     std::string units = {};                 // of the pixels: "counts"; empty if they are not known
     // Adds what is known of the frames to a new HDF5 file that is whole except for their pixels.
     std::function<void(const std::string& newFile)> addMetadata = {};
+    std::vector<zt::u32> touched = {}; // of each pixel, see PixelFaults.h; empty if not known
 };
 
 // The state of an output on the disk.
 struct OutputState {
-    OutputPlan plan;            // without the settings files
+    OutputPlan plan;            // without the settings files and the touched pixels
     zt::u64 framesDone = 0;     // frames whose pixels and rows are both stored
     bool complete = false;      // the run has finished
     std::vector<FrameRow> rows; // of the frames done
@@ -59,6 +60,8 @@ public:
     static std::unique_ptr<FrameOutput> resume(const OutputState& state);
     // The bytes of a settings file that the run of the output at the path used. Throws Error.
     static std::string settingsIn(const std::string& path, std::size_t index);
+    // The touched pixels that the output at the path holds; empty if it holds none. Throws Error.
+    static std::vector<zt::u32> touchedIn(const std::string& path);
 
     virtual ~FrameOutput() = default;
 

@@ -25,6 +25,7 @@ constexpr Reason reasons[] = {
     {1U << 6, "in a cluster"},
     {fault::masked, "masked"},
     {1U << 31, "virtual"},
+    {fault::thickness, "thickness masks"},
     {fault::filled, "filled"},
 };
 

@@ -135,6 +135,8 @@ std::vector<std::string> RunRecord::differencesFrom(const RunRecord& before) con
     found.text("correction", replace ? "in place" : "of a copy", before.replace ? "in place" : "of a copy");
     found.text("type of the device", std::to_string(deviceType), std::to_string(before.deviceType));
     found.file("device mask", deviceMask, before.deviceMask);
+    if (deviceMask && before.deviceMask)
+        found.text("pixels of the device mask", maskHash, before.maskHash);
     found.text("acquisition time", timeText(acqTime), timeText(before.acqTime));
     return found.lines;
 }
@@ -276,8 +278,15 @@ std::string RunRecord::toJson() const {
                      {"output_type", QString::fromStdString(outputType)},
                      {"replace", replace},
                      {"device_type", deviceType}};
-    if (deviceMask)
-        json.insert("device_mask", jsonOf(*deviceMask));
+    if (deviceMask) {
+        QJsonObject mask = jsonOf(*deviceMask);
+        if (!maskDataset.empty())
+            mask.insert("dataset", QString::fromStdString(maskDataset));
+        if (!maskConvention.empty())
+            mask.insert("convention", QString::fromStdString(maskConvention));
+        mask.insert("mask_hash", QString::fromStdString(maskHash));
+        json.insert("device_mask", mask);
+    }
     if (acqTime)
         json.insert("acq_time", *acqTime);
     if (!parts.empty())
@@ -305,8 +314,12 @@ RunRecord RunRecord::fromJson(const std::string& text) {
     record.replace = json["replace"].toBool();
     record.deviceType = static_cast<int>(
         integerFrom(json, "device_type", std::numeric_limits<int>::min(), std::numeric_limits<int>::max()));
-    if (json["device_mask"].isObject())
-        record.deviceMask = fileFromJson(json["device_mask"]);
+    if (const QJsonValue mask = json["device_mask"]; mask.isObject()) {
+        record.deviceMask = fileFromJson(mask);
+        record.maskDataset = mask["dataset"].toString().toStdString();
+        record.maskConvention = mask["convention"].toString().toStdString();
+        record.maskHash = mask["mask_hash"].toString().toStdString();
+    }
     if (json.contains("acq_time"))
         record.acqTime = json["acq_time"].toDouble();
     record.parts = partsFromJson(json["parts"]);

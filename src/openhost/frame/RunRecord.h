@@ -54,7 +54,10 @@ struct RunRecord {
     std::string outputType; // "f32" or "f64"
     bool replace = false;   // corrected in place
     int deviceType = 1;
-    std::optional<FileRecord> deviceMask; // with hash
+    std::optional<FileRecord> deviceMask; // with hash, unless it is an input
+    std::string maskDataset;              // in that file; empty if it has none or the program chooses it
+    std::string maskConvention;           // as given
+    std::string maskHash;                 // of the mask itself
     std::optional<double> acqTime;        // seconds, given for every frame
     std::vector<PartRecord> parts;        // for an output that only refers to those of several runs
 

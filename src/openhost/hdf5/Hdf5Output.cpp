@@ -132,6 +132,8 @@ Hdf5OutputAddresses makeHdf5Output(const OutputFile& output, const OutputPlan& p
     addresses.framesDone = maker.table(framesDone, H5T_NATIVE_UINT64, {});
     addresses.complete = maker.table(complete, H5T_NATIVE_UINT8, {});
     addresses.rows = maker.table(frames, storedRowType(), {plan.frames});
+    if (!plan.touched.empty())
+        addresses.touched = maker.table(touched, H5T_STD_U32LE, {plan.height, plan.width});
     maker.text("/implements", "exchange:process");
     maker.text(record, plan.record);
     for (std::size_t i = 0; i < plan.settingsFiles.size(); ++i) {
@@ -195,6 +197,26 @@ std::string settingsInHdf5Output(const std::string& path, std::size_t index) {
         });
 }
 
+std::vector<zt::u32> touchedInHdf5Output(const std::string& path) {
+    return readOutput(
+        path,
+        [](hid_t file) {
+            std::vector<zt::u32> pixels;
+            if (!openHdf5Object(file, outputlayout::touched).isOpen())
+                return pixels;
+            const Hdf5Object object = openThing(file, outputlayout::touched);
+            const auto shape = shapeOfImages(object);
+            const auto frames = shapeOfImages(openThing(file, outputlayout::data));
+            if (!shape || !frames || shape->width() != frames->width() ||
+                shape->height() != frames->height() || shape->extent.size() != 2)
+                throw Error(std::string(outputlayout::touched) + " does not belong to the frames");
+            pixels.resize(std::size_t{shape->width()} * shape->height());
+            if (H5Dread(object, H5T_NATIVE_UINT32, H5S_ALL, H5S_ALL, H5P_DEFAULT, pixels.data()) < 0)
+                throw Error(std::string(outputlayout::touched) + " cannot be read" + Hdf5Session::reason());
+            return pixels;
+        });
+}
+
 Hdf5Output::Hdf5Output(const OutputPlan& plan) : file{plan.path}, failedFrame{failedFramePixels(plan)} {
     if (plan.frames == 0)
         throw std::invalid_argument("an output without frames");
@@ -203,6 +225,8 @@ Hdf5Output::Hdf5Output(const OutputPlan& plan) : file{plan.path}, failedFrame{fa
     addresses = makeHdf5Output(file, plan);
     file.reserveSize(addresses.fileSize);
     storeSettings(plan);
+    if (!plan.touched.empty())
+        file.descriptor().writeAt(addresses.touched, std::as_bytes(std::span(plan.touched)));
     file.publish();
 }
 

@@ -23,6 +23,7 @@ inline constexpr char framesDone[] = "/process/ombrel/frames_done"; // u64
 inline constexpr char complete[] = "/process/ombrel/complete";      // u8: 1 after the run has finished
 inline constexpr char frames[] = "/process/ombrel/frames";          // one row per frame, see StoredFrameRow
 inline constexpr char record[] = "/process/ombrel/record";          // text: the run as JSON
+inline constexpr char touched[] = "/process/ombrel/touched";        // u32 of each pixel, see PixelFaults.h
 inline constexpr char settings[] = "/process/ombrel/settings/";     // followed by a number: bytes of a file
 } // namespace outputlayout
 
@@ -43,6 +44,7 @@ struct Hdf5OutputAddresses {
     zt::u64 framesDone = 0;
     zt::u64 complete = 0;
     zt::u64 rows = 0;
+    zt::u64 touched = 0;
     zt::u64 fileSize = 0;
 };
 
@@ -54,6 +56,9 @@ Hdf5OutputAddresses makeHdf5Output(const OutputFile& output, const OutputPlan& p
 OutputState readHdf5Output(const std::string& path);
 Hdf5OutputAddresses addressesInHdf5Output(const std::string& path);
 std::string settingsInHdf5Output(const std::string& path, std::size_t index);
+
+// Empty if the output holds no map. Throws Error.
+std::vector<zt::u32> touchedInHdf5Output(const std::string& path);
 
 // Stores frames as a dataset in the Data Exchange layout, next to a description of the run. The file has its
 // final size from the start and is filled in place: the frame, its row in the table, the count of frames

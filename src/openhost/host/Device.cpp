@@ -58,15 +58,6 @@ FramePtr readMaskFrame(const std::string& path, zt::u32 width, zt::u32 height) {
     return mask;
 }
 
-std::vector<zt::u8> readDeviceMask(const std::string& path, zt::u32 width, zt::u32 height) {
-    const FramePtr mask = readMaskFrame(path, width, height);
-    mask->convertToType(zt::DT_DOUBLE);
-    std::vector<zt::u8> bytes;
-    for (const double pixel : std::as_const(*mask).pixels<double>())
-        bytes.push_back(pixel != 0);
-    return bytes;
-}
-
 namespace {
 
 zt::u32 countable(zt::u32 width, zt::u32 height) {

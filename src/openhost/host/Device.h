@@ -40,10 +40,6 @@ private:
 // Reads the first frame of a file as a mask for frames of this size. Throws Error, also for another size.
 FramePtr readMaskFrame(const std::string& path, zt::u32 width, zt::u32 height);
 
-// The pixel mask of a device of this size, for PixelCfg, from the first frame of a file: pixels of value 0
-// are masked. Throws Error like readMaskFrame().
-std::vector<zt::u8> readDeviceMask(const std::string& path, zt::u32 width, zt::u32 height);
-
 // A detector that does not measure: its acquired frames are set from outside.
 class Device final : public zt::IDevMpx {
 public:

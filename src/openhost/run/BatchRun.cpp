@@ -214,6 +214,8 @@ void DeferredOutput::make(const Frame& first) {
     made.width = first.width();
     made.height = first.height();
     made.frames = plan.end - plan.begin;
+    if (made.touched.size() != first.size()) // another plug-in's filter may change the size
+        made.touched.clear();
     output = FrameOutput::create(made);
     for (const FrameRow& row : earlyFailures)
         output->append({}, row);

@@ -100,8 +100,8 @@ CommandPaths pathsOf(const RunOptions& options) {
     CommandPaths paths;
     for (const std::string& input : options.inputs)
         addInput(paths, input);
-    if (!options.deviceMask.empty())
-        addFrames(paths, options.deviceMask, "the device mask");
+    if (options.mask.isFile())
+        addFrames(paths, options.mask.source, "the device mask");
     addPlugin(paths, options.plugin);
     addFilters(paths, options);
     const auto whenThere = options.force || options.resume ? WhenThere::Replace : WhenThere::Refuse;

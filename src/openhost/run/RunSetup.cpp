@@ -10,6 +10,7 @@
 #include "host/Device.h"
 #include "host/Session.h"
 #include "metadata/Metadata.h"
+#include "run/TouchedPixels.h"
 #include "settings/Settings.h"
 #include "settings/SettingsFiles.h"
 #include "zt/IPrivateFilters.h"
@@ -43,29 +44,45 @@ LinkOptions LinkOptions::parse(const std::string& text) {
     return {text.substr(0, end), settings, settings};
 }
 
-RunRecord makeRecord(const RunOptions& options, const std::vector<std::string>& inputs,
-                     const FrameRange& range, const std::string& pluginPath, Chain& chain) {
+namespace {
+
+// The file of the mask, what part of it, and the mask itself. The hash of a file of frames would take long.
+void recordMask(RunRecord& record, const RunOptions& options, const PixelMask& mask) {
+    const auto [file, dataset] = splitDatasetPath(mask.source);
+    const std::string path = absolutePath(file);
+    record.deviceMask = FileRecord::of(file, std::ranges::find(record.inputs, path, &FileRecord::path) ==
+                                                 record.inputs.end());
+    record.maskDataset = dataset;
+    record.maskConvention = options.mask.convention;
+    record.maskHash = mask.hash();
+}
+
+} // namespace
+
+RunRecord makeRecord(RunSetup& setup) {
+    const RunOptions& options = setup.options;
+    Chain& chain = setup.workers.chains[0];
     RunRecord record;
     record.version = OMBREL_VERSION;
-    record.plugin = FileRecord::of(pluginPath, true);
+    record.plugin = FileRecord::of(setup.session.pluginPath(), true);
     for (std::size_t i = 0; i < options.links.size(); ++i)
         record.chain.push_back(recordOf(options.links[i], chain.links()[i]));
     record.params = options.params;
     for (const std::string& assignment : options.params)
         if (const std::string file = ParamAssignment(assignment).fileUsed(); !file.empty())
             record.paramFiles.push_back(FileRecord::of(file, true));
-    for (const std::string& input : inputs) {
+    for (const std::string& input : setup.stack.paths()) {
         const auto [file, dataset] = splitDatasetPath(input);
         record.inputs.push_back(FileRecord::of(file, false));
         record.datasets.push_back(dataset);
     }
-    record.begin = range.begin;
-    record.end = range.end;
+    record.begin = setup.range.begin;
+    record.end = setup.range.end;
     record.outputType = options.outputType;
     record.replace = options.replace;
     record.deviceType = options.deviceType;
-    if (!options.deviceMask.empty())
-        record.deviceMask = FileRecord::of(splitDatasetPath(options.deviceMask).file, true);
+    if (setup.mask)
+        recordMask(record, options, *setup.mask);
     record.acqTime = options.acqTime;
     return record;
 }
@@ -284,11 +301,12 @@ FrameRange checkedRange(const RunOptions& options, const FrameStack& stack) {
 }
 
 // The filters may use the mask while they are loaded.
-WorkerChains loadedChains(const RunOptions& options, Session& session, zt::u64 frames, Console& console) {
-    Device& device = session.device();
-    if (!options.deviceMask.empty())
-        device.pixels().setMask(readDeviceMask(options.deviceMask, device.width(), device.height()));
-    return makeWorkerChains(session, options, frames, console);
+WorkerChains loadedChains(RunSetup& setup, Console& console) {
+    if (setup.mask) {
+        setup.session.device().pixels().setMask(setup.mask->deviceBytes());
+        console.warning(maskNote(setup.options.mask, *setup.mask));
+    }
+    return makeWorkerChains(setup.session, setup.options, setup.range.count(), console);
 }
 
 // Only beam hardening changes them, to the unit of its thicknesses, which it does not know.
@@ -297,7 +315,7 @@ std::string unitsOf(const std::vector<LinkOptions>& links) {
     return std::ranges::any_of(links, changes) ? "" : "counts";
 }
 
-OutputPlan outputPlan(const RunSetup& setup) {
+OutputPlan outputPlan(RunSetup& setup) {
     OutputPlan plan;
     plan.path = setup.options.output;
     plan.pixelType = setup.options.outputType == "f64" ? zt::DT_DOUBLE : zt::DT_FLOAT;
@@ -308,6 +326,10 @@ OutputPlan outputPlan(const RunSetup& setup) {
                         isNexus = isNexusPath(plan.path)](const std::string& newFile) {
         copyMetadata(sources, newFile, isNexus);
     };
+    std::vector<FilterLink*> links;
+    for (FilterLink& link : setup.workers.chains[0].links())
+        links.push_back(&link);
+    plan.touched = touchedPixels(setup.session.host(), setup.session.device(), links, setup.mask);
     return plan;
 }
 
@@ -315,10 +337,9 @@ OutputPlan outputPlan(const RunSetup& setup) {
 
 RunSetup::RunSetup(const RunOptions& runOptions, Console& console)
     : options(runOptions), lock(lockedOutput(options)), stack(options.inputs, FrameRole::Sample),
-      range(checkedRange(options, stack)),
+      range(checkedRange(options, stack)), mask(deviceMaskFor(options.mask, stack.info(0))),
       session(console, options.plugin, {options.deviceType, stack.width(), stack.height()}),
-      workers(loadedChains(options, session, range.count(), console)),
-      record(makeRecord(options, stack.paths(), range, session.pluginPath(), workers.chains[0])) {
+      workers(loadedChains(*this, console)), record(makeRecord(*this)) {
     if (options.resume)
         begun = outputToResume(options.output, record);
 }

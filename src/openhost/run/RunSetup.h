@@ -7,6 +7,7 @@
 #include "frame/RunRecord.h"
 #include "host/Chain.h"
 #include "host/Session.h"
+#include "inspection/PixelMask.h"
 #include "run/BatchRun.h"
 #include "run/SelectionLogs.h"
 #include "stack/FrameStack.h"
@@ -42,7 +43,7 @@ struct RunOptions {
     bool replace = false;
     bool force = false;
     int deviceType = 1;
-    std::string deviceMask;
+    MaskOptions mask;
     std::optional<unsigned> jobs; // without it, one per processor
     bool resume = false;
     bool dryRun = false;
@@ -54,10 +55,10 @@ struct RunOptions {
     bool quiet = false;
 };
 
-// Describes the run, for its output. `inputs` are the files that its inputs consist of. The settings of
-// `chain` must be loaded. Throws Error.
-RunRecord makeRecord(const RunOptions& options, const std::vector<std::string>& inputs,
-                     const FrameRange& range, const std::string& pluginPath, Chain& chain);
+struct RunSetup;
+
+// Describes the run, for its output. The filters of the setup must be loaded. Throws Error.
+RunRecord makeRecord(RunSetup& setup);
 
 // The settings files of all links that have one, in the order of the chain.
 std::vector<std::string> settingsFilesOf(const RunOptions& options);
@@ -97,6 +98,7 @@ struct RunSetup {
     std::optional<OutputLock> lock; // taken before the output is examined; empty for a dry run
     FrameStack stack;
     FrameRange range;
+    std::optional<PixelMask> mask; // of the device
     Session session;
     WorkerChains workers;
     RunRecord record;

@@ -1,8 +1,11 @@
 #include "stack/FileReport.h"
 
 #include "base/Error.h"
+#include "base/FileContent.h"
 #include "base/Numbers.h"
 #include "frame/FrameFile.h"
+#include "frame/FrameOutput.h"
+#include "frame/PixelFaults.h"
 #include "frame/PixelType.h"
 #include "zt/Types.h"
 
@@ -162,6 +165,14 @@ std::string kindsText(const FrameKinds& kinds) {
            std::to_string(kinds.dark) + " dark";
 }
 
+// "3 pixels (dead 1, noisy 2, filled 3)"
+std::string touchedText(std::span<const zt::u32> touched) {
+    std::string reasons;
+    for (const auto& [reason, count] : countFaults(touched))
+        reasons += (reasons.empty() ? " (" : ", ") + reason + ' ' + std::to_string(count);
+    return countText(countFaulty(touched), "pixel") + (reasons.empty() ? "" : reasons + ')');
+}
+
 std::string reportLine(const std::string& name, const std::string& value) {
     constexpr std::size_t column = 14;
     return "  " + name + std::string(column - name.size(), ' ') + value + '\n';
@@ -175,10 +186,12 @@ void ValueRange::include(double value) {
 }
 
 FileReport reportOnFile(const FrameFile& file) {
-    FileReport report{file.info(), {}};
+    FileReport report{file.info(), {}, {}};
     if (report.info.acqTime)
         for (zt::u32 frame = 0; frame < report.info.frames; ++frame)
             report.acqTimes.include(file.acqTime(frame));
+    if (report.info.run)
+        report.touched = FrameOutput::touchedIn(splitDatasetPath(report.info.path).file);
     return report;
 }
 
@@ -209,6 +222,10 @@ std::string fileReportText(const FileReport& report) {
         text += reportLine("run", runText(*info.run));
     if (!info.passedOver.empty())
         text += "  " + info.passedOver + '\n';
+    if (!report.touched.empty())
+        text += reportLine("touched", touchedText(report.touched));
+    if (!info.maskDataset.empty())
+        text += reportLine("mask", info.maskDataset);
     return text;
 }
 

@@ -44,7 +44,8 @@ struct PixelReport {
 
 struct FileReport {
     FrameFileInfo info;
-    ValueRange acqTimes; // seconds; empty if the file has no times
+    ValueRange acqTimes;          // seconds; empty if the file has no times
+    std::vector<zt::u32> touched; // of an output of ombrel, see PixelFaults.h
 };
 
 // Describes an open file without reading a pixel.

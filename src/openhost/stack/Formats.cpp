@@ -41,6 +41,7 @@ struct Format {
     OutputState (*state)(Path path) = nullptr;
     std::optional<OutputState> (*stateToResume)(Path path, const std::string& record) = nullptr;
     std::string (*settings)(Path path, std::size_t index) = nullptr;
+    std::vector<zt::u32> (*touched)(Path path) = nullptr;
     std::vector<std::string> (*filesBeside)(Path path) = nullptr;
 };
 
@@ -83,6 +84,7 @@ const Format formats[] = {
      readHdf5Output,
      [](Path path, const std::string&) { return FrameOutput::stateOf(path); },
      settingsInHdf5Output,
+     touchedInHdf5Output,
      [](Path) { return std::vector<std::string>(); }},
     {FileKind::Tiff,
      "TIFF",
@@ -94,6 +96,7 @@ const Format formats[] = {
      TiffRecord::read,
      tiffStateToResume,
      TiffRecord::settings,
+     TiffRecord::touched,
      [](Path path) { return std::vector{TiffRecord::pathFor(path)}; }},
     {.kind = FileKind::Edf, .name = "EDF", .open = openFile<EdfFile>, .sources = onlyItself},
     {.kind = FileKind::Cbf, .name = "CBF", .open = openFile<CbfFile>, .sources = onlyItself},
@@ -234,6 +237,10 @@ std::optional<OutputState> FrameOutput::stateToResume(const std::string& path, c
 
 std::unique_ptr<FrameOutput> FrameOutput::resume(const OutputState& state) {
     return formatOrFirst(state.plan.path).resume(state);
+}
+
+std::vector<zt::u32> FrameOutput::touchedIn(const std::string& path) {
+    return formatOrFirst(path).touched(path);
 }
 
 std::string FrameOutput::settingsIn(const std::string& path, std::size_t index) {

@@ -29,6 +29,8 @@ void writeVirtualOutput(const OutputPlan& plan, const RunRecord& record,
     maker.value(outputlayout::complete, H5T_NATIVE_UINT8, {}, &complete);
     maker.text("/implements", "exchange:process");
     maker.text(outputlayout::record, plan.record);
+    if (!plan.touched.empty())
+        maker.value(outputlayout::touched, H5T_STD_U32LE, {plan.height, plan.width}, plan.touched.data());
     for (std::size_t i = 0; i < settings.size(); ++i)
         maker.value((outputlayout::settings + std::to_string(i)).c_str(), H5T_NATIVE_UINT8,
                     {settings[i].size()}, settings[i].data());
@@ -118,6 +120,11 @@ void mergeParts(const std::vector<std::string>& paths, const std::string& whole)
         record.parts.push_back({relativeTo(whole, parts[i].path), parts[i].record.begin, parts[i].record.end,
                                 partHash(parts[i].state)});
     }
+    plan.touched = touchedInHdf5Output(parts.front().path);
+    for (const Part& part : parts)
+        if (touchedInHdf5Output(part.path) != plan.touched)
+            throw Error(part.path + ": its map of touched pixels differs from that of " + parts.front().path +
+                        "; its coefficients or its mask were not the same");
     plan.path = whole;
     std::vector<FramesOfFile> sources;
     for (const Part& part : parts)

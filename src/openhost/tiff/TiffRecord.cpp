@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <fcntl.h>
 #include <filesystem>
 #include <random>
@@ -44,6 +45,13 @@ QJsonObject planJson(const OutputPlan& plan) {
             {"height", static_cast<qint64>(plan.height)},
             {"frames", static_cast<qint64>(plan.frames)},
             {"type", QString::fromLatin1(pixelTypeName(plan.pixelType))}};
+}
+
+// Most pixels are good: the map takes little room when compressed.
+QString textOf(const std::vector<zt::u32>& touched) {
+    const QByteArray bytes(reinterpret_cast<const char*>(touched.data()),
+                           static_cast<qsizetype>(touched.size() * sizeof(zt::u32)));
+    return QString::fromLatin1(qCompress(bytes).toBase64());
 }
 
 QJsonObject readJson(const std::string& output) {
@@ -114,6 +122,7 @@ TiffRecord::TiffRecord(const OutputPlan& plan) : path{pathFor(plan.path)}, rows{
     for (const std::string& file : plan.settingsFiles)
         files.append(QString::fromLatin1(contentsOf(file).toBase64()));
     json.insert("settings", files);
+    json.insert("touched", textOf(plan.touched));
     json.insert("complete", false);
 }
 
@@ -155,6 +164,14 @@ OutputState TiffRecord::read(const std::string& output) {
             state.rows.push_back(frameRowFromJson(row.toObject()));
     state.framesDone = state.rows.size();
     return state;
+}
+
+std::vector<zt::u32> TiffRecord::touched(const std::string& output) {
+    const QByteArray text = readJson(output).value("touched").toString().toLatin1();
+    const QByteArray bytes = qUncompress(QByteArray::fromBase64(text));
+    std::vector<zt::u32> pixels(static_cast<std::size_t>(bytes.size()) / sizeof(zt::u32));
+    std::memcpy(pixels.data(), bytes.data(), pixels.size() * sizeof(zt::u32));
+    return pixels;
 }
 
 std::string TiffRecord::settings(const std::string& output, std::size_t index) {

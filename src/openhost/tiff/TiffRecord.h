@@ -33,6 +33,7 @@ public:
     // missing.
     static OutputState read(const std::string& output);
     static std::string settings(const std::string& output, std::size_t index);
+    static std::vector<zt::u32> touched(const std::string& output);
 
     // The unique name of this run.
     std::string run() const;

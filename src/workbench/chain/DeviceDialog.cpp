@@ -1,6 +1,6 @@
 #include "chain/DeviceDialog.h"
 
-#include "host/Device.h"
+#include "model/BatchOptions.h"
 #include "panes/Look.h"
 #include "properties/SpinBoxEditor.h"
 
@@ -24,8 +24,9 @@ void DeviceChoice::ask(QWidget& parentOfDialog) {
 // Runs on the worker's thread, where files are read.
 void DeviceChoice::tryOut(const DeviceState& device) {
     worker.run([this, device, facts = workspace.facts()](StackViewer&) {
-        if (!device.mask.empty())
-            readDeviceMask(device.mask, facts.width, facts.height);
+        const MaskOptions mask = maskOptions(device);
+        if (mask.isFile())
+            readPixelMask(mask.source, mask.convention, facts.width, facts.height);
         const auto done = [this, device, opening = facts.opening] { takeOver(device, opening); };
         QMetaObject::invokeMethod(this, done, Qt::QueuedConnection);
     });
@@ -54,7 +55,7 @@ DeviceDialog::DeviceDialog(const DeviceState& device, QWidget* parent)
     : QDialog(parent), maskEdit(newChild<QLineEdit>()), timeEdit(newChild<QDoubleSpinBox>()) {
     setWindowTitle("Detector");
     maskEdit->setObjectName("edMask");
-    maskEdit->setPlaceholderText("No pixel is masked");
+    maskEdit->setPlaceholderText("The one stored next to the frames");
     maskEdit->setText(QString::fromStdString(device.mask));
     maskEdit->setClearButtonEnabled(true);
     maskEdit->setMinimumWidth(maskWidth);
@@ -71,7 +72,9 @@ DeviceDialog::DeviceDialog(const DeviceState& device, QWidget* parent)
     auto* const maskLabel = newChild<QLabel>("Pixel &mask");
     maskLabel->setBuddy(maskEdit);
     form->addRow(maskLabel, makeMaskRow());
-    form->addRow(QString(), explanation("A frame in a file; its pixels of value 0 are masked."));
+    form->addRow(
+        QString(),
+        explanation("A mask file, or a frame whose pixels of value 0 are masked; \"none\" for no mask."));
     form->addRow("&Acquisition time", timeEdit);
     form->addRow(QString(), explanation("Of every frame. Batch runs use both settings."));
     auto* const buttons = newChild<QDialogButtonBox>(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);

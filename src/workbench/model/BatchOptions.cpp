@@ -19,11 +19,18 @@ void checkEdits(const ChainState& chain, const LinkState& edited) {
 
 } // namespace
 
+MaskOptions maskOptions(const DeviceState& device) {
+    MaskOptions options;
+    if (!device.mask.empty())
+        options.source = device.mask;
+    return options;
+}
+
 RunOptions batchOptions(const std::vector<std::string>& inputs, const ChainState& chain,
                         const DeviceState& device) {
     RunOptions options;
     options.inputs = inputs;
-    options.deviceMask = device.mask;
+    options.mask = maskOptions(device);
     options.acqTime = device.acqTime;
     for (const LinkState& link : chain.links) {
         if (!link.enabled)

@@ -31,6 +31,9 @@ struct Image {
     double at(int x, int y) const { return pixels[static_cast<std::size_t>(y) * width + x]; }
 };
 
+// The faults of the pixels of a frame, see PixelFaults.h; null if none has any.
+using FaultsPtr = std::shared_ptr<const std::vector<zt::u32>>;
+
 // Shared by the worker that makes it and the widgets that show it.
 using ImagePtr = std::shared_ptr<const Image>;
 

@@ -44,7 +44,7 @@ struct ChainState {
 
 // Facts about the detector that the user adds to the files.
 struct DeviceState {
-    std::string mask;              // file of its pixel mask; empty: no pixel is masked
+    std::string mask;              // file of its pixel mask or "none"; empty: the one next to the frames
     std::optional<double> acqTime; // seconds, of every frame; unset: as in the files
 
     bool operator==(const DeviceState&) const = default;

@@ -1,5 +1,6 @@
 #include "panes/FramePanes.h"
 
+#include "frame/PixelFaults.h"
 #include "panes/Look.h"
 
 #include <QHBoxLayout>
@@ -51,6 +52,7 @@ void FramePanes::connectPane(FramePane& pane) {
 }
 
 void FramePanes::show(ShownFrame& frame) {
+    faults = frame.view.faults;
     for (const PaneIndex index : {RAW_PANE, CORRECTED_PANE, DIFFERENCE_PANE}) {
         const PaneView& picture = frame.view.panes[index];
         // Keep the previous picture while the chain is working, to avoid flicker.
@@ -136,6 +138,10 @@ QString FramePanes::valuesAt(int x, int y) const {
     for (std::size_t i = 0; i < PANE_COUNT; ++i)
         if (const ImagePtr& image = panes[i]->image(); image && image->contains(x, y))
             text += QString("   %1 %2").arg(names[i]).arg(image->at(x, y), 0, 'g', 7);
+    const std::size_t pixel = static_cast<std::size_t>(y) * static_cast<std::size_t>(frameSize.width()) +
+                              static_cast<std::size_t>(x);
+    if (faults && pixel < faults->size() && (*faults)[pixel] != 0)
+        text += "   " + QString::fromStdString(faultText((*faults)[pixel]));
     return text;
 }
 

@@ -59,6 +59,7 @@ private:
     QLineF drawnLine;
     std::optional<QPoint> pointedPixel; // kept because its values change with the frames
     QSize frameSize;
+    FaultsPtr faults;
     bool marks = false;
     bool locked = false;
 };

@@ -46,6 +46,7 @@ struct FrameView {
     std::string failure; // why the raw or corrected frame is missing
     double seconds = 0;  // time that the chain took
     std::optional<SelectedFlatField> choice;
+    FaultsPtr faults; // of the pixels in every frame: masked, filled and so on
 };
 
 // With the pictures, which the panes take over.

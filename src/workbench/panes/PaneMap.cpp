@@ -11,6 +11,7 @@ namespace {
 
 constexpr QRgb notFiniteColour = qRgba(255, 0, 255, 255);
 constexpr QRgb negativeColour = qRgba(0, 229, 255, 255);
+constexpr QRgb faultColour = qRgba(255, 140, 0, 255);
 
 // An area of whole pixels, divided into cells of step x step pixels.
 struct Cells {
@@ -45,9 +46,10 @@ struct CellValue {
     double mean = 0;
     bool isNegative = false; // any pixel
     bool isFinite = true;    // all pixels
+    bool isFaulty = false;   // any pixel
 };
 
-CellValue valueOf(const Image& image, const Cells& cells, int column, int row) {
+CellValue valueOf(const Image& image, const FaultsPtr& faults, const Cells& cells, int column, int row) {
     const int x0 = cells.area.x() + column * cells.step;
     const int y0 = cells.area.y() + row * cells.step;
     const int x1 = std::min(x0 + cells.step, cells.area.x() + cells.area.width());
@@ -59,6 +61,7 @@ CellValue valueOf(const Image& image, const Cells& cells, int column, int row) {
             const double pixel = image.at(x, y);
             sum += pixel;
             value.isNegative |= pixel < 0;
+            value.isFaulty |= faults && (*faults)[static_cast<std::size_t>(y) * image.width + x] != 0;
         }
     value.mean = sum / ((x1 - x0) * (y1 - y0));
     value.isFinite = std::isfinite(value.mean);
@@ -71,7 +74,7 @@ void DeleteMapData::operator()(QCPColorMapData* data) const {
     std::default_delete<QCPColorMapData>()(data);
 }
 
-PaneMap makePaneMap(const Image& image, const MapView& view, bool marksNegative) {
+PaneMap makePaneMap(const Image& image, const MapView& view, bool marksNegative, const FaultsPtr& faults) {
     const Cells cells = cellsOf(image, view);
     const int columns = cells.columns();
     const int rows = cells.rows();
@@ -88,11 +91,15 @@ PaneMap makePaneMap(const Image& image, const MapView& view, bool marksNegative)
     bool isMarked = false;
     for (int row = 0; row < rows; ++row)
         for (int column = 0; column < columns; ++column) {
-            const CellValue value = valueOf(image, cells, column, row);
+            const CellValue value = valueOf(image, faults, cells, column, row);
             map.data->setCell(column, row, value.mean);
-            if (value.isFinite && !(value.isNegative && marksNegative))
+            const bool isNegative = value.isNegative && marksNegative;
+            if (value.isFinite && !isNegative && !value.isFaulty)
                 continue;
-            marks.setPixel(column, row, value.isFinite ? negativeColour : notFiniteColour);
+            marks.setPixel(column, row,
+                           !value.isFinite ? notFiniteColour
+                           : isNegative    ? negativeColour
+                                           : faultColour);
             isMarked = true;
         }
     if (view.marks && isMarked)

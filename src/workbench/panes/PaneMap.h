@@ -16,7 +16,7 @@ namespace ombrel::workbench {
 struct MapView {
     QRectF visible;     // in pixels of the frame; empty: the whole frame
     QSize screen;       // pixels of the pane; empty: full resolution
-    bool marks = false; // mark negative pixels and those that are not finite
+    bool marks = false; // mark negative pixels, those that are not finite, and those with faults
 
     bool operator==(const MapView&) const = default;
 };
@@ -34,6 +34,7 @@ struct PaneMap {
 
 // If the frame has more pixels than the screen, several become one cell with their mean; the cell is marked
 // when any of them is. Without `marksNegative`, for differences, only values that are not finite are marked.
-PaneMap makePaneMap(const Image& image, const MapView& view, bool marksNegative = true);
+PaneMap makePaneMap(const Image& image, const MapView& view, bool marksNegative = true,
+                    const FaultsPtr& faults = {});
 
 } // namespace ombrel::workbench

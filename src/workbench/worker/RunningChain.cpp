@@ -144,6 +144,14 @@ FrameResult RunningChain::apply(FramePtr frame) {
     return result;
 }
 
+std::vector<FilterLink*> RunningChain::activeLinks() {
+    std::vector<FilterLink*> active;
+    for (RunningLink& running : links)
+        if (running.state.enabled && running.report.failure.empty())
+            active.push_back(&running.link);
+    return active;
+}
+
 std::optional<SelectedFlatField> RunningChain::choice() {
     for (const RunningLink& running : links)
         if (running.state.enabled && choosesGridPoints(running.state))

@@ -22,6 +22,8 @@ public:
     // Returns a report for each link that was loaded or edited.
     std::vector<LinkReport> follow(const ChainState& wanted);
     FrameResult apply(FramePtr frame);
+    // The links that are switched on and loaded.
+    std::vector<FilterLink*> activeLinks();
     // The choice of the first adaptive filter for the latest frame.
     std::optional<SelectedFlatField> choice();
 

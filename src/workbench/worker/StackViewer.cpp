@@ -1,13 +1,19 @@
 #include "worker/StackViewer.h"
 
 #include "base/Error.h"
+#include "base/FileContent.h"
+#include "frame/FrameOutput.h"
+#include "frame/PixelFaults.h"
 #include "frame/PixelType.h"
 #include "host/Device.h"
+#include "model/BatchOptions.h"
+#include "run/TouchedPixels.h"
 
 #include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <exception>
+#include <functional>
 
 namespace ombrel::workbench {
 
@@ -48,18 +54,32 @@ bool StackViewer::open(const FrameRequest& request) {
     const zt::u32 width = newStack->width();
     const zt::u32 height = newStack->height();
     auto newHost = std::make_shared<PluginHost>(pluginPath, width, height, sink);
-    if (const std::string& mask = request.device.mask; !mask.empty())
-        newHost->device().pixels().setMask(readDeviceMask(mask, width, height));
+    auto newMask = deviceMaskFor(maskOptions(request.device), newStack->info(0));
+    if (newMask)
+        newHost->device().pixels().setMask(newMask->deviceBytes());
+    auto newFaults = newStack->info(0).run
+                         ? FrameOutput::touchedIn(splitDatasetPath(newStack->info(0).path).file)
+                         : std::vector<zt::u32>();
     auto newChain = std::make_unique<RunningChain>(newHost);
     running = std::move(newChain);
     host = std::move(newHost);
     stack = std::move(newStack);
+    mask = std::move(newMask);
+    storedFaults = std::move(newFaults);
+    findFaults();
     chainState = {};
     raw.reset();
     view = {};
     openInputs = request.inputs;
     opening = request.opening;
     return true;
+}
+
+void StackViewer::findFaults() {
+    auto all = touchedPixels(host->host(), host->device(), running->activeLinks(), mask);
+    if (storedFaults.size() == all.size())
+        std::ranges::transform(all, storedFaults, all.begin(), std::bit_or());
+    faults = countFaulty(all) == 0 ? nullptr : std::make_shared<const std::vector<zt::u32>>(std::move(all));
 }
 
 FramePtr StackViewer::frameOf(FrameStack& frames, zt::u64 frame) const {
@@ -99,6 +119,7 @@ std::vector<LinkReport> StackViewer::follow(const ChainState& wanted) {
     try {
         auto reports = running->follow(wanted);
         chainState = wanted;
+        findFaults();
         return reports;
     } catch (...) {
         running = std::make_unique<RunningChain>(host);
@@ -134,9 +155,10 @@ ShownFramePtr StackViewer::show(const FrameRequest& request) const {
     auto shown = std::make_shared<ShownFrame>();
     shown->request = request.number;
     shown->view = view;
+    shown->view.faults = faults;
     for (std::size_t pane = 0; pane < PANE_COUNT; ++pane)
         if (const ImagePtr& image = view.panes[pane].image)
-            shown->maps[pane] = makePaneMap(*image, request.view, pane != DIFFERENCE_PANE);
+            shown->maps[pane] = makePaneMap(*image, request.view, pane != DIFFERENCE_PANE, faults);
     return shown;
 }
 

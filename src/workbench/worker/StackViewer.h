@@ -1,5 +1,6 @@
 #pragma once
 
+#include "inspection/PixelMask.h"
 #include "model/Workspace.h"
 #include "panes/FrameView.h"
 #include "stack/FrameStack.h"
@@ -38,6 +39,7 @@ public:
     double lastSeconds() const { return view.seconds; }
 
 private:
+    void findFaults();
     FramePtr frameOf(FrameStack& frames, zt::u64 frame) const;
 
     std::string pluginPath;
@@ -45,6 +47,9 @@ private:
     std::vector<std::string> openInputs;
     int opening = 0; // number of the request that was opened
     DeviceState device;
+    std::optional<PixelMask> mask;     // of the device
+    std::vector<zt::u32> storedFaults; // that the open file, an output of ombrel, holds
+    FaultsPtr faults;                  // of all frames, with those of the chain
     PluginHostPtr host;
     std::unique_ptr<FrameStack> stack;
     std::unique_ptr<RunningChain> running;
