@@ -73,6 +73,12 @@ void WorkbenchUser::dragOverFrame(const QRect& area, Qt::KeyboardModifiers modif
     drag(at(area.topLeft()), at(area.bottomRight()), modifiers);
 }
 
+void WorkbenchUser::pointAt(const QPoint& pixel) {
+    const FramePane& pane = workbench.findChild<FramePanes*>()->pane(CORRECTED_PANE);
+    QTest::mouseMove(workbench.windowHandle(), pane.mapTo(&workbench, pane.positionOf(pixel)));
+    QTest::qWait(settled);
+}
+
 void WorkbenchUser::dragRow(int row, int after) {
     const auto* const list = workbench.findChild<QListWidget*>("lwChain");
     const auto at = [&](const QPoint& point) { return list->viewport()->mapTo(&workbench, point); };

@@ -24,6 +24,8 @@ public:
     void showDock(const char* name);
     // From the upper left corner to the lower right one, in pixels of the corrected frame.
     void dragOverFrame(const QRect& area, Qt::KeyboardModifiers modifiers);
+    // Rests the cursor on a pixel of the corrected frame.
+    void pointAt(const QPoint& pixel);
     // In the list of the chain, to the position after another row.
     void dragRow(int row, int after);
     void editParameter(const QString& name, const QString& value);

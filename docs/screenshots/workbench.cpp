@@ -44,6 +44,16 @@ void openDemo(WorkbenchUser& user) {
     user.take("flat-field");
 }
 
+// The pixels that the coefficients name bad, with the cursor on one of them.
+void markFaults(WorkbenchUser& user) {
+    constexpr QPoint deadPixel(138, 80); // of the demo's detector
+    user.key(Qt::Key_M, {});
+    user.waitForFrame();
+    user.pointAt(deadPixel);
+    user.take("faults");
+    user.key(Qt::Key_M, {});
+}
+
 // The flat fields of the file, of which one is black, one at half level, and one has an object in a corner.
 void writeSpoiltFlats(const std::string& frames, const std::string& path) {
     ombrel::FrameStack stack({frames}, ombrel::FrameRole::Flat);
@@ -141,6 +151,7 @@ int main(int argc, char** argv) {
         window.resize(windowSize);
         WorkbenchUser user(window, argv[1]);
         openDemo(user);
+        markFaults(user);
         calibrate(user);
         buildChain(user, {argv[2], argv[3], argv[4]});
         runBatch(user, "corrected/frames.h5");

@@ -188,7 +188,7 @@ TEST_F(DeviceMask, IsRefusedInOneLineIfItCannotBeMeant) {
                                 "--mask-convention nexus if 0 means good");
     refuse(folder / "outside.json", "pixel 4, 0 is outside the frames");
     refuse(folder / "broken.json", "is not a list of bad pixels");
-    refuse(folder / "text.txt", "is neither TIFF nor HDF5");
+    refuse(folder / "text.txt", "text.txt");
     refuse(folder / "missing.h5", "missing.h5");
     EXPECT_EQ(run(good, {"--device-mask", folder / "most.tif", "--mask-convention", "ones-good"}).exitCode,
               0);
@@ -226,4 +226,33 @@ TEST_F(DeviceMask, LeavesItsTraceWhereFlatFieldFillsIt) {
     EXPECT_EQ(ombrel::faultText(map[0]), "dead, filled");
     EXPECT_EQ(ombrel::faultText(map[11]), "over-responding, filled");
     EXPECT_EQ(ombrel::countFaulty(map), 2u);
+}
+
+TEST(FrameMarks, AreFilledBeforeTheChainAndCounted) {
+    const TemporaryFolder folder;
+    const std::string scan = folder / "scan.h5";
+    std::vector<zt::u32> pixels(2 * 16, 10);
+    pixels[5] = 0xFFFFFFFF;
+    writeHdf5(scan, ImageStack<zt::u32>{4, 4, pixels});
+    const std::string output = folder / "out.h5";
+    const auto run = [&](std::vector<std::string> options) {
+        options.insert(options.begin(), {"run", "-q", "--force", "-f", "Binning 2x2", scan, "-o", output});
+        return runWell(options);
+    };
+    run({});
+    EXPECT_THAT(readAllFrames(output), Each(40));
+    const auto rows = ombrel::FrameOutput::stateOf(output)->rows;
+    EXPECT_EQ(rows[0].marked, 1u);
+    EXPECT_EQ(rows[1].marked, 0u);
+    run({"--keep-nan"});
+    EXPECT_TRUE(std::isnan(readAllFrames(output)[5]));
+    EXPECT_EQ(readAllFrames(output)[4], 40);
+    runWell({"replay", output, "-o", folder / "again.h5"});
+    run({"--marks", "none"});
+    EXPECT_GT(readAllFrames(output)[5], 4e9);
+
+    writeTiff(folder / "frame.tif", ImageStack<zt::u16>{2, 2, {65535, 1, 2, 65535}});
+    EXPECT_THAT(
+        runWell({"run", "-q", "-f", "Binning 2x2", folder / "frame.tif", "-o", folder / "sum.h5"}).messages,
+        HasSubstr("frame.tif, frame 0: 2 pixels have the greatest value of u16"));
 }

@@ -112,7 +112,7 @@ void calibrateBadPixels(const BadPixelOptions& options, Console& console) {
     checkPaths(options, console);
     FrameStack flats(options.flats, FrameRole::Flat);
     const auto darks =
-        options.darks.empty() ? nullptr : std::make_unique<FrameStack>(options.darks, FrameRole::Any);
+        options.darks.empty() ? nullptr : std::make_unique<FrameStack>(options.darks, FrameRole::Dark);
     const auto known = deviceMaskFor(options.mask, flats.info(0));
     if (known)
         console.warning(maskNote(options.mask, *known));

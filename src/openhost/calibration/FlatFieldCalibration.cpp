@@ -145,6 +145,18 @@ std::string defineFlats(Session& session, const UsedFlats& flats, const FlatFiel
     return name;
 }
 
+// A table of numbers has no mask next to it.
+void maskDevice(Session& session, const FrameStack* stack, const FlatFieldOptions& options,
+                Console& console) {
+    FrameFileInfo frames = stack ? stack->info(0) : FrameFileInfo();
+    frames.width = session.device().width();
+    frames.height = session.device().height();
+    if (const auto mask = deviceMaskFor(options.mask, frames)) {
+        session.device().pixels().setMask(mask->deviceBytes());
+        console.warning(maskNote(options.mask, *mask));
+    }
+}
+
 void loadFromAcquisition(Session& session, const UsedFlats& flats, const FlatFieldOptions& options,
                          IFFFilter& filter) {
     std::vector<FramePtr> acquired;
@@ -224,13 +236,7 @@ void calibrateFlatField(const FlatFieldOptions& options, Console& console) {
     if (stack)
         flats.emplace(inspect(inspection, *stack, options));
     Session session(console, options.plugin, {1, size.width, size.height});
-    FrameFileInfo frames = stack ? stack->info(0) : FrameFileInfo();
-    frames.width = size.width;
-    frames.height = size.height;
-    if (const auto mask = deviceMaskFor(options.mask, frames)) {
-        session.device().pixels().setMask(mask->deviceBytes());
-        console.warning(maskNote(options.mask, *mask));
-    }
+    maskDevice(session, stack.get(), options, console);
     FilterLink link = session.makeLink("Flat-Field");
     IFFFilter& filter = filterInterface<IFFFilter>(link.filter(), flatFieldObject);
     setSwitches(options, filter);

@@ -87,6 +87,7 @@ RunOptions optionsOf(const RunRecord& record, const ReplayOptions& replayOptions
     options.acqTime = record.acqTime;
     options.replace = record.replace;
     options.deviceType = record.deviceType;
+    options.marks = {record.marks, record.keepNan};
     options.mask.convention = record.maskConvention;
     options.mask.source = "none";
     if (record.deviceMask)

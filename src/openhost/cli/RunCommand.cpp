@@ -241,6 +241,7 @@ int correctFrames(const RunOptions& options, Console& console) {
     console.warning(run.stack.unusedDarks());
     for (const std::string& line : warningsOn(run.workers.chains[0], run.stack.pixelType(run.range.begin)))
         console.message(line);
+    console.warning(saturationNote(run.stack, run.range.begin, options.marks));
     return options.dryRun ? dryRun(run.stack, run.range, run.workers, options, console) : walk(run, console);
 }
 
@@ -287,6 +288,14 @@ void addDeviceOptions(CLI::App& command, RunOptions& options) {
         ->type_name("N")
         ->capture_default_str();
     addMaskOptions(command, options.mask);
+    command
+        .add_option("--marks", options.marks.marks,
+                    "Values that mark pixels of single frames, which are filled before the chain: those of "
+                    "counting detectors, none, the greatest of the type, or negative ones")
+        ->check(CLI::IsMember({"auto", "none", "top", "negative"}).description(""))
+        ->type_name("auto|none|top|negative")
+        ->capture_default_str();
+    command.add_flag("--keep-nan", options.marks.keepNan, "Write marked pixels as NaN");
 }
 
 namespace {

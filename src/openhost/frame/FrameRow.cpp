@@ -72,6 +72,8 @@ QJsonObject toJson(const FrameRow& row) {
     QJsonObject json;
     insertHash(json, "input_hash", row.inputHash);
     insertHash(json, "output_hash", row.outputHash);
+    if (row.marked != 0)
+        json.insert("marked", static_cast<qint64>(row.marked));
     json.insert("input", toJson(row.input));
     if (row.failed)
         json.insert("failed", QString::fromStdString(row.reason));
@@ -96,6 +98,7 @@ FrameRow frameRowFromJson(const QJsonObject& json) {
     row.reason = json.value("failed").toString().toStdString();
     row.inputHash = hashOf(json, "input_hash");
     row.outputHash = hashOf(json, "output_hash");
+    row.marked = static_cast<zt::u64>(json.value("marked").toInteger());
     row.input = figuresFromJson(json.value("input").toObject());
     row.output = figuresFromJson(json.value("output").toObject());
     row.seconds = json.value("seconds").toDouble();

@@ -137,6 +137,8 @@ std::vector<std::string> RunRecord::differencesFrom(const RunRecord& before) con
     found.file("device mask", deviceMask, before.deviceMask);
     if (deviceMask && before.deviceMask)
         found.text("pixels of the device mask", maskHash, before.maskHash);
+    found.text("marks", marks + (keepNan ? ", kept as NaN" : ""),
+               before.marks + (before.keepNan ? ", kept as NaN" : ""));
     found.text("acquisition time", timeText(acqTime), timeText(before.acqTime));
     return found.lines;
 }
@@ -287,6 +289,9 @@ std::string RunRecord::toJson() const {
         mask.insert("mask_hash", QString::fromStdString(maskHash));
         json.insert("device_mask", mask);
     }
+    json.insert("marks", QString::fromStdString(marks));
+    if (keepNan)
+        json.insert("keep_nan", true);
     if (acqTime)
         json.insert("acq_time", *acqTime);
     if (!parts.empty())
@@ -320,6 +325,8 @@ RunRecord RunRecord::fromJson(const std::string& text) {
         record.maskConvention = mask["convention"].toString().toStdString();
         record.maskHash = mask["mask_hash"].toString().toStdString();
     }
+    record.marks = json["marks"].toString("none").toStdString();
+    record.keepNan = json["keep_nan"].toBool();
     if (json.contains("acq_time"))
         record.acqTime = json["acq_time"].toDouble();
     record.parts = partsFromJson(json["parts"]);

@@ -58,6 +58,8 @@ struct RunRecord {
     std::string maskDataset;              // in that file; empty if it has none or the program chooses it
     std::string maskConvention;           // as given
     std::string maskHash;                 // of the mask itself
+    std::string marks = "none";           // the rule by which pixels of single frames are marked
+    bool keepNan = false;                 // marked pixels are NaN
     std::optional<double> acqTime;        // seconds, given for every frame
     std::vector<PartRecord> parts;        // for an output that only refers to those of several runs
 

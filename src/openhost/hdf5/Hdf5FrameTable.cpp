@@ -85,6 +85,7 @@ StoredFrameRow storedRow(const FrameRow& row) {
         stored.outside = outside;
     }
     stored.failed = row.failed;
+    stored.marked = static_cast<zt::u32>(row.marked);
     storeReason(row.reason, stored.reason);
     return stored;
 }
@@ -93,6 +94,7 @@ FrameRow frameRow(const StoredFrameRow& stored) {
     FrameRow row;
     row.failed = stored.failed != 0;
     row.reason.assign(stored.reason, ::strnlen(stored.reason, sizeof stored.reason));
+    row.marked = stored.marked;
     row.inputHash = stored.inputHash;
     row.outputHash = stored.outputHash;
     row.input = figuresOf(stored.input);
@@ -122,6 +124,7 @@ Hdf5Type storedRowType() {
     insert(compound, "grid_outside", offsetof(StoredFrameRow, outside), H5T_NATIVE_UINT8);
     insert(compound, "failed", offsetof(StoredFrameRow, failed), H5T_NATIVE_UINT8);
     insert(compound, "reason", offsetof(StoredFrameRow, reason), text);
+    insert(compound, "marked", offsetof(StoredFrameRow, marked), H5T_NATIVE_UINT32);
     return compound;
 }
 

@@ -32,7 +32,8 @@ struct StoredFrameRow {
     zt::u8 failed;
     char reason[reasonBytes];
     zt::u8 outside;
-    char unused[6];
+    char unused[2];
+    zt::u32 marked;
 };
 
 StoredFrameRow storedRow(const FrameRow& row);

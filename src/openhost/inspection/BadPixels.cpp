@@ -3,7 +3,7 @@
 #include "base/Error.h"
 #include "base/Numbers.h"
 #include "frame/PixelFaults.h"
-#include "frame/PixelType.h"
+#include "inspection/FrameMarks.h"
 #include "inspection/PixelNoise.h"
 #include "inspection/PixelResponse.h"
 
@@ -25,25 +25,13 @@ constexpr double levelsRemainder = 0.18;    // one in thirty noisy pixels falls 
 constexpr double farLevel = 2;              // of a frame, as a factor
 constexpr std::size_t levelSamples = 65536; // pixels that determine the levels of the frames
 
-// Detectors mark pixels by the greatest value of a 32 or 64 bit integer.
-double markOf(zt::u8 pixelType) {
-    return withPixelType(
-        pixelType,
-        [](auto pixel) {
-            using T = decltype(pixel);
-            return std::is_integral_v<T> && sizeof(T) >= 4
-                       ? static_cast<double>(std::numeric_limits<T>::max())
-                       : std::numeric_limits<double>::infinity();
-        });
-}
-
+// Marked pixels have the value -1.
 FramePtr readDoubles(FrameStack& stack, zt::u64 index) {
     FramePtr frame = stack.readFrame(index);
-    const double mark = markOf(frame->frameDataType());
+    const auto marked = FrameMarks({}, {}).find(*frame);
     frame->convertToType(zt::DT_DOUBLE);
-    for (double& pixel : frame->pixels<double>())
-        if (pixel >= mark && std::isfinite(mark))
-            pixel = -1;
+    for (const zt::u32 pixel : marked)
+        frame->pixels<double>()[pixel] = -1;
     return frame;
 }
 

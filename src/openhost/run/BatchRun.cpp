@@ -137,6 +137,8 @@ private:
             item.frame->setAcqTime(*plan.acqTime);
         if (listener.frameCorrected)
             item.raw = doublesOf(*item.frame);
+        const auto marked = plan.marks ? plan.marks->fill(*item.frame) : std::vector<zt::u32>();
+        item.row.marked = marked.size();
         const Stopwatch filtering;
         FrameResult corrected = chain.apply(std::move(item.frame), plan.mode);
         item.row.seconds = item.times.filter = filtering.seconds();
@@ -144,6 +146,8 @@ private:
             item.row.choice = plan.choice(worker, item.index);
         if (!corrected)
             return fail(item, corrected.failure);
+        if (plan.marks)
+            plan.marks->finish(*corrected.frame, marked);
         // All figures describe the frame as stored, so that a user can reproduce them from the file.
         const Stopwatch storing;
         PixelDigest digest(plan.output.pixelType);

@@ -4,6 +4,7 @@
 #include "frame/FrameOutput.h"
 #include "frame/FrameRow.h"
 #include "host/Chain.h"
+#include "inspection/FrameMarks.h"
 #include "zt/Types.h"
 
 #include <functional>
@@ -25,7 +26,8 @@ struct BatchPlan {
     zt::u64 end = 0;
     std::optional<double> acqTime; // seconds, for every frame; without it, the time from the file
     ApplyMode mode = ApplyMode::Copy;
-    OutputPlan output; // width, height and frames are filled in
+    OutputPlan output;                 // width, height and frames are filled in
+    const FrameMarks* marks = nullptr; // fills marked pixels before the chain; null for none
     // An incomplete output to resume; null for a new one.
     const OutputState* begun = nullptr;
     // The filters carry state from frame to frame: all earlier frames of the stack are passed through them

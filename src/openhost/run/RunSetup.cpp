@@ -83,6 +83,8 @@ RunRecord makeRecord(RunSetup& setup) {
     record.deviceType = options.deviceType;
     if (setup.mask)
         recordMask(record, options, *setup.mask);
+    record.marks = options.marks.marks;
+    record.keepNan = options.marks.keepNan;
     record.acqTime = options.acqTime;
     return record;
 }
@@ -345,6 +347,7 @@ RunSetup::RunSetup(const RunOptions& runOptions, Console& console)
 }
 
 BatchResult RunSetup::run(const BatchListener& listener) {
+    const FrameMarks marks(options.marks, mask ? mask->deviceBytes() : std::vector<zt::u8>());
     BatchPlan plan{.stack = stack,
                    .workers = workers.chains,
                    .begin = range.begin,
@@ -352,6 +355,7 @@ BatchResult RunSetup::run(const BatchListener& listener) {
                    .acqTime = options.acqTime,
                    .mode = options.replace ? ApplyMode::Replace : ApplyMode::Copy,
                    .output = outputPlan(*this),
+                   .marks = &marks,
                    .begun = begun ? &*begun : nullptr,
                    .remembers = workers.remember,
                    .choice = {}};

@@ -7,6 +7,7 @@
 #include "frame/RunRecord.h"
 #include "host/Chain.h"
 #include "host/Session.h"
+#include "inspection/FrameMarks.h"
 #include "inspection/PixelMask.h"
 #include "run/BatchRun.h"
 #include "run/SelectionLogs.h"
@@ -44,6 +45,7 @@ struct RunOptions {
     bool force = false;
     int deviceType = 1;
     MaskOptions mask;
+    MarkOptions marks;
     std::optional<unsigned> jobs; // without it, one per processor
     bool resume = false;
     bool dryRun = false;

@@ -6,6 +6,7 @@
 #include "frame/PixelFaults.h"
 #include "frame/PixelType.h"
 #include "host/Device.h"
+#include "inspection/FrameMarks.h"
 #include "model/BatchOptions.h"
 #include "run/TouchedPixels.h"
 
@@ -140,7 +141,9 @@ void StackViewer::correct() {
     if (std::ranges::none_of(chainState.links, &LinkState::enabled))
         return;
     const auto start = std::chrono::steady_clock::now();
-    const FrameResult result = running->apply(copyOf(*raw));
+    FramePtr filled = copyOf(*raw);
+    FrameMarks({}, mask ? mask->deviceBytes() : std::vector<zt::u8>()).fill(*filled);
+    const FrameResult result = running->apply(std::move(filled));
     view.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     if (!result) {
         view.failure = result.failure;

@@ -1,0 +1,140 @@
+#include "inspection/FrameMarks.h"
+
+#include "base/Numbers.h"
+#include "frame/PixelType.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <limits>
+#include <type_traits>
+#include <utility>
+
+namespace ombrel {
+
+namespace {
+
+constexpr zt::u32 fillReach = 2; // pixels to each side
+
+bool isInteger(zt::u8 pixelType) {
+    return pixelType != zt::DT_FLOAT && pixelType != zt::DT_DOUBLE;
+}
+
+template <typename T>
+std::vector<zt::u32> markedIn(std::span<const T> pixels, bool top, bool negative) {
+    std::vector<zt::u32> marked;
+    if constexpr (std::is_integral_v<T>) {
+        const auto isMark = [=](T pixel) {
+            return (top && pixel == std::numeric_limits<T>::max()) || (negative && std::cmp_less(pixel, 0));
+        };
+        // Few frames have marks: the test of a whole block is vectorised.
+        constexpr std::size_t block = 1024;
+        for (std::size_t begin = 0; begin < pixels.size(); begin += block) {
+            const std::size_t end = std::min(begin + block, pixels.size());
+            bool any = false;
+            for (std::size_t i = begin; i < end; ++i)
+                any |= isMark(pixels[i]);
+            for (std::size_t i = begin; any && i < end; ++i)
+                if (isMark(pixels[i]))
+                    marked.push_back(static_cast<zt::u32>(i));
+        }
+    }
+    return marked;
+}
+
+// The weighted mean around a pixel; `isGood` for each pixel of the frame.
+template <typename T>
+double meanAround(std::span<const T> pixels, zt::u32 width, zt::u32 at, const std::vector<bool>& isGood) {
+    const auto height = static_cast<zt::u32>(pixels.size() / width);
+    const zt::u32 x = at % width;
+    const zt::u32 y = at / width;
+    double sum = 0;
+    double weights = 0;
+    for (zt::u32 v = y - std::min(y, fillReach); v <= std::min(y + fillReach, height - 1); ++v)
+        for (zt::u32 u = x - std::min(x, fillReach); u <= std::min(x + fillReach, width - 1); ++u) {
+            const std::size_t pixel = std::size_t{v} * width + u;
+            if (!isGood[pixel])
+                continue;
+            const double weight = 1 / std::hypot(static_cast<double>(u) - x, static_cast<double>(v) - y);
+            sum += weight * static_cast<double>(pixels[pixel]);
+            weights += weight;
+        }
+    return weights > 0 ? sum / weights : 0;
+}
+
+template <typename T>
+void fillMarked(std::span<T> pixels, zt::u32 width, std::span<const zt::u32> marked,
+                std::span<const zt::u8> mask) {
+    std::vector<bool> isGood(pixels.size(), true);
+    for (std::size_t i = 0; i < mask.size(); ++i)
+        isGood[i] = mask[i] != 0;
+    for (const zt::u32 pixel : marked)
+        isGood[pixel] = false;
+    for (const zt::u32 pixel : marked)
+        pixels[pixel] = clampedCast<T>(meanAround(std::span<const T>(pixels), width, pixel, isGood));
+}
+
+} // namespace
+
+FrameMarks::FrameMarks(const MarkOptions& markOptions, std::vector<zt::u8> deviceMask)
+    : options(markOptions), mask(std::move(deviceMask)) {}
+
+bool FrameMarks::takesTop(zt::u8 pixelType) const {
+    return isInteger(pixelType) &&
+           (options.marks == "top" || (options.marks == "auto" && pixelSize(pixelType) >= 4));
+}
+
+bool FrameMarks::takesNegative(zt::u8 pixelType) const {
+    return isInteger(pixelType) &&
+           (options.marks == "negative" || (options.marks == "auto" && pixelSize(pixelType) >= 4));
+}
+
+std::vector<zt::u32> FrameMarks::find(const Frame& frame) const {
+    const zt::u8 type = frame.frameDataType();
+    const bool top = takesTop(type);
+    const bool negative = takesNegative(type);
+    if (!top && !negative)
+        return {};
+    return withPixelType(
+        type, [&](auto pixel) { return markedIn(frame.pixels<decltype(pixel)>(), top, negative); });
+}
+
+std::vector<zt::u32> FrameMarks::fill(Frame& frame) const {
+    std::vector<zt::u32> marked = find(frame);
+    if (!marked.empty())
+        withPixelType(frame.frameDataType(), [&](auto pixel) {
+            fillMarked(frame.pixels<decltype(pixel)>(), frame.width(), marked,
+                       mask.size() == frame.size() ? std::span<const zt::u8>(mask)
+                                                   : std::span<const zt::u8>());
+        });
+    return marked;
+}
+
+void FrameMarks::finish(Frame& frame, std::span<const zt::u32> marked) const {
+    if (!options.keepNan || marked.empty())
+        return;
+    frame.convertToType(zt::DT_DOUBLE);
+    const std::span<double> pixels = frame.pixels<double>();
+    for (const zt::u32 pixel : marked)
+        if (pixel < pixels.size())
+            pixels[pixel] = notANumber;
+}
+
+std::string saturationNote(FrameStack& stack, zt::u64 index, const MarkOptions& options) {
+    const zt::u8 type = stack.pixelType(index);
+    if (options.marks != "auto" || !isInteger(type) || pixelSize(type) > 2)
+        return {};
+    const FramePtr frame = stack.readFrame(index);
+    const zt::u64 count = withPixelType(type, [&](auto pixel) {
+        using T = decltype(pixel);
+        return static_cast<zt::u64>(
+            std::ranges::count(frame->pixels<T>(), static_cast<T>(std::numeric_limits<T>::max())));
+    });
+    if (count == 0)
+        return {};
+    return stack.where(index) + ": " + countText(count, "pixel") + (count == 1 ? " has" : " have") +
+           " the greatest value of " + std::string(pixelTypeName(type)) +
+           ", which counts as saturated; if it marks pixels without a count, give --marks top";
+}
+
+} // namespace ombrel
