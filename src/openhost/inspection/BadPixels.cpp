@@ -36,9 +36,7 @@ FramePtr readDoubles(FrameStack& stack, zt::u64 index) {
 }
 
 double medianOfCopy(std::vector<double> values) {
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::ranges::nth_element(values, middle);
-    return *middle;
+    return medianOf(values);
 }
 
 // One pass over the frames.

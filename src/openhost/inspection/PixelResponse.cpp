@@ -2,6 +2,7 @@
 
 #include "base/Numbers.h"
 #include "frame/PixelFaults.h"
+#include "inspection/PixelNoise.h"
 
 #include <algorithm>
 #include <cmath>
@@ -14,15 +15,6 @@ constexpr std::size_t leastBlock = 16;    // pixels of a gap that is not a whole
 constexpr std::size_t reach = 3;          // of the neighbourhood, to each side
 constexpr std::size_t lineBlock = 64;     // pixels of a row or column that share a factor
 constexpr double madToDeviation = 1.4826; // of normally distributed values
-
-// Reorders the values; NaN without values.
-double medianOf(std::vector<double>& values) {
-    if (values.empty())
-        return notANumber;
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::ranges::nth_element(values, middle);
-    return *middle;
-}
 
 struct Box {
     std::size_t left, top, right, bottom; // the last column and row are included

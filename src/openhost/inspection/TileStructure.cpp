@@ -1,6 +1,7 @@
 #include "inspection/TileStructure.h"
 
 #include "base/Numbers.h"
+#include "inspection/PixelNoise.h"
 
 #include <algorithm>
 #include <cmath>
@@ -21,12 +22,6 @@ constexpr double noiseTolerance = 0.1;
 constexpr double noiseSigmas = 4.5; // standard deviations of the measured noise
 constexpr double noiseFree = 1e-3;  // computed data: its own noise is rounding
 constexpr double madToSigma = 1.4826022185056018;
-
-double medianOf(std::vector<double>& values) {
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
-}
 
 } // namespace
 
