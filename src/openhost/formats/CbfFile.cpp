@@ -201,8 +201,7 @@ void CbfFile::addSection(const std::string& header, Section section) {
     if (pixels == 0 || bytes < least || bytes > most || section.bytes > file.mostBytes())
         throw Error("the file is truncated or damaged: " + sizeText(width, height) + " pixels cannot have " +
                     countText(section.bytes, "byte"));
-    std::byte last{};
-    file.read(section.offset + section.bytes - 1, std::span(&last, 1));
+    file.checkHolds(section.offset + section.bytes);
     checkLikeFirst(width, height, pixelType);
     constexpr std::size_t mostSections = 4096; // a small compressed file could claim any number
     if (sections.size() == mostSections)

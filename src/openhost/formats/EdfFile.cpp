@@ -192,8 +192,7 @@ void EdfFile::gatherImages() {
             const Image image(Header(header->first), header->second, file.mostBytes());
             addImage(image);
             offset = image.offset + image.size;
-            std::byte last{};
-            file.read(image.offset + image.bytes - 1, std::span(&last, 1));
+            file.checkHolds(image.offset + image.bytes);
         } catch (const Error& error) {
             throw Error(name + ": " + error.what());
         }

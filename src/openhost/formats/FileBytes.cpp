@@ -147,6 +147,12 @@ void FileBytes::remember(std::span<const std::byte> bytes) {
         recent.erase(recent.begin(), recent.end() - most);
 }
 
+void FileBytes::checkHolds(zt::u64 end) {
+    std::byte last{};
+    if (readSome(end - 1, std::span(&last, 1)) == 0)
+        throw Error("the file is truncated: pixels are missing; copy it again");
+}
+
 void FileBytes::read(zt::u64 offset, std::span<std::byte> bytes) {
     const std::size_t held = readSome(offset, bytes);
     if (held != bytes.size())

@@ -26,6 +26,8 @@ public:
 
     // Fills the span, or returns how many bytes there are up to the end of the file.
     std::size_t readSome(zt::u64 offset, std::span<std::byte> bytes);
+    // Throws if the file ends before this offset.
+    void checkHolds(zt::u64 end);
     // Fills the whole span; throws if the file ends early.
     void read(zt::u64 offset, std::span<std::byte> bytes);
 
