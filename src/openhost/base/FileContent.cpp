@@ -69,14 +69,14 @@ std::string headOf(const FileDescriptor& file, zt::u64 fileSize) {
 
 // "{" and the name of a key that is followed by "=". JSON has quotes there.
 bool isEdf(std::string_view head) {
-    constexpr std::string_view blanks = " \t\r\n";
+    constexpr std::string_view edfBlanks = " \t\r\n";
     if (!head.starts_with('{'))
         return false;
-    head.remove_prefix(std::min(head.find_first_not_of(blanks, 1), head.size()));
+    head.remove_prefix(std::min(head.find_first_not_of(edfBlanks, 1), head.size()));
     const auto isOfName = [](unsigned char c) { return std::isalnum(c) != 0 || c == '_'; };
     const auto end = std::ranges::find_if_not(head, isOfName);
     const std::string_view rest(end, head.end());
-    const std::size_t next = rest.find_first_not_of(blanks);
+    const std::size_t next = rest.find_first_not_of(edfBlanks);
     return end != head.begin() && next != std::string_view::npos && rest[next] == '=';
 }
 

@@ -16,8 +16,8 @@ namespace {
 constexpr double falseAlarms = 1e-5; // in good frames
 constexpr std::size_t leastFrames = 4;
 constexpr std::size_t leastTiles = 9;
-constexpr double leastCounts = 1000; // of the median tile: below that, its noise is not close to normal
-constexpr double faintMedian = 0.05; // of the median tile; fainter ones are not judged
+constexpr double leastTileCounts = 1000; // of the median tile: below that, its noise is not close to normal
+constexpr double faintMedian = 0.05;     // of the median tile; fainter ones are not judged
 constexpr double noiseTolerance = 0.1;
 constexpr double noiseSigmas = 4.5; // standard deviations of the measured noise
 constexpr double noiseFree = 1e-3;  // computed data: its own noise is rounding
@@ -55,7 +55,7 @@ std::string TileStructure::findObstacle(bool photons) {
         return "the frames are too small";
     for (; tiles.count() >= leastTiles; joinTiles()) {
         std::vector<double> reference = medianOfAll().sums;
-        if (const double median = medianOf(reference); median > 0 && (!photons || median >= leastCounts))
+        if (const double median = medianOf(reference); median > 0 && (!photons || median >= leastTileCounts))
             return {};
     }
     return "the frames hold too few counts";
@@ -137,8 +137,8 @@ private:
 
 // Tukey's weight of a residual, given in units of its robust spread.
 double biweight(double residual) {
-    constexpr double reach = 4.685;
-    const double part = residual / reach;
+    constexpr double cutOff = 4.685;
+    const double part = residual / cutOff;
     return std::abs(part) < 1 ? (1 - part * part) * (1 - part * part) : 0;
 }
 

@@ -97,7 +97,7 @@ std::optional<SelectedFlatField> choiceOf(const std::vector<QualityValue>& candi
 
 namespace {
 
-constexpr const char* group = "Settings";
+constexpr const char* adaptiveGroup = "Settings";
 constexpr const char* logKey = "LogQualityValuesFile";
 
 } // namespace
@@ -107,9 +107,9 @@ SelectionLogs::SelectionLogs() : driftNotes(std::make_unique<DriftNotes>()) {}
 SelectionLogs::~SelectionLogs() = default;
 
 void SelectionLogs::redirect(zt::ISettings& settings, std::size_t worker) {
-    if (const std::string named = settings.getString(group, logKey, ""); !named.empty())
+    if (const std::string named = settings.getString(adaptiveGroup, logKey, ""); !named.empty())
         userFile = named;
-    settings.setString(group, logKey, logs[worker].path().c_str());
+    settings.setString(adaptiveGroup, logKey, logs[worker].path().c_str());
 }
 
 // Clears the log, so that a frame without a search has no choice.
