@@ -124,7 +124,7 @@ TEST_F(DeviceMask, IsTheOneNextToTheFramesUnlessAnotherIsGiven) {
     EXPECT_EQ(runOmbrel({"replay", output, "-o", folder / "again.h5"}).exitCode, 0);
     EXPECT_EQ(ombrel::FrameOutput::touchedIn(folder / "again.h5"), deadBlock);
 
-    EXPECT_EQ(run(scan, {"--device-mask", "none"}).messages, "");
+    EXPECT_THAT(run(scan, {"--device-mask", "none"}).messages, Not(HasSubstr("mask")));
     EXPECT_EQ(touched(), std::vector<zt::u32>(12));
     const std::string special =
         scanWith("special.h5", oneDead, "/entry/instrument/detector/detectorSpecific/pixel_mask");

@@ -15,7 +15,9 @@ using Arguments = std::vector<std::string>;
 class Paths : public ::testing::Test {
 protected:
     Paths() {
-        const ImageStack<zt::u16> stack{6, 4, std::vector<zt::u16>(6 * 4 * 3, 500)};
+        ImageStack<zt::u16> stack{6, 4, std::vector<zt::u16>(6 * 4 * 3, 500)};
+        stack.pixels.front() = 501; // no two frames are the same: flat fields that repeat are left out
+        stack.pixels.back() = 502;
         writeHdf5(at("in.h5"), stack);
         writeTiff(at("in.tif"), stack);
         fs::create_symlink("in.h5", at("link.h5"));
