@@ -180,7 +180,7 @@ bool FramePane::eventFilter(QObject* watched, QEvent* event) {
         hintLabel->setGeometry(plot->rect().adjusted(16, 16, -16, -16));
         // Labels of up to six digits must not touch each other.
         const int labelWidth = plot->fontMetrics().horizontalAdvance("000000");
-        scale->axis()->ticker()->setTickCount(std::clamp(plot->width() / (2 * labelWidth), 2, 5));
+        scale->axis()->ticker()->setTickCount(std::clamp(2 * plot->width() / (3 * labelWidth), 2, 5));
         fitAreaSoon();
     }
     return QWidget::eventFilter(watched, event);
