@@ -52,6 +52,7 @@ void markFaults(WorkbenchUser& user) {
     user.pointAt(deadPixel);
     user.take("faults");
     user.key(Qt::Key_M, {});
+    user.waitForFrame();
 }
 
 // The flat fields of the file, of which one is black, one at half level, and one has an object in a corner.
@@ -85,7 +86,6 @@ void calibrate(WorkbenchUser& user) {
     auto* const picture = user.window().findChild<QLabel*>("lbFlat");
     if (!QTest::qWaitFor([&] { return !picture->pixmap().isNull(); }, 60'000))
         throw std::runtime_error("the flat field is not shown");
-    user.waitForFrame();
     user.take("flats");
 }
 
