@@ -129,8 +129,10 @@ private:
             if (stopped || taken >= end)
                 return;
             Slot& slot = slotOf(taken++);
-            // Another maker may have been faster.
-            if (nextIsMade())
+            // Another maker may have been faster; after the last item, no worker has anything to wait for.
+            if (taken >= end)
+                madeOne.notify_all();
+            else if (nextIsMade())
                 madeOne.notify_one();
             lock.unlock();
             steps.work(worker, slot.item);

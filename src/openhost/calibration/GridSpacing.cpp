@@ -214,8 +214,8 @@ RefinedGrid GridSpacing::chosen(double residual, std::size_t mostPoints) const {
         return axes[axis].lengths.back() / static_cast<double>(cells[axis]);
     };
     while (expected(best.candidates, 0).mean > residual) {
-        const std::size_t widest =
-            std::ranges::max({std::size_t{0}, std::size_t{1}, std::size_t{2}}, {}, step);
+        const std::array<std::size_t, 3> numbers{0, 1, 2};
+        const std::size_t widest = *std::ranges::max_element(numbers, {}, step);
         ++cells[widest];
         RefinedGrid next = divided(cells);
         if (next.tried > mostPoints || !(step(widest) > 0))
