@@ -54,7 +54,7 @@ struct FrameFileInfo {
     std::string maskDataset;          // of the detector, next to the frames; empty without one
     std::optional<RunState> run;      // of a file written by ombrel; only its frames done are counted
     std::vector<std::string> sources; // other files that the frames are read from
-    std::string passedOver;           // a message on other files of a folder; empty if there are none
+    std::string passedOver;           // a message on the other files of a folder, if any
 };
 
 // "PATH, frame N".

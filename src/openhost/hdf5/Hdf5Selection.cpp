@@ -201,7 +201,7 @@ Hdf5Selection selectNumbered(const std::string& file, const Hdf5Contents& conten
     return selected;
 }
 
-// The only group of numbered datasets; empty if there are none or several.
+// The group of numbered datasets if there is exactly one; else empty.
 Numbered onlyNumbered(const Hdf5Contents& contents) {
     std::set<std::string> groups;
     for (const Hdf5Candidate& candidate : contents.candidates)

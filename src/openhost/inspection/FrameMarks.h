@@ -31,7 +31,7 @@ public:
     // The marked pixels.
     std::vector<zt::u32> find(const Frame& frame) const;
     // Replaces each marked pixel by the mean of the good pixels within 5 x 5, weighted by the inverse
-    // distance, and by 0 if there is none. Returns the marked pixels.
+    // distance, and by 0 without such neighbours. Returns the marked pixels.
     std::vector<zt::u32> fill(Frame& frame) const;
     // Makes these pixels of a corrected frame NaN if that is wanted; the frame then holds doubles.
     void finish(Frame& frame, std::span<const zt::u32> marked) const;

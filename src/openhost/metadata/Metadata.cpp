@@ -33,7 +33,7 @@ std::string classOf(hid_t file, const std::string& group) {
     return object.isOpen() ? textAttribute(object, "NX_class").value_or("") : "";
 }
 
-// The entry of an NXtomo that holds the frames; empty if there is none.
+// The entry of an NXtomo that holds the frames; empty in other files.
 std::string entryOf(hid_t file, const std::vector<std::string>& groups) {
     for (std::string group : groups)
         for (; group.size() > 1; group.resize(group.rfind('/')))

@@ -66,7 +66,7 @@ public:
     std::optional<SelectedFlatField> read(std::size_t worker, zt::u64 frame);
     // Why choices are missing, in one line; empty if all were read.
     std::string loss() const;
-    // The frames outside of the grid, in one line; empty if there are none.
+    // The frames outside of the grid, in one line; empty if all are inside.
     std::string drift() const;
     // Throws Error.
     void copyToUserFile() const;

@@ -29,7 +29,7 @@ protected:
         output->finish();
     }
 
-    // The numbers at a path of an output; empty if there are none.
+    // The numbers at a path of an output; empty if the path is missing.
     std::vector<double> numbers(const std::string& name, const std::string& path, zt::u64 count) {
         const ombrel::Hdf5Session session;
         const auto file = ombrel::openHdf5(folder / name, "damaged");
