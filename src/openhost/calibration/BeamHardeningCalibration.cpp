@@ -80,26 +80,6 @@ double MaskSum::countsPerSecond() const {
     return count == 0 ? 0 : sum / static_cast<double>(count) / seconds;
 }
 
-MaskSum sumFrames(FrameStack& stack, std::span<const std::size_t> frames, std::optional<double> acqTime) {
-    MaskSum sum{Frame::create(stack.width(), stack.height(), zt::DT_DOUBLE)};
-    for (const std::size_t i : frames) {
-        const FramePtr frame = stack.readFrame(i);
-        sum.seconds += acqTime ? *acqTime : timeOf(*frame, stack.where(i));
-        sum.frame->addFrame(frame.get());
-    }
-    return sum;
-}
-
-// The sum gets a path known only to the host, so that frames of every pixel type can make a mask.
-void addMask(Session& session, IBHFilter& filter, double thickness, MaskSum sum) {
-    const std::string name = "<Mask of " + numberText(thickness) + ">";
-    session.host().frames().defineFrame(name, std::move(sum.frame));
-    const int code = filter.addMaskFromFile(name.c_str(), thickness, sum.seconds);
-    session.host().frames().undefine(name);
-    if (code != 0)
-        throw Error("the filter returned no mask for " + numberText(thickness));
-}
-
 namespace {
 
 std::vector<std::string> filesOf(const std::vector<ThicknessMask>& masks) {
@@ -108,6 +88,77 @@ std::vector<std::string> filesOf(const std::vector<ThicknessMask>& masks) {
         files.insert(files.end(), mask.files.begin(), mask.files.end());
     return files;
 }
+
+WhenThere whenThere(const CalibrateOptions& options) {
+    return options.force ? WhenThere::Replace : WhenThere::Refuse;
+}
+
+// Returns the files.
+std::vector<std::string> checkedFiles(const MaskCalibrateOptions& options, std::vector<std::string> files,
+                                      Console& console) {
+    checkInspection(options.inspection);
+    CommandPaths paths;
+    for (const std::string& file : files)
+        addInput(paths, file);
+    addPlugin(paths, options.plugin);
+    paths.writes(options.output, "the settings file", whenThere(options));
+    addInspectionPaths(paths, options.inspection, whenThere(options));
+    paths.check(console, options.log);
+    checkSettingsOutput(options.output);
+    return files;
+}
+
+} // namespace
+
+MaskCalibration::MaskCalibration(const MaskCalibrateOptions& calibrateOptions,
+                                 const std::vector<ThicknessMask>& masks, Console& console)
+    : options(calibrateOptions), files(checkedFiles(options, filesOf(masks), console)),
+      lock(options.output, options.force), all(files, FrameRole::Flat),
+      session(console, options.plugin, {1, all.width(), all.height()}),
+      link(session.makeLink("Beam-hardening")),
+      beamHardening(filterInterface<IBHFilter>(link.filter(), beamHardeningObject)),
+      judged(options.inspection, console) {
+    console.warning(all.passedOver());
+    console.warning(all.unusedDarks());
+    beamHardening.setInterpolateBadPixelsEnabled(!options.noInterpolation);
+}
+
+MaskSum MaskCalibration::measure(const ThicknessMask& mask, const std::string& noun) {
+    FrameStack stack(mask.files, FrameRole::Flat);
+    const auto good = judged.judge(fieldSetOf(stack, "frames of " + noun + " " + numberText(mask.thickness)));
+    MaskSum sum{Frame::create(stack.width(), stack.height(), zt::DT_DOUBLE)};
+    for (const std::size_t i : good) {
+        const FramePtr frame = stack.readFrame(i);
+        sum.seconds += options.acqTime ? *options.acqTime : timeOf(*frame, stack.where(i));
+        sum.frame->addFrame(frame.get());
+    }
+    return sum;
+}
+
+void MaskCalibration::endInspection() {
+    judged.judgeDarks(files);
+    judged.finish();
+}
+
+// The sum gets a path known only to the host, so that frames of every pixel type can make a mask.
+void MaskCalibration::add(double thickness, MaskSum sum) {
+    const std::string name = "<Mask of " + numberText(thickness) + ">";
+    session.host().frames().defineFrame(name, std::move(sum.frame));
+    const int code = beamHardening.addMaskFromFile(name.c_str(), thickness, sum.seconds);
+    session.host().frames().undefine(name);
+    if (code != 0)
+        throw Error("the filter returned no mask for " + numberText(thickness));
+}
+
+void MaskCalibration::save() {
+    const auto store = session.host().openSettings(options.output);
+    link.filter().saveToSettings(store.get());
+    SettingsTree settings = store->contents();
+    judged.note(settings);
+    writeSettingsFile(settings, options.output);
+}
+
+namespace {
 
 // A thicker mask is brighter if two masks were mixed up, or if the given times are wrong.
 void warnOfBrighter(const ThicknessMask& mask, double rate, const ThicknessMask& before, double rateBefore,
@@ -118,27 +169,16 @@ void warnOfBrighter(const ThicknessMask& mask, double rate, const ThicknessMask&
                     numberText(before.thickness) + " (" + rates + " counts a second); check files and times");
 }
 
-struct MaskMaker {
-    Session& session;
-    IBHFilter& filter;
-    FieldInspection& inspection;
-    Console& console;
-};
-
 // Adds the masks in their order, which must be that of ascending thickness.
-void addMasks(const MaskMaker& maker, const std::vector<ThicknessMask>& masks,
-              const std::optional<double>& acqTime) {
+void addMasks(MaskCalibration& calibration, const std::vector<ThicknessMask>& masks, Console& console) {
     double rateBefore = 0;
     for (std::size_t k = 0; k < masks.size(); ++k) {
-        FrameStack stack(masks[k].files, FrameRole::Flat);
-        const auto frames = maker.inspection.judge(
-            fieldSetOf(stack, "frames of thickness " + numberText(masks[k].thickness)));
-        MaskSum sum = sumFrames(stack, frames, acqTime);
+        MaskSum sum = calibration.measure(masks[k], "thickness");
         const double rate = sum.countsPerSecond();
         if (k > 0 && rate >= rateBefore)
-            warnOfBrighter(masks[k], rate, masks[k - 1], rateBefore, maker.console);
+            warnOfBrighter(masks[k], rate, masks[k - 1], rateBefore, console);
         rateBefore = rate;
-        addMask(maker.session, maker.filter, masks[k].thickness, std::move(sum));
+        calibration.add(masks[k].thickness, std::move(sum));
     }
 }
 
@@ -146,42 +186,16 @@ void addMasks(const MaskMaker& maker, const std::vector<ThicknessMask>& masks,
 
 void calibrateBeamHardening(const BeamHardeningOptions& options, Console& console) {
     const std::vector<ThicknessMask> masks = parseThicknessMasks(options.masks);
-    const std::vector<std::string> files = filesOf(masks);
-    checkInspection(options.inspection);
-    CommandPaths paths;
-    for (const std::string& file : files)
-        addInput(paths, file);
-    addPlugin(paths, options.plugin);
-    const auto whenThere = options.force ? WhenThere::Replace : WhenThere::Refuse;
-    paths.writes(options.output, "the settings file", whenThere);
-    addInspectionPaths(paths, options.inspection, whenThere);
-    paths.check(console, options.log);
-    checkSettingsOutput(options.output);
-
-    const OutputLock lock(options.output, options.force);
-    FrameStack all(files, FrameRole::Flat);
-    console.warning(all.passedOver());
-    console.warning(all.unusedDarks());
-    Session session(console, options.plugin, {1, all.width(), all.height()});
-    FilterLink link = session.makeLink("Beam-hardening");
-    IBHFilter& filter = filterInterface<IBHFilter>(link.filter(), beamHardeningObject);
-    filter.setInterpolateBadPixelsEnabled(!options.noInterpolation);
-    filter.setUseZeroPixelsAsBad(options.zeroAsBad);
-    FieldInspection inspection(options.inspection, console);
-    addMasks({session, filter, inspection, console}, masks, options.acqTime);
-    inspection.judgeDarks(files);
-    inspection.finish();
-
-    const auto store = session.host().openSettings(options.output);
-    link.filter().saveToSettings(store.get());
-    SettingsTree settings = store->contents();
-    inspection.note(settings);
-    writeSettingsFile(settings, options.output);
+    MaskCalibration calibration(options, masks, console);
+    calibration.filter().setUseZeroPixelsAsBad(options.zeroAsBad);
+    addMasks(calibration, masks, console);
+    calibration.endInspection();
+    calibration.save();
     if (masks.size() == 1)
         console.message("a single mask cannot give thicknesses: brighter pixels become 0, and the others "
                         "the logarithm of their counts a second; give another --mask");
-    console.message(countText(masks.size(), "mask") + " of " + inspection.countText("frame") + ": " +
-                    options.output);
+    console.message(countText(masks.size(), "mask") + " of " + calibration.inspection().countText("frame") +
+                    ": " + options.output);
 }
 
 } // namespace ombrel

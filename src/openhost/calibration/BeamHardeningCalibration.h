@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/Console.h"
+#include "base/FileDescriptor.h"
 #include "calibration/CalibrateOptions.h"
 #include "host/Session.h"
 #include "stack/FrameStack.h"
@@ -39,18 +40,47 @@ struct MaskSum {
     double countsPerSecond() const;
 };
 
-// Sums those frames of the stack. `acqTime` is that of each frame; without it, each frame must have its own.
-// Throws Error.
-MaskSum sumFrames(FrameStack& stack, std::span<const std::size_t> frames, std::optional<double> acqTime);
-
-// Adds a mask to the filter; its order is that of the calls. Throws Error.
-void addMask(Session& session, IBHFilter& filter, double thickness, MaskSum sum);
-
-// The command line of `ombrel calibrate beam-hardening`.
-struct BeamHardeningOptions : CalibrateOptions {
+// The command line of a command that fills Beam-hardening with masks of known thickness or flux.
+struct MaskCalibrateOptions : CalibrateOptions {
     std::vector<std::string> masks; // "THICKNESS=FILE[,FILE...]"
     std::optional<double> acqTime;  // seconds, of one frame
     bool noInterpolation = false;
+};
+
+// A new Beam-hardening filter, the measured frames of its masks and the inspection of these frames.
+class MaskCalibration {
+public:
+    // Checks the paths and opens the frames and the plug-in. Throws UsageError or Error.
+    MaskCalibration(const MaskCalibrateOptions& calibrateOptions, const std::vector<ThicknessMask>& masks,
+                    Console& console);
+
+    IBHFilter& filter() { return beamHardening; }
+    const FrameStack& frames() const { return all; }
+    const FieldInspection& inspection() const { return judged; }
+
+    // The sum of a mask's good frames; `noun` names its value in messages. Each frame needs a time, its own
+    // or that of the options. Throws Error.
+    MaskSum measure(const ThicknessMask& mask, const std::string& noun);
+    // Ends the inspection; to be called when all masks are measured. Throws Error.
+    void endInspection();
+    // The order of the masks is that of the calls. Throws Error.
+    void add(double thickness, MaskSum sum);
+    // Writes the settings file. Throws Error.
+    void save();
+
+private:
+    const MaskCalibrateOptions& options;
+    std::vector<std::string> files;
+    OutputLock lock;
+    FrameStack all;
+    Session session;
+    FilterLink link;
+    IBHFilter& beamHardening;
+    FieldInspection judged;
+};
+
+// The command line of `ombrel calibrate beam-hardening`.
+struct BeamHardeningOptions : MaskCalibrateOptions {
     bool zeroAsBad = false;
 };
 

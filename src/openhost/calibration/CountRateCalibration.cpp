@@ -2,12 +2,6 @@
 
 #include "base/Error.h"
 #include "base/Numbers.h"
-#include "calibration/BeamHardeningCalibration.h"
-#include "host/Session.h"
-#include "run/RunPaths.h"
-#include "settings/SettingsFile.h"
-#include "settings/SettingsFiles.h"
-#include "zt/IPrivateFilters.h"
 
 #include <algorithm>
 #include <cmath>
@@ -29,14 +23,10 @@ struct MeasuredRates {
     std::vector<double> logarithms;
 };
 
-std::vector<MeasuredRates> readRates(const std::vector<ThicknessMask>& masks,
-                                     const std::optional<double>& acqTime, FieldInspection& inspection) {
+std::vector<MeasuredRates> readRates(MaskCalibration& calibration, const std::vector<ThicknessMask>& masks) {
     std::vector<MeasuredRates> rates;
     for (const ThicknessMask& mask : masks) {
-        FrameStack stack(mask.files, FrameRole::Flat);
-        const auto frames =
-            inspection.judge(fieldSetOf(stack, "frames of flux " + numberText(mask.thickness)));
-        const MaskSum sum = sumFrames(stack, frames, acqTime);
+        const MaskSum sum = calibration.measure(mask, "flux");
         rates.push_back({mask.thickness, {}});
         for (const double counts : std::as_const(*sum.frame).pixels<double>())
             rates.back().logarithms.push_back(counts > 0 ? std::log(counts / sum.seconds) : notANumber);
@@ -106,46 +96,21 @@ std::vector<double> interpolationFactors(std::span<const double> measured, doubl
 }
 
 void calibrateCountRate(const CountRateOptions& options, Console& console) {
-    checkInspection(options.inspection);
-    std::vector<ThicknessMask> masks = parseThicknessMasks(options.fluxes, {"--flux", "FLUX"});
+    std::vector<ThicknessMask> masks = parseThicknessMasks(options.masks, {"--flux", "FLUX"});
     // The filter walks its masks from the one of the most counts down.
     std::ranges::reverse(masks);
     if (masks.size() < 2 || !(masks.back().thickness > 0))
         throw UsageError("--flux: give at least two fluxes, all above 0");
-    CommandPaths paths;
-    std::vector<std::string> files;
-    for (const ThicknessMask& mask : masks)
-        files.insert(files.end(), mask.files.begin(), mask.files.end());
-    for (const std::string& file : files)
-        addInput(paths, file);
-    addPlugin(paths, options.plugin);
-    const auto whenThere = options.force ? WhenThere::Replace : WhenThere::Refuse;
-    paths.writes(options.output, "the settings file", whenThere);
-    addInspectionPaths(paths, options.inspection, whenThere);
-    paths.check(console, options.log);
-    checkSettingsOutput(options.output);
-
-    const OutputLock lock(options.output, options.force);
-    const FrameStack all(files, FrameRole::Flat);
-    FieldInspection inspection(options.inspection, console);
-    const auto rates = readRates(masks, options.acqTime, inspection);
-    inspection.judgeDarks(files);
-    inspection.finish();
+    MaskCalibration calibration(options, masks, console);
+    const auto rates = readRates(calibration, masks);
+    calibration.endInspection();
     refuseIfFolded(rates);
-    Session session(console, options.plugin, {1, all.width(), all.height()});
-    FilterLink link = session.makeLink("Beam-hardening");
-    IBHFilter& filter = filterInterface<IBHFilter>(link.filter(), beamHardeningObject);
-    filter.setInterpolateBadPixelsEnabled(!options.noInterpolation);
     std::vector<double> measured;
     std::ranges::transform(rates, std::back_inserter(measured), &MeasuredRates::flux);
     const auto fluxes = maskFluxes(measured);
     for (const double flux : fluxes)
-        addMask(session, filter, flux, maskAt(flux, rates, all));
-    const auto store = session.host().openSettings(options.output);
-    link.filter().saveToSettings(store.get());
-    SettingsTree settings = store->contents();
-    inspection.note(settings);
-    writeSettingsFile(settings, options.output);
+        calibration.add(flux, maskAt(flux, rates, calibration.frames()));
+    calibration.save();
     console.message(countText(fluxes.size(), "mask") + " from " + std::to_string(rates.size()) +
                     " fluxes: " + options.output + "; Beam-hardening with it returns the flux");
 }

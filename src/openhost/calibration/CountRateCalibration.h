@@ -1,21 +1,15 @@
 #pragma once
 
 #include "base/Console.h"
-#include "calibration/CalibrateOptions.h"
+#include "calibration/BeamHardeningCalibration.h"
 
-#include <optional>
 #include <span>
-#include <string>
 #include <vector>
 
 namespace ombrel {
 
-// The command line of `ombrel calibrate count-rate`.
-struct CountRateOptions : CalibrateOptions {
-    std::vector<std::string> fluxes; // "FLUX=FILE[,FILE...]"
-    std::optional<double> acqTime;   // seconds, of one frame
-    bool noInterpolation = false;
-};
+// The command line of `ombrel calibrate count-rate`; its masks are "FLUX=FILE[,FILE...]".
+using CountRateOptions = MaskCalibrateOptions;
 
 // The work of the command: settings of Beam-hardening whose masks are counts at known fluxes, so that its
 // result is the flux. See docs/count-rate.md. Throws UsageError or Error, and then has written nothing.

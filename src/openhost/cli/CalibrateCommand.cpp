@@ -164,6 +164,19 @@ void addFlatFieldCalibration(CLI::App& calibrate, const CommandContext& context)
     command->callback([=, &console = context.console] { calibrateFlatField(*options, console); });
 }
 
+namespace {
+
+void addMaskCalibrateOptions(CLI::App& command, MaskCalibrateOptions& options) {
+    addCalibrateOptions(command, options);
+    command
+        .add_option("--acq-time", options.acqTime, "Acquisition time of every frame, for files without it")
+        ->check(numberAboveZero())
+        ->type_name("SECONDS");
+    command.add_flag("--no-interpolate", options.noInterpolation, "Leave bad pixels as they are");
+}
+
+} // namespace
+
 void addBeamHardeningCalibration(CLI::App& calibrate, const CommandContext& context) {
     auto options = std::make_shared<BeamHardeningOptions>();
     CLI::App* command = calibrate.add_subcommand(
@@ -176,12 +189,7 @@ void addBeamHardeningCalibration(CLI::App& calibrate, const CommandContext& cont
         ->required()
         ->allow_extra_args(false)
         ->type_name("THICKNESS=FILE[,FILE...]");
-    addCalibrateOptions(*command, *options);
-    command
-        ->add_option("--acq-time", options->acqTime, "Acquisition time of every frame, for files without it")
-        ->check(numberAboveZero())
-        ->type_name("SECONDS");
-    command->add_flag("--no-interpolate", options->noInterpolation, "Leave bad pixels as they are");
+    addMaskCalibrateOptions(*command, *options);
     command->add_flag("--zero-as-bad", options->zeroAsBad, "Treat pixels with a result of 0 as bad, too");
     command->footer(
         "Example:\n"
@@ -197,18 +205,13 @@ void addCountRateCalibration(CLI::App& calibrate, const CommandContext& context)
         "count-rate", "Settings of Beam-hardening that return the flux of frames with lost counts");
     command
         ->add_option(
-            "--flux", options->fluxes,
+            "--flux", options->masks,
             "Frames of the whole detector at a known relative flux, which are summed; repeat it for each "
             "flux. Results have the unit of these fluxes")
         ->required()
         ->allow_extra_args(false)
         ->type_name("FLUX=FILE[,FILE...]");
-    addCalibrateOptions(*command, *options);
-    command
-        ->add_option("--acq-time", options->acqTime, "Acquisition time of every frame, for files without it")
-        ->check(numberAboveZero())
-        ->type_name("SECONDS");
-    command->add_flag("--no-interpolate", options->noInterpolation, "Leave bad pixels as they are");
+    addMaskCalibrateOptions(*command, *options);
     command->footer("Example:\n"
                     "  ombrel calibrate count-rate --flux 1=low.h5 --flux 1.5=middle.h5 --flux 2=high.h5 -o "
                     "rate.xml\n"
