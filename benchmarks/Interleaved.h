@@ -1,14 +1,15 @@
 #pragma once
 
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <functional>
 #include <string>
+#include <time.h>
 #include <vector>
 
 // Compares the times of several functions on a shared machine: they run alternately in short samples, so that
-// a slow phase affects all of them, and the median of each one's samples counts.
+// a slow phase affects all of them, and the median of each one's samples counts. Times are the thread's
+// processor time, since other programs may interrupt it.
 struct Contender {
     std::string name;
     std::function<void()> work;
@@ -16,12 +17,16 @@ struct Contender {
 
 // Seconds a call, one median per contender. A sample repeats its work until it lasts some milliseconds.
 inline std::vector<double> interleavedMedians(const std::vector<Contender>& contenders, int rounds = 31) {
-    using Clock = std::chrono::steady_clock;
-    const auto sample = [](const Contender& contender, int calls) {
-        const auto start = Clock::now();
+    const auto now = [] {
+        timespec time;
+        clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+        return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
+    };
+    const auto sample = [&](const Contender& contender, int calls) {
+        const double start = now();
         for (int i = 0; i < calls; ++i)
             contender.work();
-        return std::chrono::duration<double>(Clock::now() - start).count() / calls;
+        return (now() - start) / calls;
     };
 
     std::vector<int> calls;

@@ -6,8 +6,6 @@
 #include "zt/DataBuff.h"
 #include "zt/Types.h"
 
-// The flat-field filter's mask of bad pixels, and their interpolation.
-
 // How a frame passes through the flat-field filter.
 
 namespace PluginOmbrel {
@@ -68,11 +66,8 @@ int FFFilter::interpolateBadPixels(zt::IMpxFrame* frame) {
     zt::RefDataBuff<double> pixels;
     frame->refData(&pixels, 0.0);
     const FrameSize shape{frame->width(), frame->height()};
-    if (!fills.repeat(pixels.data(), badPixels, shape)) {
-        codes.resize(badPixels.size());
-        badPixels.expand(codes.span());
-        fills.fill(pixels.data(), codes.data(), badPixels, shape);
-    }
+    if (!fills.repeat(pixels.data(), badPixels, shape))
+        fills.fill(pixels.data(), badPixels, shape);
     return 0;
 }
 

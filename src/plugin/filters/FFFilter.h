@@ -105,8 +105,7 @@ private:
     CoefficientTable coeffs;  // one a pixel, row by row
     Buffer<double> tdiCoeffs; // one a detector column
     PixelBits badPixels;
-    KeptFills fills;             // of `badPixels`, until they change
-    Buffer<unsigned char> codes; // kept to reuse its memory
+    KeptFills fills; // of `badPixels`, until they change
     bool interpolateBadPixelsOn = true;
     bool useDevMask = true;
     bool useZeroPixels = true;

@@ -14,6 +14,8 @@ namespace {
 // Carries out the fills of a pass in batches.
 class FillBatches {
 public:
+    static constexpr bool asksForFirst = false;
+
     FillBatches(double* frameData, std::size_t frameWidth) : data(frameData), width(frameWidth) {}
 
     void add(const Fill& fill, bool /*isFirst*/) {
@@ -35,6 +37,8 @@ private:
 };
 
 struct FillRecord {
+    static constexpr bool asksForFirst = true;
+
     std::vector<Fill>& first;
     std::vector<Fill>& later;
     std::vector<std::size_t>& passEnds;
@@ -59,9 +63,11 @@ template <>
 int tInterpolateBadPixels(double* data, unsigned char* mask, unsigned long width, unsigned long height,
                           FillFront& front) {
     const std::size_t size = width * height;
-    if (countMarks(mask, size) > size / 2)
+    const std::size_t badPixels = countMarks(mask, size);
+    if (badPixels > size / 2)
         return -1;
-    runInterpolationPasses(data, mask, width, height, front);
+    FillBatches batches(data, width);
+    InterpolationPasses(batches, mask, {width, height}, front).runForFills(badPixels);
     setMarksToOne(mask, size);
     return 0;
 }
@@ -79,26 +85,44 @@ bool KeptFills::repeat(double* data, const PixelBits& marks, FrameSize frame) co
 }
 
 // A fill takes eight bytes: for wide bad areas they would need more memory than the frame.
-bool KeptFills::isWorthKeeping(const unsigned char* codes, const PixelBits& marks) const {
-    const std::size_t bad = marks.count();
-    return bad <= marks.size() / 8 && countMarks(codes, marks.size()) == bad;
+bool KeptFills::isFew(const PixelBits& marks) {
+    return marks.count() <= marks.size() / 8;
+}
+
+void KeptFills::fill(double* data, const PixelBits& marks, FrameSize frame) {
+    ownCodes.resize(marks.size());
+    marks.expand(ownCodes.span());
+    const std::size_t badPixels = marks.count();
+    isKept = isFew(marks);
+    if (!isKept) {
+        FillBatches batches(data, frame.width);
+        InterpolationPasses(batches, ownCodes.data(), frame, front).runForFills(badPixels);
+        return;
+    }
+    record(ownCodes.data(), marks, frame, [&](auto& passes) { passes.runForFills(badPixels); });
+    repeat(data, keptMarks, frame);
 }
 
 void KeptFills::fill(double* data, unsigned char* codes, const PixelBits& marks, FrameSize frame) {
-    isKept = false;
-    if (!isWorthKeeping(codes, marks)) {
+    isKept = isFew(marks) && countMarks(codes, marks.size()) == marks.count();
+    if (!isKept) {
         runInterpolationPasses(data, codes, frame.width, frame.height, front);
         return;
     }
+    record(codes, marks, frame, [](auto& passes) { passes.run(); });
+    repeat(data, keptMarks, frame);
+}
+
+template <typename Run>
+void KeptFills::record(unsigned char* codes, const PixelBits& marks, FrameSize frame, Run run) {
     first.clear();
     later.clear();
     passEnds.clear();
-    FillRecord record{first, later, passEnds};
-    InterpolationPasses(record, codes, frame, front).run();
+    FillRecord sink{first, later, passEnds};
+    InterpolationPasses passes(sink, codes, frame, front);
+    run(passes);
     keptMarks.assign(marks);
     keptFrame = frame;
-    isKept = true;
-    repeat(data, keptMarks, frame);
 }
 
 } // namespace PluginOmbrel

@@ -27,7 +27,8 @@ enum MaskCode : unsigned char {
 
 // The passes over a mask. Which pixels they fill, and from which sources, depends on the mask alone: `Sink`
 // gets the fills in the order of the passes,
-//   add(fill, isFirst)   isFirst: all its sources are good pixels, and it was not filled before
+//   add(fill, isFirst)   isFirst: all its sources are good pixels, and it was not filled before; false unless
+//                        Sink::asksForFirst
 //   endPass()            fills of one pass are not sources of each other
 template <typename Sink>
 class InterpolationPasses {
@@ -41,6 +42,18 @@ public:
         }
         if (front.isStarted())
             forgetWaiting();
+    }
+
+    // For callers that need the fills, and of the mask only whether each byte is 0; `badPixels` marks are set
+    // in it. If the first pass fills all of them, further passes would change codes only. After later passes
+    // this does not hold any more, since a filled pixel that a pass did not reach counts as bad two passes
+    // later.
+    void runForFills(std::size_t badPixels) {
+        if (badPixels == 0)
+            return;
+        const std::size_t changedFirst = runOne();
+        if (changedFirst != 0 && changedFirst != badPixels)
+            run();
     }
 
 private:
@@ -257,7 +270,7 @@ private:
             return false;
         const std::size_t place = y * frame.width + x;
         const unsigned char code = mask[place];
-        const bool isFirst = (code == MASK_BAD || code == MASK_WAITING) &&
+        const bool isFirst = Sink::asksForFirst && (code == MASK_BAD || code == MASK_WAITING) &&
                              cellsOf({MASK_GOOD, MASK_GOOD, MASK_GOOD}, x, y) == known;
         const std::size_t reach = neighbourReach * (frame.width + 1);
         const bool nearEnd = place < reach || place + reach >= frame.width * frame.height;

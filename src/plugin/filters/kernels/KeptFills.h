@@ -1,5 +1,6 @@
 #pragma once
 
+#include "kernels/Buffer.h"
 #include "kernels/FillFront.h"
 #include "kernels/Fills.h"
 #include "kernels/Neighbourhood.h"
@@ -20,6 +21,8 @@ public:
     // is changed.
     bool repeat(double* data, const PixelBits& marks, FrameSize frame) const;
 
+    // Fills the marked pixels as tInterpolateBadPixels() does.
+    void fill(double* data, const PixelBits& marks, FrameSize frame);
     // Runs the passes on the codes as runInterpolationPasses() does. `marks` are the pixels whose code the
     // caller set to 1; other codes may be left from earlier frames, and then nothing is kept.
     void fill(double* data, unsigned char* codes, const PixelBits& marks, FrameSize frame);
@@ -28,7 +31,9 @@ public:
     void forget() { isKept = false; }
 
 private:
-    bool isWorthKeeping(const unsigned char* codes, const PixelBits& marks) const;
+    static bool isFew(const PixelBits& marks);
+    template <typename Run>
+    void record(unsigned char* codes, const PixelBits& marks, FrameSize frame, Run run);
 
     PixelBits keptMarks;
     FrameSize keptFrame{};
@@ -36,7 +41,8 @@ private:
     std::vector<Fill> first;           // from good pixels alone, which is most: in any order
     std::vector<Fill> later;           // in the order of passes
     std::vector<std::size_t> passEnds; // in `later`
-    FillFront front;                   // to reuse its memory
+    FillFront front;                   // kept to reuse its memory, as are these codes
+    Buffer<unsigned char> ownCodes;
 };
 
 } // namespace PluginOmbrel
