@@ -93,8 +93,8 @@ void KeptFills::fill(double* data, const PixelBits& marks, FrameSize frame) {
     ownCodes.resize(marks.size());
     marks.expand(ownCodes.span());
     const std::size_t badPixels = marks.count();
-    isKept = isFew(marks);
-    if (!isKept) {
+    isKept = false;
+    if (!isFew(marks)) {
         FillBatches batches(data, frame.width);
         InterpolationPasses(batches, ownCodes.data(), frame, front).runForFills(badPixels);
         return;
@@ -104,8 +104,8 @@ void KeptFills::fill(double* data, const PixelBits& marks, FrameSize frame) {
 }
 
 void KeptFills::fill(double* data, unsigned char* codes, const PixelBits& marks, FrameSize frame) {
-    isKept = isFew(marks) && countMarks(codes, marks.size()) == marks.count();
-    if (!isKept) {
+    isKept = false;
+    if (!isFew(marks) || countMarks(codes, marks.size()) != marks.count()) {
         runInterpolationPasses(data, codes, frame.width, frame.height, front);
         return;
     }
@@ -123,6 +123,7 @@ void KeptFills::record(unsigned char* codes, const PixelBits& marks, FrameSize f
     run(passes);
     keptMarks.assign(marks);
     keptFrame = frame;
+    isKept = true;
 }
 
 } // namespace PluginOmbrel
