@@ -54,14 +54,14 @@ struct ListMarksKernel {
     }
 };
 
-} // namespace
-
 bool hasMarks(const unsigned char* mask, std::size_t size) {
     unsigned char all = 0;
     for (std::size_t i = 0; i < size; ++i)
         all |= mask[i];
     return all != 0;
 }
+
+} // namespace
 
 std::size_t listMarks(const unsigned char* mask, std::size_t size, MarkList& places) {
     if (!hasMarks(mask, size))

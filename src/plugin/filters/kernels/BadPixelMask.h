@@ -18,8 +18,6 @@ namespace PluginOmbrel {
 inline constexpr std::size_t maskChunk = 512;
 using MarkList = std::array<std::uint16_t, maskChunk + 4>;
 
-bool hasMarks(const unsigned char* mask, std::size_t size);
-
 // Lists the positions of the marks among at most maskChunk bytes, in ascending order, and returns their
 // number.
 std::size_t listMarks(const unsigned char* mask, std::size_t size, MarkList& places);

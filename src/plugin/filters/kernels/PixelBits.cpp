@@ -43,11 +43,6 @@ void PixelBits::assign(const PixelBits& other) {
     std::ranges::copy(other.storage.span(), resizedWords(other.pixels).begin());
 }
 
-void PixelBits::add(const PixelBits& other) {
-    for (std::size_t i = 0; i < storage.size(); ++i)
-        storage.data()[i] |= other.storage.data()[i];
-}
-
 void PixelBits::assignNonZero(std::span<const unsigned char> bytes) {
     const std::span<std::uint64_t> words = resizedWords(bytes.size());
     forEachWord(bytes, [&](std::size_t i, std::uint64_t marks) { words[i] = marks; });

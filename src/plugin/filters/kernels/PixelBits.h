@@ -20,8 +20,6 @@ public:
     // No pixel is marked.
     void clear(std::size_t size);
     void assign(const PixelBits& other);
-    // Adds the marks of `other`, which has the same size.
-    void add(const PixelBits& other);
     // Replaces the marks by those of `bytes` that are not 0.
     void assignNonZero(std::span<const unsigned char> bytes);
     // Marks the pixels whose byte is 0. Pixels past the end of the bytes keep their marks.
@@ -35,7 +33,6 @@ public:
 
     // For kernels: bit i % 64 of word i / 64 is pixel i; the bits after the last pixel are 0.
     std::span<std::uint64_t> resizedWords(std::size_t size);
-    std::span<const std::uint64_t> words() const { return storage.span(); }
 
 private:
     Buffer<std::uint64_t> storage;
