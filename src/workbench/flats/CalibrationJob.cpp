@@ -3,24 +3,24 @@
 #include "frame/FrameFile.h"
 #include "frame/PreviewImage.h"
 
+#include <QtConcurrent>
+
 #include <exception>
 #include <utility>
 
 namespace ombrel::workbench {
 
 CalibrationJob::~CalibrationJob() {
-    if (thread.joinable())
-        thread.join();
+    task.waitForFinished();
 }
 
 template <typename Work>
 void CalibrationJob::start(Work work) {
     if (running)
         return;
-    if (thread.joinable())
-        thread.join();
+    task.waitForFinished(); // the end of its last signal
     running = true;
-    thread = std::thread([this, work = std::move(work)] {
+    task = QtConcurrent::run([this, work = std::move(work)] {
         QString reason;
         try {
             work();

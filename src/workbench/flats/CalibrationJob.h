@@ -4,12 +4,12 @@
 #include "calibration/FlatFieldCalibration.h"
 #include "inspection/FlatInspection.h"
 
+#include <QFuture>
 #include <QImage>
 #include <QObject>
 
 #include <atomic>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace ombrel::workbench {
@@ -42,7 +42,7 @@ private:
 
     Console& console;
     std::atomic<bool> running = false;
-    std::thread thread;
+    QFuture<void> task;
 };
 
 } // namespace ombrel::workbench

@@ -6,7 +6,6 @@
 #include "frame/PixelFaults.h"
 #include "frame/PixelType.h"
 #include "host/Device.h"
-#include "inspection/FrameMarks.h"
 #include "model/BatchOptions.h"
 #include "run/TouchedPixels.h"
 
@@ -66,6 +65,7 @@ bool StackViewer::open(const FrameRequest& request) {
     host = std::move(newHost);
     stack = std::move(newStack);
     mask = std::move(newMask);
+    marks.emplace(MarkOptions(), mask ? mask->deviceBytes() : std::vector<zt::u8>());
     storedFaults = std::move(newFaults);
     findFaults();
     chainState = {};
@@ -124,6 +124,7 @@ std::vector<LinkReport> StackViewer::follow(const ChainState& wanted) {
         return reports;
     } catch (...) {
         running = std::make_unique<RunningChain>(host);
+        findFaults();
         throw;
     }
 }
@@ -140,9 +141,9 @@ void StackViewer::correct() {
     view.seconds = 0;
     if (std::ranges::none_of(chainState.links, &LinkState::enabled))
         return;
-    const auto start = std::chrono::steady_clock::now();
     FramePtr filled = copyOf(*raw);
-    FrameMarks({}, mask ? mask->deviceBytes() : std::vector<zt::u8>()).fill(*filled);
+    marks->fill(*filled);
+    const auto start = std::chrono::steady_clock::now();
     const FrameResult result = running->apply(std::move(filled));
     view.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     if (!result) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "inspection/FrameMarks.h"
 #include "inspection/PixelMask.h"
 #include "model/Workspace.h"
 #include "panes/FrameView.h"
@@ -48,6 +49,7 @@ private:
     int opening = 0; // number of the request that was opened
     DeviceState device;
     std::optional<PixelMask> mask;     // of the device
+    std::optional<FrameMarks> marks;   // once a stack is open
     std::vector<zt::u32> storedFaults; // that the open file, an output of ombrel, holds
     FaultsPtr faults;                  // of all frames, with those of the chain
     PluginHostPtr host;
