@@ -29,6 +29,7 @@ void addCalibrateCommand(const CommandContext& context) {
     CLI::App* command =
         context.program.add_subcommand("calibrate", "Make the settings of a filter from measured frames");
     command->require_subcommand(1);
+    command->footer("See \"ombrel calibrate KIND --help\" for the options of a calibration.");
     addAdaptiveCalibration(*command, context);
     addFlatFieldCalibration(*command, context);
     addBeamHardeningCalibration(*command, context);

@@ -136,6 +136,8 @@ void addFiltersCommand(const CommandContext& context) {
         context.program.add_subcommand("filters", "Show the plug-in, its filters and their parameters");
     command->add_flag("--json", options->json, "As JSON");
     addPluginOption(*command, options->plugin);
+    command->footer("Example:\n"
+                    "  ombrel filters --json");
     command->callback([=, &console = context.console] {
         Session session(console, options->plugin, {});
         console.result(options->json ? sessionJson(session) : sessionText(session));

@@ -188,6 +188,9 @@ void addInfoCommand(const CommandContext& context) {
             "Write a picture of the first frame of each file, side by side; of the region if one is given")
         ->type_name("FILE.png");
     command->add_flag("--force", options->force, "Replace a picture that exists");
+    command->footer("Examples:\n"
+                    "  ombrel info corrected.h5\n"
+                    "  ombrel info corrected.h5 --raw frames.h5 --mask open-area.h5");
     command->callback([=, &console = context.console, &exitCode = context.exitCode] {
         exitCode = showInfo(*options, console);
     });
