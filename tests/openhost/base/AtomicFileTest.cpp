@@ -9,8 +9,6 @@
 using namespace ombrel;
 namespace fs = std::filesystem;
 
-namespace {} // namespace
-
 TEST(AtomicFile, KeepsTheModeAndFollowsLinks) {
     const TemporaryFolder folder;
     fs::create_directory(folder.path / "real");

@@ -18,9 +18,6 @@ using ::testing::Optional;
 
 namespace {
 
-using ombrel::CalibrationGrid;
-using ombrel::GridPoint;
-
 // What is said of a grid that is refused.
 std::string refusal(const std::vector<GridPoint>& taken, const std::vector<GridPoint>& holes = {}) {
     return errorOf([&] { CalibrationGrid(taken, holes); });
@@ -57,9 +54,6 @@ TEST(CalibrationGrid, RefusesPointsThatMakeNoGrid) {
     EXPECT_THAT(refusal({{1, 1, 2}, {2, 1, 1}, {2, 1, 2}}, {{1, 1, 1}}), HasSubstr("cannot be a hole"));
     EXPECT_THAT(refusal({{1, NAN, 2}, {1, 1, 1}}), HasSubstr("1,nan,2: V, T and E must be finite"));
 }
-
-using ombrel::CalibrationGrid;
-using ombrel::GridPoint;
 
 class AdaptiveGrid : public ::testing::Test {
 protected:

@@ -10,7 +10,6 @@
 #include <thread>
 
 using namespace ombrel;
-using ombrel::FramePool;
 
 namespace {
 

@@ -1,13 +1,9 @@
-#include "fixtures/FrameFiles.h"
-#include "fixtures/Messages.h"
-#include "frame/FrameFile.h"
+#include "Hdf5Fixture.h"
 
 #include <cstring>
 #include <numeric>
 
-using ombrel::FrameFile;
 using ombrel::FramePtr;
-using ombrel::FrameRole;
 
 namespace {
 
@@ -28,7 +24,7 @@ void registerCountingFilter() {
     decodedChunks = 0;
 }
 
-class Hdf5File : public ::testing::Test {
+class Hdf5File : public Hdf5Fixture {
 protected:
     static std::vector<zt::u16> ramp(std::size_t count) {
         std::vector<zt::u16> values(count);
@@ -51,30 +47,13 @@ protected:
                 << "frame " << frame;
         }
     }
-
-    // The first pixel of each frame.
-    static std::vector<int> firstPixels(FrameFile& file) {
-        std::vector<int> pixels;
-        for (zt::u32 frame = 0; frame < file.info().frames; ++frame)
-            pixels.push_back(file.readFrame(frame)->pixels<zt::u16>()[0]);
-        return pixels;
-    }
-
-    std::string refusal(FrameRole role = FrameRole::Any) const {
-        return errorOf([&] { FrameFile::open(path, role); });
-    }
-
-    const TemporaryFolder folder;
-    const std::string path = folder / "some.h5";
 };
 
-Hdf5Builder::Storage chunked(std::vector<hsize_t> chunk, int deflate = 0) {
+// Of that extent, and decoded by the filter that counts.
+Hdf5Builder::Storage counted(std::vector<hsize_t> chunk) {
     return [=](hid_t creation) {
-        H5Pset_chunk(creation, static_cast<int>(chunk.size()), chunk.data());
-        if (deflate) {
-            H5Pset_shuffle(creation);
-            H5Pset_deflate(creation, static_cast<unsigned>(deflate));
-        }
+        chunked(chunk)(creation);
+        H5Pset_filter(creation, countingFilter, H5Z_FLAG_MANDATORY, 0, nullptr);
     };
 }
 
@@ -98,10 +77,7 @@ TEST_F(Hdf5File, ReadsEveryStorage) {
 
 TEST_F(Hdf5File, ReadsFramesThatWereNeverWrittenAsZeros) {
     for (const auto& storage : {Hdf5Builder::Storage{}, chunked({1, 5, 7}), chunked({2, 5, 7}, 1)}) {
-        {
-            Hdf5Builder file(path);
-            file.data<zt::u16>("/exchange/data", {6, 5, 7}, {}, storage);
-        }
+        Hdf5Builder(path).data<zt::u16>("/exchange/data", {6, 5, 7}, {}, storage);
         const FramePtr read = FrameFile::open(path)->readFrame(5);
         EXPECT_EQ(std::ranges::count(read->pixels<zt::u16>(), 0), 35);
     }
@@ -109,41 +85,25 @@ TEST_F(Hdf5File, ReadsFramesThatWereNeverWrittenAsZeros) {
 
 TEST_F(Hdf5File, RefusesARawFileThatHasBeenCutOff) {
     const std::string raw = folder / "pixels.raw";
-    {
-        Hdf5Builder file(path);
-        file.data<zt::u16>("/exchange/data", {6, 5, 7}, ramp(6 * 5 * 7),
-                           [&](hid_t creation) { H5Pset_external(creation, raw.c_str(), 0, 420); });
-    }
+    Hdf5Builder(path).data<zt::u16>("/exchange/data", {6, 5, 7}, ramp(6 * 5 * 7),
+                                    [&](hid_t creation) { H5Pset_external(creation, raw.c_str(), 0, 420); });
     EXPECT_EQ(FrameFile::open(path)->info().frames, 6U);
     std::filesystem::resize_file(raw, 419);
-    EXPECT_THAT(errorOf([&] { FrameFile::open(path); }), HasSubstr("is truncated (419 of 420 bytes)"));
+    EXPECT_THAT(refusal(), HasSubstr("is truncated (419 of 420 bytes)"));
 }
 
 TEST_F(Hdf5File, DecodesAChunkOfSeveralFramesOnce) {
     registerCountingFilter();
-    {
-        Hdf5Builder file(path);
-        file.data<zt::u16>("/exchange/data", {8, 512, 512}, ramp(8 * 512 * 512), [](hid_t creation) {
-            const hsize_t chunk[] = {4, 256, 256}; // the four of a frame are more than the library would keep
-            H5Pset_chunk(creation, 3, chunk);
-            H5Pset_filter(creation, countingFilter, H5Z_FLAG_MANDATORY, 0, nullptr);
-        });
-    }
-    const auto file = FrameFile::open(path);
-    firstPixels(*file);
+    // The four chunks of a frame are more than the library would keep.
+    Hdf5Builder(path).data<zt::u16>("/exchange/data", {8, 512, 512}, ramp(8 * 512 * 512),
+                                    counted({4, 256, 256}));
+    firstPixels();
     EXPECT_EQ(decodedChunks, 8);
 }
 
 TEST_F(Hdf5File, TellsAtTheStartThatAFilterIsNotThere) {
     registerCountingFilter();
-    {
-        Hdf5Builder file(path);
-        file.data<zt::u16>("/exchange/data", {1, 2, 2}, ramp(4), [](hid_t creation) {
-            const hsize_t chunk[] = {1, 2, 2};
-            H5Pset_chunk(creation, 3, chunk);
-            H5Pset_filter(creation, countingFilter, H5Z_FLAG_MANDATORY, 0, nullptr);
-        });
-    }
+    Hdf5Builder(path).data<zt::u16>("/exchange/data", {1, 2, 2}, ramp(4), counted({1, 2, 2}));
     H5Zunregister(countingFilter);
     EXPECT_THAT(refusal(), AllOf(HasSubstr("HDF5 filter 300 (counting), which is not installed"),
                                  HasSubstr("hdf5-filter-plugin")));
@@ -164,10 +124,7 @@ TEST_F(Hdf5File, ReadsBitshuffleOnceItIsInstalled) {
 
 // A file that claims to end where it does: only the dataset's place tells that pixels are missing.
 TEST_F(Hdf5File, FindsAContiguousDatasetThatIsCutOff) {
-    {
-        Hdf5Builder file(path);
-        file.data<zt::u16>("/exchange/data", {4, 100, 100}, ramp(40000));
-    }
+    Hdf5Builder(path).data<zt::u16>("/exchange/data", {4, 100, 100}, ramp(40000));
     constexpr std::size_t endOfFileField = 40; // of the superblock
     std::string bytes = fileText(path);
     const zt::u64 end = bytes.size() - 1000;
@@ -191,9 +148,9 @@ TEST_F(Hdf5File, TakesTheFramesOfTheRole) {
         const auto sample = FrameFile::open(path + dataset, FrameRole::Sample);
         const auto flat = FrameFile::open(path + dataset, FrameRole::Flat);
         const auto all = FrameFile::open(path + dataset);
-        EXPECT_THAT(firstPixels(*sample), ElementsAre(11, 13));
-        EXPECT_THAT(firstPixels(*flat), ElementsAre(10, 14));
-        EXPECT_THAT(firstPixels(*all), ElementsAre(10, 11, 12, 13, 14, 15));
+        EXPECT_THAT(firstPixels(dataset, FrameRole::Sample), ElementsAre(11, 13));
+        EXPECT_THAT(firstPixels(dataset, FrameRole::Flat), ElementsAre(10, 14));
+        EXPECT_THAT(firstPixels(dataset), ElementsAre(10, 11, 12, 13, 14, 15));
         EXPECT_EQ(sample->info().acqTime, 2);
         EXPECT_EQ(flat->readFrame(1)->acqTime(), 5);
         ASSERT_TRUE(all->info().kinds);
@@ -210,7 +167,7 @@ TEST_F(Hdf5File, RefusesARoleThatNoFrameHas) {
         file.data<zt::u8>("/entry/image_key", {2}, {0, 0});
     }
     EXPECT_EQ(FrameFile::open(path, FrameRole::Sample)->info().frames, 2U);
-    EXPECT_THAT(refusal(FrameRole::Flat), HasSubstr("no frame is marked as a flat field (image_key 1)"));
+    EXPECT_THAT(refusal("", FrameRole::Flat), HasSubstr("no frame is marked as a flat field (image_key 1)"));
 }
 
 TEST_F(Hdf5File, ReadsTheAcquisitionTime) {

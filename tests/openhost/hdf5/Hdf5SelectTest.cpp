@@ -1,34 +1,23 @@
-#include "fixtures/FrameFiles.h"
-#include "fixtures/Messages.h"
-#include "frame/FrameFile.h"
-
-using ombrel::FrameFile;
-using ombrel::FrameRole;
+#include "Hdf5Fixture.h"
 
 namespace {
 
-class Hdf5Select : public ::testing::Test {
+class Hdf5Select : public Hdf5Fixture {
 protected:
-    using Content = void (*)(Hdf5Builder&);
+    using Content = std::function<void(Hdf5Builder&)>;
 
     // The dataset that is chosen in a file of that content.
-    std::string chosen(Content build, const std::string& dataset = "", FrameRole role = FrameRole::Any) {
-        {
-            Hdf5Builder file(path);
-            build(file);
-        }
+    std::string chosen(const Content& build, const std::string& dataset = "",
+                       FrameRole role = FrameRole::Any) {
+        make(build);
         return FrameFile::open(path + dataset, role)->info().dataset;
     }
 
     // The message with which a file of that content is refused.
-    std::string refusal(Content build, const std::string& dataset = "") {
-        const std::string error = errorOf([&] { chosen(build, dataset); });
-        EXPECT_THAT(error, StartsWith(path + ": "));
-        return error;
+    std::string refusalOf(const Content& build, const std::string& dataset = "") {
+        make(build);
+        return refusal(dataset);
     }
-
-    const TemporaryFolder folder;
-    const std::string path = folder / "some.h5";
 };
 
 void addDetector(Hdf5Builder& file, const std::string& group) {
@@ -110,24 +99,21 @@ TEST_F(Hdf5Select, FollowsDefaultAndSignal) {
 
 TEST_F(Hdf5Select, DecidesBetweenDetectorsByTheDefault) {
     const auto two = [](Hdf5Builder& file) {
-        addDetector(file, "/entry/a");
-        file.images("/entry/a/data", 1, 0);
-        addDetector(file, "/entry/b");
-        file.images("/entry/b/data", 1, 0);
+        for (const std::string detector : {"/entry/a", "/entry/b"}) {
+            addDetector(file, detector);
+            file.images(detector + "/data", 1, 0);
+        }
         file.images("/elsewhere", 1, 0);
     };
-    EXPECT_THAT(refusal(two), AllOf(HasSubstr("::/entry/a/data (1 x 2 x 2 u16), ::/entry/b/data"),
-                                    Not(HasSubstr("elsewhere"))));
-    EXPECT_EQ(chosen([](Hdf5Builder& file) {
-                  addDetector(file, "/entry/a");
-                  file.images("/entry/a/data", 1, 0);
-                  addDetector(file, "/entry/b");
-                  file.images("/entry/b/data", 1, 0);
-                  file.softLink("/entry/plot/shown", "/entry/b/data");
-                  file.attribute("/entry", "default", "plot");
-                  file.attribute("/entry/plot", "signal", "shown");
-              }),
-              "/entry/b/data");
+    EXPECT_THAT(refusalOf(two), AllOf(HasSubstr("::/entry/a/data (1 x 2 x 2 u16), ::/entry/b/data"),
+                                      Not(HasSubstr("elsewhere"))));
+    const auto withDefault = [&](Hdf5Builder& file) {
+        two(file);
+        file.softLink("/entry/plot/shown", "/entry/b/data");
+        file.attribute("/entry", "default", "plot");
+        file.attribute("/entry/plot", "signal", "shown");
+    };
+    EXPECT_EQ(chosen(withDefault), "/entry/b/data");
 }
 
 TEST_F(Hdf5Select, TakesTheOnlyStackOfNumbers) {
@@ -148,16 +134,16 @@ TEST_F(Hdf5Select, ListsWhatThereIs) {
         file.data<float>("/b", {3, 4}, std::vector<float>(12));
         file.softLink("/dead", "/nowhere");
     };
-    EXPECT_THAT(refusal(two), HasSubstr("::/a (5 x 2 x 2 u16), ::/b (3 x 4 f32)"));
-    EXPECT_THAT(refusal(two, "::/c"),
+    EXPECT_THAT(refusalOf(two), HasSubstr("::/a (5 x 2 x 2 u16), ::/b (3 x 4 f32)"));
+    EXPECT_THAT(refusalOf(two, "::/c"),
                 AllOf(HasSubstr("/c does not exist"), HasSubstr("::/a (5 x 2 x 2 u16)")));
-    EXPECT_THAT(refusal(two, "::/dead"), HasSubstr("dangling link"));
-    EXPECT_THAT(refusal(two, "::/"), HasSubstr("/ is not a dataset of numbers"));
+    EXPECT_THAT(refusalOf(two, "::/dead"), HasSubstr("dangling link"));
+    EXPECT_THAT(refusalOf(two, "::/"), HasSubstr("/ is not a dataset of numbers"));
     const auto none = [](Hdf5Builder& file) {
         file.number("/100%s%n", 1);
         file.softLink("/data", "/nowhere");
     };
-    EXPECT_THAT(refusal(none), HasSubstr("/100%s%n, /data (a dangling link)"));
+    EXPECT_THAT(refusalOf(none), HasSubstr("/100%s%n, /data (a dangling link)"));
 }
 
 // Masters link one file for every few hundred frames.
@@ -192,12 +178,12 @@ TEST_F(Hdf5Select, TakesNumberedDatasetsAsOneStack) {
             errorOf([&] { FrameFile::open(path); }),
             AllOf(HasSubstr("/entry/data/data_12"), HasSubstr("data12.h5"), HasSubstr("does not exist")));
     }
-    EXPECT_THAT(refusal([](Hdf5Builder& file) {
+    EXPECT_THAT(refusalOf([](Hdf5Builder& file) {
                     file.images("/entry/data/data_1", 1, 0);
                     file.images("/entry/data/data_3", 1, 0);
                 }),
                 HasSubstr("a dataset between them is missing"));
-    EXPECT_THAT(refusal([](Hdf5Builder& file) {
+    EXPECT_THAT(refusalOf([](Hdf5Builder& file) {
                     file.images("/entry/data/data_1", 1, 0);
                     file.data<zt::u16>("/entry/data/data_2", {1, 2, 3}, {});
                 }),

@@ -1,16 +1,12 @@
 // Datasets whose values are in other files.
 
-#include "fixtures/FrameFiles.h"
-#include "fixtures/Messages.h"
-#include "frame/FrameFile.h"
+#include "Hdf5Fixture.h"
 
 #include <sys/stat.h>
 
-using ombrel::FrameFile;
-
 namespace {
 
-class Hdf5Sources : public ::testing::Test {
+class Hdf5Sources : public Hdf5Fixture {
 protected:
     // A file with a stack of `count` images of that value as /data.
     void makeSource(const std::string& name, hsize_t count, zt::u16 value) const {
@@ -18,28 +14,9 @@ protected:
         file.images("/data", count, value);
     }
 
-    template <typename Build>
-    void make(Build build) const {
-        Hdf5Builder file(path);
-        build(file);
-    }
-
-    // The first pixel of each frame.
-    std::vector<int> firstPixels(const std::string& dataset = "") const {
-        const auto file = FrameFile::open(path + dataset);
-        std::vector<int> pixels;
-        for (zt::u32 frame = 0; frame < file->info().frames; ++frame)
-            pixels.push_back(file->readFrame(frame)->pixels<zt::u16>()[0]);
-        return pixels;
-    }
-
     void expectRefusal(const std::string& words, const std::string& dataset = "") const {
-        EXPECT_THAT(errorOf([&] { FrameFile::open(path + dataset); }),
-                    AllOf(StartsWith(path), HasSubstr(words)));
+        EXPECT_THAT(refusal(dataset), HasSubstr(words));
     }
-
-    const TemporaryFolder folder;
-    const std::string path = folder / "some.h5";
 };
 
 } // namespace
@@ -150,10 +127,7 @@ TEST_F(Hdf5Sources, OfDeadLinksBesideTheFramesAreNamed) {
 
 TEST_F(Hdf5Sources, ThatHoldFarLessThanIsClaimedAreRefused) {
     make([](Hdf5Builder& file) {
-        file.data<double>("/data", {1, 60000, 60000}, {}, [](hid_t creation) {
-            const hsize_t chunk[] = {1, 1000, 1000};
-            H5Pset_chunk(creation, 3, chunk);
-        });
+        file.data<double>("/data", {1, 60000, 60000}, {}, chunked({1, 1000, 1000}));
     });
     expectRefusal("/data: it claims 28.8 GB of values, but holds 0 bytes");
 }

@@ -69,18 +69,18 @@ TEST_F(SettingsTest, WritesTheDocumentedFormInTheOrderOfSetting) {
 }
 
 TEST_F(SettingsTest, EveryValueReadsBackTheSame) {
-    const std::vector<double> numbers{0.1,     -0.0, 5e-324,   1.7976931348623157e308,
-                                      1.0 / 3, 1e23, INFINITY, -INFINITY};
-    const std::vector<std::string> texts{"",
-                                         " a\tb\n ",
-                                         "<&>\"'",
-                                         "caf\xc3\xa9 \xf0\x9f\x98\x80",
-                                         "%s%n",
-                                         "one\r\ntwo",
-                                         "\x01\x1b",
-                                         "no UTF-8: \xff\xfe",
-                                         "\xef\xbf\xbf",
-                                         "]]>"};
+    const std::vector<double> numbers = {0.1,     -0.0, 5e-324,   1.7976931348623157e308,
+                                         1.0 / 3, 1e23, INFINITY, -INFINITY};
+    const std::vector<std::string> texts = {"",
+                                            " a\tb\n ",
+                                            "<&>\"'",
+                                            "caf\xc3\xa9 \xf0\x9f\x98\x80",
+                                            "%s%n",
+                                            "one\r\ntwo",
+                                            "\x01\x1b",
+                                            "no UTF-8: \xff\xfe",
+                                            "\xef\xbf\xbf",
+                                            "]]>"};
     Settings settings = store(path);
     for (std::size_t i = 0; i < numbers.size(); ++i)
         settings.setDouble("numbers", std::to_string(i).c_str(), numbers[i]);

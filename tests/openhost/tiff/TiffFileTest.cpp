@@ -45,11 +45,7 @@ protected:
     }
 
     static void writePage(TIFF* tiff, zt::u32 page, const TiffVariant& variant) {
-        TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, width);
-        TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, height);
-        TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, 32);
-        TIFFSetField(tiff, TIFFTAG_SAMPLEFORMAT, SAMPLEFORMAT_IEEEFP);
-        TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISBLACK);
+        setTiffFields(tiff, width, height, 32, SAMPLEFORMAT_IEEEFP);
         TIFFSetField(tiff, TIFFTAG_COMPRESSION, variant.compression);
         TIFFSetField(tiff, TIFFTAG_FILLORDER, variant.fillOrder);
         if (variant.predictor)
@@ -91,11 +87,7 @@ protected:
 
     // A page of 8 x 8 u8, but for what `change` sets.
     static void addPage(TIFF* tiff, const Change& change) {
-        TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, side);
-        TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, side);
-        TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, 8);
-        TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, 1);
-        TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISBLACK);
+        setTiffFields(tiff, side, side, 8, SAMPLEFORMAT_UINT);
         TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, side);
         change(tiff);
         std::vector<char> pixels(static_cast<std::size_t>(TIFFStripSize(tiff)));
