@@ -118,12 +118,23 @@ std::size_t FileBytes::readSome(zt::u64 offset, std::span<std::byte> bytes) {
     return held;
 }
 
+// After a failure the unpacker is further on than it has counted, so the next read starts again.
 std::size_t FileBytes::unpackAt(zt::u64 offset, std::span<std::byte> bytes) {
+    try {
+        return tryUnpackAt(offset, bytes);
+    } catch (...) {
+        unpacker->restart();
+        recent.clear();
+        throw;
+    }
+}
+
+std::size_t FileBytes::tryUnpackAt(zt::u64 offset, std::span<std::byte> bytes) {
     const zt::u64 back = unpacker->position() - std::min(offset, unpacker->position());
     if (back > recent.size()) {
         unpacker->restart();
         recent.clear();
-        return unpackAt(offset, bytes);
+        return tryUnpackAt(offset, bytes);
     }
     const auto held = std::min<std::size_t>(back, bytes.size());
     std::copy_n(recent.end() - static_cast<std::ptrdiff_t>(back), held, bytes.begin());

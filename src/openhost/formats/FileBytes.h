@@ -35,6 +35,7 @@ private:
     class Unpacker;
 
     std::size_t unpackAt(zt::u64 offset, std::span<std::byte> bytes);
+    std::size_t tryUnpackAt(zt::u64 offset, std::span<std::byte> bytes);
     void remember(std::span<const std::byte> bytes);
 
     FileDescriptor file;

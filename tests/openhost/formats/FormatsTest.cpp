@@ -5,7 +5,9 @@
 #include <QByteArray>
 #include <QCryptographicHash>
 
+#include <algorithm>
 #include <cstring>
+#include <fstream>
 #include <random>
 #include <zlib.h>
 
@@ -132,6 +134,28 @@ TEST_F(FormatsTest, ReadsImagesOfEdfInOrder) {
         EXPECT_EQ(frames->readFrame(1)->pixels<zt::i32>()[5], 6);
         EXPECT_EQ(readAllFrames(file(content)), expected);
     }
+}
+
+// The compressed file is overwritten in place with damage, and then with what it held.
+TEST_F(FormatsTest, ReadsTheRightPixelsAfterAFailure) {
+    std::mt19937 random(1);
+    std::vector<zt::i32> noise(100'000);
+    std::ranges::generate(noise, [&] { return static_cast<zt::i32>(random()); });
+    const std::string keys =
+        "Dim_1 = 1000 ; Dim_2 = 100 ; DataType = SignedInteger ; ByteOrder = LowByteFirst";
+    const std::string packed = gzipped(edfImage(keys, bytesOf(noise)) + edfImage(keys, bytesOf(noise)));
+    const std::string path = file(packed);
+    const auto overwrite = [&](const std::string& content) {
+        std::fstream(path, std::ios::in | std::ios::out | std::ios::binary) << content;
+    };
+    const auto frames = FrameFile::open(path);
+    std::string damaged = packed;
+    std::fill(damaged.begin() + 200'000, damaged.begin() + 300'000, '\xff');
+    overwrite(damaged);
+    EXPECT_THAT(errorOf([&] { frames->readFrame(0); }), HasSubstr("frame 0"));
+    overwrite(packed);
+    for (const zt::u32 frame : {1, 0})
+        EXPECT_TRUE(std::ranges::equal(frames->readFrame(frame)->pixels<zt::i32>(), noise)) << frame;
 }
 
 TEST_F(FormatsTest, ReadsBothByteOrdersOfEdf) {
