@@ -131,28 +131,51 @@ std::size_t FrameStack::partOf(zt::u64 frame) const {
     return static_cast<std::size_t>(std::ranges::upper_bound(parts, frame, {}, &Part::end) - parts.begin());
 }
 
+// Files are opened without the lock, so that threads that read different files do not wait for each other.
 std::shared_ptr<FrameFile> FrameStack::fileOf(std::size_t part) {
+    if (auto file = openFileOf(part))
+        return file;
+    const std::shared_ptr<FrameFile> file = openAgain(part);
+    std::shared_ptr<FrameFile> evicted; // closed after the lock is released
     const std::lock_guard lock(openMutex);
+    if (auto others = findOpen(part)) // another thread was faster
+        return others;
+    evicted = keepOpen(part, file);
+    return file;
+}
+
+std::shared_ptr<FrameFile> FrameStack::openFileOf(std::size_t part) {
+    const std::lock_guard lock(openMutex);
+    return findOpen(part);
+}
+
+std::shared_ptr<FrameFile> FrameStack::findOpen(std::size_t part) {
     const auto found = std::ranges::find(open, part, &OpenFile::part);
-    if (found != open.end()) {
-        std::rotate(found, found + 1, open.end());
-        return open.back().file;
-    }
+    if (found == open.end())
+        return nullptr;
+    std::rotate(found, found + 1, open.end());
+    return open.back().file;
+}
+
+std::shared_ptr<FrameFile> FrameStack::openAgain(std::size_t part) const {
     const FrameFileInfo& before = parts[part].info;
     auto file = FrameFile::open(before.path, role);
     const FrameFileInfo& now = file->info();
     if (now.width != before.width || now.height != before.height || now.pixelType != before.pixelType ||
         now.frames < before.frames || now.subFrames != before.subFrames)
         throw Error(before.path + ": the file has changed since it was opened first");
-    keepOpen(part, std::move(file));
-    return open.back().file;
+    return file;
 }
 
-void FrameStack::keepOpen(std::size_t part, std::shared_ptr<FrameFile> file) {
+std::shared_ptr<FrameFile> FrameStack::keepOpen(std::size_t part, std::shared_ptr<FrameFile> file) {
     constexpr std::size_t mostOpen = 8;
-    if (open.size() == mostOpen)
+    std::shared_ptr<FrameFile> evicted;
+    if (open.size() == mostOpen) {
+        evicted = std::move(open.front().file);
         open.erase(open.begin());
+    }
     open.push_back({part, std::move(file)});
+    return evicted;
 }
 
 FrameStack::Place FrameStack::placeOf(zt::u64 frame) {

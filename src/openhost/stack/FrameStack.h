@@ -76,7 +76,12 @@ private:
     void addPart(const FrameFileInfo& info);
     std::size_t partOf(zt::u64 frame) const;
     std::shared_ptr<FrameFile> fileOf(std::size_t part);
-    void keepOpen(std::size_t part, std::shared_ptr<FrameFile> file);
+    std::shared_ptr<FrameFile> openFileOf(std::size_t part);
+    std::shared_ptr<FrameFile> openAgain(std::size_t part) const;
+    // Called under openMutex. The first returns null if the file is not open, the second the file that makes
+    // room, if any.
+    std::shared_ptr<FrameFile> findOpen(std::size_t part);
+    std::shared_ptr<FrameFile> keepOpen(std::size_t part, std::shared_ptr<FrameFile> file);
 
     FrameRole role;
     std::vector<Part> parts;
