@@ -55,6 +55,7 @@ struct FrameFileInfo {
     std::optional<RunState> run;      // of a file written by ombrel; only its frames done are counted
     std::vector<std::string> sources; // other files that the frames are read from
     std::string passedOver;           // a message on the other files of a folder, if any
+    bool inAnyOrder = false;          // reading the frames out of order costs nothing
 };
 
 // "PATH, frame N".

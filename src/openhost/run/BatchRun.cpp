@@ -17,9 +17,9 @@ namespace ombrel {
 
 namespace {
 
-// One reader supplies several workers.
-std::size_t readersFor(std::size_t workers) {
-    return std::clamp<std::size_t>(workers / 4, 1, 3);
+// One reader supplies several workers. Several readers do not keep the order of the frames.
+std::size_t readersFor(const BatchPlan& plan) {
+    return plan.stack.readsInAnyOrder() ? std::clamp<std::size_t>(plan.workers.size() / 4, 1, 3) : 1;
 }
 
 // The number of frames in the pipeline: enough to keep all threads busy, limited by memory.
@@ -101,7 +101,7 @@ public:
             [&](std::size_t worker, BatchFrame& item) { correct(plan.workers[worker], worker, item); },
             [&](BatchFrame& item) { store(item); },
         };
-        Pipeline::run(steps, {readersFor(plan.workers.size()), plan.workers.size(), framesInFlight(plan)});
+        Pipeline::run(steps, {readersFor(plan), plan.workers.size(), framesInFlight(plan)});
         result.hasOutput = output.exists();
         if (!result.stopped)
             output.finish();

@@ -167,6 +167,7 @@ std::unique_ptr<FrameFile> FrameFile::open(const std::string& path, FrameRole ro
         throw Error(name + ": is not a frame file (" + formatNames() + ")");
     auto file = format->open(path, role);
     checkMemory(file->info(), file->scratchBytes);
+    file->fileInfo.inAnyOrder = file->info().frames <= 1 || file->rawImage(0, 0);
     return file;
 }
 

@@ -127,6 +127,11 @@ std::vector<FramesOfFile> FrameStack::filesOf(zt::u64 begin, zt::u64 end) const 
     return files;
 }
 
+bool FrameStack::readsInAnyOrder() const {
+    return std::ranges::all_of(
+        parts, [](const Part& part) { return part.info.inAnyOrder; });
+}
+
 std::size_t FrameStack::partOf(zt::u64 frame) const {
     return static_cast<std::size_t>(std::ranges::upper_bound(parts, frame, {}, &Part::end) - parts.begin());
 }
@@ -204,6 +209,7 @@ FrameSeries::FrameSeries(const std::string& input, FrameRole role) : stack({inpu
     fileInfo.path = input;
     fileInfo.format += ", " + countText(stack.fileCount(), "file");
     fileInfo.run.reset();
+    fileInfo.inAnyOrder = stack.readsInAnyOrder();
     if (stack.frameCount() > std::numeric_limits<zt::u32>::max())
         throw Error(input + ": holds too many frames");
     fileInfo.frames = static_cast<zt::u32>(stack.frameCount());

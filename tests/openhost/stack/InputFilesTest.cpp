@@ -20,6 +20,17 @@ protected:
         writeTiff<zt::u8>(folder / name, {1, 1, {value}});
     }
 
+    static void writePackedTiff(const std::string& path, const std::vector<zt::u8>& values) {
+        TIFF* const tiff = TIFFOpen(path.c_str(), "w");
+        for (zt::u8 value : values) {
+            setTiffFields(tiff, 1, 1, 8, SAMPLEFORMAT_UINT);
+            TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_ADOBE_DEFLATE);
+            TIFFWriteEncodedStrip(tiff, 0, &value, 1);
+            TIFFWriteDirectory(tiff);
+        }
+        TIFFClose(tiff);
+    }
+
     static std::vector<double> valuesOf(FrameStack& stack) {
         std::vector<double> values;
         for (zt::u64 i = 0; i < stack.frameCount(); ++i)
@@ -98,6 +109,20 @@ TEST_F(InputFilesTest, PassesOverOutputsAndDataFilesOfMasters) {
     FrameStack stack({folder.path.string()}, FrameRole::Sample);
     EXPECT_EQ(stack.frameCount(), 4U);
     EXPECT_THAT(stack.passedOver(), EndsWith("3 other files: out.h5, x_data_1.h5, x_data_2.h5"));
+}
+
+TEST_F(InputFilesTest, KnowsWhatIsReadInAnyOrder) {
+    const auto inAnyOrder = [&](const std::string& name) {
+        return FrameStack({folder / name}, FrameRole::Sample).readsInAnyOrder();
+    };
+    writeHdf5<zt::u8>(folder / "plain.h5", {1, 1, {1, 2}});
+    EXPECT_TRUE(inAnyOrder("plain.h5"));
+    std::filesystem::create_directory(folder / "series");
+    for (const zt::u8 value : {1, 2})
+        writePackedTiff(folder / "series/img_" + std::to_string(value) + ".tif", {value});
+    EXPECT_TRUE(inAnyOrder("series"));
+    writePackedTiff(folder / "series/img_3.tif", {3, 4});
+    EXPECT_FALSE(inAnyOrder("series"));
 }
 
 // Only the files that were read last are open, whatever the limit of the system.
