@@ -193,6 +193,14 @@ FramePtr FrameStack::readFrame(zt::u64 frame, PixelDigest* digest) {
     return place.file->readFrame(place.frame, digest);
 }
 
+double FrameStack::acqTime(zt::u64 frame) {
+    const Part& part = parts[partOf(frame)];
+    if (frame == part.begin || !part.info.acqTime) // known without opening the file again
+        return part.info.acqTime.value_or(0);
+    const Place place = placeOf(frame);
+    return place.file->acqTime(place.frame);
+}
+
 zt::u8 FrameStack::pixelType(zt::u64 frame) const {
     const FrameFileInfo& info = parts[partOf(frame)].info;
     return info.subFrames == 0 ? info.pixelType
@@ -231,8 +239,7 @@ void FrameSeries::readStored(zt::u32 frame, zt::u32 subFrame, std::span<std::byt
 }
 
 double FrameSeries::acqTime(zt::u32 frame) const {
-    const FrameStack::Place place = stack.placeOf(frame);
-    return place.file->acqTime(place.frame);
+    return stack.acqTime(frame);
 }
 
 } // namespace ombrel

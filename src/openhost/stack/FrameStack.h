@@ -44,6 +44,8 @@ public:
 
     // `frame` must be below frameCount(). Adds its pixels to the digest if there is one.
     FramePtr readFrame(zt::u64 frame, PixelDigest* digest = nullptr);
+    // In seconds; 0 if the file does not have it.
+    double acqTime(zt::u64 frame);
     // Whether reading the frames out of order costs nothing. Otherwise a file may have to be unpacked again.
     bool readsInAnyOrder() const;
     // A message on dark frames in the files, which no command uses; empty if the files hold no dark frames.
