@@ -163,22 +163,16 @@ zt::u64 pixelHash(std::span<const std::byte> pixels) {
     return XXH3_64bits(pixels.data(), pixels.size());
 }
 
-struct StreamHash::State {
-    HashState hash = newHashState();
-};
-
-StreamHash::StreamHash() : state(std::make_unique<State>()) {
-    XXH3_128bits_reset(state->hash.get());
+StreamHash::StreamHash() : state(newHashState()) {
+    XXH3_128bits_reset(state.get());
 }
 
-StreamHash::~StreamHash() = default;
-
 void StreamHash::add(std::span<const std::byte> bytes) {
-    XXH3_128bits_update(state->hash.get(), bytes.data(), bytes.size());
+    XXH3_128bits_update(state.get(), bytes.data(), bytes.size());
 }
 
 std::string StreamHash::text() const {
-    const XXH128_hash_t hash = XXH3_128bits_digest(state->hash.get());
+    const XXH128_hash_t hash = XXH3_128bits_digest(state.get());
     return hashText(hash.high64) + hashText(hash.low64);
 }
 

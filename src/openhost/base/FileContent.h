@@ -59,18 +59,15 @@ std::string fileHash(const std::string& path);
 // A hash of bytes that arrive in pieces, which is the same for every division into pieces.
 class StreamHash {
 public:
+    // Throws std::bad_alloc.
     StreamHash();
-    ~StreamHash();
-    StreamHash(const StreamHash&) = delete;
-    StreamHash& operator=(const StreamHash&) = delete;
 
     void add(std::span<const std::byte> bytes);
     // 32 hexadecimal digits.
     std::string text() const;
 
 private:
-    struct State;
-    std::unique_ptr<State> state;
+    std::unique_ptr<XXH3_state_s, void (*)(XXH3_state_s*)> state;
 };
 
 // A hash of 64 bit as 16 hexadecimal digits.
