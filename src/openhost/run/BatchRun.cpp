@@ -4,12 +4,13 @@
 #include "base/Numbers.h"
 #include "base/OrderedPipeline.h"
 #include "base/Resources.h"
+#include "base/Stopwatch.h"
 #include "frame/PixelDigest.h"
 #include "frame/PixelType.h"
 #include "stack/FrameStack.h"
 #include "zt/Types.h"
 
-#include <chrono>
+#include <algorithm>
 #include <utility>
 #include <vector>
 
@@ -31,16 +32,6 @@ std::size_t framesInFlight(const BatchPlan& plan) {
     const zt::u64 room = availableMemory() / 2 / std::max<zt::u64>(frameBytes, 1);
     return static_cast<std::size_t>(std::clamp<zt::u64>(room, 1, wanted));
 }
-
-class Stopwatch {
-public:
-    double seconds() const {
-        return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-    }
-
-private:
-    std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
-};
 
 // A frame in the pipeline.
 struct BatchFrame {

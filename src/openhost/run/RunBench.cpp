@@ -3,13 +3,13 @@
 #include "base/Error.h"
 #include "base/Numbers.h"
 #include "base/Resources.h"
+#include "base/Stopwatch.h"
 #include "frame/PixelType.h"
 
 #include <QJsonArray>
 
 #include <algorithm>
 #include <array>
-#include <chrono>
 #include <cmath>
 #include <cstdio>
 
@@ -40,9 +40,9 @@ double timeRound(RunSetup& run, AllTimes& all) {
         if (row.failed)
             throw Error(run.stack.where(frame) + ": " + row.reason);
     };
-    const auto start = std::chrono::steady_clock::now();
+    const Stopwatch watch;
     run.run(listener);
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    return watch.seconds();
 }
 
 void describe(BenchResult& result, RunSetup& run) {

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <chrono>
+
+namespace ombrel {
+
+// Runs from its construction on.
+class Stopwatch {
+public:
+    double seconds() const {
+        return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    }
+
+private:
+    std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
+};
+
+} // namespace ombrel
