@@ -136,6 +136,12 @@ bool beginsWithNumber(const FileDescriptor& file) {
     return readNumber<double>(text.starts_with('+') ? text.substr(1) : text).has_value();
 }
 
+bool hasSuffix(std::string_view path, std::string_view suffix) {
+    const auto sameLetter = [](char one, char other) { return (one | 0x20) == (other | 0x20); };
+    return path.size() > suffix.size() &&
+           std::equal(suffix.rbegin(), suffix.rend(), path.rbegin(), sameLetter);
+}
+
 DatasetPath splitDatasetPath(const std::string& path) {
     const auto separator = path.rfind("::");
     if (separator == std::string::npos || separator == 0 || exists(path))

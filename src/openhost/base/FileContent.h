@@ -7,6 +7,7 @@
 #include <memory>
 #include <span>
 #include <string>
+#include <string_view>
 
 struct XXH3_state_s;
 
@@ -26,6 +27,9 @@ void checkRegular(const FileDescriptor& file, const std::string& path);
 
 // True when the content is text whose first word is a number.
 bool beginsWithNumber(const FileDescriptor& file);
+
+// Whether the path has a name that ends in the suffix, in small or capital letters.
+bool hasSuffix(std::string_view path, std::string_view suffix);
 
 struct DatasetPath {
     std::string file;

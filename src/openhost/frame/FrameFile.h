@@ -79,6 +79,9 @@ public:
     // Whether files of that kind hold frames.
     static bool canRead(FileKind kind);
 
+    // The usual names of all files that can be read, as a file dialog takes them: "*.h5 *.hdf5 *.nxs *.tif".
+    static std::string namePatterns();
+
     // Whether the content looks like a frame file, possibly a damaged one; never throws.
     static bool looksLikeFrames(const std::string& path);
 

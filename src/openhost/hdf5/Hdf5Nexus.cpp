@@ -1,17 +1,12 @@
 #include "hdf5/Hdf5Nexus.h"
 
+#include "base/FileContent.h"
 #include "hdf5/Hdf5Output.h"
-
-#include <algorithm>
-#include <string_view>
 
 namespace ombrel {
 
 bool isNexusPath(const std::string& path) {
-    constexpr std::string_view suffix = ".nxs";
-    const auto sameLetter = [](char one, char other) { return (one | 0x20) == (other | 0x20); };
-    return path.size() > suffix.size() &&
-           std::equal(suffix.rbegin(), suffix.rend(), path.rbegin(), sameLetter);
+    return hasSuffix(path, ".nxs");
 }
 
 namespace {

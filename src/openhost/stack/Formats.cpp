@@ -32,7 +32,7 @@ using Path = const std::string&;
 struct Format {
     FileKind kind;
     std::string_view name;
-    std::vector<std::string_view> suffixes = {}; // of outputs
+    std::vector<std::string_view> suffixes; // that its files usually have; those of outputs select it
     std::unique_ptr<FrameFile> (*open)(Path path, FrameRole role);
     std::vector<std::string> (*sources)(Path path);
     // Null unless ombrel writes the format.
@@ -98,8 +98,16 @@ const Format formats[] = {
      TiffRecord::settings,
      TiffRecord::touched,
      [](Path path) { return std::vector{TiffRecord::pathFor(path)}; }},
-    {.kind = FileKind::Edf, .name = "EDF", .open = openFile<EdfFile>, .sources = onlyItself},
-    {.kind = FileKind::Cbf, .name = "CBF", .open = openFile<CbfFile>, .sources = onlyItself},
+    {.kind = FileKind::Edf,
+     .name = "EDF",
+     .suffixes = {".edf", ".edf.gz"},
+     .open = openFile<EdfFile>,
+     .sources = onlyItself},
+    {.kind = FileKind::Cbf,
+     .name = "CBF",
+     .suffixes = {".cbf", ".cbf.gz"},
+     .open = openFile<CbfFile>,
+     .sources = onlyItself},
 };
 
 // "HDF5, TIFF, EDF or CBF".
@@ -113,17 +121,11 @@ std::string formatNames() {
     return names;
 }
 
-bool hasSuffix(Path path, std::string_view suffix) {
-    const auto sameLetter = [](char one, char other) { return (one | 0x20) == (other | 0x20); };
-    return path.size() > suffix.size() &&
-           std::equal(suffix.begin(), suffix.end(), path.end() - static_cast<std::ptrdiff_t>(suffix.size()),
-                      sameLetter);
-}
-
 const Format* formatOfOutput(Path path) {
     const auto* const found = std::ranges::find_if(formats, [&](const Format& format) {
-        return std::ranges::any_of(format.suffixes,
-                                   [&](std::string_view suffix) { return hasSuffix(path, suffix); });
+        return format.create && std::ranges::any_of(format.suffixes, [&](std::string_view suffix) {
+                   return hasSuffix(path, suffix);
+               });
     });
     return found == std::end(formats) ? nullptr : found;
 }
@@ -169,6 +171,14 @@ std::unique_ptr<FrameFile> FrameFile::open(const std::string& path, FrameRole ro
     checkMemory(file->info(), file->scratchBytes);
     file->fileInfo.inAnyOrder = file->info().frames <= 1 || file->rawImage(0, 0);
     return file;
+}
+
+std::string FrameFile::namePatterns() {
+    std::string patterns;
+    for (const Format& format : formats)
+        for (const std::string_view suffix : format.suffixes)
+            patterns += (patterns.empty() ? "*" : " *") + std::string(suffix);
+    return patterns;
 }
 
 bool FrameFile::canRead(FileKind kind) {

@@ -119,6 +119,14 @@ protected:
 
 } // namespace
 
+// What is only read is no format of outputs.
+TEST(FrameFileNames, CoverWhatIsReadAndWritten) {
+    EXPECT_EQ(FrameFile::namePatterns(), "*.h5 *.hdf5 *.nxs *.tif *.tiff *.edf *.edf.gz *.cbf *.cbf.gz");
+    EXPECT_TRUE(ombrel::FrameOutput::isOutputPath("out.NXS"));
+    for (const char* name : {"out.edf", "out.cbf.gz", ".h5", "h5"})
+        EXPECT_FALSE(ombrel::FrameOutput::isOutputPath(name)) << name;
+}
+
 TEST_F(FormatsTest, ReadsImagesOfEdfInOrder) {
     const std::vector<zt::i32> second{1, 2, 3, 4, 5, 6};
     const std::string both = edfOf(hostile, 0.5) + edfOf(second, 2);
