@@ -134,43 +134,70 @@ CbfFile::CbfFile(const std::string& path) : file{path} {
         scratchBytes = std::max(scratchBytes, section.byteOffsets ? section.bytes : 0);
 }
 
-// The text is searched piece by piece for the mark that begins a section; the one that ends it is longer.
 void CbfFile::gatherSections() {
-    constexpr std::size_t firstStep = 4096;
-    std::string text;
-    zt::u64 offset = 0;
-    const auto extend = [&] {
+    for (zt::u64 offset = 0;;) {
+        const std::string name = where(static_cast<zt::u32>(sections.size()));
+        try {
+            const Found found = find(offset);
+            if (found.data == std::string::npos)
+                return checkEnd(found);
+            if (sections.empty())
+                fileInfo.acqTime = exposureTime(std::string_view(found.text).substr(0, found.begin));
+            Section section;
+            section.offset = offset + found.data + dataMark.size();
+            addSection(found.text.substr(found.begin, found.data - found.begin), section);
+            offset = sections.back().offset + sections.back().bytes;
+        } catch (const Error& error) {
+            throw Error(name + ": " + error.what());
+        }
+    }
+}
+
+// The mark that ends a section is longer than the one that begins it.
+void CbfFile::checkEnd(const Found& found) const {
+    if (sections.empty())
+        throw Error("the file is truncated or damaged: it has no pixels");
+    if (found.text.find(sectionMark) == std::string::npos)
+        throw Error("the file is truncated after the pixels before it");
+}
+
+namespace {
+
+std::size_t findSection(std::string_view text, std::size_t from) {
+    for (auto at = text.find(sectionMark, from); at != text.npos; at = text.find(sectionMark, at + 1))
+        if (const std::size_t next = at + sectionMark.size();
+            next < text.size() && (text[next] == '\r' || text[next] == '\n'))
+            return at;
+    return text.npos;
+}
+
+} // namespace
+
+// Searches piece by piece. A piece is no longer than what can be read again at no cost, so that a compressed
+// file is unpacked once.
+CbfFile::Found CbfFile::find(zt::u64 offset) {
+    constexpr std::size_t longestHeader = std::size_t{64} << 10;
+    Found found;
+    auto& [text, begin, data] = found;
+    for (;;) {
         const std::size_t before = text.size();
-        text.resize(before + std::max(firstStep, before));
+        text.resize(before + FileBytes::recentBytes);
         text.resize(before +
                     file.readSome(offset + before, std::as_writable_bytes(std::span(text)).subspan(before)));
-        return text.size() > before;
-    };
-    while (extend()) {
-        const std::size_t mark = text.find(std::string(sectionMark) + '\r');
-        const std::size_t begin = std::min(mark, text.find(std::string(sectionMark) + '\n'));
-        const std::size_t data = begin == text.npos ? begin : text.find(dataMark, begin);
-        if (data == text.npos) {
-            if (text.size() > longestText)
-                throw Error(where(static_cast<zt::u32>(sections.size())) + ": no pixels follow in " +
-                            countText(longestText, "byte"));
-            continue;
-        }
-        if (sections.empty())
-            fileInfo.acqTime = exposureTime(std::string_view(text).substr(0, begin));
-        Section section;
-        section.offset = offset + data + dataMark.size();
-        try {
-            addSection(text.substr(begin, data - begin), section);
-        } catch (const Error& error) {
-            throw Error(where(static_cast<zt::u32>(sections.size())) + ": " + error.what());
-        }
-        offset = sections.back().offset + sections.back().bytes;
-        text.clear();
+        if (text.size() == before)
+            return found;
+        const std::size_t from = before - std::min(before, sectionMark.size()); // a mark may span two pieces
+        if (begin == text.npos)
+            begin = findSection(text, from);
+        if (begin != text.npos)
+            data = text.find(dataMark, std::max(begin, from));
+        if (begin != text.npos && std::min(data, text.size()) - begin > longestHeader)
+            throw Error("the header of the pixels is longer than " + countText(longestHeader, "byte"));
+        if (data != text.npos)
+            return found;
+        if (text.size() > longestText)
+            throw Error("no pixels follow in " + countText(longestText, "byte"));
     }
-    if (sections.empty() || text.find(sectionMark) == text.npos)
-        throw Error(fileInfo.path + (sections.empty() ? ": the file is truncated or damaged: it has no pixels"
-                                                      : ": the file is truncated after its pixels"));
 }
 
 void CbfFile::addSection(const std::string& header, Section section) {

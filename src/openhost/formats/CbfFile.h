@@ -30,7 +30,17 @@ private:
         bool swapped = false; // plain pixels of the other byte order
     };
 
+    // The text up to the pixels of a section, with the places of its header and of the mark at its end; at
+    // the end of the file the rest of the text.
+    struct Found {
+        std::string text;
+        std::size_t begin = std::string::npos;
+        std::size_t data = std::string::npos;
+    };
+
     void gatherSections();
+    void checkEnd(const Found& found) const;
+    Found find(zt::u64 offset);
     void addSection(const std::string& header, Section section);
     void checkLikeFirst(zt::u32 width, zt::u32 height, zt::u8 pixelType);
     void readSection(const Section& section, std::span<std::byte> pixels);

@@ -151,11 +151,10 @@ std::size_t FileBytes::tryUnpackAt(zt::u64 offset, std::span<std::byte> bytes) {
 // A reader that looks for the end of a header takes a few bytes too many. With these at hand it need not
 // unpack the file again.
 void FileBytes::remember(std::span<const std::byte> bytes) {
-    constexpr std::size_t most = 1024;
-    const auto kept = bytes.last(std::min(most, bytes.size()));
+    const auto kept = bytes.last(std::min(recentBytes, bytes.size()));
     recent.insert(recent.end(), kept.begin(), kept.end());
-    if (recent.size() > most)
-        recent.erase(recent.begin(), recent.end() - most);
+    if (recent.size() > recentBytes)
+        recent.erase(recent.begin(), recent.end() - recentBytes);
 }
 
 void FileBytes::checkHolds(zt::u64 end) {

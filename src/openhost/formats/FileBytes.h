@@ -18,9 +18,14 @@ namespace ombrel {
 // Throws Error; the text is only the reason.
 class FileBytes {
 public:
+    // So many of the bytes that were read last can be read again at no cost.
+    static constexpr std::size_t recentBytes = 1024;
+
     explicit FileBytes(const std::string& path);
     ~FileBytes();
 
+    // The file itself if it is not compressed; else null.
+    const FileDescriptor* plain() const { return unpacker ? nullptr : &file; }
     // The file unpacks to no more bytes than this.
     zt::u64 mostBytes() const;
 

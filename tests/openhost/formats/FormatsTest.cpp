@@ -186,6 +186,17 @@ TEST_F(FormatsTest, ReadsSectionsOfCbf) {
     }
 }
 
+// The text before a section shifts its marks across the pieces in which a file is searched.
+TEST_F(FormatsTest, FindsSectionsAtAnyPlace) {
+    const std::string section = cbfOf(byteOffsets(hostile), offsetConversion);
+    std::vector<double> expected(hostile.begin(), hostile.end());
+    expected.insert(expected.end(), hostile.begin(), hostile.end());
+    for (std::size_t shift = 0; shift < 1100; shift += shift == 0 ? 200 : 1) {
+        const std::string both = section + std::string(shift, ' ') + section;
+        ASSERT_EQ(readAllFrames(file(shift % 2 ? gzipped(both) : both)), expected) << shift;
+    }
+}
+
 TEST_F(FormatsTest, ComparesTheChecksumOfCbf) {
     const std::string stored = byteOffsets(hostile);
     const auto sum = QCryptographicHash::hash(QByteArray::fromStdString(stored), QCryptographicHash::Md5);
@@ -213,6 +224,9 @@ TEST_F(FormatsTest, RefusesWhatItCannotRead) {
     expectRefusal(cbfOf(std::string(6, '\x80'), offsetConversion), "end early");
     expectRefusal(cbfOf(pixels, "x-CBF_PACKED"), "x-CBF_PACKED");
     expectRefusal("###CBF: VERSION 1.5\r\n", "has no pixels");
+    expectRefusal(cbfOf(pixels, "x-CBF_NONE", std::string(std::size_t{65} << 10, ' ') + "\r\n"),
+                  "longer than 65536 bytes");
+    expectRefusal("###CBF: VERSION 1.5\r\n" + std::string(std::size_t{5} << 20, ' '), "no pixels follow");
 }
 
 // Every cut and many flipped bits: an error of one line, or frames; never anything else.
