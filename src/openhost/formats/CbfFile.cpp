@@ -246,6 +246,14 @@ void CbfFile::checkLikeFirst(zt::u32 width, zt::u32 height, zt::u8 pixelType) {
     }
 }
 
+std::optional<FrameFile::RawImage> CbfFile::rawImage(zt::u32 frame, zt::u32) const {
+    const FileDescriptor* const plain = file.plain();
+    const Section& section = sections[frame];
+    if (!plain || section.byteOffsets || section.swapped || !section.checksum.empty())
+        return std::nullopt;
+    return RawImage{*plain, section.offset};
+}
+
 void CbfFile::readStored(zt::u32 frame, zt::u32, std::span<std::byte> pixels) {
     try {
         readSection(sections[frame], pixels);

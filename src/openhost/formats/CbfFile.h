@@ -3,6 +3,7 @@
 #include "formats/FileBytes.h"
 #include "frame/FrameFile.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -20,6 +21,7 @@ public:
     explicit CbfFile(const std::string& path);
 
 private:
+    std::optional<RawImage> rawImage(zt::u32 frame, zt::u32 subFrame) const override;
     void readStored(zt::u32 frame, zt::u32 subFrame, std::span<std::byte> pixels) override;
     // The bytes of a section in the file.
     struct Section {

@@ -177,10 +177,6 @@ EdfFile::EdfFile(const std::string& path) : file{path} {
         times.clear();
 }
 
-zt::u64 EdfFile::imageBytes() const {
-    return zt::u64{fileInfo.width} * fileInfo.height * pixelSize(fileInfo.pixelType);
-}
-
 void EdfFile::gatherImages() {
     zt::u64 offset = 0;
     for (;;) {
@@ -205,6 +201,7 @@ void EdfFile::addImage(const Image& image) {
         fileInfo.height = image.height;
         fileInfo.pixelType = image.pixelType;
         byteOrder = image.byteOrder;
+        isSwapped = (byteOrder == "lowbytefirst") != (std::endian::native == std::endian::little);
     } else if (image.width != fileInfo.width || image.height != fileInfo.height ||
                image.pixelType != fileInfo.pixelType || image.byteOrder != byteOrder) {
         throw Error("its size, type or order of bytes differs from that of frame 0; the frames of one file "
@@ -221,14 +218,20 @@ double EdfFile::acqTime(zt::u32 frame) const {
     return times.empty() ? 0 : times[frame];
 }
 
+std::optional<FrameFile::RawImage> EdfFile::rawImage(zt::u32 frame, zt::u32) const {
+    const FileDescriptor* const plain = file.plain();
+    if (!plain || isSwapped)
+        return std::nullopt;
+    return RawImage{*plain, offsets[frame]};
+}
+
 void EdfFile::readStored(zt::u32 frame, zt::u32, std::span<std::byte> pixels) {
     try {
         file.read(offsets[frame], pixels);
     } catch (const Error& error) {
         throw Error(where(frame) + ": " + error.what());
     }
-    constexpr bool isLittle = std::endian::native == std::endian::little;
-    if ((byteOrder == "lowbytefirst") != isLittle)
+    if (isSwapped)
         swapPixelBytes(pixels, pixelSize(fileInfo.pixelType));
 }
 

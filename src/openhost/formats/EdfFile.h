@@ -3,6 +3,7 @@
 #include "formats/FileBytes.h"
 #include "frame/FrameFile.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -21,17 +22,18 @@ public:
     double acqTime(zt::u32 frame) const override;
 
 private:
+    std::optional<RawImage> rawImage(zt::u32 frame, zt::u32 subFrame) const override;
     void readStored(zt::u32 frame, zt::u32 subFrame, std::span<std::byte> pixels) override;
     struct Image;
 
     void gatherImages();
     void addImage(const Image& image);
-    zt::u64 imageBytes() const;
 
     FileBytes file;
     std::vector<zt::u64> offsets; // of the pixels of each image
     std::vector<double> times;    // in seconds, 0 where an image has none
     std::string byteOrder;
+    bool isSwapped = false; // of the other byte order than this machine
 };
 
 } // namespace ombrel

@@ -166,6 +166,23 @@ TEST_F(FormatsTest, ReadsTheRightPixelsAfterAFailure) {
         EXPECT_TRUE(std::ranges::equal(frames->readFrame(frame)->pixels<zt::i32>(), noise)) << frame;
 }
 
+// Pixels that are stored as they are need no order; the others are unpacked, decoded or checked.
+TEST_F(FormatsTest, KnowsWhatIsReadInAnyOrder) {
+    const auto inAnyOrder = [&](const std::string& content) {
+        return FrameFile::open(file(content + content))->info().inAnyOrder;
+    };
+    const std::string edf = edfOf(hostile, 1);
+    const std::string plain = cbfOf(bytesOf(hostile), "x-CBF_NONE");
+    EXPECT_TRUE(inAnyOrder(edf));
+    EXPECT_TRUE(inAnyOrder(plain));
+    EXPECT_FALSE(inAnyOrder(gzipped(edf)));
+    EXPECT_FALSE(inAnyOrder(gzipped(plain)));
+    EXPECT_FALSE(
+        inAnyOrder(edfImage("Dim_1 = 1 ; DataType = UnsignedShort ; ByteOrder = HighByteFirst", "ab")));
+    EXPECT_FALSE(inAnyOrder(cbfOf(byteOffsets(hostile), offsetConversion)));
+    EXPECT_FALSE(inAnyOrder(cbfOf(bytesOf(hostile), "x-CBF_NONE", "Content-MD5: abc\r\n")));
+}
+
 TEST_F(FormatsTest, ReadsBothByteOrdersOfEdf) {
     const std::string keys = "Dim_1 = 2 ; Dim_2 = 1 ; DataType = UnsignedShort ; ByteOrder = ";
     EXPECT_THAT(readAllFrames(file(edfImage(keys + "HighByteFirst", {"\1\2\3\4", 4}))),
