@@ -256,3 +256,27 @@ TEST(FrameMarks, AreFilledBeforeTheChainAndCounted) {
         runWell({"run", "-q", "-f", "Binning 2x2", folder / "frame.tif", "-o", folder / "sum.h5"}).messages,
         HasSubstr("frame.tif, frame 0: 2 pixels have the greatest value of u16"));
 }
+
+// The note on saturated pixels reads frame 0 before the run does.
+TEST(FrameMarks, LeaveAFrameThatCannotBeReadToTheRun) {
+    const TemporaryFolder folder;
+    const std::string scan = folder / "scan.h5";
+    const std::vector<zt::u16> pixels{4711, 4711, 4711, 4711, 5, 5, 5, 5};
+    Hdf5Builder(scan).data<zt::u16>("/exchange/data", {2, 2, 2}, pixels, [](hid_t creation) {
+        const hsize_t chunk[] = {1, 2, 2};
+        H5Pset_chunk(creation, 3, chunk);
+        H5Pset_fletcher32(creation);
+    });
+    std::fstream file(scan, std::ios::in | std::ios::out | std::ios::binary);
+    const std::string bytes{std::istreambuf_iterator<char>(file), {}};
+    file.seekp(static_cast<std::streamoff>(bytes.find("\x67\x12\x67\x12\x67\x12")));
+    file.put('x');
+    file.close();
+
+    const std::string output = folder / "out.h5";
+    EXPECT_EQ(runOmbrel({"run", "-q", "-f", "Binning 2x2", scan, "-o", output}).exitCode, 1);
+    const auto rows = ombrel::FrameOutput::stateOf(output)->rows;
+    ASSERT_EQ(rows.size(), 2u);
+    EXPECT_TRUE(rows[0].failed);
+    EXPECT_FALSE(rows[1].failed);
+}

@@ -1,5 +1,6 @@
 #include "inspection/FrameMarks.h"
 
+#include "base/Error.h"
 #include "base/Numbers.h"
 #include "frame/PixelType.h"
 
@@ -124,7 +125,12 @@ std::string saturationNote(FrameStack& stack, zt::u64 index, const MarkOptions& 
     const zt::u8 type = stack.pixelType(index);
     if (options.marks != "auto" || !isInteger(type) || pixelSize(type) > 2)
         return {};
-    const FramePtr frame = stack.readFrame(index);
+    FramePtr frame;
+    try {
+        frame = stack.readFrame(index);
+    } catch (const Error&) {
+        return {}; // the run records it as failed
+    }
     const zt::u64 count = withPixelType(type, [&](auto pixel) {
         using T = decltype(pixel);
         return static_cast<zt::u64>(

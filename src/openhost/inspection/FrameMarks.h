@@ -45,7 +45,7 @@ private:
 };
 
 // "FILE, frame 0: 12 pixels have the greatest value of u16, ..." if 8 or 16 bit pixels of that frame are left
-// alone although they may be marked; else empty. Reads the frame. Throws Error.
+// alone although they may be marked; else empty. Reads the frame; empty too if that fails.
 std::string saturationNote(FrameStack& stack, zt::u64 frame, const MarkOptions& options);
 
 } // namespace ombrel
