@@ -1,6 +1,7 @@
 #pragma once
 
 #include "frame/Frame.h"
+#include "frame/FrameFile.h"
 #include "frame/Statistics.h"
 #include "zt/Types.h"
 
@@ -23,7 +24,7 @@ struct FieldPlace {
     std::string file;
     zt::u32 frame = 0;
 
-    std::string text() const { return file + ", frame " + std::to_string(frame); }
+    std::string text() const { return frameText(file, frame); }
 };
 
 // Frames of one condition, which are judged among themselves.
