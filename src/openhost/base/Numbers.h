@@ -2,6 +2,8 @@
 
 #include "zt/Types.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdio>
 #include <iterator>
 #include <limits>
@@ -10,6 +12,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace ombrel {
 
@@ -53,5 +56,22 @@ inline constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
 inline double meanOf(std::span<const double> values) {
     return std::reduce(values.begin(), values.end()) / static_cast<double>(values.size());
 }
+
+// The middle value, the upper one of two; reorders the values. NaN without values.
+inline double medianOf(std::span<double> values) {
+    if (values.empty())
+        return notANumber;
+    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+    std::ranges::nth_element(values, middle);
+    return *middle;
+}
+
+// The same, and leaves the caller's values in their order.
+inline double medianOfCopy(std::vector<double> values) {
+    return medianOf(values);
+}
+
+// The standard deviation of normally distributed values over the median of their distances from the median.
+inline constexpr double madToSigma = 1.4826022185056018;
 
 } // namespace ombrel

@@ -35,10 +35,6 @@ FramePtr readDoubles(FrameStack& stack, zt::u64 index) {
     return frame;
 }
 
-double medianOfCopy(std::vector<double> values) {
-    return medianOf(values);
-}
-
 // One pass over the frames.
 struct Totals {
     explicit Totals(std::size_t pixels)

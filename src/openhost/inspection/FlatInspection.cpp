@@ -125,20 +125,10 @@ Measured measure(const FieldSet& set, const TileGrid& grid, const InspectionLimi
     return measured;
 }
 
-// Of an even number, the upper one: of two frames the brighter one, since a dark frame is the more frequent
-// fault.
-double upperMedian(std::vector<double> values) {
-    if (values.empty())
-        return notANumber;
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
-}
-
 // The levels that are compared: per acquisition time, scaled to the median time, if all frames have one.
 std::vector<double> levelsOf(const Measured& measured) {
     const bool haveTimes = std::ranges::all_of(measured.times, [](double time) { return time > 0; });
-    const double usual = haveTimes ? upperMedian(measured.times) : 1;
+    const double usual = haveTimes ? medianOfCopy(measured.times) : 1;
     std::vector<double> levels;
     for (std::size_t k = 0; k < measured.figures.size(); ++k)
         levels.push_back(measured.figures[k].level * (haveTimes ? usual / measured.times[k] : 1));
@@ -161,14 +151,15 @@ class FieldJudge {
 public:
     FieldJudge(const FieldSet& fieldSet, const InspectionLimits& inspectionLimits, const Measured& all)
         : set(fieldSet), limits(inspectionLimits), measured(all), levels(levelsOf(all)),
-          median(upperMedian(withoutNaN(levels))) {
+          // Of two frames the brighter one, since a dark frame is the more frequent fault.
+          median(medianOfCopy(withoutNaN(levels))) {
         std::vector<double> distances = withoutNaN(levels);
         for (double& level : distances)
             level = std::abs(level - median);
         std::vector<zt::u64> notFinite;
         for (const TileFigures& figures : all.figures)
             notFinite.push_back(figures.notFinite);
-        spread = 1.4826 * upperMedian(distances);
+        spread = madToSigma * medianOf(distances);
         std::ranges::nth_element(notFinite, notFinite.begin() + notFinite.size() / 2);
         usualNotFinite = notFinite[notFinite.size() / 2];
     }

@@ -1,7 +1,5 @@
 #include "inspection/PixelNoise.h"
 
-#include "base/Numbers.h"
-
 #include <algorithm>
 #include <cmath>
 #include <numeric>
@@ -49,14 +47,6 @@ double deviance(double count, double expected) {
 }
 
 } // namespace
-
-double medianOf(std::vector<double>& values) {
-    if (values.empty())
-        return notANumber;
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::ranges::nth_element(values, middle);
-    return *middle;
-}
 
 double chiSquareTail(double value, double degrees) {
     const double a = degrees / 2;

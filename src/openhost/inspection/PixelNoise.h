@@ -7,9 +7,6 @@
 
 namespace ombrel {
 
-// The middle value, the upper one of two; reorders the values. NaN without values.
-double medianOf(std::vector<double>& values);
-
 // The probability that chi-square with that many degrees of freedom exceeds a value.
 double chiSquareTail(double value, double degrees);
 // The value that chi-square exceeds with probability 1/2.

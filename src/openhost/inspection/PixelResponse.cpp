@@ -2,7 +2,6 @@
 
 #include "base/Numbers.h"
 #include "frame/PixelFaults.h"
-#include "inspection/PixelNoise.h"
 
 #include <algorithm>
 #include <cmath>
@@ -14,7 +13,6 @@ namespace {
 constexpr std::size_t leastBlock = 16;    // pixels of a gap that is not a whole row or column
 constexpr std::size_t reach = 3;          // of the neighbourhood, to each side
 constexpr std::size_t lineBlock = 64;     // pixels of a row or column that share a factor
-constexpr double madToDeviation = 1.4826; // of normally distributed values
 
 struct Box {
     std::size_t left, top, right, bottom; // the last column and row are included
@@ -144,7 +142,7 @@ Spread robustSpread(std::span<const double> values) {
     const double median = medianOf(finite);
     for (double& value : finite)
         value = std::abs(value - median);
-    return {median, madToDeviation * medianOf(finite)};
+    return {median, madToSigma * medianOf(finite)};
 }
 
 } // namespace

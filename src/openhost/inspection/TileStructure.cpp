@@ -1,7 +1,6 @@
 #include "inspection/TileStructure.h"
 
 #include "base/Numbers.h"
-#include "inspection/PixelNoise.h"
 
 #include <algorithm>
 #include <cmath>
@@ -21,7 +20,6 @@ constexpr double faintMedian = 0.05;     // of the median tile; fainter ones are
 constexpr double noiseTolerance = 0.1;
 constexpr double noiseSigmas = 4.5; // standard deviations of the measured noise
 constexpr double noiseFree = 1e-3;  // computed data: its own noise is rounding
-constexpr double madToSigma = 1.4826022185056018;
 
 } // namespace
 

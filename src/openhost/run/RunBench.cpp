@@ -56,11 +56,6 @@ void describe(BenchResult& result, RunSetup& run) {
     result.jobs = run.workers.chains.size();
 }
 
-double medianOf(std::vector<double> values) {
-    std::ranges::sort(values);
-    return values[values.size() / 2];
-}
-
 QJsonObject jsonOf(const Percentiles& seconds) {
     return {{"p50", seconds.p50}, {"p99", seconds.p99}, {"p99.9", seconds.p999}};
 }
@@ -86,7 +81,7 @@ Percentiles Percentiles::of(std::vector<double> seconds) {
 }
 
 double BenchResult::framesPerSecond() const {
-    return static_cast<double>(frames.count()) / medianOf(rounds);
+    return static_cast<double>(frames.count()) / medianOfCopy(rounds);
 }
 
 std::string BenchResult::text() const {
