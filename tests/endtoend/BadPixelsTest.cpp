@@ -4,7 +4,7 @@
 #include "fixtures/Program.h"
 #include "frame/FrameOutput.h"
 #include "frame/PixelFaults.h"
-#include "inspection/PixelMask.h"
+#include "stack/PixelMask.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

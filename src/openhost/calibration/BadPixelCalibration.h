@@ -2,7 +2,7 @@
 
 #include "base/Console.h"
 #include "inspection/BadPixels.h"
-#include "inspection/PixelMask.h"
+#include "stack/PixelMask.h"
 
 #include <string>
 #include <vector>

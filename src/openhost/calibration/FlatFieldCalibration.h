@@ -2,7 +2,7 @@
 
 #include "base/Console.h"
 #include "calibration/CalibrateOptions.h"
-#include "inspection/PixelMask.h"
+#include "stack/PixelMask.h"
 #include "zt/Types.h"
 
 #include <optional>

@@ -8,10 +8,10 @@
 #include "host/Chain.h"
 #include "host/Session.h"
 #include "inspection/FrameMarks.h"
-#include "inspection/PixelMask.h"
 #include "run/BatchRun.h"
 #include "run/SelectionLogs.h"
 #include "stack/FrameStack.h"
+#include "stack/PixelMask.h"
 
 #include <memory>
 #include <optional>

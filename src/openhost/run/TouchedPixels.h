@@ -3,7 +3,7 @@
 #include "host/Chain.h"
 #include "host/Device.h"
 #include "host/Host.h"
-#include "inspection/PixelMask.h"
+#include "stack/PixelMask.h"
 #include "zt/Types.h"
 
 #include <optional>

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "inspection/FrameMarks.h"
-#include "inspection/PixelMask.h"
 #include "model/Workspace.h"
 #include "panes/FrameView.h"
 #include "stack/FrameStack.h"
+#include "stack/PixelMask.h"
 #include "worker/RunningChain.h"
 
 #include <functional>

@@ -1,4 +1,4 @@
-#include "inspection/PixelMask.h"
+#include "stack/PixelMask.h"
 
 #include "base/AtomicFile.h"
 #include "base/Error.h"
