@@ -190,6 +190,14 @@ TEST_F(DeviceMask, IsRefusedInOneLineIfItCannotBeMeant) {
     refuse(folder / "broken.json", "is not a list of bad pixels");
     refuse(folder / "text.txt", "text.txt");
     refuse(folder / "missing.h5", "missing.h5");
+    const auto chunked = [](hid_t creation) {
+        const hsize_t chunk[] = {1024, 1024};
+        H5Pset_chunk(creation, 2, chunk);
+    };
+    for (const char* name : {"/pixel_mask", "/plain"}) { // 16 GB, in a file of a few kilobytes
+        Hdf5Builder(folder / "huge.h5").data<zt::u32>(name, {65535, 65535}, {}, chunked);
+        refuse(folder / "huge.h5", "the mask has 65535 x 65535 pixels, the frames have 4 x 3");
+    }
     EXPECT_EQ(run(good, {"--device-mask", folder / "most.tif", "--mask-convention", "ones-good"}).exitCode,
               0);
     expectRefusal(run(scanWith("all.h5", std::vector<zt::u32>(12, 1))), 1, "masks all pixels");

@@ -113,8 +113,23 @@ zt::u32 maskValue(zt::i64 value) {
     return bits != 0 || value == 0 ? bits : std::numeric_limits<zt::u32>::max();
 }
 
-// Reads the first image. Nothing for a dataset that can't be a mask.
-std::optional<Hdf5MaskImage> readImageAt(hid_t file, const std::string& path) {
+// The numbers of values on each axis; empty for a dataset that can't be a mask.
+std::vector<hsize_t> extentOf(hid_t dataset) {
+    const Hdf5Space space{H5Dget_space(dataset)};
+    const int rank = H5Sget_simple_extent_ndims(space);
+    if (rank < 2 || rank > 4)
+        return {};
+    std::vector<hsize_t> extent(static_cast<std::size_t>(rank));
+    H5Sget_simple_extent_dims(space, extent.data(), nullptr);
+    const hsize_t height = extent[extent.size() - 2];
+    if (std::ranges::find(extent, 0U) != extent.end() ||
+        extent.back() > std::numeric_limits<zt::u32>::max() / height)
+        return {};
+    return extent;
+}
+
+// Nothing for a dataset that can't be a mask.
+std::optional<Hdf5MaskImage> imageAt(hid_t file, const std::string& path) {
     const Hdf5Object object = openHdf5Object(file, path);
     if (!object.isOpen() || H5Iget_type(object) != H5I_DATASET)
         return std::nullopt;
@@ -122,32 +137,37 @@ std::optional<Hdf5MaskImage> readImageAt(hid_t file, const std::string& path) {
         throw Error(path + ": " + *problem);
     const Hdf5Type type{H5Dget_type(object)};
     const auto kind = maskTypeOf(type);
+    const std::vector<hsize_t> extent = extentOf(object);
+    if (!kind || extent.empty())
+        return std::nullopt;
+    return Hdf5MaskImage{path, static_cast<zt::u32>(extent.back()),
+                         static_cast<zt::u32>(extent[extent.size() - 2]), kind->isBoolean};
+}
+
+// Of the first image.
+std::vector<zt::u32> valuesOf(hid_t file, const Hdf5MaskImage& image) {
+    const Hdf5Object object = openHdf5Object(file, image.dataset);
+    const Hdf5Type type{H5Dget_type(object)};
+    const auto kind = maskTypeOf(type);
+    std::vector<hsize_t> extent = extentOf(object);
+    const hsize_t pixels = hsize_t{image.width} * image.height;
+    if (!kind || kind->isBoolean != image.isBoolean || extent.empty() ||
+        extent.back() * extent[extent.size() - 2] != pixels)
+        throw Error(image.dataset + ": has changed since it was looked for");
     const Hdf5Space space{H5Dget_space(object)};
-    const int rank = H5Sget_simple_extent_ndims(space);
-    if (!kind || rank < 2 || rank > 4)
-        return std::nullopt;
-    std::vector<hsize_t> extent(static_cast<std::size_t>(rank));
-    H5Sget_simple_extent_dims(space, extent.data(), nullptr);
-    const hsize_t pixels = extent[extent.size() - 1] * extent[extent.size() - 2];
-    if (std::ranges::find(extent, 0U) != extent.end() || pixels > std::numeric_limits<zt::u32>::max())
-        return std::nullopt;
-    Hdf5MaskImage image{path,
-                        static_cast<zt::u32>(extent.back()),
-                        static_cast<zt::u32>(extent[extent.size() - 2]),
-                        kind->isBoolean,
-                        {}};
     const std::vector<hsize_t> start(extent.size(), 0);
     std::fill(extent.begin(), extent.end() - 2, 1);
     H5Sselect_hyperslab(space, H5S_SELECT_SET, start.data(), nullptr, extent.data(), nullptr);
     const Hdf5Space memory{H5Screate_simple(1, &pixels, nullptr)};
     std::vector<zt::i64> numbers(kind->isBoolean ? 0 : pixels);
     std::vector<zt::u8> booleans(kind->isBoolean ? pixels : 0);
-    void* const values = kind->isBoolean ? static_cast<void*>(booleans.data()) : numbers.data();
-    if (H5Dread(object, kind->memory, memory, space, H5P_DEFAULT, values) < 0)
-        throw Error(path + ": cannot be read" + Hdf5Session::reason());
-    image.values.assign(booleans.begin(), booleans.end());
-    std::ranges::transform(numbers, std::back_inserter(image.values), maskValue);
-    return image;
+    void* const target = kind->isBoolean ? static_cast<void*>(booleans.data()) : numbers.data();
+    if (H5Dread(object, kind->memory, memory, space, H5P_DEFAULT, target) < 0)
+        throw Error(image.dataset + ": cannot be read" + Hdf5Session::reason());
+    std::vector<zt::u32> values(booleans.begin(), booleans.end());
+    values.reserve(pixels);
+    std::ranges::transform(numbers, std::back_inserter(values), maskValue);
+    return values;
 }
 
 std::vector<std::string> datasetsIn(hid_t file) {
@@ -165,7 +185,7 @@ std::optional<Hdf5MaskImage> chooseImage(hid_t file) {
     const std::vector<std::string> paths = datasetsIn(file);
     for (const std::string& path : paths)
         if (isMaskDataset(path))
-            if (auto image = readImageAt(file, path))
+            if (auto image = imageAt(file, path))
                 return image;
     std::optional<Hdf5MaskImage> only;
     for (const std::string& path : paths) {
@@ -173,7 +193,7 @@ std::optional<Hdf5MaskImage> chooseImage(hid_t file) {
         if (!object.isOpen() || H5Iget_type(object) != H5I_DATASET ||
             H5Tget_class(Hdf5Type{H5Dget_type(object)}) != H5T_ENUM)
             continue;
-        auto image = readImageAt(file, path);
+        auto image = imageAt(file, path);
         if (image && only)
             return std::nullopt;
         if (image)
@@ -184,15 +204,32 @@ std::optional<Hdf5MaskImage> chooseImage(hid_t file) {
 
 } // namespace
 
-std::optional<Hdf5MaskImage> readHdf5Mask(const std::string& path) {
+namespace {
+
+// Calls `work` with the open file; its errors begin with the file's name.
+template <typename Work>
+auto withMaskFile(const std::string& path, Work work) {
     const Hdf5Session session;
-    const DatasetPath place = splitDatasetPath(path);
-    const Hdf5FileHandle file = openHdf5(place.file, "this HDF5 file is truncated or damaged");
+    const Hdf5FileHandle file = openHdf5(path, "this HDF5 file is truncated or damaged");
     try {
-        return place.dataset.empty() ? chooseImage(file) : readImageAt(file, place.dataset);
+        return work(file);
     } catch (const Error& error) {
-        throw Error(place.file + ": " + error.what());
+        throw Error(path + ": " + error.what());
     }
+}
+
+} // namespace
+
+std::optional<Hdf5MaskImage> findHdf5Mask(const std::string& path) {
+    const DatasetPath place = splitDatasetPath(path);
+    return withMaskFile(place.file, [&](hid_t file) {
+        return place.dataset.empty() ? chooseImage(file) : imageAt(file, place.dataset);
+    });
+}
+
+std::vector<zt::u32> readHdf5Mask(const std::string& file, const Hdf5MaskImage& image) {
+    return withMaskFile(
+        file, [&](hid_t open) { return valuesOf(open, image); });
 }
 
 void writeHdf5Mask(const std::string& path, zt::u32 width, zt::u32 height, std::span<const zt::u32> values) {

@@ -24,13 +24,16 @@ struct Hdf5MaskImage {
     zt::u32 width = 0;
     zt::u32 height = 0;
     bool isBoolean = false;
-    std::vector<zt::u32> values; // the low 32 bits of each; all bits for a value that has none of them
 };
 
-// Reads the mask of a file: the dataset at the path, or else the one that isMaskDataset() nearest to the
-// root, or else the only boolean one. Nothing if the file has none of these, and for other numbers than whole
-// ones. Throws Error.
-std::optional<Hdf5MaskImage> readHdf5Mask(const std::string& path);
+// The mask of a file: the dataset at the path, or else the one that isMaskDataset() nearest to the root, or
+// else the only boolean one. Nothing if the file has none of these, and for other numbers than whole ones.
+// Throws Error.
+std::optional<Hdf5MaskImage> findHdf5Mask(const std::string& path);
+
+// Reads the first image: the low 32 bits of each value; all bits for a value that has none of them. A small
+// file may name a huge image, so check its size first. Throws Error.
+std::vector<zt::u32> readHdf5Mask(const std::string& file, const Hdf5MaskImage& image);
 
 // Writes a mask as `pixel_mask` of an NXdetector, at which the file's default plot points. Throws Error.
 void writeHdf5Mask(const std::string& path, zt::u32 width, zt::u32 height, std::span<const zt::u32> values);

@@ -97,40 +97,42 @@ bool readList(PixelMask& mask, const std::string& path) {
     return true;
 }
 
-PlainMask maskOf(const std::string& path, Hdf5MaskImage image) {
-    PlainMask plain;
+void checkSize(const std::string& source, zt::u32 width, zt::u32 height, const PixelMask& frames) {
+    if (width != frames.width || height != frames.height)
+        throw Error(source + ": the mask has " + sizeText(width, height) + " pixels, the frames have " +
+                    sizeText(frames.width, frames.height) + "; give --device-mask none or another file");
+}
+
+// Each of these takes the size of the frames from the mask that it reads, and allocates no other one.
+
+void readMaskDataset(PlainMask& plain, const std::string& file, const Hdf5MaskImage& image) {
+    PixelMask& mask = plain.mask;
+    mask.source = file + "::" + image.dataset;
+    checkSize(mask.source, image.width, image.height, mask);
+    mask.faults = readHdf5Mask(file, image);
     plain.hasReasons = isMaskDataset(image.dataset);
-    plain.mask = {image.width, image.height, std::move(image.values),
-                  splitDatasetPath(path).file + "::" + image.dataset};
     if (image.isBoolean && plain.hasReasons)
-        for (zt::u32& value : plain.mask.faults)
+        for (zt::u32& value : mask.faults)
             value *= fault::masked;
-    return plain;
 }
 
 // The first frame of a file.
-PlainMask maskOfFrame(const std::string& path) {
-    const FramePtr frame = FrameFile::open(path)->readFrame(0);
+void readPlainFrame(PlainMask& plain, const std::string& path) {
+    const auto file = FrameFile::open(path);
+    checkSize(path, file->info().width, file->info().height, plain.mask);
+    const FramePtr frame = file->readFrame(0);
     frame->convertToType(zt::DT_DOUBLE);
-    PlainMask plain{{frame->width(), frame->height(), {}, path}, false};
-    for (const double pixel : std::as_const(*frame).pixels<double>())
-        plain.mask.faults.push_back(pixel != 0);
-    return plain;
+    std::ranges::transform(std::as_const(*frame).pixels<double>(), plain.mask.faults.begin(),
+                           [](double pixel) { return pixel != 0; });
+    plain.hasReasons = false;
 }
 
-PlainMask readImage(const std::string& path) {
+void readImage(PlainMask& plain, const std::string& path) {
     const std::string file = splitDatasetPath(path).file;
     if (fileKind(FileDescriptor::openForReading(file)) == FileKind::Hdf5)
-        if (auto image = readHdf5Mask(path))
-            return maskOf(path, std::move(*image));
-    return maskOfFrame(path);
-}
-
-void checkMask(const PixelMask& mask, zt::u32 width, zt::u32 height) {
-    if (mask.width != width || mask.height != height)
-        throw Error(mask.source + ": the mask has " + sizeText(mask.width, mask.height) +
-                    " pixels, the frames have " + sizeText(width, height) +
-                    "; give --device-mask none or another file");
+        if (const auto image = findHdf5Mask(path))
+            return readMaskDataset(plain, file, *image);
+    readPlainFrame(plain, path);
 }
 
 // Turns the values into faults.
@@ -169,8 +171,7 @@ PixelMask readPixelMask(const std::string& path, const std::string& convention, 
     PlainMask plain{{width, height, std::vector<zt::u32>(std::size_t{width} * height), path}, true};
     const FileKind kind = fileKind(FileDescriptor::openForReading(splitDatasetPath(path).file));
     if (kind != FileKind::Other || !readList(plain.mask, path)) {
-        plain = readImage(path);
-        checkMask(plain.mask, width, height);
+        readImage(plain, path);
         applyConvention(plain, convention);
     }
     if (plain.mask.masked() == plain.mask.faults.size())
