@@ -37,7 +37,7 @@ TEST(BadPixels, FindsTheFaultsOfASimulatedSetAndNoOthers) {
     const std::string mask = folder / "mask.h5";
     const ProgramResult made =
         runWell({"calibrate", "bad-pixels", set + "/frames.h5", "-o", mask, "-o", folder / "mask.tif", "-o",
-                 folder / "mask.txt", "--picture", folder / "mask.png", "-q"});
+                 folder / "mask.TXT", "--picture", folder / "mask.png", "-q"});
     EXPECT_THAT(made.output, HasSubstr("gap               384\n"));
     const auto found = ombrel::readPixelMask(mask, "", 128, 128);
     std::vector<bool> isFaulty(found.faults.size());
@@ -59,7 +59,7 @@ TEST(BadPixels, FindsTheFaultsOfASimulatedSetAndNoOthers) {
     for (std::size_t i = 0; i < isFaulty.size(); ++i)
         EXPECT_TRUE(isFaulty[i] || found.faults[i] == 0) << i;
 
-    EXPECT_EQ(ombrel::readPixelMask(folder / "mask.txt", "", 128, 128).faults, found.faults);
+    EXPECT_EQ(ombrel::readPixelMask(folder / "mask.TXT", "", 128, 128).faults, found.faults);
     EXPECT_EQ(ombrel::readPixelMask(folder / "mask.tif", "", 128, 128).deviceBytes(), found.deviceBytes());
     EXPECT_GT(std::filesystem::file_size(folder / "mask.png"), 1000u);
 }

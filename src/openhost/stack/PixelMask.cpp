@@ -201,8 +201,10 @@ namespace {
 enum class MaskFormat { Unknown, Nexus, Tiff, Text };
 
 MaskFormat formatOf(const std::string& path) {
-    const auto isOneOf = [&](std::initializer_list<std::string_view> suffixes) {
-        return std::ranges::any_of(suffixes, [&](std::string_view suffix) { return path.ends_with(suffix); });
+    const QString name = QString::fromStdString(path);
+    const auto isOneOf = [&](std::initializer_list<const char*> suffixes) {
+        return std::ranges::any_of(
+            suffixes, [&](const char* suffix) { return name.endsWith(suffix, Qt::CaseInsensitive); });
     };
     return isOneOf({".h5", ".hdf5", ".nxs"}) ? MaskFormat::Nexus
            : isOneOf({".tif", ".tiff"})      ? MaskFormat::Tiff
