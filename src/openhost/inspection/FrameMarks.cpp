@@ -5,11 +5,10 @@
 #include "frame/PixelType.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstddef>
 #include <limits>
-#include <type_traits>
-#include <utility>
 
 namespace ombrel {
 
@@ -21,58 +20,80 @@ bool isInteger(zt::u8 pixelType) {
     return pixelType != zt::DT_FLOAT && pixelType != zt::DT_DOUBLE;
 }
 
+struct MarkRule {
+    bool top = false;
+    bool negative = false;
+};
+
 template <typename T>
-std::vector<zt::u32> markedIn(std::span<const T> pixels, bool top, bool negative) {
+std::vector<zt::u32> markedIn(std::span<const T> pixels, MarkRule rule) {
     std::vector<zt::u32> marked;
-    if constexpr (std::is_integral_v<T>) {
-        const auto isMark = [=](T pixel) {
-            return (top && pixel == std::numeric_limits<T>::max()) || (negative && std::cmp_less(pixel, 0));
-        };
-        // Few frames have marks: the test of a whole block is vectorised.
-        constexpr std::size_t block = 1024;
-        for (std::size_t begin = 0; begin < pixels.size(); begin += block) {
-            const std::size_t end = std::min(begin + block, pixels.size());
-            bool any = false;
-            for (std::size_t i = begin; i < end; ++i)
-                any |= isMark(pixels[i]);
-            for (std::size_t i = begin; any && i < end; ++i)
-                if (isMark(pixels[i]))
-                    marked.push_back(static_cast<zt::u32>(i));
-        }
+    // Few frames have marks: the test of a whole block is vectorised.
+    constexpr std::size_t block = 1024;
+    for (std::size_t begin = 0; begin < pixels.size(); begin += block) {
+        const std::size_t end = std::min(begin + block, pixels.size());
+        bool any = false;
+        for (std::size_t i = begin; i < end; ++i)
+            any |= isMark(pixels[i], rule.top, rule.negative);
+        for (std::size_t i = begin; any && i < end; ++i)
+            if (isMark(pixels[i], rule.top, rule.negative))
+                marked.push_back(static_cast<zt::u32>(i));
     }
     return marked;
 }
 
-// The weighted mean around a pixel; `isGood` for each pixel of the frame.
-template <typename T>
-double meanAround(std::span<const T> pixels, zt::u32 width, zt::u32 at, const std::vector<bool>& isGood) {
+using Weights = std::array<std::array<double, fillReach + 1>, fillReach + 1>;
+
+// By the distance in x and y. The pixel itself is marked and has none.
+const Weights& inverseDistances() {
+    static const Weights weights = [] {
+        Weights all{};
+        for (zt::u32 v = 0; v <= fillReach; ++v)
+            for (zt::u32 u = 0; u <= fillReach; ++u)
+                all[v][u] = u + v == 0 ? 0 : 1 / std::hypot(static_cast<double>(u), static_cast<double>(v));
+        return all;
+    }();
+    return weights;
+}
+
+zt::u32 distance(zt::u32 one, zt::u32 other) {
+    return one < other ? other - one : one - other;
+}
+
+// The weighted mean around a pixel; `isGood` for the index of a pixel.
+template <typename T, typename Good>
+double meanAround(std::span<const T> pixels, zt::u32 width, zt::u32 at, Good isGood) {
     const auto height = static_cast<zt::u32>(pixels.size() / width);
     const zt::u32 x = at % width;
     const zt::u32 y = at / width;
+    const Weights& factors = inverseDistances();
     double sum = 0;
     double weights = 0;
     for (zt::u32 v = y - std::min(y, fillReach); v <= std::min(y + fillReach, height - 1); ++v)
         for (zt::u32 u = x - std::min(x, fillReach); u <= std::min(x + fillReach, width - 1); ++u) {
             const std::size_t pixel = std::size_t{v} * width + u;
-            if (!isGood[pixel])
+            if (!isGood(pixel))
                 continue;
-            const double weight = 1 / std::hypot(static_cast<double>(u) - x, static_cast<double>(v) - y);
+            const double weight = factors[distance(v, y)][distance(u, x)];
             sum += weight * static_cast<double>(pixels[pixel]);
             weights += weight;
         }
     return weights > 0 ? sum / weights : 0;
 }
 
+// A few marked pixels cost no pass over the frame: the means are taken while all marks are still in it.
 template <typename T>
 void fillMarked(std::span<T> pixels, zt::u32 width, std::span<const zt::u32> marked,
-                std::span<const zt::u8> mask) {
-    std::vector<bool> isGood(pixels.size(), true);
-    for (std::size_t i = 0; i < mask.size(); ++i)
-        isGood[i] = mask[i] != 0;
+                std::span<const zt::u8> mask, MarkRule rule) {
+    const auto isGood = [&](std::size_t pixel) {
+        return (mask.empty() || mask[pixel] != 0) && !isMark(pixels[pixel], rule.top, rule.negative);
+    };
+    std::vector<T> means;
+    means.reserve(marked.size());
     for (const zt::u32 pixel : marked)
-        isGood[pixel] = false;
-    for (const zt::u32 pixel : marked)
-        pixels[pixel] = clampedCast<T>(meanAround(std::span<const T>(pixels), width, pixel, isGood));
+        means.push_back(clampedCast<T>(meanAround(std::span<const T>(pixels), width, pixel, isGood)));
+    for (std::size_t i = 0; i < marked.size(); ++i)
+        pixels[marked[i]] = means[i];
 }
 
 } // namespace
@@ -92,22 +113,23 @@ bool FrameMarks::takesNegative(zt::u8 pixelType) const {
 
 std::vector<zt::u32> FrameMarks::find(const Frame& frame) const {
     const zt::u8 type = frame.frameDataType();
-    const bool top = takesTop(type);
-    const bool negative = takesNegative(type);
-    if (!top && !negative)
+    const MarkRule rule{takesTop(type), takesNegative(type)};
+    if (!rule.top && !rule.negative)
         return {};
-    return withPixelType(
-        type, [&](auto pixel) { return markedIn(frame.pixels<decltype(pixel)>(), top, negative); });
+    return withPixelType(type, [&](auto pixel) { return markedIn(frame.pixels<decltype(pixel)>(), rule); });
 }
 
 std::vector<zt::u32> FrameMarks::fill(Frame& frame) const {
     std::vector<zt::u32> marked = find(frame);
-    if (!marked.empty())
-        withPixelType(frame.frameDataType(), [&](auto pixel) {
-            fillMarked(frame.pixels<decltype(pixel)>(), frame.width(), marked,
-                       mask.size() == frame.size() ? std::span<const zt::u8>(mask)
-                                                   : std::span<const zt::u8>());
-        });
+    if (marked.empty())
+        return marked;
+    const zt::u8 type = frame.frameDataType();
+    const MarkRule rule{takesTop(type), takesNegative(type)};
+    const auto known =
+        mask.size() == frame.size() ? std::span<const zt::u8>(mask) : std::span<const zt::u8>();
+    withPixelType(type, [&](auto pixel) {
+        fillMarked(frame.pixels<decltype(pixel)>(), frame.width(), marked, known, rule);
+    });
     return marked;
 }
 

@@ -4,11 +4,22 @@
 #include "stack/FrameStack.h"
 #include "zt/Types.h"
 
+#include <limits>
 #include <span>
 #include <string>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 namespace ombrel {
+
+// Whether the greatest value or negative values mark pixels, as far as asked for.
+template <typename T>
+bool isMark(T pixel, bool top, bool negative) {
+    if constexpr (std::is_integral_v<T>)
+        return (top && pixel == std::numeric_limits<T>::max()) || (negative && std::cmp_less(pixel, 0));
+    return false;
+}
 
 // Which values of a frame mark a pixel as not measured.
 struct MarkOptions {
@@ -19,8 +30,7 @@ struct MarkOptions {
 // Counting detectors mark pixels of single frames by the greatest value of the pixel type, or by negative
 // values.
 //   - auto: the greatest value of 32 and 64 bit integers, and negative ones. In 8 and 16 bit the greatest
-//   value is
-//     saturation, and negative ones are the result of a subtraction: both stay
+//     value is saturation, and negative ones are the result of a subtraction: both stay
 //   - top: the greatest value of every integer type
 //   - negative: negative values of every signed integer type
 class FrameMarks {
