@@ -78,11 +78,15 @@ FieldThumbnail thumbnailOf(const Frame& frame) {
         const auto pixels = frame.pixels<decltype(type)>();
         for (zt::u32 y = 0; y < frame.height(); ++y)
             for (zt::u32 x = 0; x < frame.width(); ++x) {
+                const auto pixel = pixels[std::size_t{y} * frame.width() + x];
+                if (!isCounted(pixel))
+                    continue;
                 const std::size_t at = std::size_t{y / step} * width + x / step;
-                thumbnail.pixels[at] += static_cast<double>(pixels[std::size_t{y} * frame.width() + x]);
+                thumbnail.pixels[at] += static_cast<double>(pixel);
                 counts[at] += 1;
             }
     });
+    // 0 / 0 is NaN.
     std::ranges::transform(thumbnail.pixels, counts, thumbnail.pixels.begin(), std::divides());
     return thumbnail;
 }

@@ -48,7 +48,7 @@ struct InspectionLimits {
     std::optional<double> structure;  // sigma; default: as many as give 1 false alarm in 100,000 good frames
 };
 
-// A frame in small: each pixel is the mean of those that it shows.
+// A frame in small: each pixel is the mean of those that it shows and that count; NaN without any.
 struct FieldThumbnail {
     zt::u32 width = 0;
     std::vector<double> pixels;

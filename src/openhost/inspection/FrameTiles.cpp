@@ -127,11 +127,7 @@ SumOf<T> addPixels(std::span<const T> pixels, T top, RowCounts<T>& counts) {
     SumOf<T> sum = 0;
     zt::u32 zero = 0, saturated = 0, skipped = 0;
     for (const T pixel : pixels) {
-        bool counted = true;
-        if constexpr (std::is_floating_point_v<T>)
-            counted = pixel - pixel == 0;
-        else if constexpr (sizeof(T) >= 4)
-            counted = pixel != std::numeric_limits<T>::max();
+        const bool counted = isCounted(pixel);
         sum += counted ? static_cast<SumOf<T>>(pixel) : SumOf<T>{};
         zero += pixel == 0;
         saturated += pixel >= top;

@@ -2,10 +2,12 @@
 
 #include "frame/Frame.h"
 #include "frame/Statistics.h"
+#include "inspection/FrameMarks.h"
 #include "zt/Types.h"
 
 #include <cstddef>
 #include <optional>
+#include <type_traits>
 #include <vector>
 
 namespace ombrel {
@@ -41,8 +43,16 @@ private:
     std::vector<zt::u32> yEdges;
 };
 
-// What one pass over the pixels of a frame gives. Pixels that are not finite, and those that a detector marks
-// by the greatest value of a 32 or 64 bit integer, count as 0 in the sums.
+// Whether a pixel was measured: finite, and not marked as FrameMarks detects it by itself.
+template <typename T>
+bool isCounted(T pixel) {
+    if constexpr (std::is_floating_point_v<T>)
+        return pixel - pixel == 0;
+    else
+        return sizeof(T) < 4 || !isMark(pixel, true, true);
+}
+
+// What one pass over the pixels of a frame gives. Pixels that do not count are 0 in the sums.
 struct TileFigures {
     double level = 0; // mean of the counted pixels; NaN without any
     zt::u64 zero = 0;

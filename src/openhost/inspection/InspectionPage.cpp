@@ -124,17 +124,20 @@ std::string sectionOf(const InspectionReport& report) {
 } // namespace
 
 std::vector<double> meanThumbnail(const InspectionReport& report) {
-    std::vector<double> mean;
-    std::size_t count = 0;
+    std::vector<double> mean, counts;
     for (const FieldVerdict& field : report.fields) {
-        if (field.verdict != Verdict::Good || field.thumbnail.pixels.empty())
+        const std::vector<double>& pixels = field.thumbnail.pixels;
+        if (field.verdict != Verdict::Good)
             continue;
-        mean.resize(field.thumbnail.pixels.size());
-        std::ranges::transform(mean, field.thumbnail.pixels, mean.begin(), std::plus());
-        ++count;
+        mean.resize(std::max(mean.size(), pixels.size()));
+        counts.resize(mean.size());
+        for (std::size_t i = 0; i < pixels.size(); ++i)
+            if (std::isfinite(pixels[i])) {
+                mean[i] += pixels[i];
+                counts[i] += 1;
+            }
     }
-    for (double& value : mean)
-        value /= static_cast<double>(count);
+    std::ranges::transform(mean, counts, mean.begin(), std::divides()); // 0 / 0 is NaN
     return mean;
 }
 
@@ -160,10 +163,16 @@ QImage ratioPicture(const FieldVerdict& field, const std::vector<double>& mean) 
     const std::vector<double>& pixels = field.thumbnail.pixels;
     if (pixels.empty() || mean.size() != pixels.size())
         return {};
+    double sum = 0, meanSum = 0;
+    for (std::size_t i = 0; i < pixels.size(); ++i)
+        if (std::isfinite(pixels[i]) && std::isfinite(mean[i])) {
+            sum += pixels[i];
+            meanSum += mean[i];
+        }
+    const double level = sum / meanSum;
     std::vector<double> ratio(pixels.size());
-    const double level = meanOf(pixels) / meanOf(mean);
     for (std::size_t i = 0; i < ratio.size(); ++i)
-        ratio[i] = mean[i] > 0 && level > 0 ? pixels[i] / mean[i] / level : 0;
+        ratio[i] = mean[i] <= 0 || !(level > 0) ? 0 : pixels[i] / mean[i] / level;
     return greyImage(ratio, field.thumbnail.width, {1 - ratioReach, 1 + ratioReach});
 }
 

@@ -12,7 +12,7 @@ namespace ombrel {
 // One HTML page with the figures and pictures of all sets. It refers to no other file and needs no script.
 std::string inspectionPage(const std::vector<InspectionReport>& reports);
 
-// The mean of the good frames' thumbnails; empty without any.
+// The mean of the good frames' thumbnails, of those that count there; empty without any.
 std::vector<double> meanThumbnail(const InspectionReport& report);
 
 // The thumbnail in grey on the scale of the good frames, with the worst tile marked if the frame has

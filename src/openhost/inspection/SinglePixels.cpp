@@ -1,13 +1,12 @@
 #include "inspection/SinglePixels.h"
 
 #include "frame/PixelType.h"
+#include "inspection/FrameTiles.h"
 
 #include <algorithm>
 #include <cmath>
 #include <functional>
-#include <limits>
 #include <map>
-#include <type_traits>
 
 namespace ombrel {
 
@@ -17,14 +16,6 @@ constexpr std::size_t mostTilesPerFrame = 16;
 constexpr std::size_t pixelsPerLeftOut = 100;
 // Of the limit. Without its largest pixels, noise of the same size deviates less.
 constexpr double limitPart = 0.75;
-
-template <typename T>
-bool isCounted(T pixel) {
-    if constexpr (std::is_floating_point_v<T>)
-        return std::isfinite(pixel);
-    else
-        return sizeof(T) < 4 || pixel != std::numeric_limits<T>::max();
-}
 
 // The pixels of a tile; those that do not count are 0.
 std::vector<double> tilePixels(const Frame& frame, const Region& tile) {

@@ -2,6 +2,7 @@
 #include "inspection/FlatInspection.h"
 
 #include "fixtures/Testing.h"
+#include "inspection/InspectionPage.h"
 #include "inspection/TileStructure.h"
 
 #include <random>
@@ -126,6 +127,31 @@ TEST(FlatInspection, JudgesDarkFieldsThatAreZeroOrLit) {
     EXPECT_THAT(faultsOf(darks.inspect({}, true)), IsEmpty());
     std::ranges::fill(darks[4], flatCounts);
     EXPECT_THAT(faultsOf(darks.inspect({}, true)), ElementsAre("4 level"));
+}
+
+TEST(FlatInspection, LeavesMarkedPixelsOutOfLevelsAndPictures) {
+    FieldSet set{
+        .name = "flat fields", .width = 256, .height = 2, .places = {{"a", 0}, {"a", 1}}, .read = {}};
+    set.wantsThumbnails = true; // of blocks of 2 x 2
+    set.read = [](std::size_t field) {
+        FramePtr frame = Frame::create(256, 2, zt::DT_I32);
+        const auto pixels = frame->pixels<zt::i32>();
+        std::ranges::fill(pixels, 10);
+        if (field == 0) {
+            pixels[0] = -1;
+            pixels[1] = std::numeric_limits<zt::i32>::max();
+            for (const std::size_t i : {2, 3, 258, 259})
+                pixels[i] = -2;
+        }
+        return frame;
+    };
+    const InspectionReport report = inspectFields(set, {});
+    const std::vector<double>& pixels = report.fields[0].thumbnail.pixels;
+    EXPECT_EQ(report.fields[0].level, 10);
+    EXPECT_EQ(pixels[0], 10);
+    EXPECT_TRUE(std::isnan(pixels[1]));
+    EXPECT_THAT(std::span(pixels).subspan(2), Each(10));
+    EXPECT_THAT(meanThumbnail(report), Each(10)); // the second frame has all blocks
 }
 
 TEST(FlatInspection, ReportsDriftOfLevelAndPattern) {
