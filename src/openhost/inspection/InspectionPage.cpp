@@ -80,7 +80,7 @@ std::string rowOf(const InspectionReport& report, const FieldVerdict& field,
     const bool isGood = field.verdict == Verdict::Good;
     std::string row = isGood ? "<tr>" : "<tr class=\"bad\">";
     row += "<td class=\"text\">" + escaped(field.place.file) + "</td><td>" +
-           std::to_string(field.place.frame) + "</td><td>" + imageTag(thumbnailPicture(report, field)) +
+           std::to_string(field.place.frame) + "</td><td>" + imageTag(thumbnailPicture(report, field, mean)) +
            "</td><td>" + imageTag(ratioPicture(field, mean)) + "</td><td>" + formatted("%.6g", field.level) +
            "</td><td>" + formatted("%.2f %%", 100 * field.relativeLevel) + "</td><td>" +
            std::to_string(field.zero) + "</td><td>" + std::to_string(field.saturated) + "</td><td>" +
@@ -141,11 +141,11 @@ std::vector<double> meanThumbnail(const InspectionReport& report) {
     return mean;
 }
 
-QImage thumbnailPicture(const InspectionReport& report, const FieldVerdict& field) {
+QImage thumbnailPicture(const InspectionReport& report, const FieldVerdict& field,
+                        const std::vector<double>& mean) {
     const FieldThumbnail& thumbnail = field.thumbnail;
     if (thumbnail.pixels.empty())
         return {};
-    const std::vector<double> mean = meanThumbnail(report);
     QImage picture =
         greyImage(thumbnail.pixels, thumbnail.width, robustLimits(mean.empty() ? thumbnail.pixels : mean));
     if (field.verdict == Verdict::Structure) {

@@ -126,13 +126,14 @@ void FlatsPane::show(const std::vector<InspectionReport>& inspection) {
 
 void FlatsPane::addSet(std::size_t set) {
     const InspectionReport& report = reports[set];
+    const std::vector<double> mean = meanThumbnail(report);
     for (std::size_t i = 0; i < report.fields.size(); ++i) {
         const FieldVerdict& field = report.fields[i];
         const int row = table->rowCount();
         table->insertRow(row);
         table->setRowHeight(row, thumbnailSide + 4);
         auto* const thumbnail = newItem({});
-        thumbnail->setIcon(QIcon(QPixmap::fromImage(thumbnailPicture(report, field))));
+        thumbnail->setIcon(QIcon(QPixmap::fromImage(thumbnailPicture(report, field, mean))));
         table->setItem(row, PICTURE, thumbnail);
         table->setItem(row, FLAT_FILE,
                        newItem(QFileInfo(QString::fromStdString(field.place.file)).fileName()));
