@@ -75,6 +75,15 @@ TEST(BadPixels, SaysWhatItCannotJudge) {
     EXPECT_THAT(one.messages, HasSubstr("1 flat field: noise is not judged, which takes at least 3"));
     EXPECT_THAT(one.output, HasSubstr("dead              1\n"));
     std::filesystem::remove(mask);
+    writeTiff(folder / "even.tif", ImageStack<zt::u16>{8, 8, std::vector<zt::u16>(64, 50)});
+    std::vector<float> offset(64, 1);
+    offset[27] = NAN;
+    writeTiff(folder / "offset.tif", ImageStack<float>{8, 8, offset});
+    runWell({"calibrate", "bad-pixels", folder / "even.tif", "--dark", folder / "offset.tif", "-o", mask});
+    const auto even = ombrel::readPixelMask(mask, "", 8, 8);
+    EXPECT_EQ(even.faults[27], fault::notFinite);
+    EXPECT_EQ(even.masked(), 1u);
+    std::filesystem::remove(mask);
     writeTiff(folder / "dark.tif", ImageStack<zt::u16>{2, 2, {50, 50, 51, 50, 1, 1, 0, 1, 49, 50, 51, 52}});
     expectRefusal(calibrate(folder / "dark.tif"), 1, "dark.tif, frame 1: its level is 2 % of the median");
     writeTiff(folder / "black.tif", ImageStack<zt::u16>{2, 2, {0, 0, 0, 0}});

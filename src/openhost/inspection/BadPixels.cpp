@@ -162,7 +162,10 @@ private:
         std::vector<double> dark(pixelCount());
         forEachFrame(darks, [&](zt::u64, std::span<const double> frame) {
             for (std::size_t i = 0; i < frame.size(); ++i)
-                dark[i] += frame[i];
+                if (std::isfinite(frame[i]))
+                    dark[i] += std::max(frame[i], 0.0);
+                else if (found.faults[i] == 0)
+                    found.faults[i] = fault::notFinite;
         });
         found.darks = darks.frameCount();
         for (std::size_t i = 0; i < dark.size(); ++i) {
