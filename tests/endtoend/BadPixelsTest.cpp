@@ -86,6 +86,8 @@ TEST(BadPixels, SaysWhatItCannotJudge) {
     std::filesystem::remove(mask);
     writeTiff(folder / "dark.tif", ImageStack<zt::u16>{2, 2, {50, 50, 51, 50, 1, 1, 0, 1, 49, 50, 51, 52}});
     expectRefusal(calibrate(folder / "dark.tif"), 1, "dark.tif, frame 1: its level is 2 % of the median");
+    writeTiff(folder / "faint.tif", ImageStack<zt::u16>{2, 2, {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0}});
+    expectRefusal(calibrate(folder / "faint.tif"), 1, "too few counts to compare their levels");
     writeTiff(folder / "black.tif", ImageStack<zt::u16>{2, 2, {0, 0, 0, 0}});
     expectRefusal(calibrate(folder / "black.tif"), 1, "no pixel counts in any of the flat fields");
     EXPECT_FALSE(std::filesystem::exists(mask));

@@ -131,6 +131,9 @@ private:
     // The levels become shares of the sum over all frames.
     void checkLevels() {
         const double median = medianOfCopy(levels);
+        if (!(median > 0))
+            throw Error(flats.where(0) + ": the flat fields hold too few counts to compare their levels; use "
+                                         "longer exposures");
         double sum = 0;
         for (std::size_t i = 0; i < levels.size(); ++i) {
             if (!(levels[i] < farLevel * median && levels[i] * farLevel > median)) {
