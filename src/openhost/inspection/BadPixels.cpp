@@ -17,13 +17,15 @@ namespace ombrel {
 
 namespace {
 
-constexpr double leastCounts = 20;          // a frame, for chi-square to hold in its far tail
-constexpr double burstShare = 1e-7;         // of good pixels that seem to burst
-constexpr double restShare = 1e-4;          // of bursting pixels whose other frames seem to vary
-constexpr double burstKurtosis = 3.5;       // excess; only one in a hundred noisy pixels reaches it
-constexpr double levelsRemainder = 0.18;    // one in thirty noisy pixels falls below it, in 20 frames
-constexpr double farLevel = 2;              // of a frame, as a factor
-constexpr std::size_t levelSamples = 65536; // pixels that determine the levels of the frames
+constexpr double leastCounts = 20;           // a frame, for chi-square to hold in its far tail
+constexpr double burstShare = 1e-7;          // of good pixels that seem to burst
+constexpr double restShare = 1e-4;           // of bursting pixels whose other frames seem to vary
+constexpr double burstKurtosis = 3.5;        // excess; only one in a hundred noisy pixels reaches it
+constexpr double levelsRemainder = 0.18;     // one in thirty noisy pixels falls below it, in 20 frames
+constexpr double farLevel = 2;               // of a frame, as a factor
+constexpr std::size_t levelSamples = 65536;  // pixels that determine the levels of the frames
+constexpr std::size_t leastSamples = 1024;   // of many frames
+constexpr std::size_t mostSamples = 1 << 27; // of all frames together: 1 GB
 
 // Marked pixels have the value -1.
 FramePtr readDoubles(FrameStack& stack, zt::u64 index) {
@@ -103,7 +105,9 @@ private:
     }
 
     void sumFrames() {
-        const std::size_t step = std::max<std::size_t>(1, pixelCount() / levelSamples);
+        const std::size_t wanted =
+            std::clamp<std::size_t>(mostSamples / flats.frameCount(), leastSamples, levelSamples);
+        const std::size_t step = std::max<std::size_t>(1, pixelCount() / wanted);
         std::vector<std::vector<double>> samples;
         forEachFrame(flats, [&](zt::u64 index, std::span<const double> frame) {
             totals.add(frame, index == 0);
