@@ -290,8 +290,10 @@ private:
         markKinds(noisy);
     }
 
-    // Tells flickering pixels from noisy ones by all of their values.
+    // Distinguishes flickering pixels from noisy ones by all of their values.
     void markKinds(std::map<std::size_t, std::vector<double>>& noisy) {
+        if (noisy.empty())
+            return;
         forEachFrame(flats, [&](zt::u64 index, std::span<const double> frame) {
             for (auto& [pixel, deviations] : noisy) {
                 const double mean = expected(pixel, index);

@@ -31,9 +31,9 @@ inline constexpr zt::u64 leastFlatsForNoise = 3;
 inline constexpr zt::u64 leastFlatsForKinds = 8;
 
 // Judges each pixel. `darks` may be null. `known` holds faults that are known before, 0 for none; pixels with
-// one keep it and are not judged. `frameRead` is called after each frame that is read; flats are read three
-// times, darks once. Throws Error for a flat field whose level is far from that of the others, and if no
-// pixel counts.
+// one keep it and are not judged. `frameRead` is called after each frame that is read; flats are read up to
+// three times, darks once. Throws Error for a flat field whose level is far from that of the others, and if
+// no pixel counts.
 BadPixels findBadPixels(FrameStack& flats, FrameStack* darks, const std::vector<zt::u32>& known,
                         const BadPixelLimits& limits, const std::function<void()>& frameRead);
 
