@@ -129,9 +129,11 @@ void GridRefinement::choosePolynomial() {
         const GridPolynomial tried(plan.grid, degree);
         if (tried.size() == before || tried.size() >= points.size() || tried.size() > mostTerms)
             break;
+        const auto triedFit = GridFit::of(tried, points);
+        if (!triedFit)
+            break; // nor is one of a higher degree determined
         before = tried.size();
-        const GridFit triedFit(tried, points);
-        SurfaceErrors triedErrors = surfaceErrors(triedFit, tried, points, logs);
+        SurfaceErrors triedErrors = surfaceErrors(*triedFit, tried, points, logs);
         if (polynomial && std::sqrt(triedErrors.leftOut) * sameError > std::sqrt(errors.leftOut))
             continue;
         polynomial = tried;

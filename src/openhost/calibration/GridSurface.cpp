@@ -1,10 +1,9 @@
 #include "calibration/GridSurface.h"
 
-#include "base/Error.h"
-
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <utility>
 
 namespace ombrel {
 
@@ -14,15 +13,15 @@ std::array<double, 3> coordinates(const GridPoint& point) {
     return {point.v, point.t, point.e};
 }
 
-// The inverse of a symmetric positive definite matrix, by Gauss and Jordan. Throws Error if it has none.
-std::vector<double> inverted(std::vector<double> matrix, std::size_t size) {
+// The inverse of a symmetric positive definite matrix, by Gauss and Jordan. Nothing if it has none.
+std::optional<std::vector<double>> inverted(std::vector<double> matrix, std::size_t size) {
     std::vector<double> inverse(size * size);
     for (std::size_t i = 0; i < size; ++i)
         inverse[i * size + i] = 1;
     for (std::size_t column = 0; column < size; ++column) {
         const double pivot = matrix[column * size + column];
         if (!(pivot > 1e-9))
-            throw Error("the measured points do not determine a surface");
+            return std::nullopt;
         for (std::size_t k = 0; k < size; ++k) {
             matrix[column * size + k] /= pivot;
             inverse[column * size + k] /= pivot;
@@ -68,18 +67,23 @@ std::vector<double> GridPolynomial::at(const GridPoint& point) const {
     return terms;
 }
 
-GridFit::GridFit(const GridPolynomial& polynomial, std::span<const GridPoint> points)
-    : termCount(polynomial.size()), pointCount(points.size()), weights(termCount * pointCount),
-      leverages(pointCount) {
-    std::vector<std::vector<double>> terms;
+std::optional<GridFit> GridFit::of(const GridPolynomial& polynomial, std::span<const GridPoint> points) {
+    const std::size_t count = polynomial.size();
+    Terms terms;
     for (const GridPoint& point : points)
         terms.push_back(polynomial.at(point));
-    std::vector<double> normal(termCount * termCount);
+    std::vector<double> normal(count * count);
     for (const auto& at : terms)
-        for (std::size_t i = 0; i < termCount; ++i)
-            for (std::size_t j = 0; j < termCount; ++j)
-                normal[i * termCount + j] += at[i] * at[j];
-    inverse = inverted(std::move(normal), termCount);
+        for (std::size_t i = 0; i < count; ++i)
+            for (std::size_t j = 0; j < count; ++j)
+                normal[i * count + j] += at[i] * at[j];
+    auto inverse = inverted(std::move(normal), count);
+    return inverse ? std::optional(GridFit(terms, std::move(*inverse))) : std::nullopt;
+}
+
+GridFit::GridFit(const Terms& terms, std::vector<double> normalInverse)
+    : termCount(terms.front().size()), pointCount(terms.size()), inverse(std::move(normalInverse)),
+      weights(termCount * pointCount), leverages(pointCount) {
     for (std::size_t point = 0; point < pointCount; ++point)
         for (std::size_t i = 0; i < termCount; ++i) {
             double& weight = weights[i * pointCount + point];

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstddef>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -34,11 +35,11 @@ private:
     int highest;
 };
 
-// The least-squares fit of a polynomial to values at the measured points. Throws Error when the points do not
-// determine it.
+// The least-squares fit of a polynomial to values at the measured points.
 class GridFit {
 public:
-    GridFit(const GridPolynomial& polynomial, std::span<const GridPoint> points);
+    // Nothing when the points do not determine the polynomial, or not within the digits of a double.
+    static std::optional<GridFit> of(const GridPolynomial& polynomial, std::span<const GridPoint> points);
 
     // The coefficient of a term is the sum of weight(term, point) x the value at that point.
     double weight(std::size_t term, std::size_t point) const { return weights[term * pointCount + point]; }
@@ -48,6 +49,9 @@ public:
     double covariance(std::size_t one, std::size_t other) const { return inverse[one * termCount + other]; }
 
 private:
+    using Terms = std::vector<std::vector<double>>; // at each point
+    GridFit(const Terms& terms, std::vector<double> normalInverse);
+
     std::size_t termCount;
     std::size_t pointCount;
     std::vector<double> inverse; // of the normal matrix
