@@ -155,6 +155,10 @@ void writeRefined(GridRefinement& refinement, const RefinePlan& plan, SettingsTr
     double perFlat = secondsPerFlat(plan, settings, trial);
     for (int attempt = 1;; ++attempt) {
         refinement.choose(perFlat, plan.search);
+        if (attempt == 1) {
+            Progress fitting(console, plan.heaps.images(), options.quiet);
+            refinement.fitAllPixels([&] { fitting.advance(); });
+        }
         const RefinedGrid& grid = refinement.chosen();
         settings.set(adaptiveGroup, "Search",
                      grid.isForLookAround ? lookAroundSearch : plan.search.value_or(0));

@@ -48,6 +48,11 @@ double bytesOfFlat(const AdaptiveHeapPlan& plan) {
     return 2.0 * sizeof(float) * plan.flats.width() * plan.flats.height();
 }
 
+void refuseIfInterrupted() {
+    if (Interrupt::requested())
+        throw Error("interrupted; nothing was written");
+}
+
 } // namespace
 
 std::optional<std::array<std::size_t, 3>> parseCells(const std::string& text) {
@@ -92,8 +97,7 @@ void GridRefinement::sample(const std::function<void()>& advanced) {
     std::vector<std::vector<double>> values; // of the flat fields, relative to their levels
     std::vector<bool> isGood(pixels.size(), true);
     for (const std::size_t row : rows) {
-        if (Interrupt::requested())
-            throw Error("interrupted; nothing was written");
+        refuseIfInterrupted();
         const GridFlat flat = plan.flats.read(row);
         const double level = meanOf(flat.ofAll);
         counts.push_back(level * flat.frames);
@@ -239,78 +243,24 @@ CalibrationGrid GridRefinement::grid() const {
     return {refined.written, holes};
 }
 
-namespace {
-
-// The surfaces of all pixels.
-class PixelSurfaces {
-public:
-    PixelSurfaces(const GridPolynomial& surface, std::size_t pixels)
-        : polynomial(surface), coefficients(surface.size() * pixels), isDead(pixels), count(pixels),
-          level(surface.size()) {}
-
-    void add(const GridFit& fit, std::size_t point, std::span<const double> flat) {
-        const double mean = meanOf(flat);
-        std::vector<float> logarithms(count);
-        for (std::size_t i = 0; i < count; ++i) {
-            isDead[i] = isDead[i] || !(flat[i] > 0);
-            logarithms[i] = isDead[i] ? 0 : static_cast<float>(std::log(flat[i] / mean));
-        }
-        for (std::size_t term = 0; term < polynomial.size(); ++term) {
-            const double weight = fit.weight(term, point);
-            const auto part = static_cast<float>(weight);
-            level[term] += weight * std::log(mean);
-            float* const row = coefficients.data() + term * count;
-            for (std::size_t i = 0; i < count; ++i)
-                row[i] += part * logarithms[i];
-        }
+void GridRefinement::fitAllPixels(const std::function<void()>& advanced) {
+    surfaces.emplace(*polynomial, std::size_t{plan.flats.width()} * plan.flats.height());
+    for (std::size_t point = 0; point < points.size(); ++point) {
+        refuseIfInterrupted();
+        surfaces->add(*fit, point, plan.flats.read(rows[point]).ofAll);
+        advanced();
     }
-
-    // With the mean of a flat field taken there, or with the mean 1. Dead pixels are 0.
-    std::vector<float> at(const GridPoint& point, bool normalised) const {
-        const auto terms = polynomial.at(point);
-        std::vector<float> image(count);
-        double logLevel = 0;
-        for (std::size_t term = 0; term < terms.size(); ++term) {
-            logLevel += terms[term] * level[term];
-            const auto factor = static_cast<float>(terms[term]);
-            const float* const row = coefficients.data() + term * count;
-            for (std::size_t i = 0; i < count; ++i)
-                image[i] += factor * row[i];
-        }
-        double sum = 0;
-        for (std::size_t i = 0; i < count; ++i) {
-            image[i] = isDead[i] ? 0 : std::exp(image[i]);
-            sum += image[i];
-        }
-        const double scale = (normalised ? 1 : std::exp(logLevel)) * static_cast<double>(count) / sum;
-        for (float& pixel : image)
-            pixel = static_cast<float>(pixel * scale);
-        return image;
-    }
-
-private:
-    const GridPolynomial& polynomial;
-    std::vector<float> coefficients; // of one term after the other
-    std::vector<bool> isDead;
-    std::size_t count;
-    std::vector<double> level; // coefficients of the logarithm of the mean
-};
-
-} // namespace
+}
 
 void GridRefinement::write(CalibrationHeap& heap, const std::function<void()>& advanced) const {
-    PixelSurfaces surfaces(*polynomial, std::size_t{plan.flats.width()} * plan.flats.height());
-    for (std::size_t point = 0; point < points.size(); ++point)
-        surfaces.add(*fit, point, plan.flats.read(rows[point]).ofAll);
     for (const GridPoint& point : refined.written) {
-        if (Interrupt::requested())
-            throw Error("interrupted; nothing was written");
+        refuseIfInterrupted();
         const auto known = std::ranges::find(points, point);
         const auto index = static_cast<std::size_t>(known - points.begin());
         // Where the surface is off by more than the flat field's own noise, the flat field itself is better.
         const bool isKept = known != points.end() && errors.atPoint[index] >= logs.noise[index];
         heap.append(isKept ? imageOf(plan.flats.read(rows[index]).ofAll, plan.normalise)
-                           : surfaces.at(point, plan.normalise));
+                           : surfaces->at(point, plan.normalise));
         advanced();
     }
 }

@@ -43,7 +43,11 @@ public:
 
     // The chosen grid, every other point of it a hole.
     CalibrationGrid grid() const;
-    // Writes the flat fields of all its points. `advanced` is called once for each.
+    // Reads the measured flat fields again, once for all grids that are written. `advanced` is called for
+    // each.
+    void fitAllPixels(const std::function<void()>& advanced);
+    // Writes the flat fields of all points of the chosen grid, after fitAllPixels(). `advanced` is called for
+    // each.
     void write(CalibrationHeap& heap, const std::function<void()>& advanced) const;
 
 private:
@@ -62,6 +66,7 @@ private:
     std::optional<GridPolynomial> polynomial;
     std::optional<GridFit> fit;
     SurfaceErrors errors;
+    std::optional<PixelSurfaces> surfaces;
     double nearest = 0;
     double meanNoise = 0;
     double frameVariance = 0;

@@ -1,5 +1,7 @@
 #include "calibration/GridSurface.h"
 
+#include "base/Numbers.h"
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -91,6 +93,45 @@ GridFit::GridFit(const Terms& terms, std::vector<double> normalInverse)
                 weight += inverse[i * termCount + j] * terms[point][j];
             leverages[point] += terms[point][i] * weight;
         }
+}
+
+void PixelSurfaces::add(const GridFit& fit, std::size_t point, std::span<const double> flat) {
+    const double mean = meanOf(flat);
+    std::vector<float> logarithms(count);
+    for (std::size_t i = 0; i < count; ++i) {
+        isDead[i] = isDead[i] || !(flat[i] > 0);
+        logarithms[i] = isDead[i] ? 0 : static_cast<float>(std::log(flat[i] / mean));
+    }
+    for (std::size_t term = 0; term < polynomial.size(); ++term) {
+        const double weight = fit.weight(term, point);
+        const auto part = static_cast<float>(weight);
+        level[term] += weight * std::log(mean);
+        float* const row = coefficients.data() + term * count;
+        for (std::size_t i = 0; i < count; ++i)
+            row[i] += part * logarithms[i];
+    }
+}
+
+std::vector<float> PixelSurfaces::at(const GridPoint& point, bool normalised) const {
+    const auto terms = polynomial.at(point);
+    std::vector<float> image(count);
+    double logLevel = 0;
+    for (std::size_t term = 0; term < terms.size(); ++term) {
+        logLevel += terms[term] * level[term];
+        const auto factor = static_cast<float>(terms[term]);
+        const float* const row = coefficients.data() + term * count;
+        for (std::size_t i = 0; i < count; ++i)
+            image[i] += factor * row[i];
+    }
+    double sum = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+        image[i] = isDead[i] ? 0 : std::exp(image[i]);
+        sum += image[i];
+    }
+    const double scale = (normalised ? 1 : std::exp(logLevel)) * static_cast<double>(count) / sum;
+    for (float& pixel : image)
+        pixel = static_cast<float>(pixel * scale);
+    return image;
 }
 
 SurfaceErrors surfaceErrors(const GridFit& fit, const GridPolynomial& polynomial,

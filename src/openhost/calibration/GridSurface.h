@@ -59,6 +59,25 @@ private:
     std::vector<double> leverages;
 };
 
+// The surfaces of all pixels. The polynomial must stay valid.
+class PixelSurfaces {
+public:
+    PixelSurfaces(const GridPolynomial& surface, std::size_t pixels)
+        : polynomial(surface), coefficients(surface.size() * pixels), isDead(pixels), count(pixels),
+          level(surface.size()) {}
+
+    void add(const GridFit& fit, std::size_t point, std::span<const double> flat);
+    // With the mean of a flat field taken there, or with the mean 1. Dead pixels are 0.
+    std::vector<float> at(const GridPoint& point, bool normalised) const;
+
+private:
+    const GridPolynomial& polynomial;
+    std::vector<float> coefficients; // of one term after the other
+    std::vector<bool> isDead;
+    std::size_t count;
+    std::vector<double> level; // coefficients of the logarithm of the mean
+};
+
 // Logarithms of the flat fields at some pixels, one row of `pixels` values for each measured point.
 struct SampledLogs {
     std::size_t pixels = 0;
