@@ -146,6 +146,17 @@ double refinedSeconds(const CalibrationHeap& heap, const RefinePlan& plan, const
     return trial.secondsOf(link, settings, plan.heaps.tests().front()) / static_cast<double>(tried);
 }
 
+// Times in seconds.
+std::string tooSlowText(double taken, double allowed) {
+    char text[160];
+    std::snprintf(
+        text, sizeof text,
+        "--time-per-frame %.4g: a frame takes %.3g ms with the refined grid; ask for fewer cells by "
+        "--refine N, or allow more time",
+        1000 * allowed, 1000 * taken);
+    return text;
+}
+
 // Writes the refined grid in place of the measured one. Where a frame takes more time than allowed, since the
 // grid no longer fits into the processor's cache, it is made smaller.
 void writeRefined(GridRefinement& refinement, const RefinePlan& plan, SettingsTree settings, Session& session,
@@ -169,8 +180,11 @@ void writeRefined(GridRefinement& refinement, const RefinePlan& plan, SettingsTr
         heap.sync();
         perFlat = 1.02 * refinedSeconds(heap, plan, settings, grid.tried, trial);
         const double most = options.refine.timePerFrame.value_or(HUGE_VAL) / 1000;
-        if (perFlat * static_cast<double>(grid.tried) > most && attempt < mostAttempts)
+        const double taken = perFlat * static_cast<double>(grid.tried);
+        if (taken > most && attempt < mostAttempts)
             continue;
+        if (taken > most)
+            console.message(tooSlowText(taken, most));
         console.result("\n" + refinement.surfaceText() + refinement.gridsText(perFlat));
         writeCalibration(heap, settings, plan.inspection, options.output);
         return;
@@ -250,6 +264,9 @@ void calibrateAdaptive(const AdaptiveOptions& options, Console& console) {
     warnAbout(heaps, flats, options.normalise, console);
     std::optional<GridRefinement> refinement;
     if (options.refine.isOn()) {
+        if (options.refine.timePerFrame && heaps.tests().empty())
+            throw Error(
+                "--time-per-frame: nothing to measure the time with; give a grid point two frames or more");
         Progress sampling(console, rows.size(), options.quiet);
         refinement.emplace(heapPlan, options.refine, [&] { sampling.advance(); });
         fixed.insert("Interpolation"); // between the points of the refined grid, it would only add time
