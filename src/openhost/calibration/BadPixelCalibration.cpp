@@ -2,6 +2,7 @@
 
 #include "base/CommandPaths.h"
 #include "base/Error.h"
+#include "base/FileDescriptor.h"
 #include "base/Numbers.h"
 #include "base/ProgramRun.h"
 #include "base/Progress.h"
@@ -46,6 +47,13 @@ void checkPaths(const BadPixelOptions& options, Console& console) {
     paths.check(console, options.log);
 }
 
+std::vector<std::string> outputsOf(const BadPixelOptions& options) {
+    std::vector<std::string> outputs = options.outputs;
+    if (!options.picture.empty())
+        outputs.push_back(options.picture);
+    return outputs;
+}
+
 struct FaultColour {
     zt::u32 faults;
     QRgb colour;
@@ -85,15 +93,24 @@ void warnAbout(const BadPixels& found, Console& console) {
         console.message(countText(found.flats, "flat field") +
                         ": noise is not judged, which takes at least " + std::to_string(leastFlatsForNoise));
     else if (found.flats < leastFlatsForKinds)
-        console.message(countText(found.flats, "flat field") +
-                        ": flickering and bursting pixels count as noisy; to tell them takes at least " +
-                        std::to_string(leastFlatsForKinds));
+        console.message(
+            countText(found.flats, "flat field") +
+            ": flickering and bursting pixels count as noisy; distinguishing them takes at least " +
+            std::to_string(leastFlatsForKinds));
     if (found.faint != 0)
         console.message(countText(found.faint, "pixel") + (found.faint == 1 ? " counts" : " count") +
                         " less than 20 a frame: noise is not judged there; use longer exposures");
     if (std::abs(found.noiseScale - 1) > otherNoise)
         console.message("the noise of this set is not that of photons: its variance is " +
                         percentText(found.noiseScale) + " of theirs, and pixels are compared with the set");
+}
+
+// Of all files that the command writes.
+std::vector<OutputLock> lockedOutputs(const BadPixelOptions& options) {
+    std::vector<OutputLock> locks;
+    for (const std::string& output : outputsOf(options))
+        locks.emplace_back(output, options.force);
+    return locks;
 }
 
 std::string summaryOf(const BadPixels& found) {
@@ -110,9 +127,13 @@ std::string summaryOf(const BadPixels& found) {
 
 void calibrateBadPixels(const BadPixelOptions& options, Console& console) {
     checkPaths(options, console);
+    const auto locks = lockedOutputs(options);
     FrameStack flats(options.flats, FrameRole::Flat);
     const auto darks =
         options.darks.empty() ? nullptr : std::make_unique<FrameStack>(options.darks, FrameRole::Dark);
+    console.warning(flats.passedOver());
+    if (darks)
+        console.warning(darks->passedOver());
     const auto known = deviceMaskFor(options.mask, flats.info(0));
     if (known)
         console.warning(maskNote(options.mask, *known));
@@ -136,9 +157,11 @@ void calibrateBadPixels(const BadPixelOptions& options, Console& console) {
     if (!options.picture.empty())
         writePicture(options.picture, found);
     console.result(summaryOf(found));
+    std::string names;
+    for (const std::string& output : outputsOf(options))
+        names += (names.empty() ? "" : ", ") + output;
     console.message(countText(found.flats, "flat field") +
-                    (darks ? " and " + countText(found.darks, "dark frame") : "") + ": " +
-                    options.outputs.front());
+                    (darks ? " and " + countText(found.darks, "dark frame") : "") + ": " + names);
 }
 
 } // namespace ombrel

@@ -22,7 +22,7 @@ struct BadPixelOptions {
     std::string log;
 };
 
-// The work of the command. Throws UsageError or Error, and then has written nothing.
+// The work of the command. Throws UsageError or Error, and then may have written some of the outputs.
 void calibrateBadPixels(const BadPixelOptions& options, Console& console);
 
 } // namespace ombrel
