@@ -126,7 +126,7 @@ MaskCalibration::MaskCalibration(const MaskCalibrateOptions& calibrateOptions,
 MaskSum MaskCalibration::measure(const ThicknessMask& mask, const std::string& noun) {
     FrameStack stack(mask.files, FrameRole::Flat);
     const auto good = judged.judge(fieldSetOf(stack, "frames of " + noun + " " + numberText(mask.thickness)));
-    MaskSum sum{Frame::create(stack.width(), stack.height(), zt::DT_DOUBLE)};
+    MaskSum sum{Frame::create(stack.width(), stack.height(), zt::DT_DOUBLE), 0, mask.files.front()};
     for (const std::size_t i : good) {
         const FramePtr frame = stack.readFrame(i);
         sum.seconds += options.acqTime ? *options.acqTime : timeOf(*frame, stack.where(i));
@@ -147,7 +147,8 @@ void MaskCalibration::add(double thickness, MaskSum sum) {
     const int code = beamHardening.addMaskFromFile(name.c_str(), thickness, sum.seconds);
     session.host().frames().undefine(name);
     if (code != 0)
-        throw Error("the filter returned no mask for " + numberText(thickness));
+        throw Error((sum.file.empty() ? "" : sum.file + ": ") + "the filter returned no mask for " +
+                    numberText(thickness));
 }
 
 void MaskCalibration::save() {

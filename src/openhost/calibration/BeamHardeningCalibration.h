@@ -35,6 +35,7 @@ std::vector<ThicknessMask> parseThicknessMasks(const std::vector<std::string>& t
 struct MaskSum {
     FramePtr frame;
     double seconds = 0;
+    std::string file; // the first of a measured mask; empty for one between measured ones
 
     // The mean over the pixels that are not NaN.
     double countsPerSecond() const;

@@ -52,7 +52,7 @@ MaskSum maskAt(double flux, const std::vector<MeasuredRates>& rates, const Frame
     std::vector<double> fluxes;
     std::ranges::transform(rates, std::back_inserter(fluxes), &MeasuredRates::flux);
     const auto factors = interpolationFactors(fluxes, flux);
-    MaskSum mask{Frame::create(shape.width(), shape.height(), zt::DT_DOUBLE), 1};
+    MaskSum mask{Frame::create(shape.width(), shape.height(), zt::DT_DOUBLE), 1, {}};
     const auto pixels = mask.frame->pixels<double>();
     for (std::size_t i = 0; i < pixels.size(); ++i) {
         double logarithm = 0;

@@ -12,7 +12,8 @@ namespace ombrel {
 using CountRateOptions = MaskCalibrateOptions;
 
 // The work of the command: settings of Beam-hardening whose masks are counts at known fluxes, so that its
-// result is the flux. See docs/count-rate.md. Throws UsageError or Error, and then has written nothing.
+// result is the flux. See docs/count-rate.md. Throws UsageError or Error, and then has written
+// at most the inspection's report.
 void calibrateCountRate(const CountRateOptions& options, Console& console);
 
 // The fluxes of the masks: the measured ones and more between them, so that a straight line from one mask to
