@@ -193,9 +193,9 @@ void FieldInspection::announceUnjudged() {
         const std::string where =
             sets.size() == 1 ? first.name
                              : first.name + " and " + ombrel::countText(sets.size() - 1, "other set");
-        console.message(where + ": structure cannot be judged: " + reason +
+        console.message(where + ": structure cannot be judged since " + reason +
                         (first.fields.size() == 1  ? "; nor can the level of a single frame"
-                         : first.fields.size() < 4 ? "; only level and duplicates are"
+                         : first.fields.size() < 4 ? "; only level and duplicates are judged"
                                                    : ""));
     }
 }
