@@ -1,5 +1,8 @@
 #include "inspection/FieldDrift.h"
 
+#include "inspection/FlatInspection.h"
+#include "inspection/TileStructure.h"
+
 #include <algorithm>
 #include <cmath>
 #include <numeric>

@@ -3,6 +3,7 @@
 #include "frame/Frame.h"
 #include "frame/FrameFile.h"
 #include "frame/Statistics.h"
+#include "inspection/FieldDrift.h"
 #include "zt/Types.h"
 
 #include <cstddef>
@@ -67,15 +68,6 @@ struct FieldVerdict {
     Verdict verdict = Verdict::Good;
     std::string reason;       // begins with the verdict's name; empty for a good frame
     FieldThumbnail thumbnail; // empty unless wanted
-};
-
-// How the good frames change with their number.
-struct FieldDrift {
-    double level = 0;     // change from the first to the last, relative to the mean level
-    bool isLevel = false; // more than the frames scatter
-    double pattern = 0;   // the same for the tile that changes most against the level
-    Region tile;
-    bool isPattern = false; // more than noise
 };
 
 struct InspectionReport {
