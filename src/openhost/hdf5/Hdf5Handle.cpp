@@ -205,6 +205,12 @@ bool allowOpenFiles(std::size_t count) {
     return ::setrlimit(RLIMIT_NOFILE, &limit) == 0 && limit.rlim_cur == count + others;
 }
 
+std::vector<hsize_t> extentOf(hid_t space) {
+    std::vector<hsize_t> extent(static_cast<std::size_t>(std::max(H5Sget_simple_extent_ndims(space), 0)));
+    H5Sget_simple_extent_dims(space, extent.data(), nullptr);
+    return extent;
+}
+
 std::string hdf5FileName(hid_t object) {
     const ssize_t length = H5Fget_name(object, nullptr, 0);
     std::string name(static_cast<std::size_t>(std::max<ssize_t>(length, 0)), '\0');

@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace ombrel {
 
@@ -96,6 +97,9 @@ LinkedFile findLinkedFile(const std::string& name, const std::string& owner, con
 // Raises the process's limit, where it is too low for so many files that the library keeps open at once: one
 // that it cannot open counts as missing. False if that is not allowed.
 bool allowOpenFiles(std::size_t count);
+
+// The numbers of values on each axis, slowest first; empty for a single value.
+std::vector<hsize_t> extentOf(hid_t space);
 
 // The path under which the file of an object was opened.
 std::string hdf5FileName(hid_t object);

@@ -114,13 +114,10 @@ zt::u32 maskValue(zt::i64 value) {
 }
 
 // The numbers of values on each axis; empty for a dataset that can't be a mask.
-std::vector<hsize_t> extentOf(hid_t dataset) {
-    const Hdf5Space space{H5Dget_space(dataset)};
-    const int rank = H5Sget_simple_extent_ndims(space);
-    if (rank < 2 || rank > 4)
+std::vector<hsize_t> maskExtentOf(hid_t dataset) {
+    const std::vector<hsize_t> extent = extentOf(Hdf5Space{H5Dget_space(dataset)});
+    if (extent.size() < 2 || extent.size() > 4)
         return {};
-    std::vector<hsize_t> extent(static_cast<std::size_t>(rank));
-    H5Sget_simple_extent_dims(space, extent.data(), nullptr);
     const hsize_t height = extent[extent.size() - 2];
     if (std::ranges::find(extent, 0U) != extent.end() ||
         extent.back() > std::numeric_limits<zt::u32>::max() / height)
@@ -137,7 +134,7 @@ std::optional<Hdf5MaskImage> imageAt(hid_t file, const std::string& path) {
         throw Error(path + ": " + *problem);
     const Hdf5Type type{H5Dget_type(object)};
     const auto kind = maskTypeOf(type);
-    const std::vector<hsize_t> extent = extentOf(object);
+    const std::vector<hsize_t> extent = maskExtentOf(object);
     if (!kind || extent.empty())
         return std::nullopt;
     return Hdf5MaskImage{path, static_cast<zt::u32>(extent.back()),
@@ -149,7 +146,7 @@ std::vector<zt::u32> valuesOf(hid_t file, const Hdf5MaskImage& image) {
     const Hdf5Object object = openHdf5Object(file, image.dataset);
     const Hdf5Type type{H5Dget_type(object)};
     const auto kind = maskTypeOf(type);
-    std::vector<hsize_t> extent = extentOf(object);
+    std::vector<hsize_t> extent = maskExtentOf(object);
     const hsize_t pixels = hsize_t{image.width} * image.height;
     if (!kind || kind->isBoolean != image.isBoolean || extent.empty() ||
         extent.back() * extent[extent.size() - 2] != pixels)

@@ -66,12 +66,6 @@ std::optional<OpenAxis> openAxisOf(hid_t space) {
                        : std::nullopt;
 }
 
-std::vector<hsize_t> extentOf(hid_t space) {
-    std::vector<hsize_t> extent(static_cast<std::size_t>(std::max(H5Sget_simple_extent_ndims(space), 0)));
-    H5Sget_simple_extent_dims(space, extent.data(), nullptr);
-    return extent;
-}
-
 double claimedBytes(hid_t dataset) {
     auto bytes = static_cast<double>(H5Tget_size(Hdf5Type{H5Dget_type(dataset)}));
     for (const hsize_t side : extentOf(Hdf5Space{H5Dget_space(dataset)}))

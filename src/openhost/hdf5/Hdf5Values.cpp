@@ -46,12 +46,10 @@ namespace {
 
 std::optional<Hdf5Shape> shapeIn(hid_t object, hid_t space) {
     const Hdf5Type type{H5Dget_type(object)};
-    const int rank = H5Sget_simple_extent_ndims(space);
     const auto pixelType = pixelTypeOfHdf5(type);
-    if (!pixelType || rank < 2 || rank > 4)
+    Hdf5Shape shape{extentOf(space), pixelType.value_or(0)};
+    if (!pixelType || shape.extent.size() < 2 || shape.extent.size() > 4)
         return std::nullopt;
-    Hdf5Shape shape{std::vector<hsize_t>(static_cast<std::size_t>(rank)), *pixelType};
-    H5Sget_simple_extent_dims(space, shape.extent.data(), nullptr);
     const auto fits = [](hsize_t side) { return side >= 1 && side <= std::numeric_limits<zt::u32>::max(); };
     return std::ranges::all_of(shape.extent, fits) ? std::optional(std::move(shape)) : std::nullopt;
 }
@@ -69,12 +67,11 @@ std::optional<Hdf5Shape> shapeOfBrokenImages(hid_t dataset) {
     if (H5Pget_layout(creation) != H5D_VIRTUAL)
         return shapeOfImages(dataset);
     const Hdf5Space space{H5Pget_virtual_vspace(creation, 0)};
-    const int rank = H5Sget_simple_extent_ndims(space);
-    if (rank < 2 || rank > 4 || !pixelTypeOfHdf5(Hdf5Type{H5Dget_type(dataset)}))
+    const auto pixelType = pixelTypeOfHdf5(Hdf5Type{H5Dget_type(dataset)});
+    Hdf5Shape shape{extentOf(space), pixelType.value_or(0)};
+    if (!pixelType || shape.extent.size() < 2 || shape.extent.size() > 4)
         return std::nullopt;
-    std::vector<hsize_t> extent(static_cast<std::size_t>(rank));
-    H5Sget_simple_extent_dims(space, extent.data(), nullptr);
-    return Hdf5Shape{std::move(extent), *pixelTypeOfHdf5(Hdf5Type{H5Dget_type(dataset)})};
+    return shape;
 }
 
 std::string shapeText(const Hdf5Shape& shape) {

@@ -10,9 +10,9 @@ namespace ombrel {
 
 namespace {
 
-constexpr std::size_t leastBlock = 16;    // pixels of a gap that is not a whole row or column
-constexpr std::size_t reach = 3;          // of the neighbourhood, to each side
-constexpr std::size_t lineBlock = 64;     // pixels of a row or column that share a factor
+constexpr std::size_t leastBlock = 16; // pixels of a gap that is not a whole row or column
+constexpr std::size_t reach = 3;       // of the neighbourhood, to each side
+constexpr std::size_t lineBlock = 64;  // pixels of a row or column that share a factor
 
 struct Box {
     std::size_t left, top, right, bottom; // the last column and row are included

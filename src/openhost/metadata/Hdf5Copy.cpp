@@ -121,12 +121,7 @@ void Hdf5Copy::copyDataset(const Hdf5Object& dataset, const std::string& path, c
     const Hdf5Space space{H5Dget_space(dataset)};
     const int rank = H5Sget_simple_extent_ndims(space);
     const hssize_t count = H5Sget_simple_extent_npoints(space);
-    hsize_t first = 0;
-    if (rank >= 1 && rank <= 8) {
-        hsize_t extent[8] = {};
-        H5Sget_simple_extent_dims(space, extent, nullptr);
-        first = extent[0];
-    }
+    const hsize_t first = rank >= 1 ? extentOf(space).front() : 0;
     const bool isImage = pixelTypeOfHdf5(type) && (rank > 2 || (rank == 2 && count > largestMatrix));
     const bool isPerFrame = frameCount > 1 && first == frameCount;
     if (isPerFrame) {

@@ -143,8 +143,8 @@ std::shared_ptr<FrameFile> FrameStack::fileOf(std::size_t part) {
     const std::shared_ptr<FrameFile> file = openAgain(part);
     std::shared_ptr<FrameFile> evicted; // closed after the lock is released
     const std::lock_guard lock(openMutex);
-    if (auto others = findOpen(part)) // another thread was faster
-        return others;
+    if (auto opened = findOpen(part)) // another thread was faster
+        return opened;
     evicted = keepOpen(part, file);
     return file;
 }
