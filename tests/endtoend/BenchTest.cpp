@@ -1,6 +1,7 @@
 #include "fixtures/FrameFiles.h"
 #include "fixtures/Program.h"
 
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 
