@@ -4,10 +4,13 @@
 #include "fixtures/HeapBytes.h"
 #include "fixtures/Program.h"
 #include "frame/FrameOutput.h"
+#include "settings/CalibrationFacts.h"
 #include "settings/Settings.h"
+#include "settings/SettingsFile.h"
 #include "stack/FileReport.h"
 
 #include <csignal>
+#include <numeric>
 #include <regex>
 
 namespace {
@@ -87,6 +90,28 @@ protected:
 std::unique_ptr<TemporaryFolder> AdaptiveSet::folder;
 
 } // namespace
+
+TEST_F(AdaptiveSet, StoresWhatEachFlatFieldWasDividedBy) {
+    const auto divisorsAfter = [](const std::vector<std::string>& options) {
+        std::vector<std::string> arguments{
+            "calibrate", "adaptive", "-q", "--grid", *folder / "grid.csv", "-o", *folder / "facts.xml"};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        runWell(arguments);
+        return ombrel::factsOf(ombrel::readSettings(*folder / "facts.xml")).points;
+    };
+    for (const auto& point : divisorsAfter({})) {
+        EXPECT_EQ(point.divisor, 1);
+        EXPECT_EQ(point.flatFields, 3);
+    }
+    const auto measured = divisorsAfter({"--normalise", "--force"});
+    ASSERT_EQ(measured.size(), 27u);
+    std::ifstream lines(*folder / "grid.csv");
+    std::string line;
+    std::getline(lines, line); // names the columns
+    std::getline(lines, line);
+    const auto flats = readAllFrames(*folder / line.substr(line.rfind(',') + 1));
+    EXPECT_NEAR(measured[0].divisor, std::accumulate(flats.begin(), flats.end(), 0.0) / flats.size(), 1e-6);
+}
 
 TEST_F(AdaptiveSet, LeavesPhotonStatisticsOnTheGridAndBetweenItsPoints) {
     EXPECT_LT(correct("on-grid.h5").worst, 1.05);

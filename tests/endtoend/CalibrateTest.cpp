@@ -2,6 +2,8 @@
 #include "fixtures/FrameFiles.h"
 #include "fixtures/Program.h"
 #include "frame/Statistics.h"
+#include "settings/CalibrationFacts.h"
+#include "settings/SettingsFile.h"
 
 #include <numeric>
 
@@ -70,6 +72,31 @@ TEST_F(FlatField, AveragesTheFlatsOfAllFiles) {
     // Sums in place of means: the division by the median brings them to scale.
     ASSERT_EQ(calibrate({folder / "flats.tif", "--acquisition"}).exitCode, 0);
     EXPECT_THAT(correct(folder / "frames.tif"), ElementsAreArray(expected));
+}
+
+// Means of two flats are 2, 4, 8, 6, and those of their columns 5 and 5.
+TEST_F(FlatField, StoresTheLevelThatItsCoefficientsBringPixelsTo) {
+    writeTiff(folder / "flats.tif", flats);
+    const auto factsAfter = [&](std::vector<std::string> options) {
+        options.insert(options.begin(), folder / "flats.tif");
+        EXPECT_EQ(calibrate(options).exitCode, 0);
+        return ombrel::validFactsOf(ombrel::readSettings(settings), settings);
+    };
+    EXPECT_EQ(factsAfter({}).level, 4);
+    EXPECT_EQ(factsAfter({}).flatFields, 2);
+    EXPECT_EQ(factsAfter({"--acquisition"}).level, 4); // though the table is the sum
+    EXPECT_EQ(factsAfter({"--tdi"}).level, 5);
+    EXPECT_EQ(factsAfter({"--exclude", "1"}).level, 4);
+    EXPECT_EQ(factsAfter({"--exclude", "1"}).flatFields, 1);
+
+    ombrel::SettingsTree changed = ombrel::readSettings(settings);
+    changed.set("FF", "UseTDI", true);
+    EXPECT_THAT([&] { ombrel::validFactsOf(changed, settings); },
+                ThrowsMessage<std::runtime_error>(HasSubstr("calibrate again")));
+
+    std::ofstream(folder / "flat.txt") << "2 4\n8 6\n";
+    ASSERT_EQ(calibrate({folder / "flat.txt", "--size", "2x2"}).exitCode, 0);
+    EXPECT_FALSE(ombrel::factsOf(ombrel::readSettings(settings)).level); // a table has no counts
 }
 
 TEST_F(FlatField, TakesTdiAndTheTableOfAnotherRun) {

@@ -12,6 +12,7 @@
 #include "calibration/CalibrationHeap.h"
 #include "host/Device.h"
 #include "run/RunPaths.h"
+#include "settings/CalibrationFacts.h"
 #include "settings/SettingsFile.h"
 #include "settings/SettingsFiles.h"
 
@@ -107,13 +108,20 @@ SettingsTree tune(const TunePlan& plan, Session& session, const AdaptiveOptions&
 
 // The settings are renamed first: until the heap follows, they refer to a heap that does not exist yet, which
 // checkHeap() refuses whatever the old settings refer to.
-void writeCalibration(CalibrationHeap& heap, SettingsTree settings, const FieldInspection& inspection,
-                      const std::string& output) {
+void writeCalibration(CalibrationHeap& heap, SettingsTree settings, const CalibrationFacts& facts,
+                      const FieldInspection& inspection, const std::string& output) {
     heap.sync();
+    noteFacts(settings, facts);
     inspection.note(settings);
     noteHeap(settings, heap.newPath());
     writeSettingsFile(settings, output);
     heap.commit();
+}
+
+CalibrationFacts factsOf(const AdaptiveHeaps& heaps) {
+    CalibrationFacts facts;
+    facts.points = heaps.facts();
+    return facts;
 }
 
 // What a refined calibration is made from.
@@ -176,7 +184,8 @@ void writeRefined(GridRefinement& refinement, const RefinePlan& plan, SettingsTr
         settings.set(adaptiveGroup, "Interpolation", grid.isForLookAround ? 1 : 0);
         CalibrationHeap heap(heapPathOf(options.output), refinement.grid(), plan.heapPlan.settings);
         Progress writing(console, grid.written.size(), options.quiet);
-        refinement.write(heap, [&] { writing.advance(); });
+        CalibrationFacts facts;
+        facts.points = refinement.write(heap, [&] { writing.advance(); });
         heap.sync();
         perFlat = 1.02 * refinedSeconds(heap, plan, settings, grid.tried, trial);
         const double most = options.refine.timePerFrame.value_or(HUGE_VAL) / 1000;
@@ -186,7 +195,7 @@ void writeRefined(GridRefinement& refinement, const RefinePlan& plan, SettingsTr
         if (taken > most)
             console.message(tooSlowText(taken, most));
         console.result("\n" + refinement.surfaceText() + refinement.gridsText(perFlat));
-        writeCalibration(heap, settings, plan.inspection, options.output);
+        writeCalibration(heap, settings, facts, plan.inspection, options.output);
         return;
     }
 }
@@ -279,7 +288,7 @@ void calibrateAdaptive(const AdaptiveOptions& options, Console& console) {
         writeRefined(*refinement, {heapPlan, heaps, heapPaths, folder, inspection, search}, settings, session,
                      options, console);
     else
-        writeCalibration(heaps.wholeHeap(), settings, inspection, options.output);
+        writeCalibration(heaps.wholeHeap(), settings, factsOf(heaps), inspection, options.output);
     console.message(countText(rows.size(), "flat field") + ": " + options.output + " and " +
                     heapPathOf(options.output));
 }

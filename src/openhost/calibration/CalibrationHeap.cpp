@@ -165,8 +165,12 @@ constexpr std::size_t mostTests = 27;
 
 } // namespace
 
+double divisorOf(std::span<const double> pixels, bool normalise) {
+    return normalise ? meanOf(pixels) : 1;
+}
+
 std::vector<float> imageOf(std::span<const double> pixels, bool normalise) {
-    const double level = normalise ? meanOf(pixels) : 1;
+    const double level = divisorOf(pixels, normalise);
     std::vector<float> image(pixels.size());
     std::ranges::transform(pixels, image.begin(),
                            [level](double pixel) { return static_cast<float>(pixel / level); });
@@ -185,6 +189,7 @@ AdaptiveHeaps::AdaptiveHeaps(const AdaptiveHeapPlan& plan, const AdaptiveHeapPat
                              const std::function<void()>& advanced)
     : coarse(coarseGridOf(plan.grid)), tried(trialGridOf(plan.grid)),
       whole(paths.whole, plan.grid, plan.settings), trial(paths.trial, tried.grid, plan.settings),
+      pointFacts(plan.grid.points().size(), {notANumber, 0}),
       leastLevel(std::numeric_limits<double>::infinity()) {
     if (coarse)
         coarseHeap.emplace(paths.coarse, coarse->grid, plan.settings);
@@ -214,6 +219,7 @@ void AdaptiveHeaps::addPoint(const AdaptiveHeapPlan& plan, std::size_t index, Gr
     greatestLevel = std::max(greatestLevel, level);
     singles += flat.isTestKeptOut() ? 0 : 1;
     ++imageCount;
+    pointFacts[index] = {divisorOf(flat.ofAll, plan.normalise), static_cast<int>(flat.frames)};
 
     const std::vector<float> image = imageOf(flat.ofAll, plan.normalise);
     whole.append(image);

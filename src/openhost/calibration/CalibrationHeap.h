@@ -4,6 +4,7 @@
 #include "calibration/AdaptiveTrial.h"
 #include "calibration/CalibrationGrid.h"
 #include "calibration/CalibrationGridTable.h"
+#include "settings/CalibrationFacts.h"
 #include "zt/Types.h"
 
 #include <cstddef>
@@ -57,8 +58,9 @@ private:
     zt::u32 height;
 };
 
-// The image of a flat field, divided by its mean if asked for.
+// The image of a flat field, and what it was divided by: its mean if asked for.
 std::vector<float> imageOf(std::span<const double> pixels, bool normalise);
+double divisorOf(std::span<const double> pixels, bool normalise);
 
 // The contents of the heap files of one calibration.
 struct AdaptiveHeapPlan {
@@ -93,6 +95,8 @@ public:
         return std::span(testFrames).first(betweenCount);
     }
     const CalibrationGrid& trialGrid() const { return tried.grid; }
+    // Of all grid points.
+    const std::vector<GridPointFacts>& facts() const { return pointFacts; }
     // The number of points that have a flat field.
     std::size_t images() const { return imageCount; }
     // The number of points with a single frame, which is then its own flat field.
@@ -112,6 +116,7 @@ private:
     std::optional<CalibrationHeap> coarseHeap;
     // Those between points of the coarse grid come first; of these, those that are their own flat field.
     std::vector<AdaptiveTestFrame> testFrames;
+    std::vector<GridPointFacts> pointFacts;
     std::size_t betweenCount = 0;
     std::size_t ownFlatCount = 0;
     std::size_t imageCount = 0;

@@ -9,6 +9,7 @@
 #include "host/Session.h"
 #include "run/RunPaths.h"
 #include "run/RunSetup.h"
+#include "settings/CalibrationFacts.h"
 #include "settings/SettingsFile.h"
 #include "settings/SettingsFiles.h"
 #include "stack/FrameStack.h"
@@ -17,6 +18,8 @@
 
 #include <algorithm>
 #include <memory>
+#include <span>
+#include <utility>
 
 namespace ombrel {
 
@@ -129,20 +132,30 @@ UsedFlats inspect(FieldInspection& inspection, FrameStack& stack, const FlatFiel
     return flats;
 }
 
-// Defines the flats to be averaged under one path. A single input keeps its own name for messages, without
-// the suffix by which the filter recognises finished coefficients.
-std::string defineFlats(Session& session, const UsedFlats& flats, const FlatFieldOptions& options) {
-    std::vector<FrameSource> sources;
-    std::size_t number = 0;
-    for (std::size_t file = 0; file < flats.stack.fileCount(); ++file)
-        for (zt::u32 frame = 0; frame < flats.stack.info(file).frames; ++frame)
-            if (std::ranges::binary_search(flats.frames, number++))
-                sources.push_back({flats.stack.info(file).path, FrameRole::Flat, frame});
-    const std::string name = options.inputs.size() > 1            ? "<Multiple files>"
-                             : isPrepared(options.inputs.front()) ? options.inputs.front() + " (frames)"
-                                                                  : options.inputs.front();
-    session.host().frames().defineFrames(name, std::move(sources));
-    return name;
+// The flat field as the filter gets it: the mean of the frames, or their sum for an acquisition.
+struct FlatTable {
+    FramePtr frame;
+    std::size_t count = 0; // of frames
+    double scale = 1;      // the mean is the table times this
+};
+
+// The filter would read the frames itself, and get the same bits: it adds and divides in this order. A frame
+// that cannot be read is an error here; the filter skips it.
+FlatTable tableOf(const UsedFlats& flats, const FlatFieldOptions& options) {
+    FlatTable table{Frame::create(flats.stack.width(), flats.stack.height(), zt::DT_DOUBLE),
+                    flats.frames.size()};
+    for (const std::size_t i : flats.frames) {
+        FramePtr frame = flats.stack.readFrame(i);
+        if (options.acquisition)
+            frame = acquiredFrame(*frame, options, flats.stack.where(i));
+        table.frame->addFrame(frame.get());
+    }
+    const double share = 1.0 / static_cast<double>(table.count);
+    if (options.acquisition)
+        table.scale = share;
+    else if (table.count > 1)
+        table.frame->multiplyBy(share);
+    return table;
 }
 
 // A table of numbers has no mask next to it.
@@ -157,23 +170,70 @@ void maskDevice(Session& session, const FrameStack* stack, const FlatFieldOption
     }
 }
 
-void loadFromAcquisition(Session& session, const UsedFlats& flats, const FlatFieldOptions& options,
+// A single input keeps its own name for messages, without the suffix by which the filter recognises finished
+// coefficients.
+std::string nameOf(const FlatFieldOptions& options) {
+    return options.inputs.size() > 1            ? "<Multiple files>"
+           : isPrepared(options.inputs.front()) ? options.inputs.front() + " (frames)"
+                                                : options.inputs.front();
+}
+
+FramePtr copyOf(const Frame& frame) {
+    return FramePtr(static_cast<Frame*>(frame.clone()));
+}
+
+void loadFromAcquisition(Session& session, const FlatTable& table, const FlatFieldOptions& options,
                          IFFFilter& filter) {
     std::vector<FramePtr> acquired;
-    for (const std::size_t frame : flats.frames)
-        acquired.push_back(acquiredFrame(*flats.stack.readFrame(frame), options, flats.stack.where(frame)));
+    acquired.push_back(copyOf(*table.frame));
     session.device().setAcquisition(std::move(acquired));
     if (filter.loadCoefficientsFromAcquisition(true) != 0)
         throw Error(options.inputs.front() + ": no coefficients could be calculated from the frames");
 }
 
-void loadFromFiles(Session& session, const std::string& path, IFFFilter& filter) {
+void loadFromFile(Session& session, const std::string& path, IFFFilter& filter) {
     const int code = filter.loadCoefficientsFromFile(path.c_str(), false);
     // The filter silently skips frames that it could not get.
     if (const std::string reason = session.host().frames().takeError(); !reason.empty())
         throw Error(reason);
     if (code != 0)
         throw Error(path + ": the filter returned no coefficients");
+}
+
+void loadFromFrames(Session& session, const FlatTable& table, const FlatFieldOptions& options,
+                    IFFFilter& filter) {
+    const std::string name = nameOf(options);
+    session.host().frames().defineFrame(name, copyOf(*table.frame));
+    loadFromFile(session, name, filter);
+}
+
+std::vector<double> coefficientsOf(const SettingsTree& settings, std::string_view key) {
+    const auto* const blob = std::get_if<Blob>(settings.find("FF", key));
+    std::vector<double> values(blob ? blob->size() / sizeof(double) : 0);
+    if (blob)
+        blob->copyTo(std::as_writable_bytes(std::span(values)));
+    return values;
+}
+
+std::vector<double> meansOfColumns(std::span<const double> pixels, std::size_t width) {
+    std::vector<double> means(width);
+    for (std::size_t i = 0; i < pixels.size(); ++i)
+        means[i % width] += pixels[i] * static_cast<double>(width) / static_cast<double>(pixels.size());
+    return means;
+}
+
+// A coefficient is the median of the table divided by its value, and exactly 1 for the median alone.
+CalibrationFacts factsOf(const SettingsTree& settings, const FlatTable& table, bool tdi) {
+    CalibrationFacts facts;
+    facts.flatFields = static_cast<int>(table.count);
+    const auto pixels = std::as_const(*table.frame).pixels<double>();
+    const auto values = tdi ? meansOfColumns(pixels, table.frame->width())
+                            : std::vector<double>(pixels.begin(), pixels.end());
+    const auto coefficients = coefficientsOf(settings, tdi ? "TDICoeffs" : "Coeffs");
+    const auto one = static_cast<std::size_t>(std::ranges::find(coefficients, 1.0) - coefficients.begin());
+    if (one < values.size() && values[one] * table.scale > 0)
+        facts.level = values[one] * table.scale;
+    return facts;
 }
 
 void setSwitches(const FlatFieldOptions& options, IFFFilter& filter) {
@@ -185,13 +245,20 @@ void setSwitches(const FlatFieldOptions& options, IFFFilter& filter) {
         filter.setUseZeroPixelsForBadPixels(options.bad == "zero");
 }
 
-void writeOutputs(Session& session, FilterLink& link, const FlatFieldOptions& options,
-                  const FieldInspection* inspection) {
-    IFFFilter& filter = filterInterface<IFFFilter>(link.filter(), flatFieldObject);
-    const auto store = session.host().openSettings(options.output);
-    link.filter().saveToSettings(store.get());
+// A loaded filter, and what it was loaded from.
+struct Calibrated {
+    Session& session;
+    FilterLink& link;
+    const FlatTable* flat; // null for coefficients from a table of numbers
+    const FieldInspection& inspection;
+};
+
+void writeOutputs(const Calibrated& made, const FlatFieldOptions& options) {
+    IFFFilter& filter = filterInterface<IFFFilter>(made.link.filter(), flatFieldObject);
+    const auto store = made.session.host().openSettings(options.output);
+    made.link.filter().saveToSettings(store.get());
     // A table has its own size, whatever size was given for the frames.
-    const zt::u32 pixels = session.device().pixelCount();
+    const zt::u32 pixels = made.session.device().pixelCount();
     if (const int values = store->getInt("FF", "CoeffsSize", 0); static_cast<zt::u32>(values) != pixels)
         throw Error(options.inputs.front() + ": holds " +
                     countText(static_cast<zt::u64>(values), "coefficient") + " for frames of " +
@@ -209,8 +276,10 @@ void writeOutputs(Session& session, FilterLink& link, const FlatFieldOptions& op
     // The filter's interface cannot switch it on, but its settings can.
     store->setBool("FF", "UseTDI", options.tdi);
     SettingsTree settings = store->contents();
-    if (inspection)
-        inspection->note(settings);
+    if (made.flat) {
+        noteFacts(settings, factsOf(settings, *made.flat, options.tdi));
+        made.inspection.note(settings);
+    }
     writeSettingsFile(settings, options.output);
 }
 
@@ -240,13 +309,14 @@ void calibrateFlatField(const FlatFieldOptions& options, Console& console) {
     FilterLink link = session.makeLink("Flat-Field");
     IFFFilter& filter = filterInterface<IFFFilter>(link.filter(), flatFieldObject);
     setSwitches(options, filter);
-    if (!flats)
-        loadFromFiles(session, options.inputs.front(), filter);
+    const auto flat = flats ? std::optional(tableOf(*flats, options)) : std::nullopt;
+    if (!flat)
+        loadFromFile(session, options.inputs.front(), filter);
     else if (options.acquisition)
-        loadFromAcquisition(session, *flats, options, filter);
+        loadFromAcquisition(session, *flat, options, filter);
     else
-        loadFromFiles(session, defineFlats(session, *flats, options), filter);
-    writeOutputs(session, link, options, flats ? &inspection : nullptr);
+        loadFromFrames(session, *flat, options, filter);
+    writeOutputs({session, link, flat ? &*flat : nullptr, inspection}, options);
     if (stack && filter.interpolateBadAndMaskedPixels() && filter.useZeroPixelsForBadPixels())
         console.warning(unseenZeroPixels(stack->pixelType(0)));
     console.message((flats ? inspection.countText("flat field") + ": " : "") + options.output);

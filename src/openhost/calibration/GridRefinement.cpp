@@ -252,17 +252,31 @@ void GridRefinement::fitAllPixels(const std::function<void()>& advanced) {
     }
 }
 
-void GridRefinement::write(CalibrationHeap& heap, const std::function<void()>& advanced) const {
+GridPointFacts GridRefinement::write(CalibrationHeap& heap, const GridPoint& point) const {
+    const auto known = std::ranges::find(points, point);
+    const auto index = static_cast<std::size_t>(known - points.begin());
+    // Where the surface is off by more than the flat field's own noise, the flat field itself is better.
+    if (known == points.end() || errors.atPoint[index] < logs.noise[index]) {
+        heap.append(surfaces->at(point, plan.normalise));
+        return {plan.normalise ? surfaces->levelAt(point) : 1, 0};
+    }
+    const GridFlat flat = plan.flats.read(rows[index]);
+    heap.append(imageOf(flat.ofAll, plan.normalise));
+    return {divisorOf(flat.ofAll, plan.normalise), static_cast<int>(flat.frames)};
+}
+
+std::vector<GridPointFacts> GridRefinement::write(CalibrationHeap& heap,
+                                                  const std::function<void()>& advanced) const {
+    std::vector<GridPointFacts> written;
     for (const GridPoint& point : refined.written) {
         refuseIfInterrupted();
-        const auto known = std::ranges::find(points, point);
-        const auto index = static_cast<std::size_t>(known - points.begin());
-        // Where the surface is off by more than the flat field's own noise, the flat field itself is better.
-        const bool isKept = known != points.end() && errors.atPoint[index] >= logs.noise[index];
-        heap.append(isKept ? imageOf(plan.flats.read(rows[index]).ofAll, plan.normalise)
-                           : surfaces->at(point, plan.normalise));
+        written.push_back(write(heap, point));
         advanced();
     }
+    std::vector<GridPointFacts> facts;
+    for (const auto& taken : grid().points())
+        facts.push_back(taken ? written[*taken] : GridPointFacts{notANumber, 0});
+    return facts;
 }
 
 } // namespace ombrel

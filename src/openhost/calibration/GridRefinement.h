@@ -47,14 +47,16 @@ public:
     // each.
     void fitAllPixels(const std::function<void()>& advanced);
     // Writes the flat fields of all points of the chosen grid, after fitAllPixels(). `advanced` is called for
-    // each.
-    void write(CalibrationHeap& heap, const std::function<void()>& advanced) const;
+    // each. Returns what is to be stored of all points of grid().
+    std::vector<GridPointFacts> write(CalibrationHeap& heap, const std::function<void()>& advanced) const;
 
 private:
     void sample(const std::function<void()>& advanced);
     void choosePolynomial();
     void refuseUnlessBetter() const;
     std::size_t mostPoints(double secondsPerFlat) const;
+    // Writes one flat field.
+    GridPointFacts write(CalibrationHeap& heap, const GridPoint& point) const;
     std::string gridText(const RefinedGrid& grid, double secondsPerFlat) const;
 
     const AdaptiveHeapPlan& plan;

@@ -115,9 +115,7 @@ void PixelSurfaces::add(const GridFit& fit, std::size_t point, std::span<const d
 std::vector<float> PixelSurfaces::at(const GridPoint& point, bool normalised) const {
     const auto terms = polynomial.at(point);
     std::vector<float> image(count);
-    double logLevel = 0;
     for (std::size_t term = 0; term < terms.size(); ++term) {
-        logLevel += terms[term] * level[term];
         const auto factor = static_cast<float>(terms[term]);
         const float* const row = coefficients.data() + term * count;
         for (std::size_t i = 0; i < count; ++i)
@@ -128,10 +126,18 @@ std::vector<float> PixelSurfaces::at(const GridPoint& point, bool normalised) co
         image[i] = isDead[i] ? 0 : std::exp(image[i]);
         sum += image[i];
     }
-    const double scale = (normalised ? 1 : std::exp(logLevel)) * static_cast<double>(count) / sum;
+    const double scale = (normalised ? 1 : levelAt(point)) * static_cast<double>(count) / sum;
     for (float& pixel : image)
         pixel = static_cast<float>(pixel * scale);
     return image;
+}
+
+double PixelSurfaces::levelAt(const GridPoint& point) const {
+    const auto terms = polynomial.at(point);
+    double logLevel = 0;
+    for (std::size_t term = 0; term < terms.size(); ++term)
+        logLevel += terms[term] * level[term];
+    return std::exp(logLevel);
 }
 
 SurfaceErrors surfaceErrors(const GridFit& fit, const GridPolynomial& polynomial,

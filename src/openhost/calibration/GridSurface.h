@@ -69,6 +69,8 @@ public:
     void add(const GridFit& fit, std::size_t point, std::span<const double> flat);
     // With the mean of a flat field taken there, or with the mean 1. Dead pixels are 0.
     std::vector<float> at(const GridPoint& point, bool normalised) const;
+    // The mean of a flat field taken there.
+    double levelAt(const GridPoint& point) const;
 
 private:
     const GridPolynomial& polynomial;

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "settings/Settings.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace ombrel {
+
+// A point of the grid of AdaptiveFF.
+struct GridPointFacts {
+    // The flat field in counts a frame was divided by this before it was stored: its mean with --normalise,
+    // otherwise 1. A corrected frame divided by it is the transmission. NaN for a hole.
+    double divisor = 1;
+    // The number of frames whose mean the flat field is; 0 for a hole and for a flat field that was predicted
+    // by the surfaces of a refined grid.
+    int flatFields = 0;
+};
+
+// What a calibration stores of its flat fields, besides the filter's own settings, in ombrel's group. It
+// applies while the filter's groups are as calibrated, see filterGroupsOf().
+struct CalibrationFacts {
+    // Flat-Field: the counts a frame to which its coefficients bring each pixel of the mean flat field. This
+    // is the median of that flat field, or of the means of its columns with TDI. Nothing for coefficients
+    // that come from a table.
+    std::optional<double> level;
+    // Flat-Field: the number of frames whose mean the flat field is.
+    std::optional<int> flatFields;
+    // AdaptiveFF: one for each grid point, V slowest and E fastest, as the heap stores them.
+    std::vector<GridPointFacts> points;
+};
+
+void noteFacts(SettingsTree& settings, const CalibrationFacts& facts);
+// Without a calibration of ombrel, or with an older one, what is missing is empty.
+CalibrationFacts factsOf(const SettingsTree& settings);
+// Like factsOf(), for a user who depends on them. Throws Error when the filter's groups were changed since.
+CalibrationFacts validFactsOf(const SettingsTree& settings, const std::string& path);
+
+} // namespace ombrel
