@@ -14,12 +14,21 @@ namespace ombrel {
 
 namespace {
 
-typedef double Doubles __attribute__((vector_size(32)));
-typedef long Counts __attribute__((vector_size(32)));
-constexpr std::size_t lanes = sizeof(Doubles) / sizeof(double);
+constexpr std::size_t lanes = 4;
+constexpr std::size_t pairLanes = 2 * lanes; // of the even and the odd sums together
+
+template <std::size_t Lanes>
+struct Vector {
+    typedef double Doubles __attribute__((vector_size(Lanes * sizeof(double))));
+    typedef long Counts __attribute__((vector_size(Lanes * sizeof(long))));
+};
 
 // Sums of distances from one pixel of the frame, since squares of the values themselves would lose digits.
+template <std::size_t Lanes>
 struct LaneSums {
+    using Doubles = typename Vector<Lanes>::Doubles;
+    using Counts = typename Vector<Lanes>::Counts;
+
     Doubles distance{};
     Doubles squares{};
     Counts notFinite{};
@@ -39,13 +48,14 @@ struct LaneSums {
     }
 };
 
-template <typename T>
-[[gnu::always_inline]] inline void load(Doubles& lane, const T* pixels) {
+template <std::size_t Lanes, typename T>
+[[gnu::always_inline]] inline void load(typename Vector<Lanes>::Doubles& lane, const T* pixels) {
+    using Doubles = typename Vector<Lanes>::Doubles;
     if constexpr (std::is_same_v<T, double>) {
         std::memcpy(&lane, pixels, sizeof lane);
     } else {
-        typedef T Pixels __attribute__((vector_size(lanes * sizeof(T))));
-        typedef int Ints __attribute__((vector_size(lanes * sizeof(int))));
+        typedef T Pixels __attribute__((vector_size(Lanes * sizeof(T))));
+        typedef int Ints __attribute__((vector_size(Lanes * sizeof(int))));
         Pixels some;
         std::memcpy(&some, pixels, sizeof some);
         if constexpr (sizeof(T) < sizeof(int))
@@ -57,23 +67,23 @@ template <typename T>
 
 // Two alternating sums, so that an addition need not wait for the previous one.
 struct Sums {
-    LaneSums even;
-    LaneSums odd;
+    LaneSums<lanes> even;
+    LaneSums<lanes> odd;
 
     template <typename T>
     [[gnu::always_inline]] void addAll(std::span<const T> pixels, double origin) {
         constexpr bool canBeNotFinite = std::is_floating_point_v<T>;
-        Doubles some;
+        Vector<lanes>::Doubles some;
         std::size_t i = 0;
-        for (; i + 2 * lanes <= pixels.size(); i += 2 * lanes) {
-            load(some, pixels.data() + i);
+        for (; i + pairLanes <= pixels.size(); i += pairLanes) {
+            load<lanes>(some, pixels.data() + i);
             even.add<canBeNotFinite>(some, origin);
-            load(some, pixels.data() + i + lanes);
+            load<lanes>(some, pixels.data() + i + lanes);
             odd.add<canBeNotFinite>(some, origin);
         }
         for (; i < pixels.size(); i += lanes) {
             const std::size_t rest = std::min(lanes, pixels.size() - i);
-            some = Doubles{} + notANumber;
+            some = Vector<lanes>::Doubles{} + notANumber;
             for (std::size_t lane = 0; lane < rest; ++lane)
                 some[lane] = static_cast<double>(pixels[i + lane]);
             even.add<true>(some, origin);
@@ -84,11 +94,54 @@ struct Sums {
 
 template <typename T>
 [[gnu::target("avx2")]] void addWithAvx2(Sums& sums, std::span<const T> pixels, double origin) {
-    sums.addAll(pixels, origin);
+    Sums inRegisters = sums; // doubles among the pixels might alias those in memory
+    inRegisters.addAll(pixels, origin);
+    sums = inRegisters;
+}
+
+template <typename Pair, typename Half>
+[[gnu::always_inline]] inline void join(Pair& pair, const Half& even, const Half& odd) {
+    const Half halves[] = {even, odd};
+    std::memcpy(&pair, halves, sizeof pair);
+}
+
+template <typename Pair, typename Half>
+[[gnu::always_inline]] inline void split(const Pair& pair, Half& even, Half& odd) {
+    Half halves[2];
+    std::memcpy(halves, &pair, sizeof pair);
+    even = halves[0];
+    odd = halves[1];
+}
+
+// The even and the odd sums in one vector: the same sums, in half the instructions.
+template <typename T>
+[[gnu::target("avx512f,avx512dq,avx512vl")]] void addPairsWithAvx512(Sums& sums, std::span<const T> pixels,
+                                                                     double origin) {
+    LaneSums<pairLanes> both;
+    join(both.distance, sums.even.distance, sums.odd.distance);
+    join(both.squares, sums.even.squares, sums.odd.squares);
+    join(both.notFinite, sums.even.notFinite, sums.odd.notFinite);
+    join(both.zeros, sums.even.zeros, sums.odd.zeros);
+    typename Vector<pairLanes>::Doubles some;
+    for (std::size_t i = 0; i + pairLanes <= pixels.size(); i += pairLanes) {
+        load<pairLanes>(some, pixels.data() + i);
+        both.add<std::is_floating_point_v<T>>(some, origin);
+    }
+    split(both.distance, sums.even.distance, sums.odd.distance);
+    split(both.squares, sums.even.squares, sums.odd.squares);
+    split(both.notFinite, sums.even.notFinite, sums.odd.notFinite);
+    split(both.zeros, sums.even.zeros, sums.odd.zeros);
 }
 
 template <typename T>
 void addPixels(Sums& sums, std::span<const T> pixels, double origin) {
+    static const bool hasAvx512 = __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") &&
+                                  __builtin_cpu_supports("avx512vl");
+    if (hasAvx512) {
+        const std::size_t paired = pixels.size() / pairLanes * pairLanes;
+        addPairsWithAvx512(sums, pixels.first(paired), origin);
+        pixels = pixels.subspan(paired);
+    }
     if (__builtin_cpu_supports("avx2"))
         addWithAvx2(sums, pixels, origin);
     else
