@@ -119,6 +119,8 @@ public:
     }
 
 private:
+    // Of the files that a folder or a pattern selects.
+    fs::path folder() const { return fs::path(byKind.begin()->second.front()).parent_path(); }
     static std::string nameOf(const std::string& path) { return fs::path(path).filename().string(); }
 
     [[noreturn]] void refuseSeveral() const {
@@ -126,9 +128,11 @@ private:
         for (const auto& [kind, paths] : byKind)
             text += (text.empty() ? "" : ", ") + nameOf(paths.front()) +
                     (paths.size() > 1 ? " and " + std::to_string(paths.size() - 1) + " more" : "");
-        throw Error(input + ": holds frame files of several formats (" + text +
-                    "); select those that belong together by a pattern in quotes, such as \"" +
-                    (fs::path(input).parent_path() / "*.tif").string() + "\"");
+        throw Error(
+            input + ": holds frame files of several formats (" + text +
+            "); select those that belong together by a pattern in quotes, such as \"" +
+            (folder() / ("*" + fs::path(byKind.begin()->second.front()).extension().string())).string() +
+            "\"");
     }
 
     // A file that a detector left empty or cut off within its first bytes.
@@ -138,7 +142,9 @@ private:
             const auto endsLikeIt = [&](const std::string& path) {
                 return fs::path(path).extension() == ending;
             };
-            if (!ending.empty() && fs::is_regular_file(other) && std::ranges::any_of(frames, endsLikeIt))
+            std::error_code failure;
+            if (!ending.empty() && fs::is_regular_file(other, failure) &&
+                std::ranges::any_of(frames, endsLikeIt))
                 throw Error(other +
                             ": is not a frame file, but is named like one; restore it or move it away");
         }
@@ -153,7 +159,8 @@ private:
 
 InputFiles filesOfSeries(const std::string& input) {
     const auto [place, dataset] = splitDatasetPath(input);
-    std::vector<std::string> paths = fs::is_directory(place) ? filesIn(place) : filesMatching(place);
+    std::error_code failure;
+    std::vector<std::string> paths = fs::is_directory(place, failure) ? filesIn(place) : filesMatching(place);
     std::ranges::sort(paths, comesBefore);
     Selection selection(place);
     for (const std::string& path : paths)
