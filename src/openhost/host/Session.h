@@ -38,7 +38,12 @@ struct DevicePlan {
 class Session {
 public:
     // An empty `pluginPath` searches for the plug-in. Throws Error.
-    Session(Console& console, const std::string& pluginPath, const DevicePlan& plan);
+    Session(Console& console, const std::string& pluginPath, const DevicePlan& plan)
+        : zenteo([&console](const std::string& line) { console.message(line); }),
+          detector(zenteo.addDevice(plan.type, plan.width, plan.height)),
+          library(PluginLibrary::find(pluginPath)) {
+        library.start(zenteo);
+    }
 
     Host& host() { return zenteo; }
     Device& device() { return detector; }
@@ -55,7 +60,5 @@ private:
     Device& detector;
     PluginLibrary library;
 };
-
-using ombrel::filterName;
 
 } // namespace ombrel

@@ -1,4 +1,4 @@
-#include "run/GridDrift.h"
+#include "run/SelectionLogs.h"
 
 #include "base/Numbers.h"
 

@@ -3,7 +3,6 @@
 #include "base/AtomicFile.h"
 #include "base/Error.h"
 #include "base/Numbers.h"
-#include "run/GridDrift.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -102,10 +101,6 @@ constexpr const char* logKey = "LogQualityValuesFile";
 
 } // namespace
 
-SelectionLogs::SelectionLogs() : driftNotes(std::make_unique<DriftNotes>()) {}
-
-SelectionLogs::~SelectionLogs() = default;
-
 void SelectionLogs::redirect(zt::ISettings& settings, std::size_t worker) {
     if (const std::string named = settings.getString(adaptiveGroup, logKey, ""); !named.empty())
         userFile = named;
@@ -120,6 +115,10 @@ std::optional<SelectedFlatField> SelectionLogs::read(std::size_t worker, zt::u64
         return std::nullopt;
     found->second.clear();
     const bool isWhole = isWholeQualityLog(text);
+    const auto candidates = isWhole ? readQualityLog(text) : std::vector<QualityValue>();
+    auto choice = choiceOf(candidates);
+    if (choice)
+        choice->outside = sidesOutside(candidates);
     const std::lock_guard lock(mutex);
     if (!isWhole) {
         firstLost = framesLost == 0 ? frame : std::min(firstLost, frame);
@@ -130,17 +129,9 @@ std::optional<SelectedFlatField> SelectionLogs::read(std::size_t worker, zt::u64
         lastFrame = frame;
         lastText = text;
     }
-    const auto candidates = readQualityLog(text);
-    auto choice = choiceOf(candidates);
-    if (choice) {
-        choice->outside = sidesOutside(candidates);
-        driftNotes->add(frame, choice->outside);
-    }
+    if (choice)
+        driftNotes.add(frame, choice->outside);
     return choice;
-}
-
-std::string SelectionLogs::drift() const {
-    return driftNotes->text();
 }
 
 std::string SelectionLogs::loss() const {

@@ -7,9 +7,9 @@
 
 #include <cstddef>
 #include <map>
-#include <memory>
 #include <mutex>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -48,16 +48,28 @@ bool isWholeQualityLog(const std::string& text);
 // The first candidate with the least value, and the second best; nothing without candidates.
 std::optional<SelectedFlatField> choiceOf(const std::vector<QualityValue>& candidates);
 
-class DriftNotes;
+// The sides of the grid beyond which the best flat field of a frame lies, by about two steps or more: the
+// winner is at the end of an axis, and the scores of its line on that axis point further out. An axis of two
+// values shows nothing.
+GridSides sidesOutside(std::span<const QualityValue> candidates);
+
+// Collects the frames outside of the grid for a message at the end of a run.
+class DriftNotes {
+public:
+    void add(zt::u64 frame, GridSides sides);
+    // In one line; empty if all frames lie within the grid.
+    std::string text() const;
+
+private:
+    std::vector<zt::u64> frames;
+    GridSides all = 0;
+};
 
 // Records the choices of the adaptive filters of a run's workers. Only their logs of quality values contain
 // them, so each worker gets a separate log. A log file named by the user receives the log of the last
 // frame, as it would without recording.
 class SelectionLogs {
 public:
-    SelectionLogs();
-    ~SelectionLogs();
-
     // Redirects the worker's log, before its filter loads the settings. Throws Error.
     void redirect(zt::ISettings& settings, std::size_t worker);
     void setUserFile(const std::string& path) { userFile = path; }
@@ -67,7 +79,7 @@ public:
     // Why choices are missing, in one line; empty if all were read.
     std::string loss() const;
     // The frames outside of the grid, in one line; empty if all are inside.
-    std::string drift() const;
+    std::string drift() const { return driftNotes.text(); }
     // Throws Error.
     void copyToUserFile() const;
 
@@ -79,7 +91,7 @@ private:
     std::string lastText; // of that frame
     zt::u64 framesLost = 0;
     zt::u64 firstLost = 0;
-    std::unique_ptr<DriftNotes> driftNotes;
+    DriftNotes driftNotes;
 };
 
 } // namespace ombrel

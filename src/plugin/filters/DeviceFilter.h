@@ -5,6 +5,7 @@
 #include "zt/IDevMpx.h"
 #include "zt/IMpxFrame.h"
 #include "zt/IParam.h"
+#include "zt/ISettings.h"
 #include "zt/IZenteo.h"
 
 #include <cstdarg>
@@ -57,11 +58,22 @@ protected:
         : host(zenteo), dev(device), params(parameters), logFlag(flag) {}
 
     // Writes the file that settings were loaded from; does nothing if none were loaded.
-    void saveToSettingsFile();
+    void saveToSettingsFile() {
+        if (settingsFilePath.empty())
+            return;
+        zt::ISettings* const settings = host->createSettings(settingsFilePath.c_str(), 1);
+        saveToSettings(settings);
+        settings->save();
+        settings->destroy();
+    }
 
     // The host's parameters may call back while they end: a filter with callbacks calls this at the start of
     // its destructor, while it is still complete.
-    void endParameters();
+    void endParameters() {
+        if (params)
+            params->destroy();
+        params = nullptr;
+    }
 
     template <typename T>
     T logError(T value, const char* format, ...) const {
@@ -73,7 +85,7 @@ protected:
     }
     // Passes a formatted text to the host's log. The host gets it as a format, so percent signs in it are
     // interpreted again.
-    void log(const std::string& text) const;
+    void log(const std::string& text) const { host->log(pluginName, logFlag, text.c_str()); }
 
     zt::IZenteo* host;
     zt::IDevMpx* dev;

@@ -1,5 +1,5 @@
 // Whether a frame lies outside of the grid of flat fields.
-#include "run/GridDrift.h"
+#include "run/SelectionLogs.h"
 
 #include "fixtures/Testing.h"
 
