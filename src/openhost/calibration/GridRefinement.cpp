@@ -274,7 +274,8 @@ std::vector<GridPointFacts> GridRefinement::write(CalibrationHeap& heap,
         advanced();
     }
     std::vector<GridPointFacts> facts;
-    for (const auto& taken : grid().points())
+    const CalibrationGrid finer = grid();
+    for (const auto& taken : finer.points())
         facts.push_back(taken ? written[*taken] : GridPointFacts{notANumber, 0});
     return facts;
 }
