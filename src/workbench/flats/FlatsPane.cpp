@@ -74,8 +74,7 @@ FlatsPane::FlatsPane(Console& console, std::string pluginPath, QWidget* parent)
 
 void FlatsPane::ask(const std::vector<std::string>& open) {
     const QString first = open.empty() ? QString() : QString::fromStdString(open.front());
-    const QStringList files = QFileDialog::getOpenFileNames(
-        this, "Flat fields", first, "Frames (*.h5 *.hdf5 *.nxs *.tif *.tiff);;All files (*)");
+    const QStringList files = QFileDialog::getOpenFileNames(this, "Flat fields", first, frameFileFilter());
     if (files.isEmpty())
         return;
     const QFileInfo file(files.front());

@@ -1,5 +1,7 @@
 #include "panes/Look.h"
 
+#include "frame/FrameFile.h"
+
 #include <qcustomplot.h>
 
 #include <array>
@@ -54,6 +56,10 @@ QCPColorGradient gradientOf(std::span<const QRgb> colours) {
 }
 
 } // namespace
+
+QString frameFileFilter() {
+    return QString::fromStdString("Frames (" + FrameFile::namePatterns() + ");;All files (*)");
+}
 
 QStringList colourMapNames() {
     return {"Gre&y", "Viri&dis", "&Inferno"};

@@ -42,6 +42,9 @@ Object* newChild(Arguments&&... arguments) {
 // fitting a small screen.
 QWidget* newScroller(QWidget* content);
 
+// The choice of files in a dialog that opens frames.
+QString frameFileFilter();
+
 // The names of the selectable colour maps, in menu order, with mnemonic marks.
 QStringList colourMapNames();
 

@@ -1,6 +1,7 @@
 #include "window/StackOpener.h"
 
 #include "base/FileContent.h"
+#include "panes/Look.h"
 
 #include <QDialogButtonBox>
 #include <QFileDialog>
@@ -30,8 +31,7 @@ std::string absolute(const std::string& path) {
 class FramesPicker final : public QFileDialog {
 public:
     FramesPicker(QWidget* parent, const QString& folder)
-        : QFileDialog(parent, "Open frames", folder,
-                      "Frames (*.h5 *.hdf5 *.nxs *.tif *.tiff);;All files (*)") {
+        : QFileDialog(parent, "Open frames", folder, frameFileFilter()) {
         setOption(DontUseNativeDialog); // native dialogs accept names of files only
         setFileMode(ExistingFiles);
         name = findChild<QLineEdit*>("fileNameEdit");
