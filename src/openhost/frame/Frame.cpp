@@ -94,8 +94,8 @@ void Frame::addSubFrame(FramePtr subFrame) {
 
 void Frame::stopSharing() {
     if (storage.use_count() == 1) {
-        // The other owners have read their pixels.
-        std::atomic_thread_fence(std::memory_order_acquire);
+        // To drop a share orders what the former owners read before what this one writes next.
+        std::shared_ptr<std::byte>(storage).reset();
         return;
     }
     const std::size_t bytes = storageBytes(frameWidth, frameHeight, pixelType);
