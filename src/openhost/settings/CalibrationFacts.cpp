@@ -2,7 +2,6 @@
 
 #include "base/Error.h"
 #include "settings/SettingsFiles.h"
-#include "zt/Types.h"
 
 #include <algorithm>
 #include <span>
@@ -16,6 +15,9 @@ constexpr std::string_view levelKey = "Level";
 constexpr std::string_view flatFieldsKey = "FlatFields";
 constexpr std::string_view gridDivisorsKey = "GridDivisors";
 constexpr std::string_view gridFlatFieldsKey = "GridFlatFields";
+constexpr std::string_view maskFramesKey = "MaskFrames";
+constexpr std::string_view maskCorrectionKey = "MaskCorrection";
+constexpr std::string_view gainKey = "Gain";
 
 template <typename T>
 std::optional<T> valueOf(const SettingsTree& settings, std::string_view key) {
@@ -23,18 +25,8 @@ std::optional<T> valueOf(const SettingsTree& settings, std::string_view key) {
     return value ? std::optional(*value) : std::nullopt;
 }
 
-template <typename T>
-Blob blobOf(const std::vector<T>& values) {
+Blob blobOf(const std::vector<double>& values) {
     return Blob(std::as_bytes(std::span(values)));
-}
-
-template <typename T>
-std::vector<T> valuesOf(const SettingsTree& settings, std::string_view key) {
-    const auto* const blob = std::get_if<Blob>(settings.find(ownGroup, key));
-    std::vector<T> values(blob ? blob->size() / sizeof(T) : 0);
-    if (blob)
-        blob->copyTo(std::as_writable_bytes(std::span(values)));
-    return values;
 }
 
 } // namespace
@@ -44,10 +36,16 @@ void noteFacts(SettingsTree& settings, const CalibrationFacts& facts) {
         settings.set(ownGroup, levelKey, *facts.level);
     if (facts.flatFields)
         settings.set(ownGroup, flatFieldsKey, *facts.flatFields);
+    if (facts.gain)
+        settings.set(ownGroup, gainKey, *facts.gain);
+    if (!facts.maskFrames.empty())
+        settings.set(ownGroup, maskFramesKey, blobOf(facts.maskFrames));
+    if (!facts.maskCorrection.empty())
+        settings.set(ownGroup, maskCorrectionKey, facts.maskCorrection);
     if (facts.points.empty())
         return;
     std::vector<double> divisors;
-    std::vector<zt::i32> flatFields;
+    std::vector<double> flatFields;
     for (const GridPointFacts& point : facts.points) {
         divisors.push_back(point.divisor);
         flatFields.push_back(point.flatFields);
@@ -60,8 +58,11 @@ CalibrationFacts factsOf(const SettingsTree& settings) {
     CalibrationFacts facts;
     facts.level = valueOf<double>(settings, levelKey);
     facts.flatFields = valueOf<int>(settings, flatFieldsKey);
-    const auto divisors = valuesOf<double>(settings, gridDivisorsKey);
-    const auto flatFields = valuesOf<zt::i32>(settings, gridFlatFieldsKey);
+    facts.gain = valueOf<double>(settings, gainKey);
+    facts.maskFrames = doublesOf(settings, ownGroup, maskFramesKey);
+    facts.maskCorrection = valueOf<std::string>(settings, maskCorrectionKey).value_or("");
+    const auto divisors = doublesOf(settings, ownGroup, gridDivisorsKey);
+    const auto flatFields = doublesOf(settings, ownGroup, gridFlatFieldsKey);
     for (std::size_t i = 0; i < std::min(divisors.size(), flatFields.size()); ++i)
         facts.points.push_back({divisors[i], flatFields[i]});
     return facts;

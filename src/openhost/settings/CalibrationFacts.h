@@ -13,9 +13,9 @@ struct GridPointFacts {
     // The flat field in counts a frame was divided by this before it was stored: its mean with --normalise,
     // otherwise 1. A corrected frame divided by it is the transmission. NaN for a hole.
     double divisor = 1;
-    // The number of frames whose mean the flat field is; 0 for a hole and for a flat field that was predicted
-    // by the surfaces of a refined grid.
-    int flatFields = 0;
+    // The number of frames whose mean the flat field is, or, for one that was predicted by the surfaces of a
+    // refined grid, whose mean would be as precise; 0 for a hole.
+    double flatFields = 0;
 };
 
 // What a calibration stores of its flat fields, besides the filter's own settings, in ombrel's group. It
@@ -29,6 +29,13 @@ struct CalibrationFacts {
     std::optional<int> flatFields;
     // AdaptiveFF: one for each grid point, V slowest and E fastest, as the heap stores them.
     std::vector<GridPointFacts> points;
+    // Beam-hardening: the number of frames in the sum of each mask; empty for masks that were not measured.
+    std::vector<double> maskFrames;
+    // The hash of the Flat-Field settings that corrected the masks' frames; empty for frames as measured, and
+    // another text for any other correction.
+    std::string maskCorrection;
+    // Counts a photon, from the noise of the frames; nothing for too few frames.
+    std::optional<double> gain;
 };
 
 void noteFacts(SettingsTree& settings, const CalibrationFacts& facts);

@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <limits>
 #include <optional>
+#include <span>
 
 namespace ombrel {
 
@@ -51,6 +52,14 @@ void SettingsTree::set(SettingsGroup group) {
 void SettingsTree::remove(std::string_view group) {
     std::erase_if(
         groups, [&](const SettingsGroup& each) { return each.name == group; });
+}
+
+std::vector<double> doublesOf(const SettingsTree& settings, std::string_view group, std::string_view key) {
+    const auto* const blob = std::get_if<Blob>(settings.find(group, key));
+    std::vector<double> values(blob ? blob->size() / sizeof(double) : 0);
+    if (blob)
+        blob->copyTo(std::as_writable_bytes(std::span(values)));
+    return values;
 }
 
 std::string filterGroups(const SettingsTree& settings) {

@@ -43,6 +43,9 @@ struct SettingsTree {
     void remove(std::string_view group);
 };
 
+// The doubles of a blob; empty without it.
+std::vector<double> doublesOf(const SettingsTree& settings, std::string_view group, std::string_view key);
+
 // The names of the filters' groups, quoted, for messages.
 std::string filterGroups(const SettingsTree& settings);
 
