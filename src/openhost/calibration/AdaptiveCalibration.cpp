@@ -121,6 +121,7 @@ void writeCalibration(CalibrationHeap& heap, SettingsTree settings, const Calibr
 CalibrationFacts factsOf(const AdaptiveHeaps& heaps) {
     CalibrationFacts facts;
     facts.points = heaps.facts();
+    facts.gain = heaps.gain();
     return facts;
 }
 
@@ -184,7 +185,7 @@ void writeRefined(GridRefinement& refinement, const RefinePlan& plan, SettingsTr
         settings.set(adaptiveGroup, "Interpolation", grid.isForLookAround ? 1 : 0);
         CalibrationHeap heap(heapPathOf(options.output), refinement.grid(), plan.heapPlan.settings);
         Progress writing(console, grid.written.size(), options.quiet);
-        CalibrationFacts facts;
+        CalibrationFacts facts = factsOf(plan.heaps);
         facts.points = refinement.write(heap, [&] { writing.advance(); });
         heap.sync();
         perFlat = 1.02 * refinedSeconds(heap, plan, settings, grid.tried, trial);

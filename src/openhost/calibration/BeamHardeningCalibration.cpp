@@ -1,8 +1,11 @@
 #include "calibration/BeamHardeningCalibration.h"
 
 #include "base/Error.h"
+#include "base/FileContent.h"
 #include "base/FileDescriptor.h"
 #include "base/Numbers.h"
+#include "frame/FrameOutput.h"
+#include "frame/RunRecord.h"
 #include "host/Session.h"
 #include "run/RunPaths.h"
 #include "settings/SettingsFile.h"
@@ -126,12 +129,15 @@ MaskCalibration::MaskCalibration(const MaskCalibrateOptions& calibrateOptions,
 MaskSum MaskCalibration::measure(const ThicknessMask& mask, const std::string& noun) {
     FrameStack stack(mask.files, FrameRole::Flat);
     const auto good = judged.judge(fieldSetOf(stack, "frames of " + noun + " " + numberText(mask.thickness)));
-    MaskSum sum{Frame::create(stack.width(), stack.height(), zt::DT_DOUBLE), 0, mask.files.front()};
+    MaskSum sum{Frame::create(stack.width(), stack.height(), zt::DT_DOUBLE), 0, mask.files.front(),
+                good.size()};
     for (const std::size_t i : good) {
         const FramePtr frame = stack.readFrame(i);
         sum.seconds += options.acqTime ? *options.acqTime : timeOf(*frame, stack.where(i));
         sum.frame->addFrame(frame.get());
+        transfer.add(*frame);
     }
+    transfer.endSet();
     return sum;
 }
 
@@ -144,6 +150,8 @@ void MaskCalibration::endInspection() {
 void MaskCalibration::add(double thickness, MaskSum sum) {
     const std::string name = "<Mask of " + numberText(thickness) + ">";
     session.host().frames().defineFrame(name, std::move(sum.frame));
+    if (sum.frames > 0)
+        facts.maskFrames.push_back(static_cast<double>(sum.frames));
     const int code = beamHardening.addMaskFromFile(name.c_str(), thickness, sum.seconds);
     session.host().frames().undefine(name);
     if (code != 0)
@@ -151,10 +159,36 @@ void MaskCalibration::add(double thickness, MaskSum sum) {
                     numberText(thickness));
 }
 
+namespace {
+
+// See CalibrationFacts::maskCorrection.
+std::string correctionOf(const FrameStack& stack) {
+    const auto ofFile = [](const FrameFileInfo& info) -> std::string {
+        if (!info.run)
+            return {};
+        const auto output = FrameOutput::stateOf(splitDatasetPath(info.path).file);
+        const auto chain =
+            output ? RunRecord::fromJson(output->plan.record).chain : std::vector<LinkRecord>();
+        const bool isFlatField = chain.size() == 1 && chain[0].filter == "Flat-Field" && chain[0].settings;
+        return isFlatField ? chain[0].settings->hash : "other";
+    };
+    const std::string first = ofFile(stack.info(0));
+    for (std::size_t file = 1; file < stack.fileCount(); ++file)
+        if (ofFile(stack.info(file)) != first)
+            return "several";
+    return first;
+}
+
+} // namespace
+
 void MaskCalibration::save() {
     const auto store = session.host().openSettings(options.output);
     link.filter().saveToSettings(store.get());
     SettingsTree settings = store->contents();
+    facts.maskCorrection = correctionOf(all);
+    if (facts.maskCorrection.empty())
+        facts.gain = transfer.gain();
+    noteFacts(settings, facts);
     judged.note(settings);
     writeSettingsFile(settings, options.output);
 }

@@ -4,7 +4,9 @@
 #include "base/FileDescriptor.h"
 #include "calibration/CalibrateOptions.h"
 #include "host/Session.h"
+#include "settings/CalibrationFacts.h"
 #include "stack/FrameStack.h"
+#include "uncertainty/PhotonTransfer.h"
 #include "zt/IPrivateFilters.h"
 
 #include <optional>
@@ -35,7 +37,8 @@ std::vector<ThicknessMask> parseThicknessMasks(const std::vector<std::string>& t
 struct MaskSum {
     FramePtr frame;
     double seconds = 0;
-    std::string file; // the first of a measured mask; empty for one between measured ones
+    std::string file;       // the first of a measured mask; empty for one between measured ones
+    std::size_t frames = 0; // of a measured mask
 
     // The mean over the pixels that are not NaN.
     double countsPerSecond() const;
@@ -78,6 +81,8 @@ private:
     FilterLink link;
     IBHFilter& beamHardening;
     FieldInspection judged;
+    CalibrationFacts facts;
+    PhotonTransfer transfer;
 };
 
 // The command line of `ombrel calibrate beam-hardening`.

@@ -219,7 +219,9 @@ void AdaptiveHeaps::addPoint(const AdaptiveHeapPlan& plan, std::size_t index, Gr
     greatestLevel = std::max(greatestLevel, level);
     singles += flat.isTestKeptOut() ? 0 : 1;
     ++imageCount;
-    pointFacts[index] = {divisorOf(flat.ofAll, plan.normalise), static_cast<int>(flat.frames)};
+    if (flat.isTestKeptOut())
+        transfer.addSplit(*flat.test, flat.ofOthers, flat.frames);
+    pointFacts[index] = {divisorOf(flat.ofAll, plan.normalise), static_cast<double>(flat.frames)};
 
     const std::vector<float> image = imageOf(flat.ofAll, plan.normalise);
     whole.append(image);

@@ -5,6 +5,7 @@
 #include "calibration/CalibrationGrid.h"
 #include "calibration/CalibrationGridTable.h"
 #include "settings/CalibrationFacts.h"
+#include "uncertainty/PhotonTransfer.h"
 #include "zt/Types.h"
 
 #include <cstddef>
@@ -97,6 +98,7 @@ public:
     const CalibrationGrid& trialGrid() const { return tried.grid; }
     // Of all grid points.
     const std::vector<GridPointFacts>& facts() const { return pointFacts; }
+    std::optional<double> gain() const { return transfer.gain(); }
     // The number of points that have a flat field.
     std::size_t images() const { return imageCount; }
     // The number of points with a single frame, which is then its own flat field.
@@ -117,6 +119,7 @@ private:
     // Those between points of the coarse grid come first; of these, those that are their own flat field.
     std::vector<AdaptiveTestFrame> testFrames;
     std::vector<GridPointFacts> pointFacts;
+    PhotonTransfer transfer;
     std::size_t betweenCount = 0;
     std::size_t ownFlatCount = 0;
     std::size_t imageCount = 0;

@@ -13,6 +13,7 @@
 #include "settings/SettingsFile.h"
 #include "settings/SettingsFiles.h"
 #include "stack/FrameStack.h"
+#include "uncertainty/PhotonTransfer.h"
 #include "zt/IObject.h"
 #include "zt/IPrivateFilters.h"
 
@@ -137,6 +138,7 @@ struct FlatTable {
     FramePtr frame;
     std::size_t count = 0; // of frames
     double scale = 1;      // the mean is the table times this
+    std::optional<double> gain = {};
 };
 
 // The filter would read the frames itself, and get the same bits: it adds and divides in this order. A frame
@@ -144,12 +146,16 @@ struct FlatTable {
 FlatTable tableOf(const UsedFlats& flats, const FlatFieldOptions& options) {
     FlatTable table{Frame::create(flats.stack.width(), flats.stack.height(), zt::DT_DOUBLE),
                     flats.frames.size()};
+    PhotonTransfer transfer;
     for (const std::size_t i : flats.frames) {
         FramePtr frame = flats.stack.readFrame(i);
         if (options.acquisition)
             frame = acquiredFrame(*frame, options, flats.stack.where(i));
         table.frame->addFrame(frame.get());
+        transfer.add(*frame);
     }
+    transfer.endSet();
+    table.gain = transfer.gain();
     const double share = 1.0 / static_cast<double>(table.count);
     if (options.acquisition)
         table.scale = share;
@@ -207,14 +213,6 @@ void loadFromFrames(Session& session, const FlatTable& table, const FlatFieldOpt
     loadFromFile(session, name, filter);
 }
 
-std::vector<double> coefficientsOf(const SettingsTree& settings, std::string_view key) {
-    const auto* const blob = std::get_if<Blob>(settings.find("FF", key));
-    std::vector<double> values(blob ? blob->size() / sizeof(double) : 0);
-    if (blob)
-        blob->copyTo(std::as_writable_bytes(std::span(values)));
-    return values;
-}
-
 std::vector<double> meansOfColumns(std::span<const double> pixels, std::size_t width) {
     std::vector<double> means(width);
     for (std::size_t i = 0; i < pixels.size(); ++i)
@@ -226,10 +224,11 @@ std::vector<double> meansOfColumns(std::span<const double> pixels, std::size_t w
 CalibrationFacts factsOf(const SettingsTree& settings, const FlatTable& table, bool tdi) {
     CalibrationFacts facts;
     facts.flatFields = static_cast<int>(table.count);
+    facts.gain = table.gain;
     const auto pixels = std::as_const(*table.frame).pixels<double>();
     const auto values = tdi ? meansOfColumns(pixels, table.frame->width())
                             : std::vector<double>(pixels.begin(), pixels.end());
-    const auto coefficients = coefficientsOf(settings, tdi ? "TDICoeffs" : "Coeffs");
+    const auto coefficients = doublesOf(settings, "FF", tdi ? "TDICoeffs" : "Coeffs");
     const auto one = static_cast<std::size_t>(std::ranges::find(coefficients, 1.0) - coefficients.begin());
     if (one < values.size() && values[one] * table.scale > 0)
         facts.level = values[one] * table.scale;

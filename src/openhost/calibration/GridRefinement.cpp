@@ -219,7 +219,7 @@ std::string GridRefinement::gridsText(double secondsPerFlat) const {
                "\nRefined grids, and what frames of %.0f counts all over the grid can expect (from the "
                "measured "
                "points alone: residual %.2f, worst %.2f):\n"
-               "search        grid                     flats  tried      memory  ms/frame  residual  worst\n",
+               "search        grid                     flats   tried     memory  ms/frame  residual  worst\n",
                options.frameCounts.value_or(meanOf(counts) / countsOverFrame), measured.mean,
                measured.worst) +
            gridText(refined, secondsPerFlat) + "  <- chosen\n" +
@@ -252,17 +252,31 @@ void GridRefinement::fitAllPixels(const std::function<void()>& advanced) {
     }
 }
 
+// A prediction has the noise of the flat fields, weighted as the fit weights them, and the error of the
+// surface itself.
+double GridRefinement::framesAt(const GridPoint& point) const {
+    const auto terms = polynomial->at(point);
+    double variance = meanOf(errors.atPoint);
+    for (std::size_t k = 0; k < points.size(); ++k) {
+        double weight = 0;
+        for (std::size_t term = 0; term < terms.size(); ++term)
+            weight += terms[term] * fit->weight(term, k);
+        variance += weight * weight / counts[k];
+    }
+    return 1 / (variance * surfaces->levelAt(point));
+}
+
 GridPointFacts GridRefinement::write(CalibrationHeap& heap, const GridPoint& point) const {
     const auto known = std::ranges::find(points, point);
     const auto index = static_cast<std::size_t>(known - points.begin());
     // Where the surface is off by more than the flat field's own noise, the flat field itself is better.
     if (known == points.end() || errors.atPoint[index] < logs.noise[index]) {
         heap.append(surfaces->at(point, plan.normalise));
-        return {plan.normalise ? surfaces->levelAt(point) : 1, 0};
+        return {plan.normalise ? surfaces->levelAt(point) : 1, framesAt(point)};
     }
     const GridFlat flat = plan.flats.read(rows[index]);
     heap.append(imageOf(flat.ofAll, plan.normalise));
-    return {divisorOf(flat.ofAll, plan.normalise), static_cast<int>(flat.frames)};
+    return {divisorOf(flat.ofAll, plan.normalise), static_cast<double>(flat.frames)};
 }
 
 std::vector<GridPointFacts> GridRefinement::write(CalibrationHeap& heap,

@@ -54,6 +54,8 @@ private:
     void sample(const std::function<void()>& advanced);
     void choosePolynomial();
     void refuseUnlessBetter() const;
+    // The number of frames whose mean would be as precise as the surface is there.
+    double framesAt(const GridPoint& point) const;
     std::size_t mostPoints(double secondsPerFlat) const;
     // Writes one flat field.
     GridPointFacts write(CalibrationHeap& heap, const GridPoint& point) const;
