@@ -13,6 +13,7 @@
 #include "frame/FrameOutput.h"
 #include "frame/RunRecord.h"
 #include "run/RunPaths.h"
+#include "run/RunSigma.h"
 #include "stack/MergedParts.h"
 
 #include <CLI/CLI.hpp>
@@ -85,6 +86,7 @@ RunOptions optionsOf(const RunRecord& record, const ReplayOptions& replayOptions
     options.outputType = record.outputType;
     options.frames = std::to_string(record.begin) + ":" + std::to_string(record.end);
     options.acqTime = record.acqTime;
+    options.sigma = sigmaOf(record);
     options.replace = record.replace;
     options.deviceType = record.deviceType;
     options.marks = {record.marks, record.keepNan};

@@ -14,6 +14,7 @@
 #include "run/RunNotes.h"
 #include "run/RunPaths.h"
 #include "run/RunSetup.h"
+#include "run/RunSigma.h"
 
 #include <CLI/CLI.hpp>
 #include <QJsonArray>
@@ -86,7 +87,8 @@ int dryRun(FrameStack& stack, const FrameRange& range, WorkerChains& workers, co
            Console& console) {
     const FramePtr first = firstCorrected(stack, range, workers.chains[0], options);
     const zt::u64 pixelBytes = options.outputType == "f64" ? sizeof(double) : sizeof(float);
-    const zt::u64 bytes = range.count() * first->size() * pixelBytes;
+    const zt::u64 planeBytes = planesOf(options.sigma).size() * sizeof(float);
+    const zt::u64 bytes = range.count() * first->size() * (pixelBytes + planeBytes);
     checkRoom(options.output, bytes);
     console.message("would correct " + countText(range.count(), "frame") + " of " +
                     sizeText(stack.width(), stack.height()) + " with " +
@@ -300,6 +302,19 @@ void addDeviceOptions(CLI::App& command, RunOptions& options) {
 
 namespace {
 
+void addSigmaOptions(CLI::App& command, SigmaOptions& options) {
+    command.add_flag("--sigma", options.isWanted,
+                     "Write the standard deviation of each pixel, /exchange/data_sigma");
+    command.add_flag_callback(
+        "--sigma-calibration", [&options] { options.isWanted = options.calibrationPart = true; },
+        "The same, and the part of it that all frames share, /exchange/data_sigma_calibration");
+    command
+        .add_option("--gain", options.gain,
+                    "Counts a photon, for --sigma; without it as the calibration measured, else 1")
+        ->check(numberAboveZero())
+        ->type_name("COUNTS");
+}
+
 // Options of the run and its reports.
 void addRunOptions(CLI::App& command, RunOptions& options) {
     CLI::Option* force =
@@ -310,6 +325,7 @@ void addRunOptions(CLI::App& command, RunOptions& options) {
     addDeviceOptions(command, options);
     command.add_flag("--no-choice", options.noChoice,
                      "Do not record which grid point AdaptiveFF chose for each frame");
+    addSigmaOptions(command, options.sigma);
     command.add_option("--report", options.report, "Write figures of each frame as JSON")
         ->type_name("FILE.json");
     command.add_option("--preview", options.preview, "Pictures of each frame, raw next to corrected")

@@ -19,6 +19,10 @@ std::vector<std::byte> nanPixels(std::size_t count) {
 
 } // namespace
 
+void FrameOutput::storePlane(std::size_t, std::span<const float>) {
+    throw std::logic_error("an output of this format has no planes");
+}
+
 std::vector<std::byte> failedFramePixels(const OutputPlan& plan) {
     const std::size_t count = std::size_t{plan.width} * plan.height;
     if (plan.pixelType == zt::DT_FLOAT)

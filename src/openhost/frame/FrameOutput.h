@@ -3,6 +3,7 @@
 #include "frame/FrameRow.h"
 #include "zt/Types.h"
 
+#include <array>
 #include <cstddef>
 #include <functional>
 #include <memory>
@@ -26,7 +27,12 @@ struct OutputPlan {
     // Adds what is known of the frames to a new HDF5 file that is whole except for their pixels.
     std::function<void(const std::string& newFile)> addMetadata = {};
     std::vector<zt::u32> touched = {}; // of each pixel, see PixelFaults.h; empty if not known
+    // Further images of each frame, as floats, by their names next to the frames. HDF5 only.
+    std::vector<std::string> planes = {};
 };
+
+// The names of all planes that outputs may have: standard deviations, and the calibration's part of them.
+inline constexpr std::array planeNames{"data_sigma", "data_sigma_calibration"};
 
 // The state of an output on the disk.
 struct OutputState {
@@ -68,6 +74,9 @@ public:
     // Writes the next frame, width * height pixels of the plan's type. A failed frame has no pixels here and
     // is stored as NaN, so that the other frames keep their indexes. Throws Error.
     virtual void append(std::span<const std::byte> pixels, const FrameRow& row) = 0;
+    // Writes a plane of the next frame, ahead of its append(): width * height pixels. Not for a failed frame,
+    // whose planes are NaN. Throws Error.
+    virtual void storePlane(std::size_t plane, std::span<const float> pixels);
     // Marks the output as complete. Throws Error.
     virtual void finish() = 0;
 };

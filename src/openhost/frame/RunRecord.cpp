@@ -140,6 +140,11 @@ std::vector<std::string> RunRecord::differencesFrom(const RunRecord& before) con
     found.text("marks", marks + (keepNan ? ", kept as NaN" : ""),
                before.marks + (before.keepNan ? ", kept as NaN" : ""));
     found.text("acquisition time", timeText(acqTime), timeText(before.acqTime));
+    found.text("standard deviations", sigma, before.sigma);
+    const auto gainText = [](const std::optional<double>& given) {
+        return given ? numberText(*given) : std::string("none given");
+    };
+    found.text("gain", gainText(gain), gainText(before.gain));
     return found.lines;
 }
 
@@ -261,6 +266,10 @@ void check(const RunRecord& record) {
         refuse(QString("its frames are %1:%2").arg(record.begin).arg(record.end));
     if (record.outputType != "f32" && record.outputType != "f64")
         refuse("\"output_type\" is neither f32 nor f64");
+    if (record.sigma != "none" && record.sigma != "total" && record.sigma != "calibration")
+        refuse("\"sigma\" is neither none, total nor calibration");
+    if (record.gain && !(*record.gain > 0 && std::isfinite(*record.gain)))
+        refuse("\"gain\" is not above 0");
     if (record.acqTime && !(*record.acqTime > 0 && std::isfinite(*record.acqTime)))
         refuse("\"acq_time\" is not above 0");
 }
@@ -294,6 +303,10 @@ std::string RunRecord::toJson() const {
         json.insert("keep_nan", true);
     if (acqTime)
         json.insert("acq_time", *acqTime);
+    if (sigma != "none")
+        json.insert("sigma", QString::fromStdString(sigma));
+    if (gain)
+        json.insert("gain", *gain);
     if (!parts.empty())
         json.insert("parts", jsonOf(parts));
     return QJsonDocument(json).toJson().toStdString();
@@ -329,6 +342,9 @@ RunRecord RunRecord::fromJson(const std::string& text) {
     record.keepNan = json["keep_nan"].toBool();
     if (json.contains("acq_time"))
         record.acqTime = json["acq_time"].toDouble();
+    record.sigma = json["sigma"].toString("none").toStdString();
+    if (json.contains("gain"))
+        record.gain = json["gain"].toDouble();
     record.parts = partsFromJson(json["parts"]);
     check(record);
     return record;

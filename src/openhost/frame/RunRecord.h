@@ -61,6 +61,8 @@ struct RunRecord {
     std::string marks = "none";           // the rule by which pixels of single frames are marked
     bool keepNan = false;                 // marked pixels are NaN
     std::optional<double> acqTime;        // seconds, given for every frame
+    std::string sigma = "none";           // standard deviations: none, total, or also the calibration's part
+    std::optional<double> gain;           // given for them, counts a photon
     std::vector<PartRecord> parts;        // for an output that only refers to those of several runs
 
     std::string toJson() const;

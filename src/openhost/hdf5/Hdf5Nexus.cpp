@@ -25,6 +25,22 @@ void makeTomography(Hdf5Writer& writer) {
     writer.link(outputlayout::data, "/entry/data/data");
 }
 
+// Viewers draw the first plane as error bars of the frames.
+void markPlanes(Hdf5Writer& writer, const OutputPlan& plan) {
+    for (const std::string& name : plan.planes) {
+        const std::string path = outputlayout::planes + name;
+        writer.attribute(path.c_str(), "interpretation", {"image"});
+        if (!plan.units.empty())
+            writer.attribute(path.c_str(), "units", {plan.units});
+    }
+    if (plan.planes.empty())
+        return;
+    const std::string first = plan.planes.front();
+    writer.attribute(outputlayout::data, "uncertainties", {first});
+    if (isNexusPath(plan.path))
+        writer.link((outputlayout::planes + first).c_str(), "/entry/data/data_errors");
+}
+
 } // namespace
 
 void markFrames(Hdf5Writer& writer, const OutputPlan& plan) {
@@ -39,6 +55,7 @@ void markFrames(Hdf5Writer& writer, const OutputPlan& plan) {
     writer.attribute("/", "default", {isNexus ? nexuslayout::entry + 1 : exchange + 1});
     if (isNexus)
         makeTomography(writer);
+    markPlanes(writer, plan);
 }
 
 } // namespace ombrel

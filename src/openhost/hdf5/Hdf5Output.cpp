@@ -13,6 +13,7 @@
 #include "hdf5/Hdf5Writer.h"
 
 #include <algorithm>
+#include <limits>
 #include <stdexcept>
 
 namespace ombrel {
@@ -116,6 +117,9 @@ OutputPlan planOf(hid_t file, const std::string& path) {
     plan.height = shape->height();
     plan.frames = shape->frames();
     plan.pixelType = shape->pixelType;
+    for (const char* const name : planeNames)
+        if (openHdf5Object(file, std::string(outputlayout::planes) + name).isOpen())
+            plan.planes.push_back(name);
     return plan;
 }
 
@@ -126,7 +130,7 @@ Hdf5OutputAddresses makeHdf5Output(const OutputFile& output, const OutputPlan& p
     const Hdf5Session session;
     const hid_t pixel = nativeHdf5Type(plan.pixelType);
     const zt::u64 frameBytes = zt::u64{plan.width} * plan.height * pixelSize(plan.pixelType);
-    Hdf5Writer maker(output.newPath(), output.path(), plan.frames, frameBytes);
+    Hdf5Writer maker(output.newPath(), output.path(), plan.frames * (1 + plan.planes.size()), frameBytes);
     Hdf5OutputAddresses addresses;
     // First, at the start of a page: a count across two pages could be left half written.
     addresses.framesDone = maker.table(framesDone, H5T_NATIVE_UINT64, {});
@@ -145,6 +149,12 @@ Hdf5OutputAddresses makeHdf5Output(const OutputFile& output, const OutputPlan& p
         const Hdf5Dataset pixels =
             maker.dataset(data, pixel, {plan.frames, plan.height, plan.width}, {1, plan.height, plan.width});
         addresses.frames = frameAddresses(pixels, plan.frames);
+    }
+    for (const std::string& name : plan.planes) {
+        const Hdf5Dataset plane =
+            maker.dataset((planes + name).c_str(), H5T_NATIVE_FLOAT, {plan.frames, plan.height, plan.width},
+                          {1, plan.height, plan.width});
+        addresses.planes.push_back(frameAddresses(plane, plan.frames));
     }
     markFrames(maker, plan);
     maker.close();
@@ -179,6 +189,9 @@ Hdf5OutputAddresses addressesInHdf5Output(const std::string& path) {
             addresses.complete = addressOf(file, outputlayout::complete);
             addresses.rows = addressOf(file, outputlayout::frames);
             addresses.frames = frameAddresses(openThing(file, outputlayout::data), plan.frames);
+            for (const std::string& name : plan.planes)
+                addresses.planes.push_back(
+                    frameAddresses(openThing(file, outputlayout::planes + name), plan.frames));
             return addresses;
         });
 }
@@ -217,11 +230,14 @@ std::vector<zt::u32> touchedInHdf5Output(const std::string& path) {
         });
 }
 
-Hdf5Output::Hdf5Output(const OutputPlan& plan) : file{plan.path}, failedFrame{failedFramePixels(plan)} {
+Hdf5Output::Hdf5Output(const OutputPlan& plan)
+    : file{plan.path}, failedFrame{failedFramePixels(plan)}, planePixels{std::size_t{plan.width} *
+                                                                         plan.height} {
     if (plan.frames == 0)
         throw std::invalid_argument("an output without frames");
     // A full disk is detected here, before the library could fail in the middle of its work.
-    file.reserveSize(plan.frames * failedFrame.size());
+    const zt::u64 planeBytes = zt::u64{plan.width} * plan.height * sizeof(float) * plan.planes.size();
+    file.reserveSize(plan.frames * (failedFrame.size() + planeBytes));
     addresses = makeHdf5Output(file, plan);
     file.reserveSize(addresses.fileSize);
     storeSettings(plan);
@@ -232,6 +248,7 @@ Hdf5Output::Hdf5Output(const OutputPlan& plan) : file{plan.path}, failedFrame{fa
 
 Hdf5Output::Hdf5Output(const OutputState& state)
     : file{OutputFile::reopen(state.plan.path)}, failedFrame{failedFramePixels(state.plan)},
+      planePixels{std::size_t{state.plan.width} * state.plan.height},
       addresses{addressesInHdf5Output(state.plan.path)}, framesDone{state.framesDone} {}
 
 void Hdf5Output::storeSettings(const OutputPlan& plan) {
@@ -247,12 +264,22 @@ void Hdf5Output::storeSettings(const OutputPlan& plan) {
     }
 }
 
+void Hdf5Output::storePlane(std::size_t plane, std::span<const float> pixels) {
+    if (pixels.size() != planePixels)
+        throw std::invalid_argument("the plane differs from the planned size");
+    file.descriptor().writeAt(addresses.planes.at(plane).of(framesDone), std::as_bytes(pixels));
+}
+
 void Hdf5Output::append(std::span<const std::byte> pixels, const FrameRow& row) {
     const std::span<const std::byte> frame = row.failed ? failedFrame : pixels;
     if (frame.size() != failedFrame.size())
         throw std::invalid_argument("the frame differs from the planned size");
     if (framesDone >= addresses.frames.count)
         throw std::out_of_range("more frames than planned");
+    if (const std::vector<float> nan(row.failed ? planePixels : 0, std::numeric_limits<float>::quiet_NaN());
+        row.failed)
+        for (std::size_t plane = 0; plane < addresses.planes.size(); ++plane)
+            storePlane(plane, nan);
     const FileDescriptor& descriptor = file.descriptor();
     const StoredFrameRow stored = storedRow(row);
     descriptor.writeAt(addresses.frames.of(framesDone), frame);

@@ -19,6 +19,7 @@ class OutputFile;
 // Paths of the objects in an HDF5 output.
 namespace outputlayout {
 inline constexpr char data[] = "/exchange/data";
+inline constexpr char planes[] = "/exchange/";                      // followed by the name of a plane, f32
 inline constexpr char framesDone[] = "/process/ombrel/frames_done"; // u64
 inline constexpr char complete[] = "/process/ombrel/complete";      // u8: 1 after the run has finished
 inline constexpr char frames[] = "/process/ombrel/frames";          // one row per frame, see StoredFrameRow
@@ -40,6 +41,7 @@ struct Hdf5FrameAddresses {
 // The addresses of all objects in the file, which is filled without the library.
 struct Hdf5OutputAddresses {
     Hdf5FrameAddresses frames;
+    std::vector<Hdf5FrameAddresses> planes; // of the plan
     std::vector<zt::u64> settings;
     zt::u64 framesDone = 0;
     zt::u64 complete = 0;
@@ -70,6 +72,7 @@ public:
     explicit Hdf5Output(const OutputState& state);
 
     void append(std::span<const std::byte> pixels, const FrameRow& row) override;
+    void storePlane(std::size_t plane, std::span<const float> pixels) override;
     void finish() override;
 
 private:
@@ -77,6 +80,7 @@ private:
 
     OutputFile file;
     std::vector<std::byte> failedFrame;
+    std::size_t planePixels;
     Hdf5OutputAddresses addresses;
     zt::u64 framesDone = 0;
 };

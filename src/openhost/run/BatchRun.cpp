@@ -8,6 +8,7 @@
 #include "frame/PixelDigest.h"
 #include "frame/PixelType.h"
 #include "stack/FrameStack.h"
+#include "uncertainty/SigmaModel.h"
 #include "zt/Types.h"
 
 #include <algorithm>
@@ -40,6 +41,7 @@ struct BatchFrame {
     FrameTimes times;
     FramePtr frame; // as read, then as stored; null after a failure
     FrameRow row;
+    FrameSigma sigma; // empty unless wanted
     // Filled only if a listener needs them.
     std::vector<double> raw;
     std::vector<double> corrected;
@@ -130,6 +132,7 @@ private:
             item.raw = doublesOf(*item.frame);
         const auto marked = plan.marks ? plan.marks->fill(*item.frame) : std::vector<zt::u32>();
         item.row.marked = marked.size();
+        const auto counts = plan.sigma ? FrameCounts::of(*item.frame, marked) : FrameCounts();
         const Stopwatch filtering;
         FrameResult corrected = chain.apply(std::move(item.frame), plan.mode);
         item.row.seconds = item.times.filter = filtering.seconds();
@@ -139,6 +142,8 @@ private:
             return fail(item, corrected.failure);
         if (plan.marks)
             plan.marks->finish(*corrected.frame, marked);
+        if (plan.sigma)
+            item.sigma = plan.sigma->of(counts, item.row.choice);
         // All figures describe the frame as stored, so that a user can reproduce them from the file.
         const Stopwatch storing;
         PixelDigest digest(plan.output.pixelType);
@@ -154,7 +159,7 @@ private:
         if (item.index < firstToStore)
             return;
         const Stopwatch storing;
-        output.append(item.frame.get(), item.row);
+        output.append(item.frame.get(), item.sigma, item.row);
         item.times.write += storing.seconds();
         item.times.way = item.way.seconds();
         ++(item.row.failed ? result.failed : result.corrected);
@@ -189,7 +194,7 @@ DeferredOutput::DeferredOutput(const BatchPlan& batch) : plan(batch), made(batch
     }
 }
 
-void DeferredOutput::append(const Frame* frame, const FrameRow& row) {
+void DeferredOutput::append(const Frame* frame, const FrameSigma& sigma, const FrameRow& row) {
     if (!frame) {
         if (output)
             output->append({}, row);
@@ -202,7 +207,13 @@ void DeferredOutput::append(const Frame* frame, const FrameRow& row) {
     if (frame->width() != made.width || frame->height() != made.height)
         throw Error(made.path + ": a corrected frame has " + sizeText(frame->width(), frame->height()) +
                     " pixels, the first one had " + sizeText(made.width, made.height));
+    storePlanes(sigma);
     output->append(frame->bytes(), row);
+}
+
+void DeferredOutput::storePlanes(const FrameSigma& sigma) {
+    for (std::size_t plane = 0; plane < made.planes.size(); ++plane)
+        output->storePlane(plane, plane == 0 ? sigma.total : sigma.calibration);
 }
 
 void DeferredOutput::make(const Frame& first) {

@@ -17,6 +17,8 @@
 namespace ombrel {
 
 class FrameStack;
+class SigmaModel;
+struct FrameSigma;
 
 // A batch: frames `begin` to `end` - 1 of a stack are corrected by chains and written to an output.
 struct BatchPlan {
@@ -28,6 +30,7 @@ struct BatchPlan {
     ApplyMode mode = ApplyMode::Copy;
     OutputPlan output;                 // width, height and frames are filled in
     const FrameMarks* marks = nullptr; // fills marked pixels before the chain; null for none
+    const SigmaModel* sigma = nullptr; // makes the planes of the output; null for none
     // An incomplete output to resume; null for a new one.
     const OutputState* begun = nullptr;
     // The filters carry state from frame to frame: all earlier frames of the stack are passed through them
@@ -75,13 +78,14 @@ class DeferredOutput {
 public:
     explicit DeferredOutput(const BatchPlan& batch);
 
-    // The frame in the output's pixel type; null for a failed frame. Throws Error.
-    void append(const Frame* frame, const FrameRow& row);
+    // The frame in the output's pixel type, and its planes; null for a failed frame. Throws Error.
+    void append(const Frame* frame, const FrameSigma& sigma, const FrameRow& row);
     bool exists() const { return output != nullptr; }
     void finish();
 
 private:
     void make(const Frame& first);
+    void storePlanes(const FrameSigma& sigma);
 
     const BatchPlan& plan;
     OutputPlan made;

@@ -10,6 +10,7 @@
 #include "host/Device.h"
 #include "host/Session.h"
 #include "metadata/Metadata.h"
+#include "run/RunSigma.h"
 #include "run/TouchedPixels.h"
 #include "settings/Settings.h"
 #include "settings/SettingsFiles.h"
@@ -86,6 +87,7 @@ RunRecord makeRecord(RunSetup& setup) {
     record.marks = options.marks.marks;
     record.keepNan = options.marks.keepNan;
     record.acqTime = options.acqTime;
+    recordSigma(record, options.sigma);
     return record;
 }
 
@@ -224,8 +226,7 @@ std::string outsideRange(const std::string& filter, const ParamRange& range, dou
 } // namespace
 
 std::string unseenZeroPixels(zt::u8 pixelType) {
-    constexpr std::array seen{zt::DT_I16, zt::DT_U32, zt::DT_U64, zt::DT_DOUBLE};
-    if (std::ranges::find(seen, pixelType) != seen.end())
+    if (findsZeroPixels(pixelType))
         return {};
     return "Flat-Field: zero pixels are not found in frames of type " +
            std::string(pixelTypeName(pixelType)) +
@@ -332,19 +333,23 @@ OutputPlan outputPlan(RunSetup& setup) {
     for (FilterLink& link : setup.workers.chains[0].links())
         links.push_back(&link);
     plan.touched = touchedPixels(setup.session.host(), setup.session.device(), links, setup.mask);
+    plan.planes = planesOf(setup.options.sigma);
     return plan;
 }
 
 } // namespace
 
 RunSetup::RunSetup(const RunOptions& runOptions, Console& console)
-    : options(runOptions), lock(lockedOutput(options)), stack(options.inputs, FrameRole::Sample),
-      range(checkedRange(options, stack)), mask(deviceMaskFor(options.mask, stack.info(0))),
+    : options(checkedSigma(runOptions)), lock(lockedOutput(options)),
+      stack(options.inputs, FrameRole::Sample), range(checkedRange(options, stack)),
+      mask(deviceMaskFor(options.mask, stack.info(0))),
       session(console, options.plugin, {options.deviceType, stack.width(), stack.height()}),
-      workers(loadedChains(*this, console)), record(makeRecord(*this)) {
+      workers(loadedChains(*this, console)), sigma(sigmaModelOf(*this, console)), record(makeRecord(*this)) {
     if (options.resume)
         begun = outputToResume(options.output, record);
 }
+
+RunSetup::~RunSetup() = default;
 
 BatchResult RunSetup::run(const BatchListener& listener) {
     const FrameMarks marks(options.marks, mask ? mask->deviceBytes() : std::vector<zt::u8>());
@@ -356,6 +361,7 @@ BatchResult RunSetup::run(const BatchListener& listener) {
                    .mode = options.replace ? ApplyMode::Replace : ApplyMode::Copy,
                    .output = outputPlan(*this),
                    .marks = &marks,
+                   .sigma = sigma.get(),
                    .begun = begun ? &*begun : nullptr,
                    .remembers = workers.remember,
                    .choice = {}};

@@ -30,6 +30,13 @@ struct LinkOptions {
     static LinkOptions parse(const std::string& text);
 };
 
+// Standard deviations of the corrected pixels.
+struct SigmaOptions {
+    bool isWanted = false;
+    bool calibrationPart = false; // also alone
+    std::optional<double> gain;   // counts a photon; unset: as calibrated, else 1
+};
+
 // The command line of `ombrel run`.
 struct RunOptions {
     std::vector<std::string> inputs;
@@ -50,6 +57,7 @@ struct RunOptions {
     bool resume = false;
     bool dryRun = false;
     bool noChoice = false;
+    SigmaOptions sigma;
     std::string report;
     std::string preview;
     std::string plugin;
@@ -57,6 +65,7 @@ struct RunOptions {
     bool quiet = false;
 };
 
+class SigmaModel;
 struct RunSetup;
 
 // Describes the run, for its output. The filters of the setup must be loaded. Throws Error.
@@ -93,6 +102,8 @@ struct RunSetup {
     // Writes nothing. `runOptions` must outlive the setup. Throws UsageError or Error.
     RunSetup(const RunOptions& runOptions, Console& console);
 
+    ~RunSetup();
+
     // Runs the remaining frames. Throws Error.
     BatchResult run(const BatchListener& listener);
 
@@ -103,6 +114,7 @@ struct RunSetup {
     std::optional<PixelMask> mask; // of the device
     Session session;
     WorkerChains workers;
+    std::unique_ptr<SigmaModel> sigma; // null unless wanted
     RunRecord record;
     std::optional<OutputState> begun; // the output to resume
 };

@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <cmath>
 #include <memory>
-#include <span>
 #include <string>
 
 namespace ombrel {
@@ -16,16 +15,6 @@ namespace ombrel {
 namespace {
 
 using Faults = std::vector<zt::u32>;
-
-// The doubles of a blob; empty without it.
-std::vector<double> tableOf(const SettingsTree& settings, const std::string& group, const char* key) {
-    const SettingsValue* const value = settings.find(group, key);
-    const auto* const blob = value ? std::get_if<Blob>(value) : nullptr;
-    std::vector<double> table(blob ? blob->size() / sizeof(double) : 0);
-    if (blob)
-        blob->copyTo(std::as_writable_bytes(std::span(table)));
-    return table;
-}
 
 std::unique_ptr<Settings> storedSettings(Host& host, FilterLink& link) {
     auto store = host.openSettings("");
@@ -60,7 +49,7 @@ void addFlatField(Host& host, FilterLink& link, const Faults& device, Faults& to
     Faults bad(touched.size());
     if (usesCoefficients) {
         const auto store = storedSettings(host, link);
-        const std::vector<double> coefficients = tableOf(store->contents(), "FF", "Coeffs");
+        const std::vector<double> coefficients = doublesOf(store->contents(), "FF", "Coeffs");
         const double most = store->getDouble("FF", "BadFFOverCoeff", 5);
         const double least = store->getDouble("FF", "BadFFUnderCoeff", 0.2);
         if (coefficients.size() != bad.size())
@@ -76,7 +65,7 @@ void addFlatField(Host& host, FilterLink& link, const Faults& device, Faults& to
 
 // The rates of a mask, whose logarithms the filter compares.
 std::vector<double> ratesOf(Settings& settings, const std::string& group) {
-    std::vector<double> rates = tableOf(settings.contents(), group, "Data");
+    std::vector<double> rates = doublesOf(settings.contents(), group, "Data");
     const double seconds = settings.getDouble(group.c_str(), "AcqTime", 1);
     if (!settings.getBool(group.c_str(), "Logarithmed", false))
         for (double& rate : rates)

@@ -39,6 +39,9 @@ void writeVirtualOutput(const OutputPlan& plan, const RunRecord& record,
     const double wideNan = nan;
     maker.view(outputlayout::data, nativeHdf5Type(plan.pixelType), {plan.height, plan.width}, record.parts,
                plan.pixelType == zt::DT_FLOAT ? static_cast<const void*>(&nan) : &wideNan);
+    for (const std::string& name : plan.planes)
+        maker.view((outputlayout::planes + name).c_str(), H5T_NATIVE_FLOAT, {plan.height, plan.width},
+                   record.parts, &nan);
     markFrames(maker, plan);
     maker.close();
     if (plan.addMetadata)
