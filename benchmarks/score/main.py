@@ -29,7 +29,7 @@ def main():
     ombrel = Ombrel(options.ombrel.resolve())
     seeds, size = (SEEDS[:1], 128) if options.quick else (SEEDS, 256)
     print("| task | method | mean | worst | frames/s |\n| --- | --- | --- | --- | --- |")
-    for task in drift, thickness, count_rate, bad_pixels:
+    for task in drift, coverage, thickness, count_rate, bad_pixels:
         with tempfile.TemporaryDirectory(prefix="ombrel-score-") as folder:
             report(task, [task(ombrel, pathlib.Path(folder) / str(seed), seed, size) for seed in seeds])
     if options.data:
@@ -129,6 +129,22 @@ def filled(frames, bad):
             part = np.s_[max(y - 1, 0):y + 2, max(x - 1, 0):x + 2]
             frame[y, x] = frame[part][good[part]].mean()
     return frames
+
+
+def coverage(ombrel, folder, seed, size):
+    """Share of good pixels within sigma of the truth, %."""
+    folder.mkdir(parents=True)
+    random = np.random.default_rng(seed)
+    beam = 5000 * random.normal(1, 0.03, (size, size))
+    transmission = np.linspace(0.2, 1, size)[:, None] * np.ones((size, size))
+    flats, frames = random.poisson(beam, (20, size, size)), random.poisson(beam * transmission, (10, size, size))
+    with h5py.File(folder / "set.h5", "w") as file:
+        file["exchange/data_white"], file["exchange/data"] = flats.astype("u2"), frames.astype("u2")
+    ombrel("calibrate", "flat-field", folder / "set.h5", "-o", folder / "f.xml")
+    ours, speed = ombrel.corrected(f"Flat-Field={folder}/f.xml", folder / "set.h5", folder / "out.h5", "--sigma")
+    distance = np.abs(ours - transmission * np.median(flats.mean(axis=0))) / read(folder / "out.h5", "exchange/data_sigma")
+    return {f"Flat-Field --sigma, within {n} sigma (normal: {normal})": (np.mean(distance <= n, axis=(1, 2)) * 100, speed)
+            for n, normal in ((1, 68.27), (2, 95.45))}
 
 
 def thickness(ombrel, folder, seed, size):

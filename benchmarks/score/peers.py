@@ -35,9 +35,10 @@ def eigen_flats(frames, flats, area=None):
     the variation is taken there alone."""
     mean = flats.mean(axis=0)
     components = significant_components(flats - mean)
-    small_mean = zoom(mean, 0.5, order=1)
-    small_components = [zoom(each, 0.5, order=1) for each in components]
-    inside = np.ones(small_mean.shape, bool) if area is None else zoom(area.astype(float), 0.5, order=1) > 0.99
+    part = 0.5 if min(mean.shape) >= 16 else 1
+    small_mean = zoom(mean, part, order=1)
+    small_components = [zoom(each, part, order=1) for each in components]
+    inside = np.ones(small_mean.shape, bool) if area is None else zoom(area.astype(float), part, order=1) > 0.99
 
     def variation(weights, frame):
         corrected = frame / np.maximum(small_mean + sum(w * each for w, each in zip(weights, small_components)), 1)
@@ -46,7 +47,7 @@ def eigen_flats(frames, flats, area=None):
 
     corrected = []
     for frame in frames:
-        small = zoom(frame, 0.5, order=1)
+        small = zoom(frame, part, order=1)
         start = [np.vdot(frame - mean * (frame.mean() / mean.mean()), each) for each in components]
         weights = minimize(variation, start, args=(small,), method="Nelder-Mead",
                            options={"maxiter": 200 * max(len(components), 1), "xatol": 1, "fatol": 1e-7}).x
