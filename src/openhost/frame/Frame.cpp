@@ -13,6 +13,7 @@
 #include <limits>
 #include <stdexcept>
 #include <type_traits>
+#include <utility>
 
 namespace ombrel {
 
@@ -84,8 +85,21 @@ FramePtr Frame::create(zt::u32 width, zt::u32 height, zt::u8 dataType) {
     return frame;
 }
 
+FramePtr Frame::lend(zt::u32 width, zt::u32 height, zt::u8 dataType, const std::byte* pixels) {
+    storageBytes(width, height, dataType); // refuses sizes that are too large
+    // Nothing is written through this address, see stopSharing().
+    FramePtr frame(new Frame(width, height, dataType,
+                             std::shared_ptr<std::byte>(const_cast<std::byte*>(pixels), [](std::byte*) {})));
+    frame->isForeign = frame->isLent = true;
+    return frame;
+}
+
 std::size_t Frame::aliveCount() {
     return alive;
+}
+
+std::size_t Frame::roomBytes() const {
+    return (std::size_t{frameWidth} + 1) * pixelSize(pixelType);
 }
 
 void Frame::addSubFrame(FramePtr subFrame) {
@@ -93,15 +107,27 @@ void Frame::addSubFrame(FramePtr subFrame) {
 }
 
 void Frame::stopSharing() {
-    if (storage.use_count() == 1) {
+    if (!isForeign && storage.use_count() == 1) {
         // To drop a share orders what the former owners read before what this one writes next.
         std::shared_ptr<std::byte>(storage).reset();
         return;
     }
     const std::size_t bytes = storageBytes(frameWidth, frameHeight, pixelType);
     auto own = newStorage(bytes);
-    std::memcpy(own.get(), storage.get(), bytes);
+    const std::size_t room = isForeign ? roomBytes() : 0;
+    std::memcpy(own.get(), storage.get(), bytes - room);
+    std::memset(own.get() + bytes - room, 0, room);
+    takeStorage(std::move(own));
+}
+
+void Frame::takeStorage(std::shared_ptr<std::byte> own) {
     storage = std::move(own);
+    isForeign = isLent = false;
+}
+
+void Frame::makeOwn() {
+    if (isForeign)
+        stopSharing();
 }
 
 std::span<std::byte> Frame::bytes() {
@@ -114,8 +140,10 @@ std::span<const std::byte> Frame::bytes() const {
 }
 
 void Frame::zeroRoom() {
+    if (isForeign) // has no room before it is copied
+        return;
     const std::span<std::byte> pixels = bytes();
-    std::memset(pixels.data() + pixels.size(), 0, (std::size_t{frameWidth} + 1) * pixelSize(pixelType));
+    std::memset(pixels.data() + pixels.size(), 0, roomBytes());
 }
 
 void Frame::addRef() {
@@ -134,6 +162,7 @@ void Frame::destroy() {
 
 zt::IData* Frame::clone() const {
     FramePtr copy(new Frame(frameWidth, frameHeight, pixelType, storage));
+    copy->isForeign = isForeign;
     if (isExposed)
         copy->stopSharing();
     copy->name = name;
@@ -150,8 +179,8 @@ void Frame::getData(zt::IByteBuff* out, zt::u8 dataType) {
 }
 
 void Frame::refData(zt::IRefByteBuff* out, double /*zero*/) {
-    const std::span<std::byte> pixels = bytes();
-    isExposed = true;
+    const std::span<const std::byte> pixels = isLent ? std::as_const(*this).bytes() : bytes();
+    isExposed = !isLent;
     out->setByte(reinterpret_cast<const unsigned char*>(pixels.data()), pixels.size());
 }
 
@@ -166,10 +195,14 @@ double* Frame::doubleData(double /*zero*/) {
 void Frame::convertToType(zt::u8 dataType) {
     if (dataType != pixelType) {
         auto converted = newStorage(storageBytes(frameWidth, frameHeight, dataType));
-        convertPixels(storage.get(), pixelType, converted.get(), dataType, storedCount());
-        storage = std::move(converted);
+        convertPixels(storage.get(), pixelType, converted.get(), dataType,
+                      isForeign ? static_cast<std::size_t>(size()) : storedCount());
+        const bool wasForeign = isForeign;
+        takeStorage(std::move(converted));
         pixelType = dataType;
         isExposed = false;
+        if (wasForeign)
+            zeroRoom();
     }
     if (dataType == zt::DT_DOUBLE)
         sawConversion = true;

@@ -35,6 +35,9 @@ public:
     static FramePtr create(zt::u32 width, zt::u32 height, zt::u8 dataType);
     // Like create(), but with undefined pixels, for callers that write all of them.
     static FramePtr createUnfilled(zt::u32 width, zt::u32 height, zt::u8 dataType);
+    // A frame of pixels that a caller lends: they are read in place, and copied before anything changes them
+    // in this frame or a clone. They must outlive both, or makeOwn() must be called before they end.
+    static FramePtr lend(zt::u32 width, zt::u32 height, zt::u8 dataType, const std::byte* pixels);
 
     // The number of frames alive in this process, for tests that check for leaks.
     static std::size_t aliveCount();
@@ -58,6 +61,9 @@ public:
 
     void zeroRoom();
 
+    // Copies the pixels if they are lent.
+    void makeOwn();
+
     // Whether convertToType(DT_DOUBLE) was called since the last forgetConversion(). A filter that returns 0
     // from filterReplace without calling it has refused the frame.
     bool convertedToDouble() const { return sawConversion; }
@@ -72,6 +78,8 @@ public:
     IData* clone() const override;
 
     void getData(zt::IByteBuff* out, zt::u8 dataType) override;
+    // For a lent frame the address is that of the caller's pixels, which a filter must only read: it corrects
+    // a clone.
     void refData(zt::IRefByteBuff* out, double zero) override;
     // Throws std::logic_error unless the pixels are doubles.
     double* doubleData(double zero) override;
@@ -98,7 +106,9 @@ private:
     ~Frame();
 
     void stopSharing();
+    void takeStorage(std::shared_ptr<std::byte> own);
 
+    std::size_t roomBytes() const;
     // Number of pixels and elements in the room after them.
     std::size_t storedCount() const { return static_cast<std::size_t>(size()) + frameWidth + 1; }
 
@@ -108,6 +118,8 @@ private:
     zt::u8 pixelType;
     bool sawConversion = false;
     bool isExposed = false; // a filter may hold the address of the pixels
+    bool isForeign = false; // the storage is a caller's: it has no room after the pixels, and must not change
+    bool isLent = false;    // made by lend(), not a clone
     double time = 0;
     std::string name;
     std::shared_ptr<std::byte> storage;

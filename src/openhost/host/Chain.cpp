@@ -115,6 +115,7 @@ FrameResult correctCopy(Host& host, zt::IDataFilter& filter, const Frame& frame)
 
 FrameResult correctInPlace(Host& host, zt::IDataFilter& filter, FramePtr frame) {
     int answer = zt::ERR_NONE;
+    frame->makeOwn(); // the filter writes into it
     frame->forgetConversion();
     const Outcome outcome = callGuarded(host, [&] { answer = filter.filterReplace(frame.get()); });
     if (outcome.exception || answer != zt::ERR_NONE)

@@ -50,6 +50,36 @@ TEST(Frame, HasRoomForARowAndOneBehindThePixelsOfEveryType) {
             });
 }
 
+// The pixels end where the array ends, which the sanitizers watch.
+TEST(Frame, ReadsLentPixelsInPlaceAndNeverChangesThem) {
+    for (zt::u8 type = 0; type <= zt::DT_DOUBLE; ++type)
+        withPixelType(type, [&](auto pixel) {
+            using T = decltype(pixel);
+            const std::vector<T> before = {1, 2, 3, 4, 5, 6};
+            const std::vector<T> pixels = before;
+            const FramePtr lent = Frame::lend(3, 2, type, std::as_bytes(std::span(pixels)).data());
+            zt::RefDataBuff<T> look;
+            lent->refData(&look, 0.0);
+            EXPECT_EQ(look.data(), pixels.data());
+
+            const FramePtr clone(static_cast<Frame*>(lent->clone()));
+            clone->zeroRoom();
+            clone->convertToType(zt::DT_DOUBLE);
+            clone->refData(&look, 0.0);
+            clone->multiplyBy(2);
+            EXPECT_THAT(clone->pixels<double>(), ElementsAre(2, 4, 6, 8, 10, 12));
+            EXPECT_THAT(roomOf<double>(*clone), Each(0.0));
+            lent->multiplyBy(3);
+            EXPECT_EQ(lent->pixels<T>().front(), T{3});
+            EXPECT_THAT(roomOf<T>(*lent), Each(T{0}));
+            EXPECT_EQ(pixels, before);
+        });
+    const std::vector<double> pixels = {1, 2};
+    const FramePtr kept = Frame::lend(2, 1, zt::DT_DOUBLE, std::as_bytes(std::span(pixels)).data());
+    kept->makeOwn();
+    EXPECT_NE(kept->doubleData(0), pixels.data());
+}
+
 TEST(Frame, ChangesWithoutItsClone) {
     const std::vector<double> before = {1, 2, 3};
     const auto cloneOf = [](const FramePtr& frame) { return FramePtr(static_cast<Frame*>(frame->clone())); };
