@@ -88,6 +88,8 @@ Console::Console(std::FILE* messages)
     }
 }
 
+Console::Console(MessageSink messageSink) : sink(std::move(messageSink)), stream(nullptr), terminal(false) {}
+
 void Console::releaseOutput() {
     if (results)
         dup2(fileno(results.get()), STDOUT_FILENO);
@@ -111,7 +113,9 @@ void Console::flushResults() {
         throw Error(std::string("standard output: can't write the result: ") + std::strerror(errno));
 }
 
-void Console::message(std::string_view text) {
+void Console::write(std::string_view text, bool isWarning) {
+    if (sink)
+        return sink(oneLine(text), isWarning);
     const std::string line = "ombrel: " + oneLine(text) + "\n";
     const std::scoped_lock lock(mutex);
     clearStatus();
@@ -123,6 +127,8 @@ void Console::message(std::string_view text) {
 }
 
 void Console::status(std::string_view text) {
+    if (!stream)
+        return;
     const std::scoped_lock lock(mutex);
     clearStatus();
     std::fwrite(text.data(), 1, text.size(), stream);

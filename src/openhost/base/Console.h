@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdio>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -22,6 +23,11 @@ public:
     // `messages`: standard error if users are to see them.
     explicit Console(std::FILE* messages = stderr);
 
+    // Passes each message to a function, from any thread, and drops results; for a program that owns its
+    // standard streams.
+    using MessageSink = std::function<void(const std::string& line, bool isWarning)>;
+    explicit Console(MessageSink messageSink);
+
     // From now on, messages and everything printed to descriptor 1 are also appended to the file. Throws
     // Error.
     void openLog(const std::string& path);
@@ -32,11 +38,15 @@ public:
     // Restores descriptor 1 before exec() of another program. Results can't be written any more.
     void releaseOutput();
     // Writes "ombrel: TEXT" as a separate line. The text is not changed.
-    void message(std::string_view text);
-    // Writes a message unless the text is empty.
+    void message(std::string_view text) { write(text, false); }
+    // These write a message unless the text is empty.
+    void note(std::string_view text) {
+        if (!text.empty())
+            write(text, false);
+    }
     void warning(std::string_view text) {
         if (!text.empty())
-            message(text);
+            write(text, true);
     }
     // A line on the terminal that the next one overwrites; empty clears it.
     void status(std::string_view text);
@@ -48,9 +58,11 @@ private:
         void operator()(std::FILE* file) const { std::fclose(file); }
     };
 
+    void write(std::string_view text, bool isWarning);
     void clearStatus();
 
     std::mutex mutex;
+    MessageSink sink;
     std::FILE* const stream;
     std::unique_ptr<std::FILE, CloseFile> results;
     std::unique_ptr<std::FILE, CloseFile> log;

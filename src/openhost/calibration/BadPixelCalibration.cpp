@@ -136,7 +136,7 @@ void calibrateBadPixels(const BadPixelOptions& options, Console& console) {
         console.warning(darks->passedOver());
     const auto known = deviceMaskFor(options.mask, flats.info(0));
     if (known)
-        console.warning(maskNote(options.mask, *known));
+        console.note(maskNote(options.mask, *known));
     const zt::u64 passes = flats.frameCount() < leastFlatsForNoise ? 1 : 3;
     const Interrupt interrupt;
     Progress progress(console, passes * flats.frameCount() + (darks ? darks->frameCount() : 0),

@@ -172,7 +172,7 @@ void maskDevice(Session& session, const FrameStack* stack, const FlatFieldOption
     frames.height = session.device().height();
     if (const auto mask = deviceMaskFor(options.mask, frames)) {
         session.device().pixels().setMask(mask->deviceBytes());
-        console.warning(maskNote(options.mask, *mask));
+        console.note(maskNote(options.mask, *mask));
     }
 }
 

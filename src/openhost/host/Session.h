@@ -39,7 +39,7 @@ class Session {
 public:
     // An empty `pluginPath` searches for the plug-in. Throws Error.
     Session(Console& console, const std::string& pluginPath, const DevicePlan& plan)
-        : zenteo([&console](const std::string& line) { console.message(line); }),
+        : zenteo([&console](const std::string& line) { console.warning(line); }),
           detector(zenteo.addDevice(plan.type, plan.width, plan.height)),
           library(PluginLibrary::find(pluginPath)) {
         library.start(zenteo);

@@ -170,15 +170,15 @@ std::string noiseText(const InspectionReport& report) {
 void FieldInspection::announce(const InspectionReport& report) {
     for (const FieldVerdict& field : report.fields)
         if (field.verdict != Verdict::Good)
-            console.message(field.place.text() + (options.keepAll ? " kept: " : " left out: ") +
+            console.warning(field.place.text() + (options.keepAll ? " kept: " : " left out: ") +
                             field.reason);
     if (report.noise != 1)
-        console.message(noiseText(report));
+        console.warning(noiseText(report));
     if (report.drift && report.drift->isLevel)
-        console.message(report.name + ": the level changes by " + signedPercent(report.drift->level) +
+        console.warning(report.name + ": the level changes by " + signedPercent(report.drift->level) +
                         " from the first frame to the last");
     if (report.drift && report.drift->isPattern)
-        console.message(report.name + ": the pattern changes by " + signedPercent(report.drift->pattern) +
+        console.warning(report.name + ": the pattern changes by " + signedPercent(report.drift->pattern) +
                         ' ' + near(report.drift->tile) + " from the first frame to the last");
 }
 
@@ -193,7 +193,7 @@ void FieldInspection::announceUnjudged() {
         const std::string where =
             sets.size() == 1 ? first.name
                              : first.name + " and " + ombrel::countText(sets.size() - 1, "other set");
-        console.message(where + ": structure cannot be judged since " + reason +
+        console.warning(where + ": structure cannot be judged since " + reason +
                         (first.fields.size() == 1  ? "; nor can the level of a single frame"
                          : first.fields.size() < 4 ? "; only level and duplicates are judged"
                                                    : ""));
