@@ -17,22 +17,20 @@
 
 namespace ombrel {
 
-namespace {
-
-// One reader supplies several workers. Several readers do not keep the order of the frames.
-std::size_t readersFor(const BatchPlan& plan) {
-    return plan.stack.readsInAnyOrder() ? std::clamp<std::size_t>(plan.workers.size() / 4, 1, 3) : 1;
+std::size_t readersFor(const FrameStack& stack, std::size_t workers) {
+    return stack.readsInAnyOrder() ? std::clamp<std::size_t>(workers / 4, 1, 3) : 1;
 }
 
-// The number of frames in the pipeline: enough to keep all threads busy, limited by memory.
-std::size_t framesInFlight(const BatchPlan& plan) {
+std::size_t framesInFlight(const FrameStack& stack, std::size_t workers) {
     // One per worker, and four that are read, written or waiting.
-    const std::size_t wanted = plan.workers.size() + 4;
+    const std::size_t wanted = workers + 4;
     // The frame as read, a copy in double and the stored frame.
-    const zt::u64 frameBytes = zt::u64{plan.stack.width()} * plan.stack.height() * 3 * sizeof(double);
+    const zt::u64 frameBytes = zt::u64{stack.width()} * stack.height() * 3 * sizeof(double);
     const zt::u64 room = availableMemory() / 2 / std::max<zt::u64>(frameBytes, 1);
     return static_cast<std::size_t>(std::clamp<zt::u64>(room, 1, wanted));
 }
+
+namespace {
 
 // A frame in the pipeline.
 struct BatchFrame {
@@ -94,7 +92,8 @@ public:
             [&](std::size_t worker, BatchFrame& item) { correct(plan.workers[worker], worker, item); },
             [&](BatchFrame& item) { store(item); },
         };
-        Pipeline::run(steps, {readersFor(plan), plan.workers.size(), framesInFlight(plan)});
+        Pipeline::run(steps, {readersFor(plan.stack, plan.workers.size()), plan.workers.size(),
+                              framesInFlight(plan.stack, plan.workers.size())});
         result.hasOutput = output.exists();
         if (!result.stopped)
             output.finish();

@@ -48,6 +48,13 @@ struct FrameTimes {
     double way = 0;    // from the start of reading until the frame is stored, with all waiting
 };
 
+// The threads that read frames for a number of workers. One reader supplies several workers; several readers
+// do not keep the order of the frames.
+std::size_t readersFor(const FrameStack& stack, std::size_t workers);
+
+// The number of frames in the pipeline: enough to keep all threads busy, limited by memory.
+std::size_t framesInFlight(const FrameStack& stack, std::size_t workers);
+
 // Callbacks during the run, for each frame in order, with its index in the stack. Any of them may be empty.
 struct BatchListener {
     std::function<void(zt::u64 frame)> frameDone; // the frame is stored, successful or failed

@@ -131,7 +131,7 @@ SettingsSource sourceOf(const RunOptions& options, const Device& device, const L
     source.change = [=, &options, &device, &link](Settings& settings) {
         const std::string wrong = misfit(settings.contents(), link.settings, device.width(), device.height());
         if (!wrong.empty())
-            throw Error(wrong);
+            throw Misfit(wrong);
         if (options.discardLogs)
             discardWrites(settings);
         if (choices && choosesGridPoints(link))
@@ -307,7 +307,7 @@ FrameRange checkedRange(const RunOptions& options, const FrameStack& stack) {
 WorkerChains loadedChains(RunSetup& setup, Console& console) {
     if (setup.mask) {
         setup.session.device().pixels().setMask(setup.mask->deviceBytes());
-        console.warning(maskNote(setup.options.mask, *setup.mask));
+        console.note(maskNote(setup.options.mask, *setup.mask));
     }
     return makeWorkerChains(setup.session, setup.options, setup.range.count(), console);
 }

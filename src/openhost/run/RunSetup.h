@@ -68,6 +68,11 @@ struct RunOptions {
 class SigmaModel;
 struct RunSetup;
 
+// Settings of a chain do not fit the size of the frames.
+class Misfit : public Error {
+    using Error::Error;
+};
+
 // Describes the run, for its output. The filters of the setup must be loaded. Throws Error.
 RunRecord makeRecord(RunSetup& setup);
 
