@@ -1,0 +1,32 @@
+# Finds a Python 3 with pybind11 and numpy for the package `ombrel`: the system's, whose packages a build can count on,
+# unless Python3_EXECUTABLE names another. A Python of another kind may come first on PATH.
+if(NOT DEFINED Python3_EXECUTABLE AND EXISTS /usr/bin/python3)
+    set(Python3_EXECUTABLE /usr/bin/python3 CACHE FILEPATH "The Python of the package ombrel")
+endif()
+set(OMBREL_HAS_PYBIND11 OFF)
+find_package(Python3 COMPONENTS Interpreter Development.Module QUIET)
+if(Python3_FOUND)
+    execute_process(COMMAND ${Python3_EXECUTABLE} -c "import numpy" RESULT_VARIABLE no_numpy OUTPUT_QUIET ERROR_QUIET)
+    find_package(pybind11 2.10 CONFIG QUIET)
+    if(pybind11_FOUND AND no_numpy EQUAL 0)
+        set(OMBREL_HAS_PYBIND11 ON)
+    endif()
+endif()
+# A sanitizer's library must be the first of a process, and a Python's is not.
+if(OMBREL_SANITIZE OR OMBREL_SANITIZE_THREADS)
+    set(OMBREL_HAS_PYBIND11 OFF)
+endif()
+option(OMBREL_PYTHON "Build the Python package" ${OMBREL_HAS_PYBIND11})
+if(OMBREL_PYTHON AND NOT OMBREL_HAS_PYBIND11)
+    message(FATAL_ERROR "OMBREL_PYTHON needs pybind11 and numpy of ${Python3_EXECUTABLE}, and no sanitizer")
+endif()
+
+# Below the prefix, where that Python looks: Debian's own folder below /usr, else as in a virtual environment.
+if(OMBREL_PYTHON AND NOT DEFINED OMBREL_PYTHON_DIR)
+    if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+        set(python_dir lib/python3/dist-packages)
+    else()
+        set(python_dir lib/python${Python3_VERSION_MAJOR}.${Python3_VERSION_MINOR}/site-packages)
+    endif()
+    set(OMBREL_PYTHON_DIR ${python_dir} CACHE STRING "Folder of Python packages below the prefix")
+endif()
