@@ -8,6 +8,7 @@
 #include <QPushButton>
 #include <QWheelEvent>
 
+#include <cmath>
 #include <cstdio>
 
 using namespace ombrel::workbench;
@@ -173,6 +174,25 @@ TEST_F(Panes, LimitsFollowTheFrameUnlessTheyAreLocked) {
     EXPECT_NEAR(low(), 106, 1);
     key(Qt::Key_L);
     EXPECT_TRUE(waitFor([&] { return low() > 200; })) << "those of the shown frame at once";
+}
+
+TEST_F(Panes, ShowHowCertainACorrectedPixelIs) {
+    ASSERT_TRUE(openWith(writeFrames(1), "Binning 2x2"));
+    QSignalSpy values(&panes(), &FramePanes::pointed);
+    emit panes().pane(RAW_PANE).pointed(0, 0);
+    // The counts are 1, 2, 33 and 34.
+    EXPECT_THAT(values.back()[0].toString().toStdString(), HasSubstr("corrected 70 \u00b1 8.37"));
+    const double difference = image(DIFFERENCE_PANE)->at(0, 0);
+    key(Qt::Key_S);
+    EXPECT_TRUE(waitFor([&] { return std::abs(image(DIFFERENCE_PANE)->at(0, 0) - std::sqrt(70)) < 1e-6; }));
+    EXPECT_TRUE(waitFor([&] { return values.back()[0].toString().contains("signal to noise 8.366"); }));
+    model().addLink("Binning 2x2");
+    EXPECT_TRUE(waitFor([&] { return !image(DIFFERENCE_PANE); })) << "not followed through two of them";
+    EXPECT_THAT(child<QLabel>(panes().pane(DIFFERENCE_PANE), "lbHint").text().toStdString(),
+                HasSubstr("errors are not followed"));
+    key(Qt::Key_S);
+    EXPECT_TRUE(waitFor([&] { return image(DIFFERENCE_PANE) != nullptr; }));
+    EXPECT_NE(image(DIFFERENCE_PANE)->at(0, 0), difference);
 }
 
 } // namespace

@@ -2,7 +2,6 @@
 
 #include "panes/Look.h"
 
-#include <QLabel>
 #include <QVBoxLayout>
 #include <qcustomplot.h>
 
@@ -17,17 +16,17 @@ constexpr double zoomStep = 0.8;
 } // namespace
 
 FramePane::FramePane(const QString& title, QWidget* parent)
-    : QWidget(parent), plot(newChild<QCustomPlot>(this)), hintLabel(newChild<QLabel>(plot)),
-      colours(newChild<QCPColorMap>(plot->xAxis, plot->yAxis)), scale(newChild<QCPColorScale>(plot)),
-      overlay(std::make_unique<PaneOverlay>(*plot)), mouse(newChild<PaneMouse>(*plot, this)) {
-    layOut(title);
+    : QWidget(parent), titleLabel(newChild<QLabel>(title)), plot(newChild<QCustomPlot>(this)),
+      hintLabel(newChild<QLabel>(plot)), colours(newChild<QCPColorMap>(plot->xAxis, plot->yAxis)),
+      scale(newChild<QCPColorScale>(plot)), overlay(std::make_unique<PaneOverlay>(*plot)),
+      mouse(newChild<PaneMouse>(*plot, this)) {
+    layOut();
     makePicture();
     makeScale();
     connectPlot();
 }
 
-void FramePane::layOut(const QString& title) {
-    auto* const titleLabel = newChild<QLabel>(title);
+void FramePane::layOut() {
     QFont font = titleLabel->font();
     font.setBold(true);
     titleLabel->setFont(font);

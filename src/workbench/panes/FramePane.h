@@ -3,6 +3,7 @@
 #include "panes/FrameView.h"
 #include "panes/PaneMouse.h"
 
+#include <QLabel>
 #include <QString>
 #include <QWidget>
 
@@ -12,7 +13,6 @@ class QCPColorGradient;
 class QCPColorMap;
 class QCPColorScale;
 class QCustomPlot;
-class QLabel;
 
 namespace ombrel::workbench {
 
@@ -24,6 +24,7 @@ public:
 
     // Takes over the map's data. Without an image the pane shows `hint`.
     void setPicture(const PaneView& picture, PaneMap& map, const QString& hint);
+    void setTitle(const QString& title) { titleLabel->setText(title); }
     void setLimits(const ScaleLimits& limits);
     ScaleLimits limits() const;
     void setColours(const QCPColorGradient& colours);
@@ -51,7 +52,7 @@ signals:
     void pointedAway();
 
 private:
-    void layOut(const QString& title);
+    void layOut();
     void makePicture();
     void makeScale();
     void connectPlot();
@@ -61,6 +62,7 @@ private:
     void resizeEvent(QResizeEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
 
+    QLabel* titleLabel;
     QCustomPlot* plot;
     QLabel* hintLabel;
     QCPColorMap* colours;

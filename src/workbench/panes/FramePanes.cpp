@@ -14,6 +14,8 @@ constexpr int settleMilliseconds = 40;
 
 // The hint in place of a missing picture.
 QString hintFor(PaneIndex pane, const FrameView& view) {
+    if (view.failure.empty() && view.isComplete && pane == DIFFERENCE_PANE && view.showsSignalToNoise)
+        return QString::fromStdString(view.noSigma);
     if (!view.failure.empty())
         return pane == DIFFERENCE_PANE ? QString() : QString::fromStdString(view.failure);
     if (!view.isComplete)
@@ -53,13 +55,16 @@ void FramePanes::connectPane(FramePane& pane) {
 
 void FramePanes::show(ShownFrame& frame) {
     faults = frame.view.faults;
+    if (frame.view.isComplete || frame.view.sigma)
+        sigma = frame.view.sigma;
+    const bool isOther = setThirdPane(frame.view.showsSignalToNoise);
     for (const PaneIndex index : {RAW_PANE, CORRECTED_PANE, DIFFERENCE_PANE}) {
         const PaneView& picture = frame.view.panes[index];
         // Keep the previous picture while the chain is working, to avoid flicker.
         if (!picture.image && !frame.view.isComplete && frame.view.failure.empty() && panes[index]->image())
             continue;
         panes[index]->setPicture(picture, frame.maps[index], hintFor(index, frame.view));
-        if (picture.image && !locked)
+        if (picture.image && (!locked || (isOther && index == DIFFERENCE_PANE)))
             panes[index]->setLimits(picture.limits);
     }
     pointAt(pointedPixel);
@@ -69,12 +74,30 @@ void FramePanes::clear() {
     PaneMap none;
     for (FramePane* const pane : panes)
         pane->setPicture({}, none, {});
+    sigma.reset();
     pointAt({});
 }
 
 void FramePanes::setColourMap(const QString& name) {
+    colourMapName = name;
     for (const PaneIndex index : {RAW_PANE, CORRECTED_PANE})
         panes[index]->setColours(colourMap(name));
+    if (showsSignalToNoise)
+        panes[DIFFERENCE_PANE]->setColours(colourMap(name));
+}
+
+bool FramePanes::setThirdPane(bool isSignalToNoise) {
+    if (showsSignalToNoise == isSignalToNoise)
+        return false;
+    showsSignalToNoise = isSignalToNoise;
+    panes[DIFFERENCE_PANE]->setTitle(isSignalToNoise ? "Signal to noise" : "Difference");
+    panes[DIFFERENCE_PANE]->setColours(isSignalToNoise ? colourMap(colourMapName) : differenceColours());
+    return true;
+}
+
+void FramePanes::showSignalToNoise(bool isShown) {
+    wantsSignalToNoise = isShown;
+    emit mapViewChanged();
 }
 
 void FramePanes::setTool(PaneTool tool) {
@@ -97,7 +120,8 @@ void FramePanes::markPixels(bool areMarked) {
 
 MapView FramePanes::mapView() const {
     const QRectF whole(QPointF(), frameSize);
-    return {visibleArea.contains(whole) ? QRectF() : visibleArea, panes[RAW_PANE]->screenSize(), marks};
+    return {visibleArea.contains(whole) ? QRectF() : visibleArea, panes[RAW_PANE]->screenSize(), marks,
+            wantsSignalToNoise};
 }
 
 void FramePanes::showWhole(const QSize& size) {
@@ -134,10 +158,14 @@ void FramePanes::pointAt(const std::optional<QPoint>& pixel) {
 
 QString FramePanes::valuesAt(int x, int y) const {
     QString text = QString("x %1  y %2").arg(x).arg(y);
-    const std::array<const char*, PANE_COUNT> names{"raw", "corrected", "difference"};
-    for (std::size_t i = 0; i < PANE_COUNT; ++i)
+    const std::array<const char*, PANE_COUNT> names{"raw", "corrected",
+                                                    showsSignalToNoise ? "signal to noise" : "difference"};
+    for (std::size_t i = 0; i < PANE_COUNT; ++i) {
         if (const ImagePtr& image = panes[i]->image(); image && image->contains(x, y))
             text += QString("   %1 %2").arg(names[i]).arg(image->at(x, y), 0, 'g', 7);
+        if (i == CORRECTED_PANE && panes[i]->image() && sigma && sigma->contains(x, y))
+            text += QString(" \u00b1 %1").arg(sigma->at(x, y), 0, 'g', 3);
+    }
     const std::size_t pixel = static_cast<std::size_t>(y) * static_cast<std::size_t>(frameSize.width()) +
                               static_cast<std::size_t>(x);
     if (faults && pixel < faults->size() && (*faults)[pixel] != 0)

@@ -27,6 +27,8 @@ public:
     // With locked limits the colours of different frames are comparable.
     void lockLimits(bool areLocked);
     void markPixels(bool areMarked);
+    // In place of the difference.
+    void showSignalToNoise(bool isShown);
     // The view to use in the next request.
     MapView mapView() const;
     // Shows the whole frame, which has this size.
@@ -47,6 +49,8 @@ signals:
 
 private:
     void connectPane(FramePane& pane);
+    // Of the third pane. Returns whether that has changed.
+    bool setThirdPane(bool isSignalToNoise);
     void showArea(const QRectF& area, const FramePane* except);
     void pointAt(const std::optional<QPoint>& pixel);
     QString valuesAt(int x, int y) const;
@@ -60,7 +64,11 @@ private:
     std::optional<QPoint> pointedPixel; // kept because its values change with the frames
     QSize frameSize;
     FaultsPtr faults;
+    ImagePtr sigma;
     bool marks = false;
+    bool wantsSignalToNoise = false;
+    bool showsSignalToNoise = false;
+    QString colourMapName;
     bool locked = false;
 };
 

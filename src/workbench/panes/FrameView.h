@@ -46,7 +46,11 @@ struct FrameView {
     std::string failure; // why the raw or corrected frame is missing
     double seconds = 0;  // time that the chain took
     std::optional<SelectedFlatField> choice;
-    FaultsPtr faults; // of the pixels in every frame: masked, filled and so on
+    FaultsPtr faults;    // of the pixels in every frame: masked, filled and so on
+    ImagePtr sigma;      // standard deviation of each corrected pixel; null if not known
+    std::string noSigma; // why it is not known; empty without a corrected frame
+    PaneView signalToNoise;
+    bool showsSignalToNoise = false; // in the pane of the difference
 };
 
 // With the pictures, which the panes take over.

@@ -14,9 +14,10 @@ namespace ombrel::workbench {
 
 // The part of a frame that a pane shows. Pixel (x, y) covers the square from (x, y) to (x + 1, y + 1).
 struct MapView {
-    QRectF visible;     // in pixels of the frame; empty: the whole frame
-    QSize screen;       // pixels of the pane; empty: full resolution
-    bool marks = false; // mark negative pixels, those that are not finite, and those with faults
+    QRectF visible;             // in pixels of the frame; empty: the whole frame
+    QSize screen;               // pixels of the pane; empty: full resolution
+    bool marks = false;         // mark negative pixels, those that are not finite, and those with faults
+    bool signalToNoise = false; // in place of the difference
 
     bool operator==(const MapView&) const = default;
 };

@@ -146,6 +146,7 @@ void MainWindow::connectViewActions() {
     connect(actions, &WindowActions::colourMapChosen, &panes, &FramePanes::setColourMap);
     connect(actions, &WindowActions::limitsLocked, &panes, &FramePanes::lockLimits);
     connect(actions, &WindowActions::pixelsMarked, &panes, &FramePanes::markPixels);
+    connect(actions, &WindowActions::signalToNoiseWanted, &panes, &FramePanes::showSignalToNoise);
     connect(actions, &WindowActions::toolChosen, &panes, &FramePanes::setTool);
     connect(actions, &WindowActions::wholeFrameWanted, workArea, &WorkArea::showWholeFrame);
 }

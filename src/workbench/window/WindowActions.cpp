@@ -167,10 +167,14 @@ void WindowActions::makeViewActions(const std::vector<QDockWidget*>& docks) {
     menu.addSeparator();
     lockAction = addSwitch(menu, "&Lock limits", "L", [this](bool isOn) { emit limitsLocked(isOn); });
     lockAction->setToolTip("Keep the limits of the colours from frame to frame (L)");
-    addSwitch(menu, "&Mark pixels", "M", [this](bool isOn) { emit pixelsMarked(isOn); })
+    addSwitch(
+        menu, "&Mark pixels", "M", [this](bool isOn) { emit pixelsMarked(isOn); })
         ->setToolTip("Mark pixels: masked, filled or otherwise faulty ones in orange, negative ones in cyan, "
                      "those that "
                      "are not finite in magenta (M)");
+    addSwitch(menu, "&Signal to noise", "S", [this](bool isOn) {
+        emit signalToNoiseWanted(isOn);
+    })->setToolTip("Show each corrected pixel over its standard deviation, in place of the difference (S)");
     toolBar->addSeparator();
     menu.addSeparator();
     makeToolActions(menu);

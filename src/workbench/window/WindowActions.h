@@ -56,6 +56,7 @@ signals:
     void colourMapChosen(const QString& name);
     void limitsLocked(bool areLocked);
     void pixelsMarked(bool areMarked);
+    void signalToNoiseWanted(bool isWanted);
     void toolChosen(ombrel::workbench::PaneTool tool);
     void wholeFrameWanted();
 

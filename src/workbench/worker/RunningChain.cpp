@@ -152,6 +152,16 @@ std::vector<FilterLink*> RunningChain::activeLinks() {
     return active;
 }
 
+std::vector<LoadedLink> RunningChain::loadedLinks() {
+    std::vector<LoadedLink> loaded;
+    for (RunningLink& running : links)
+        if (running.state.enabled && running.report.failure.empty()) {
+            const std::string file = running.state.unsaved ? "" : running.state.settings;
+            loaded.push_back({&running.link, file, file});
+        }
+    return loaded;
+}
+
 std::optional<SelectedFlatField> RunningChain::choice() {
     for (const RunningLink& running : links)
         if (running.state.enabled && choosesGridPoints(running.state))

@@ -3,6 +3,7 @@
 #include "frame/FrameRow.h"
 #include "host/Chain.h"
 #include "model/Workspace.h"
+#include "run/RunSigma.h"
 #include "run/SelectionLogs.h"
 #include "worker/PluginHost.h"
 
@@ -24,6 +25,8 @@ public:
     FrameResult apply(FramePtr frame);
     // The links that are switched on and loaded.
     std::vector<FilterLink*> activeLinks();
+    // The same, with their files; a link with settings that are not saved has none.
+    std::vector<LoadedLink> loadedLinks();
     // The choice of the first adaptive filter for the latest frame.
     std::optional<SelectedFlatField> choice();
 

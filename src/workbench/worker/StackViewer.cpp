@@ -7,6 +7,7 @@
 #include "frame/PixelType.h"
 #include "host/Device.h"
 #include "model/BatchOptions.h"
+#include "run/RunSigma.h"
 #include "run/TouchedPixels.h"
 
 #include <algorithm>
@@ -14,6 +15,7 @@
 #include <cmath>
 #include <exception>
 #include <functional>
+#include <string_view>
 
 namespace ombrel::workbench {
 
@@ -77,10 +79,41 @@ bool StackViewer::open(const FrameRequest& request) {
 }
 
 void StackViewer::findFaults() {
+    sigma.reset();
+    noSigma.clear();
     auto all = touchedPixels(host->host(), host->device(), running->activeLinks(), mask);
     if (storedFaults.size() == all.size())
         std::ranges::transform(all, storedFaults, all.begin(), std::bit_or());
     faults = countFaulty(all) == 0 ? nullptr : std::make_shared<const std::vector<zt::u32>>(std::move(all));
+}
+
+void StackViewer::makeSigma() {
+    if (sigma || !noSigma.empty())
+        return;
+    try {
+        sigma = makeSigmaModel({host->host(), host->device(), *stack, mask, {}}, running->loadedLinks());
+    } catch (const Error& error) {
+        constexpr std::string_view option = "--sigma: ";
+        noSigma = error.what();
+        if (noSigma.starts_with(option))
+            noSigma.erase(0, option.size());
+    }
+}
+
+void StackViewer::showSigma(const Frame& corrected, const FrameCounts& counts) {
+    view.noSigma = noSigma;
+    if (!sigma || corrected.size() != counts.counts.size())
+        return;
+    const FrameSigma errors = sigma->of(counts, view.choice);
+    auto image = std::make_shared<Image>(
+        Image{corrected.width(), corrected.height(), {errors.total.begin(), errors.total.end()}});
+    const ImagePtr& values = view.panes[CORRECTED_PANE].image;
+    auto ratio = std::make_shared<Image>(*values);
+    for (std::size_t i = 0; i < ratio->pixels.size(); ++i)
+        ratio->pixels[i] /= image->pixels[i];
+    view.sigma = std::move(image);
+    view.signalToNoise.limits = robustLimits(ratio->pixels);
+    view.signalToNoise.image = std::move(ratio);
 }
 
 FramePtr StackViewer::frameOf(FrameStack& frames, zt::u64 frame) const {
@@ -135,6 +168,9 @@ void StackViewer::correct() {
     view.isComplete = true;
     view.panes[CORRECTED_PANE] = view.panes[DIFFERENCE_PANE] = {};
     view.choice.reset();
+    view.sigma.reset();
+    view.noSigma.clear();
+    view.signalToNoise = {};
     if (!raw)
         return;
     view.failure.clear();
@@ -142,7 +178,9 @@ void StackViewer::correct() {
     if (std::ranges::none_of(chainState.links, &LinkState::enabled))
         return;
     FramePtr filled = copyOf(*raw);
-    marks->fill(*filled);
+    const std::vector<zt::u32> marked = marks->fill(*filled);
+    makeSigma();
+    const auto counts = sigma ? FrameCounts::of(*filled, marked) : FrameCounts();
     const auto start = std::chrono::steady_clock::now();
     const FrameResult result = running->apply(std::move(filled));
     view.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
@@ -153,6 +191,7 @@ void StackViewer::correct() {
     view.choice = running->choice();
     view.panes[CORRECTED_PANE] = paneOf(*result.frame);
     view.panes[DIFFERENCE_PANE] = differencePane(view.panes[CORRECTED_PANE], view.panes[RAW_PANE]);
+    showSigma(*result.frame, counts);
 }
 
 ShownFramePtr StackViewer::show(const FrameRequest& request) const {
@@ -160,8 +199,11 @@ ShownFramePtr StackViewer::show(const FrameRequest& request) const {
     shown->request = request.number;
     shown->view = view;
     shown->view.faults = faults;
+    shown->view.showsSignalToNoise = request.view.signalToNoise;
+    if (request.view.signalToNoise)
+        shown->view.panes[DIFFERENCE_PANE] = view.signalToNoise;
     for (std::size_t pane = 0; pane < PANE_COUNT; ++pane)
-        if (const ImagePtr& image = view.panes[pane].image)
+        if (const ImagePtr& image = shown->view.panes[pane].image)
             shown->maps[pane] = makePaneMap(*image, request.view, pane != DIFFERENCE_PANE, faults);
     return shown;
 }

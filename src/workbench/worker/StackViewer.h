@@ -5,6 +5,7 @@
 #include "panes/FrameView.h"
 #include "stack/FrameStack.h"
 #include "stack/PixelMask.h"
+#include "uncertainty/SigmaModel.h"
 #include "worker/RunningChain.h"
 
 #include <functional>
@@ -41,6 +42,9 @@ public:
 
 private:
     void findFaults();
+    // Of the chain, when it is first needed.
+    void makeSigma();
+    void showSigma(const Frame& corrected, const FrameCounts& counts);
     FramePtr frameOf(FrameStack& frames, zt::u64 frame) const;
 
     std::string pluginPath;
@@ -56,6 +60,8 @@ private:
     std::unique_ptr<FrameStack> stack;
     std::unique_ptr<RunningChain> running;
     ChainState chainState;
+    std::unique_ptr<SigmaModel> sigma; // null if it is not known
+    std::string noSigma;               // why not; empty before makeSigma()
     FramePtr raw;
     FrameView view;
 };
