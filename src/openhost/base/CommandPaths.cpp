@@ -78,6 +78,22 @@ void CommandPaths::reads(const std::string& path, const std::string& what, Named
     entries.push_back(entryOf(splitDatasetPath(path).file, what, by));
 }
 
+void CommandPaths::readsThrough(const std::string& path, const std::string& what,
+                                std::function<std::vector<std::string>()> list) {
+    sources.emplace(path, Sources{what, std::move(list)});
+}
+
+void CommandPaths::listSources() {
+    const auto exists = [](const Entry& entry) { return entry.whenWritten && entry.file.name.empty(); };
+    if (std::ranges::none_of(entries, exists))
+        return;
+    for (const auto& [path, source] : sources)
+        for (const std::string& file : source.list())
+            if (entryOf(file, source.what, NamedBy::File).file != identityOf(path))
+                reads(file, source.what, NamedBy::File);
+    sources.clear();
+}
+
 void CommandPaths::writes(const std::string& path, const std::string& what, WhenThere whenThere, NamedBy by) {
     // Several filters may share the same settings.
     const auto same = [&](const Entry& entry) {
@@ -146,6 +162,7 @@ void CommandPaths::checkPlaces() const {
 void CommandPaths::check(Console& console, const std::string& log) {
     if (!log.empty())
         writes(log, "the log", WhenThere::Append);
+    listSources();
     checkDistinct();
     if (!log.empty()) {
         checkPlace(log, WhenThere::Append);

@@ -27,6 +27,10 @@ class CommandPaths {
 public:
     // A path may end in "::/dataset", as inputs do.
     void reads(const std::string& path, const std::string& what, NamedBy by = NamedBy::CommandLine);
+    // The files that are read through `path`. They are listed only if a file to be written exists: a new one
+    // cannot be among them. A path that was given before is ignored.
+    void readsThrough(const std::string& path, const std::string& what,
+                      std::function<std::vector<std::string>()> list);
     void writes(const std::string& path, const std::string& what, WhenThere whenThere,
                 NamedBy by = NamedBy::CommandLine);
     // All files in a folder whose names match a rule; the folder need not exist yet.
@@ -57,6 +61,10 @@ private:
         std::string name;
         bool isSpecial; // a device or a pipe, which may be named twice
     };
+    struct Sources {
+        std::string what;
+        std::function<std::vector<std::string>()> list;
+    };
     struct Family {
         std::string what;
         NamedBy by;
@@ -67,11 +75,13 @@ private:
     static Entry entryOf(const std::string& path, const std::string& what, NamedBy by);
     static Identity identityOf(const std::filesystem::path& path);
     static void refuse(const Entry& written, const Entry& other);
+    void listSources();
     void checkDistinct() const;
     void checkFamily(const Family& family) const;
     void checkPlaces() const;
 
     std::vector<Entry> entries;
+    std::map<std::string, Sources> sources; // by the path that leads to them
     std::vector<Family> families;
 };
 

@@ -51,6 +51,7 @@ struct FrameFileInfo {
     zt::u32 subFrames = 0;            // of each frame; 0 if frames have none
     std::optional<double> acqTime;    // seconds, if the file has it; that of frame 0 if they differ
     std::optional<FrameKinds> kinds;  // if the file marks its frames
+    std::vector<std::string> groups;  // of an HDF5 file: they hold the dataset or links to it, its own first
     std::string maskDataset;          // of the detector, next to the frames; empty without one
     std::optional<RunState> run;      // of a file written by ombrel; only its frames done are counted
     std::vector<std::string> sources; // other files that the frames are read from
@@ -71,7 +72,11 @@ class FrameFile {
 public:
     // Throws Error if the file can't be opened, is not a frame file, is truncated, or holds frames that can't
     // be read: the text names the path, and for HDF5 lists the datasets if the choice is not clear.
-    static std::unique_ptr<FrameFile> open(const std::string& path, FrameRole role = FrameRole::Any);
+    //
+    // `alike`: another file of the same series, opened for the same role. Then a file that holds its frames
+    // in the same place is not searched for them, and its mask is not looked for.
+    static std::unique_ptr<FrameFile> open(const std::string& path, FrameRole role = FrameRole::Any,
+                                           const FrameFileInfo* alike = nullptr);
 
     // All files that frames of this file are read from, including the file itself; empty if it can't be read.
     static std::vector<std::string> sourcesOf(const std::string& path);

@@ -4,7 +4,9 @@
 #include "hdf5/Hdf5Sources.h"
 
 #include <algorithm>
+#include <array>
 #include <exception>
+#include <sys/stat.h>
 
 namespace ombrel {
 
@@ -113,6 +115,75 @@ Hdf5Identity Hdf5Identity::of(hid_t object) {
 
 Hdf5Contents listContents(hid_t file) {
     return Walk(file).run();
+}
+
+namespace {
+
+// Tells one state of a file from another.
+using FileStamp = std::array<long long, 7>;
+
+FileStamp stampOf(const std::string& path) {
+    struct stat status {};
+    if (::stat(path.c_str(), &status) != 0)
+        return {};
+    return {static_cast<long long>(status.st_dev),
+            static_cast<long long>(status.st_ino),
+            status.st_size,
+            status.st_mtim.tv_sec,
+            status.st_mtim.tv_nsec,
+            status.st_ctim.tv_sec,
+            status.st_ctim.tv_nsec};
+}
+
+Hdf5Names namesOf(const Hdf5Contents& contents) {
+    Hdf5Names names;
+    for (const Hdf5Candidate& candidate : contents.candidates) {
+        const auto paths = std::make_shared<const std::vector<std::string>>(candidate.paths);
+        for (const std::string& path : *paths)
+            names.datasets.emplace(path, paths);
+    }
+    names.files = contents.files;
+    return names;
+}
+
+// The listings of the files that were used last.
+class Listings {
+public:
+    std::shared_ptr<const Hdf5Names> of(const std::string& path) {
+        const FileStamp stamp = stampOf(path);
+        const auto found = std::ranges::find(known, stamp, &Listing::stamp);
+        if (found != known.end())
+            return found->names;
+        const Hdf5Contents contents = listContents(openHdf5(path, "this HDF5 file is truncated or damaged"));
+        const auto names = std::make_shared<const Hdf5Names>(namesOf(contents));
+        const bool mayComplete = !contents.deadLinks.empty(); // without a change of this file
+        if (!mayComplete)
+            keep({stamp, names});
+        return names;
+    }
+
+private:
+    struct Listing {
+        FileStamp stamp;
+        std::shared_ptr<const Hdf5Names> names;
+    };
+
+    void keep(Listing listing) {
+        constexpr std::size_t most = 4;
+        if (known.size() == most)
+            known.erase(known.begin());
+        known.push_back(std::move(listing));
+    }
+
+    std::vector<Listing> known;
+};
+
+} // namespace
+
+std::shared_ptr<const Hdf5Names> namesInHdf5(const std::string& path) {
+    const Hdf5Session session;
+    static Listings listings; // used in a session only
+    return listings.of(path);
 }
 
 } // namespace ombrel

@@ -3,6 +3,7 @@
 #include "hdf5/Hdf5Values.h"
 
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -38,5 +39,16 @@ struct Hdf5Contents {
 };
 
 Hdf5Contents listContents(hid_t file);
+
+// What is kept of a listing: paths without open objects.
+struct Hdf5Names {
+    // The paths of each dataset that could hold frames, those near the root first, by each of them.
+    std::map<std::string, std::shared_ptr<const std::vector<std::string>>> datasets;
+    std::vector<std::string> files; // as in Hdf5Contents
+};
+
+// The names in the file at a path. A file is listed again only after it has changed: listing one with
+// thousands of datasets takes long, and each of them may be opened by its name. Throws Error.
+std::shared_ptr<const Hdf5Names> namesInHdf5(const std::string& path);
 
 } // namespace ombrel

@@ -47,18 +47,19 @@ std::optional<FrameKinds> exchangeKinds(hid_t file) {
 
 } // namespace
 
-Hdf5File::Hdf5File(const std::string& path, FrameRole role) {
+Hdf5File::Hdf5File(const std::string& path, FrameRole role, const FrameFileInfo* alike) {
     const Hdf5Session session;
     const DatasetPath place = splitDatasetPath(path);
     file = openHdf5(place.file, "this HDF5 file is truncated or damaged");
-    const Hdf5Selection selection = selectDataset(file, place, role);
+    const auto known = alike ? selectAlike(file, place.file, *alike) : std::nullopt;
+    const Hdf5Selection selection = known ? *known : selectDataset(file, place, role);
     images.emplace(file, selection.datasets, place.file);
-    frameGroups = selection.groups;
     fillInfo(path, selection);
     std::ranges::remove_copy(selection.files, std::back_inserter(fileInfo.sources), place.file);
-    readTimes(selection.groups);
-    chooseFrames(role, selection.groups);
-    fileInfo.maskDataset = maskBeside(file, selection.groups);
+    readTimes();
+    chooseFrames(role);
+    if (!known)
+        fileInfo.maskDataset = maskBeside(file, selection.groups);
     if (fileInfo.acqTime)
         fileInfo.acqTime = acqTime(0);
 }
@@ -68,6 +69,7 @@ void Hdf5File::fillInfo(const std::string& path, const Hdf5Selection& selection)
     fileInfo.path = path;
     fileInfo.format = "HDF5";
     fileInfo.dataset = selection.text();
+    fileInfo.groups = selection.groups;
     fileInfo.width = shape.width();
     fileInfo.height = shape.height();
     fileInfo.pixelType = shape.pixelType;
@@ -81,11 +83,11 @@ void Hdf5File::fillInfo(const std::string& path, const Hdf5Selection& selection)
         throw Error(path + ": the run that wrote this file completed no frame");
 }
 
-void Hdf5File::readTimes(const std::vector<std::string>& groups) {
+void Hdf5File::readTimes() {
     const zt::u32 frames = images->shape().frames();
-    auto time = numbersBeside(file, groups, "count_time", frames);
-    if (!time)
-        time = numbersBeside(file, groups, "count_time", 1);
+    auto time = numbersBeside(file, fileInfo.groups, "count_time", frames);
+    if (!time && frames != 1)
+        time = numbersBeside(file, fileInfo.groups, "count_time", 1);
     if (!time)
         return;
     const double factor = secondsPerUnit(time->unit);
@@ -106,11 +108,11 @@ double Hdf5File::secondsPerUnit(const std::string& unit) const {
     }
 }
 
-void Hdf5File::chooseFrames(FrameRole role, const std::vector<std::string>& groups) {
+void Hdf5File::chooseFrames(FrameRole role) {
     if (fileInfo.run) // corrected frames, which all have the same role
         return;
     const zt::u32 frames = images->shape().frames();
-    const auto keys = numbersBeside(file, groups, "image_key", frames);
+    const auto keys = numbersBeside(file, fileInfo.groups, "image_key", frames);
     if (!keys) {
         if (fileInfo.dataset.starts_with("/exchange/"))
             fileInfo.kinds = exchangeKinds(file);
@@ -156,8 +158,7 @@ void Hdf5File::readStored(zt::u32 frame, zt::u32 subFrame, std::span<std::byte> 
 }
 
 std::vector<std::string> hdf5FilesOf(const std::string& path) {
-    const Hdf5Session session;
-    return listContents(openHdf5(path, "this HDF5 file is truncated or damaged")).files;
+    return namesInHdf5(path)->files;
 }
 
 } // namespace ombrel

@@ -16,14 +16,13 @@ struct Hdf5Selection;
 class Hdf5File final : public FrameFile {
 public:
     // `path` may be followed by "::/path/of/dataset".
-    Hdf5File(const std::string& path, FrameRole role);
+    // `alike` as in FrameFile::open().
+    Hdf5File(const std::string& path, FrameRole role, const FrameFileInfo* alike = nullptr);
 
     double acqTime(zt::u32 frame) const override;
 
     // Valid while this object exists.
     hid_t handle() const { return file; }
-    // Groups that hold the frames or a link to them, that of the dataset first.
-    const std::vector<std::string>& groups() const { return frameGroups; }
     // The place of a frame among all that the datasets store, whatever their role.
     zt::u32 storedFrame(zt::u32 frame) const { return chosen.empty() ? frame : chosen[frame]; }
     zt::u32 storedFrames() const { return images->shape().frames(); }
@@ -32,12 +31,11 @@ private:
     std::optional<RawImage> rawImage(zt::u32 frame, zt::u32 subFrame) const override;
     void readStored(zt::u32 frame, zt::u32 subFrame, std::span<std::byte> pixels) override;
     void fillInfo(const std::string& path, const Hdf5Selection& selection);
-    void chooseFrames(FrameRole role, const std::vector<std::string>& groups);
-    void readTimes(const std::vector<std::string>& groups);
+    void chooseFrames(FrameRole role);
+    void readTimes();
     double secondsPerUnit(const std::string& unit) const;
 
     Hdf5FileHandle file;
-    std::vector<std::string> frameGroups;
     std::optional<Hdf5ImageStack> images;
     std::vector<zt::u32> chosen; // frames of the role in the dataset; empty for all
     std::vector<double> times;   // of each frame in the dataset, if they differ

@@ -165,9 +165,26 @@ Hdf5FileHandle openHdf5(const std::string& path, const std::string& problem) {
     return file;
 }
 
+namespace {
+
+// Made once: thousands of objects are opened with it. It is never closed.
+hid_t linkAccess() {
+    static const hid_t access = [] {
+        const hid_t made = H5Pcreate(H5P_LINK_ACCESS);
+        H5Pset_elink_cb(made, allowRegularFile, nullptr);
+        return made;
+    }();
+    return access;
+}
+
+} // namespace
+
 Hdf5Object openHdf5Object(hid_t place, const std::string& path) {
-    const Hdf5Properties access = hdf5Access(H5P_LINK_ACCESS);
-    return Hdf5Object{H5Oopen(place, path.c_str(), access)};
+    return Hdf5Object{H5Oopen(place, path.c_str(), linkAccess())};
+}
+
+bool mayExistInHdf5(hid_t place, const std::string& path) {
+    return H5Lexists(place, path.c_str(), linkAccess()) != 0; // negative if it is not known
 }
 
 Hdf5Properties hdf5Access(hid_t propertyClass) {

@@ -73,6 +73,9 @@ Hdf5FileHandle openHdf5(const std::string& path, const std::string& problem);
 // since opening it would block. Not open if the object does not exist.
 Hdf5Object openHdf5Object(hid_t place, const std::string& path);
 
+// False if the last part of the path names nothing. Cheaper than a failed attempt to open it.
+bool mayExistInHdf5(hid_t place, const std::string& path);
+
 // Access properties of that class, with which the library follows links as openHdf5Object() does.
 Hdf5Properties hdf5Access(hid_t propertyClass);
 

@@ -24,11 +24,8 @@ struct CacheSize {
     std::size_t bytes = std::size_t{1} << 20;
 };
 
-CacheSize cacheSizeOf(hid_t dataset, const Hdf5Shape& shape) {
+CacheSize cacheSizeOf(hid_t dataset, hid_t creation, const Hdf5Shape& shape) {
     CacheSize size;
-    const Hdf5Properties creation{H5Dget_create_plist(dataset)};
-    if (H5Pget_layout(creation) != H5D_CHUNKED)
-        return size;
     std::vector<hsize_t> chunk(shape.extent.size());
     H5Pget_chunk(creation, static_cast<int>(chunk.size()), chunk.data());
     const Hdf5Type type{H5Dget_type(dataset)};
@@ -53,7 +50,10 @@ Hdf5Dataset openWithChunkCache(hid_t file, const std::string& path) {
     const auto shape = dataset.isOpen() ? shapeOfImages(dataset) : std::nullopt;
     if (!shape)
         return {};
-    const CacheSize size = cacheSizeOf(dataset, *shape);
+    const Hdf5Properties creation{H5Dget_create_plist(dataset)};
+    if (H5Pget_layout(creation) != H5D_CHUNKED)
+        return dataset;
+    const CacheSize size = cacheSizeOf(dataset, creation, *shape);
     const Hdf5Properties access = hdf5Access(H5P_DATASET_ACCESS);
     // 1: chunks that were read completely are dropped first.
     H5Pset_chunk_cache(access, size.slots, size.bytes, 1);

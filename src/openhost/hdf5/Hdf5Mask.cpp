@@ -20,6 +20,8 @@ constexpr std::string_view maskNames[] = {"pixel_mask", "bad_pixel_mask", "bad_p
 constexpr const char* ownPart = "/detectorSpecific";
 
 bool isDataset(hid_t file, const std::string& path) {
+    if (!mayExistInHdf5(file, path))
+        return false;
     const Hdf5Object object = openHdf5Object(file, path);
     return object.isOpen() && H5Iget_type(object) == H5I_DATASET;
 }

@@ -4,6 +4,7 @@
 #include "base/Numbers.h"
 #include "hdf5/Hdf5Contents.h"
 #include "hdf5/Hdf5Handle.h"
+#include "hdf5/Hdf5Sources.h"
 #include "hdf5/Hdf5Values.h"
 
 #include <algorithm>
@@ -226,6 +227,36 @@ std::optional<Hdf5Selection> selectExchange(hid_t file, const std::string& fileN
     return std::nullopt;
 }
 
+// A dataset that can be opened by its path, without a list of the file.
+std::optional<Hdf5Selection> selectDirectly(hid_t file, const std::string& path,
+                                            std::vector<std::string> groups) {
+    const Hdf5Object object = openHdf5Object(file, path);
+    if (!object.isOpen() || H5Iget_type(object) != H5I_DATASET)
+        return std::nullopt;
+    Hdf5Sources sources;
+    if (sources.problemOf(object) || !shapeOfImages(object))
+        return std::nullopt;
+    Hdf5Selection selected{{path}, std::move(groups), sources.files()};
+    selected.files.push_back(hdf5FileName(object));
+    return selected;
+}
+
+// A dataset with a known path. Its other paths are known too, since the numbers of its frames may be there.
+std::optional<Hdf5Selection> selectByName(hid_t file, const DatasetPath& path) {
+    const auto names = namesInHdf5(path.file);
+    const auto found = names->datasets.find(path.dataset);
+    if (found == names->datasets.end())
+        return std::nullopt;
+    std::vector<std::string> groups{parentOf(path.dataset)};
+    for (const std::string& other : *found->second)
+        if (other != path.dataset)
+            groups.push_back(parentOf(other));
+    auto selected = selectDirectly(file, path.dataset, std::move(groups));
+    if (selected)
+        selected->files = names->files;
+    return selected;
+}
+
 Hdf5Selection selectNamed(hid_t file, const DatasetPath& path, const Hdf5Contents& contents) {
     if (const auto* candidate = candidateAt(file, contents, path.dataset))
         return selection(path.file, *candidate, path.dataset);
@@ -278,6 +309,9 @@ std::string Hdf5Selection::text() const {
 }
 
 Hdf5Selection selectDataset(hid_t file, const DatasetPath& path, FrameRole role) {
+    if (!path.dataset.empty())
+        if (auto named = selectByName(file, path))
+            return std::move(*named);
     Hdf5Contents contents = listContents(file);
     const auto select = [&] {
         if (!path.dataset.empty())
@@ -288,6 +322,15 @@ Hdf5Selection selectDataset(hid_t file, const DatasetPath& path, FrameRole role)
     Hdf5Selection selected = select();
     selected.files = std::move(contents.files);
     return selected;
+}
+
+std::optional<Hdf5Selection> selectAlike(hid_t file, const std::string& path, const FrameFileInfo& other) {
+    const bool isPlain = other.sources.empty() && !other.run && !other.groups.empty();
+    const bool mayBeOutput = H5Lexists(file, "/process", H5P_DEFAULT) > 0;
+    if (!isPlain || mayBeOutput)
+        return std::nullopt;
+    auto selected = selectDirectly(file, other.dataset, other.groups);
+    return selected && selected->files == std::vector{path} ? std::move(selected) : std::nullopt;
 }
 
 } // namespace ombrel

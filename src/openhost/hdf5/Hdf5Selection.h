@@ -4,6 +4,7 @@
 #include "frame/FrameFile.h"
 #include "hdf5/Hdf5Handle.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -28,5 +29,9 @@ struct Hdf5Selection {
 // several remain, and with the cause if the sources of a virtual dataset or one of the numbered ones are
 // missing, or if the frames may be the target of a link into a missing file.
 Hdf5Selection selectDataset(hid_t file, const DatasetPath& path, FrameRole role);
+
+// The dataset of the same path as in another file of a series, found without listing this file. Nothing if
+// this file lacks it, or if either file may be an output or reads its frames from further files.
+std::optional<Hdf5Selection> selectAlike(hid_t file, const std::string& path, const FrameFileInfo& other);
 
 } // namespace ombrel

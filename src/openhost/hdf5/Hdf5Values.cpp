@@ -156,6 +156,8 @@ using Unit = std::unique_ptr<ut_unit, FreeUnit>;
 ut_system* unitSystem() {
     static ut_system* const system = [] {
         ut_set_error_message_handler(ut_ignore); // it writes to standard error
+    if (!mayExistInHdf5(file, path))
+        return std::nullopt;
         return ut_read_xml(nullptr);
     }();
     return system;

@@ -65,7 +65,7 @@ public:
 
     hid_t handle() const { return file.handle(); }
     zt::u32 frameCount() const { return file.storedFrames(); }
-    const std::vector<std::string>& groups() const { return file.groups(); }
+    const std::vector<std::string>& groups() const { return file.info().groups; }
 
     // The numbers of the output's frames.
     std::optional<std::vector<double>> column(const std::string& path) const {

@@ -9,8 +9,6 @@
 #include "settings/SettingsFile.h"
 #include "settings/SettingsFiles.h"
 
-#include <filesystem>
-
 namespace ombrel {
 
 namespace {
@@ -78,10 +76,7 @@ void addPlugin(CommandPaths& paths, const std::string& plugin) {
 void addFrames(CommandPaths& paths, const std::string& path, const std::string& what, NamedBy by) {
     paths.reads(path, what, by);
     const std::string own = splitDatasetPath(path).file;
-    std::error_code none;
-    for (const std::string& file : FrameFile::sourcesOf(own))
-        if (!std::filesystem::equivalent(file, own, none))
-            paths.reads(file, "a source of " + what, NamedBy::File);
+    paths.readsThrough(own, "a source of " + what, [=] { return FrameFile::sourcesOf(own); });
 }
 
 void addInput(CommandPaths& paths, const std::string& input, NamedBy by) {

@@ -33,7 +33,7 @@ struct Format {
     FileKind kind;
     std::string_view name;
     std::vector<std::string_view> suffixes; // that its files usually have; those of outputs select it
-    std::unique_ptr<FrameFile> (*open)(Path path, FrameRole role);
+    std::unique_ptr<FrameFile> (*open)(Path path, FrameRole role, const FrameFileInfo* alike);
     std::vector<std::string> (*sources)(Path path);
     // Null unless ombrel writes the format.
     std::unique_ptr<FrameOutput> (*create)(const OutputPlan& plan) = nullptr;
@@ -51,7 +51,7 @@ std::unique_ptr<FrameOutput> make(const From& from) {
 }
 
 template <typename File>
-std::unique_ptr<FrameFile> openFile(Path path, FrameRole) {
+std::unique_ptr<FrameFile> openFile(Path path, FrameRole, const FrameFileInfo*) {
     const auto [file, dataset] = splitDatasetPath(path);
     if (!dataset.empty())
         throw Error(path + ": only HDF5 files hold datasets; leave out what follows \"::\"");
@@ -75,8 +75,8 @@ const Format formats[] = {
     {FileKind::Hdf5,
      "HDF5",
      {".h5", ".hdf5", ".nxs"},
-     [](Path path, FrameRole role) -> std::unique_ptr<FrameFile> {
-         return std::make_unique<Hdf5File>(path, role);
+     [](Path path, FrameRole role, const FrameFileInfo* alike) -> std::unique_ptr<FrameFile> {
+         return std::make_unique<Hdf5File>(path, role, alike);
      },
      hdf5FilesOf,
      make<Hdf5Output, OutputPlan>,
@@ -158,7 +158,8 @@ void checkMemory(const FrameFileInfo& info, zt::u64 scratchBytes) {
 
 } // namespace
 
-std::unique_ptr<FrameFile> FrameFile::open(const std::string& path, FrameRole role) {
+std::unique_ptr<FrameFile> FrameFile::open(const std::string& path, FrameRole role,
+                                           const FrameFileInfo* alike) {
     if (isFileSeries(path))
         return std::make_unique<FrameSeries>(path, role);
     const std::string name = splitDatasetPath(path).file;
@@ -167,7 +168,7 @@ std::unique_ptr<FrameFile> FrameFile::open(const std::string& path, FrameRole ro
     const Format* const format = formatOfKind(fileKind(content));
     if (!format)
         throw Error(name + ": is not a frame file (" + formatNames() + ")");
-    auto file = format->open(path, role);
+    auto file = format->open(path, role, alike);
     checkMemory(file->info(), file->scratchBytes);
     file->fileInfo.inAnyOrder = file->info().frames <= 1 || file->rawImage(0, 0);
     return file;

@@ -77,18 +77,32 @@ bool isOutput(const FrameFileInfo& info) {
 
 } // namespace
 
+// The first file that stands alone is the model of the following ones.
+std::vector<FrameFileInfo> FrameStack::openAll(const std::vector<std::string>& paths,
+                                               std::shared_ptr<const FrameFileInfo>& model) const {
+    std::vector<FrameFileInfo> infos;
+    for (const std::string& path : paths) {
+        infos.push_back(FrameFile::open(path, role, model.get())->info());
+        FrameFileInfo& info = infos.back();
+        if (!model && !info.run && info.sources.empty())
+            model = std::make_shared<FrameFileInfo>(info);
+        if (model && info.groups == model->groups)
+            info.groups = {}; // a file of a long series keeps few bytes
+    }
+    return infos;
+}
+
 void FrameStack::addSeries(const std::string& input) {
     InputFiles files = filesOfSeries(input);
-    std::vector<FrameFileInfo> infos;
-    for (const std::string& path : files.paths)
-        infos.push_back(FrameFile::open(path, role)->info());
+    std::shared_ptr<const FrameFileInfo> model;
+    const std::vector<FrameFileInfo> infos = openAll(files.paths, model);
     const std::set<FileIdentity> linked = linkedFiles(infos);
     const bool allOutputs = std::ranges::all_of(infos, isOutput);
     for (const FrameFileInfo& info : infos)
         if ((!allOutputs && isOutput(info)) || linked.contains(identityOf(splitDatasetPath(info.path).file)))
             files.others.push_back(std::filesystem::path(info.path).filename().string());
         else
-            addPart(info);
+            addPart(info, model);
     if (parts.empty())
         throw Error(input + ": its files refer to each other; give the file to read");
     const std::string text = passedOverText(input, files.others);
@@ -97,18 +111,18 @@ void FrameStack::addSeries(const std::string& input) {
 
 void FrameStack::addFile(const std::string& path) {
     auto file = FrameFile::open(path, role);
-    addPart(file->info());
+    addPart(file->info(), std::make_shared<FrameFileInfo>(file->info()));
     keepOpen(parts.size() - 1, std::move(file));
 }
 
-void FrameStack::addPart(const FrameFileInfo& info) {
+void FrameStack::addPart(const FrameFileInfo& info, const std::shared_ptr<const FrameFileInfo>& model) {
     const FrameFileInfo& first = parts.empty() ? info : parts.front().info;
     if (info.width != first.width || info.height != first.height)
         throw Error("the frames differ in size: " + pathAndSize(first) + ", but " + pathAndSize(info));
     if (role == FrameRole::Sample || role == FrameRole::Flat)
         darks.add(info);
     const zt::u64 begin = parts.empty() ? 0 : parts.back().end;
-    parts.push_back({info, begin, begin + info.frames});
+    parts.push_back({info, model, begin, begin + info.frames});
 }
 
 std::vector<std::string> FrameStack::paths() const {
@@ -164,7 +178,7 @@ std::shared_ptr<FrameFile> FrameStack::findOpen(std::size_t part) {
 
 std::shared_ptr<FrameFile> FrameStack::openAgain(std::size_t part) const {
     const FrameFileInfo& before = parts[part].info;
-    auto file = FrameFile::open(before.path, role);
+    auto file = FrameFile::open(before.path, role, parts[part].model.get());
     const FrameFileInfo& now = file->info();
     if (now.width != before.width || now.height != before.height || now.pixelType != before.pixelType ||
         now.frames < before.frames || now.subFrames != before.subFrames)

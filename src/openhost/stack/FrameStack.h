@@ -67,7 +67,8 @@ public:
 private:
     struct Part {
         FrameFileInfo info;
-        zt::u64 begin = 0; // of the whole stack
+        std::shared_ptr<const FrameFileInfo> model; // see FrameFile::open(); shared by a series
+        zt::u64 begin = 0;                          // of the whole stack
         zt::u64 end = 0;
     };
     struct OpenFile {
@@ -77,7 +78,9 @@ private:
 
     void addSeries(const std::string& input);
     void addFile(const std::string& path);
-    void addPart(const FrameFileInfo& info);
+    std::vector<FrameFileInfo> openAll(const std::vector<std::string>& paths,
+                                       std::shared_ptr<const FrameFileInfo>& model) const;
+    void addPart(const FrameFileInfo& info, const std::shared_ptr<const FrameFileInfo>& model);
     std::size_t partOf(zt::u64 frame) const;
     std::shared_ptr<FrameFile> fileOf(std::size_t part);
     std::shared_ptr<FrameFile> openFileOf(std::size_t part);

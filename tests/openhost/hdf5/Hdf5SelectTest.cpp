@@ -189,3 +189,27 @@ TEST_F(Hdf5Select, TakesNumberedDatasetsAsOneStack) {
                 }),
                 HasSubstr("must be alike"));
 }
+
+// A listing of the file is kept, but not longer than the file stays as it is.
+TEST_F(Hdf5Select, OpensANamedDatasetWithAllItsNames) {
+    const auto build = [](zt::u16 value, const std::string& name) {
+        return [=](Hdf5Builder& file) {
+            addDetector(file, "/entry/camera");
+            file.images("/entry/camera/" + name, 2, value);
+            file.data<zt::u8>("/entry/camera/image_key", {2}, {1, 0});
+            file.hardLink("/plot/shown", "/entry/camera/" + name);
+            file.images("/other", 3, 0);
+        };
+    };
+    make(build(5, "data"));
+    for (int twice = 0; twice < 2; ++twice) {
+        const auto shown = FrameFile::open(path + "::/plot/shown", FrameRole::Sample);
+        EXPECT_EQ(shown->info().frames, 1U); // by the image_key in the detector
+        EXPECT_EQ(shown->readFrame(0)->pixels<zt::u16>()[0], 5);
+    }
+    EXPECT_EQ(FrameFile::open(path + "::other")->info().frames, 3U);
+    make(build(6, "moved"));
+    EXPECT_EQ(FrameFile::open(path + "::/plot/shown")->readFrame(0)->pixels<zt::u16>()[0], 6);
+    EXPECT_THAT(refusal("::/entry/camera/data"),
+                AllOf(HasSubstr("does not exist"), HasSubstr("::/plot/shown (")));
+}

@@ -143,3 +143,35 @@ TEST_F(InputFilesTest, ManyFilesNeedFewDescriptors) {
     writeTiff<zt::u8>(folder / "img_3.tif", {2, 1, {1, 2}});
     EXPECT_THAT(errorOf([&] { stack.readFrame(3); }), HasSubstr("has changed"));
 }
+
+// The files of a series are alike: the first one selects the dataset, and the others are not searched.
+TEST_F(InputFilesTest, TheFirstFileOfASeriesSelectsTheDataset) {
+    for (int i = 1; i <= 3; ++i) {
+        Hdf5Builder file(folder / "x_" + std::to_string(i) + ".h5");
+        const std::string place = i == 3 ? "/moved/frames" : "/scan/frames";
+        file.images(place, 2, static_cast<zt::u16>(i));
+        file.data<double>("/scan/count_time", {2}, {i + 0.25, i + 0.5});
+        if (i == 1)
+            file.data<zt::u8>("/scan/image_key", {2}, {0, 0});
+        if (i == 2) {
+            file.images("/other", 2, 7); // alone, this file would be ambiguous
+            file.data<zt::u8>("/scan/image_key", {2}, {1, 0});
+        }
+        if (i == 3)
+            file.softLink("/scan/frames", place);
+    }
+    ombrel::OutputPlan plan = outputOf(folder / "x_out.nxs", 2, 2, 1);
+    const auto output = ombrel::FrameOutput::create(plan);
+    append(*output, {1, 2, 3, 4});
+    output->finish();
+    FrameStack stack({folder.path.string()}, FrameRole::Sample);
+    EXPECT_THAT(stack.passedOver(), EndsWith("1 other file: x_out.nxs"));
+    std::vector<double> values;
+    std::vector<double> times;
+    for (zt::u64 frame = 0; frame < stack.frameCount(); ++frame) {
+        values.push_back(stack.readFrame(frame)->pixels<zt::u16>()[0]);
+        times.push_back(stack.acqTime(frame));
+    }
+    EXPECT_THAT(values, ElementsAre(1, 1, 2, 3, 3));
+    EXPECT_THAT(times, ElementsAre(1.25, 1.5, 2.5, 3.25, 3.5));
+}
