@@ -1,6 +1,7 @@
 #include "hdf5/Hdf5Contents.h"
 
 #include "hdf5/Hdf5Handle.h"
+#include "hdf5/Hdf5Mask.h"
 #include "hdf5/Hdf5Sources.h"
 
 #include <algorithm>
@@ -119,7 +120,7 @@ Hdf5Contents listContents(hid_t file) {
 
 namespace {
 
-// Tells one state of a file from another.
+// Identifies a state of a file.
 using FileStamp = std::array<long long, 7>;
 
 FileStamp stampOf(const std::string& path) {
@@ -154,8 +155,10 @@ public:
         const auto found = std::ranges::find(known, stamp, &Listing::stamp);
         if (found != known.end())
             return found->names;
-        const Hdf5Contents contents = listContents(openHdf5(path, "this HDF5 file is truncated or damaged"));
-        const auto names = std::make_shared<const Hdf5Names>(namesOf(contents));
+        const Hdf5FileHandle file = openHdf5(path, "this HDF5 file is truncated or damaged");
+        const Hdf5Contents contents = listContents(file);
+        const auto names = std::make_shared<Hdf5Names>(namesOf(contents));
+        names->detectorMask = maskOfDetector(file);
         const bool mayComplete = !contents.deadLinks.empty(); // without a change of this file
         if (!mayComplete)
             keep({stamp, names});

@@ -45,6 +45,7 @@ struct Hdf5Names {
     // The paths of each dataset that could hold frames, those near the root first, by each of them.
     std::map<std::string, std::shared_ptr<const std::vector<std::string>>> datasets;
     std::vector<std::string> files; // as in Hdf5Contents
+    std::string detectorMask;       // see maskOfDetector()
 };
 
 // The names in the file at a path. A file is listed again only after it has changed: listing one with

@@ -59,7 +59,7 @@ Hdf5File::Hdf5File(const std::string& path, FrameRole role, const FrameFileInfo*
     readTimes();
     chooseFrames(role);
     if (!known)
-        fileInfo.maskDataset = maskBeside(file, selection.groups);
+        fileInfo.maskDataset = maskBeside(file, selection.groups, selection.detectorMask);
     if (fileInfo.acqTime)
         fileInfo.acqTime = acqTime(0);
 }

@@ -75,12 +75,17 @@ bool isMaskDataset(const std::string& path) {
     return std::ranges::find(maskNames, name) != std::end(maskNames) || name.starts_with("pixel_mask_");
 }
 
-std::string maskBeside(hid_t file, const std::vector<std::string>& groups) {
+std::string maskBeside(hid_t file, const std::vector<std::string>& groups,
+                       const std::optional<std::string>& ofDetector) {
     for (const std::string& group : groups)
         if (std::string path = maskIn(file, group); !path.empty())
             return path;
     if (std::ranges::any_of(groups, [&](const std::string& group) { return isDetector(file, group); }))
         return {};
+    return ofDetector ? *ofDetector : maskOfDetector(file);
+}
+
+std::string maskOfDetector(hid_t file) {
     std::string found;
     for (const std::string& detector : detectorsOf(file)) {
         std::string path = maskIn(file, detector);

@@ -16,7 +16,12 @@ bool isMaskDataset(const std::string& path);
 
 // The mask that belongs to frames in one of these groups: in the same group, in its `detectorSpecific`, or,
 // for frames outside a detector, in the file's only NXdetector that has one. Empty without such a mask.
-std::string maskBeside(hid_t file, const std::vector<std::string>& groups);
+// `ofDetector`: maskOfDetector() of this file, if it is known.
+std::string maskBeside(hid_t file, const std::vector<std::string>& groups,
+                       const std::optional<std::string>& ofDetector = std::nullopt);
+
+// The mask of the file's only NXdetector that has one; empty without.
+std::string maskOfDetector(hid_t file);
 
 // An image of whole numbers or booleans that may serve as a mask.
 struct Hdf5MaskImage {

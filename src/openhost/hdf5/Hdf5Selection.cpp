@@ -252,8 +252,10 @@ std::optional<Hdf5Selection> selectByName(hid_t file, const DatasetPath& path) {
         if (other != path.dataset)
             groups.push_back(parentOf(other));
     auto selected = selectDirectly(file, path.dataset, std::move(groups));
-    if (selected)
+    if (selected) {
         selected->files = names->files;
+        selected->detectorMask = names->detectorMask;
+    }
     return selected;
 }
 

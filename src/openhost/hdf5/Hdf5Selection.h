@@ -15,7 +15,8 @@ struct Hdf5Selection {
     // Groups that hold the first dataset or a link to it, its own first. After them the file's detector, for
     // datasets that are outside of it.
     std::vector<std::string> groups;
-    std::vector<std::string> files; // that hold the datasets of the file or their values
+    std::vector<std::string> files;               // that hold the datasets of the file or their values
+    std::optional<std::string> detectorMask = {}; // of the file, if it is known
 
     // "/exchange/data", "/entry/data/data_000001 to data_000010"
     std::string text() const;
