@@ -11,6 +11,7 @@
 #include "cli/RunCommand.h"
 #include "frame/FrameFile.h"
 #include "frame/FrameOutput.h"
+#include "frame/PixelType.h"
 #include "frame/RunRecord.h"
 #include "run/RunPaths.h"
 #include "run/RunSigma.h"
@@ -20,7 +21,9 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <limits>
 #include <memory>
+#include <span>
 #include <utility>
 #include <vector>
 
@@ -84,6 +87,7 @@ RunOptions optionsOf(const RunRecord& record, const ReplayOptions& replayOptions
     options.discardLogs = true;
     options.output = replayOptions.output;
     options.outputType = record.outputType;
+    options.scale = record.scale;
     options.frames = std::to_string(record.begin) + ":" + std::to_string(record.end);
     options.acqTime = record.acqTime;
     options.sigma = sigmaOf(record);
@@ -112,13 +116,28 @@ std::string difference(const FrameRow& now, const FrameRow& before) {
     return now.outputHash != before.outputHash ? "the corrected pixels differ" : "";
 }
 
+// The hash of the pixels as stored. Packing values that were read gives the stored numbers again.
+zt::u64 storedHash(const Frame& read, const std::optional<PixelPacking>& packing) {
+    if (!packing)
+        return pixelHash(read.bytes());
+    std::vector<double> values(read.size());
+    convertPixels(read.bytes().data(), read.frameDataType(), reinterpret_cast<std::byte*>(values.data()),
+                  zt::DT_DOUBLE, values.size());
+    std::vector<zt::u16> stored(values.size());
+    PixelPacking unlimited = *packing;
+    unlimited.least = -std::numeric_limits<double>::infinity();
+    unlimited.greatest = std::numeric_limits<double>::infinity();
+    unlimited.pack(values, stored);
+    return pixelHash(std::as_bytes(std::span(stored)));
+}
+
 // Reports pixels of the output that have changed since they were stored; empty if none has.
-std::string damage(FrameFile& output, zt::u32 frame, const FrameRow& row) {
+std::string damage(FrameFile& output, zt::u32 frame, const FrameRow& row,
+                   const std::optional<PixelPacking>& packing) {
     if (row.failed)
         return {};
-    const FramePtr stored = output.readFrame(frame);
-    return pixelHash(std::as_const(*stored).bytes()) == row.outputHash ? ""
-                                                                       : "its stored pixels have changed";
+    const FramePtr read = output.readFrame(frame);
+    return storedHash(*read, packing) == row.outputHash ? "" : "its stored pixels have changed";
 }
 
 int compare(const OutputState& before, const ReplayOptions& options, Console& console) {
@@ -130,7 +149,7 @@ int compare(const OutputState& before, const ReplayOptions& options, Console& co
     for (std::size_t i = 0; i < frames; ++i) {
         std::string text = difference(now->rows[i], before.rows[i]);
         if (text.empty())
-            text = damage(*stored, static_cast<zt::u32>(i), before.rows[i]);
+            text = damage(*stored, static_cast<zt::u32>(i), before.rows[i], before.plan.packing);
         if (text.empty())
             continue;
         console.message(options.recorded + ", frame " + std::to_string(i) +

@@ -86,7 +86,9 @@ void checkRoom(const std::string& output, zt::u64 bytes) {
 int dryRun(FrameStack& stack, const FrameRange& range, WorkerChains& workers, const RunOptions& options,
            Console& console) {
     const FramePtr first = firstCorrected(stack, range, workers.chains[0], options);
-    const zt::u64 pixelBytes = options.outputType == "f64" ? sizeof(double) : sizeof(float);
+    const zt::u64 pixelBytes = packingOf(options)            ? sizeof(zt::u16)
+                               : options.outputType == "f64" ? sizeof(double)
+                                                             : sizeof(float);
     const zt::u64 planeBytes = planesOf(options.sigma).size() * sizeof(float);
     const zt::u64 bytes = range.count() * first->size() * (pixelBytes + planeBytes);
     checkRoom(options.output, bytes);
@@ -233,6 +235,7 @@ void checkOutputName(const std::string& output) {
 int runFrames(const RunOptions& options, Console& console) {
     checkFrameRange(options.frames);
     checkOutputName(options.output);
+    packingOf(options);
     pathsOf(options).check(console, options.log);
     return correctFrames(options, console);
 }
@@ -273,9 +276,14 @@ void addCorrectionOptions(CLI::App& command, RunOptions& options) {
         ->allow_extra_args(false)
         ->type_name("FILTER:PARAM=VALUE");
     command.add_option("--output-type", options.outputType, "Pixels of the output")
-        ->check(CLI::IsMember({"f32", "f64"}).description(""))
-        ->type_name("f32|f64")
+        ->check(CLI::IsMember({"f32", "f64", "u16", "f16"}).description(""))
+        ->type_name("f32|f64|u16|f16")
         ->capture_default_str();
+    command
+        .add_option("--scale", options.scale,
+                    "With u16 or f16: the values from LO to HI are stored; others are clipped and counted")
+        ->delimiter(',')
+        ->type_name("LO,HI");
     command.add_option("--frames", options.frames, "Frames A to B-1, counted through all inputs")
         ->type_name("A:B");
     command.add_option("--acq-time", options.acqTime, "Acquisition time of every frame")

@@ -3,6 +3,7 @@
 #include "base/FileContent.h"
 #include "base/FileDescriptor.h"
 #include "frame/Frame.h"
+#include "frame/PixelPacking.h"
 
 #include <cstddef>
 #include <memory>
@@ -47,16 +48,17 @@ struct FrameFileInfo {
     zt::u32 width = 0;
     zt::u32 height = 0;
     zt::u8 pixelType = 0;
-    zt::u32 frames = 0;               // of the requested role
-    zt::u32 subFrames = 0;            // of each frame; 0 if frames have none
-    std::optional<double> acqTime;    // seconds, if the file has it; that of frame 0 if they differ
-    std::optional<FrameKinds> kinds;  // if the file marks its frames
-    std::vector<std::string> groups;  // of an HDF5 file: they hold the dataset or links to it, its own first
-    std::string maskDataset;          // of the detector, next to the frames; empty without one
-    std::optional<RunState> run;      // of a file written by ombrel; only its frames done are counted
-    std::vector<std::string> sources; // other files that the frames are read from
-    std::string passedOver;           // a message on the other files of a folder, if any
-    bool inAnyOrder = false;          // reading the frames out of order costs nothing
+    zt::u32 frames = 0;              // of the requested role
+    zt::u32 subFrames = 0;           // of each frame; 0 if frames have none
+    std::optional<double> acqTime;   // seconds, if the file has it; that of frame 0 if they differ
+    std::optional<FrameKinds> kinds; // if the file marks its frames
+    std::vector<std::string> groups; // of an HDF5 file: they hold the dataset or links to it, its own first
+    std::optional<PixelPacking> packing; // of an output in 16 bits; its frames are read as values
+    std::string maskDataset;             // of the detector, next to the frames; empty without one
+    std::optional<RunState> run;         // of a file written by ombrel; only its frames done are counted
+    std::vector<std::string> sources;    // other files that the frames are read from
+    std::string passedOver;              // a message on the other files of a folder, if any
+    bool inAnyOrder = false;             // reading the frames out of order costs nothing
 };
 
 // "PATH, frame N".

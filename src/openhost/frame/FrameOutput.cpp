@@ -25,11 +25,16 @@ void FrameOutput::storePlane(std::size_t, std::span<const float>) {
 
 std::vector<std::byte> failedFramePixels(const OutputPlan& plan) {
     const std::size_t count = std::size_t{plan.width} * plan.height;
+    if (plan.packing) {
+        const std::vector<zt::u16> pixels(count, plan.packing->storedNan());
+        const auto bytes = std::as_bytes(std::span(pixels));
+        return {bytes.begin(), bytes.end()};
+    }
     if (plan.pixelType == zt::DT_FLOAT)
         return nanPixels<float>(count);
     if (plan.pixelType == zt::DT_DOUBLE)
         return nanPixels<double>(count);
-    throw std::invalid_argument("an output stores float or double");
+    throw std::invalid_argument("an output stores float, double or packed pixels");
 }
 
 } // namespace ombrel

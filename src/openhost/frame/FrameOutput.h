@@ -1,6 +1,8 @@
 #pragma once
 
 #include "frame/FrameRow.h"
+#include "frame/ImageTags.h"
+#include "frame/PixelPacking.h"
 #include "zt/Types.h"
 
 #include <array>
@@ -20,7 +22,7 @@ struct OutputPlan {
     zt::u32 width = 0;
     zt::u32 height = 0;
     zt::u64 frames = 0;
-    zt::u8 pixelType = 0;                   // DT_FLOAT or DT_DOUBLE
+    zt::u8 pixelType = 0;                   // DT_FLOAT or DT_DOUBLE; DT_U16 for packed pixels
     std::string record;                     // describes the run, as JSON; see RunRecord
     std::vector<std::string> settingsFiles; // stored byte for byte
     std::string units = {};                 // of the pixels: "counts"; empty if they are not known
@@ -29,6 +31,8 @@ struct OutputPlan {
     std::vector<zt::u32> touched = {}; // of each pixel, see PixelFaults.h; empty if not known
     // Further images of each frame, as floats, by their names next to the frames. HDF5 only.
     std::vector<std::string> planes = {};
+    std::optional<PixelPacking> packing = {}; // of pixels in 16 bits
+    ImageTags tags = {};                      // of the inputs, for formats that have pages
 };
 
 // The names of all planes that outputs may have: standard deviations, and the calibration's part of them.
@@ -49,6 +53,8 @@ class FrameOutput {
 public:
     // Whether the suffix of the path selects a format.
     static bool isOutputPath(const std::string& path);
+    // Whether an output at this path is a file of pages, which hold the texts of the plan's tags.
+    static bool hasPages(const std::string& path);
     // The files that an output at this path keeps next to it.
     static std::vector<std::string> filesBeside(const std::string& path);
 
@@ -82,7 +88,7 @@ public:
 };
 
 // The pixels stored for a failed frame: NaN. Throws std::invalid_argument unless the plan's pixel type is
-// float or double.
+// float or double, or the pixels are packed.
 std::vector<std::byte> failedFramePixels(const OutputPlan& plan);
 
 } // namespace ombrel

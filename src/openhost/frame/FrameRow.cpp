@@ -74,6 +74,8 @@ QJsonObject toJson(const FrameRow& row) {
     insertHash(json, "output_hash", row.outputHash);
     if (row.marked != 0)
         json.insert("marked", static_cast<qint64>(row.marked));
+    if (row.clipped != 0)
+        json.insert("clipped", static_cast<qint64>(row.clipped));
     json.insert("input", toJson(row.input));
     if (row.failed)
         json.insert("failed", QString::fromStdString(row.reason));
@@ -99,6 +101,7 @@ FrameRow frameRowFromJson(const QJsonObject& json) {
     row.inputHash = hashOf(json, "input_hash");
     row.outputHash = hashOf(json, "output_hash");
     row.marked = static_cast<zt::u64>(json.value("marked").toInteger());
+    row.clipped = static_cast<zt::u64>(json.value("clipped").toInteger());
     row.input = figuresFromJson(json.value("input").toObject());
     row.output = figuresFromJson(json.value("output").toObject());
     row.seconds = json.value("seconds").toDouble();

@@ -39,6 +39,7 @@ struct FrameRow {
     zt::u64 inputHash = 0;  // of the pixels as read; 0 if they could not be read
     zt::u64 outputHash = 0; // of the pixels as stored; 0 for a failed frame
     zt::u64 marked = 0;     // pixels that the detector marked in this frame, and that were filled
+    zt::u64 clipped = 0;    // pixels outside the range that 16 bits store
     FrameStatistics input;
     FrameStatistics output;
     double seconds = 0;                      // spent in the chain

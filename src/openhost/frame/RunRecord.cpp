@@ -111,6 +111,10 @@ std::string timeText(const std::optional<double>& seconds) {
     return seconds ? numberText(*seconds) + " s" : "as in the files";
 }
 
+std::string scaleText(const std::optional<std::array<double, 2>>& scale) {
+    return scale ? numberText((*scale)[0]) + ',' + numberText((*scale)[1]) : "none";
+}
+
 } // namespace
 
 std::vector<std::string> RunRecord::differencesFrom(const RunRecord& before) const {
@@ -132,6 +136,7 @@ std::vector<std::string> RunRecord::differencesFrom(const RunRecord& before) con
     };
     found.text("frames", range(*this), range(before));
     found.text("output type", outputType, before.outputType);
+    found.text("scale", scaleText(scale), scaleText(before.scale));
     found.text("correction", replace ? "in place" : "of a copy", before.replace ? "in place" : "of a copy");
     found.text("type of the device", std::to_string(deviceType), std::to_string(before.deviceType));
     found.file("device mask", deviceMask, before.deviceMask);
@@ -264,8 +269,11 @@ void check(const RunRecord& record) {
                    .arg(record.inputs.size()));
     if (record.begin >= record.end)
         refuse(QString("its frames are %1:%2").arg(record.begin).arg(record.end));
-    if (record.outputType != "f32" && record.outputType != "f64")
-        refuse("\"output_type\" is neither f32 nor f64");
+    const bool isPacked = record.outputType == "u16" || record.outputType == "f16";
+    if (record.outputType != "f32" && record.outputType != "f64" && !isPacked)
+        refuse("\"output_type\" is neither f32, f64, u16 nor f16");
+    if (record.scale && !isPacked)
+        refuse("\"scale\" does not go with \"output_type\"");
     if (record.sigma != "none" && record.sigma != "total" && record.sigma != "calibration")
         refuse("\"sigma\" is neither none, total nor calibration");
     if (record.gain && !(*record.gain > 0 && std::isfinite(*record.gain)))
@@ -301,6 +309,8 @@ std::string RunRecord::toJson() const {
     json.insert("marks", QString::fromStdString(marks));
     if (keepNan)
         json.insert("keep_nan", true);
+    if (scale)
+        json.insert("scale", QJsonArray{(*scale)[0], (*scale)[1]});
     if (acqTime)
         json.insert("acq_time", *acqTime);
     if (sigma != "none")
@@ -340,6 +350,8 @@ RunRecord RunRecord::fromJson(const std::string& text) {
     }
     record.marks = json["marks"].toString("none").toStdString();
     record.keepNan = json["keep_nan"].toBool();
+    if (const QJsonArray scale = json["scale"].toArray(); !scale.isEmpty())
+        record.scale = {scale[0].toDouble(), scale[1].toDouble()};
     if (json.contains("acq_time"))
         record.acqTime = json["acq_time"].toDouble();
     record.sigma = json["sigma"].toString("none").toStdString();

@@ -2,6 +2,7 @@
 
 #include "zt/Types.h"
 
+#include <array>
 #include <optional>
 #include <string>
 #include <vector>
@@ -51,8 +52,9 @@ struct RunRecord {
     std::vector<std::string> datasets; // of each input; empty if the program chooses it
     zt::u64 begin = 0;                 // counted through all inputs
     zt::u64 end = 0;
-    std::string outputType; // "f32" or "f64"
-    bool replace = false;   // corrected in place
+    std::string outputType;                     // "f32", "f64", "u16" or "f16"
+    std::optional<std::array<double, 2>> scale; // the values that 16 bits store, as given
+    bool replace = false;                       // corrected in place
     int deviceType = 1;
     std::optional<FileRecord> deviceMask; // with hash, unless it is an input
     std::string maskDataset;              // in that file; empty if it has none or the program chooses it

@@ -77,8 +77,14 @@ void Hdf5File::fillInfo(const std::string& path, const Hdf5Selection& selection)
     fileInfo.subFrames = shape.subFrames();
     if (fileInfo.dataset == outputlayout::data)
         fileInfo.run = readRunState(file, shape.frames());
-    if (fileInfo.run)
+    if (fileInfo.run) {
         fileInfo.frames = std::min(fileInfo.frames, fileInfo.run->framesDone);
+        fileInfo.packing = packingOfHdf5(openHdf5Object(file, fileInfo.dataset));
+    }
+    if (fileInfo.packing) {
+        fileInfo.pixelType = zt::DT_DOUBLE;
+        scratchBytes = zt::u64{fileInfo.width} * fileInfo.height * sizeof(float);
+    }
     if (fileInfo.frames == 0)
         throw Error(path + ": the run that wrote this file completed no frame");
 }
@@ -143,7 +149,7 @@ double Hdf5File::acqTime(zt::u32 frame) const {
 }
 
 std::optional<FrameFile::RawImage> Hdf5File::rawImage(zt::u32 frame, zt::u32 subFrame) const {
-    if (const FileDescriptor* const raw = images->rawFile())
+    if (const FileDescriptor* const raw = fileInfo.packing ? nullptr : images->rawFile())
         return RawImage{*raw, images->rawOffset(storedFrame(frame), subFrame)};
     return std::nullopt;
 }
@@ -151,9 +157,25 @@ std::optional<FrameFile::RawImage> Hdf5File::rawImage(zt::u32 frame, zt::u32 sub
 void Hdf5File::readStored(zt::u32 frame, zt::u32 subFrame, std::span<std::byte> pixels) {
     const Hdf5Session session;
     try {
-        images->read(storedFrame(frame), subFrame, pixels);
+        fileInfo.packing ? readPacked(storedFrame(frame), pixels)
+                         : images->read(storedFrame(frame), subFrame, pixels);
     } catch (const Error& error) {
         throw Error(where(frame) + ": " + error.what());
+    }
+}
+
+void Hdf5File::readPacked(zt::u32 frame, std::span<std::byte> pixels) {
+    const std::span values(reinterpret_cast<double*>(pixels.data()), pixels.size() / sizeof(double));
+    const PixelPacking& packing = *fileInfo.packing;
+    if (packing.isHalf) { // the library converts 16-bit floating-point numbers
+        std::vector<float> numbers(values.size());
+        images->read(frame, 0, std::as_writable_bytes(std::span(numbers)));
+        std::ranges::transform(numbers, values.begin(),
+                               [&](float number) { return packing.scale * number + packing.offset; });
+    } else {
+        std::vector<zt::u16> stored(values.size());
+        images->read(frame, 0, std::as_writable_bytes(std::span(stored)));
+        packing.unpack(stored, values);
     }
 }
 

@@ -30,6 +30,7 @@ public:
 private:
     std::optional<RawImage> rawImage(zt::u32 frame, zt::u32 subFrame) const override;
     void readStored(zt::u32 frame, zt::u32 subFrame, std::span<std::byte> pixels) override;
+    void readPacked(zt::u32 frame, std::span<std::byte> pixels);
     void fillInfo(const std::string& path, const Hdf5Selection& selection);
     void chooseFrames(FrameRole role);
     void readTimes();

@@ -41,6 +41,16 @@ void markPlanes(Hdf5Writer& writer, const OutputPlan& plan) {
         writer.link((outputlayout::planes + first).c_str(), "/entry/data/data_errors");
 }
 
+// Readers of the convention for climate data show values instead of stored numbers.
+void markPacking(Hdf5Writer& writer, const std::optional<PixelPacking>& packing) {
+    if (!packing)
+        return;
+    writer.attribute(outputlayout::data, "scale_factor", H5T_IEEE_F64LE, packing->scale);
+    writer.attribute(outputlayout::data, "add_offset", H5T_IEEE_F64LE, packing->offset);
+    if (!packing->isHalf)
+        writer.attribute(outputlayout::data, "_FillValue", H5T_STD_U16LE, packing->storedNan());
+}
+
 } // namespace
 
 void markFrames(Hdf5Writer& writer, const OutputPlan& plan) {
@@ -48,6 +58,7 @@ void markFrames(Hdf5Writer& writer, const OutputPlan& plan) {
     writer.attribute(outputlayout::data, "interpretation", {"image"});
     if (!plan.units.empty())
         writer.attribute(outputlayout::data, "units", {plan.units});
+    markPacking(writer, plan.packing);
     writer.attribute("/", "NX_class", {"NXroot"});
     writer.attribute(exchange, "NX_class", {"NXdata"});
     writer.attribute(exchange, "signal", {"data"});

@@ -110,17 +110,31 @@ OutputPlan planOf(hid_t file, const std::string& path) {
     const Hdf5Object data = openThing(file, outputlayout::data);
     plan.units = textAttribute(data, "units").value_or("");
     const auto shape = shapeOfImages(data);
+    plan.packing = packingOfHdf5(data);
     if (!shape || shape->extent.size() != 3 ||
-        (shape->pixelType != zt::DT_FLOAT && shape->pixelType != zt::DT_DOUBLE))
+        (shape->pixelType != zt::DT_FLOAT && shape->pixelType != zt::DT_DOUBLE && !plan.packing))
         throw Error(std::string(outputlayout::data) + " is not a stack of corrected frames");
     plan.width = shape->width();
     plan.height = shape->height();
     plan.frames = shape->frames();
-    plan.pixelType = shape->pixelType;
+    plan.pixelType = plan.packing ? zt::u8{zt::DT_U16} : shape->pixelType;
     for (const char* const name : planeNames)
         if (openHdf5Object(file, std::string(outputlayout::planes) + name).isOpen())
             plan.planes.push_back(name);
     return plan;
+}
+
+void readClipped(hid_t file, OutputState& state) {
+    if (!state.plan.packing)
+        return;
+    const Hdf5Object object = openThing(file, outputlayout::clipped);
+    std::vector<zt::u64> counts(state.plan.frames);
+    if (H5Sget_simple_extent_npoints(Hdf5Space{H5Dget_space(object)}) !=
+            static_cast<hssize_t>(counts.size()) ||
+        H5Dread(object, H5T_NATIVE_UINT64, H5S_ALL, H5S_ALL, H5P_DEFAULT, counts.data()) < 0)
+        throw Error(std::string(outputlayout::clipped) + " cannot be read" + Hdf5Session::reason());
+    for (std::size_t i = 0; i < state.rows.size(); ++i)
+        state.rows[i].clipped = counts[i];
 }
 
 } // namespace
@@ -128,7 +142,7 @@ OutputPlan planOf(hid_t file, const std::string& path) {
 Hdf5OutputAddresses makeHdf5Output(const OutputFile& output, const OutputPlan& plan) {
     using namespace outputlayout;
     const Hdf5Session session;
-    const hid_t pixel = nativeHdf5Type(plan.pixelType);
+    const Hdf5Type pixel = storedHdf5Type(plan.pixelType, plan.packing);
     const zt::u64 frameBytes = zt::u64{plan.width} * plan.height * pixelSize(plan.pixelType);
     Hdf5Writer maker(output.newPath(), output.path(), plan.frames * (1 + plan.planes.size()), frameBytes);
     Hdf5OutputAddresses addresses;
@@ -136,6 +150,8 @@ Hdf5OutputAddresses makeHdf5Output(const OutputFile& output, const OutputPlan& p
     addresses.framesDone = maker.table(framesDone, H5T_NATIVE_UINT64, {});
     addresses.complete = maker.table(complete, H5T_NATIVE_UINT8, {});
     addresses.rows = maker.table(frames, storedRowType(), {plan.frames});
+    if (plan.packing)
+        addresses.clipped = maker.table(clipped, H5T_NATIVE_UINT64, {plan.frames});
     if (!plan.touched.empty())
         addresses.touched = maker.table(touched, H5T_STD_U32LE, {plan.height, plan.width});
     maker.text("/implements", "exchange:process");
@@ -175,8 +191,22 @@ OutputState readHdf5Output(const std::string& path) {
             state.framesDone = run->framesDone;
             state.complete = run->complete;
             state.rows = readRows(openThing(file, outputlayout::frames), state.framesDone);
+            readClipped(file, state);
             return state;
         });
+}
+
+std::optional<OutputState> hdf5StateToResume(const std::string& path) {
+    std::optional<OutputState> state = FrameOutput::stateOf(path);
+    if (!state)
+        return state;
+    const bool isPacked = readOutput(path, [](hid_t file) {
+        const Hdf5Properties creation{H5Dget_create_plist(openThing(file, outputlayout::data))};
+        return H5Pget_layout(creation) == H5D_CHUNKED && H5Pget_nfilters(creation) > 0;
+    });
+    if (isPacked)
+        throw Error(path + ": was written by ombrel pack, and cannot be resumed; choose another output");
+    return state;
 }
 
 Hdf5OutputAddresses addressesInHdf5Output(const std::string& path) {
@@ -188,6 +218,8 @@ Hdf5OutputAddresses addressesInHdf5Output(const std::string& path) {
             addresses.framesDone = addressOf(file, outputlayout::framesDone);
             addresses.complete = addressOf(file, outputlayout::complete);
             addresses.rows = addressOf(file, outputlayout::frames);
+            if (plan.packing)
+                addresses.clipped = addressOf(file, outputlayout::clipped);
             addresses.frames = frameAddresses(openThing(file, outputlayout::data), plan.frames);
             for (const std::string& name : plan.planes)
                 addresses.planes.push_back(
@@ -284,6 +316,9 @@ void Hdf5Output::append(std::span<const std::byte> pixels, const FrameRow& row) 
     const StoredFrameRow stored = storedRow(row);
     descriptor.writeAt(addresses.frames.of(framesDone), frame);
     descriptor.writeAt(addresses.rows + framesDone * sizeof stored, std::as_bytes(std::span(&stored, 1)));
+    if (addresses.clipped != 0)
+        descriptor.writeAt(addresses.clipped + framesDone * sizeof row.clipped,
+                           std::as_bytes(std::span(&row.clipped, 1)));
     const zt::u64 count = framesDone + 1;
     descriptor.writeAt(addresses.framesDone, std::as_bytes(std::span(&count, 1)));
     framesDone = count;

@@ -23,6 +23,7 @@ inline constexpr char planes[] = "/exchange/";                      // followed 
 inline constexpr char framesDone[] = "/process/ombrel/frames_done"; // u64
 inline constexpr char complete[] = "/process/ombrel/complete";      // u8: 1 after the run has finished
 inline constexpr char frames[] = "/process/ombrel/frames";          // one row per frame, see StoredFrameRow
+inline constexpr char clipped[] = "/process/ombrel/clipped";        // u64 of each frame; for packed pixels
 inline constexpr char record[] = "/process/ombrel/record";          // text: the run as JSON
 inline constexpr char touched[] = "/process/ombrel/touched";        // u32 of each pixel, see PixelFaults.h
 inline constexpr char settings[] = "/process/ombrel/settings/";     // followed by a number: bytes of a file
@@ -47,6 +48,7 @@ struct Hdf5OutputAddresses {
     zt::u64 complete = 0;
     zt::u64 rows = 0;
     zt::u64 touched = 0;
+    zt::u64 clipped = 0; // 0 if pixels are not packed
     zt::u64 fileSize = 0;
 };
 
@@ -57,6 +59,8 @@ Hdf5OutputAddresses makeHdf5Output(const OutputFile& output, const OutputPlan& p
 // The output at a path, its addresses, and the bytes of one of its settings files. Throw Error.
 OutputState readHdf5Output(const std::string& path);
 Hdf5OutputAddresses addressesInHdf5Output(const std::string& path);
+// For resuming. Throws Error for a packed output too.
+std::optional<OutputState> hdf5StateToResume(const std::string& path);
 std::string settingsInHdf5Output(const std::string& path, std::size_t index);
 
 // Empty if the output holds no map. Throws Error.

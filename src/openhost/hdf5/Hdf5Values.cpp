@@ -42,6 +42,40 @@ hid_t nativeHdf5Type(zt::u8 pixelType) {
     return types[pixelType];
 }
 
+Hdf5Type storedHdf5Type(zt::u8 pixelType, const std::optional<PixelPacking>& packing) {
+    Hdf5Type type{H5Tcopy(packing && packing->isHalf ? H5T_IEEE_F32LE : nativeHdf5Type(pixelType))};
+    if (packing && packing->isHalf) { // the library has no name for the type
+        H5Tset_fields(type, 15, 10, 5, 0, 10);
+        H5Tset_size(type, 2);
+        H5Tset_ebias(type, 15);
+    }
+    return type;
+}
+
+namespace {
+
+std::optional<double> numberAttribute(hid_t object, const char* name) {
+    if (H5Aexists(object, name) <= 0)
+        return std::nullopt;
+    const Hdf5Attribute attribute{H5Aopen(object, name, H5P_DEFAULT)};
+    const Hdf5Space space{H5Aget_space(attribute)};
+    double value = 0;
+    if (H5Sget_simple_extent_npoints(space) != 1 || H5Aread(attribute, H5T_NATIVE_DOUBLE, &value) < 0)
+        return std::nullopt;
+    return value;
+}
+
+} // namespace
+
+std::optional<PixelPacking> packingOfHdf5(hid_t dataset) {
+    const Hdf5Type type{H5Dget_type(dataset)};
+    const auto scale = numberAttribute(dataset, "scale_factor");
+    const auto offset = numberAttribute(dataset, "add_offset");
+    if (H5Tget_size(type) != sizeof(zt::u16) || !scale || !offset)
+        return std::nullopt;
+    return PixelPacking{.isHalf = H5Tget_class(type) == H5T_FLOAT, .scale = *scale, .offset = *offset};
+}
+
 namespace {
 
 std::optional<Hdf5Shape> shapeIn(hid_t object, hid_t space) {
@@ -122,6 +156,8 @@ std::optional<std::string> textAttribute(hid_t object, const char* name) {
 }
 
 std::optional<Hdf5Numbers> numbersAt(hid_t file, const std::string& path, zt::u64 count) {
+    if (!mayExistInHdf5(file, path))
+        return std::nullopt;
     const Hdf5Object object = openHdf5Object(file, path);
     if (!object.isOpen())
         if (const auto dead = deadLinkOn(file, path))
@@ -156,8 +192,6 @@ using Unit = std::unique_ptr<ut_unit, FreeUnit>;
 ut_system* unitSystem() {
     static ut_system* const system = [] {
         ut_set_error_message_handler(ut_ignore); // it writes to standard error
-    if (!mayExistInHdf5(file, path))
-        return std::nullopt;
         return ut_read_xml(nullptr);
     }();
     return system;
@@ -183,11 +217,8 @@ double factorBetween(ut_unit* unit, ut_unit* second) {
                : 0;
 }
 
-} // namespace
-
-double secondsIn(const std::string& unit) {
-    if (unit == "s")
-        return 1;
+// 0 if the unit cannot be converted to the base.
+double factorIn(const std::string& unit, const char* base) {
     static std::mutex mutex;
     const std::lock_guard lock(mutex); // the library is not thread-safe
     ut_system* const system = unitSystem();
@@ -195,11 +226,28 @@ double secondsIn(const std::string& unit) {
         throw Error("the unit \"" + unit +
                     "\" cannot be looked up: the database of UDUNITS is missing or damaged; install "
                     "libudunits2-data or set UDUNITS2_XML_PATH");
-    const Unit second{ut_get_unit_by_name(system, "second")};
+    const Unit known{ut_get_unit_by_name(system, base)};
     const Unit parsed = parsedUnit(system, unit);
-    const double factor = parsed && second ? factorBetween(parsed.get(), second.get()) : 0;
+    return parsed && known ? factorBetween(parsed.get(), known.get()) : 0;
+}
+
+} // namespace
+
+double secondsIn(const std::string& unit) {
+    if (unit == "s")
+        return 1;
+    const double factor = factorIn(unit, "second");
     if (!(factor > 0))
         throw Error("\"" + unit + "\" is not a unit of time; use s, ms, microsecond, min or the like");
+    return factor;
+}
+
+double metresIn(const std::string& unit) {
+    if (unit == "m")
+        return 1;
+    const double factor = factorIn(unit, "meter");
+    if (!(factor > 0))
+        throw Error("\"" + unit + "\" is not a unit of length");
     return factor;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "frame/PixelPacking.h"
 #include "hdf5/Hdf5Handle.h"
 #include "zt/Types.h"
 
@@ -26,6 +27,13 @@ std::optional<zt::u8> pixelTypeOfHdf5(hid_t type);
 // The HDF5 type of pixels in memory.
 hid_t nativeHdf5Type(zt::u8 pixelType);
 
+// The HDF5 type of an output's pixels in its file.
+Hdf5Type storedHdf5Type(zt::u8 pixelType, const std::optional<PixelPacking>& packing);
+
+// How 16-bit pixels of a dataset were packed, if its attributes say so: `scale_factor` and `add_offset`, as
+// in the convention for climate data, and `_FillValue` for NaN.
+std::optional<PixelPacking> packingOfHdf5(hid_t dataset);
+
 // Nothing unless the object is a dataset of numbers of rank 2 to 4 with at least one pixel. Hdf5Sources must
 // have checked the sources of a virtual dataset.
 std::optional<Hdf5Shape> shapeOfImages(hid_t object);
@@ -51,5 +59,8 @@ std::optional<Hdf5Numbers> numbersAt(hid_t file, const std::string& path, zt::u6
 // Seconds in a unit of time as written by UDUNITS: "ms", "millisecond", "min". Throws Error, with the reason
 // only, if the unit is not a time or the database of units cannot be read.
 double secondsIn(const std::string& unit);
+
+// The same for metres in a unit of length.
+double metresIn(const std::string& unit);
 
 } // namespace ombrel

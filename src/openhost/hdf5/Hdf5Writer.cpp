@@ -124,6 +124,13 @@ void Hdf5Writer::attribute(const char* object, const char* name, const std::vect
     check(H5Awrite(made, type, bytes.data()) >= 0 && made.close());
 }
 
+void Hdf5Writer::attribute(const char* object, const char* name, hid_t type, double value) {
+    const Hdf5Space space{checked(H5Screate(H5S_SCALAR))};
+    Hdf5Attribute made{
+        checked(H5Acreate_by_name(file, object, name, type, space, H5P_DEFAULT, H5P_DEFAULT, H5P_DEFAULT))};
+    check(H5Awrite(made, H5T_NATIVE_DOUBLE, &value) >= 0 && made.close());
+}
+
 void Hdf5Writer::link(const char* existing, const char* name) {
     check(H5Lcreate_hard(file, existing, file, name, linkCreation, H5P_DEFAULT) >= 0);
 }

@@ -31,6 +31,8 @@ public:
     void group(const char* name, const char* nexusClass);
     // A text on an existing object; several are a list.
     void attribute(const char* object, const char* name, const std::vector<std::string>& texts);
+    // A number in that type of the file.
+    void attribute(const char* object, const char* name, hid_t type, double value);
     // A second name of an existing object.
     void link(const char* existing, const char* name);
     // A dataset that is a view of the datasets of the same name in the parts' files, one after the other

@@ -125,7 +125,7 @@ void Hdf5Copy::copyDataset(const Hdf5Object& dataset, const std::string& path, c
     const bool isImage = pixelTypeOfHdf5(type) && (rank > 2 || (rank == 2 && count > largestMatrix));
     const bool isPerFrame = frameCount > 1 && first == frameCount;
     if (isPerFrame) {
-        if (rank == 1 && pixelTypeOfHdf5(type))
+        if (rank == 1 && (pixelTypeOfHdf5(type) || H5Tget_class(type) == H5T_STRING))
             noted.emplace(place, path);
         return;
     }

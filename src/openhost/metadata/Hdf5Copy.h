@@ -15,8 +15,8 @@ namespace ombrel {
 // the file, but never into a pipe or a device. What cannot be copied is left out.
 class Hdf5Copy {
 public:
-    // `frames`: a dataset of one axis with this many numbers has one for each frame. It is not copied, but
-    // noted.
+    // `frames`: a dataset of one axis with this many numbers or texts has one for each frame. It is not
+    // copied, but noted.
     Hdf5Copy(hid_t source, hid_t target, zt::u64 frames) : from(source), to(target), frameCount(frames) {}
 
     // Where a group of the source goes; empty for a group that is left out. `group` is open.
@@ -25,7 +25,7 @@ public:
     // Copies what is in the group, and the groups in it.
     void copyGroup(const std::string& group, const std::string& place, const Place& placeOf);
 
-    // Datasets with a number for each frame: their paths in the target, and in the source.
+    // Datasets with a number or a text for each frame: their paths in the target, and in the source.
     const std::map<std::string, std::string>& columns() const { return noted; }
 
 private:

@@ -5,8 +5,10 @@
 #include "base/FileDescriptor.h"
 #include "hdf5/Hdf5File.h"
 #include "hdf5/Hdf5Nexus.h"
+#include "hdf5/Hdf5Sources.h"
 #include "hdf5/Hdf5Values.h"
 #include "metadata/Hdf5Copy.h"
+#include "metadata/PageTags.h"
 
 #include <algorithm>
 #include <array>
@@ -22,10 +24,11 @@ constexpr const char* theta = "/exchange/theta";
 constexpr const char* imageKey = "/entry/instrument/detector/image_key";
 constexpr const char* rotationAngle = "/entry/sample/rotation_angle";
 
-// A number for each frame of the output.
+// A number or a text for each frame of the output.
 struct Column {
     std::string source; // its path in the sources
     std::vector<double> values;
+    std::vector<std::string> texts;
 };
 
 std::string classOf(hid_t file, const std::string& group) {
@@ -51,6 +54,44 @@ std::optional<std::vector<double>> numbersOf(hid_t file, const std::string& path
     return std::nullopt;
 }
 
+// Texts of variable length, of which each is a pointer, or of a fixed one.
+std::vector<std::string> readTexts(hid_t dataset, hid_t type, zt::u64 count) {
+    std::vector<std::string> texts;
+    if (H5Tis_variable_str(type) > 0) {
+        std::vector<char*> pointers(count);
+        if (H5Dread(dataset, type, H5S_ALL, H5S_ALL, H5P_DEFAULT, pointers.data()) < 0)
+            return {};
+        for (const char* const pointer : pointers)
+            texts.emplace_back(pointer ? pointer : "");
+        H5Dvlen_reclaim(type, Hdf5Space{H5Dget_space(dataset)}, H5P_DEFAULT, pointers.data());
+        return texts;
+    }
+    const std::size_t size = H5Tget_size(type);
+    std::string bytes(size * count, '\0');
+    if (H5Dread(dataset, type, H5S_ALL, H5S_ALL, H5P_DEFAULT, bytes.data()) < 0)
+        return {};
+    for (zt::u64 i = 0; i < count; ++i) {
+        const std::string text = bytes.substr(i * size, size);
+        texts.push_back(text.substr(0, text.find('\0')));
+    }
+    return texts;
+}
+
+std::optional<std::vector<std::string>> textsOf(hid_t file, const std::string& path, zt::u64 count) {
+    constexpr double mostRead = 1 << 24;
+    const Hdf5Object object = openHdf5Object(file, path);
+    if (!object.isOpen() || H5Iget_type(object) != H5I_DATASET || Hdf5Sources().problemOf(object))
+        return std::nullopt;
+    const Hdf5Type type{H5Dget_type(object)};
+    const Hdf5Space space{H5Dget_space(object)};
+    if (H5Tget_class(type) != H5T_STRING ||
+        H5Sget_simple_extent_npoints(space) != static_cast<hssize_t>(count) ||
+        static_cast<double>(H5Tget_size(type)) * static_cast<double>(count) > mostRead)
+        return std::nullopt;
+    std::vector<std::string> texts = readTexts(object, type, count);
+    return texts.size() == count ? std::optional(std::move(texts)) : std::nullopt;
+}
+
 bool isHdf5File(const std::string& path) {
     return fileKind(FileDescriptor::openForReading(splitDatasetPath(path).file)) == FileKind::Hdf5;
 }
@@ -67,20 +108,25 @@ public:
     zt::u32 frameCount() const { return file.storedFrames(); }
     const std::vector<std::string>& groups() const { return file.info().groups; }
 
-    // The numbers of the output's frames.
-    std::optional<std::vector<double>> column(const std::string& path) const {
-        auto all = numbersOf(handle(), path, frameCount());
-        if (!all && path == theta)
+    // Adds what the column holds for the output's frames. False without such a column.
+    bool addTo(Column& column) const {
+        auto all = numbersOf(handle(), column.source, frameCount());
+        if (!all && column.source == theta)
             all = anglesOfSample();
-        if (!all)
-            return std::nullopt;
-        std::vector<double> kept;
-        for (const zt::u32 frame : stored)
-            kept.push_back((*all)[frame]);
-        return kept;
+        if (all)
+            return addKept(*all, column.values);
+        const auto texts = textsOf(handle(), column.source, frameCount());
+        return texts && addKept(*texts, column.texts);
     }
 
 private:
+    template <typename T>
+    bool addKept(const std::vector<T>& all, std::vector<T>& column) const {
+        for (const zt::u32 frame : stored)
+            column.push_back(all[frame]);
+        return true;
+    }
+
     // Some files count flat and dark frames in theta, but keep these frames in datasets of their own. Which
     // angles belong to the sample is known only if they mark all of these frames.
     std::optional<std::vector<double>> anglesOfSample() const {
@@ -127,10 +173,8 @@ public:
     void append(const Source& source) {
         for (auto at = columns.begin(); at != columns.end();) {
             Column& column = at->second;
-            const auto values = source.column(column.source);
-            if (values)
-                column.values.insert(column.values.end(), values->begin(), values->end());
-            at = values ? std::next(at) : columns.erase(at);
+            const bool isThere = source.addTo(column) && (column.values.empty() || column.texts.empty());
+            at = isThere ? std::next(at) : columns.erase(at);
         }
     }
     bool wantsMore() const { return !columns.empty(); }
@@ -138,7 +182,7 @@ public:
     void write() const {
         for (const auto& [place, column] : columns)
             if (!existsInHdf5(to, place))
-                writeColumn(place, column);
+                column.texts.empty() ? writeColumn(place, column) : writeTexts(to, place, column.texts);
     }
 
 private:
@@ -218,28 +262,46 @@ void linkLayouts(hid_t file, bool isNexus) {
     nameAxes(file, "/exchange", "theta");
 }
 
+// Calls `work` with the file open for writing.
+template <typename Work>
+void changeFile(const std::string& path, Work work) {
+    const Hdf5Properties access{H5Pcreate(H5P_FILE_ACCESS)};
+    H5Pset_file_locking(access, false, true);
+    Hdf5FileHandle target{H5Fopen(path.c_str(), H5F_ACC_RDWR, access)};
+    if (!target.isOpen())
+        throw Error(path + ": cannot be opened" + Hdf5Session::reason());
+    work(target);
+    if (!target.close())
+        throw Error(path + ": cannot be written" + Hdf5Session::reason());
+}
+
+zt::u64 countFrames(const std::vector<FramesOfFile>& sources) {
+    zt::u64 frames = 0;
+    for (const FramesOfFile& source : sources)
+        frames += source.end - source.begin;
+    return frames;
+}
+
 } // namespace
 
 void copyMetadata(const std::vector<FramesOfFile>& sources, const std::string& newFile, bool isNexus) {
-    const bool allHdf5 = std::ranges::all_of(sources, isHdf5File, &FramesOfFile::path);
-    if (sources.empty() || !allHdf5)
+    if (sources.empty())
         return;
     const Hdf5Session session;
-    const Hdf5Properties access{H5Pcreate(H5P_FILE_ACCESS)};
-    H5Pset_file_locking(access, false, true);
-    Hdf5FileHandle target{H5Fopen(newFile.c_str(), H5F_ACC_RDWR, access)};
-    if (!target.isOpen())
-        throw Error(newFile + ": cannot be opened" + Hdf5Session::reason());
-    {
+    if (!std::ranges::all_of(sources, isHdf5File, &FramesOfFile::path)) {
+        const ImageTags tags = imageTagsOf(sources);
+        if (!tags.isEmpty())
+            changeFile(newFile, [&](hid_t target) { writePageTags(target, tags, countFrames(sources)); });
+        return;
+    }
+    changeFile(newFile, [&](hid_t target) {
         const Source first(sources.front());
         Metadata metadata(first, target);
         for (std::size_t i = 1; i < sources.size() && metadata.wantsMore(); ++i)
             metadata.append(Source(sources[i]));
         metadata.write();
         linkLayouts(target, isNexus);
-    }
-    if (!target.close())
-        throw Error(newFile + ": cannot be written" + Hdf5Session::reason());
+    });
 }
 
 } // namespace ombrel

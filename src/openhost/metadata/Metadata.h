@@ -1,5 +1,6 @@
 #pragma once
 
+#include "frame/ImageTags.h"
 #include "zt/Types.h"
 
 #include <string>
@@ -21,6 +22,12 @@ struct FramesOfFile {
 // each frame, or refers to other objects. Sources of other formats have nothing to add.
 //
 // Throws Error if the output cannot be written; what cannot be read is left out.
+// Of TIFF sources, their resolution and texts become /measurement/tiff.
 void copyMetadata(const std::vector<FramesOfFile>& sources, const std::string& newFile, bool isNexus);
+
+// What TIFF sources hold on the same frames; of HDF5 sources, the resolution that follows from the detector's
+// pixel sizes. Empty for other formats and for a mixture. What the frames do not have in common is left out
+// if it would be large.
+ImageTags imageTagsOf(const std::vector<FramesOfFile>& sources);
 
 } // namespace ombrel

@@ -12,6 +12,7 @@
 #include "zt/Types.h"
 
 #include <algorithm>
+#include <array>
 #include <utility>
 #include <vector>
 
@@ -69,6 +70,35 @@ FramePtr storedForm(FramePtr frame, zt::u8 outputType, PixelDigest& digest) {
         digest.addWithOneNan(block);
     }
     return stored;
+}
+
+// The frame in 16 bits. Its figures are those of the values that are read back.
+FramePtr packedForm(const Frame& frame, const PixelPacking& packing, FrameRow& row) {
+    FramePtr stored = Frame::createUnfilled(frame.width(), frame.height(), zt::DT_U16);
+    const zt::u8 type = frame.frameDataType();
+    PixelFigures figures(zt::DT_DOUBLE);
+    std::array<double, blockPixels> block;
+    for (std::size_t start = 0; start < frame.size(); start += blockPixels) {
+        const std::size_t count = std::min<std::size_t>(blockPixels, frame.size() - start);
+        const std::span values(block.data(), count);
+        convertPixels(frame.bytes().data() + start * pixelSize(type), type,
+                      reinterpret_cast<std::byte*>(values.data()), zt::DT_DOUBLE, count);
+        const auto packed = stored->pixels<zt::u16>().subspan(start, count);
+        row.clipped += packing.pack(values, packed);
+        packing.unpack(packed, values);
+        figures.add(std::as_bytes(values));
+    }
+    row.output = figures.result();
+    row.outputHash = pixelHash(std::as_const(*stored).bytes());
+    return stored;
+}
+
+std::vector<double> valuesOf(const Frame& stored, const std::optional<PixelPacking>& packing) {
+    if (!packing)
+        return doublesOf(stored);
+    std::vector<double> values(stored.size());
+    packing->unpack(stored.pixels<zt::u16>(), values);
+    return values;
 }
 
 void fail(BatchFrame& item, const std::string& reason) {
@@ -145,13 +175,20 @@ private:
             item.sigma = plan.sigma->of(counts, item.row.choice);
         // All figures describe the frame as stored, so that a user can reproduce them from the file.
         const Stopwatch storing;
-        PixelDigest digest(plan.output.pixelType);
-        item.frame = storedForm(std::move(corrected.frame), plan.output.pixelType, digest);
-        item.row.output = digest.figures();
-        item.row.outputHash = digest.hash();
+        if (plan.output.packing)
+            item.frame = packedForm(*corrected.frame, *plan.output.packing, item.row);
+        else
+            storeAsIs(std::move(corrected.frame), item);
         item.times.write = storing.seconds();
         if (listener.frameCorrected)
-            item.corrected = doublesOf(*item.frame);
+            item.corrected = valuesOf(*item.frame, plan.output.packing);
+    }
+
+    void storeAsIs(FramePtr corrected, BatchFrame& item) const {
+        PixelDigest digest(plan.output.pixelType);
+        item.frame = storedForm(std::move(corrected), plan.output.pixelType, digest);
+        item.row.output = digest.figures();
+        item.row.outputHash = digest.hash();
     }
 
     void store(BatchFrame& item) {

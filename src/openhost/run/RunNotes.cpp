@@ -60,6 +60,10 @@ void RunNotes::add(zt::u64 frame, const FrameRow& row) {
             failed.push_back({row.reason, {}});
         failed[found->second].frames.push_back(frame);
     }
+    if (row.clipped > 0) {
+        clippedPixels += row.clipped;
+        clippedFrames.push_back(frame);
+    }
     if (row.inputHash == 0)
         return; // the frame could not be read
     const zt::u64 pixels = zt::u64{stack->width()} * stack->height();
@@ -94,12 +98,20 @@ std::vector<std::string> RunNotes::failures() const {
     return lines;
 }
 
+std::string RunNotes::clippedText() const {
+    return countText(clippedPixels, "pixel") + " outside the range of the output clipped, in " +
+           countText(clippedFrames.size(), "frame") + ": " + frameListText(clippedFrames) +
+           "; a wider --scale stores them";
+}
+
 std::vector<std::string> RunNotes::remarks() const {
     std::vector<std::string> lines;
     for (const Kind& kind : oddFrames)
         lines.push_back(countText(kind.frames.size(), "frame") +
                         (kind.frames.size() == 1 ? " is " : " are ") + kind.name + ": " +
                         frameListText(kind.frames));
+    if (clippedPixels > 0)
+        lines.push_back(clippedText());
     return lines;
 }
 

@@ -40,12 +40,15 @@ private:
         std::vector<zt::u64> frames;
     };
 
+    std::string clippedText() const;
     void addKind(const std::string& name, zt::u64 frame);
 
     const FrameStack* stack;
     std::map<std::string, std::size_t> failureOf; // index in `failed`, by the reason without numbers
     std::vector<Failure> failed;
     std::vector<Kind> oddFrames;
+    zt::u64 clippedPixels = 0;
+    std::vector<zt::u64> clippedFrames;
 };
 
 } // namespace ombrel

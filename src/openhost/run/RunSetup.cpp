@@ -80,6 +80,7 @@ RunRecord makeRecord(RunSetup& setup) {
     record.begin = setup.range.begin;
     record.end = setup.range.end;
     record.outputType = options.outputType;
+    record.scale = options.scale;
     record.replace = options.replace;
     record.deviceType = options.deviceType;
     if (setup.mask)
@@ -288,6 +289,19 @@ WorkerChains makeWorkerChains(Session& session, const RunOptions& options, zt::u
     return workers;
 }
 
+std::optional<PixelPacking> packingOf(const RunOptions& options) {
+    const bool isHalf = options.outputType == "f16";
+    const bool isPacked = isHalf || options.outputType == "u16";
+    if (options.scale && !isPacked)
+        throw UsageError("--scale goes with --output-type u16 or f16");
+    if (options.outputType == "u16" && !options.scale)
+        throw UsageError("--output-type u16 needs --scale LO,HI: the values that are stored as 0 and 65534");
+    if (!isPacked)
+        return std::nullopt;
+    return options.scale ? PixelPacking::between((*options.scale)[0], (*options.scale)[1], isHalf)
+                         : PixelPacking::plainHalf();
+}
+
 namespace {
 
 std::optional<OutputLock> lockedOutput(const RunOptions& options) {
@@ -321,14 +335,19 @@ std::string unitsOf(const std::vector<LinkOptions>& links) {
 OutputPlan outputPlan(RunSetup& setup) {
     OutputPlan plan;
     plan.path = setup.options.output;
-    plan.pixelType = setup.options.outputType == "f64" ? zt::DT_DOUBLE : zt::DT_FLOAT;
+    plan.packing = packingOf(setup.options);
+    plan.pixelType = plan.packing                        ? zt::DT_U16
+                     : setup.options.outputType == "f64" ? zt::DT_DOUBLE
+                                                         : zt::DT_FLOAT;
     plan.record = setup.record.toJson();
     plan.settingsFiles = settingsFilesOf(setup.options);
     plan.units = unitsOf(setup.options.links);
-    plan.addMetadata = [sources = setup.stack.filesOf(setup.range.begin, setup.range.end),
-                        isNexus = isNexusPath(plan.path)](const std::string& newFile) {
+    const auto sources = setup.stack.filesOf(setup.range.begin, setup.range.end);
+    plan.addMetadata = [sources, isNexus = isNexusPath(plan.path)](const std::string& newFile) {
         copyMetadata(sources, newFile, isNexus);
     };
+    if (FrameOutput::hasPages(plan.path))
+        plan.tags = imageTagsOf(sources);
     std::vector<FilterLink*> links;
     for (FilterLink& link : setup.workers.chains[0].links())
         links.push_back(&link);

@@ -13,6 +13,7 @@
 #include "stack/FrameStack.h"
 #include "stack/PixelMask.h"
 
+#include <array>
 #include <memory>
 #include <optional>
 #include <string>
@@ -46,6 +47,7 @@ struct RunOptions {
     std::vector<std::string> params; // "FILTER:PARAM=VALUE"
     std::string output;
     std::string outputType = "f32";
+    std::optional<std::array<double, 2>> scale; // the range of values that a 16-bit output stores
     std::string frames = ":";
     std::optional<double> acqTime; // seconds
     bool replace = false;
@@ -72,6 +74,10 @@ struct RunSetup;
 class Misfit : public Error {
     using Error::Error;
 };
+
+// How the output stores pixels in 16 bits; nothing if it does not. Throws UsageError if type and scale do not
+// go together.
+std::optional<PixelPacking> packingOf(const RunOptions& options);
 
 // Describes the run, for its output. The filters of the setup must be loaded. Throws Error.
 RunRecord makeRecord(RunSetup& setup);

@@ -214,6 +214,10 @@ std::string fileReportText(const FileReport& report) {
         text += reportLine("sub-frames", std::to_string(info.subFrames) + " each");
     text += reportLine("size",
                        sizeText(info.width, info.height) + ", " + std::string(pixelTypeName(info.pixelType)));
+    if (info.packing)
+        text += reportLine("stored", std::string(info.packing->typeName()) +
+                                         ", value = " + numberText(info.packing->scale) + " * stored + " +
+                                         numberText(info.packing->offset));
     if (!report.acqTimes.isEmpty())
         text += reportLine("time", timesText(report.acqTimes));
     if (info.kinds)

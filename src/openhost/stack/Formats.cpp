@@ -82,7 +82,7 @@ const Format formats[] = {
      make<Hdf5Output, OutputPlan>,
      make<Hdf5Output, OutputState>,
      readHdf5Output,
-     [](Path path, const std::string&) { return FrameOutput::stateOf(path); },
+     [](Path path, const std::string&) { return hdf5StateToResume(path); },
      settingsInHdf5Output,
      touchedInHdf5Output,
      [](Path) { return std::vector<std::string>(); }},
@@ -221,6 +221,11 @@ bool FrameFile::looksLikeFrames(const std::string& path) {
 
 bool FrameOutput::isOutputPath(const std::string& path) {
     return formatOfOutput(path);
+}
+
+bool FrameOutput::hasPages(const std::string& path) {
+    const Format* const format = formatOfOutput(path);
+    return format && format->kind == FileKind::Tiff;
 }
 
 std::vector<std::string> FrameOutput::filesBeside(const std::string& path) {

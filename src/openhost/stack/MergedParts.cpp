@@ -37,8 +37,14 @@ void writeVirtualOutput(const OutputPlan& plan, const RunRecord& record,
     maker.view(outputlayout::frames, storedRowType(), {}, record.parts, nullptr);
     const float nan = std::numeric_limits<float>::quiet_NaN();
     const double wideNan = nan;
-    maker.view(outputlayout::data, nativeHdf5Type(plan.pixelType), {plan.height, plan.width}, record.parts,
-               plan.pixelType == zt::DT_FLOAT ? static_cast<const void*>(&nan) : &wideNan);
+    const zt::u16 packedNan = plan.packing ? plan.packing->storedNan() : 0;
+    const Hdf5Type pixel = storedHdf5Type(plan.pixelType, plan.packing);
+    maker.view(outputlayout::data, pixel, {plan.height, plan.width}, record.parts,
+               plan.packing                     ? static_cast<const void*>(&packedNan)
+               : plan.pixelType == zt::DT_FLOAT ? &nan
+                                                : static_cast<const void*>(&wideNan));
+    if (plan.packing)
+        maker.view(outputlayout::clipped, H5T_NATIVE_UINT64, {}, record.parts, nullptr);
     for (const std::string& name : plan.planes)
         maker.view((outputlayout::planes + name).c_str(), H5T_NATIVE_FLOAT, {plan.height, plan.width},
                    record.parts, &nan);

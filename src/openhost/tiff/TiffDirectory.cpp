@@ -75,6 +75,55 @@ zt::u64 TiffDirectory::number(std::size_t at, std::size_t size) const {
     return value;
 }
 
+std::optional<std::size_t> TiffDirectory::entryOf(zt::u16 tag, zt::u16 type) const {
+    for (std::size_t at = countBytes(); at + linkBytes() < bytes.size(); at += entryBytes())
+        if (number(at, tagBytes) == tag && number(at + typeOffset, 2) == type)
+            return at;
+    return std::nullopt;
+}
+
+// Values that fit are in the entry itself. Empty if the file ends before them.
+std::vector<std::byte> TiffDirectory::valueBytes(const FileDescriptor& file, std::size_t entry,
+                                                 std::size_t size) const {
+    const std::size_t place = entry + (format.big ? 12 : 8);
+    const std::size_t room = format.big ? 8 : 4;
+    std::vector<std::byte> value(size);
+    if (size <= room)
+        std::copy_n(bytes.begin() + static_cast<std::ptrdiff_t>(place), size, value.begin());
+    else if (file.tryReadAt(number(place, room), value))
+        value.clear();
+    return value;
+}
+
+std::string TiffDirectory::text(const FileDescriptor& file, zt::u16 tag) const {
+    constexpr zt::u64 longest = 1 << 20;
+    const auto entry = entryOf(tag, TIFF_ASCII);
+    const zt::u64 size = entry ? number(*entry + countOffset, format.big ? 8 : 4) : 0;
+    if (size == 0 || size > longest)
+        return {};
+    const auto value = valueBytes(file, *entry, size);
+    const std::string text(reinterpret_cast<const char*>(value.data()), value.size());
+    return text.substr(0, text.find('\0'));
+}
+
+std::optional<Ratio> TiffDirectory::ratio(const FileDescriptor& file, zt::u16 tag) const {
+    const auto entry = entryOf(tag, TIFF_RATIONAL);
+    const auto value = entry ? valueBytes(file, *entry, 8) : std::vector<std::byte>();
+    if (value.empty())
+        return std::nullopt;
+    Ratio ratio;
+    std::memcpy(&ratio.numerator, value.data(), 4);
+    std::memcpy(&ratio.denominator, value.data() + 4, 4);
+    if (format.swapped)
+        ratio = {__builtin_bswap32(ratio.numerator), __builtin_bswap32(ratio.denominator)};
+    return ratio.numerator > 0 && ratio.denominator > 0 ? std::optional(ratio) : std::nullopt;
+}
+
+std::optional<zt::u64> TiffDirectory::wholeNumber(zt::u16 tag) const {
+    const auto entry = entryOf(tag, TIFF_SHORT);
+    return entry ? std::optional(valueAt(*entry)) : std::nullopt;
+}
+
 void TiffDirectory::findStrip() {
     for (std::size_t at = countBytes(); at + linkBytes() < bytes.size(); at += entryBytes())
         if (number(at + countOffset, format.big ? 8 : 4) == 1) {

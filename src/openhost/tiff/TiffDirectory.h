@@ -1,8 +1,10 @@
 #pragma once
 
 #include "base/FileDescriptor.h"
+#include "frame/ImageTags.h"
 
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace ombrel {
@@ -27,6 +29,11 @@ public:
     zt::u64 stripOffset() const { return valueAt(*stripEntry); }
     zt::u64 stripBytes() const { return bytesEntry ? valueAt(*bytesEntry) : 0; }
 
+    // Values of tags. Empty, or nothing, if the tag is missing or of another type.
+    std::string text(const FileDescriptor& file, zt::u16 tag) const;
+    std::optional<Ratio> ratio(const FileDescriptor& file, zt::u16 tag) const;
+    std::optional<zt::u64> wholeNumber(zt::u16 tag) const;
+
     // Replaces this directory by the one at `offset` if both have the same tags, and equal values in all tags
     // that describe the storage of pixels except the offsets. Otherwise returns false.
     bool moveTo(const FileDescriptor& file, zt::u64 offset);
@@ -37,6 +44,8 @@ private:
     std::size_t linkBytes() const { return format.big ? 8 : 4; }
     zt::u64 number(std::size_t at, std::size_t size) const;
     zt::u64 valueAt(std::size_t entry) const;
+    std::optional<std::size_t> entryOf(zt::u16 tag, zt::u16 type) const;
+    std::vector<std::byte> valueBytes(const FileDescriptor& file, std::size_t entry, std::size_t size) const;
     void findStrip();
 
     Format format;

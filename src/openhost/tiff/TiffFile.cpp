@@ -3,6 +3,7 @@
 #include "base/Error.h"
 #include "base/Numbers.h"
 #include "frame/PixelType.h"
+#include "tiff/TiffLayout.h"
 
 #include <algorithm>
 
@@ -26,8 +27,39 @@ TiffFile::TiffFile(const std::string& path)
     fileInfo.height = pages.front().height;
     fileInfo.pixelType = pages.front().pixelType;
     fileInfo.frames = pages.size() == 1 ? pages.front().images : static_cast<zt::u32>(pages.size());
+    findPacking();
     scratchBytes = (TIFFIsTiled(tiff.get()) ? TIFFTileSize64(tiff.get()) : 0) +
-                   (pages.front().isHalf() ? pages.front().imageBytes() : 0);
+                   (pages.front().isHalf() || fileInfo.packing ? pages.front().imageBytes() : 0);
+}
+
+// An output of ombrel in 16 bits says in its description how values are stored.
+void TiffFile::findPacking() {
+    const ImageTags tags = tagsOf(0);
+    if (pages.front().storedPixelBytes != 2 ||
+        !tags.text(ImageText::Software, 0).starts_with(TiffLayout::runPrefix))
+        return;
+    fileInfo.packing = packingDescribed(tags.text(ImageText::Description, 0));
+    if (!fileInfo.packing)
+        return;
+    fileInfo.packing->isHalf = pages.front().isHalf();
+    fileInfo.pixelType = zt::DT_DOUBLE;
+}
+
+ImageTags TiffFile::tagsOf(zt::u32 frame) const {
+    constexpr zt::u16 tags[imageTexts] = {TIFFTAG_IMAGEDESCRIPTION, TIFFTAG_SOFTWARE, TIFFTAG_DATETIME,
+                                          TIFFTAG_PAGENAME};
+    const TiffPage& page = pageOf(frame);
+    const TiffDirectory directory = readDirectory(page.directoryOffset);
+    ImageTags found;
+    for (std::size_t kind = 0; kind < imageTexts; ++kind)
+        if (std::string text = directory.text(file, tags[kind]); !text.empty())
+            found.texts[kind] = {std::move(text)};
+    const auto x = directory.ratio(file, TIFFTAG_XRESOLUTION);
+    const auto y = directory.ratio(file, TIFFTAG_YRESOLUTION);
+    const auto unit = directory.wholeNumber(TIFFTAG_RESOLUTIONUNIT).value_or(RESUNIT_INCH);
+    if (x && y)
+        found.resolution = Resolution{*x, *y, static_cast<zt::u16>(unit), page.width, page.height};
+    return found;
 }
 
 void TiffFile::gatherPages() {
@@ -116,18 +148,21 @@ zt::u64 TiffFile::pixelOffset(const TiffPage& page, zt::u32 frame) const {
 
 std::optional<FrameFile::RawImage> TiffFile::rawImage(zt::u32 frame, zt::u32) const {
     const TiffPage& page = pageOf(frame);
-    if (!page.pixelOffset || isSwapped || page.isHalf())
+    if (!page.pixelOffset || isSwapped || page.isHalf() || fileInfo.packing)
         return std::nullopt;
     return RawImage{file, pixelOffset(page, frame)};
 }
 
 void TiffFile::readStored(zt::u32 frame, zt::u32, std::span<std::byte> pixels) {
     const TiffPage& page = pageOf(frame);
-    if (!page.isHalf())
+    if (!page.isHalf() && !fileInfo.packing)
         return readPage(page, frame, pixels);
     halves.resize(page.imageBytes());
     readPage(page, frame, halves);
     const std::span<const zt::u16> stored(reinterpret_cast<const zt::u16*>(halves.data()), halves.size() / 2);
+    if (fileInfo.packing)
+        return fileInfo.packing->unpack(
+            stored, {reinterpret_cast<double*>(pixels.data()), pixels.size() / sizeof(double)});
     std::ranges::transform(stored, reinterpret_cast<float*>(pixels.data()), floatOfHalf);
 }
 

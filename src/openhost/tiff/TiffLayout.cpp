@@ -1,222 +1,85 @@
 #include "tiff/TiffLayout.h"
 
-#include "base/Error.h"
 #include "base/Numbers.h"
 #include "frame/PixelType.h"
 
 #include <tiff.h>
 
 #include <algorithm>
-#include <array>
 #include <bit>
-#include <cstdarg>
-#include <cstdio>
+#include <cstring>
 #include <limits>
 #include <span>
+#include <sstream>
 #include <string_view>
 
 namespace ombrel {
 
 namespace {
 
-constexpr int HANDLED = 1;
-
-// A second error is mostly a consequence of the first, and less specific.
-__attribute__((format(printf, 4, 0))) int keepError(TIFF*, void* kept, const char*, const char* format,
-                                                    std::va_list arguments) {
-    std::array<char, 512> text{};
-    std::vsnprintf(text.data(), text.size(), format, arguments);
-    auto& first = *static_cast<std::string*>(kept);
-    if (first.empty())
-        first = text.data();
-    return HANDLED;
+// What the description of a source says of its own storage: number and order of its images, range of display,
+// calibration. It does not hold for the output.
+bool isOnStorage(std::string_view line) {
+    constexpr std::string_view keys[] = {
+        "images=", "channels=", "slices=", "frames=", "hyperstack=", "mode=", "loop=", "min=",
+        "max=",    "cf=",       "c0=",     "c1=",     "c2=",         "c3=",   "c4=",   "vunit="};
+    return std::ranges::any_of(keys, [&](std::string_view key) { return line.starts_with(key); });
 }
 
-// Warnings are about tags that are not used here.
-int dropWarning(TIFF*, void*, const char*, const char*, std::va_list) {
-    return HANDLED;
+constexpr std::string_view imageJ = "ImageJ=";
+
+std::string withoutStorage(const std::string& description) {
+    if (!description.starts_with(imageJ))
+        return description;
+    std::istringstream lines(description);
+    std::string kept;
+    for (std::string line; std::getline(lines, line);)
+        if (!isOnStorage(line))
+            kept += line + '\n';
+    return kept;
 }
 
-struct FreeOptions {
-    void operator()(TIFFOpenOptions* options) const { TIFFOpenOptionsFree(options); }
-};
-
-} // namespace
-
-TiffHandle::TiffHandle(const std::string& path) : lastError{std::make_unique<std::string>()} {
-    const std::unique_ptr<TIFFOpenOptions, FreeOptions> options{TIFFOpenOptionsAlloc()};
-    TIFFOpenOptionsSetErrorHandlerExtR(options.get(), keepError, lastError.get());
-    TIFFOpenOptionsSetWarningHandlerExtR(options.get(), dropWarning, nullptr);
-    // "m": no memory mapping, since a file that shrinks meanwhile would crash the program. "c": no splitting
-    // of strips.
-    tiff.reset(TIFFOpenExt(path.c_str(), "rmc", options.get()));
-    if (!tiff)
-        throw Error(path + ": this TIFF file is truncated or damaged" + reason());
+// ImageJ shows values instead of stored numbers for a description of this form.
+std::string withPacking(const std::string& description, const PixelPacking& packing) {
+    const bool hasTitle = description.starts_with(imageJ);
+    const auto titleEnd = hasTitle ? description.find('\n') + 1 : 0;
+    return (hasTitle ? description.substr(0, titleEnd) : "ImageJ=1.53\n") +
+           "cf=0\nc0=" + numberText(packing.offset) + "\nc1=" + numberText(packing.scale) + '\n' +
+           description.substr(titleEnd);
 }
 
-std::string TiffHandle::reason() const {
-    return lastError->empty() ? std::string() : ": " + *lastError;
-}
-
-namespace {
-
-template <typename T>
-T fieldOr(TIFF* tiff, zt::u32 tag, T missing) {
-    T value{};
-    return TIFFGetFieldDefaulted(tiff, tag, &value) == 1 ? value : missing;
-}
-
-std::optional<zt::u8> pixelTypeOf(zt::u16 bits, zt::u16 sampleFormat) {
-    const bool isFloat = sampleFormat == SAMPLEFORMAT_IEEEFP;
-    const bool isSigned = sampleFormat == SAMPLEFORMAT_INT;
-    if (sampleFormat > SAMPLEFORMAT_VOID)
-        return std::nullopt;
-    switch (bits) {
-    case 8:
-        return isFloat ? std::nullopt : std::optional<zt::u8>(isSigned ? zt::DT_I8 : zt::DT_U8);
-    case 16:
-        return isFloat ? zt::DT_FLOAT : isSigned ? zt::DT_I16 : zt::DT_U16;
-    case 32:
-        return isFloat ? zt::DT_FLOAT : isSigned ? zt::DT_I32 : zt::DT_U32;
-    case 64:
-        return isFloat ? zt::DT_DOUBLE : isSigned ? zt::DT_I64 : zt::DT_U64;
-    default:
-        return std::nullopt;
+std::vector<std::string> descriptionsFor(const OutputPlan& plan) {
+    std::vector<std::string> all = plan.tags.texts[static_cast<std::size_t>(ImageText::Description)];
+    const bool isPacked =
+        plan.packing && (!plan.packing->isHalf || plan.packing->scale != 1 || plan.packing->offset != 0);
+    if (all.empty() && isPacked)
+        all.emplace_back();
+    for (std::string& text : all) {
+        text = withoutStorage(text);
+        if (isPacked)
+            text = withPacking(text, *plan.packing);
     }
-}
-
-zt::u8 checkedPixelType(TIFF* tiff, const std::string& where) {
-    const auto samples = fieldOr<zt::u16>(tiff, TIFFTAG_SAMPLESPERPIXEL, 1);
-    if (samples != 1)
-        throw Error(where + ": " + std::to_string(samples) +
-                    " values a pixel (a colour image?); frames have one");
-    const auto photometric = fieldOr<zt::u16>(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISBLACK);
-    if (photometric != PHOTOMETRIC_MINISBLACK && photometric != PHOTOMETRIC_MINISWHITE)
-        throw Error(where + ": the pixels are no grey values (photometric interpretation " +
-                    std::to_string(photometric) + ")");
-    const auto bits = fieldOr<zt::u16>(tiff, TIFFTAG_BITSPERSAMPLE, 1);
-    const auto format = fieldOr<zt::u16>(tiff, TIFFTAG_SAMPLEFORMAT, SAMPLEFORMAT_UINT);
-    const auto pixelType = pixelTypeOf(bits, format);
-    if (!pixelType)
-        throw Error(where + ": pixels of " + std::to_string(bits) +
-                    (format == SAMPLEFORMAT_IEEEFP ? "-bit floating point" : " bits") +
-                    "; frames are integers of 8, 16, 32 or 64 bits, or floats of 16, 32 or 64");
-    return *pixelType;
-}
-
-zt::u16 checkedCompression(TIFF* tiff, const std::string& where) {
-    const auto compression = fieldOr<zt::u16>(tiff, TIFFTAG_COMPRESSION, COMPRESSION_NONE);
-    if (TIFFIsCODECConfigured(compression) != 1)
-        throw Error(where + ": compression " + std::to_string(compression) + " cannot be read");
-    return compression;
-}
-
-// The highest compression ratio of a codec. Some codecs store a constant image in a hundred bytes; for these
-// it is a ratio that no real detector image approaches.
-zt::u64 mostBytesPerByte(zt::u16 compression) {
-    switch (compression) {
-    case COMPRESSION_NONE:
-        return 1;
-    case COMPRESSION_PACKBITS:
-        return 64;
-    case COMPRESSION_DEFLATE:
-    case COMPRESSION_ADOBE_DEFLATE:
-        return 1032;
-    case COMPRESSION_LZW:
-        return 1400;
-    case COMPRESSION_LZMA:
-        return 8192;
-    case COMPRESSION_ZSTD:
-        return 32768;
-    default:
-        return zt::u64{1} << 24;
-    }
-}
-
-// Uncompressed size of strip or tile `index`.
-zt::u64 plainSize(TIFF* tiff, const TiffPage& page, zt::u32 index) {
-    if (TIFFIsTiled(tiff))
-        return TIFFTileSize64(tiff);
-    const auto rowsPerStrip = fieldOr<zt::u32>(tiff, TIFFTAG_ROWSPERSTRIP, page.height);
-    const zt::u64 firstRow = zt::u64{index} * rowsPerStrip;
-    const zt::u64 rows = std::min<zt::u64>(rowsPerStrip, page.height - firstRow);
-    return rows * page.width * page.storedPixelBytes;
-}
-
-// If the file has the other bit order, the library must reverse the bits.
-bool canBeReadDirectly(TIFF* tiff) {
-    return fieldOr<zt::u16>(tiff, TIFFTAG_COMPRESSION, COMPRESSION_NONE) == COMPRESSION_NONE &&
-           fieldOr<zt::u16>(tiff, TIFFTAG_FILLORDER, FILLORDER_MSB2LSB) == FILLORDER_MSB2LSB &&
-           !TIFFIsTiled(tiff);
-}
-
-// Checks that all pixels are stored, and notes their offset if they can be read without the library. The size
-// of each strip or tile is checked against its stored bytes, so that a small file cannot demand much memory.
-void locatePixels(const TiffHandle& handle, TiffPage& page, const std::string& where, zt::u64 fileSize) {
-    TIFF* tiff = handle.get();
-    const zt::u64 expansion = mostBytesPerByte(checkedCompression(tiff, where));
-    const zt::u32 count = TIFFIsTiled(tiff) ? TIFFNumberOfTiles(tiff) : TIFFNumberOfStrips(tiff);
-    bool inOnePiece = canBeReadDirectly(tiff);
-    if (count == 0)
-        throw Error(where + ": an image without pixels");
-    zt::u64 expectedOffset = TIFFGetStrileOffset(tiff, 0);
-    for (zt::u32 index = 0; index < count; ++index) {
-        const zt::u64 offset = TIFFGetStrileOffset(tiff, index);
-        const zt::u64 size = TIFFGetStrileByteCount(tiff, index);
-        const zt::u64 plain = plainSize(tiff, page, index);
-        const zt::u64 needed = (plain + expansion - 1) / expansion;
-        if (offset == 0 || plain == 0 || size < needed || offset > fileSize || size > fileSize - offset)
-            throw Error(where + ": the file is truncated or damaged: " +
-                        (TIFFIsTiled(tiff) ? "tile " : "strip ") + std::to_string(index) + " has " +
-                        std::to_string(plain) + " bytes of pixels, but is stored in " + std::to_string(size) +
-                        " bytes at offset " + std::to_string(offset) + handle.reason());
-        inOnePiece = inOnePiece && offset == expectedOffset;
-        expectedOffset = offset + plain;
-    }
-    if (inOnePiece)
-        page.pixelOffset = TIFFGetStrileOffset(tiff, 0);
+    return all;
 }
 
 } // namespace
 
-bool TiffPage::isHalf() const {
-    return storedPixelBytes < pixelSize(pixelType);
-}
-
-TiffPage examineTiffPage(const TiffHandle& tiff, const std::string& where, zt::u64 fileSize) {
-    TiffPage page;
-    page.width = fieldOr<zt::u32>(tiff.get(), TIFFTAG_IMAGEWIDTH, 0);
-    page.height = fieldOr<zt::u32>(tiff.get(), TIFFTAG_IMAGELENGTH, 0);
-    if (page.width == 0 || page.height == 0)
-        throw Error(where + ": an image without pixels");
-    page.pixelType = checkedPixelType(tiff.get(), where);
-    page.storedPixelBytes = fieldOr<zt::u16>(tiff.get(), TIFFTAG_BITSPERSAMPLE, 1) / 8;
-    constexpr double mostBytes = 1ULL << 62; // sizes up to here can be added without overflow
-    if (static_cast<double>(page.width) * page.height * static_cast<double>(pixelSize(page.pixelType)) >
-        mostBytes)
-        throw Error(where + ": the file is damaged: it claims " + sizeText(page.width, page.height) +
-                    " pixels");
-    page.directoryOffset = TIFFCurrentDirOffset(tiff.get());
-    locatePixels(tiff, page, where, fileSize);
-    return page;
-}
-
-zt::u32 imagesDescribed(const TiffHandle& tiff) {
-    const char* text = nullptr;
-    if (TIFFGetField(tiff.get(), TIFFTAG_IMAGEDESCRIPTION, &text) != 1 || !text)
-        return 1;
-    const std::string_view description(text);
-    constexpr std::string_view key = "\nimages=";
-    const auto begin = description.find(key);
-    if (!description.starts_with("ImageJ=") || begin == std::string_view::npos)
-        return 1;
-    const std::string_view rest = description.substr(begin + key.size());
-    return std::max(readNumber<zt::u32>(rest.substr(0, rest.find('\n'))).value_or(1), 1U);
+std::optional<PixelPacking> packingDescribed(const std::string& description) {
+    const auto number = [&](const std::string& key) {
+        const auto begin = description.find('\n' + key + '=');
+        if (begin == std::string::npos)
+            return std::optional<double>();
+        const std::string rest = description.substr(begin + key.size() + 2);
+        return readNumber<double>(rest.substr(0, rest.find('\n')));
+    };
+    const auto offset = number("c0");
+    const auto scale = number("c1");
+    if (!description.starts_with(imageJ) || number("cf") != 0 || !offset || !scale)
+        return std::nullopt;
+    return PixelPacking{.scale = *scale, .offset = *offset};
 }
 
 namespace {
-
-constexpr zt::u64 entryCount = 11;
 
 class Bytes {
 public:
@@ -227,6 +90,11 @@ public:
     }
     // A count or an offset: 8 bytes in BigTIFF.
     void addWide(zt::u64 value, bool big) { big ? add(value) : add(static_cast<zt::u32>(value)); }
+
+    void addText(std::string_view text) {
+        const auto bytes = std::as_bytes(std::span(text));
+        content.insert(content.end(), bytes.begin(), bytes.end());
+    }
 
     std::vector<std::byte> take() { return std::move(content); }
 
@@ -247,27 +115,111 @@ void addEntry(Bytes& bytes, zt::u16 tag, zt::u16 type, zt::u64 value, bool big) 
     if (type == TIFF_SHORT) {
         bytes.add(static_cast<zt::u16>(value));
         bytes.add(zt::u16{0});
-    } else if (type == TIFF_LONG) {
+    } else if (type == TIFF_LONG || !big) {
         bytes.add(static_cast<zt::u32>(value));
     } else {
         bytes.add(value);
     }
-    if (big && type != TIFF_LONG8)
+    if (big && (type == TIFF_SHORT || type == TIFF_LONG))
         bytes.add(zt::u32{0});
+}
+
+// A text that fits is in the entry itself.
+void addTextEntry(Bytes& bytes, zt::u16 tag, const std::string& text, zt::u64 offset, bool big) {
+    const std::size_t room = big ? 8 : 4;
+    addField(bytes, tag, TIFF_ASCII, text.size() + 1, big);
+    if (text.size() >= room)
+        return bytes.addWide(offset, big);
+    bytes.addText(text);
+    bytes.addText(std::string(room - text.size(), '\0'));
+}
+
+// The value in the entry of a ratio: the numbers themselves if they fit, or else their offset.
+zt::u64 ratioValue(const Ratio& ratio, zt::u64 offset, bool big) {
+    if (!big)
+        return offset;
+    zt::u64 value = 0;
+    std::memcpy(&value, &ratio, sizeof value);
+    return value;
 }
 
 } // namespace
 
 TiffLayout::TiffLayout(const OutputPlan& outputPlan, const std::string& run)
-    : plan{outputPlan}, software{runPrefix + run + '\0'}, frameBytes{zt::u64{plan.width} * plan.height *
-                                                                     pixelSize(plan.pixelType)} {
+    : plan{outputPlan}, frameBytes{zt::u64{plan.width} * plan.height * pixelSize(plan.pixelType)} {
+    const auto build = [&] {
+        textTags.clear();
+        shared.clear();
+        addTexts(run);
+        addResolution();
+    };
+    build();
     big = pixelOffset(plan.frames) > std::numeric_limits<zt::u32>::max();
+    if (big) // every offset changes
+        build();
+}
+
+void TiffLayout::addTexts(const std::string& run) {
+    const auto carried = [&](ImageText kind) { return plan.tags.texts[static_cast<std::size_t>(kind)]; };
+    std::string software = plan.tags.text(ImageText::Software, 0);
+    if (software.starts_with(runPrefix)) // an output of ombrel was corrected again
+        software.erase(0, std::min(software.find(afterRun), software.size() - 2) + 2);
+    addText(TIFFTAG_SOFTWARE, {runPrefix + run + (software.empty() ? "" : afterRun) + software});
+    addText(TIFFTAG_IMAGEDESCRIPTION, descriptionsFor(plan));
+    addText(TIFFTAG_PAGENAME, carried(ImageText::PageName));
+    addText(TIFFTAG_DATETIME, carried(ImageText::Date));
+    std::ranges::sort(textTags, {}, &TextTag::tag);
+    textBytes = 0;
+    for (zt::u64 page = 0; page < plan.frames; ++page) {
+        zt::u64 bytes = 0;
+        for (const TextTag& text : textTags)
+            bytes += text.texts.size() == 1 ? 0 : text.of(page).size() + 1;
+        if (bytes == 0)
+            break;
+        textBytes = std::max(textBytes, bytes);
+    }
+    textBytes += textBytes % 2;
+}
+
+void TiffLayout::addText(zt::u16 tag, std::vector<std::string> texts) {
+    if (texts.empty() || (texts.size() != 1 && texts.size() != plan.frames))
+        return;
+    TextTag text{tag, std::move(texts), headerBytes() + shared.size()};
+    if (text.texts.size() == 1)
+        shared += text.texts.front() + '\0';
+    textTags.push_back(std::move(text));
+}
+
+void TiffLayout::addResolution() {
+    resolution = plan.tags.resolution;
+    if (resolution && (resolution->width != plan.width || resolution->height != plan.height))
+        resolution.reset();
+    if (!resolution)
+        return;
+    shared.resize((shared.size() + 3) / 4 * 4);
+    resolutionOffset = headerBytes() + shared.size();
+    for (const Ratio& ratio : {resolution->x, resolution->y})
+        for (const zt::u32 number : {ratio.numerator, ratio.denominator})
+            shared.append(reinterpret_cast<const char*>(&number), sizeof number);
+}
+
+// Where the text of a page is.
+zt::u64 TiffLayout::textOffset(const TextTag& wanted, zt::u64 page) const {
+    if (wanted.texts.size() == 1)
+        return wanted.offset;
+    zt::u64 offset = textOffset(page);
+    for (const TextTag& text : textTags) {
+        if (text.tag == wanted.tag)
+            break;
+        offset += text.texts.size() == 1 ? 0 : text.of(page).size() + 1;
+    }
+    return offset;
 }
 
 zt::u64 TiffLayout::directoryBytes() const {
     const zt::u64 count = big ? 8 : 2;
     const zt::u64 entry = big ? 20 : 12;
-    return count + entryCount * entry + linkBytes();
+    return count + entryCount() * entry + linkBytes();
 }
 
 // Large frames are aligned to memory pages: this makes reading and writing up to twice as fast.
@@ -291,30 +243,49 @@ std::vector<std::byte> TiffLayout::header() const {
         bytes.add(zt::u16{0});
     }
     bytes.addWide(0, big);
-    for (const char letter : software)
-        bytes.add(letter);
+    bytes.addText(shared);
     return bytes.take();
+}
+
+std::vector<std::byte> TiffLayout::texts(zt::u64 page) const {
+    Bytes bytes;
+    for (const TextTag& text : textTags)
+        if (text.texts.size() != 1)
+            bytes.addText(text.of(page) + '\0');
+    std::vector<std::byte> all = bytes.take();
+    all.resize(textBytes);
+    return all;
 }
 
 std::vector<std::byte> TiffLayout::directory(zt::u64 page) const {
     const zt::u16 wide = big ? TIFF_LONG8 : TIFF_LONG;
+    const bool isWhole = plan.packing && !plan.packing->isHalf;
     Bytes bytes;
+    auto nextText = textTags.begin();
+    const auto add = [&](zt::u16 tag, zt::u16 type, zt::u64 value) {
+        for (; nextText != textTags.end() && nextText->tag < tag; ++nextText)
+            addTextEntry(bytes, nextText->tag, nextText->of(page), textOffset(*nextText, page), big);
+        addEntry(bytes, tag, type, value, big);
+    };
     if (big)
-        bytes.add(entryCount);
+        bytes.add(entryCount());
     else
-        bytes.add(static_cast<zt::u16>(entryCount));
-    addEntry(bytes, TIFFTAG_IMAGEWIDTH, TIFF_LONG, plan.width, big);
-    addEntry(bytes, TIFFTAG_IMAGELENGTH, TIFF_LONG, plan.height, big);
-    addEntry(bytes, TIFFTAG_BITSPERSAMPLE, TIFF_SHORT, 8 * pixelSize(plan.pixelType), big);
-    addEntry(bytes, TIFFTAG_COMPRESSION, TIFF_SHORT, COMPRESSION_NONE, big);
-    addEntry(bytes, TIFFTAG_PHOTOMETRIC, TIFF_SHORT, PHOTOMETRIC_MINISBLACK, big);
-    addEntry(bytes, TIFFTAG_STRIPOFFSETS, wide, pixelOffset(page), big);
-    addEntry(bytes, TIFFTAG_SAMPLESPERPIXEL, TIFF_SHORT, 1, big);
-    addEntry(bytes, TIFFTAG_ROWSPERSTRIP, TIFF_LONG, plan.height, big);
-    addEntry(bytes, TIFFTAG_STRIPBYTECOUNTS, wide, frameBytes, big);
-    addField(bytes, TIFFTAG_SOFTWARE, TIFF_ASCII, software.size(), big);
-    bytes.addWide(headerBytes(), big);
-    addEntry(bytes, TIFFTAG_SAMPLEFORMAT, TIFF_SHORT, SAMPLEFORMAT_IEEEFP, big);
+        bytes.add(static_cast<zt::u16>(entryCount()));
+    add(TIFFTAG_IMAGEWIDTH, TIFF_LONG, plan.width);
+    add(TIFFTAG_IMAGELENGTH, TIFF_LONG, plan.height);
+    add(TIFFTAG_BITSPERSAMPLE, TIFF_SHORT, 8 * pixelSize(plan.pixelType));
+    add(TIFFTAG_COMPRESSION, TIFF_SHORT, COMPRESSION_NONE);
+    add(TIFFTAG_PHOTOMETRIC, TIFF_SHORT, PHOTOMETRIC_MINISBLACK);
+    add(TIFFTAG_STRIPOFFSETS, wide, pixelOffset(page));
+    add(TIFFTAG_SAMPLESPERPIXEL, TIFF_SHORT, 1);
+    add(TIFFTAG_ROWSPERSTRIP, TIFF_LONG, plan.height);
+    add(TIFFTAG_STRIPBYTECOUNTS, wide, frameBytes);
+    if (resolution) {
+        add(TIFFTAG_XRESOLUTION, TIFF_RATIONAL, ratioValue(resolution->x, resolutionOffset, big));
+        add(TIFFTAG_YRESOLUTION, TIFF_RATIONAL, ratioValue(resolution->y, resolutionOffset + 8, big));
+        add(TIFFTAG_RESOLUTIONUNIT, TIFF_SHORT, resolution->unit);
+    }
+    add(TIFFTAG_SAMPLEFORMAT, TIFF_SHORT, isWhole ? SAMPLEFORMAT_UINT : SAMPLEFORMAT_IEEEFP);
     bytes.addWide(0, big);
     return bytes.take();
 }

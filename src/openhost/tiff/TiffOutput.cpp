@@ -48,6 +48,7 @@ void TiffOutput::keepWholeFrames(OutputState& state) {
         const std::vector<std::byte> directory = layout.directory(page);
         const std::size_t linkless = directory.size() - layout.lastLink().size();
         return holds(layout.linkOffset(page), layout.linkTo(page)) &&
+               holds(layout.textOffset(page), layout.texts(page)) &&
                holds(layout.directoryOffset(page), std::span(directory).first(linkless)) &&
                !file.tryReadAt(layout.pixelOffset(page), frame) &&
                pixelHash(frame) == (row.failed ? failedHash : row.outputHash);
@@ -75,6 +76,7 @@ void TiffOutput::append(std::span<const std::byte> pixels, const FrameRow& row) 
 void TiffOutput::writePage(std::span<const std::byte> pixels) {
     const FileDescriptor& descriptor = file.descriptor();
     descriptor.writeAt(layout.pixelOffset(framesDone), pixels);
+    descriptor.writeAt(layout.textOffset(framesDone), layout.texts(framesDone));
     descriptor.writeAt(layout.directoryOffset(framesDone), layout.directory(framesDone));
     descriptor.writeAt(layout.linkOffset(framesDone), layout.linkTo(framesDone));
     if (framesDone > 0)

@@ -7,6 +7,7 @@
 #include "frame/FrameRow.h"
 #include "frame/PixelType.h"
 #include "tiff/TiffLayout.h"
+#include "tiff/TiffPage.h"
 #include "zt/Types.h"
 
 #include <QJsonArray>
@@ -41,10 +42,38 @@ std::span<const std::byte> bytesOf(const QByteArray& text) {
 }
 
 QJsonObject planJson(const OutputPlan& plan) {
-    return {{"width", static_cast<qint64>(plan.width)},
-            {"height", static_cast<qint64>(plan.height)},
-            {"frames", static_cast<qint64>(plan.frames)},
-            {"type", QString::fromLatin1(pixelTypeName(plan.pixelType))}};
+    QJsonObject json{{"width", static_cast<qint64>(plan.width)},
+                     {"height", static_cast<qint64>(plan.height)},
+                     {"frames", static_cast<qint64>(plan.frames)},
+                     {"type", plan.packing ? QString(plan.packing->typeName())
+                                           : QString::fromLatin1(pixelTypeName(plan.pixelType))}};
+    if (plan.packing) {
+        json.insert("scale_factor", plan.packing->scale);
+        json.insert("add_offset", plan.packing->offset);
+    }
+    if (!plan.tags.isEmpty())
+        json.insert("tags", plan.tags.toJson());
+    return json;
+}
+
+void readTypeFrom(const QJsonObject& json, OutputPlan& plan) {
+    const QString type = json.value("type").toString();
+    plan.pixelType = type == "f64" ? zt::DT_DOUBLE : zt::DT_FLOAT;
+    if (type != "u16" && type != "f16")
+        return;
+    plan.pixelType = zt::DT_U16;
+    plan.packing = PixelPacking{.isHalf = type == "f16",
+                                .scale = json.value("scale_factor").toDouble(1),
+                                .offset = json.value("add_offset").toDouble()};
+}
+
+// The type in which a file of that plan is read.
+zt::u8 typeRead(const OutputPlan& plan) {
+    const bool isPlainHalf =
+        plan.packing && plan.packing->isHalf && plan.packing->scale == 1 && plan.packing->offset == 0;
+    if (isPlainHalf)
+        return zt::DT_FLOAT;
+    return plan.packing ? zt::u8{zt::DT_DOUBLE} : plan.pixelType;
 }
 
 // Most pixels are good: the map takes little room when compressed.
@@ -104,7 +133,9 @@ std::string TiffRecord::runOf(const std::string& output) {
     if (TIFFGetField(tiff.get(), TIFFTAG_SOFTWARE, &software) != 1 || !software)
         return {};
     const std::string text = software;
-    return text.starts_with(prefix) ? text.substr(prefix.size()) : std::string();
+    if (!text.starts_with(prefix))
+        return {};
+    return text.substr(prefix.size(), text.find(TiffLayout::afterRun) - prefix.size());
 }
 
 bool TiffRecord::isMissing(const std::string& output, const std::string& record) {
@@ -150,14 +181,15 @@ OutputState TiffRecord::read(const std::string& output) {
     state.plan.width = static_cast<zt::u32>(plan.value("width").toInteger());
     state.plan.height = static_cast<zt::u32>(plan.value("height").toInteger());
     state.plan.frames = static_cast<zt::u64>(plan.value("frames").toInteger());
-    state.plan.pixelType = plan.value("type") == "f64" ? zt::DT_DOUBLE : zt::DT_FLOAT;
+    readTypeFrom(plan, state.plan);
+    state.plan.tags = ImageTags::fromJson(plan.value("tags").toObject());
     state.plan.record =
         QJsonDocument(json.value("record").toObject()).toJson(QJsonDocument::Compact).toStdString();
     state.complete = json.value("complete").toBool();
 
     const FrameFileInfo pages = FrameFile::open(output)->info();
     if (pages.width != state.plan.width || pages.height != state.plan.height ||
-        pages.pixelType != state.plan.pixelType || pages.frames > state.plan.frames)
+        pages.pixelType != typeRead(state.plan) || pages.frames > state.plan.frames)
         throw Error(output + ": is not the output that " + pathFor(output) + " describes");
     for (const QJsonValue& row : json.value("frames").toArray())
         if (state.rows.size() < pages.frames)

@@ -230,6 +230,36 @@ TEST_P(FrameOutputOf, OfOthersIsRefused) {
     EXPECT_THROW(FrameOutput::stateOf(path), Error);
 }
 
+TEST_P(FrameOutputOf, StoresSixteenBits) {
+    using ombrel::PixelPacking;
+    const std::vector<double> values{-1, 0, 0.125, 2.999, 3, NAN};
+    for (const PixelPacking& packing : {PixelPacking::between(-1, 3, false),
+                                        PixelPacking::between(-1, 3, true), PixelPacking::plainHalf()}) {
+        OutputPlan plan = outputOf(path, 3, 2, 3, zt::DT_U16);
+        plan.packing = packing;
+        std::vector<zt::u16> stored(values.size());
+        ombrel::FrameRow row;
+        row.clipped = 5;
+        packing.pack(values, stored);
+        row.outputHash = ombrel::pixelHash(std::as_bytes(std::span(stored)));
+        FrameOutput::create(plan)->append(std::as_bytes(std::span(stored)), row);
+        const auto state = FrameOutput::stateToResume(path, plan.record);
+        ASSERT_TRUE(state && state->framesDone == 1);
+        auto output = FrameOutput::resume(*state);
+        appendFailed(*output, "broken");
+        output->append(std::as_bytes(std::span(stored)), row);
+        output->finish();
+        output.reset();
+
+        EXPECT_EQ(FrameOutput::stateOf(path)->rows[2].clipped, 5U);
+        const std::vector<double> read = readAllFrames(path);
+        for (std::size_t i = 0; i < 5; ++i)
+            EXPECT_NEAR(read[12 + i], values[i], 0.002);
+        for (std::size_t i = 5; i < 12; ++i) // the last pixel of a frame, and a failed one
+            EXPECT_TRUE(std::isnan(read[i])) << i;
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(Formats, FrameOutputOf, ::testing::Values(".h5", ".tif"),
                          [](const auto& ending) { return std::string(ending.param + 1); });
 
