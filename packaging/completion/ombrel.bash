@@ -25,7 +25,9 @@ _ombrel() {
     elif [[ -n $commands && $current != -* ]]; then
         candidates=$commands
     elif [[ $previous == --output-type ]]; then
-        candidates="f32 f64"
+        candidates="f32 f64 u16 f16"
+    elif [[ $previous == --compress ]]; then
+        candidates="deflate lz4 bitshuffle"
     elif [[ ${command[0]} == configure && $previous == configure || $previous == -f || $previous == --filter ]]; then
         local IFS=$'\n'
         candidates=$("${COMP_WORDS[0]}" filters 2>/dev/null | grep -A1 '^$' | grep '^[A-Z]')

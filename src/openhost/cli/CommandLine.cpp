@@ -33,6 +33,7 @@ int runCommandLine(int argc, char** argv, Console& console) {
     addRunCommand(context);
     addReplayCommand(context);
     addMergeCommand(context);
+    addPackCommand(context);
     addCalibrateCommand(context);
     addWindowCommands(context);
     addSimulateCommand(context);

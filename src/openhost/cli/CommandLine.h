@@ -2,6 +2,8 @@
 
 #include "base/Console.h"
 
+#include <string>
+
 namespace CLI {
 class App;
 }
@@ -26,6 +28,7 @@ void addFiltersCommand(const CommandContext& context);
 void addInfoCommand(const CommandContext& context);
 void addInspectCommand(const CommandContext& context);
 void addMergeCommand(const CommandContext& context);
+void addPackCommand(const CommandContext& context);
 void addReplayCommand(const CommandContext& context);
 void addRunCommand(const CommandContext& context);
 void addSimulateCommand(const CommandContext& context);
@@ -36,6 +39,9 @@ void addWindowCommands(const CommandContext& context);
 bool isWindowCommand(int argc, char** argv);
 // Replaces this process by the workbench. Throws Error when it can't be started.
 [[noreturn]] void execWorkbench(char** argv, Console& console);
+
+// Throws UsageError unless the name of an output ends in .h5, .hdf5 or .nxs.
+void checkHdf5OutputName(const std::string& output);
 
 // The options for the mask of the device.
 void addMaskOptions(CLI::App& command, MaskOptions& options);

@@ -1,4 +1,5 @@
 #include "base/Error.h"
+#include "base/FileContent.h"
 #include "base/FileDescriptor.h"
 #include "base/Numbers.h"
 #include "cli/CommandLine.h"
@@ -20,9 +21,7 @@ struct MergeOptions {
 };
 
 void merge(const MergeOptions& options, Console& console) {
-    if (!options.output.ends_with(".h5") && !options.output.ends_with(".hdf5") &&
-        !options.output.ends_with(".nxs"))
-        throw UsageError("-o " + options.output + ": the name must end in .h5, .hdf5 or .nxs");
+    checkHdf5OutputName(options.output);
     CommandPaths paths;
     for (const std::string& part : options.parts)
         addInput(paths, part);
@@ -34,6 +33,11 @@ void merge(const MergeOptions& options, Console& console) {
 }
 
 } // namespace
+
+void checkHdf5OutputName(const std::string& output) {
+    if (!hasSuffix(output, ".h5") && !hasSuffix(output, ".hdf5") && !hasSuffix(output, ".nxs"))
+        throw UsageError("-o " + output + ": the name must end in .h5, .hdf5 or .nxs");
+}
 
 void addMergeCommand(const CommandContext& context) {
     auto options = std::make_shared<MergeOptions>();

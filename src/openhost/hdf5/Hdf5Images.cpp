@@ -70,8 +70,9 @@ std::vector<hsize_t> extentOfImage(const Hdf5Shape& shape) {
     return extent;
 }
 
-// The packages of Debian and Ubuntu that hold a filter.
-std::string packagesOf(H5Z_filter_t filter) {
+} // namespace
+
+std::string hdf5FilterPackages(H5Z_filter_t filter) {
     switch (filter) {
     case 307:   // bzip2
     case 32004: // LZ4
@@ -88,6 +89,8 @@ std::string packagesOf(H5Z_filter_t filter) {
         return "the filter's plug-in (for many: the package hdf5-filter-plugin)";
     }
 }
+
+namespace {
 
 // A separate descriptor of the file that really holds the dataset, possibly the target of a link.
 std::optional<FileDescriptor> duplicateDescriptor(hid_t dataset, const std::string& path) {
@@ -134,7 +137,7 @@ void Hdf5Images::checkFilters(hid_t creation, const std::string& where) const {
                                                    &valueCount, nullptr, sizeof name, name, &config);
         if (H5Zfilter_avail(filter) <= 0)
             throw Error(where + ": compressed by HDF5 filter " + std::to_string(filter) + " (" + name +
-                        "), which is not installed; install " + packagesOf(filter) +
+                        "), which is not installed; install " + hdf5FilterPackages(filter) +
                         ", or set HDF5_PLUGIN_PATH to its folder");
     }
 }

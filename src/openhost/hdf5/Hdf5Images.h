@@ -16,6 +16,9 @@ namespace ombrel {
 // decompresses a chunk of several frames only once. The cache is bounded. Not open if the library refuses.
 Hdf5Dataset openWithChunkCache(hid_t file, const std::string& path);
 
+// The packages of Debian and Ubuntu that hold a filter.
+std::string hdf5FilterPackages(H5Z_filter_t filter);
+
 // The images of one dataset, read in the fastest way that its storage allows.
 class Hdf5Images {
 public:
