@@ -34,6 +34,7 @@ int runCommandLine(int argc, char** argv, Console& console) {
     addReplayCommand(context);
     addMergeCommand(context);
     addPackCommand(context);
+    addClusterCommand(context);
     addCalibrateCommand(context);
     addWindowCommands(context);
     addSimulateCommand(context);

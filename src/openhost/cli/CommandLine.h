@@ -24,6 +24,7 @@ struct CommandContext {
 
 void addBenchCommand(const CommandContext& context);
 void addCalibrateCommand(const CommandContext& context);
+void addClusterCommand(const CommandContext& context);
 void addFiltersCommand(const CommandContext& context);
 void addInfoCommand(const CommandContext& context);
 void addInspectCommand(const CommandContext& context);

@@ -308,8 +308,6 @@ void addDeviceOptions(CLI::App& command, RunOptions& options) {
     command.add_flag("--keep-nan", options.marks.keepNan, "Write marked pixels as NaN");
 }
 
-namespace {
-
 void addSigmaOptions(CLI::App& command, SigmaOptions& options) {
     command.add_flag("--sigma", options.isWanted,
                      "Write the standard deviation of each pixel, /exchange/data_sigma");
@@ -322,6 +320,8 @@ void addSigmaOptions(CLI::App& command, SigmaOptions& options) {
         ->check(numberAboveZero())
         ->type_name("COUNTS");
 }
+
+namespace {
 
 // Options of the run and its reports.
 void addRunOptions(CLI::App& command, RunOptions& options) {

@@ -46,6 +46,7 @@ CLI::Option* addInputOption(CLI::App& command, RunOptions& options);
 CLI::Option* addFilterOption(CLI::App& command, RunOptions& options);
 void addCorrectionOptions(CLI::App& command, RunOptions& options);
 void addDeviceOptions(CLI::App& command, RunOptions& options);
+void addSigmaOptions(CLI::App& command, SigmaOptions& options);
 
 // Throws UsageError when the suffix of an output selects no format.
 void checkOutputName(const std::string& output);
