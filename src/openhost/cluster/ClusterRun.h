@@ -4,6 +4,7 @@
 #include "cluster/ClusterStatus.h"
 
 #include <string>
+#include <vector>
 
 namespace ombrel::cluster {
 

@@ -1,7 +1,9 @@
 #include "cluster/JobScript.h"
 
 #include <algorithm>
+#include <cctype>
 #include <filesystem>
+#include <functional>
 #include <string_view>
 
 namespace ombrel::cluster {
