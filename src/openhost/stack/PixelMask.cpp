@@ -7,7 +7,7 @@
 #include "base/Numbers.h"
 #include "frame/PixelFaults.h"
 #include "hdf5/Hdf5Mask.h"
-#include "tiff/TiffImage.h"
+#include "tiff/TiffOutput.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

@@ -1,7 +1,6 @@
-#include "tiff/TiffImage.h"
-
 #include "base/AtomicFile.h"
 #include "base/Error.h"
+#include "tiff/TiffOutput.h"
 
 #include <tiffio.h>
 

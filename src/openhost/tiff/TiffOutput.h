@@ -5,6 +5,9 @@
 #include "tiff/TiffLayout.h"
 #include "tiff/TiffRecord.h"
 
+#include <span>
+#include <string>
+
 namespace ombrel {
 
 // Frames as the pages of a TIFF file, or BigTIFF if it would exceed 4 GB. The file is at its path from the
@@ -37,5 +40,8 @@ private:
     zt::u64 framesPlanned;
     zt::u64 framesDone = 0;
 };
+
+// Writes one page of bytes, row by row. Replaces the file atomically. Throws Error.
+void writeTiffImage(const std::string& path, zt::u32 width, std::span<const zt::u8> pixels);
 
 } // namespace ombrel

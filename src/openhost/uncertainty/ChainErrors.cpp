@@ -6,8 +6,8 @@
 #include "settings/CalibrationFacts.h"
 #include "settings/Settings.h"
 #include "settings/SettingsFiles.h"
-#include "uncertainty/FlatFieldErrors.h"
 #include "uncertainty/GridFlatField.h"
+#include "uncertainty/PixelErrors.h"
 #include "uncertainty/SigmaModel.h"
 #include "uncertainty/ThicknessErrors.h"
 

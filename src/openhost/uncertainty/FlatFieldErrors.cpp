@@ -1,6 +1,5 @@
-#include "uncertainty/FlatFieldErrors.h"
-
 #include "base/Numbers.h"
+#include "uncertainty/PixelErrors.h"
 
 namespace ombrel {
 

@@ -3,7 +3,7 @@
 #include "base/FileDescriptor.h"
 #include "frame/FrameRow.h"
 #include "settings/CalibrationFacts.h"
-#include "uncertainty/FlatFieldErrors.h"
+#include "uncertainty/PixelErrors.h"
 
 #include <array>
 #include <optional>

@@ -1,7 +1,6 @@
 #include "uncertainty/PixelErrors.h"
 
 #include "simulation/Scene.h"
-#include "uncertainty/FlatFieldErrors.h"
 #include "uncertainty/ThicknessErrors.h"
 
 #include <gtest/gtest.h>

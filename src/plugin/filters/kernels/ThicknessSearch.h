@@ -17,9 +17,20 @@ public:
     // This many masks may be read from any index on; past the end the last mask is repeated.
     static constexpr std::size_t reach = 9;
 
-    void clear();
-    // `values` are logarithms of the count rate, one a pixel. The caller keeps ownership.
-    void add(const double* values, double thickness);
+    void clear() {
+        values.clear();
+        steps.clear();
+        maskCount = 0;
+    }
+    // `maskValues` are logarithms of the count rate, one a pixel. The caller keeps ownership.
+    void add(const double* maskValues, double thickness) {
+        values.resize(maskCount);
+        values.insert(values.end(), reach, maskValues);
+        if (maskCount > 0)
+            steps.back() = thickness - steps[steps.size() - 2];
+        steps.insert(steps.end(), {thickness, 0});
+        ++maskCount;
+    }
 
     std::size_t count() const { return maskCount; }
     const double* operator[](std::size_t mask) const { return values[mask]; }
