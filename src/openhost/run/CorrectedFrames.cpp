@@ -8,7 +8,8 @@
 namespace ombrel {
 
 CorrectedFrames::CorrectedFrames(Plan framesPlan)
-    : plan(std::move(framesPlan)), begun(plan.chain->remembers() ? 0 : plan.range.begin), thread([this] { run(); }) {}
+    : plan(std::move(framesPlan)), begun(plan.chain->remembers() ? 0 : plan.range.begin),
+      thread([this] { run(); }) {}
 
 CorrectedFrames::~CorrectedFrames() {
     const std::lock_guard lock(mutex);

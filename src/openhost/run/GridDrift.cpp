@@ -1,6 +1,5 @@
-#include "run/SelectionLogs.h"
-
 #include "base/Numbers.h"
+#include "run/SelectionLogs.h"
 
 #include <algorithm>
 #include <array>

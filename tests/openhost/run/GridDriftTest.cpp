@@ -1,7 +1,6 @@
 // Whether a frame lies outside of the grid of flat fields.
-#include "run/SelectionLogs.h"
-
 #include "fixtures/Testing.h"
+#include "run/SelectionLogs.h"
 
 #include <cmath>
 
