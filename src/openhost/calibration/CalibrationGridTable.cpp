@@ -5,6 +5,7 @@
 #include "base/FileContent.h"
 #include "base/Numbers.h"
 #include "frame/FrameFile.h"
+#include "frame/Statistics.h"
 
 #include <algorithm>
 #include <array>
@@ -167,13 +168,6 @@ std::vector<GridRow> readGridTable(const std::string& path) {
 
 namespace {
 
-std::vector<double> pixelsOf(const Frame& frame) {
-    const FramePtr copy(static_cast<Frame*>(frame.clone()));
-    copy->convertToType(zt::DT_DOUBLE);
-    const auto pixels = std::as_const(*copy).pixels<double>();
-    return {pixels.begin(), pixels.end()};
-}
-
 std::vector<double> divided(std::vector<double> sum, zt::u32 count) {
     for (double& value : sum)
         value /= count;
@@ -245,7 +239,7 @@ GridFlat CalibrationGridFlats::read(std::size_t row) const {
     std::vector<double> sum(std::size_t{columns} * lines);
     for (const zt::u32 frame : used[row]) {
         flat.test = file->readFrame(frame);
-        const std::vector<double> pixels = pixelsOf(*flat.test);
+        const std::vector<double> pixels = doublesOf(*flat.test);
         ++flat.frames;
         if (frame == used[row].back() && flat.isTestKeptOut())
             flat.ofOthers = divided(sum, flat.frames - 1);

@@ -11,7 +11,6 @@
 #include "cli/RunCommand.h"
 #include "frame/FrameFile.h"
 #include "frame/FrameOutput.h"
-#include "frame/PixelType.h"
 #include "frame/RunRecord.h"
 #include "run/RunPaths.h"
 #include "run/RunSigma.h"
@@ -120,9 +119,7 @@ std::string difference(const FrameRow& now, const FrameRow& before) {
 zt::u64 storedHash(const Frame& read, const std::optional<PixelPacking>& packing) {
     if (!packing)
         return pixelHash(read.bytes());
-    std::vector<double> values(read.size());
-    convertPixels(read.bytes().data(), read.frameDataType(), reinterpret_cast<std::byte*>(values.data()),
-                  zt::DT_DOUBLE, values.size());
+    const std::vector<double> values = doublesOf(read);
     std::vector<zt::u16> stored(values.size());
     PixelPacking unlimited = *packing;
     unlimited.least = -std::numeric_limits<double>::infinity();

@@ -4,6 +4,7 @@
 #include "base/Numbers.h"
 #include "frame/Frame.h"
 #include "frame/PixelDigest.h"
+#include "frame/PixelType.h"
 #include "zt/Types.h"
 
 #include <algorithm>
@@ -26,6 +27,13 @@ void checkRegion(const Region& region, const FrameFileInfo& info) {
     if (zt::u64{region.x} + region.width > info.width || zt::u64{region.y} + region.height > info.height)
         throw UsageError(info.path + ": the region reaches beyond the frames of " +
                          sizeText(info.width, info.height));
+}
+
+std::vector<double> doublesOf(const Frame& frame) {
+    std::vector<double> pixels(frame.size());
+    convertPixels(frame.bytes().data(), frame.frameDataType(), reinterpret_cast<std::byte*>(pixels.data()),
+                  zt::DT_DOUBLE, pixels.size());
+    return pixels;
 }
 
 std::vector<double> pixelsOf(Frame& frame, const Region& region) {

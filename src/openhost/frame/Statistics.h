@@ -20,6 +20,9 @@ struct FrameStatistics {
 
 FrameStatistics figuresOf(const Frame& frame);
 
+// All pixels, row by row, as doubles.
+std::vector<double> doublesOf(const Frame& frame);
+
 // A rectangle of pixels.
 struct Region {
     zt::u32 x = 0;

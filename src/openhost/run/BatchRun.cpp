@@ -46,13 +46,6 @@ struct BatchFrame {
     std::vector<double> corrected;
 };
 
-std::vector<double> doublesOf(const Frame& frame) {
-    std::vector<double> pixels(frame.size());
-    convertPixels(frame.bytes().data(), frame.frameDataType(), reinterpret_cast<std::byte*>(pixels.data()),
-                  zt::DT_DOUBLE, pixels.size());
-    return pixels;
-}
-
 // The frame as stored, in the output's pixel type, which is added to the digest block by block.
 FramePtr storedForm(FramePtr frame, zt::u8 outputType, PixelDigest& digest) {
     const zt::u8 type = frame->frameDataType();

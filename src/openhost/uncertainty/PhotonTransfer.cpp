@@ -1,7 +1,7 @@
 #include "uncertainty/PhotonTransfer.h"
 
 #include "base/Numbers.h"
-#include "frame/PixelType.h"
+#include "frame/Statistics.h"
 #include "inspection/PixelNoise.h"
 
 #include <algorithm>
@@ -37,19 +37,10 @@ FrameSample sampleOf(std::span<const double> frame) {
     return sample;
 }
 
-FrameSample sampleOf(const Frame& frame) {
-    return withPixelType(
-        frame.frameDataType(),
-        [&](auto pixel) {
-            const auto pixels = frame.pixels<decltype(pixel)>();
-            return sampleOf(std::vector<double>(pixels.begin(), pixels.end()));
-        });
-}
-
 } // namespace
 
 void PhotonTransfer::add(const Frame& frame) {
-    const FrameSample sample = sampleOf(frame);
+    const FrameSample sample = sampleOf(doublesOf(frame));
     mean.resize(sample.pixels.size());
     squares.resize(sample.pixels.size());
     levels += sample.level;
@@ -75,7 +66,7 @@ void PhotonTransfer::endSet() {
 }
 
 void PhotonTransfer::addSplit(const Frame& one, std::span<const double> others, double count) {
-    const FrameSample first = sampleOf(one);
+    const FrameSample first = sampleOf(doublesOf(one));
     const FrameSample rest = sampleOf(others);
     std::vector<double> gains;
     for (std::size_t i = 0; i < first.pixels.size(); ++i) {

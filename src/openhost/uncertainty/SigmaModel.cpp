@@ -2,7 +2,7 @@
 
 #include "base/Error.h"
 #include "base/Numbers.h"
-#include "frame/PixelType.h"
+#include "frame/Statistics.h"
 
 #include <algorithm>
 #include <array>
@@ -54,11 +54,8 @@ bool findsZeroPixels(zt::u8 pixelType) {
 }
 
 FrameCounts FrameCounts::of(const Frame& frame, std::vector<zt::u32> marked) {
-    FrameCounts counts{std::vector<double>(frame.size()), frame.width(), frame.acqTime(),
-                       findsZeroPixels(frame.frameDataType()), std::move(marked)};
-    convertPixels(frame.bytes().data(), frame.frameDataType(),
-                  reinterpret_cast<std::byte*>(counts.counts.data()), zt::DT_DOUBLE, counts.counts.size());
-    return counts;
+    return {doublesOf(frame), frame.width(), frame.acqTime(), findsZeroPixels(frame.frameDataType()),
+            std::move(marked)};
 }
 
 SigmaModel::SigmaModel(const SigmaPlan& plan) : deviceMask(plan.deviceMask), keepNan(plan.keepNan) {

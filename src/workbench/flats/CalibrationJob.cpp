@@ -49,7 +49,7 @@ void CalibrationJob::readFlat(const FieldPlace& place, bool isDark) {
     start([this, place, isDark] {
         const auto file = FrameFile::open(place.file, isDark ? FrameRole::Dark : FrameRole::Flat);
         const FramePtr frame = file->readFrame(place.frame);
-        const auto pixels = pixelsOf(*frame, {0, 0, frame->width(), frame->height()});
+        const auto pixels = doublesOf(*frame);
         emit flatRead(greyImage(pixels, frame->width(), robustLimits(pixels)));
     });
 }
