@@ -18,7 +18,7 @@ const RunOptions& checkedSigma(const RunOptions& options) {
     std::vector<std::string> filters;
     std::ranges::transform(options.links, std::back_inserter(filters), &LinkOptions::name);
     checkSigmaChain(filters);
-    if (options.output.ends_with(".tif") || options.output.ends_with(".tiff"))
+    if (FrameOutput::hasPages(options.output))
         throw UsageError("--sigma: not with TIFF, which has no place for it; write " + options.output +
                          " as .h5 or .nxs");
     if (options.noChoice && filters.front() == "AdaptiveFF")

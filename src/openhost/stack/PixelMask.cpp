@@ -201,10 +201,8 @@ namespace {
 enum class MaskFormat { Unknown, Nexus, Tiff, Text };
 
 MaskFormat formatOf(const std::string& path) {
-    const QString name = QString::fromStdString(path);
     const auto isOneOf = [&](std::initializer_list<const char*> suffixes) {
-        return std::ranges::any_of(
-            suffixes, [&](const char* suffix) { return name.endsWith(suffix, Qt::CaseInsensitive); });
+        return std::ranges::any_of(suffixes, [&](const char* suffix) { return hasSuffix(path, suffix); });
     };
     return isOneOf({".h5", ".hdf5", ".nxs"}) ? MaskFormat::Nexus
            : isOneOf({".tif", ".tiff"})      ? MaskFormat::Tiff
