@@ -130,9 +130,7 @@ void showPlan(const ClusterOptions& options, Console& console) {
 }
 
 void submit(const ClusterOptions& options, Console& console) {
-    if (ClusterPlan::exists(options.run.output))
-        throw Error(options.run.output + ": is already submitted; use \"ombrel cluster resume\", or remove " +
-                    options.run.output + ".parts to begin again");
+    ClusterPlan::refuseSubmitted(options.run.output);
     ClusterPlan plan = makePlan(options, console);
     if (options.dryRun)
         return console.result(cluster::dryRunText(plan));

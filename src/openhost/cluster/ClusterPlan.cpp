@@ -160,10 +160,13 @@ ClusterPlan ClusterPlan::load(const std::string& output) {
     return plan;
 }
 
-bool ClusterPlan::exists(const std::string& output) {
+void ClusterPlan::refuseSubmitted(const std::string& output) {
     ClusterPlan named;
     named.output = output;
-    return std::filesystem::exists(named.path());
+    std::error_code none;
+    if (std::filesystem::exists(named.path(), none))
+        throw Error(output + ": is already submitted; use \"ombrel cluster resume\", or remove " +
+                    named.partFolder() + " to begin again");
 }
 
 } // namespace ombrel::cluster

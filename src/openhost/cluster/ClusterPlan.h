@@ -51,8 +51,8 @@ struct ClusterPlan {
     void save() const;
     // The plan of an output, whose path may differ from when it was saved. Throws Error.
     static ClusterPlan load(const std::string& output);
-    // Whether the output has a plan.
-    static bool exists(const std::string& output);
+    // Throws Error if the output has a plan.
+    static void refuseSubmitted(const std::string& output);
 };
 
 // "part-000012"

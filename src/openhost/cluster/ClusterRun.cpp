@@ -79,9 +79,7 @@ std::vector<std::string> submitRun(ClusterPlan& plan) {
     checkScheduler();
     makeFolder(plan.partFolder());
     const OutputLock lock(plan.path(), true);
-    if (ClusterPlan::exists(plan.output))
-        throw Error(plan.output + ": is already submitted; use \"ombrel cluster resume\", or remove " +
-                    plan.partFolder() + " to begin again");
+    ClusterPlan::refuseSubmitted(plan.output);
     plan.save();
     ClusterStatus status;
     status.parts = examineParts(plan);

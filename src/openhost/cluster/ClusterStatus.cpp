@@ -173,7 +173,7 @@ QJsonObject ClusterStatus::toJson(const ClusterPlan& plan) const {
         if (!parts[i].file.empty())
             row.insert("file", QString::fromStdString(parts[i].file));
         if (!parts[i].end.empty())
-            row.insert("end", QString::fromStdString(parts[i].end));
+            row.insert("ended_as", QString::fromStdString(parts[i].end));
         rows.append(row);
     }
     return {{"output", QString::fromStdString(plan.output)},

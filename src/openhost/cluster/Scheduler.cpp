@@ -19,6 +19,11 @@ struct CommandResult {
     std::string problem; // the first line of its messages
 };
 
+[[noreturn]] void refuseMissing(const std::string& command) {
+    throw Error(command + ": not found on the PATH; run this where Slurm's commands are installed, or use "
+                          "\"ombrel cluster plan --json\" with another scheduler");
+}
+
 CommandResult runCommand(const std::vector<std::string>& command) {
     QStringList arguments;
     for (std::size_t i = 1; i < command.size(); ++i)
@@ -26,9 +31,7 @@ CommandResult runCommand(const std::vector<std::string>& command) {
     QProcess process;
     process.start(QString::fromStdString(command[0]), arguments, QIODevice::ReadOnly);
     if (!process.waitForFinished(-1) && process.error() == QProcess::FailedToStart)
-        throw Error(command[0] +
-                    ": not found on the PATH; run this where Slurm's commands are installed, or use "
-                    "\"ombrel cluster plan --json\" with another scheduler");
+        refuseMissing(command[0]);
     const QString messages = QString::fromLocal8Bit(process.readAllStandardError()).trimmed();
     return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
             QString::fromLocal8Bit(process.readAllStandardOutput()),
@@ -60,8 +63,7 @@ std::optional<PartIndex> partFrom(const QString& text) {
 
 void checkScheduler() {
     if (QStandardPaths::findExecutable("sbatch").isEmpty())
-        throw Error("sbatch: not found on the PATH; run this where Slurm's commands are installed, or use "
-                    "\"ombrel cluster plan --json\" with another scheduler");
+        refuseMissing("sbatch");
 }
 
 std::string submitJob(const std::vector<std::string>& command) {
