@@ -8,8 +8,6 @@ namespace ombrel {
 
 namespace {
 
-constexpr const char* textKeys[imageTexts] = {"description", "software", "date", "page_name"};
-
 QJsonArray jsonOf(Ratio ratio) {
     return {static_cast<qint64>(ratio.numerator), static_cast<qint64>(ratio.denominator)};
 }
@@ -39,7 +37,7 @@ QJsonObject ImageTags::toJson() const {
         for (const std::string& text : texts[kind]) // bytes of any encoding
             list.append(QString::fromLatin1(QByteArray::fromStdString(text)));
         if (!list.isEmpty())
-            json.insert(textKeys[kind], list);
+            json.insert(imageTextNames[kind], list);
     }
     return json;
 }
@@ -52,7 +50,7 @@ ImageTags ImageTags::fromJson(const QJsonObject& json) {
                                      static_cast<zt::u32>(resolution["width"].toInteger()),
                                      static_cast<zt::u32>(resolution["height"].toInteger())};
     for (std::size_t kind = 0; kind < imageTexts; ++kind)
-        for (const QJsonValue& text : json[textKeys[kind]].toArray())
+        for (const QJsonValue& text : json[imageTextNames[kind]].toArray())
             tags.texts[kind].push_back(text.toString().toLatin1().toStdString());
     return tags;
 }

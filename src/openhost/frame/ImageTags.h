@@ -35,6 +35,8 @@ struct Resolution {
 
 enum class ImageText : zt::u8 { Description, Software, Date, PageName };
 inline constexpr std::size_t imageTexts = 4;
+// Their names in records and in HDF5 files.
+inline constexpr const char* imageTextNames[imageTexts] = {"description", "software", "date", "page_name"};
 
 // What the pages of TIFF files hold on their images besides the pixels.
 struct ImageTags {

@@ -217,8 +217,8 @@ double factorBetween(ut_unit* unit, ut_unit* second) {
                : 0;
 }
 
-// 0 if the unit cannot be converted to the base.
-double factorIn(const std::string& unit, const char* base) {
+// Throws Error if the unit cannot be converted to the base; `mistake` ends its text.
+double factorTo(const char* base, const std::string& unit, const std::string& mistake) {
     static std::mutex mutex;
     const std::lock_guard lock(mutex); // the library is not thread-safe
     ut_system* const system = unitSystem();
@@ -228,27 +228,20 @@ double factorIn(const std::string& unit, const char* base) {
                     "libudunits2-data or set UDUNITS2_XML_PATH");
     const Unit known{ut_get_unit_by_name(system, base)};
     const Unit parsed = parsedUnit(system, unit);
-    return parsed && known ? factorBetween(parsed.get(), known.get()) : 0;
+    const double factor = parsed && known ? factorBetween(parsed.get(), known.get()) : 0;
+    if (!(factor > 0))
+        throw Error("\"" + unit + "\" is not a unit of " + mistake);
+    return factor;
 }
 
 } // namespace
 
 double secondsIn(const std::string& unit) {
-    if (unit == "s")
-        return 1;
-    const double factor = factorIn(unit, "second");
-    if (!(factor > 0))
-        throw Error("\"" + unit + "\" is not a unit of time; use s, ms, microsecond, min or the like");
-    return factor;
+    return unit == "s" ? 1 : factorTo("second", unit, "time; use s, ms, microsecond, min or the like");
 }
 
 double metresIn(const std::string& unit) {
-    if (unit == "m")
-        return 1;
-    const double factor = factorIn(unit, "meter");
-    if (!(factor > 0))
-        throw Error("\"" + unit + "\" is not a unit of length");
-    return factor;
+    return unit == "m" ? 1 : factorTo("meter", unit, "length");
 }
 
 } // namespace ombrel

@@ -118,7 +118,6 @@ ImageTags imageTagsOf(const std::vector<FramesOfFile>& sources) {
 namespace {
 
 constexpr char pagesGroup[] = "/measurement/tiff/";
-constexpr const char* textNames[imageTexts] = {"description", "software", "date", "page_name"};
 
 Hdf5Dataset makeDataset(hid_t file, const std::string& name, hid_t type, hsize_t count) {
     const Hdf5Space space{count == 1 ? H5Screate(H5S_SCALAR) : H5Screate_simple(1, &count, nullptr)};
@@ -168,7 +167,7 @@ void writePageTags(hid_t file, const ImageTags& tags, zt::u64 frames) {
         if (texts.size() == 1 && frames * texts.front().size() <= mostRepeated)
             texts.assign(frames, std::string(texts.front()));
         if (!texts.empty())
-            writeTexts(file, std::string(pagesGroup) + textNames[kind], texts);
+            writeTexts(file, std::string(pagesGroup) + imageTextNames[kind], texts);
     }
     if (!tags.resolution)
         return;
