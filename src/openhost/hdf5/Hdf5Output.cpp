@@ -308,10 +308,8 @@ void Hdf5Output::append(std::span<const std::byte> pixels, const FrameRow& row) 
         throw std::invalid_argument("the frame differs from the planned size");
     if (framesDone >= addresses.frames.count)
         throw std::out_of_range("more frames than planned");
-    if (const std::vector<float> nan(row.failed ? planePixels : 0, std::numeric_limits<float>::quiet_NaN());
-        row.failed)
-        for (std::size_t plane = 0; plane < addresses.planes.size(); ++plane)
-            storePlane(plane, nan);
+    for (std::size_t plane = 0; row.failed && plane < addresses.planes.size(); ++plane)
+        storePlane(plane, std::vector<float>(planePixels, std::numeric_limits<float>::quiet_NaN()));
     const FileDescriptor& descriptor = file.descriptor();
     const StoredFrameRow stored = storedRow(row);
     descriptor.writeAt(addresses.frames.of(framesDone), frame);
