@@ -64,6 +64,9 @@ class ChainTest(data.Case):
             self.assertEqual(scan.dtype, np.dtype(dtype))
             for links in self.chains:
                 with self.subTest(dtype=dtype, links=links):
+                    if dtype == "f8" and links[0][0] == "AdaptiveFF":  # it refuses frames with NaN
+                        data.write("frames.h5", np.nan_to_num(frames_of(dtype)), time=0.25)
+                        scan = ombrel.open("frames.h5")
                     expected = self.corrected_by_program(links)
                     chain = self.chain_of(links)
                     self.assertSame(np.array([chain(scan[i], time=scan.time(i)) for i in range(3)]), expected)
