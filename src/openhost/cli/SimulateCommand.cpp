@@ -80,6 +80,12 @@ void addSimulateCommand(const CommandContext& context) {
         ->type_name("N")
         ->capture_default_str();
     command
+        ->add_option("--angles", options->plan.angles,
+                     "Projections of a tomography with flat and dark fields; 0: no tomography")
+        ->check(wholeNumber(0, 10'000))
+        ->type_name("N")
+        ->capture_default_str();
+    command
         ->add_option("--dead-time", options->plan.deadTime,
                      "Dead time of a pixel after a count, for frames of high count rates; 0: no such frames")
         ->check(numberCheck<double>("a number from 0 to 300",

@@ -48,4 +48,15 @@ public:
     void write(const SetContext& context) const override;
 };
 
+// A tomography, with plan.angles, by a detector that counts without a beam, too, and whose beam fluctuates by
+// 2 % from frame to frame. tomography.h5: projections (/exchange/data) with their angles (/exchange/theta),
+// the open beam and dark fields. The outer eighth of each frame, left and right, is open.
+// tomography-attenuation.h5: the attenuation that each pixel of each projection should have.
+class TomographyPart : public SetPart {
+public:
+    std::vector<std::string> files(const SetPlan& plan) const override;
+    zt::u64 images(const SetPlan& plan) const override;
+    void write(const SetContext& context) const override;
+};
+
 } // namespace ombrel::simulation

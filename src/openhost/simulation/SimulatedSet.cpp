@@ -22,6 +22,7 @@ std::vector<std::unique_ptr<SetPart>> partsOf(const SetPlan&) {
     parts.push_back(std::make_unique<GridPart>());
     parts.push_back(std::make_unique<WedgePart>());
     parts.push_back(std::make_unique<CountRatePart>());
+    parts.push_back(std::make_unique<TomographyPart>());
     return parts;
 }
 
@@ -50,6 +51,8 @@ QJsonObject description(const SetPlan& plan, const DetectorModel& detector) {
                      {"seed", QString::number(plan.seed)},
                      {"deadPixels", indexList(detector.deadPixels())},
                      {"hotPixels", indexList(detector.hotPixels())}};
+    if (plan.angles > 0)
+        json.insert("angles", static_cast<qint64>(plan.angles));
     if (plan.deadTime > 0) {
         json.insert("deadTimeNanoseconds", plan.deadTime);
         json.insert("paralysable", plan.isParalysable);

@@ -21,6 +21,7 @@ struct SetPlan {
     double flux = 5000;      // photons a pixel and frame in the middle of the open beam
     zt::u32 gridSteps = 3;   // values of each setting in the adaptive filter's grid; 0: none, else 2 or more
     zt::u32 wedgeSteps = 10; // thicknesses of the beam-hardening filter's wedge, 0.3 mm apart; 0: none
+    zt::u32 angles = 0;      // projections of a tomography; 0: none
     double deadTime = 0;     // nanoseconds; 0: the set lacks the frames of high count rates
     bool isParalysable = true;
     std::uint64_t seed = 1;

@@ -62,6 +62,13 @@ void StackFile::addNumber(const std::string& dataset, double value) {
     maker->value(dataset.c_str(), H5T_NATIVE_DOUBLE, {}, &value);
 }
 
+void StackFile::addNumbers(const std::string& dataset, std::span<const double> values,
+                           const std::string& unit) {
+    const Hdf5Session session;
+    maker->value(dataset.c_str(), H5T_NATIVE_DOUBLE, {values.size()}, values.data());
+    maker->attribute(dataset.c_str(), "units", std::vector{unit});
+}
+
 void StackFile::finish() {
     const Hdf5Session session;
     if (!stack.close())

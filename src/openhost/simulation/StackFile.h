@@ -31,6 +31,7 @@ public:
     void beginStack(const std::string& dataset, const StackShape& shape);
     void writeImage(std::span<const zt::u32> counts);
     void writeImage(std::span<const double> values);
+    void addNumbers(const std::string& dataset, std::span<const double> values, const std::string& unit);
     void addNumber(const std::string& dataset, double value);
     void finish();
 
