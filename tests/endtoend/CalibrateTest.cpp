@@ -144,29 +144,6 @@ TEST_F(FlatField, RefusesWhatGivesNoCoefficientsAndWritesNothing) {
     refuse({folder / "flats.tif", "--bad", "some"}, 2, "--bad");
 }
 
-TEST_F(FlatField, SaysThatDarkFramesAreNotUsed) {
-    const std::string scan = folder / "scan.h5";
-    {
-        Hdf5Builder file(scan);
-        file.images("/exchange/data", 3, 40);
-        file.images("/exchange/data_white", 2, 80);
-        file.images("/exchange/data_dark", 2, 1);
-    }
-    const std::string words =
-        "ombrel: " + scan + ": not used: 2 dark frames; no filter subtracts dark frames\n";
-    const auto linesOnDarks = [&](const std::string& messages) {
-        return std::pair(messages.find(words) != std::string::npos,
-                         messages.find("not used") == messages.rfind("not used"));
-    };
-    EXPECT_EQ(linesOnDarks(calibrate({scan, "--bad", "ff"}).messages), std::pair(true, true));
-    const auto run = runOmbrel({"run", "-q", "-f", "Flat-Field=" + settings, scan, "-o", output});
-    EXPECT_EQ(linesOnDarks(run.messages), std::pair(true, true));
-    EXPECT_THAT(runOmbrel({"run", "-q", "-f", "Binning 2x2", scan + "::/exchange/data_dark", "-o",
-                           folder / "dark.h5"})
-                    .messages,
-                Not(HasSubstr("not used")));
-}
-
 TEST_F(FlatField, LeavesPhotonStatisticsInASimulatedSet) {
     runWell({"simulate", folder / "set", "--size", "64x64", "--frames", "4", "-q"});
     const std::string set = folder / "set/frames.h5";

@@ -55,9 +55,7 @@ CalibrationGrid gridOf(const AdaptiveOptions& options, const std::vector<GridRow
     }
 }
 
-void warnAbout(const AdaptiveHeaps& heaps, const CalibrationGridFlats& flats, bool normalised,
-               Console& console) {
-    console.warning(flats.unusedDarks());
+void warnAbout(const AdaptiveHeaps& heaps, bool normalised, Console& console) {
     if (heaps.singleFrames() != 0)
         console.message(countText(heaps.singleFrames(), "grid point") +
                         (heaps.singleFrames() == 1 ? " has" : " have") +
@@ -106,13 +104,20 @@ SettingsTree tune(const TunePlan& plan, Session& session, const AdaptiveOptions&
     return settings;
 }
 
+// What was found of the frames that a calibration was made from.
+struct MeasuredGrid {
+    const FieldInspection& inspection;
+    std::optional<DarkField> dark; // subtracted from each frame
+};
+
 // The settings are renamed first: until the heap follows, they refer to a heap that does not exist yet, which
 // checkHeap() refuses whatever the old settings refer to.
-void writeCalibration(CalibrationHeap& heap, SettingsTree settings, const CalibrationFacts& facts,
-                      const FieldInspection& inspection, const std::string& output) {
+void writeCalibration(CalibrationHeap& heap, SettingsTree settings, const MeasuredGrid& measured,
+                      CalibrationFacts facts, const std::string& output) {
     heap.sync();
+    facts.dark = measured.dark;
     noteFacts(settings, facts);
-    inspection.note(settings);
+    measured.inspection.note(settings);
     noteHeap(settings, heap.newPath());
     writeSettingsFile(settings, output);
     heap.commit();
@@ -131,7 +136,7 @@ struct RefinePlan {
     const AdaptiveHeaps& heaps;
     const AdaptiveHeapPaths& paths;
     const TrialFolder& folder;
-    const FieldInspection& inspection;
+    const MeasuredGrid& measured;
     std::optional<int> search; // if the user fixes it
 };
 
@@ -196,7 +201,7 @@ void writeRefined(GridRefinement& refinement, const RefinePlan& plan, SettingsTr
         if (taken > most)
             console.message(tooSlowText(taken, most));
         console.result("\n" + refinement.surfaceText() + refinement.gridsText(perFlat));
-        writeCalibration(heap, settings, facts, plan.inspection, options.output);
+        writeCalibration(heap, settings, plan.measured, facts, options.output);
         return;
     }
 }
@@ -210,6 +215,7 @@ CommandPaths inputsOf(const AdaptiveOptions& options, const std::vector<GridRow>
         addFrames(paths, row.file, "a flat field", NamedBy::File);
     if (!options.compensationMask.empty())
         addFrames(paths, options.compensationMask, "the compensation mask");
+    addDarkFile(paths, options.dark);
     addPlugin(paths, options.plugin);
     return paths;
 }
@@ -221,6 +227,19 @@ std::vector<float> readCompensationMask(const std::string& path, zt::u32 width, 
     mask->convertToType(zt::DT_FLOAT);
     const auto pixels = std::as_const(*mask).pixels<float>();
     return {pixels.begin(), pixels.end()};
+}
+
+std::optional<DarkField> inspectGrid(CalibrationGridFlats& flats, FieldInspection& inspection,
+                                     const AdaptiveOptions& options, Console& console) {
+    flats.inspect(inspection);
+    std::vector<std::string> files;
+    for (const GridRow& row : flats.rows())
+        files.push_back(row.file);
+    auto dark = measureDark(options.dark, files, inspection);
+    inspection.finish();
+    if (dark)
+        flats.subtract(*dark, console);
+    return dark;
 }
 
 namespace {
@@ -249,7 +268,7 @@ void calibrateAdaptive(const AdaptiveOptions& options, Console& console) {
     const CalibrationGrid grid = gridOf(options, rows, holes);
     CalibrationGridFlats flats(options.grid, rows);
     FieldInspection inspection(options.inspection, console);
-    flats.inspect(inspection);
+    const MeasuredGrid measured{inspection, inspectGrid(flats, inspection, options, console)};
     const auto mask = readCompensationMask(options.compensationMask, flats.width(), flats.height());
     Session session(console, options.plugin, {1, flats.width(), flats.height()});
     SettingsTree settings = defaultAdaptiveSettings(session);
@@ -271,7 +290,7 @@ void calibrateAdaptive(const AdaptiveOptions& options, Console& console) {
     Progress reading(console, rows.size(), options.quiet);
     const AdaptiveHeapPlan heapPlan{grid, flats, heapSettings, options.normalise};
     AdaptiveHeaps heaps(heapPlan, heapPaths, [&] { reading.advance(); });
-    warnAbout(heaps, flats, options.normalise, console);
+    warnAbout(heaps, options.normalise, console);
     std::optional<GridRefinement> refinement;
     if (options.refine.isOn()) {
         if (options.refine.timePerFrame && heaps.tests().empty())
@@ -286,10 +305,10 @@ void calibrateAdaptive(const AdaptiveOptions& options, Console& console) {
     const auto search =
         fixed.contains("Search") ? std::optional(adaptiveSetting<int>(settings, "Search")) : std::nullopt;
     if (refinement)
-        writeRefined(*refinement, {heapPlan, heaps, heapPaths, folder, inspection, search}, settings, session,
+        writeRefined(*refinement, {heapPlan, heaps, heapPaths, folder, measured, search}, settings, session,
                      options, console);
     else
-        writeCalibration(heaps.wholeHeap(), settings, factsOf(heaps), inspection, options.output);
+        writeCalibration(heaps.wholeHeap(), settings, measured, factsOf(heaps), options.output);
     console.message(countText(rows.size(), "flat field") + ": " + options.output + " and " +
                     heapPathOf(options.output));
 }

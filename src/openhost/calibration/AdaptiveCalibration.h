@@ -37,6 +37,10 @@ void checkAdaptive(const AdaptiveOptions& options, Console& console);
 // All paths that both commands read. `rows` are those of the table.
 CommandPaths inputsOf(const AdaptiveOptions& options, const std::vector<GridRow>& rows);
 
+// Judges the frames and the dark frames of a grid; the dark is then subtracted from the frames. Throws Error.
+std::optional<DarkField> inspectGrid(CalibrationGridFlats& flats, FieldInspection& inspection,
+                                     const AdaptiveOptions& options, Console& console);
+
 // The pixels of the mask, empty if no file is given. Throws Error when it has another size.
 std::vector<float> readCompensationMask(const std::string& path, zt::u32 width, zt::u32 height);
 

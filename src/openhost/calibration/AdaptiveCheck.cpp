@@ -68,7 +68,7 @@ void checkAdaptive(const AdaptiveOptions& options, Console& console) {
     paths.check(console, options.log);
     CalibrationGridFlats flats(options.grid, rows);
     FieldInspection inspection(options.inspection, console);
-    flats.inspect(inspection);
+    inspectGrid(flats, inspection, options, console);
     const auto mask = readCompensationMask(options.compensationMask, flats.width(), flats.height());
     Session session(console, options.plugin, {1, flats.width(), flats.height()});
     SettingsTree settings = settingsOf(session, options.check);

@@ -103,6 +103,7 @@ std::vector<std::string> checkedFiles(const MaskCalibrateOptions& options, std::
     CommandPaths paths;
     for (const std::string& file : files)
         addInput(paths, file);
+    addDarkFile(paths, options.dark);
     addPlugin(paths, options.plugin);
     paths.writes(options.output, "the settings file", whenThere(options));
     addInspectionPaths(paths, options.inspection, whenThere(options));
@@ -122,7 +123,11 @@ MaskCalibration::MaskCalibration(const MaskCalibrateOptions& calibrateOptions,
       beamHardening(filterInterface<IBHFilter>(link.filter(), beamHardeningObject)),
       judged(options.inspection, console) {
     console.warning(all.passedOver());
-    console.warning(all.unusedDarks());
+    dark = measureDark(options.dark, files, judged);
+    if (dark) {
+        checkDarkSize(*dark, all.width(), all.height(), files.front());
+        console.warning(darkTimeNote(*dark, options.acqTime.value_or(all.acqTime(0)), files.front()));
+    }
     beamHardening.setInterpolateBadPixelsEnabled(!options.noInterpolation);
 }
 
@@ -134,15 +139,16 @@ MaskSum MaskCalibration::measure(const ThicknessMask& mask, const std::string& n
     for (const std::size_t i : good) {
         const FramePtr frame = stack.readFrame(i);
         sum.seconds += options.acqTime ? *options.acqTime : timeOf(*frame, stack.where(i));
+        transfer.add(*frame); // photons of the dark current make noise, too
+        if (dark)
+            frame->subtract(dark->mean);
         sum.frame->addFrame(frame.get());
-        transfer.add(*frame);
     }
     transfer.endSet();
     return sum;
 }
 
 void MaskCalibration::endInspection() {
-    judged.judgeDarks(files);
     judged.finish();
 }
 
@@ -188,6 +194,7 @@ void MaskCalibration::save() {
     facts.maskCorrection = correctionOf(all);
     if (facts.maskCorrection.empty())
         facts.gain = transfer.gain();
+    facts.dark = dark;
     noteFacts(settings, facts);
     judged.note(settings);
     writeSettingsFile(settings, options.output);

@@ -83,6 +83,7 @@ private:
     FieldInspection judged;
     CalibrationFacts facts;
     PhotonTransfer transfer;
+    std::optional<DarkField> dark; // subtracted from each frame
 };
 
 // The command line of `ombrel calibrate beam-hardening`.

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "inspection/FieldInspection.h"
+#include "inspection/MeanDark.h"
 
 #include <string>
 
@@ -10,6 +10,7 @@ namespace ombrel {
 struct CalibrateOptions {
     std::string output; // the settings file
     InspectionOptions inspection;
+    std::string dark = ownDark; // see measureDark()
     bool force = false;
     std::string plugin;
     std::string log;

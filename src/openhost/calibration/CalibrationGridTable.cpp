@@ -6,6 +6,7 @@
 #include "base/Numbers.h"
 #include "frame/FrameFile.h"
 #include "frame/Statistics.h"
+#include "inspection/MeanDark.h"
 
 #include <algorithm>
 #include <array>
@@ -182,7 +183,6 @@ CalibrationGridFlats::CalibrationGridFlats(const std::string& tablePath, std::ve
     for (const GridRow& row : all) {
         try {
             const FrameFileInfo info = FrameFile::open(row.file, FrameRole::Flat)->info();
-            darks.add(info);
             if (columns == 0) {
                 columns = info.width;
                 lines = info.height;
@@ -226,7 +226,13 @@ void CalibrationGridFlats::inspect(FieldInspection& inspection) {
             kept.push_back(used[row][field]);
         used[row] = std::move(kept);
     }
-    inspection.finish();
+}
+
+void CalibrationGridFlats::subtract(const DarkField& dark, Console& console) {
+    const std::string& first = all.front().file;
+    checkDarkSize(dark, columns, lines, first);
+    console.warning(darkTimeNote(dark, FrameFile::open(first, FrameRole::Flat)->acqTime(used[0][0]), first));
+    subtracted = dark;
 }
 
 GridFlat CalibrationGridFlats::read(std::size_t row) const {
@@ -239,6 +245,8 @@ GridFlat CalibrationGridFlats::read(std::size_t row) const {
     std::vector<double> sum(std::size_t{columns} * lines);
     for (const zt::u32 frame : used[row]) {
         flat.test = file->readFrame(frame);
+        if (subtracted)
+            flat.test->subtract(subtracted->mean);
         const std::vector<double> pixels = doublesOf(*flat.test);
         ++flat.frames;
         if (frame == used[row].back() && flat.isTestKeptOut())

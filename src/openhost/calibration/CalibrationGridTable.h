@@ -2,6 +2,7 @@
 
 #include "calibration/CalibrationGrid.h"
 #include "inspection/FieldInspection.h"
+#include "settings/CalibrationFacts.h"
 #include "stack/FrameStack.h"
 #include "zt/Types.h"
 
@@ -47,11 +48,10 @@ public:
     zt::u32 width() const { return columns; }
     zt::u32 height() const { return lines; }
 
-    // See FrameStack::unusedDarks().
-    std::string unusedDarks() const { return darks.text(); }
-
     // Judges the frames of each row among themselves; read() then uses those that are good. Throws Error.
     void inspect(FieldInspection& inspection);
+    // The dark is subtracted from all frames that read() returns. Throws Error for another size.
+    void subtract(const DarkField& dark, Console& console);
 
     // Reads the frames of a row. Throws Error.
     GridFlat read(std::size_t row) const;
@@ -59,7 +59,7 @@ public:
 private:
     std::vector<GridRow> all;
     std::vector<std::vector<zt::u32>> used; // the frames of each row's file
-    UnusedDarks darks;
+    std::optional<DarkField> subtracted;
     zt::u32 columns = 0;
     zt::u32 lines = 0;
 };

@@ -45,6 +45,7 @@ CommandPaths pathsOf(const FlatFieldOptions& options) {
     CommandPaths paths;
     for (const std::string& input : options.inputs)
         addInput(paths, input);
+    addDarkFile(paths, options.dark);
     if (options.mask.isFile())
         addFrames(paths, options.mask.source, "the device mask");
     addPlugin(paths, options.plugin);
@@ -92,6 +93,8 @@ FrameSize tableSize(const FlatFieldOptions& options) {
     const std::string& path = options.inputs.front();
     if (options.acquisition)
         throw Error(path + ": is not a frame file; --acquisition needs frames");
+    if (isDarkFile(options.dark))
+        throw UsageError(path + ": is a table of numbers; --dark needs frames");
     const InspectionOptions& inspection = options.inspection;
     if (!inspection.exclude.empty() || !inspection.only.empty() || !inspection.report.empty())
         throw UsageError(path + ": is a table of numbers, which is not inspected; --exclude, --only and "
@@ -118,17 +121,27 @@ FramePtr acquiredFrame(Frame& frame, const FlatFieldOptions& options, const std:
 struct UsedFlats {
     FrameStack& stack;
     std::vector<std::size_t> frames; // ascending
+    std::optional<DarkField> dark;
 };
 
+void checkDark(const DarkField& dark, FrameStack& stack, const FlatFieldOptions& options, Console& console) {
+    if (options.subFrame)
+        throw UsageError("--sub-frame: not with a dark, which is that of whole frames; give --dark none");
+    checkDarkSize(dark, stack.width(), stack.height(), stack.info(0).path);
+    console.warning(darkTimeNote(dark, stack.acqTime(0), stack.info(0).path));
+}
+
 // Judges the frames as the filter gets them.
-UsedFlats inspect(FieldInspection& inspection, FrameStack& stack, const FlatFieldOptions& options) {
+UsedFlats inspect(FieldInspection& inspection, FrameStack& stack, const FlatFieldOptions& options,
+                  Console& console) {
     FieldSet set = fieldSetOf(stack, "flat fields");
     if (options.acquisition)
         set.read = [&](std::size_t frame) {
             return acquiredFrame(*stack.readFrame(frame), options, stack.where(frame));
         };
-    UsedFlats flats{stack, inspection.judge(set)};
-    inspection.judgeDarks(options.inputs);
+    UsedFlats flats{stack, inspection.judge(set), measureDark(options.dark, options.inputs, inspection)};
+    if (flats.dark)
+        checkDark(*flats.dark, stack, options, console);
     inspection.finish();
     return flats;
 }
@@ -139,6 +152,8 @@ struct FlatTable {
     std::size_t count = 0; // of frames
     double scale = 1;      // the mean is the table times this
     std::optional<double> gain = {};
+    double seconds = 0;                 // acquisition time of each; 0 if not known or not the same
+    std::optional<DarkField> dark = {}; // that was subtracted
 };
 
 // The filter would read the frames itself, and get the same bits: it adds and divides in this order. A frame
@@ -147,12 +162,18 @@ FlatTable tableOf(const UsedFlats& flats, const FlatFieldOptions& options) {
     FlatTable table{Frame::create(flats.stack.width(), flats.stack.height(), zt::DT_DOUBLE),
                     flats.frames.size()};
     PhotonTransfer transfer;
+    table.dark = flats.dark;
+    table.seconds = flats.stack.acqTime(flats.frames.front());
     for (const std::size_t i : flats.frames) {
         FramePtr frame = flats.stack.readFrame(i);
         if (options.acquisition)
             frame = acquiredFrame(*frame, options, flats.stack.where(i));
+        if (flats.stack.acqTime(i) != table.seconds)
+            table.seconds = 0;
+        transfer.add(*frame); // photons of the dark current make noise, too
+        if (flats.dark)
+            frame->subtract(flats.dark->mean);
         table.frame->addFrame(frame.get());
-        transfer.add(*frame);
     }
     transfer.endSet();
     table.gain = transfer.gain();
@@ -225,6 +246,9 @@ CalibrationFacts factsOf(const SettingsTree& settings, const FlatTable& table, b
     CalibrationFacts facts;
     facts.flatFields = static_cast<int>(table.count);
     facts.gain = table.gain;
+    facts.dark = table.dark;
+    if (table.seconds != 0)
+        facts.seconds = table.seconds;
     const auto pixels = std::as_const(*table.frame).pixels<double>();
     const auto values = tdi ? meansOfColumns(pixels, table.frame->width())
                             : std::vector<double>(pixels.begin(), pixels.end());
@@ -296,13 +320,12 @@ void calibrateFlatField(const FlatFieldOptions& options, Console& console) {
     } else {
         stack = std::make_unique<FrameStack>(options.inputs, FrameRole::Flat);
         console.warning(stack->passedOver());
-        console.warning(stack->unusedDarks());
         size = {stack->width(), stack->height()};
     }
     FieldInspection inspection(options.inspection, console);
     std::optional<UsedFlats> flats;
     if (stack)
-        flats.emplace(inspect(inspection, *stack, options));
+        flats.emplace(inspect(inspection, *stack, options, console));
     Session session(console, options.plugin, {1, size.width, size.height});
     maskDevice(session, stack.get(), options, console);
     FilterLink link = session.makeLink("Flat-Field");
@@ -317,7 +340,7 @@ void calibrateFlatField(const FlatFieldOptions& options, Console& console) {
         loadFromFrames(session, *flat, options, filter);
     writeOutputs({session, link, flat ? &*flat : nullptr, inspection}, options);
     if (stack && filter.interpolateBadAndMaskedPixels() && filter.useZeroPixelsForBadPixels())
-        console.warning(unseenZeroPixels(stack->pixelType(0)));
+        console.warning(unseenZeroPixels(flats->dark ? zt::u8{zt::DT_DOUBLE} : stack->pixelType(0)));
     console.message((flats ? inspection.countText("flat field") + ": " : "") + options.output);
 }
 

@@ -19,6 +19,10 @@ void addCalibrateOptions(CLI::App& command, CalibrateOptions& options) {
     command.add_option("-o,--output", options.output, "The settings file to write")
         ->required()
         ->type_name("FILE.xml");
+    addDarkOption(
+        command, options.dark,
+        "Dark frames, whose mean is subtracted from every frame: those that the inputs mark, none, or a "
+        "file of them");
     command.add_flag("--force", options.force, "Replace files that exist");
     addInspectionOptions(command, options.inspection);
     addLogOption(command, options.log);
@@ -218,6 +222,10 @@ void addCountRateCalibration(CLI::App& calibrate, const CommandContext& context)
                     "rate.xml\n"
                     "  ombrel run -f Beam-hardening=rate.xml frames.h5 -o flux.h5");
     command->callback([=, &console = context.console] { calibrateCountRate(*options, console); });
+}
+
+void addDarkOption(CLI::App& command, std::string& dark, const std::string& description) {
+    command.add_option("--dark", dark, description)->type_name("auto|none|FILE")->capture_default_str();
 }
 
 void addMaskOptions(CLI::App& command, MaskOptions& options) {

@@ -44,6 +44,9 @@ bool isWindowCommand(int argc, char** argv);
 // Throws UsageError unless the name of an output ends in .h5, .hdf5 or .nxs.
 void checkHdf5OutputName(const std::string& output);
 
+// --dark, with the description of its values.
+void addDarkOption(CLI::App& command, std::string& dark, const std::string& description);
+
 // The options for the mask of the device.
 void addMaskOptions(CLI::App& command, MaskOptions& options);
 

@@ -58,6 +58,7 @@ void checkUnchanged(const RunRecord& record) {
         std::ranges::for_each(link.files, check);
     std::ranges::for_each(record.paramFiles, check);
     std::ranges::for_each(record.inputs, check);
+    std::ranges::for_each(record.darkFiles, check);
     if (record.deviceMask)
         check(*record.deviceMask);
     if (!changes.empty())
@@ -90,6 +91,8 @@ RunOptions optionsOf(const RunRecord& record, const ReplayOptions& replayOptions
     options.frames = std::to_string(record.begin) + ":" + std::to_string(record.end);
     options.acqTime = record.acqTime;
     options.sigma = sigmaOf(record);
+    options.quantity = {record.quantity, record.levelRegion};
+    options.dark = record.dark;
     options.replace = record.replace;
     options.deviceType = record.deviceType;
     options.marks = {record.marks, record.keepNan};
@@ -170,6 +173,8 @@ void addFiles(CommandPaths& paths, const RunRecord& record, const fs::path& reco
     }
     for (const FileRecord& file : record.paramFiles)
         paths.reads(file.path, "a file of a parameter", NamedBy::File);
+    for (const FileRecord& file : record.darkFiles)
+        paths.reads(file.path, "the dark frames", NamedBy::File);
     if (record.deviceMask)
         addFrames(paths, record.deviceMask->path, "the device mask", NamedBy::File);
     for (const PartRecord& part : record.parts)

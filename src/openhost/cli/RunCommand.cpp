@@ -58,14 +58,17 @@ void writeReport(const std::string& path, const RunReport& report) {
 namespace {
 
 // Corrects one frame. Throws Error with the reason if it failed.
-FramePtr firstCorrected(FrameStack& stack, const FrameRange& range, Chain& chain, const RunOptions& options) {
-    FramePtr frame = stack.readFrame(range.begin);
+FramePtr firstCorrected(RunSetup& run) {
+    const RunOptions& options = run.options;
+    FramePtr frame = run.stack.readFrame(run.range.begin);
     if (options.acqTime)
         frame->setAcqTime(*options.acqTime);
+    if (run.dark)
+        frame->subtract(run.dark->mean);
     FrameResult result =
-        chain.apply(std::move(frame), options.replace ? ApplyMode::Replace : ApplyMode::Copy);
+        run.workers.chains[0].apply(std::move(frame), options.replace ? ApplyMode::Replace : ApplyMode::Copy);
     if (!result)
-        throw Error(stack.where(range.begin) + ": " + result.failure);
+        throw Error(run.stack.where(run.range.begin) + ": " + result.failure);
     return std::move(result.frame);
 }
 
@@ -83,18 +86,18 @@ void checkRoom(const std::string& output, zt::u64 bytes) {
 
 } // namespace
 
-int dryRun(FrameStack& stack, const FrameRange& range, WorkerChains& workers, const RunOptions& options,
-           Console& console) {
-    const FramePtr first = firstCorrected(stack, range, workers.chains[0], options);
+int dryRun(RunSetup& run, Console& console) {
+    const RunOptions& options = run.options;
+    const FramePtr first = firstCorrected(run);
     const zt::u64 pixelBytes = packingOf(options)            ? sizeof(zt::u16)
                                : options.outputType == "f64" ? sizeof(double)
                                                              : sizeof(float);
     const zt::u64 planeBytes = planesOf(options.sigma).size() * sizeof(float);
-    const zt::u64 bytes = range.count() * first->size() * (pixelBytes + planeBytes);
+    const zt::u64 bytes = run.range.count() * first->size() * (pixelBytes + planeBytes);
     checkRoom(options.output, bytes);
-    console.message("would correct " + countText(range.count(), "frame") + " of " +
-                    sizeText(stack.width(), stack.height()) + " with " +
-                    std::to_string(workers.chains.size()) + " at once, and write " +
+    console.message("would correct " + countText(run.range.count(), "frame") + " of " +
+                    sizeText(run.stack.width(), run.stack.height()) + " with " +
+                    std::to_string(run.workers.chains.size()) + " at once, and write " +
                     sizeText(first->width(), first->height()) + " " + options.outputType + ", " +
                     countText(bytes, "byte") + ": " + options.output);
     return EXIT_ALL_DONE;
@@ -243,11 +246,10 @@ int runFrames(const RunOptions& options, Console& console) {
 int correctFrames(const RunOptions& options, Console& console) {
     RunSetup run(options, console);
     console.warning(run.stack.passedOver());
-    console.warning(run.stack.unusedDarks());
-    for (const std::string& line : warningsOn(run.workers.chains[0], run.stack.pixelType(run.range.begin)))
+    for (const std::string& line : warningsOn(run))
         console.message(line);
     console.warning(saturationNote(run.stack, run.range.begin, options.marks));
-    return options.dryRun ? dryRun(run.stack, run.range, run.workers, options, console) : walk(run, console);
+    return options.dryRun ? dryRun(run, console) : walk(run, console);
 }
 
 CLI::Option* addInputOption(CLI::App& command, RunOptions& options) {
@@ -284,6 +286,16 @@ void addCorrectionOptions(CLI::App& command, RunOptions& options) {
                     "With u16 or f16: the values from LO to HI are stored; others are clipped and counted")
         ->delimiter(',')
         ->type_name("LO,HI");
+    command
+        .add_option("--quantity", options.quantity.quantity,
+                    "What the output holds: counts; their part of the open beam; or its negative logarithm")
+        ->check(CLI::IsMember({"counts", "transmission", "attenuation"}).description(""))
+        ->type_name("counts|transmission|attenuation")
+        ->capture_default_str();
+    command
+        .add_option("--level-region", options.quantity.levelRegion,
+                    "Divide each frame by its own mean in this open region of the output")
+        ->type_name("X,Y,W,H");
     command.add_option("--frames", options.frames, "Frames A to B-1, counted through all inputs")
         ->type_name("A:B");
     command.add_option("--acq-time", options.acqTime, "Acquisition time of every frame")
@@ -297,6 +309,10 @@ void addDeviceOptions(CLI::App& command, RunOptions& options) {
         ->check(wholeNumber<int>())
         ->type_name("N")
         ->capture_default_str();
+    addDarkOption(
+        command, options.dark,
+        "What is subtracted from each frame before the chain: the dark that the calibrations carry, "
+        "nothing, or the mean of the dark frames of a file");
     addMaskOptions(command, options.mask);
     command
         .add_option("--marks", options.marks.marks,

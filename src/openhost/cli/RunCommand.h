@@ -33,8 +33,7 @@ void writeReport(const std::string& path, const RunReport& report);
 
 // Reports what a run would do and whether the disk has room for the output, whose size is known after
 // correcting the first frame. Writes nothing. Returns the exit code; throws Error.
-int dryRun(FrameStack& stack, const FrameRange& range, WorkerChains& workers, const RunOptions& options,
-           Console& console);
+int dryRun(RunSetup& run, Console& console);
 
 // The work of `ombrel run`. Returns the exit code; throws UsageError or Error if nothing could be started.
 int runFrames(const RunOptions& options, Console& console);

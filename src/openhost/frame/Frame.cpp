@@ -139,6 +139,22 @@ std::span<const std::byte> Frame::bytes() const {
     return {storage.get(), static_cast<std::size_t>(size()) * pixelSize(pixelType)};
 }
 
+void Frame::subtract(std::span<const double> values) {
+    if (values.size() != size())
+        throw std::invalid_argument("the frame has another number of pixels");
+    auto difference = newStorage(storageBytes(frameWidth, frameHeight, zt::DT_DOUBLE));
+    withPixelType(pixelType, [&](auto pixel) {
+        const auto* const from = reinterpret_cast<const decltype(pixel)*>(storage.get());
+        auto* const to = reinterpret_cast<double*>(difference.get());
+        for (std::size_t i = 0; i < values.size(); ++i)
+            to[i] = static_cast<double>(from[i]) - values[i];
+    });
+    storage = std::move(difference);
+    pixelType = zt::DT_DOUBLE;
+    isExposed = false;
+    zeroRoom();
+}
+
 void Frame::zeroRoom() {
     if (isForeign) // has no room before it is copied
         return;

@@ -59,6 +59,10 @@ public:
         return {reinterpret_cast<const T*>(bytes().data()), static_cast<std::size_t>(size())};
     }
 
+    // Converts the frame to doubles and subtracts a value from each pixel, in one pass. Throws
+    // std::invalid_argument for another number of values.
+    void subtract(std::span<const double> values);
+
     void zeroRoom();
 
     // Copies the pixels if they are lent.

@@ -26,6 +26,8 @@ struct OutputPlan {
     std::string record;                     // describes the run, as JSON; see RunRecord
     std::vector<std::string> settingsFiles; // stored byte for byte
     std::string units = {};                 // of the pixels: "counts"; empty if they are not known
+    std::string quantity = {};              // "counts", "transmission" or "attenuation"; likewise
+    std::optional<double> level = {};       // counts of the open beam, if known and the same for all frames
     // Adds what is known of the frames to a new HDF5 file that is whole except for their pixels.
     std::function<void(const std::string& newFile)> addMetadata = {};
     std::vector<zt::u32> touched = {}; // of each pixel, see PixelFaults.h; empty if not known

@@ -82,6 +82,10 @@ QJsonObject toJson(const FrameRow& row) {
     else
         json.insert("output", toJson(row.output));
     insertNumber(json, "seconds", row.seconds);
+    if (row.level)
+        insertNumber(json, "level", *row.level);
+    if (row.notPositive != 0)
+        json.insert("not_positive", static_cast<qint64>(row.notPositive));
     if (row.choice) {
         json.insert("grid", toJson(row.choice->best));
         json.insert("grid_next", toJson(row.choice->next));
@@ -105,6 +109,9 @@ FrameRow frameRowFromJson(const QJsonObject& json) {
     row.input = figuresFromJson(json.value("input").toObject());
     row.output = figuresFromJson(json.value("output").toObject());
     row.seconds = json.value("seconds").toDouble();
+    if (json.contains("level"))
+        row.level = numberOf(json, "level");
+    row.notPositive = static_cast<zt::u64>(json.value("not_positive").toInteger());
     if (json.contains("grid"))
         row.choice = SelectedFlatField{pointFromJson(json.value("grid").toObject()),
                                        pointFromJson(json.value("grid_next").toObject()),

@@ -42,7 +42,10 @@ struct FrameRow {
     zt::u64 clipped = 0;    // pixels outside the range that 16 bits store
     FrameStatistics input;
     FrameStatistics output;
-    double seconds = 0;                      // spent in the chain
+    double seconds = 0; // spent in the chain
+    // The counts of the open beam by which the frame was divided; nothing for an output of counts.
+    std::optional<double> level;
+    zt::u64 notPositive = 0;                 // pixels without an attenuation: 0 or below
     std::optional<SelectedFlatField> choice; // of the adaptive filter, if it is in the chain
 };
 

@@ -150,6 +150,13 @@ std::vector<std::string> RunRecord::differencesFrom(const RunRecord& before) con
         return given ? numberText(*given) : std::string("none given");
     };
     found.text("gain", gainText(gain), gainText(before.gain));
+    found.text("quantity", quantity, before.quantity);
+    found.text("level region", levelRegion.empty() ? "none" : levelRegion,
+               before.levelRegion.empty() ? "none" : before.levelRegion);
+    found.text("dark frames", dark, before.dark);
+    found.files("file of dark frames", darkFiles, before.darkFiles);
+    found.text("pixels of the dark", darkHash.empty() ? "none" : darkHash,
+               before.darkHash.empty() ? "none" : before.darkHash);
     return found.lines;
 }
 
@@ -317,6 +324,16 @@ std::string RunRecord::toJson() const {
         json.insert("sigma", QString::fromStdString(sigma));
     if (gain)
         json.insert("gain", *gain);
+    if (quantity != "counts")
+        json.insert("quantity", QString::fromStdString(quantity));
+    if (!levelRegion.empty())
+        json.insert("level_region", QString::fromStdString(levelRegion));
+    if (dark != "auto")
+        json.insert("dark", QString::fromStdString(dark));
+    if (!darkFiles.empty())
+        json.insert("dark_files", jsonOf(darkFiles));
+    if (!darkHash.empty())
+        json.insert("dark_hash", QString::fromStdString(darkHash));
     if (!parts.empty())
         json.insert("parts", jsonOf(parts));
     return QJsonDocument(json).toJson().toStdString();
@@ -357,6 +374,11 @@ RunRecord RunRecord::fromJson(const std::string& text) {
     record.sigma = json["sigma"].toString("none").toStdString();
     if (json.contains("gain"))
         record.gain = json["gain"].toDouble();
+    record.quantity = json["quantity"].toString("counts").toStdString();
+    record.levelRegion = json["level_region"].toString().toStdString();
+    record.dark = json["dark"].toString("auto").toStdString();
+    record.darkFiles = filesFromJson(json["dark_files"]);
+    record.darkHash = json["dark_hash"].toString().toStdString();
     record.parts = partsFromJson(json["parts"]);
     check(record);
     return record;

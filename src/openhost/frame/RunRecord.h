@@ -65,6 +65,11 @@ struct RunRecord {
     std::optional<double> acqTime;        // seconds, given for every frame
     std::string sigma = "none";           // standard deviations: none, total, or also the calibration's part
     std::optional<double> gain;           // given for them, counts a photon
+    std::string quantity = "counts";      // of the output
+    std::string levelRegion;              // as given; empty for the level of the flat fields
+    std::string dark = "auto";            // as given, a path absolute
+    std::vector<FileRecord> darkFiles;    // of the dark frames, if they were named
+    std::string darkHash;                 // of the dark itself; empty if none was subtracted
     std::vector<PartRecord> parts;        // for an output that only refers to those of several runs
 
     std::string toJson() const;

@@ -86,6 +86,8 @@ StoredFrameRow storedRow(const FrameRow& row) {
     }
     stored.failed = row.failed;
     stored.marked = static_cast<zt::u32>(row.marked);
+    stored.level = row.level.value_or(notANumber);
+    stored.notPositive = row.notPositive;
     storeReason(row.reason, stored.reason);
     return stored;
 }
@@ -100,6 +102,9 @@ FrameRow frameRow(const StoredFrameRow& stored) {
     row.input = figuresOf(stored.input);
     row.output = figuresOf(stored.output);
     row.seconds = stored.seconds;
+    if (!std::isnan(stored.level))
+        row.level = stored.level;
+    row.notPositive = stored.notPositive;
     if (!std::isnan(stored.best.value))
         row.choice = SelectedFlatField{{stored.best.v, stored.best.t, stored.best.e, stored.best.value},
                                        {stored.next.v, stored.next.t, stored.next.e, stored.next.value},
@@ -125,6 +130,8 @@ Hdf5Type storedRowType() {
     insert(compound, "failed", offsetof(StoredFrameRow, failed), H5T_NATIVE_UINT8);
     insert(compound, "reason", offsetof(StoredFrameRow, reason), text);
     insert(compound, "marked", offsetof(StoredFrameRow, marked), H5T_NATIVE_UINT32);
+    insert(compound, "level", offsetof(StoredFrameRow, level), H5T_NATIVE_DOUBLE);
+    insert(compound, "not_positive", offsetof(StoredFrameRow, notPositive), H5T_NATIVE_UINT64);
     return compound;
 }
 

@@ -34,6 +34,8 @@ struct StoredFrameRow {
     zt::u8 outside;
     char unused[2];
     zt::u32 marked;
+    double level; // NaN for an output of counts
+    zt::u64 notPositive;
 };
 
 StoredFrameRow storedRow(const FrameRow& row);

@@ -59,6 +59,10 @@ void markFrames(Hdf5Writer& writer, const OutputPlan& plan) {
     if (!plan.units.empty())
         writer.attribute(outputlayout::data, "units", {plan.units});
     markPacking(writer, plan.packing);
+    if (!plan.quantity.empty())
+        writer.attribute(outputlayout::data, "quantity", {plan.quantity});
+    if (plan.level)
+        writer.attribute(outputlayout::data, "level", H5T_NATIVE_DOUBLE, *plan.level);
     writer.attribute("/", "NX_class", {"NXroot"});
     writer.attribute(exchange, "NX_class", {"NXdata"});
     writer.attribute(exchange, "signal", {"data"});

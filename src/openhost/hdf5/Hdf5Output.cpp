@@ -109,6 +109,8 @@ OutputPlan planOf(hid_t file, const std::string& path) {
     plan.record = textAt(file, outputlayout::record);
     const Hdf5Object data = openThing(file, outputlayout::data);
     plan.units = textAttribute(data, "units").value_or("");
+    plan.quantity = textAttribute(data, "quantity").value_or("");
+    plan.level = numberAttribute(data, "level");
     const auto shape = shapeOfImages(data);
     plan.packing = packingOfHdf5(data);
     if (!shape || shape->extent.size() != 3 ||

@@ -52,21 +52,6 @@ Hdf5Type storedHdf5Type(zt::u8 pixelType, const std::optional<PixelPacking>& pac
     return type;
 }
 
-namespace {
-
-std::optional<double> numberAttribute(hid_t object, const char* name) {
-    if (H5Aexists(object, name) <= 0)
-        return std::nullopt;
-    const Hdf5Attribute attribute{H5Aopen(object, name, H5P_DEFAULT)};
-    const Hdf5Space space{H5Aget_space(attribute)};
-    double value = 0;
-    if (H5Sget_simple_extent_npoints(space) != 1 || H5Aread(attribute, H5T_NATIVE_DOUBLE, &value) < 0)
-        return std::nullopt;
-    return value;
-}
-
-} // namespace
-
 std::optional<PixelPacking> packingOfHdf5(hid_t dataset) {
     const Hdf5Type type{H5Dget_type(dataset)};
     const auto scale = numberAttribute(dataset, "scale_factor");
@@ -153,6 +138,20 @@ std::optional<std::string> textAttribute(hid_t object, const char* name) {
     if (H5Tget_class(type) != H5T_STRING || H5Sget_simple_extent_npoints(space) != 1)
         return std::nullopt;
     return H5Tis_variable_str(type) > 0 ? readVariableText(attribute, type) : readFixedText(attribute, type);
+}
+
+std::optional<double> numberAttribute(hid_t object, const char* name) {
+    if (H5Aexists(object, name) <= 0)
+        return std::nullopt;
+    const Hdf5Attribute attribute{H5Aopen(object, name, H5P_DEFAULT)};
+    const Hdf5Type type{H5Aget_type(attribute)};
+    const Hdf5Space space{H5Aget_space(attribute)};
+    const H5T_class_t kind = H5Tget_class(type);
+    double number = 0;
+    if ((kind != H5T_FLOAT && kind != H5T_INTEGER) || H5Sget_simple_extent_npoints(space) != 1 ||
+        H5Aread(attribute, H5T_NATIVE_DOUBLE, &number) < 0)
+        return std::nullopt;
+    return number;
 }
 
 std::optional<Hdf5Numbers> numbersAt(hid_t file, const std::string& path, zt::u64 count) {

@@ -48,6 +48,9 @@ std::string shapeText(const Hdf5Shape& shape);
 // An attribute with a single text.
 std::optional<std::string> textAttribute(hid_t object, const char* name);
 
+// An attribute with a single number.
+std::optional<double> numberAttribute(hid_t object, const char* name);
+
 struct Hdf5Numbers {
     std::vector<double> values;
     std::string unit; // empty if the dataset has no unit

@@ -127,21 +127,36 @@ std::unique_ptr<FrameStack> openDarks(const FrameFileInfo& info) {
 
 } // namespace
 
-void FieldInspection::judgeDarks(const std::vector<std::string>& paths) {
+JudgedDarks FieldInspection::judged(std::unique_ptr<FrameStack> stack) {
+    FieldSet set = fieldSetOf(*stack, "dark fields");
+    set.areDarks = true;
+    set.wantsThumbnails = wantsThumbnails();
+    if (const FrameFileInfo& info = stack->info(0); info.dataset.ends_with("/data_dark"))
+        for (FieldPlace& place : set.places)
+            place.file = splitDatasetPath(info.path).file + "::" + info.dataset;
+    all.push_back(inspectFields(set, options.limits));
+    announce(all.back());
+    JudgedDarks darks{std::move(stack), {}};
+    for (std::size_t i = 0; i < set.places.size(); ++i)
+        if (options.keepAll || all.back().fields[i].verdict == Verdict::Good)
+            darks.good.push_back(i);
+    return darks;
+}
+
+std::vector<JudgedDarks> FieldInspection::judgeDarks(const std::vector<std::string>& paths) {
+    std::vector<JudgedDarks> sets;
     std::set<std::string> done;
-    for (const std::string& path : paths) {
-        const auto stack = openDarks(FrameFile::open(path)->info());
-        if (!stack || !done.insert(stack->info(0).path).second)
-            continue;
-        FieldSet set = fieldSetOf(*stack, "dark fields");
-        set.areDarks = true;
-        set.wantsThumbnails = wantsThumbnails();
-        if (const FrameFileInfo& info = stack->info(0); info.dataset.ends_with("/data_dark"))
-            for (FieldPlace& place : set.places)
-                place.file = splitDatasetPath(info.path).file + "::" + info.dataset;
-        all.push_back(inspectFields(set, options.limits));
-        announce(all.back());
-    }
+    for (const std::string& path : paths)
+        if (auto stack = openDarks(FrameFile::open(path)->info());
+            stack && done.insert(stack->info(0).path).second)
+            sets.push_back(judged(std::move(stack)));
+    return sets;
+}
+
+std::vector<JudgedDarks> FieldInspection::judgeDarkFile(const std::string& path) {
+    std::vector<JudgedDarks> sets;
+    sets.push_back(judged(std::make_unique<FrameStack>(std::vector{path}, FrameRole::Dark)));
+    return sets;
 }
 
 namespace {

@@ -10,6 +10,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -34,6 +35,12 @@ void addInspectionPaths(CommandPaths& paths, const InspectionOptions& options, W
 // The frames that a text like "3,7-9" names, in ascending order. Throws UsageError with the option.
 std::vector<zt::u64> parseFrameList(const std::string& option, const std::string& text);
 
+// Dark frames, and those of them that are good.
+struct JudgedDarks {
+    std::unique_ptr<FrameStack> stack;
+    std::vector<std::size_t> good; // all, if frames that fail are used
+};
+
 // Judges the sets of frames of a command one after the other, and says what fails.
 class FieldInspection {
 public:
@@ -42,8 +49,10 @@ public:
 
     // The fields of the set to use, as indexes. Throws Error if they are fewer than half of those judged.
     std::vector<std::size_t> judge(const FieldSet& set);
-    // Judges the dark frames of files that hold some. No filter uses them.
-    void judgeDarks(const std::vector<std::string>& paths);
+    // Judges the dark frames of files that mark some, one file after the other.
+    std::vector<JudgedDarks> judgeDarks(const std::vector<std::string>& paths);
+    // Judges all frames of a file, or those that it marks as dark.
+    std::vector<JudgedDarks> judgeDarkFile(const std::string& path);
 
     // What all sets show together; writes the report. To be called when all sets are judged. Throws
     // UsageError if a frame that was chosen by hand does not exist, and Error.
@@ -56,6 +65,7 @@ public:
     std::string countText(std::string_view noun) const;
 
 private:
+    JudgedDarks judged(std::unique_ptr<FrameStack> stack);
     std::vector<std::size_t> chosenByHand(std::size_t count);
     // For a page or a window.
     bool wantsThumbnails() const { return options.finished || needsThumbnails(options.report); }

@@ -7,6 +7,7 @@
 #include "base/Stopwatch.h"
 #include "frame/PixelDigest.h"
 #include "frame/PixelType.h"
+#include "run/FrameLevels.h"
 #include "stack/FrameStack.h"
 #include "uncertainty/SigmaModel.h"
 #include "zt/Types.h"
@@ -46,27 +47,71 @@ struct BatchFrame {
     std::vector<double> corrected;
 };
 
+// Converts a block of pixels to the output's type, and first from counts to the quantity of the output.
+class BlockStore {
+public:
+    BlockStore(zt::u8 fromType, zt::u8 toType, const FrameScale& frameScale)
+        : from(fromType), to(toType), scale(frameScale),
+          scaled(frameScale.quantity == Quantity::Counts ? 0 : blockPixels) {}
+
+    void convert(const std::byte* pixels, std::span<std::byte> stored) {
+        const std::size_t count = stored.size() / pixelSize(to);
+        if (scaled.empty())
+            return convertPixels(pixels, from, stored.data(), to, count);
+        const auto block = std::span(scaled).first(count);
+        auto* const bytes = reinterpret_cast<std::byte*>(block.data());
+        convertPixels(pixels, from, bytes, zt::DT_DOUBLE, count);
+        notPositivePixels += scale.convert(block);
+        convertPixels(bytes, zt::DT_DOUBLE, stored.data(), to, count);
+    }
+    zt::u64 notPositive() const { return notPositivePixels; }
+
+private:
+    zt::u8 from;
+    zt::u8 to;
+    FrameScale scale;
+    std::vector<double> scaled; // empty for counts
+    zt::u64 notPositivePixels = 0;
+};
+
 // The frame as stored, in the output's pixel type, which is added to the digest block by block.
-FramePtr storedForm(FramePtr frame, zt::u8 outputType, PixelDigest& digest) {
+FramePtr storedForm(FramePtr frame, zt::u8 outputType, const FrameScale& scale, FrameRow& row) {
     const zt::u8 type = frame->frameDataType();
-    if (type == outputType) {
+    PixelDigest digest(outputType);
+    if (type == outputType && scale.quantity == Quantity::Counts) {
         digest.addWithOneNan(frame->bytes());
-        return frame;
+    } else {
+        FramePtr stored = Frame::createUnfilled(frame->width(), frame->height(), outputType);
+        BlockStore store(type, outputType, scale);
+        const std::size_t fromBytes = pixelSize(type);
+        const std::size_t toBytes = pixelSize(outputType);
+        for (std::size_t start = 0; start < frame->size(); start += blockPixels) {
+            const std::size_t count = std::min<std::size_t>(blockPixels, frame->size() - start);
+            const auto block = stored->bytes().subspan(start * toBytes, count * toBytes);
+            store.convert(std::as_const(*frame).bytes().data() + start * fromBytes, block);
+            digest.addWithOneNan(block);
+        }
+        row.notPositive = store.notPositive();
+        frame = std::move(stored);
     }
-    FramePtr stored = Frame::createUnfilled(frame->width(), frame->height(), outputType);
-    const std::size_t fromBytes = pixelSize(type);
-    const std::size_t toBytes = pixelSize(outputType);
-    for (std::size_t start = 0; start < frame->size(); start += blockPixels) {
-        const std::size_t count = std::min<std::size_t>(blockPixels, frame->size() - start);
-        const auto block = stored->bytes().subspan(start * toBytes, count * toBytes);
-        convertPixels(frame->bytes().data() + start * fromBytes, type, block.data(), outputType, count);
-        digest.addWithOneNan(block);
+    // All figures describe the frame as stored, so that a user can reproduce them from the file.
+    row.output = digest.figures();
+    row.outputHash = digest.hash();
+    return frame;
+}
+
+// The standard deviations of the quantity of the output.
+FrameSigma sigmaOf(FrameSigma ofCounts, const FrameScale& scale, const Frame& corrected) {
+    if (scale.quantity != Quantity::Counts) {
+        const auto counts = doublesOf(corrected);
+        scale.convertErrors(ofCounts.total, counts);
+        scale.convertErrors(ofCounts.calibration, counts);
     }
-    return stored;
+    return ofCounts;
 }
 
 // The frame in 16 bits. Its figures are those of the values that are read back.
-FramePtr packedForm(const Frame& frame, const PixelPacking& packing, FrameRow& row) {
+FramePtr packedForm(const Frame& frame, const PixelPacking& packing, const FrameScale& scale, FrameRow& row) {
     FramePtr stored = Frame::createUnfilled(frame.width(), frame.height(), zt::DT_U16);
     const zt::u8 type = frame.frameDataType();
     PixelFigures figures(zt::DT_DOUBLE);
@@ -77,6 +122,7 @@ FramePtr packedForm(const Frame& frame, const PixelPacking& packing, FrameRow& r
         convertPixels(frame.bytes().data() + start * pixelSize(type), type,
                       reinterpret_cast<std::byte*>(values.data()), zt::DT_DOUBLE, count);
         const auto packed = stored->pixels<zt::u16>().subspan(start, count);
+        row.notPositive += scale.convert(values);
         row.clipped += packing.pack(values, packed);
         packing.unpack(packed, values);
         figures.add(std::as_bytes(values));
@@ -154,6 +200,8 @@ private:
             item.raw = doublesOf(*item.frame);
         const auto marked = plan.marks ? plan.marks->fill(*item.frame) : std::vector<zt::u32>();
         item.row.marked = marked.size();
+        if (!plan.dark.empty())
+            item.frame->subtract(plan.dark);
         const auto counts = plan.sigma ? FrameCounts::of(*item.frame, marked) : FrameCounts();
         const Stopwatch filtering;
         FrameResult corrected = chain.apply(std::move(item.frame), plan.mode);
@@ -164,24 +212,24 @@ private:
             return fail(item, corrected.failure);
         if (plan.marks)
             plan.marks->finish(*corrected.frame, marked);
-        if (plan.sigma)
-            item.sigma = plan.sigma->of(counts, item.row.choice);
-        // All figures describe the frame as stored, so that a user can reproduce them from the file.
         const Stopwatch storing;
-        if (plan.output.packing)
-            item.frame = packedForm(*corrected.frame, *plan.output.packing, item.row);
-        else
-            storeAsIs(std::move(corrected.frame), item);
+        FrameScale scale;
+        try {
+            if (plan.levels)
+                scale = plan.levels->of(*corrected.frame, item.row.choice);
+        } catch (const Error& error) {
+            return fail(item, error.what());
+        }
+        if (plan.levels)
+            item.row.level = scale.level;
+        if (plan.sigma)
+            item.sigma = sigmaOf(plan.sigma->of(counts, item.row.choice), scale, *corrected.frame);
+        item.frame = plan.output.packing
+                         ? packedForm(*corrected.frame, *plan.output.packing, scale, item.row)
+                         : storedForm(std::move(corrected.frame), plan.output.pixelType, scale, item.row);
         item.times.write = storing.seconds();
         if (listener.frameCorrected)
             item.corrected = valuesOf(*item.frame, plan.output.packing);
-    }
-
-    void storeAsIs(FramePtr corrected, BatchFrame& item) const {
-        PixelDigest digest(plan.output.pixelType);
-        item.frame = storedForm(std::move(corrected), plan.output.pixelType, digest);
-        item.row.output = digest.figures();
-        item.row.outputHash = digest.hash();
     }
 
     void store(BatchFrame& item) {

@@ -16,6 +16,7 @@
 
 namespace ombrel {
 
+class FrameLevels;
 class FrameStack;
 class SigmaModel;
 struct FrameSigma;
@@ -28,9 +29,11 @@ struct BatchPlan {
     zt::u64 end = 0;
     std::optional<double> acqTime; // seconds, for every frame; without it, the time from the file
     ApplyMode mode = ApplyMode::Copy;
-    OutputPlan output;                 // width, height and frames are filled in
-    const FrameMarks* marks = nullptr; // fills marked pixels before the chain; null for none
-    const SigmaModel* sigma = nullptr; // makes the planes of the output; null for none
+    OutputPlan output;                   // width, height and frames are filled in
+    std::span<const double> dark = {};   // subtracted from each frame before the chain; empty for none
+    const FrameLevels* levels = nullptr; // of the quantity that is stored; null for counts
+    const FrameMarks* marks = nullptr;   // fills marked pixels before the chain; null for none
+    const SigmaModel* sigma = nullptr;   // makes the planes of the output; null for none
     // An incomplete output to resume; null for a new one.
     const OutputState* begun = nullptr;
     // The filters carry state from frame to frame: all earlier frames of the stack are passed through them

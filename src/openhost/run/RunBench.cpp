@@ -123,7 +123,7 @@ QJsonObject BenchResult::toJson() const {
 
 BenchResult measureRun(const RunOptions& options, unsigned rounds, Console& console) {
     RunSetup run(options, console);
-    for (const std::string& line : warningsOn(run.workers.chains[0], run.stack.pixelType(run.range.begin)))
+    for (const std::string& line : warningsOn(run))
         console.message(line);
     BenchResult result;
     describe(result, run);

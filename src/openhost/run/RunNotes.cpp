@@ -64,6 +64,8 @@ void RunNotes::add(zt::u64 frame, const FrameRow& row) {
         clippedPixels += row.clipped;
         clippedFrames.push_back(frame);
     }
+    notPositive += row.notPositive;
+    framesNotPositive += row.notPositive != 0 ? 1 : 0;
     if (row.inputHash == 0)
         return; // the frame could not be read
     const zt::u64 pixels = zt::u64{stack->width()} * stack->height();
@@ -112,6 +114,10 @@ std::vector<std::string> RunNotes::remarks() const {
                         frameListText(kind.frames));
     if (clippedPixels > 0)
         lines.push_back(clippedText());
+    if (notPositive != 0)
+        lines.push_back(countText(notPositive, "pixel") + " of " + countText(framesNotPositive, "frame") +
+                        (notPositive == 1 ? " is" : " are") +
+                        " 0 or below and thus without attenuation: NaN in the output");
     return lines;
 }
 

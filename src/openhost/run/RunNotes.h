@@ -49,6 +49,8 @@ private:
     std::vector<Kind> oddFrames;
     zt::u64 clippedPixels = 0;
     std::vector<zt::u64> clippedFrames;
+    zt::u64 notPositive = 0; // pixels
+    zt::u64 framesNotPositive = 0;
 };
 
 } // namespace ombrel

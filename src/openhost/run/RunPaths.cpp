@@ -6,6 +6,7 @@
 #include "frame/FrameOutput.h"
 #include "frame/PreviewImage.h"
 #include "host/PluginLibrary.h"
+#include "inspection/MeanDark.h"
 #include "settings/SettingsFile.h"
 #include "settings/SettingsFiles.h"
 
@@ -79,6 +80,11 @@ void addFrames(CommandPaths& paths, const std::string& path, const std::string& 
     paths.readsThrough(own, "a source of " + what, [=] { return FrameFile::sourcesOf(own); });
 }
 
+void addDarkFile(CommandPaths& paths, const std::string& option) {
+    if (isDarkFile(option))
+        addFrames(paths, option, "the dark frames");
+}
+
 void addInput(CommandPaths& paths, const std::string& input, NamedBy by) {
     addFrames(paths, input, "an input", by);
     for (const std::string& file : FrameOutput::filesBeside(splitDatasetPath(input).file))
@@ -95,6 +101,7 @@ CommandPaths pathsOf(const RunOptions& options) {
     CommandPaths paths;
     for (const std::string& input : options.inputs)
         addInput(paths, input);
+    addDarkFile(paths, options.dark);
     if (options.mask.isFile())
         addFrames(paths, options.mask.source, "the device mask");
     addPlugin(paths, options.plugin);

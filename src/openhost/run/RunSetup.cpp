@@ -12,6 +12,7 @@
 #include "metadata/Metadata.h"
 #include "run/RunSigma.h"
 #include "run/TouchedPixels.h"
+#include "settings/CalibrationFacts.h"
 #include "settings/Settings.h"
 #include "settings/SettingsFiles.h"
 #include "zt/IPrivateFilters.h"
@@ -89,6 +90,9 @@ RunRecord makeRecord(RunSetup& setup) {
     record.keepNan = options.marks.keepNan;
     record.acqTime = options.acqTime;
     recordSigma(record, options.sigma);
+    recordDark(record, setup);
+    record.quantity = options.quantity.quantity;
+    record.levelRegion = options.quantity.levelRegion;
     return record;
 }
 
@@ -127,9 +131,14 @@ bool setsAWrite(const std::string& assignment) {
 }
 
 SettingsSource sourceOf(const RunOptions& options, const Device& device, const LinkOptions& link,
-                        SelectionLogs* choices, std::size_t worker) {
+                        WorkerChains& workers) {
+    const std::size_t worker = workers.chains.size();
     SettingsSource source{link.settings, link.contents, {}, worker == 0};
-    source.change = [=, &options, &device, &link](Settings& settings) {
+    source.change = [=, &options, &device, &link, &workers](Settings& settings) {
+        SelectionLogs* const choices = workers.choices.get();
+        if (worker == 0)
+            workers.facts.push_back(
+                {link.settings, factsOf(settings.contents()), filterGroupsOf(settings.contents())});
         const std::string wrong = misfit(settings.contents(), link.settings, device.width(), device.height());
         if (!wrong.empty())
             throw Misfit(wrong);
@@ -144,12 +153,13 @@ SettingsSource sourceOf(const RunOptions& options, const Device& device, const L
 }
 
 // All settings are loaded before the first parameter is set.
-Chain makeChain(Session& session, const RunOptions& options, SelectionLogs* choices, std::size_t worker) {
+Chain makeChain(Session& session, const RunOptions& options, WorkerChains& workers) {
+    SelectionLogs* const choices = workers.choices.get();
     Chain chain;
     for (const LinkOptions& link : options.links) {
         FilterLink& made = chain.add(session.makeLink(link.name));
         if (!link.settings.empty())
-            made.loadSettings(sourceOf(options, session.device(), link, choices, worker));
+            made.loadSettings(sourceOf(options, session.device(), link, workers));
     }
     for (const std::string& assignment : options.params) {
         if (options.discardLogs && setsAWrite(assignment))
@@ -234,7 +244,9 @@ std::string unseenZeroPixels(zt::u8 pixelType) {
            ", so dead pixels stay; calibrate with --bad ff to find them by their coefficients";
 }
 
-std::vector<std::string> warningsOn(Chain& chain, zt::u8 pixelType) {
+std::vector<std::string> warningsOn(RunSetup& setup) {
+    Chain& chain = setup.workers.chains[0];
+    const zt::u8 pixelType = setup.dark ? zt::u8{zt::DT_DOUBLE} : setup.stack.pixelType(setup.range.begin);
     std::vector<std::string> warnings;
     const auto add = [&](const std::string& text) {
         if (!text.empty())
@@ -260,9 +272,7 @@ WorkerChains makeWorkerChains(Session& session, const RunOptions& options, zt::u
     WorkerChains workers;
     if (!options.noChoice && std::ranges::count_if(options.links, choosesGridPoints) == 1)
         workers.choices = std::make_unique<SelectionLogs>();
-    const auto addChain = [&] {
-        workers.chains.push_back(makeChain(session, options, workers.choices.get(), workers.chains.size()));
-    };
+    const auto addChain = [&] { workers.chains.push_back(makeChain(session, options, workers)); };
     const zt::u64 before = residentMemory();
     addChain();
     const zt::u64 grown = residentMemory() - std::min(before, residentMemory());
@@ -327,9 +337,11 @@ WorkerChains loadedChains(RunSetup& setup, Console& console) {
 }
 
 // Only beam hardening changes them, to the unit of its thicknesses, which it does not know.
-std::string unitsOf(const std::vector<LinkOptions>& links) {
+std::string unitsOf(const RunOptions& options) {
     const auto changes = [](const LinkOptions& link) { return link.name == "Beam-hardening"; };
-    return std::ranges::any_of(links, changes) ? "" : "counts";
+    return std::ranges::any_of(options.links, changes)
+               ? ""
+               : std::string(quantityUnits(parseQuantity(options.quantity.quantity)));
 }
 
 OutputPlan outputPlan(RunSetup& setup) {
@@ -341,7 +353,10 @@ OutputPlan outputPlan(RunSetup& setup) {
                                                          : zt::DT_FLOAT;
     plan.record = setup.record.toJson();
     plan.settingsFiles = settingsFilesOf(setup.options);
-    plan.units = unitsOf(setup.options.links);
+    plan.units = unitsOf(setup.options);
+    if (!plan.units.empty())
+        plan.quantity = setup.options.quantity.quantity;
+    plan.level = knownLevel(setup);
     const auto sources = setup.stack.filesOf(setup.range.begin, setup.range.end);
     plan.addMetadata = [sources, isNexus = isNexusPath(plan.path)](const std::string& newFile) {
         copyMetadata(sources, newFile, isNexus);
@@ -363,7 +378,10 @@ RunSetup::RunSetup(const RunOptions& runOptions, Console& console)
       stack(options.inputs, FrameRole::Sample), range(checkedRange(options, stack)),
       mask(deviceMaskFor(options.mask, stack.info(0))),
       session(console, options.plugin, {options.deviceType, stack.width(), stack.height()}),
-      workers(loadedChains(*this, console)), sigma(sigmaModelOf(*this, console)), record(makeRecord(*this)) {
+      workers(loadedChains(*this, console)), dark(darkOf(*this, console)), levels(levelsOf(*this)),
+      sigma(sigmaModelOf(*this, console)), record(makeRecord(*this)) {
+    console.warning(unusedDarks(*this));
+    console.warning(flatTimeNote(*this));
     if (options.resume)
         begun = outputToResume(options.output, record);
 }
@@ -379,6 +397,8 @@ BatchResult RunSetup::run(const BatchListener& listener) {
                    .acqTime = options.acqTime,
                    .mode = options.replace ? ApplyMode::Replace : ApplyMode::Copy,
                    .output = outputPlan(*this),
+                   .dark = dark ? std::span<const double>(dark->mean) : std::span<const double>(),
+                   .levels = levels ? &*levels : nullptr,
                    .marks = &marks,
                    .sigma = sigma.get(),
                    .begun = begun ? &*begun : nullptr,

@@ -8,7 +8,10 @@
 #include "host/Chain.h"
 #include "host/Session.h"
 #include "inspection/FrameMarks.h"
+#include "inspection/MeanDark.h"
 #include "run/BatchRun.h"
+#include "run/FrameLevels.h"
+#include "run/RunDark.h"
 #include "run/SelectionLogs.h"
 #include "stack/FrameStack.h"
 #include "stack/PixelMask.h"
@@ -50,6 +53,8 @@ struct RunOptions {
     std::optional<std::array<double, 2>> scale; // the range of values that a 16-bit output stores
     std::string frames = ":";
     std::optional<double> acqTime; // seconds
+    QuantityOptions quantity;
+    std::string dark = ownDark; // see measureDark(); "auto" is the one of the calibrations
     bool replace = false;
     bool force = false;
     int deviceType = 1;
@@ -94,13 +99,14 @@ struct WorkerChains {
     std::vector<Chain> chains;              // at least one
     bool remember = false;                  // a filter's result depends on earlier frames
     std::unique_ptr<SelectionLogs> choices; // null unless an adaptive filter's choices are recorded
+    std::vector<LinkFacts> facts;           // of the links that have settings, in the order of the chain
 };
 
 // The warning that Flat-Field does not find zero pixels in frames of that type; empty if it does.
 std::string unseenZeroPixels(zt::u8 pixelType);
 
-// Warnings about a loaded chain and the pixel type of its frames, one line each.
-std::vector<std::string> warningsOn(Chain& chain, zt::u8 pixelType);
+// Warnings about the loaded chain and the pixel type of its frames, one line each.
+std::vector<std::string> warningsOn(RunSetup& setup);
 
 // One chain per job, or only one if a filter carries state from frame to frame, or fewer if memory is short;
 // with a message, if the user gave the number or memory is short. Never more chains than frames. Throws
@@ -125,6 +131,8 @@ struct RunSetup {
     std::optional<PixelMask> mask; // of the device
     Session session;
     WorkerChains workers;
+    std::optional<DarkField> dark;     // subtracted from each frame before the chain
+    std::optional<FrameLevels> levels; // by which corrected frames are divided; nothing for counts
     std::unique_ptr<SigmaModel> sigma; // null unless wanted
     RunRecord record;
     std::optional<OutputState> begun; // the output to resume

@@ -76,6 +76,10 @@ std::unique_ptr<SigmaModel> makeSigmaModel(const SigmaSources& sources, std::spa
                    .gain = sources.gain,
                    .deviceMask = sources.mask ? sources.mask->deviceBytes() : std::vector<zt::u8>(),
                    .keepNan = sources.keepNan};
+    if (sources.dark) {
+        plan.dark = sources.dark->mean;
+        plan.darkFrames = sources.dark->frames;
+    }
     for (const LoadedLink& loaded : links)
         plan.links.push_back({loaded.link->name(), loaded.settings, loaded.contents,
                               filledBy(*loaded.link, sources), loaded.link->filter().parameters()});
@@ -95,7 +99,8 @@ std::unique_ptr<SigmaModel> sigmaModelOf(RunSetup& setup, Console& console) {
                                  .stack = setup.stack,
                                  .mask = setup.mask,
                                  .gain = options.sigma.gain,
-                                 .keepNan = options.marks.keepNan},
+                                 .keepNan = options.marks.keepNan,
+                                 .dark = setup.dark ? &*setup.dark : nullptr},
                                 links);
     if (!options.sigma.gain && !options.quiet)
         console.message(model->gainText());

@@ -38,6 +38,7 @@ struct SigmaSources {
     const std::optional<PixelMask>& mask;
     std::optional<double> gain; // if it is given
     bool keepNan = false;
+    const DarkField* dark = nullptr; // that is subtracted; null for none
 };
 
 // Throws UsageError or Error if errors cannot be followed through the chain.

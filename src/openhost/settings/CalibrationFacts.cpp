@@ -1,6 +1,7 @@
 #include "settings/CalibrationFacts.h"
 
 #include "base/Error.h"
+#include "base/Numbers.h"
 #include "settings/SettingsFiles.h"
 
 #include <algorithm>
@@ -13,6 +14,12 @@ namespace {
 
 constexpr std::string_view levelKey = "Level";
 constexpr std::string_view flatFieldsKey = "FlatFields";
+constexpr std::string_view flatTimeKey = "FlatTime";
+constexpr std::string_view darkKey = "Dark";
+constexpr std::string_view darkHashKey = "DarkHash";
+constexpr std::string_view darkFramesKey = "DarkFields";
+constexpr std::string_view darkWidthKey = "DarkWidth";
+constexpr std::string_view darkTimeKey = "DarkTime";
 constexpr std::string_view gridDivisorsKey = "GridDivisors";
 constexpr std::string_view gridFlatFieldsKey = "GridFlatFields";
 constexpr std::string_view maskFramesKey = "MaskFrames";
@@ -29,6 +36,29 @@ Blob blobOf(const std::vector<double>& values) {
     return Blob(std::as_bytes(std::span(values)));
 }
 
+void noteDark(SettingsTree& settings, const DarkField& dark) {
+    settings.set(ownGroup, darkFramesKey, dark.frames);
+    settings.set(ownGroup, darkHashKey, dark.hash);
+    if (dark.seconds != 0)
+        settings.set(ownGroup, darkTimeKey, dark.seconds);
+    settings.set(ownGroup, darkWidthKey, static_cast<int>(dark.width));
+    settings.set(ownGroup, darkKey, blobOf(dark.mean));
+}
+
+std::optional<DarkField> darkOf(const SettingsTree& settings) {
+    const auto width = valueOf<int>(settings, darkWidthKey);
+    if (!width || *width <= 0)
+        return std::nullopt;
+    DarkField dark;
+    dark.mean = doublesOf(settings, ownGroup, darkKey);
+    dark.width = static_cast<zt::u32>(*width);
+    dark.height = static_cast<zt::u32>(dark.mean.size() / dark.width);
+    dark.frames = valueOf<int>(settings, darkFramesKey).value_or(0);
+    dark.seconds = valueOf<double>(settings, darkTimeKey).value_or(0);
+    dark.hash = valueOf<std::string>(settings, darkHashKey).value_or("");
+    return dark;
+}
+
 } // namespace
 
 void noteFacts(SettingsTree& settings, const CalibrationFacts& facts) {
@@ -42,6 +72,10 @@ void noteFacts(SettingsTree& settings, const CalibrationFacts& facts) {
         settings.set(ownGroup, maskFramesKey, blobOf(facts.maskFrames));
     if (!facts.maskCorrection.empty())
         settings.set(ownGroup, maskCorrectionKey, facts.maskCorrection);
+    if (facts.seconds)
+        settings.set(ownGroup, flatTimeKey, *facts.seconds);
+    if (facts.dark)
+        noteDark(settings, *facts.dark);
     if (facts.points.empty())
         return;
     std::vector<double> divisors;
@@ -61,6 +95,8 @@ CalibrationFacts factsOf(const SettingsTree& settings) {
     facts.gain = valueOf<double>(settings, gainKey);
     facts.maskFrames = doublesOf(settings, ownGroup, maskFramesKey);
     facts.maskCorrection = valueOf<std::string>(settings, maskCorrectionKey).value_or("");
+    facts.dark = darkOf(settings);
+    facts.seconds = valueOf<double>(settings, flatTimeKey);
     const auto divisors = doublesOf(settings, ownGroup, gridDivisorsKey);
     const auto flatFields = doublesOf(settings, ownGroup, gridFlatFieldsKey);
     for (std::size_t i = 0; i < std::min(divisors.size(), flatFields.size()); ++i)
@@ -73,6 +109,20 @@ CalibrationFacts validFactsOf(const SettingsTree& settings, const std::string& p
         throw Error(path + ": the filter's settings were changed since the calibration, so that its level no "
                            "longer applies; calibrate again");
     return factsOf(settings);
+}
+
+std::string factsText(const CalibrationFacts& facts) {
+    std::string text;
+    if (facts.level)
+        text += "  level         " + numberText(*facts.level) + " counts, of " +
+                countText(static_cast<zt::u64>(facts.flatFields.value_or(0)), "flat field") + '\n';
+    if (!facts.points.empty())
+        text += "  level         of " + countText(facts.points.size(), "grid point") + '\n';
+    if (facts.dark)
+        text += "  dark          " + countText(static_cast<zt::u64>(facts.dark->frames), "frame") + " of " +
+                sizeText(facts.dark->width, facts.dark->height) + ", with the hash " + facts.dark->hash +
+                '\n';
+    return text;
 }
 
 } // namespace ombrel

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "settings/Settings.h"
+#include "zt/Types.h"
 
 #include <optional>
 #include <string>
@@ -16,6 +17,16 @@ struct GridPointFacts {
     // The number of frames whose mean the flat field is, or, for one that was predicted by the surfaces of a
     // refined grid, whose mean would be as precise; 0 for a hole.
     double flatFields = 0;
+};
+
+// The mean of dark frames, which is subtracted from every frame before the first filter.
+struct DarkField {
+    std::vector<double> mean; // counts a frame, row by row
+    zt::u32 width = 0;
+    zt::u32 height = 0;
+    int frames = 0;     // that were averaged
+    double seconds = 0; // acquisition time of each; 0 if not known or not the same
+    std::string hash;   // of the mean
 };
 
 // What a calibration stores of its flat fields, besides the filter's own settings, in ombrel's group. It
@@ -36,6 +47,10 @@ struct CalibrationFacts {
     std::string maskCorrection;
     // Counts a photon, from the noise of the frames; nothing for too few frames.
     std::optional<double> gain;
+    // Subtracted from each frame that the calibration was made from.
+    std::optional<DarkField> dark;
+    // The acquisition time of each flat field; nothing if it is not known or not the same.
+    std::optional<double> seconds;
 };
 
 void noteFacts(SettingsTree& settings, const CalibrationFacts& facts);
@@ -43,5 +58,8 @@ void noteFacts(SettingsTree& settings, const CalibrationFacts& facts);
 CalibrationFacts factsOf(const SettingsTree& settings);
 // Like factsOf(), for a user who depends on them. Throws Error when the filter's groups were changed since.
 CalibrationFacts validFactsOf(const SettingsTree& settings, const std::string& path);
+
+// The lines on them of `ombrel info`.
+std::string factsText(const CalibrationFacts& facts);
 
 } // namespace ombrel

@@ -235,6 +235,20 @@ public:
             throw Error("the heap is truncated");
         at += count * sizeof(float);
     }
+    std::vector<float> nextFloats() {
+        const auto count = next<zt::u64>();
+        const zt::u64 start = at;
+        skipFloats(count);
+        std::vector<float> values(count);
+        file.readAt(start, std::as_writable_bytes(std::span(values)));
+        return values;
+    }
+    Size skipImage() {
+        const auto width = next<zt::u32>();
+        const auto height = next<zt::u32>();
+        skipFloats(zt::u64{width} * height);
+        return {width, height};
+    }
 
 private:
     FileDescriptor file;
@@ -246,18 +260,12 @@ std::optional<Size> flatFieldSize(const std::string& path) {
     try {
         HeapWalk heap(path);
         heap.next<zt::i32>(); // the element's size
-        const auto skipImage = [&] {
-            const auto width = heap.next<zt::u32>();
-            const auto height = heap.next<zt::u32>();
-            heap.skipFloats(zt::u64{width} * height);
-            return Size{width, height};
-        };
         if (heap.next<zt::i32>() != 0)
-            skipImage();
+            heap.skipImage();
         for (int axis = 0; axis < 3; ++axis)
             heap.skipFloats(heap.next<zt::u64>());
         for (;;)
-            if (const Size size = skipImage(); size != Size{1, 1})
+            if (const Size size = heap.skipImage(); size != Size{1, 1})
                 return size;
     } catch (const Error&) {
         return std::nullopt;
@@ -265,6 +273,16 @@ std::optional<Size> flatFieldSize(const std::string& path) {
 }
 
 } // namespace
+
+std::array<std::vector<float>, 3> heapAxes(const std::string& heapPath) {
+    HeapWalk heap(heapPath);
+    heap.next<zt::i32>(); // the element's size
+    if (heap.next<zt::i32>() != 0)
+        heap.skipImage(); // the mask
+    auto v = heap.nextFloats();
+    auto t = heap.nextFloats();
+    return {std::move(v), std::move(t), heap.nextFloats()};
+}
 
 std::string misfit(const SettingsTree& settings, const std::string& path, zt::u32 width, zt::u32 height) {
     const std::string frames = "; the frames have " + sizeText(width, height);

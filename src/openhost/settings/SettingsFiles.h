@@ -3,6 +3,7 @@
 #include "settings/Settings.h"
 #include "zt/Types.h"
 
+#include <array>
 #include <map>
 #include <string>
 #include <string_view>
@@ -63,6 +64,9 @@ std::map<std::string, std::string> discardWrites(Settings& settings);
 inline constexpr std::string_view dumpKey = "DumpCompensationImages";
 // ...with names of this form.
 bool isDumpName(const std::string& name);
+
+// The values of the grid of a calibration heap, on the axes of V, T and E. Throws Error.
+std::array<std::vector<float>, 3> heapAxes(const std::string& heapPath);
 
 // With --force, an existing settings file of any filter is replaced. Throws Error for a file that does not
 // read as settings: a mistyped name must not cost measured frames.

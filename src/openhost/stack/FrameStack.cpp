@@ -28,15 +28,14 @@ void UnusedDarks::add(const FrameFileInfo& info) {
         counts[info.path] = info.kinds->dark;
 }
 
-std::string UnusedDarks::text() const {
+std::string UnusedDarks::text(const std::string& reason) const {
     if (counts.empty())
         return {};
     zt::u64 frames = 0;
     for (const auto& [path, count] : counts)
         frames += count;
     const std::string files = counts.size() == 1 ? "" : " and " + countText(counts.size() - 1, "more file");
-    return counts.begin()->first + files + ": not used: " + countText(frames, "dark frame") +
-           "; no filter subtracts dark frames";
+    return counts.begin()->first + files + ": not used: " + countText(frames, "dark frame") + "; " + reason;
 }
 
 FrameStack::FrameStack(const std::vector<std::string>& inputs, FrameRole wantedRole) : role(wantedRole) {

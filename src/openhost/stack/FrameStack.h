@@ -16,7 +16,8 @@ class UnusedDarks {
 public:
     // Adding a file again is harmless.
     void add(const FrameFileInfo& info);
-    std::string text() const;
+    // A message with the reason; empty without dark frames.
+    std::string text(const std::string& reason) const;
 
 private:
     std::map<std::string, zt::u32> counts; // of each file, by its path
@@ -48,8 +49,8 @@ public:
     double acqTime(zt::u64 frame);
     // Whether reading the frames out of order costs nothing. Otherwise a file may have to be unpacked again.
     bool readsInAnyOrder() const;
-    // A message on dark frames in the files, which no command uses; empty if the files hold no dark frames.
-    std::string unusedDarks() const { return darks.text(); }
+    // A message that dark frames in the files are not used, for this reason; empty if the files hold none.
+    std::string unusedDarks(const std::string& reason) const { return darks.text(reason); }
     // A message on files of a folder that hold no frames; empty if all do.
     const std::string& passedOver() const { return others; }
     // "PATH, frame N", the frame counted in its file.

@@ -62,6 +62,8 @@ SigmaModel::SigmaModel(const SigmaPlan& plan) : deviceMask(plan.deviceMask), kee
     auto gain = plan.gain;
     links = errorsOfChain(plan.links, gain);
     noise.gain = gain.value_or(1);
+    noise.dark = plan.dark;
+    noise.darkFrames = plan.darkFrames;
     char counts[32];
     std::snprintf(counts, sizeof counts, "%.4g", noise.gain);
     gainNote =

@@ -31,6 +31,8 @@ struct SigmaPlan {
     std::optional<double> gain;     // counts a photon; unset: as calibrated, else 1
     std::vector<zt::u8> deviceMask; // 0: no pixel; empty for none
     bool keepNan = false;           // pixels that the detector marked become NaN
+    std::vector<double> dark = {};  // mean that was subtracted; empty for none
+    double darkFrames = 0;          // that it is of
 };
 
 // The standard deviations of a corrected frame, row by row.

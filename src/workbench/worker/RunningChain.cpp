@@ -2,6 +2,8 @@
 
 #include "base/Error.h"
 #include "calibration/AdaptiveSettings.h"
+#include "inspection/MeanDark.h"
+#include "settings/SettingsFile.h"
 #include "settings/SettingsFiles.h"
 
 #include <algorithm>
@@ -56,11 +58,12 @@ std::vector<LinkReport> RunningChain::follow(const ChainState& wanted) {
         next.back().state = state;
     }
     links = std::move(next);
+    chooseDark();
     return reports;
 }
 
 RunningChain::RunningLink RunningChain::makeLink(const LinkState& wanted) {
-    RunningLink running{wanted, host->makeLink(wanted.filter), {}, {}, {}};
+    RunningLink running{wanted, host->makeLink(wanted.filter), {}, {}, {}, {}};
     running.state.params.clear();
     running.report.id = wanted.id;
     running.report.revision = wanted.revision;
@@ -82,18 +85,22 @@ RunningChain::RunningLink RunningChain::makeLink(const LinkState& wanted) {
 void RunningChain::load(RunningLink& running) {
     const LinkState& state = running.state;
     if (state.unsaved) {
+        if (std::filesystem::exists(state.settings)) // saving keeps what the calibration stored there
+            running.facts = {state.settings, factsOf(readSettings(state.settings)), {}};
         running.report.failure = loadInto(running.link.filter(), *state.unsaved);
         return;
     }
     if (state.settings.empty() || !std::filesystem::exists(state.settings))
         return; // default settings; the first frame shows whether they suffice
     SettingsSource source{state.settings, state.settings, {}};
-    if (choosesGridPoints(state))
-        source.change = [&](Settings& settings) {
+    source.change = [&](Settings& settings) {
+        running.facts = {state.settings, factsOf(settings.contents()), {}};
+        if (choosesGridPoints(state)) {
             running.ownWrites = discardWrites(settings);
             running.ownWrites.try_emplace(logKey); // its quality values are redirected below
             choices.redirect(settings, logNumber(state));
-        };
+        }
+    };
     running.link.loadSettings(source);
 }
 
@@ -128,7 +135,31 @@ std::string RunningChain::setParam(RunningLink& running, const std::string& name
     }
 }
 
+// The same as a run's; a message of a run that cannot start is the reason why no frame is corrected.
+void RunningChain::chooseDark() {
+    std::vector<LinkFacts> facts;
+    for (const RunningLink& running : links)
+        if (running.state.enabled && !running.facts.settings.empty())
+            facts.push_back(running.facts);
+    darkFailure.clear();
+    try {
+        dark = darkOfCalibrations(facts);
+    } catch (const Error& error) {
+        darkFailure = error.what();
+    }
+}
+
 FrameResult RunningChain::apply(FramePtr frame) {
+    if (!darkFailure.empty())
+        return {nullptr, darkFailure};
+    if (dark) {
+        try {
+            checkDarkSize(*dark, frame->width(), frame->height(), frame->frameName());
+        } catch (const Error& error) {
+            return {nullptr, error.what()};
+        }
+        frame->subtract(dark->mean);
+    }
     FrameResult result{std::move(frame), {}};
     for (RunningLink& running : links) {
         if (!running.state.enabled)

@@ -3,6 +3,7 @@
 #include "frame/FrameRow.h"
 #include "host/Chain.h"
 #include "model/Workspace.h"
+#include "run/RunDark.h"
 #include "run/RunSigma.h"
 #include "run/SelectionLogs.h"
 #include "worker/PluginHost.h"
@@ -42,6 +43,7 @@ private:
         // Settings that make the filter write files, as texts by key. They are off here and apply to batch
         // runs only.
         std::map<std::string, std::string> ownWrites;
+        LinkFacts facts; // without settings, those of no calibration
 
         bool isFor(const LinkState& wanted) const {
             return state.id == wanted.id && state.revision == wanted.revision;
@@ -50,12 +52,15 @@ private:
 
     RunningLink makeLink(const LinkState& wanted);
     void load(RunningLink& running);
+    void chooseDark();
     // False when no edit differs.
     bool applyEdits(RunningLink& running, const LinkState& wanted);
     std::string setParam(RunningLink& running, const std::string& name, const std::string& text);
 
     PluginHostPtr host; // first member: the filters end before the host
     std::vector<RunningLink> links;
+    std::optional<DarkField> dark; // subtracted from each frame, as in a run
+    std::string darkFailure;       // why there is none; empty without a failure
     SelectionLogs choices;
     zt::u64 choicesRead = 0;
 };
