@@ -9,6 +9,7 @@
 #include "frame/Statistics.h"
 #include "inspection/InspectionReport.h"
 #include "run/RunPaths.h"
+#include "settings/CalibrationFacts.h"
 #include "settings/SettingsFile.h"
 #include "settings/SettingsFiles.h"
 #include "stack/FileReport.h"
@@ -97,6 +98,7 @@ void showSettings(const std::string& path, Console& console) {
     std::string text = settingsReportText(settings, path);
     if (const std::string note = inspectionNote(settings); !note.empty())
         text += "  flat fields   " + note + '\n';
+    text += factsText(factsOf(settings));
     console.result(text);
 }
 

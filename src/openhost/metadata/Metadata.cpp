@@ -282,7 +282,37 @@ zt::u64 countFrames(const std::vector<FramesOfFile>& sources) {
     return frames;
 }
 
+void addMetadata(const std::vector<FramesOfFile>& sources, hid_t target, bool isNexus) {
+    const Source first(sources.front());
+    Metadata metadata(first, target);
+    for (std::size_t i = 1; i < sources.size() && metadata.wantsMore(); ++i)
+        metadata.append(Source(sources[i]));
+    metadata.write();
+    linkLayouts(target, isNexus);
+}
+
+herr_t addDataset(hid_t, const char* name, const H5O_info_t* info, void* paths) {
+    if (info->type == H5O_TYPE_DATASET)
+        static_cast<std::vector<std::string>*>(paths)->push_back(std::string("/") + name);
+    return 0;
+}
+
 } // namespace
+
+std::vector<std::string> metadataOf(const FramesOfFile& frames) {
+    if (!isHdf5File(frames.path))
+        return {};
+    const Hdf5Session session;
+    const Hdf5Properties inMemory{H5Pcreate(H5P_FILE_ACCESS)};
+    H5Pset_fapl_core(inMemory, std::size_t{1} << 16, false);
+    const Hdf5FileHandle target{H5Fcreate("metadata", H5F_ACC_TRUNC, H5P_DEFAULT, inMemory)};
+    std::vector<std::string> paths;
+    if (!target.isOpen())
+        return paths;
+    addMetadata({frames}, target, false);
+    H5Ovisit(target, H5_INDEX_NAME, H5_ITER_INC, addDataset, &paths);
+    return paths;
+}
 
 void copyMetadata(const std::vector<FramesOfFile>& sources, const std::string& newFile, bool isNexus) {
     if (sources.empty())
@@ -294,14 +324,7 @@ void copyMetadata(const std::vector<FramesOfFile>& sources, const std::string& n
             changeFile(newFile, [&](hid_t target) { writePageTags(target, tags, countFrames(sources)); });
         return;
     }
-    changeFile(newFile, [&](hid_t target) {
-        const Source first(sources.front());
-        Metadata metadata(first, target);
-        for (std::size_t i = 1; i < sources.size() && metadata.wantsMore(); ++i)
-            metadata.append(Source(sources[i]));
-        metadata.write();
-        linkLayouts(target, isNexus);
-    });
+    changeFile(newFile, [&](hid_t target) { addMetadata(sources, target, isNexus); });
 }
 
 } // namespace ombrel

@@ -30,4 +30,7 @@ void copyMetadata(const std::vector<FramesOfFile>& sources, const std::string& n
 // if it would be large.
 ImageTags imageTagsOf(const std::vector<FramesOfFile>& sources);
 
+// The paths of the datasets that a run with these frames adds to its output, ascending. Throws Error.
+std::vector<std::string> metadataOf(const FramesOfFile& frames);
+
 } // namespace ombrel

@@ -7,6 +7,9 @@
 #include "frame/FrameOutput.h"
 #include "frame/PixelFaults.h"
 #include "frame/PixelType.h"
+#include "metadata/Metadata.h"
+#include "stack/InputFiles.h"
+#include "stack/PixelMask.h"
 #include "zt/Types.h"
 
 #include <algorithm>
@@ -173,6 +176,33 @@ std::string touchedText(std::span<const zt::u32> touched) {
     return countText(countFaulty(touched), "pixel") + (reasons.empty() ? "" : reasons + ')');
 }
 
+// "/exchange/theta, /measurement/title and 12 more"
+std::string metadataText(const std::vector<std::string>& paths) {
+    constexpr std::size_t mostNamed = 4;
+    std::string text;
+    for (std::size_t i = 0; i < std::min(paths.size(), mostNamed); ++i)
+        text += (i == 0 ? "" : ", ") + paths[i];
+    return text +
+           (paths.size() > mostNamed ? " and " + std::to_string(paths.size() - mostNamed) + " more" : "");
+}
+
+// "transmission, level 3469.6"
+std::string quantityText(const OutputPlan& plan) {
+    return plan.quantity + (plan.level ? ", level " + numberText(*plan.level) : "");
+}
+
+// What `ombrel run` does with the file.
+std::string runUse(const FileReport& report) {
+    const FrameFileInfo& info = report.info;
+    const zt::u32 frames = info.kinds ? info.kinds->sample : info.frames;
+    std::string text = countText(frames, "frame") + (info.kinds ? " of the sample" : "");
+    if (info.kinds && info.kinds->dark > 0)
+        text += ", " + countText(info.kinds->dark, "dark") + " if calibrated with them";
+    if (report.masked)
+        text += ", a mask of " + countText(*report.masked, "pixel");
+    return text;
+}
+
 std::string reportLine(const std::string& name, const std::string& value) {
     constexpr std::size_t column = 14;
     return "  " + name + std::string(column - name.size(), ' ') + value + '\n';
@@ -185,13 +215,55 @@ void ValueRange::include(double value) {
     max = std::max(max < min ? value : max, value);
 }
 
+namespace {
+
+// A mask that cannot be read is reported by the run.
+std::optional<zt::u64> maskedPixels(const FrameFileInfo& info) {
+    try {
+        if (const auto mask = deviceMaskFor({}, info))
+            return mask->masked();
+    } catch (const Error&) {
+    }
+    return std::nullopt;
+}
+
+// An output that is being written, or of another version, is described without it.
+void addOutput(FileReport& report, const std::string& path) {
+    try {
+        if (const auto state = FrameOutput::stateOf(path)) {
+            report.output = state->plan;
+            report.record = RunRecord::fromJson(state->plan.record);
+        }
+    } catch (const Error&) {
+    }
+}
+
+// Of the frames that a run uses; nothing if it uses none.
+std::vector<std::string> metadataFor(const FrameFileInfo& info) {
+    try {
+        const auto frames = FrameFile::open(info.path, FrameRole::Sample)->info().frames;
+        return isFileSeries(info.path) ? std::vector<std::string>() : metadataOf({info.path, 0, frames});
+    } catch (const Error&) {
+        return {};
+    }
+}
+
+} // namespace
+
 FileReport reportOnFile(const FrameFile& file) {
-    FileReport report{file.info(), {}, {}};
+    FileReport report;
+    report.info = file.info();
     if (report.info.acqTime)
         for (zt::u32 frame = 0; frame < report.info.frames; ++frame)
             report.acqTimes.include(file.acqTime(frame));
-    if (report.info.run)
-        report.touched = FrameOutput::touchedIn(splitDatasetPath(report.info.path).file);
+    const std::string path = splitDatasetPath(report.info.path).file;
+    if (report.info.run) {
+        report.touched = FrameOutput::touchedIn(path);
+        addOutput(report, path);
+    } else {
+        report.masked = maskedPixels(report.info);
+    }
+    report.metadata = metadataFor(report.info);
     return report;
 }
 
@@ -224,12 +296,23 @@ std::string fileReportText(const FileReport& report) {
         text += reportLine("marked", kindsText(*info.kinds));
     if (info.run)
         text += reportLine("run", runText(*info.run));
+    if (report.output && !report.output->quantity.empty())
+        text += reportLine("quantity", quantityText(*report.output));
+    if (report.record && !report.record->darkHash.empty())
+        text += reportLine("dark", "subtracted, with the hash " + report.record->darkHash);
     if (!info.passedOver.empty())
         text += "  " + info.passedOver + '\n';
     if (!report.touched.empty())
         text += reportLine("touched", touchedText(report.touched));
     if (!info.maskDataset.empty())
         text += reportLine("mask", info.maskDataset);
+    if (!report.metadata.empty())
+        text += reportLine("metadata", metadataText(report.metadata));
+    if (!info.run)
+        text += reportLine("run uses", runUse(report));
+    if (info.kinds && info.kinds->flat > 0)
+        text += reportLine("calibration", "uses " + countText(info.kinds->flat, "flat field") + " and " +
+                                              countText(info.kinds->dark, "dark field"));
     return text;
 }
 

@@ -1,6 +1,8 @@
 #pragma once
 
 #include "frame/FrameFile.h"
+#include "frame/FrameOutput.h"
+#include "frame/RunRecord.h"
 
 #include <functional>
 #include <optional>
@@ -44,8 +46,12 @@ struct PixelReport {
 
 struct FileReport {
     FrameFileInfo info;
-    ValueRange acqTimes;          // seconds; empty if the file has no times
-    std::vector<zt::u32> touched; // of an output of ombrel, see PixelFaults.h
+    ValueRange acqTimes;               // seconds; empty if the file has no times
+    std::vector<zt::u32> touched;      // of an output of ombrel, see PixelFaults.h
+    std::optional<OutputPlan> output;  // likewise
+    std::optional<RunRecord> record;   // likewise
+    std::vector<std::string> metadata; // paths of what an output takes over
+    std::optional<zt::u64> masked;     // pixels of the mask that a run finds next to the frames
 };
 
 // Describes an open file without reading a pixel.

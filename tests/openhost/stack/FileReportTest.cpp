@@ -44,6 +44,8 @@ TEST_F(FileReportOf, TellsWhatAScanHolds) {
                              "  size          2 x 1, i16\n"
                              "  time          0.00007 to 0.0001 s\n"
                              "  marked        2 of the sample, 1 flat, 0 dark\n"
+                             "  run uses      2 frames of the sample\n"
+                             "  calibration   uses 1 flat field and 0 dark fields\n"
                              "  range         -3 to 8\n");
     const auto file = FrameFile::open(path);
     EXPECT_FALSE(reportOnPixels(*file, [] { return false; })) << "stopped";
