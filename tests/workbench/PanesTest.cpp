@@ -1,6 +1,7 @@
 // How files come into the window, what it shows of them, and what the mouse does on the panes.
 #include "fixtures/FrameFiles.h"
 #include "fixtures/ModalUser.h"
+#include "fixtures/Program.h"
 #include "workbench/WorkbenchFixture.h"
 
 #include <QDialogButtonBox>
@@ -193,6 +194,28 @@ TEST_F(Panes, ShowHowCertainACorrectedPixelIs) {
     key(Qt::Key_S);
     EXPECT_TRUE(waitFor([&] { return image(DIFFERENCE_PANE) != nullptr; }));
     EXPECT_NE(image(DIFFERENCE_PANE)->at(0, 0), difference);
+}
+
+// Without a dark a pixel of 1000 counts, corrected to itself, has the error of the root of 1000.
+TEST_F(Panes, SubtractTheDarkOfACalibrationAndKnowItsNoise) {
+    const std::string scan = folder / "scan.h5", settings = folder / "ff.xml";
+    {
+        Hdf5Builder file(scan);
+        const auto images = [&](const char* name, zt::u16 count, zt::u16 value) {
+            file.data<zt::u16>(name, {count, side, side},
+                               std::vector<zt::u16>(std::size_t{count} * side * side, value));
+        };
+        images("exchange/data_dark", 1, 100);
+        images("exchange/data_white", 1, 1100);
+        images("exchange/data", 1, 600);
+    }
+    runWell({"calibrate", "flat-field", scan, "-o", settings, "--keep-all"});
+    ASSERT_TRUE(openWith(scan, "Flat-Field", settings));
+    EXPECT_EQ(image(CORRECTED_PANE)->at(3, 3), 500);
+    QSignalSpy values(&panes(), &FramePanes::pointed);
+    emit panes().pane(RAW_PANE).pointed(3, 3);
+    // 600 of the frame, a quarter of 1100 of the flat field and of 100 of the dark.
+    EXPECT_THAT(values.back()[0].toString().toStdString(), HasSubstr("corrected 500 \u00b1 30"));
 }
 
 } // namespace

@@ -149,17 +149,16 @@ void RunningChain::chooseDark() {
     }
 }
 
-FrameResult RunningChain::apply(FramePtr frame) {
+void RunningChain::subtractDark(Frame& frame) const {
     if (!darkFailure.empty())
-        return {nullptr, darkFailure};
-    if (dark) {
-        try {
-            checkDarkSize(*dark, frame->width(), frame->height(), frame->frameName());
-        } catch (const Error& error) {
-            return {nullptr, error.what()};
-        }
-        frame->subtract(dark->mean);
-    }
+        throw Error(darkFailure);
+    if (!dark)
+        return;
+    checkDarkSize(*dark, frame.width(), frame.height(), frame.frameName());
+    frame.subtract(dark->mean);
+}
+
+FrameResult RunningChain::apply(FramePtr frame) {
     FrameResult result{std::move(frame), {}};
     for (RunningLink& running : links) {
         if (!running.state.enabled)

@@ -23,6 +23,11 @@ public:
 
     // Returns a report for each link that was loaded or edited.
     std::vector<LinkReport> follow(const ChainState& wanted);
+    // Subtracts the dark that the calibrations carry from a frame, as a run does. Throws Error if they carry
+    // different ones, or one of another size.
+    void subtractDark(Frame& frame) const;
+    // Null without a dark.
+    const DarkField* subtractedDark() const { return dark ? &*dark : nullptr; }
     FrameResult apply(FramePtr frame);
     // The links that are switched on and loaded.
     std::vector<FilterLink*> activeLinks();

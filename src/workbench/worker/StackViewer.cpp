@@ -91,7 +91,13 @@ void StackViewer::makeSigma() {
     if (sigma || !noSigma.empty())
         return;
     try {
-        sigma = makeSigmaModel({host->host(), host->device(), *stack, mask, {}}, running->loadedLinks());
+        sigma = makeSigmaModel({.host = host->host(),
+                                .device = host->device(),
+                                .stack = *stack,
+                                .mask = mask,
+                                .gain = {},
+                                .dark = running->subtractedDark()},
+                               running->loadedLinks());
     } catch (const Error& error) {
         constexpr std::string_view option = "--sigma: ";
         noSigma = error.what();
@@ -179,6 +185,12 @@ void StackViewer::correct() {
         return;
     FramePtr filled = copyOf(*raw);
     const std::vector<zt::u32> marked = marks->fill(*filled);
+    try {
+        running->subtractDark(*filled);
+    } catch (const Error& error) {
+        view.failure = error.what();
+        return;
+    }
     makeSigma();
     const auto counts = sigma ? FrameCounts::of(*filled, marked) : FrameCounts();
     const auto start = std::chrono::steady_clock::now();
