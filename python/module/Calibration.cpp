@@ -72,6 +72,7 @@ void fillInspection(const py::dict& given, InspectionOptions& options) {
 
 void fillCalibration(const py::dict& given, CalibrateOptions& options) {
     take(given, "output", options.output);
+    take(given, "dark", options.dark);
     fillInspection(given, options.inspection);
     options.plugin = pluginPath();
 }

@@ -38,6 +38,8 @@ struct Row {
     double t;
     double e;
     double quality;
+    double level;
+    zt::u64 not_positive;
 };
 
 Row rowOf(zt::u64 frame, const FrameRow& row) {
@@ -58,7 +60,9 @@ Row rowOf(zt::u64 frame, const FrameRow& row) {
              notANumber,
              notANumber,
              notANumber,
-             notANumber};
+             notANumber,
+             row.level.value_or(notANumber),
+             row.notPositive};
     if (row.failed)
         made.output_mean = made.output_spread = notANumber;
     if (row.choice) {
@@ -141,8 +145,7 @@ private:
 };
 
 void announce(RunSetup& run) {
-    console().warning(run.stack.unusedDarks());
-    for (const std::string& line : warningsOn(run.workers.chains[0], run.stack.pixelType(run.range.begin)))
+    for (const std::string& line : warningsOn(run))
         console().warning(line);
     console().warning(saturationNote(run.stack, run.range.begin, run.options.marks));
 }
@@ -193,6 +196,8 @@ py::tuple runFrames(const Filters& filters, const std::vector<std::string>& inpu
     options.frames = more["frames"].cast<std::string>();
     options.outputType = more["output_type"].cast<std::string>();
     options.mask.source = more["mask"].cast<std::string>();
+    options.dark = more["dark"].cast<std::string>();
+    options.quantity = {more["quantity"].cast<std::string>(), more["level_region"].cast<std::string>()};
     options.acqTime = more["time"].cast<std::optional<double>>();
     options.jobs = more["jobs"].cast<std::optional<unsigned>>();
     options.resume = more["resume"].cast<bool>();
@@ -215,7 +220,7 @@ py::tuple runFrames(const Filters& filters, const std::vector<std::string>& inpu
 void bindRun(py::module_& module) {
     PYBIND11_NUMPY_DTYPE(Row, frame, failed, input_hash, output_hash, marked, input_mean, input_spread,
                          input_zeros, input_not_finite, output_mean, output_spread, output_zeros,
-                         output_not_finite, seconds, v, t, e, quality);
+                         output_not_finite, seconds, v, t, e, quality, level, not_positive);
     module.def("run", &runFrames);
 }
 

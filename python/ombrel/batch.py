@@ -6,7 +6,7 @@ import filecmp
 import os
 import sys
 import time as clock
-from collections.abc import Callable
+from collections.abc import Callable, Sequence
 
 import numpy as np
 
@@ -14,7 +14,7 @@ from . import _ombrel
 from .calibration import Calibration
 from .chain import Chain, check_jobs, check_scan
 from .masks import Mask
-from .scan import Scan
+from .scan import Scan, dark_of
 
 
 class Result:
@@ -27,8 +27,9 @@ class Result:
     frames : numpy.ndarray
         A row for each frame: ``frame``, ``failed``, ``input_hash``, ``output_hash``, ``marked``, figures of the
         pixels before and after (``input_mean``, ``input_spread``, ``input_zeros``, ``input_not_finite`` and
-        ``output_...``), ``seconds`` in the chain, and the choice of AdaptiveFF (``v``, ``t``, ``e``, ``quality``;
-        else NaN).
+        ``output_...``), ``seconds`` in the chain, the choice of AdaptiveFF (``v``, ``t``, ``e``, ``quality``; else
+        NaN), the ``level`` by which the frame was divided (NaN for counts), and ``not_positive``, its pixels without
+        an attenuation.
     failures : dict of int to str
         Why frames failed. They are NaN in the output.
     """
@@ -43,7 +44,8 @@ class Result:
 
 
 def run(chain: Chain, scan: Scan, output, *, resume: bool = False, force: bool = False, jobs: int | None = None,
-        output_type: str = "f32", time: float | None = None,
+        output_type: str = "f32", quantity: str = "counts", level_region: Sequence[int] | None = None, dark="auto",
+        time: float | None = None,
         progress: bool | Callable[[int, int], object] = False, client=None, part_frames: int | None = None) -> Result:
     """Correct the frames of a scan into a file.
 
@@ -64,6 +66,14 @@ def run(chain: Chain, scan: Scan, output, *, resume: bool = False, force: bool =
         Frames that are corrected at once; by default one for each processor.
     output_type : {"f32", "f64"}
         Pixels of the output.
+    quantity : {"counts", "transmission", "attenuation"}
+        What the output holds: counts as of the last filter, counts over those of the open beam, or the negative
+        natural logarithm of that.
+    level_region : (x, y, width, height), optional
+        An open area of every frame, whose mean the frame is divided by in place of the level of the flat fields.
+    dark : {"auto", "none"}, path or Scan
+        What is subtracted from each frame before the chain: the dark that the calibrations carry, nothing, or the
+        mean of the dark fields of a file.
     time : float, optional
         Acquisition time of every frame in seconds, in place of those of the files.
     progress : bool or callable
@@ -96,6 +106,7 @@ def run(chain: Chain, scan: Scan, output, *, resume: bool = False, force: bool =
     (6, 48, 64)
     """
     check_call(chain, scan, output_type, resume, force)
+    region = region_text(quantity, level_region)
     check_jobs(jobs)
     output = os.path.abspath(output)
     if not output.endswith((".h5", ".hdf5", ".nxs", ".tif", ".tiff")):
@@ -105,7 +116,8 @@ def run(chain: Chain, scan: Scan, output, *, resume: bool = False, force: bool =
     if os.path.exists(output) and not (resume or force):
         raise ValueError(f"output {output} exists; give resume=True or force=True")
     chain, mask = durable(chain, output, resume)
-    options = {"output_type": output_type, "mask": mask, "time": time, "jobs": jobs}
+    options = {"output_type": output_type, "quantity": quantity, "level_region": region,
+               "dark": dark_of(dark), "mask": mask, "time": time, "jobs": jobs}
     if client is not None:
         from .clusters import run_parts
         return run_parts(client, (chain, scan, output), options, resume=resume, part_frames=part_frames,
@@ -123,6 +135,17 @@ def check_call(chain, scan, output_type, resume, force) -> None:
         raise ValueError(f"output_type is {output_type!r}, not 'f32' or 'f64'")
     if resume and force:
         raise ValueError("resume and force exclude each other")
+
+
+def region_text(quantity, region) -> str:
+    if quantity not in ("counts", "transmission", "attenuation"):
+        raise ValueError(f"quantity is {quantity!r}, not 'counts', 'transmission' or 'attenuation'")
+    if region is None:
+        return ""
+    numbers = [int(number) for number in region]
+    if len(numbers) != 4:
+        raise ValueError(f"level_region is {region!r}, not (x, y, width, height)")
+    return ",".join(map(str, numbers))
 
 
 def run_range(chain: Chain, scan: Scan, output: str, options: dict, progress) -> Result:

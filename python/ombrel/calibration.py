@@ -14,7 +14,7 @@ import numpy as np
 
 from . import _ombrel
 from .inspection import Inspection, frames_of, limits_of
-from .scan import Scan
+from .scan import Scan, dark_of
 
 
 class Calibration:
@@ -198,7 +198,8 @@ def load(filter: str, path) -> Calibration:
     return Calibration(filter, os.fspath(path))
 
 
-def flat_field(flats, bad: str = "zero", *, interpolate: bool = True, mask: str = "auto", **limits) -> Calibration:
+def flat_field(flats, bad: str = "zero", *, interpolate: bool = True, mask: str = "auto", dark="auto",
+               **limits) -> Calibration:
     """Settings of Flat-Field from frames of the open beam.
 
     Parameters
@@ -211,6 +212,9 @@ def flat_field(flats, bad: str = "zero", *, interpolate: bool = True, mask: str 
         Whether bad pixels are filled from their neighbours.
     mask : str
         The device's mask: "auto" for the one next to the frames, "none", or a file.
+    dark : {"auto", "none"}, path or Scan
+        The dark fields, whose mean is subtracted from every frame and kept for the frames to correct: those that the
+        files mark, none, or those of a file.
     **limits
         As those of :func:`inspect`; ``keep_all=True`` uses frames that fail.
 
@@ -237,14 +241,14 @@ def flat_field(flats, bad: str = "zero", *, interpolate: bool = True, mask: str 
     paths, only, shape = frames_of("flats", flats)
     folder, path = _new_folder("Flat-Field")
     reports = _ombrel.flat_field(paths, {"output": path, "bad": bad, "interpolate": interpolate, "mask": mask,
-                                         "only": only, **limits_of(limits)})
+                                         "dark": dark_of(dark), "only": only, **limits_of(limits)})
     if shape is None:
         shape = Scan(paths, "flat").shape[1:]
     return Calibration("Flat-Field", path, Inspection(reports), shape, folder)
 
 
 def beam_hardening(masks: Mapping, *, time: float | None = None, interpolate: bool = True, zero_as_bad: bool = False,
-                   **limits) -> Calibration:
+                   dark="auto", **limits) -> Calibration:
     """Settings of Beam-hardening from frames through known thicknesses.
 
     Parameters
@@ -256,6 +260,8 @@ def beam_hardening(masks: Mapping, *, time: float | None = None, interpolate: bo
         Acquisition time of every frame in seconds, for files without it.
     zero_as_bad : bool
         Treat pixels with a result of 0 as bad, too.
+    dark : {"auto", "none"}, path or Scan
+        As that of :func:`flat_field`.
     **limits
         As those of :func:`inspect`.
 
@@ -276,13 +282,14 @@ def beam_hardening(masks: Mapping, *, time: float | None = None, interpolate: bo
         texts.append(f"{float(thickness)!r}={','.join(paths)}")
     folder, path = _new_folder("Beam-hardening")
     reports = _ombrel.beam_hardening(texts, {"output": path, "time": time, "interpolate": interpolate,
-                                             "zero_as_bad": zero_as_bad, **limits_of(limits)})
+                                             "zero_as_bad": zero_as_bad, "dark": dark_of(dark),
+                                             **limits_of(limits)})
     return Calibration("Beam-hardening", path, Inspection(reports), None, folder)
 
 
 def adaptive(grid, *, normalise: bool = False, refine: str | None = None, time_per_frame: float | None = None,
              frame_counts: float | None = None, holes: Sequence[str] = (), settings: Mapping | None = None,
-             **limits) -> Calibration:
+             dark="auto", **limits) -> Calibration:
     """Settings and flat fields of AdaptiveFF from a grid of flat fields.
 
     Parameters
@@ -301,6 +308,8 @@ def adaptive(grid, *, normalise: bool = False, refine: str | None = None, time_p
         Grid points "V,T,E" that are left out on purpose.
     settings : dict, optional
         Keys of the settings that are not chosen by trial.
+    dark : {"auto", "none"}, path or Scan
+        As that of :func:`flat_field`.
     **limits
         As those of :func:`inspect`.
     """
@@ -313,5 +322,6 @@ def adaptive(grid, *, normalise: bool = False, refine: str | None = None, time_p
     reports = _ombrel.adaptive(os.fspath(grid), {"output": path, "normalise": normalise, "refine": refine,
                                                  "time_per_frame": time_per_frame, "frame_counts": frame_counts,
                                                  "holes": list(holes), "assignments": assignments,
+                                                 "dark": dark_of(dark),
                                                  **limits_of(limits)})
     return Calibration("AdaptiveFF", path, Inspection(reports), None, folder)

@@ -21,6 +21,18 @@ def paths_of(argument: str, value) -> list[str]:
     raise TypeError(f"{argument} is {type(value).__name__}: give a scan, a path or a list of paths")
 
 
+def dark_of(value) -> str:
+    """The dark fields that an argument `dark` names: "auto", "none" or a file, which workers elsewhere find, too."""
+    if isinstance(value, Scan):
+        if len(value.paths) != 1 or len(value) != len(value.stack):
+            raise ValueError("dark is a part of a scan, or of several files; give all dark fields of one file")
+        value = value.paths[0]
+    if isinstance(value, (str, os.PathLike)):
+        text = os.fspath(value)
+        return text if text in ("auto", "none") else os.path.abspath(text)
+    raise TypeError(f"dark is {type(value).__name__}: give 'auto', 'none', a path or a scan")
+
+
 class Scan:
     """Frames of one size in one or more files, counted from 0 through all of them.
 

@@ -134,5 +134,54 @@ class RunTest(data.Case):
                 call()
 
 
+class DarkTest(data.Case):
+    """Dark fields and quantities, as by the program."""
+
+    def setUp(self):
+        pattern = np.arange(data.HEIGHT * data.WIDTH).reshape(data.HEIGHT, data.WIDTH) % 50
+        samples, flats = data.counts(1, 3, 500) + pattern, data.counts(2, 6, 9000) + pattern
+        data.write_marked("marked.h5", samples, flats, data.counts(3, 4, 20) + pattern)
+        data.write("darks.h5", data.counts(4, 4, 30) + pattern)
+        self.scan = ombrel.open("marked.h5")
+
+    def corrected_by_program(self, settings, *options):
+        data.program("run", "-f", f"Flat-Field={settings}", *options, "--output-type", "f64", "marked.h5", "-o", "p.h5",
+                     "--force", "-q")
+        return data.output_of("p.h5")
+
+    def test_calibrations_carry_the_dark(self):
+        for option, dark in (("auto", "auto"), ("none", "none"), ("darks.h5", "darks.h5"), ("auto", self.scan.darks)):
+            with self.subTest(option):
+                ff = ombrel.flat_field(self.scan.flats, bad="ff", dark=dark).save("ff.xml")
+                data.program("calibrate", "flat-field", "marked.h5", "--bad", "ff", "--dark", option, "--force", "-o",
+                             "p.xml")
+                self.assertSame(ff.coefficients.ravel(), ombrel.load("Flat-Field", "p.xml").coefficients)
+                expected = self.corrected_by_program("p.xml")
+                chain = ombrel.Chain(ff)
+                self.assertSame(np.array([chain(x) for x in self.scan]), expected)
+                self.assertSame(np.array(list(chain.map(self.scan, jobs=2))), expected)
+                ombrel.run(chain, self.scan, "run.h5", output_type="f64", force=True)
+                self.assertSame(data.output_of("run.h5"), expected)
+        with self.assertRaisesRegex(ValueError, "48 x 64 pixels, but the dark of the calibration has 64 x 48"):
+            ombrel.Chain(ombrel.flat_field(self.scan.flats))(np.zeros((data.WIDTH, data.HEIGHT)))
+
+    def test_darks_and_quantities_of_runs(self):
+        chain = ombrel.Chain(ombrel.flat_field(self.scan.flats, bad="ff").save("ff.xml"))
+        for options, more in ((("--dark", "none"), {"dark": "none"}), (("--dark", "darks.h5"), {"dark": "darks.h5"}),
+                              (("--quantity", "transmission"), {"quantity": "transmission"}),
+                              (("--quantity", "attenuation", "--level-region", "1,2,30,20"),
+                               {"quantity": "attenuation", "level_region": (1, 2, 30, 20)})):
+            with self.subTest(options):
+                result = ombrel.run(chain, self.scan, "run.h5", output_type="f64", force=True, **more)
+                self.assertSame(data.output_of("run.h5"), self.corrected_by_program("ff.xml", *options))
+                self.assertEqual(np.isnan(result.frames["level"]).all(), "quantity" not in more)
+        for error, text, more in ((ValueError, "quantity is 'counts2'", {"quantity": "counts2"}),
+                                  (ValueError, "level_region is", {"level_region": (1, 2)}),
+                                  (TypeError, "dark is int", {"dark": 3}),
+                                  (ValueError, "dark is a part of a scan", {"dark": self.scan.darks[1:]})):
+            with self.subTest(text), self.assertRaisesRegex(error, text):
+                ombrel.run(chain, self.scan, "new.h5", **more)
+
+
 if __name__ == "__main__":
     unittest.main()

@@ -149,7 +149,7 @@ void Frame::subtract(std::span<const double> values) {
         for (std::size_t i = 0; i < values.size(); ++i)
             to[i] = static_cast<double>(from[i]) - values[i];
     });
-    storage = std::move(difference);
+    takeStorage(std::move(difference));
     pixelType = zt::DT_DOUBLE;
     isExposed = false;
     zeroRoom();

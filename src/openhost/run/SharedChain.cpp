@@ -1,5 +1,7 @@
 #include "run/SharedChain.h"
 
+#include "base/Numbers.h"
+#include "run/RunDark.h"
 #include "run/TouchedPixels.h"
 
 #include <utility>
@@ -24,7 +26,18 @@ SharedChain::SharedChain(const RunOptions& runOptions, FrameSize size, std::vect
     // The filters may use the mask while they are loaded.
     if (!deviceMask.empty())
         session.device().pixels().setMask(deviceMask);
-    giveBack(make());
+    const std::lock_guard lock(makeMutex);
+    WorkerChains first = makeWorkerChains(session, options, 1, console);
+    takeDark(first.facts);
+    isAlone = first.remember;
+    giveBack(std::move(first.chains.front()));
+}
+
+void SharedChain::takeDark(const std::vector<LinkFacts>& facts) {
+    dark = darkOfCalibrations(facts);
+    if (dark && (dark->width != width() || dark->height != height()))
+        throw Misfit("the frames have " + sizeText(width(), height()) +
+                     " pixels, but the dark of the calibration has " + sizeText(dark->width, dark->height));
 }
 
 FrameResult SharedChain::apply(FramePtr frame) {
@@ -51,9 +64,7 @@ Chain SharedChain::take() {
 
 Chain SharedChain::make() {
     const std::lock_guard lock(makeMutex);
-    WorkerChains made = makeWorkerChains(session, options, 1, console);
-    isAlone = made.remember;
-    return std::move(made.chains.front());
+    return std::move(makeWorkerChains(session, options, 1, console).chains.front());
 }
 
 void SharedChain::giveBack(Chain chain) {
@@ -63,6 +74,8 @@ void SharedChain::giveBack(Chain chain) {
 
 FrameResult SharedChain::applyWith(Chain& chain, FramePtr frame) const {
     const auto marked = marks.fill(*frame);
+    if (dark)
+        frame->subtract(dark->mean);
     FrameResult result = chain.apply(std::move(frame), ApplyMode::Copy);
     if (!result)
         return result;

@@ -16,13 +16,14 @@ namespace ombrel {
 
 // A chain for frames of one size that any number of threads use at once, each with filter instances of its
 // own, which are kept for the next frame. Filters that carry state from frame to frame have one instance, and
-// threads wait for each other.
+// threads wait for each other. The dark that the calibrations carry is subtracted from each frame first.
 //
 // Frames need not come from a stack: see Frame::lend().
 class SharedChain {
 public:
     // Of the options the chain's are used: links, parameters, device type, marks and plug-in. `deviceMask`
-    // holds 0 for a masked pixel; empty for none. Throws UsageError or Error.
+    // holds 0 for a masked pixel; empty for none. Throws UsageError, Misfit if the settings or their dark are
+    // for frames of another size, or Error.
     SharedChain(const RunOptions& runOptions, FrameSize size, std::vector<zt::u8> deviceMask,
                 Console& messages);
 
@@ -41,12 +42,14 @@ private:
     Chain take();
     Chain make();
     void giveBack(Chain chain);
+    void takeDark(const std::vector<LinkFacts>& facts);
     FrameResult applyWith(Chain& chain, FramePtr frame) const;
 
     const RunOptions options;
     Console& console;
     Session session;
     FrameMarks marks;
+    std::optional<DarkField> dark;
     std::mutex mutex;        // of the idle chains
     std::mutex makeMutex;    // held while an instance is made
     std::mutex oneByOne;     // held during a frame by chains that carry state
