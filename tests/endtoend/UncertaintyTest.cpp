@@ -204,6 +204,36 @@ TEST_F(Uncertainty, TakesTheGainOfTheDetector) {
     expectRefusal(run({link}, {"--sigma", "--gain", "0"}), 2, "--gain");
 }
 
+// The offset of an integrating detector is no photons; the noise of reading it out adds to theirs.
+TEST_F(Uncertainty, TellsAnOffsetFromPhotons) {
+    constexpr double gain = 4;
+    const auto readOut = [&](const std::string& name, zt::u32 frames, double open, bool isSample) {
+        ImageStack<zt::u16> stack{side, side, {}};
+        for (zt::u32 frame = 0; frame < frames; ++frame)
+            for (std::size_t i = 0; i < framePixels; ++i) {
+                const double mean = open * response[i] * (isSample ? transmission[i] : 1);
+                const double photons = mean > 0 ? gain * simulation->poisson(mean / gain) : 0;
+                const double offset = 1500 + static_cast<double>(i % 7);
+                stack.pixels.push_back(
+                    static_cast<zt::u16>(std::lround(offset + photons + 40 * simulation->gaussian())));
+            }
+        writeHdf5(*folder / name, stack);
+    };
+    readOut("offset.h5", 20, 0, false);
+    readOut("panel.h5", 10, 3000, false);
+    readOut("panel-sample.h5", frameCount, 3000, true);
+    const std::string settings = *folder / "panel.xml";
+    runWell(
+        {"calibrate", "flat-field", *folder / "panel.h5", "--dark", *folder / "offset.h5", "-o", settings});
+    const auto facts = ombrel::factsOf(ombrel::readSettings(settings));
+    EXPECT_NEAR(facts.dark->variance.value(), 1600, 16);
+    EXPECT_NEAR(facts.gain.value(), gain, 0.02 * gain);
+    expectHonest(
+        {"Flat-Field=" + settings},
+        [&](std::size_t i) { return i == 5 ? std::nan("") : *facts.level * transmission[i]; },
+        "panel-sample.h5");
+}
+
 TEST_F(Uncertainty, IsKeptByOutputsMadeOfOutputs) {
     const auto part = [](const std::string& name, const std::string& range) {
         auto all = arguments({flatField()}, "frames.h5");

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <charconv>
+#include <cstdio>
 
 namespace ombrel {
 
@@ -26,6 +27,12 @@ std::string numberText(T value) {
     std::array<char, 32> buffer;
     const auto [end, failed] = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value);
     return std::string(buffer.data(), end);
+}
+
+std::string sixDigits(double value) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%.6g", value);
+    return text;
 }
 
 template <typename T>

@@ -19,6 +19,8 @@ namespace ombrel {
 // The shortest text that reads back as the same number; "inf", "-inf" and "nan" for the rest.
 template <typename T>
 std::string numberText(T value);
+// With six digits, for a reader.
+std::string sixDigits(double value);
 
 // The whole text as a number of type T, ignoring blanks around it; nothing if it is not a number or out of
 // range.

@@ -125,6 +125,7 @@ MaskCalibration::MaskCalibration(const MaskCalibrateOptions& calibrateOptions,
     console.warning(all.passedOver());
     dark = measureDark(options.dark, files, judged);
     if (dark) {
+        transfer = PhotonTransfer(&*dark);
         checkDarkSize(*dark, all.width(), all.height(), files.front());
         console.warning(darkTimeNote(*dark, options.acqTime.value_or(all.acqTime(0)), files.front()));
     }
@@ -139,9 +140,9 @@ MaskSum MaskCalibration::measure(const ThicknessMask& mask, const std::string& n
     for (const std::size_t i : good) {
         const FramePtr frame = stack.readFrame(i);
         sum.seconds += options.acqTime ? *options.acqTime : timeOf(*frame, stack.where(i));
-        transfer.add(*frame); // photons of the dark current make noise, too
         if (dark)
             frame->subtract(dark->mean);
+        transfer.add(*frame);
         sum.frame->addFrame(frame.get());
     }
     transfer.endSet();

@@ -52,6 +52,8 @@ public:
     void inspect(FieldInspection& inspection);
     // The dark is subtracted from all frames that read() returns. Throws Error for another size.
     void subtract(const DarkField& dark, Console& console);
+    // Null without one.
+    const DarkField* subtractedDark() const { return subtracted ? &*subtracted : nullptr; }
 
     // Reads the frames of a row. Throws Error.
     GridFlat read(std::size_t row) const;

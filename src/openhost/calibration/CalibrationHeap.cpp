@@ -189,7 +189,7 @@ AdaptiveHeaps::AdaptiveHeaps(const AdaptiveHeapPlan& plan, const AdaptiveHeapPat
                              const std::function<void()>& advanced)
     : coarse(coarseGridOf(plan.grid)), tried(trialGridOf(plan.grid)),
       whole(paths.whole, plan.grid, plan.settings), trial(paths.trial, tried.grid, plan.settings),
-      pointFacts(plan.grid.points().size(), {notANumber, 0}),
+      pointFacts(plan.grid.points().size(), {notANumber, 0}), transfer(plan.flats.subtractedDark()),
       leastLevel(std::numeric_limits<double>::infinity()) {
     if (coarse)
         coarseHeap.emplace(paths.coarse, coarse->grid, plan.settings);

@@ -161,7 +161,7 @@ struct FlatTable {
 FlatTable tableOf(const UsedFlats& flats, const FlatFieldOptions& options) {
     FlatTable table{Frame::create(flats.stack.width(), flats.stack.height(), zt::DT_DOUBLE),
                     flats.frames.size()};
-    PhotonTransfer transfer;
+    PhotonTransfer transfer(flats.dark ? &*flats.dark : nullptr);
     table.dark = flats.dark;
     table.seconds = flats.stack.acqTime(flats.frames.front());
     for (const std::size_t i : flats.frames) {
@@ -170,9 +170,9 @@ FlatTable tableOf(const UsedFlats& flats, const FlatFieldOptions& options) {
             frame = acquiredFrame(*frame, options, flats.stack.where(i));
         if (flats.stack.acqTime(i) != table.seconds)
             table.seconds = 0;
-        transfer.add(*frame); // photons of the dark current make noise, too
         if (flats.dark)
             frame->subtract(flats.dark->mean);
+        transfer.add(*frame);
         table.frame->addFrame(frame.get());
     }
     transfer.endSet();

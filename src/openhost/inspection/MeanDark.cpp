@@ -3,6 +3,7 @@
 #include "base/Error.h"
 #include "base/FileContent.h"
 #include "base/Numbers.h"
+#include "frame/Statistics.h"
 
 #include <algorithm>
 #include <cmath>
@@ -26,9 +27,47 @@ std::string hashOf(const DarkField& dark) {
     return hash.text();
 }
 
+// How much a pixel varies from one dark frame to the next.
+class DarkVariance {
+public:
+    void add(const Frame& frame) {
+        const auto pixels = doublesOf(frame);
+        if (first.empty())
+            first = pixels;
+        sums.resize(pixels.size());
+        squares.resize(pixels.size());
+        for (std::size_t i = 0; i < pixels.size(); ++i) {
+            const double change = pixels[i] - first[i]; // small, so that squares lose no digits
+            sums[i] += change;
+            squares[i] += change * change;
+        }
+        ++frames;
+    }
+    // Of the half of the pixels that count least, so that hot pixels have no influence.
+    std::optional<double> typical(const std::vector<double>& mean) const {
+        if (frames < 2)
+            return std::nullopt;
+        const double most = medianOfCopy(mean);
+        double variance = 0, pixels = 0;
+        for (std::size_t i = 0; i < mean.size(); ++i)
+            if (mean[i] <= most) {
+                variance += (squares[i] - sums[i] * sums[i] / frames) / (frames - 1);
+                ++pixels;
+            }
+        return variance / pixels;
+    }
+
+private:
+    std::vector<double> first;
+    std::vector<double> sums; // of the changes since the first frame
+    std::vector<double> squares;
+    double frames = 0;
+};
+
 DarkField meanOfGood(const std::vector<JudgedDarks>& sets) {
     FrameStack& first = *sets.front().stack;
     const FramePtr sum = Frame::create(first.width(), first.height(), zt::DT_DOUBLE);
+    DarkVariance variance;
     DarkField dark;
     dark.width = first.width();
     dark.height = first.height();
@@ -39,6 +78,7 @@ DarkField meanOfGood(const std::vector<JudgedDarks>& sets) {
         for (const std::size_t i : set.good) {
             const FramePtr frame = set.stack->readFrame(i);
             sum->addFrame(frame.get());
+            variance.add(*frame);
             sameTime = sameTime && (dark.frames == 0 || frame->acqTime() == dark.seconds);
             dark.seconds = frame->acqTime();
             ++dark.frames;
@@ -51,6 +91,7 @@ DarkField meanOfGood(const std::vector<JudgedDarks>& sets) {
     if (!std::ranges::all_of(dark.mean, [](double pixel) { return std::isfinite(pixel); }))
         throw Error(first.info(0).path + ": a pixel of the dark frames is not a number; leave out such "
                                          "frames, or give --dark none to subtract nothing");
+    dark.variance = variance.typical(dark.mean);
     dark.hash = hashOf(dark);
     return dark;
 }

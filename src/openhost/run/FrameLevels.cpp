@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <utility>
 
 namespace ombrel {
@@ -68,9 +67,7 @@ double binnedAfter(const std::vector<LinkOptions>& links, std::size_t link) {
 
 // As a choice holds it: with the six digits of the filter's log.
 double withSixDigits(double value) {
-    char text[32];
-    std::snprintf(text, sizeof text, "%.6g", value);
-    return readNumber<double>(text).value_or(value);
+    return readNumber<double>(sixDigits(value)).value_or(value);
 }
 
 } // namespace

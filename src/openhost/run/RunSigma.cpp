@@ -75,11 +75,8 @@ std::unique_ptr<SigmaModel> makeSigmaModel(const SigmaSources& sources, std::spa
     SigmaPlan plan{.links = {},
                    .gain = sources.gain,
                    .deviceMask = sources.mask ? sources.mask->deviceBytes() : std::vector<zt::u8>(),
-                   .keepNan = sources.keepNan};
-    if (sources.dark) {
-        plan.dark = sources.dark->mean;
-        plan.darkFrames = sources.dark->frames;
-    }
+                   .keepNan = sources.keepNan,
+                   .dark = sources.dark};
     for (const LoadedLink& loaded : links)
         plan.links.push_back({loaded.link->name(), loaded.settings, loaded.contents,
                               filledBy(*loaded.link, sources), loaded.link->filter().parameters()});

@@ -20,6 +20,7 @@ constexpr std::string_view darkHashKey = "DarkHash";
 constexpr std::string_view darkFramesKey = "DarkFields";
 constexpr std::string_view darkWidthKey = "DarkWidth";
 constexpr std::string_view darkTimeKey = "DarkTime";
+constexpr std::string_view darkVarianceKey = "DarkVariance";
 constexpr std::string_view gridDivisorsKey = "GridDivisors";
 constexpr std::string_view gridFlatFieldsKey = "GridFlatFields";
 constexpr std::string_view maskFramesKey = "MaskFrames";
@@ -41,6 +42,8 @@ void noteDark(SettingsTree& settings, const DarkField& dark) {
     settings.set(ownGroup, darkHashKey, dark.hash);
     if (dark.seconds != 0)
         settings.set(ownGroup, darkTimeKey, dark.seconds);
+    if (dark.variance)
+        settings.set(ownGroup, darkVarianceKey, *dark.variance);
     settings.set(ownGroup, darkWidthKey, static_cast<int>(dark.width));
     settings.set(ownGroup, darkKey, blobOf(dark.mean));
 }
@@ -56,6 +59,7 @@ std::optional<DarkField> darkOf(const SettingsTree& settings) {
     dark.frames = valueOf<int>(settings, darkFramesKey).value_or(0);
     dark.seconds = valueOf<double>(settings, darkTimeKey).value_or(0);
     dark.hash = valueOf<std::string>(settings, darkHashKey).value_or("");
+    dark.variance = valueOf<double>(settings, darkVarianceKey);
     return dark;
 }
 
@@ -114,7 +118,7 @@ CalibrationFacts validFactsOf(const SettingsTree& settings, const std::string& p
 std::string factsText(const CalibrationFacts& facts) {
     std::string text;
     if (facts.level)
-        text += "  level         " + numberText(*facts.level) + " counts, of " +
+        text += "  level         " + sixDigits(*facts.level) + " counts, of " +
                 countText(static_cast<zt::u64>(facts.flatFields.value_or(0)), "flat field") + '\n';
     if (!facts.points.empty())
         text += "  level         of " + countText(facts.points.size(), "grid point") + '\n';

@@ -27,6 +27,8 @@ struct DarkField {
     int frames = 0;     // that were averaged
     double seconds = 0; // acquisition time of each; 0 if not known or not the same
     std::string hash;   // of the mean
+    // Of a typical pixel of one dark frame, counts squared; nothing if it is of one frame only.
+    std::optional<double> variance;
 };
 
 // What a calibration stores of its flat fields, besides the filter's own settings, in ombrel's group. It

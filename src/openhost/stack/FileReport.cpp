@@ -188,7 +188,7 @@ std::string metadataText(const std::vector<std::string>& paths) {
 
 // "transmission, level 3469.6"
 std::string quantityText(const OutputPlan& plan) {
-    return plan.quantity + (plan.level ? ", level " + numberText(*plan.level) : "");
+    return plan.quantity + (plan.level ? ", level " + sixDigits(*plan.level) : "");
 }
 
 // What `ombrel run` does with the file.

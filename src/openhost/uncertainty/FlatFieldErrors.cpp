@@ -12,7 +12,7 @@ double calibrationVariance(double corrected, std::size_t pixel, double coefficie
     const double field = flat.level / coefficient; // counts a frame
     const double relative = noise.varianceOf(field, pixel) / (flat.frames * field * field);
     const double darkSlope = coefficient * (1 - corrected / flat.level);
-    return corrected * corrected * relative + darkSlope * darkSlope * noise.darkVariance(pixel);
+    return corrected * corrected * relative + darkSlope * darkSlope * noise.meanDarkVariance(pixel);
 }
 
 } // namespace

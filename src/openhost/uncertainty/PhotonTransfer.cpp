@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 
 namespace ombrel {
 
@@ -24,23 +25,25 @@ std::size_t strideOf(std::size_t size) {
     return size / mostSampled;
 }
 
-struct FrameSample {
-    std::vector<double> pixels; // relative to the level
-    double level = 0;           // of the whole frame
-};
+} // namespace
 
-FrameSample sampleOf(std::span<const double> frame) {
-    FrameSample sample{{}, meanOf(frame)};
+// If the noise of the dark is not known, the dark counts as photons and belongs to the mean.
+PhotonTransfer::Sample PhotonTransfer::sampleOf(std::vector<double> frame) const {
+    if (dark && !dark->variance)
+        std::ranges::transform(frame, dark->mean, frame.begin(), std::plus());
+    Sample sample{{}, meanOf(frame)};
     const std::size_t stride = strideOf(frame.size());
     for (std::size_t i = 0; i < frame.size(); i += stride)
         sample.pixels.push_back(frame[i] / sample.level);
     return sample;
 }
 
-} // namespace
+double PhotonTransfer::darkNoise(double degrees, double level) const {
+    return dark && dark->variance ? *dark->variance * chiSquareMedian(degrees) / (level * level) : 0;
+}
 
 void PhotonTransfer::add(const Frame& frame) {
-    const FrameSample sample = sampleOf(doublesOf(frame));
+    const Sample sample = sampleOf(doublesOf(frame));
     mean.resize(sample.pixels.size());
     squares.resize(sample.pixels.size());
     levels += sample.level;
@@ -54,10 +57,12 @@ void PhotonTransfer::add(const Frame& frame) {
 
 void PhotonTransfer::endSet() {
     const double degrees = frames - 1;
+    const double level = levels / frames;
+    const double ofDark = degrees > 0 ? darkNoise(degrees, level) : 0;
     std::vector<double> gains;
     for (std::size_t i = 0; i < mean.size() && degrees > 0; ++i)
         if (mean[i] > leastResponse)
-            gains.push_back(squares[i] / mean[i] * (levels / frames));
+            gains.push_back((squares[i] - ofDark) / mean[i] * level);
     if (degrees > 0)
         take(std::move(gains), degrees);
     mean.clear();
@@ -66,13 +71,15 @@ void PhotonTransfer::endSet() {
 }
 
 void PhotonTransfer::addSplit(const Frame& one, std::span<const double> others, double count) {
-    const FrameSample first = sampleOf(doublesOf(one));
-    const FrameSample rest = sampleOf(others);
+    const Sample first = sampleOf(doublesOf(one));
+    const Sample rest = sampleOf({others.begin(), others.end()});
+    const double ofDark = darkNoise(1, rest.level);
     std::vector<double> gains;
     for (std::size_t i = 0; i < first.pixels.size(); ++i) {
         const double distance = first.pixels[i] - rest.pixels[i];
+        const double squared = distance * distance * (count - 1) / count;
         if (rest.pixels[i] > leastResponse)
-            gains.push_back(distance * distance / rest.pixels[i] * rest.level * (count - 1) / count);
+            gains.push_back((squared - ofDark) / rest.pixels[i] * rest.level);
     }
     take(std::move(gains), 1);
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "frame/Frame.h"
+#include "settings/CalibrationFacts.h"
 
 #include <cstddef>
 #include <optional>
@@ -13,6 +14,9 @@ namespace ombrel {
 // pixel a variance of the gain times its mean. See docs/uncertainty.md.
 class PhotonTransfer {
 public:
+    // The dark that was subtracted from all frames; null without one. It must outlive the estimate.
+    explicit PhotonTransfer(const DarkField* subtractedDark = nullptr) : dark(subtractedDark) {}
+
     // A frame of the current set: frames of one condition, which may differ in their level.
     void add(const Frame& frame);
     // Ends the set; of a single frame it says nothing.
@@ -24,8 +28,16 @@ public:
     std::optional<double> gain() const;
 
 private:
+    struct Sample {
+        std::vector<double> pixels; // relative to the level
+        double level = 0;           // of the whole frame
+    };
+    Sample sampleOf(std::vector<double> frame) const;
+    // The median chi-square of the noise that a dark frame has, too, at this level.
+    double darkNoise(double degrees, double level) const;
     void take(std::vector<double> gains, double degrees);
 
+    const DarkField* dark;
     std::vector<double> mean; // at some pixels, relative to the level of each frame
     std::vector<double> squares;
     double levels = 0;

@@ -8,12 +8,21 @@
 
 namespace ombrel {
 
-double CountNoise::varianceOf(double counts, std::size_t pixel) const {
-    return gain * std::max(counts + darkAt(pixel), gain);
+// A pixel that counts more than a typical one counts as many photons (or electrons) more.
+std::vector<double> variancesOf(const DarkField& dark, double gain) {
+    const double typical = dark.variance ? medianOfCopy(dark.mean) : 0;
+    std::vector<double> variances;
+    for (const double mean : dark.mean)
+        variances.push_back(dark.variance.value_or(0) + gain * std::max(mean - typical, 0.0));
+    return variances;
 }
 
-double CountNoise::darkVariance(std::size_t pixel) const {
-    return dark.empty() ? 0 : gain * std::max(dark[pixel], 0.0) / darkFrames;
+double CountNoise::varianceOf(double counts, std::size_t pixel) const {
+    return std::max(gain * counts + (darkVariance.empty() ? 0 : darkVariance[pixel]), gain * gain);
+}
+
+double CountNoise::meanDarkVariance(std::size_t pixel) const {
+    return darkVariance.empty() ? 0 : darkVariance[pixel] / darkFrames;
 }
 
 PixelErrors PixelErrors::ofCounts(std::span<const double> counts, zt::u32 width, const CountNoise& noise) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "settings/CalibrationFacts.h"
 #include "zt/Types.h"
 
 #include <cstddef>
@@ -8,17 +9,19 @@
 
 namespace ombrel {
 
+// The variance of each pixel of a dark frame. Where it was not measured, what was counted is photons.
+std::vector<double> variancesOf(const DarkField& dark, double gain);
+
 // The noise of counts, and of the mean dark frame that was subtracted from them.
 struct CountNoise {
-    double gain = 1;          // counts a photon
-    std::vector<double> dark; // counts a frame; empty without one
-    double darkFrames = 0;    // frames that the mean dark is of
+    double gain = 1;                  // counts a photon
+    std::vector<double> darkVariance; // of one dark frame, see variancesOf(); empty without one
+    double darkFrames = 0;            // frames that the mean dark is of
 
-    double darkAt(std::size_t pixel) const { return dark.empty() ? 0 : dark[pixel]; }
     // The variance of counts without their dark. A pixel without a photon has the error of one photon.
     double varianceOf(double counts, std::size_t pixel) const;
     // The variance of the mean dark.
-    double darkVariance(std::size_t pixel) const;
+    double meanDarkVariance(std::size_t pixel) const;
 };
 
 // The pixels of a frame on their way through a chain, each with the variance of its value in two parts: the

@@ -62,8 +62,10 @@ SigmaModel::SigmaModel(const SigmaPlan& plan) : deviceMask(plan.deviceMask), kee
     auto gain = plan.gain;
     links = errorsOfChain(plan.links, gain);
     noise.gain = gain.value_or(1);
-    noise.dark = plan.dark;
-    noise.darkFrames = plan.darkFrames;
+    if (plan.dark) {
+        noise.darkVariance = variancesOf(*plan.dark, noise.gain);
+        noise.darkFrames = plan.dark->frames;
+    }
     char counts[32];
     std::snprintf(counts, sizeof counts, "%.4g", noise.gain);
     gainNote =

@@ -28,11 +28,10 @@ struct SigmaLink {
 
 struct SigmaPlan {
     std::vector<SigmaLink> links;
-    std::optional<double> gain;     // counts a photon; unset: as calibrated, else 1
-    std::vector<zt::u8> deviceMask; // 0: no pixel; empty for none
-    bool keepNan = false;           // pixels that the detector marked become NaN
-    std::vector<double> dark = {};  // mean that was subtracted; empty for none
-    double darkFrames = 0;          // that it is of
+    std::optional<double> gain;      // counts a photon; unset: as calibrated, else 1
+    std::vector<zt::u8> deviceMask;  // 0: no pixel; empty for none
+    bool keepNan = false;            // pixels that the detector marked become NaN
+    const DarkField* dark = nullptr; // that was subtracted; null for none
 };
 
 // The standard deviations of a corrected frame, row by row.

@@ -64,7 +64,7 @@ public:
         photon *= relative * relative;
         calibration = calibration * relative * relative + ofUpper * ofUpper * variance(line.upper) +
                       ofLower * ofLower * variance(line.lower) +
-                      darkSlope * darkSlope * noise.darkVariance(pixel);
+                      darkSlope * darkSlope * noise.meanDarkVariance(pixel);
     }
 
 private:

@@ -88,14 +88,16 @@ TEST(PixelErrors, coverTheTruthOfAFlatFieldWithGainAndDark) {
         const auto dark = [&](std::size_t i) { return 300 * truth.response[pixels - 1 - i]; };
         const auto flat = [&](std::size_t i) { return level * truth.response[i]; };
         const auto sample = [&](std::size_t i) { return 0.4 * flat(i); };
-        CountNoise noise{.gain = gain, .dark = truth.sum(dark, 8, gain), .darkFrames = 8};
-        for (double& counts : noise.dark)
+        ombrel::DarkField darks;
+        darks.mean = truth.sum(dark, 8, gain);
+        for (double& counts : darks.mean)
             counts /= 8;
+        const CountNoise noise{.gain = gain, .darkVariance = variancesOf(darks, gain), .darkFrames = 8};
         Values flats = truth.sum([&](std::size_t i) { return flat(i) + dark(i); }, 5, gain);
         Values frame = truth.sum([&](std::size_t i) { return sample(i) + dark(i); }, 1, gain);
         for (std::size_t i = 0; i < pixels; ++i) {
-            flats[i] -= 5 * noise.dark[i];
-            frame[i] -= noise.dark[i];
+            flats[i] -= 5 * darks.mean[i];
+            frame[i] -= darks.mean[i];
         }
         PixelErrors errors = PixelErrors::ofCounts(frame, side, noise);
         multiplyErrors(errors, flatOf(flats, 5, level), noise);
