@@ -69,7 +69,8 @@ SigmaModel::SigmaModel(const SigmaPlan& plan) : deviceMask(plan.deviceMask), kee
     char counts[32];
     std::snprintf(counts, sizeof counts, "%.4g", noise.gain);
     gainNote =
-        "standard deviations for " + std::string(counts) + " counts a photon, " +
+        "standard deviations for " + std::string(counts) + (noise.gain == 1 ? " count" : " counts") +
+        " a photon, " +
         (gain ? "as the calibration measured" : "as photon-counting detectors have; give --gain for others");
 }
 
