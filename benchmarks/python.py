@@ -2,10 +2,13 @@
 
 PYTHONPATH=build/PRESET/python /usr/bin/python3 benchmarks/python.py PATH/ombrel
 
-- call: chain(x) against the time that the filters take of the same frames in a run, and against NumPy and SciPy
-- map: chain.map with two jobs against `ombrel bench` with two jobs, which writes an output, too
+- call: chain(x) against the same frames through the same chain in C++, without the interpreter, and against NumPy and
+  SciPy
+- map: chain.map with two jobs against the same threads without the interpreter, which are a run's without its output,
+  and against `ombrel bench` with two jobs, which writes an output, too
 """
 
+import collections
 import json
 import os
 import subprocess
@@ -17,7 +20,7 @@ import numpy as np
 import ombrel
 from scipy import ndimage
 
-ROUNDS = 9
+ROUNDS = 15
 NEIGHBOURS = np.ones((3, 3))
 
 
@@ -41,36 +44,40 @@ def call_ratios(chain, scan, ff):
     frames = [scan[i] for i in range(len(scan))]
     good = ~ff.bad
     out = np.empty(scan.shape[1:])
-    times = {"call": [], "out": [], "filters": [], "numpy": []}
+    times = {"C++": [], "call": [], "out": [], "numpy": []}
     chain(frames[0])
     for _ in range(ROUNDS):
-        run = ombrel.run(chain, scan, "bench.h5", jobs=1, force=True)
-        times["filters"].append(np.median(run.frames["seconds"]))
+        times["C++"].append(chain.seconds(frames) / len(frames))
         times["call"].append(seconds(chain, frames))
         times["out"].append(seconds(lambda x: chain(x, out=out), frames))
         times["numpy"].append(seconds(lambda x: peer(x, ff.coefficients, good), frames[:20]))
     medians = {name: np.median(values) for name, values in times.items()}
     for name, value in medians.items():
         print(f"{name:8} {1e6 * value:9.1f} us a frame")
-    print(f"chain(x) over the filters: {medians['call'] / medians['filters']:.2f}")
-    print(f"chain(x, out=y) over the filters: {medians['out'] / medians['filters']:.2f}")
+    print(f"chain(x) over C++: {medians['call'] / medians['C++']:.2f}")
+    print(f"chain(x, out=y) over C++: {medians['out'] / medians['C++']:.2f}")
     print(f"numpy over chain(x): {medians['numpy'] / medians['call']:.2f}")
 
 
 def map_ratio(program, chain, scan):
-    rates = {"map": [], "program": []}
-    for _ in range(ROUNDS):
+    rates = {"map": [], "C++": [], "program": []}
+
+    def rate_of(work):
         start = time.perf_counter()
-        for _ in chain.map(scan, jobs=2):
-            pass
-        rates["map"].append(len(scan) / (time.perf_counter() - start))
+        work(chain.map(scan, jobs=2))
+        return len(scan) / (time.perf_counter() - start)
+
+    for _ in range(ROUNDS):
+        rates["map"].append(rate_of(lambda frames: collections.deque(frames, maxlen=0)))
+        rates["C++"].append(rate_of(lambda frames: frames.drain()))
         done = subprocess.run([program, "bench", "-f", "Flat-Field=ff.xml", scan.paths[0], "-j", "2", "--rounds", "1",
                                "--json"], capture_output=True, text=True, check=True)
         rates["program"].append(json.loads(done.stdout)["frames_per_second"])
     medians = {name: np.median(values) for name, values in rates.items()}
     for name, value in medians.items():
         print(f"{name:8} {value:9.0f} frames/s with two jobs")
-    print(f"map over the program: {medians['map'] / medians['program']:.2f}")
+    print(f"map over C++: {medians['map'] / medians['C++']:.2f}")
+    print(f"map over the program with its output: {medians['map'] / medians['program']:.2f}")
 
 
 def main(program):

@@ -28,7 +28,13 @@ py::array anyArray(const char* argument, const py::object& value) {
         throw py::type_error(std::string(argument) + " is " +
                              py::cast<std::string>(py::str(py::type::of(value))) +
                              ", not an array of pixels");
-    return numpy.attr("asarray")(value);
+    try {
+        return numpy.attr("asarray")(value);
+    } catch (const py::error_already_set& error) {
+        if (!error.matches(PyExc_ValueError))
+            throw;
+        throw py::value_error(std::string(argument) + " is not an array of pixels: " + error.what());
+    }
 }
 
 // Nothing for a type that no frame has. Machine byte order is not checked.
@@ -101,11 +107,17 @@ py::array_t<double> outputArray(const py::object& value) {
     return py::reinterpret_borrow<py::array_t<double>>(value);
 }
 
+bool hasShape(const py::array& array, const Frame& frame) {
+    return array.ndim() == 2 && array.shape(0) == frame.height() && array.shape(1) == frame.width();
+}
+
 void copyInto(py::array_t<double>& array, const Frame& frame) {
-    if (array.ndim() != 2 || array.shape(0) != frame.height() || array.shape(1) != frame.width())
+    if (!hasShape(array, frame))
         throw py::value_error(describe("out", array) + "; the corrected frame has the shape (" +
                               std::to_string(frame.height()) + ", " + std::to_string(frame.width()) + ")");
     double* const to = array.mutable_data();
+    if (frame.bytes().data() == reinterpret_cast<const std::byte*>(to))
+        return;
     const py::gil_scoped_release released;
     std::memcpy(to, frame.bytes().data(), frame.bytes().size());
 }

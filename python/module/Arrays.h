@@ -29,10 +29,22 @@ pybind11::array arrayOf(FramePtr frame);
 
 // Throws ValueError or TypeError unless corrected frames can be written into the argument.
 pybind11::array_t<double> outputArray(const pybind11::object& value);
-// Throws ValueError for another shape.
+bool hasShape(const pybind11::array& array, const Frame& frame);
+// Does nothing for a frame that has its pixels there. Throws ValueError for another shape.
 void copyInto(pybind11::array_t<double>& array, const Frame& frame);
 
 pybind11::dtype dtypeOf(zt::u8 pixelType);
+
+// An argument in C++; `what` names the type that it must have: "a number". Throws TypeError that names both.
+template <typename T>
+T argumentAs(const char* argument, const pybind11::handle& value, const char* what) {
+    try {
+        return value.cast<T>();
+    } catch (const pybind11::cast_error&) {
+        throw pybind11::type_error(std::string(argument) + " is " +
+                                   pybind11::cast<std::string>(pybind11::repr(value)) + ", not " + what);
+    }
+}
 
 // A read-only array that owns the values.
 template <typename T>

@@ -47,7 +47,10 @@ public:
     // A chain of its own for frames in order, if the filters carry state from frame to frame.
     std::shared_ptr<SharedChain> forSequence(FrameSize size, const std::vector<zt::u8>& mask);
 
-    pybind11::array call(const pybind11::object& x, double time, const pybind11::object& out);
+    pybind11::array call(const pybind11::object& x, const pybind11::object& time,
+                         const pybind11::object& out);
+    // The time that frames take without the interpreter, for benchmarks.
+    double secondsOf(const std::vector<pybind11::object>& arrays);
 
 private:
     struct Loaded {

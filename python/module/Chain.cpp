@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <functional>
 #include <pybind11/stl.h>
 
 namespace py = pybind11;
@@ -47,12 +48,25 @@ std::shared_ptr<SharedChain> Filters::forSequence(FrameSize size, const std::vec
     return chain->remembers() ? std::make_shared<SharedChain>(options, size, mask, console()) : chain;
 }
 
-py::array Filters::call(const py::object& x, double time, const py::object& out) {
+namespace {
+
+bool overlap(const py::array& one, const py::array& other) {
+    const auto* const first = static_cast<const std::byte*>(one.data());
+    const auto* const second = static_cast<const std::byte*>(other.data());
+    return std::less<>()(first, second + other.nbytes()) && std::less<>()(second, first + one.nbytes());
+}
+
+} // namespace
+
+py::array Filters::call(const py::object& x, const py::object& time, const py::object& out) {
+    const auto seconds = argumentAs<double>("time", time, "a number of seconds");
     std::optional<py::array_t<double>> target;
     if (!out.is_none())
         target = outputArray(out);
     LentFrame lent = lendArray("x", x);
-    lent.frame->setAcqTime(time);
+    lent.frame->setAcqTime(seconds);
+    if (target && hasShape(*target, *lent.frame) && !overlap(*target, lent.array))
+        lent.frame->offer(target->mutable_data());
     const MessageScope messages;
     FrameResult result;
     try {
@@ -68,6 +82,17 @@ py::array Filters::call(const py::object& x, double time, const py::object& out)
         return arrayOf(std::move(result.frame));
     copyInto(*target, *result.frame);
     return *target;
+}
+
+double Filters::secondsOf(const std::vector<py::object>& arrays) {
+    std::vector<LentFrame> lent;
+    for (const py::object& array : arrays)
+        lent.push_back(lendArray("arrays", array));
+    const py::gil_scoped_release released;
+    const auto begin = std::chrono::steady_clock::now();
+    for (LentFrame& each : lent)
+        forFrames({each.frame->width(), each.frame->height()}, ownMask)->apply(std::move(each.frame));
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
 }
 
 namespace {
@@ -105,6 +130,12 @@ public:
         return arrayOf(std::move(item.result.frame));
     }
 
+    void drain() {
+        CorrectedFrames::Item item;
+        while (frames->next(item, std::chrono::milliseconds(100)) != CorrectedFrames::Answer::End)
+            item.result.frame.reset();
+    }
+
 private:
     std::optional<CorrectedFrames> frames;
 };
@@ -120,13 +151,40 @@ RunOptions chainOptions(const std::vector<std::pair<std::string, std::string>>& 
     return options;
 }
 
+constexpr const char* callText = R"(Correct one frame.
+
+Parameters
+----------
+x : array of shape (height, width)
+    Integers of 8 to 64 bits, float32 or float64. Read in place if it is in C order and of the machine's byte order.
+time : float
+    Acquisition time in seconds, for filters that use it.
+out : numpy.ndarray of float64 in C order, optional
+    Where to write the corrected frame, without another array. Undefined after an error.
+
+Returns
+-------
+numpy.ndarray
+    float64 of the shape of x: a new array, or out.
+
+Raises
+------
+FrameError
+    A filter refuses the frame.
+ValueError, TypeError
+    An argument is wrong, or the settings are for frames of another size.
+Error
+    Settings cannot be loaded.
+)";
+
 } // namespace
 
 void bindChain(py::module_& module) {
     py::class_<FrameIterator>(module, "FrameIterator")
         .def(
             "__iter__", [](py::object self) { return self; })
-        .def("__next__", &FrameIterator::next);
+        .def("__next__", &FrameIterator::next)
+        .def("drain", &FrameIterator::drain, py::call_guard<py::gil_scoped_release>());
     py::class_<Filters>(module, "Filters")
         .def(py::init([](const std::vector<std::pair<std::string, std::string>>& links,
                          const std::vector<std::string>& params, const py::object& mask,
@@ -134,7 +192,8 @@ void bindChain(py::module_& module) {
             return new Filters(chainOptions(links, params, marks, keepNan), deviceMaskOf(mask));
         }))
         .def("__call__", &Filters::call, py::arg("x"), py::kw_only(), py::arg("time") = 0.0,
-             py::arg("out") = py::none())
+             py::arg("out") = py::none(), callText)
+        .def("seconds", &Filters::secondsOf)
         .def(
             "load",
             [](Filters& filters, zt::u32 width, zt::u32 height) {

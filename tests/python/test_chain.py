@@ -118,6 +118,13 @@ class ChainTest(data.Case):
             strided = np.repeat(x, 2, axis=1)[:, ::2]
             self.assertSame(chain(strided), y)
             self.assertSame(chain(x.astype(x.dtype.newbyteorder(">"))), y)
+        for links in self.chains:
+            chain = self.chain_of(links)
+            x = frames_of("u2")[0]
+            memory = np.full((data.HEIGHT + 2, data.WIDTH), -1.0)
+            self.assertSame(chain(x, time=0.25, out=memory[1:-1]), chain(x, time=0.25))
+            self.assertTrue((memory[[0, -1]] == -1).all(), links)
+        chain = self.chain_of([("Flat-Field", "ff.xml")])
         x = frames_of("f8")[0]
         expected = chain(x)
         self.assertSame(chain(x, out=x), expected)
@@ -130,6 +137,9 @@ class ChainTest(data.Case):
         data.write("odd.h5", x[np.newaxis])
         expected = self.corrected_by_program([("Binning 2x2", None)], source="odd.h5")
         self.assertSame(ombrel.Chain("Binning 2x2")(x), expected[0])
+        memory = np.full((5, 5), -1.0)
+        self.assertSame(ombrel.Chain("Binning 2x2")(x, out=memory[1:-1]), expected[0])
+        self.assertTrue((memory[[0, -1]] == -1).all())
 
     def test_threads_share_a_chain(self):
         chain = self.chain_of(self.chains[0])
@@ -147,6 +157,9 @@ class ChainTest(data.Case):
                 (ValueError, r"x has the shape \(3, 3\) and the type float64", lambda: chain(np.zeros((3, 3)))),
                 (TypeError, r"x has the shape \(48, 64\) and the type complex128", lambda: chain(x * 1j)),
                 (TypeError, "x is .*NoneType", lambda: chain(None)),
+                (ValueError, "x is not an array of pixels", lambda: chain([[1], [1, 2]])),
+                (TypeError, "time is 'a', not a number of seconds", lambda: chain(x, time="a")),
+                (TypeError, "params is list", lambda: ombrel.Chain("Binning 2x2", params=["a"])),
                 (ValueError, r"out has the shape \(2, 2\)", lambda: chain(x, out=np.zeros((2, 2)))),
                 (TypeError, "out has .* float32", lambda: chain(x, out=np.zeros(x.shape, "f4"))),
                 (ValueError, "mask has the shape .* it masks all",

@@ -91,7 +91,13 @@ FramePtr Frame::lend(zt::u32 width, zt::u32 height, zt::u8 dataType, const std::
     FramePtr frame(new Frame(width, height, dataType,
                              std::shared_ptr<std::byte>(const_cast<std::byte*>(pixels), [](std::byte*) {})));
     frame->isForeign = frame->isLent = true;
+    frame->hasRoom = false;
     return frame;
+}
+
+void Frame::offer(double* doubles) {
+    if (frameWidth % 2 == 0 && frameHeight % 2 == 0)
+        offered = std::make_shared<std::atomic<double*>>(doubles);
 }
 
 std::size_t Frame::aliveCount() {
@@ -112,17 +118,26 @@ void Frame::stopSharing() {
         std::shared_ptr<std::byte>(storage).reset();
         return;
     }
-    const std::size_t bytes = storageBytes(frameWidth, frameHeight, pixelType);
-    auto own = newStorage(bytes);
-    const std::size_t room = isForeign ? roomBytes() : 0;
-    std::memcpy(own.get(), storage.get(), bytes - room);
-    std::memset(own.get() + bytes - room, 0, room);
-    takeStorage(std::move(own));
+    Storage own = newPixels(pixelType);
+    const bool copiesRoom = hasRoom && own.hasRoom;
+    std::memcpy(own.block.get(), storage.get(),
+                static_cast<std::size_t>(size()) * pixelSize(pixelType) + (copiesRoom ? roomBytes() : 0));
+    takeStorage(std::move(own), copiesRoom);
 }
 
-void Frame::takeStorage(std::shared_ptr<std::byte> own) {
-    storage = std::move(own);
+Frame::Storage Frame::newPixels(zt::u8 dataType) {
+    double* const doubles = dataType == zt::DT_DOUBLE && offered ? offered->exchange(nullptr) : nullptr;
+    if (doubles)
+        return {{reinterpret_cast<std::byte*>(doubles), [](std::byte*) {}}, false};
+    return {newStorage(storageBytes(frameWidth, frameHeight, dataType)), true};
+}
+
+void Frame::takeStorage(Storage own, bool roomIsSet) {
+    storage = std::move(own.block);
+    hasRoom = own.hasRoom;
     isForeign = isLent = false;
+    if (!roomIsSet)
+        zeroRoom();
 }
 
 void Frame::makeOwn() {
@@ -142,21 +157,20 @@ std::span<const std::byte> Frame::bytes() const {
 void Frame::subtract(std::span<const double> values) {
     if (values.size() != size())
         throw std::invalid_argument("the frame has another number of pixels");
-    auto difference = newStorage(storageBytes(frameWidth, frameHeight, zt::DT_DOUBLE));
+    Storage difference = newPixels(zt::DT_DOUBLE);
     withPixelType(pixelType, [&](auto pixel) {
         const auto* const from = reinterpret_cast<const decltype(pixel)*>(storage.get());
-        auto* const to = reinterpret_cast<double*>(difference.get());
+        auto* const to = reinterpret_cast<double*>(difference.block.get());
         for (std::size_t i = 0; i < values.size(); ++i)
             to[i] = static_cast<double>(from[i]) - values[i];
     });
-    takeStorage(std::move(difference));
     pixelType = zt::DT_DOUBLE;
     isExposed = false;
-    zeroRoom();
+    takeStorage(std::move(difference), false);
 }
 
 void Frame::zeroRoom() {
-    if (isForeign) // has no room before it is copied
+    if (!hasRoom)
         return;
     const std::span<std::byte> pixels = bytes();
     std::memset(pixels.data() + pixels.size(), 0, roomBytes());
@@ -179,7 +193,10 @@ void Frame::destroy() {
 zt::IData* Frame::clone() const {
     FramePtr copy(new Frame(frameWidth, frameHeight, pixelType, storage));
     copy->isForeign = isForeign;
-    if (isExposed)
+    copy->hasRoom = hasRoom;
+    copy->offered = offered;
+    const bool isBorrowed = !isForeign && !hasRoom;
+    if (isExposed || isBorrowed)
         copy->stopSharing();
     copy->name = name;
     copy->time = time;
@@ -210,15 +227,13 @@ double* Frame::doubleData(double /*zero*/) {
 
 void Frame::convertToType(zt::u8 dataType) {
     if (dataType != pixelType) {
-        auto converted = newStorage(storageBytes(frameWidth, frameHeight, dataType));
-        convertPixels(storage.get(), pixelType, converted.get(), dataType,
-                      isForeign ? static_cast<std::size_t>(size()) : storedCount());
-        const bool wasForeign = isForeign;
-        takeStorage(std::move(converted));
+        Storage converted = newPixels(dataType);
+        const bool convertsRoom = hasRoom && converted.hasRoom;
+        convertPixels(storage.get(), pixelType, converted.block.get(), dataType,
+                      convertsRoom ? storedCount() : static_cast<std::size_t>(size()));
         pixelType = dataType;
         isExposed = false;
-        if (wasForeign)
-            zeroRoom();
+        takeStorage(std::move(converted), convertsRoom);
     }
     if (dataType == zt::DT_DOUBLE)
         sawConversion = true;

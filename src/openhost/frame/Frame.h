@@ -38,6 +38,10 @@ public:
     // A frame of pixels that a caller lends: they are read in place, and copied before anything changes them
     // in this frame or a clone. They must outlive both, or makeOwn() must be called before they end.
     static FramePtr lend(zt::u32 width, zt::u32 height, zt::u8 dataType, const std::byte* pixels);
+    // Offers a caller's memory for as many doubles as the frame has pixels. It is used by the first of this
+    // frame and its clones that becomes a frame of doubles of its own; that frame must end before the memory,
+    // and its clones copy it. Not used for odd sizes: filters may need the room, which this memory lacks.
+    void offer(double* doubles);
 
     // The number of frames alive in this process, for tests that check for leaks.
     static std::size_t aliveCount();
@@ -109,8 +113,14 @@ private:
     Frame(zt::u32 width, zt::u32 height, zt::u8 dataType, std::shared_ptr<std::byte> pixels);
     ~Frame();
 
+    struct Storage {
+        std::shared_ptr<std::byte> block;
+        bool hasRoom = true; // after the pixels
+    };
+
     void stopSharing();
-    void takeStorage(std::shared_ptr<std::byte> own);
+    Storage newPixels(zt::u8 dataType);
+    void takeStorage(Storage own, bool roomIsSet);
 
     std::size_t roomBytes() const;
     // Number of pixels and elements in the room after them.
@@ -122,11 +132,13 @@ private:
     zt::u8 pixelType;
     bool sawConversion = false;
     bool isExposed = false; // a filter may hold the address of the pixels
-    bool isForeign = false; // the storage is a caller's: it has no room after the pixels, and must not change
+    bool isForeign = false; // the storage is a caller's and must not change
+    bool hasRoom = true;    // after the pixels: a caller's memory has none
     bool isLent = false;    // made by lend(), not a clone
     double time = 0;
     std::string name;
     std::shared_ptr<std::byte> storage;
+    std::shared_ptr<std::atomic<double*>> offered; // shared by clones; null once it is used
     std::vector<FramePtr> children;
 };
 

@@ -182,7 +182,7 @@ void FilterLink::setParam(const std::string& assignment) {
 
 FrameResult FilterLink::apply(FramePtr frame, ApplyMode mode) {
     frame->zeroRoom();
-    if (mode == ApplyMode::Copy)
+    if (mode != ApplyMode::Replace)
         return correctCopy(*host, *instance, *frame);
     return correctInPlace(*host, *instance, std::move(frame));
 }
@@ -217,6 +217,8 @@ FrameResult Chain::apply(FramePtr frame, ApplyMode mode) {
             result.failure = link.name() + ": " + result.failure;
             break;
         }
+        if (mode == ApplyMode::CopyOnce)
+            mode = ApplyMode::Replace;
     }
     return result;
 }

@@ -21,8 +21,9 @@ class UnknownFilter : public UsageError {
 // The short name of a filter, for users.
 std::string filterName(const zt::IDataFilter& filter);
 
-// How a filter corrects a frame: as a copy or in place.
-enum class ApplyMode { Copy, Replace };
+// How a filter corrects a frame: as a copy or in place; or, in a chain, the first filter as a copy and the
+// others that copy in place.
+enum class ApplyMode { Copy, Replace, CopyOnce };
 
 // A corrected frame, or null and the reason in one line.
 struct FrameResult {

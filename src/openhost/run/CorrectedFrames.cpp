@@ -19,11 +19,12 @@ CorrectedFrames::~CorrectedFrames() {
 
 CorrectedFrames::Answer CorrectedFrames::next(Item& item, std::chrono::milliseconds most) {
     std::unique_lock lock(mutex);
-    changed.wait_for(lock, most, [&] { return handed || ended; });
-    if (handed) {
-        item = std::move(*handed);
-        handed.reset();
-        changed.notify_all();
+    changed.wait_for(lock, most, [&] { return !handed.empty() || ended; });
+    if (!handed.empty()) {
+        item = std::move(handed.front());
+        handed.pop_front();
+        if (handed.size() + 1 == plan.jobs) // the other side waits only then
+            changed.notify_all();
         return Answer::Item;
     }
     if (failure)
@@ -44,16 +45,17 @@ void CorrectedFrames::read(Item& item) const {
     }
 }
 
-// Waits until the caller has taken the frame before.
+// Waits while the caller has not taken the frames before.
 void CorrectedFrames::hand(Item& item) {
     if (item.index < plan.range.begin)
         return;
     std::unique_lock lock(mutex);
-    changed.wait(lock, [&] { return !handed || stopped; });
+    changed.wait(lock, [&] { return handed.size() < plan.jobs || stopped; });
     if (stopped)
         return;
-    handed = std::move(item);
-    changed.notify_all();
+    handed.push_back(std::move(item));
+    if (handed.size() == 1) // likewise
+        changed.notify_all();
 }
 
 void CorrectedFrames::run() {

@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <deque>
 #include <exception>
 #include <memory>
 #include <mutex>
@@ -54,7 +55,7 @@ private:
     zt::u64 begun;
     std::mutex mutex;
     std::condition_variable changed;
-    std::optional<Item> handed;
+    std::deque<Item> handed; // in order; as many as there are jobs, so that no side waits for each frame
     bool stopped = false;
     bool ended = false;
     std::exception_ptr failure;

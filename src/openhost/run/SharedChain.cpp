@@ -76,7 +76,7 @@ FrameResult SharedChain::applyWith(Chain& chain, FramePtr frame) const {
     const auto marked = marks.fill(*frame);
     if (dark)
         frame->subtract(dark->mean);
-    FrameResult result = chain.apply(std::move(frame), ApplyMode::Copy);
+    FrameResult result = chain.apply(std::move(frame), dark ? ApplyMode::Replace : ApplyMode::CopyOnce);
     if (!result)
         return result;
     result.frame->convertToType(zt::DT_DOUBLE);

@@ -80,6 +80,35 @@ TEST(Frame, ReadsLentPixelsInPlaceAndNeverChangesThem) {
     EXPECT_NE(kept->doubleData(0), pixels.data());
 }
 
+TEST(Frame, StoresDoublesInOfferedMemoryOnce) {
+    const std::vector<zt::u16> pixels = {1, 2, 3, 4, 5, 6, 7, 8};
+    const auto* const bytes = std::as_bytes(std::span(pixels)).data();
+    std::vector<double> memory(10, -1); // one more at each end
+    const FramePtr lent = Frame::lend(4, 2, zt::DT_U16, bytes);
+    lent->offer(memory.data() + 1);
+    const auto cloneOf = [](const FramePtr& frame) { return FramePtr(static_cast<Frame*>(frame->clone())); };
+    const FramePtr first = cloneOf(lent);
+    const FramePtr second = cloneOf(lent);
+    for (const FramePtr* const frame : {&first, &second})
+        (*frame)->convertToType(zt::DT_DOUBLE);
+    first->multiplyBy(2);
+    first->zeroRoom();
+    EXPECT_THAT(memory, ElementsAre(-1, 2, 4, 6, 8, 10, 12, 14, 16, -1));
+    EXPECT_EQ(first->doubleData(0), memory.data() + 1);
+    const FramePtr third = cloneOf(first);
+    third->multiplyBy(2);
+    EXPECT_THAT(third->pixels<double>().front(), 4);
+    EXPECT_THAT(roomOf<double>(*third), Each(0.0));
+    EXPECT_THAT(second->pixels<double>().front(), 1);
+
+    const FramePtr odd = Frame::lend(1, 2, zt::DT_U16, bytes); // filters may write after its pixels
+    odd->offer(memory.data() + 1);
+    odd->subtract(std::vector<double>{1, 1});
+    EXPECT_THAT(odd->pixels<double>(), ElementsAre(0, 1));
+    EXPECT_THAT(roomOf<double>(*odd), Each(0.0));
+    EXPECT_EQ(memory[1], 2);
+}
+
 TEST(Frame, ChangesWithoutItsClone) {
     const std::vector<double> before = {1, 2, 3};
     const auto cloneOf = [](const FramePtr& frame) { return FramePtr(static_cast<Frame*>(frame->clone())); };
