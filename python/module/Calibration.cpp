@@ -4,6 +4,7 @@
 #include "calibration/BadPixelCalibration.h"
 #include "calibration/BeamHardeningCalibration.h"
 #include "calibration/FlatFieldCalibration.h"
+#include "module/Arrays.h"
 #include "module/Bindings.h"
 #include "module/Messages.h"
 #include "settings/SettingsFile.h"
@@ -17,11 +18,27 @@ namespace ombrel::python {
 
 namespace {
 
+const char* typeText(bool) {
+    return "True or False";
+}
+const char* typeText(double) {
+    return "a number";
+}
+const char* typeText(const std::optional<double>&) {
+    return "a number";
+}
+const char* typeText(const std::string&) {
+    return "a text";
+}
+const char* typeText(const std::vector<std::string>&) {
+    return "a list of texts";
+}
+
 // A value of the options of a call; its own default if the caller gave none.
 template <typename T>
 void take(const py::dict& given, const char* key, T& value) {
     if (given.contains(key) && !given[key].is_none())
-        value = given[key].cast<T>();
+        value = argumentAs<T>(key, given[key], typeText(value));
 }
 
 py::dict rowOf(const FieldVerdict& field) {
@@ -64,10 +81,8 @@ void fillInspection(const py::dict& given, InspectionOptions& options) {
     take(given, "dark_limit", options.limits.dark);
     take(given, "level_limit", options.limits.level);
     take(given, "saturated_limit", options.limits.saturated);
-    if (given.contains("saturation"))
-        options.limits.saturation = given["saturation"].cast<std::optional<double>>();
-    if (given.contains("structure_limit"))
-        options.limits.structure = given["structure_limit"].cast<std::optional<double>>();
+    take(given, "saturation", options.limits.saturation);
+    take(given, "structure_limit", options.limits.structure);
 }
 
 void fillCalibration(const py::dict& given, CalibrateOptions& options) {
@@ -119,7 +134,7 @@ py::list flatField(const std::vector<std::string>& inputs, const py::dict& given
     fillCalibration(given, options);
     take(given, "bad", options.bad);
     take(given, "mask", options.mask.source);
-    options.noInterpolation = !given["interpolate"].cast<bool>();
+    options.noInterpolation = !argumentAs<bool>("interpolate", given["interpolate"], "True or False");
     return judged(options, calibrateFlatField);
 }
 
@@ -128,8 +143,8 @@ py::list beamHardening(const std::vector<std::string>& masks, const py::dict& gi
     options.masks = masks;
     fillCalibration(given, options);
     take(given, "zero_as_bad", options.zeroAsBad);
-    options.acqTime = given["time"].cast<std::optional<double>>();
-    options.noInterpolation = !given["interpolate"].cast<bool>();
+    take(given, "time", options.acqTime);
+    options.noInterpolation = !argumentAs<bool>("interpolate", given["interpolate"], "True or False");
     return judged(options, calibrateBeamHardening);
 }
 
@@ -139,8 +154,8 @@ py::list adaptive(const std::string& grid, const py::dict& given) {
     options.quiet = true;
     fillCalibration(given, options);
     take(given, "refine", options.refine.cells);
-    options.refine.timePerFrame = given["time_per_frame"].cast<std::optional<double>>();
-    options.refine.frameCounts = given["frame_counts"].cast<std::optional<double>>();
+    take(given, "time_per_frame", options.refine.timePerFrame);
+    take(given, "frame_counts", options.refine.frameCounts);
     take(given, "normalise", options.normalise);
     take(given, "holes", options.holes);
     take(given, "assignments", options.assignments);

@@ -1,4 +1,5 @@
 #include "base/Error.h"
+#include "module/Arrays.h"
 #include "module/Bindings.h"
 #include "module/Messages.h"
 #include "run/RunNotes.h"
@@ -200,8 +201,8 @@ py::tuple runFrames(const Filters& filters, const std::vector<std::string>& inpu
     options.quantity = {more["quantity"].cast<std::string>(), more["level_region"].cast<std::string>()};
     options.acqTime = more["time"].cast<std::optional<double>>();
     options.jobs = more["jobs"].cast<std::optional<unsigned>>();
-    options.resume = more["resume"].cast<bool>();
-    options.force = more["force"].cast<bool>();
+    options.resume = argumentAs<bool>("resume", more["resume"], "True or False");
+    options.force = argumentAs<bool>("force", more["force"], "True or False");
     const MessageScope messages;
     Watch watch(more["progress"]);
     Rows rows;

@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import filecmp
+import operator
 import os
 import sys
 import time as clock
@@ -12,9 +13,9 @@ import numpy as np
 
 from . import _ombrel
 from .calibration import Calibration
-from .chain import Chain, check_jobs, check_scan
+from .chain import Chain, check_jobs, check_scan, check_time
 from .masks import Mask
-from .scan import Scan, dark_of
+from .scan import Scan, dark_of, path_of
 
 
 class Result:
@@ -108,9 +109,13 @@ def run(chain: Chain, scan: Scan, output, *, resume: bool = False, force: bool =
     check_call(chain, scan, output_type, resume, force)
     region = region_text(quantity, level_region)
     check_jobs(jobs)
-    output = os.path.abspath(output)
+    check_time(time)
+    output = os.path.abspath(path_of("output", output))
     if not output.endswith((".h5", ".hdf5", ".nxs", ".tif", ".tiff")):
         raise ValueError(f"output {output}: the name must end in .h5, .hdf5, .nxs, .tif or .tiff")
+    show = shower(progress)
+    if client is not None and not hasattr(client, "nthreads"):
+        raise TypeError(f"client is {type(client).__name__}, not a distributed.Client")
     if client is None and part_frames is not None:
         raise ValueError("part_frames is given without client")
     if os.path.exists(output) and not (resume or force):
@@ -121,8 +126,8 @@ def run(chain: Chain, scan: Scan, output, *, resume: bool = False, force: bool =
     if client is not None:
         from .clusters import run_parts
         return run_parts(client, (chain, scan, output), options, resume=resume, part_frames=part_frames,
-                         progress=shower(progress))
-    return run_range(chain, scan, output, {**options, "resume": resume, "force": force}, shower(progress))
+                         progress=show)
+    return run_range(chain, scan, output, {**options, "resume": resume, "force": force}, show)
 
 
 def check_call(chain, scan, output_type, resume, force) -> None:
@@ -142,10 +147,9 @@ def region_text(quantity, region) -> str:
         raise ValueError(f"quantity is {quantity!r}, not 'counts', 'transmission' or 'attenuation'")
     if region is None:
         return ""
-    numbers = [int(number) for number in region]
-    if len(numbers) != 4:
+    if isinstance(region, str) or len(region) != 4:
         raise ValueError(f"level_region is {region!r}, not (x, y, width, height)")
-    return ",".join(map(str, numbers))
+    return ",".join(str(operator.index(number)) for number in region)
 
 
 def run_range(chain: Chain, scan: Scan, output: str, options: dict, progress) -> Result:
@@ -191,4 +195,6 @@ class _Line:
 
 
 def shower(progress):
+    if not (progress is None or isinstance(progress, bool) or callable(progress)):
+        raise TypeError(f"progress is {progress!r}, not True, False or a function of (done, total)")
     return _Line() if progress is True else progress or None

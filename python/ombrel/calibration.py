@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import json
+import numbers
 import os
 import shutil
 import tempfile
@@ -14,7 +15,7 @@ import numpy as np
 
 from . import _ombrel
 from .inspection import Inspection, frames_of, limits_of
-from .scan import Scan, dark_of
+from .scan import Scan, dark_of, path_of
 
 
 class Calibration:
@@ -279,6 +280,8 @@ def beam_hardening(masks: Mapping, *, time: float | None = None, interpolate: bo
             raise ValueError(f"masks[{thickness}] is a part of a scan; give all frames of its files")
         if any("," in path for path in paths):
             raise ValueError(f"masks[{thickness}]: the name of a file holds a comma")
+        if not isinstance(thickness, numbers.Real):
+            raise TypeError(f"masks has the key {thickness!r}, not a thickness")
         texts.append(f"{float(thickness)!r}={','.join(paths)}")
     folder, path = _new_folder("Beam-hardening")
     reports = _ombrel.beam_hardening(texts, {"output": path, "time": time, "interpolate": interpolate,
@@ -319,7 +322,7 @@ def adaptive(grid, *, normalise: bool = False, refine: str | None = None, time_p
     folder, path = _new_folder("AdaptiveFF")
     assignments = [f"{key}={str(value).lower() if isinstance(value, bool) else value}"
                    for key, value in (settings or {}).items()]
-    reports = _ombrel.adaptive(os.fspath(grid), {"output": path, "normalise": normalise, "refine": refine,
+    reports = _ombrel.adaptive(path_of("grid", grid), {"output": path, "normalise": normalise, "refine": refine,
                                                  "time_per_frame": time_per_frame, "frame_counts": frame_counts,
                                                  "holes": list(holes), "assignments": assignments,
                                                  "dark": dark_of(dark),

@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import numbers
 import os
 from collections.abc import Iterator, Mapping
 
@@ -59,6 +60,8 @@ class Chain(_ombrel.Filters):
             raise ValueError("filters is empty: give calibrations or names of filters")
         if marks not in ("auto", "none", "top", "negative"):
             raise ValueError(f"marks is {marks!r}, not 'auto', 'none', 'top' or 'negative'")
+        if params is not None and not isinstance(params, Mapping):
+            raise TypeError(f"params is {type(params).__name__}, not a dict such as {{'AdaptiveFF:Search': 0}}")
         known = _ombrel.filters()
         for number, each in enumerate(filters):
             if not isinstance(each, (str, Calibration)):
@@ -106,6 +109,7 @@ class Chain(_ombrel.Filters):
         """
         check_scan(scan)
         check_jobs(jobs)
+        check_time(time)
         return self.frames(scan.stack, scan.begin, scan.end, jobs, time)
 
     def dask(self, scan: Scan, frames: int = 1):
@@ -158,6 +162,11 @@ def check_scan(scan) -> None:
 def check_jobs(jobs) -> None:
     if jobs is not None and (not isinstance(jobs, int) or jobs < 1):
         raise ValueError(f"jobs is {jobs!r}, not a whole number above 0")
+
+
+def check_time(time) -> None:
+    if time is not None and not isinstance(time, numbers.Real):
+        raise TypeError(f"time is {time!r}, not a number of seconds")
 
 
 def filters() -> list[str]:

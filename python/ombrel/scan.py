@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import operator
 import os
 from collections.abc import Iterator, Sequence
 
@@ -16,9 +17,18 @@ def paths_of(argument: str, value) -> list[str]:
         return value.paths
     if isinstance(value, (str, os.PathLike)):
         return [os.fspath(value)]
+    if isinstance(value, Sequence) and len(value) == 0:
+        raise ValueError(f"{argument} is empty: give a scan, a path or a list of paths")
     if isinstance(value, Sequence) and value and all(isinstance(path, (str, os.PathLike)) for path in value):
         return [os.fspath(path) for path in value]
     raise TypeError(f"{argument} is {type(value).__name__}: give a scan, a path or a list of paths")
+
+
+def path_of(argument: str, value) -> str:
+    """The path that an argument names."""
+    if not isinstance(value, (str, os.PathLike)):
+        raise TypeError(f"{argument} is {type(value).__name__}, not a path")
+    return os.fspath(value)
 
 
 def dark_of(value) -> str:
@@ -134,7 +144,7 @@ class Scan:
         return Scan(self.paths, role) if self.stack.count(role) else None
 
     def _place(self, index) -> int:
-        number = index.__index__()
+        number = operator.index(index)
         if not -len(self) <= number < len(self):
             raise IndexError(f"index {number} is outside of a scan of {len(self)} frames")
         return self.begin + number % len(self)

@@ -128,9 +128,18 @@ class RunTest(data.Case):
         for text, call in (
                 ("there.h5 exists", lambda: ombrel.run(self.chain, self.scan, "there.h5")),
                 ("must end in", lambda: ombrel.run(self.chain, self.scan, "there.png")),
+                ("level_region is 'abc'", lambda: ombrel.run(self.chain, self.scan, "new.h5", level_region="abc")),
                 ("part_frames", lambda: ombrel.run(self.chain, self.scan, "new.h5", part_frames=3)),
                 ("output_type", lambda: ombrel.run(self.chain, self.scan, "new.h5", output_type="f16"))):
             with self.subTest(text), self.assertRaisesRegex(ValueError, text):
+                call()
+        for text, call in (
+                ("output is NoneType", lambda: ombrel.run(self.chain, self.scan, None)),
+                ("resume is 'no'", lambda: ombrel.run(self.chain, self.scan, "new.h5", resume="no")),
+                ("client is int", lambda: ombrel.run(self.chain, self.scan, "new.h5", client=3)),
+                ("mask is 3", lambda: ombrel.flat_field(self.scan, mask=3)),
+                ("masks has the key 'a'", lambda: ombrel.beam_hardening({"a": self.scan}))):
+            with self.subTest(text), self.assertRaisesRegex(TypeError, text):
                 call()
 
 
