@@ -240,9 +240,11 @@ void addOutput(FileReport& report, const std::string& path) {
 
 // Of the frames that a run uses; nothing if it uses none.
 std::vector<std::string> metadataFor(const FrameFileInfo& info) {
+    if (isFileSeries(info.path))
+        return {};
     try {
         const auto frames = FrameFile::open(info.path, FrameRole::Sample)->info().frames;
-        return isFileSeries(info.path) ? std::vector<std::string>() : metadataOf({info.path, 0, frames});
+        return metadataOf({info.path, 0, frames});
     } catch (const Error&) {
         return {};
     }
