@@ -4,6 +4,8 @@
 #include "settings/CalibrationFacts.h"
 #include "settings/SettingsFile.h"
 
+#include <cstring>
+
 namespace {
 
 class Dark : public SmallScan {};
@@ -61,6 +63,22 @@ TEST_F(Dark, OfAnotherSizeOrOfAnotherCalibrationIsRefused) {
     runWell({"calibrate", "flat-field", scan, "--dark", other, "--keep-all", "-o", second});
     expectRefusal(run({"-f", "Flat-Field=" + second}), 1,
                   settings + " and " + second + ": were calibrated with different darks");
+    EXPECT_FALSE(std::filesystem::exists(output));
+}
+
+TEST_F(Dark, ThatWasDamagedIsRefused) {
+    ASSERT_EQ(calibrate({scan}).exitCode, 0);
+    const std::string text = fileText(settings);
+    for (const auto& [from, to] :
+         {std::pair("key=\"DarkWidth\" type=\"int\">2", "key=\"DarkWidth\" type=\"int\">4"),
+          std::pair("key=\"DarkFields\" type=\"int\">2", "key=\"DarkFields\" type=\"int\">0"),
+          std::pair("key=\"Dark\" type=\"blob\">AAAA", "key=\"Dark\" type=\"blob\">AAAB")}) {
+        const std::size_t at = text.find(from);
+        ASSERT_NE(at, std::string::npos) << from;
+        writeFileText(settings, std::string(text).replace(at, std::strlen(from), to));
+        expectRefusal(run({}), 1, settings + ": the dark that the calibration stored is damaged");
+        expectRefusal(runOmbrel({"info", settings}), 1, "damaged");
+    }
     EXPECT_FALSE(std::filesystem::exists(output));
 }
 

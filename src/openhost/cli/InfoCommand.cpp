@@ -98,7 +98,7 @@ void showSettings(const std::string& path, Console& console) {
     std::string text = settingsReportText(settings, path);
     if (const std::string note = inspectionNote(settings); !note.empty())
         text += "  flat fields   " + note + '\n';
-    text += factsText(factsOf(settings));
+    text += factsText(factsOf(settings, path));
     console.result(text);
 }
 

@@ -1,13 +1,11 @@
 #include "inspection/MeanDark.h"
 
 #include "base/Error.h"
-#include "base/FileContent.h"
 #include "base/Numbers.h"
 #include "frame/Statistics.h"
 
 #include <algorithm>
 #include <cmath>
-#include <span>
 
 namespace ombrel {
 
@@ -18,13 +16,6 @@ void refuseIfFew(const JudgedDarks& darks) {
         throw Error(darks.stack->info(0).path + ": only " + std::to_string(darks.good.size()) + " of " +
                     countText(darks.stack->frameCount(), "dark frame") +
                     " are good; check them, give --keep-all, or --dark none to subtract nothing");
-}
-
-std::string hashOf(const DarkField& dark) {
-    StreamHash hash;
-    hash.add(std::as_bytes(std::span(&dark.width, 1)));
-    hash.add(std::as_bytes(std::span(dark.mean)));
-    return hash.text();
 }
 
 // How much a pixel varies from one dark frame to the next.

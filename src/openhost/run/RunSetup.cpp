@@ -137,8 +137,8 @@ SettingsSource sourceOf(const RunOptions& options, const Device& device, const L
     source.change = [=, &options, &device, &link, &workers](Settings& settings) {
         SelectionLogs* const choices = workers.choices.get();
         if (worker == 0)
-            workers.facts.push_back(
-                {link.settings, factsOf(settings.contents()), filterGroupsOf(settings.contents())});
+            workers.facts.push_back({link.settings, factsOf(settings.contents(), link.settings),
+                                     filterGroupsOf(settings.contents())});
         const std::string wrong = misfit(settings.contents(), link.settings, device.width(), device.height());
         if (!wrong.empty())
             throw Misfit(wrong);

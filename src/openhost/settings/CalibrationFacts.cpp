@@ -1,6 +1,7 @@
 #include "settings/CalibrationFacts.h"
 
 #include "base/Error.h"
+#include "base/FileContent.h"
 #include "base/Numbers.h"
 #include "settings/SettingsFiles.h"
 
@@ -48,22 +49,30 @@ void noteDark(SettingsTree& settings, const DarkField& dark) {
     settings.set(ownGroup, darkKey, blobOf(dark.mean));
 }
 
-std::optional<DarkField> darkOf(const SettingsTree& settings) {
-    const auto width = valueOf<int>(settings, darkWidthKey);
-    if (!width || *width <= 0)
-        return std::nullopt;
+std::optional<DarkField> darkOf(const SettingsTree& settings, const std::string& path) {
     DarkField dark;
     dark.mean = doublesOf(settings, ownGroup, darkKey);
-    dark.width = static_cast<zt::u32>(*width);
+    if (dark.mean.empty())
+        return std::nullopt;
+    dark.width = static_cast<zt::u32>(std::max(valueOf<int>(settings, darkWidthKey).value_or(0), 1));
     dark.height = static_cast<zt::u32>(dark.mean.size() / dark.width);
     dark.frames = valueOf<int>(settings, darkFramesKey).value_or(0);
     dark.seconds = valueOf<double>(settings, darkTimeKey).value_or(0);
     dark.hash = valueOf<std::string>(settings, darkHashKey).value_or("");
     dark.variance = valueOf<double>(settings, darkVarianceKey);
+    if (dark.frames <= 0 || dark.hash != hashOf(dark))
+        throw Error(path + ": the dark that the calibration stored is damaged; calibrate again");
     return dark;
 }
 
 } // namespace
+
+std::string hashOf(const DarkField& dark) {
+    StreamHash hash;
+    hash.add(std::as_bytes(std::span(&dark.width, 1)));
+    hash.add(std::as_bytes(std::span(dark.mean)));
+    return hash.text();
+}
 
 void noteFacts(SettingsTree& settings, const CalibrationFacts& facts) {
     if (facts.level)
@@ -92,14 +101,14 @@ void noteFacts(SettingsTree& settings, const CalibrationFacts& facts) {
     settings.set(ownGroup, gridFlatFieldsKey, blobOf(flatFields));
 }
 
-CalibrationFacts factsOf(const SettingsTree& settings) {
+CalibrationFacts factsOf(const SettingsTree& settings, const std::string& path) {
     CalibrationFacts facts;
     facts.level = valueOf<double>(settings, levelKey);
     facts.flatFields = valueOf<int>(settings, flatFieldsKey);
     facts.gain = valueOf<double>(settings, gainKey);
     facts.maskFrames = doublesOf(settings, ownGroup, maskFramesKey);
     facts.maskCorrection = valueOf<std::string>(settings, maskCorrectionKey).value_or("");
-    facts.dark = darkOf(settings);
+    facts.dark = darkOf(settings, path);
     facts.seconds = valueOf<double>(settings, flatTimeKey);
     const auto divisors = doublesOf(settings, ownGroup, gridDivisorsKey);
     const auto flatFields = doublesOf(settings, ownGroup, gridFlatFieldsKey);
@@ -112,7 +121,7 @@ CalibrationFacts validFactsOf(const SettingsTree& settings, const std::string& p
     if (filterGroupsOf(settings) == FilterGroups::Changed)
         throw Error(path + ": the filter's settings were changed since the calibration, so that its level no "
                            "longer applies; calibrate again");
-    return factsOf(settings);
+    return factsOf(settings, path);
 }
 
 std::string factsText(const CalibrationFacts& facts) {

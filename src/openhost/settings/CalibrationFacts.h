@@ -31,6 +31,9 @@ struct DarkField {
     std::optional<double> variance;
 };
 
+// Of the width and the mean.
+std::string hashOf(const DarkField& dark);
+
 // What a calibration stores of its flat fields, besides the filter's own settings, in ombrel's group. It
 // applies while the filter's groups are as calibrated, see filterGroupsOf().
 struct CalibrationFacts {
@@ -56,8 +59,9 @@ struct CalibrationFacts {
 };
 
 void noteFacts(SettingsTree& settings, const CalibrationFacts& facts);
-// Without a calibration of ombrel, or with an older one, what is missing is empty.
-CalibrationFacts factsOf(const SettingsTree& settings);
+// Without a calibration of ombrel, or with an older one, what is missing is empty. Throws Error for a dark
+// that is not the one that was stored; `path` is for its message.
+CalibrationFacts factsOf(const SettingsTree& settings, const std::string& path = "settings");
 // Like factsOf(), for a user who depends on them. Throws Error when the filter's groups were changed since.
 CalibrationFacts validFactsOf(const SettingsTree& settings, const std::string& path);
 

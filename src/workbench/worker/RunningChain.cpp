@@ -86,7 +86,7 @@ void RunningChain::load(RunningLink& running) {
     const LinkState& state = running.state;
     if (state.unsaved) {
         if (std::filesystem::exists(state.settings)) // saving keeps what the calibration stored there
-            running.facts = {state.settings, factsOf(readSettings(state.settings)), {}};
+            running.facts = {state.settings, factsOf(readSettings(state.settings), state.settings), {}};
         running.report.failure = loadInto(running.link.filter(), *state.unsaved);
         return;
     }
@@ -94,7 +94,7 @@ void RunningChain::load(RunningLink& running) {
         return; // default settings; the first frame shows whether they suffice
     SettingsSource source{state.settings, state.settings, {}};
     source.change = [&](Settings& settings) {
-        running.facts = {state.settings, factsOf(settings.contents()), {}};
+        running.facts = {state.settings, factsOf(settings.contents(), state.settings), {}};
         if (choosesGridPoints(state)) {
             running.ownWrites = discardWrites(settings);
             running.ownWrites.try_emplace(logKey); // its quality values are redirected below
