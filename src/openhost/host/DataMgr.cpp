@@ -9,11 +9,6 @@
 
 namespace ombrel {
 
-void DataMgr::defineFrames(const std::string& name, std::vector<FrameSource> frames) {
-    const std::lock_guard lock(mutex);
-    definitions.insert_or_assign(name, std::move(frames));
-}
-
 void DataMgr::defineFrame(const std::string& name, FramePtr frame) {
     const std::lock_guard lock(mutex);
     definitions.insert_or_assign(name, std::move(frame));
@@ -69,11 +64,7 @@ zt::u32 DataMgr::frameCountInFile(const char* path) {
         0,
         [&] {
             const std::string name = textOf(path);
-            const auto defined = definitions.find(name);
-            if (defined == definitions.end())
-                return fileOf(name, FrameRole::Any).info().frames;
-            const auto* const sources = std::get_if<std::vector<FrameSource>>(&defined->second);
-            return sources ? static_cast<zt::u32>(sources->size()) : 1u;
+            return definitions.contains(name) ? 1u : fileOf(name).info().frames;
         });
 }
 
@@ -84,30 +75,19 @@ bool DataMgr::isFrameFile(const char* path) {
 
 FramePtr DataMgr::frameOf(const std::string& path, zt::u32 index) {
     const auto defined = definitions.find(path);
-    if (defined == definitions.end())
-        return frameOf(FrameSource{path, FrameRole::Any, index});
-    const auto* const sources = std::get_if<std::vector<FrameSource>>(&defined->second);
-    if (index >= (sources ? sources->size() : 1))
-        throw Error(path + ": frame " + std::to_string(index) + " does not exist");
-    if (sources)
-        return frameOf((*sources)[index]);
-    return FramePtr(static_cast<Frame*>(std::get<FramePtr>(defined->second)->clone()));
+    FrameFile* const file = defined == definitions.end() ? &fileOf(path) : nullptr;
+    const zt::u32 frames = file ? file->info().frames : 1;
+    if (index >= frames)
+        throw Error(path + ": frame " + std::to_string(index) + " does not exist; it holds " +
+                    std::to_string(frames));
+    return file ? file->readFrame(index) : FramePtr(static_cast<Frame*>(defined->second->clone()));
 }
 
-FramePtr DataMgr::frameOf(const FrameSource& source) {
-    FrameFile& file = fileOf(source.path, source.role);
-    if (source.index >= file.info().frames)
-        throw Error(source.path + ": frame " + std::to_string(source.index) + " does not exist; it holds " +
-                    std::to_string(file.info().frames));
-    return file.readFrame(source.index);
-}
-
-FrameFile& DataMgr::fileOf(const std::string& path, FrameRole role) {
+FrameFile& DataMgr::fileOf(const std::string& path) {
     const FileStamp stamp = stampOf(splitDatasetPath(path).file);
-    if (!openFile || openFile->info().path != path || openRole != role || openStamp != stamp) {
+    if (!openFile || openFile->info().path != path || openStamp != stamp) {
         openFile.reset(); // before opening the next, so that only one file is open
-        openFile = FrameFile::open(path, role);
-        openRole = role;
+        openFile = FrameFile::open(path);
         openStamp = stamp;
     }
     return *openFile;

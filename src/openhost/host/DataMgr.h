@@ -10,26 +10,16 @@
 #include <mutex>
 #include <string>
 #include <thread>
-#include <variant>
-#include <vector>
 
 namespace ombrel {
-
-// One frame of a file.
-struct FrameSource {
-    std::string path;
-    FrameRole role = FrameRole::Any;
-    zt::u32 index = 0; // among the frames of that role
-};
 
 // Creates frames and reads them from files, for filters. On a failure, returns null, 0 or false; takeError()
 // then returns the reason. Thread-safe.
 //
-// A host decides what a path means: a name defined here refers to frames of any number of files, or to a
-// frame in memory, wherever a filter accepts a path.
+// A host decides what a path means: a name defined here refers to a frame in memory, wherever a filter
+// accepts a path.
 class DataMgr final : public zt::IDataMgr {
 public:
-    void defineFrames(const std::string& name, std::vector<FrameSource> frames);
     // Each loadFrame() of the name returns a copy.
     void defineFrame(const std::string& name, FramePtr frame);
     void undefine(const std::string& name);
@@ -50,8 +40,6 @@ public:
     bool isFrameFile(const char* path) override;
 
 private:
-    using Definition = std::variant<std::vector<FrameSource>, FramePtr>;
-
     // Identifies the contents of a file when it was opened; a file rewritten since is opened again.
     struct FileStamp {
         zt::u64 device = 0;
@@ -62,17 +50,15 @@ private:
     };
 
     static FileStamp stampOf(const std::string& path);
-    FrameFile& fileOf(const std::string& path, FrameRole role);
+    FrameFile& fileOf(const std::string& path);
     FramePtr frameOf(const std::string& path, zt::u32 index);
-    FramePtr frameOf(const FrameSource& source);
     // The result of `work`, or `failure` after storing the reason.
     template <typename Result, typename Work>
     Result guarded(Result failure, Work work);
 
     std::mutex mutex;
-    std::map<std::string, Definition> definitions;
+    std::map<std::string, FramePtr> definitions;
     std::unique_ptr<FrameFile> openFile;
-    FrameRole openRole = FrameRole::Any;
     FileStamp openStamp;
     std::map<std::thread::id, std::string> errors;
     std::function<void(const std::string&)> reportError;
