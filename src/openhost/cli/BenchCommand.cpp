@@ -31,7 +31,7 @@ struct BenchOptions {
 };
 
 // Frames of a simulated detector, and a flat-field correction for them unless the user gave filters.
-void simulateInput(BenchOptions& options, const TrialFolder& folder, Console& console) {
+void simulateInput(BenchOptions& options, const TrialFolder& folder) {
     const FrameSize size = parseFrameSize("--size", options.size);
     simulation::SetPlan plan;
     plan.directory = folder / "set";
@@ -48,7 +48,8 @@ void simulateInput(BenchOptions& options, const TrialFolder& folder, Console& co
     flatField.output = folder / "flat-field.xml";
     flatField.bad = "ff";
     flatField.plugin = options.run.plugin;
-    calibrateFlatField(flatField, console);
+    Console unheard([](const std::string&, bool) {}); // its file is gone when the command ends
+    calibrateFlatField(flatField, unheard);
     options.run.links = {LinkOptions::parse("Flat-Field=" + flatField.output)};
 }
 
@@ -71,7 +72,7 @@ void bench(BenchOptions options, Console& console) {
     options.run.discardLogs = true;
     pathsOf(options.run).check(console, options.run.log);
     if (options.run.inputs.empty())
-        simulateInput(options, folder, console);
+        simulateInput(options, folder);
     if (options.run.frames.empty())
         options.run.frames = usualFrames(options.run.inputs);
     const BenchResult result = measureRun(options.run, options.rounds, console);
