@@ -66,6 +66,19 @@ TEST_F(Dark, OfAnotherSizeOrOfAnotherCalibrationIsRefused) {
     EXPECT_FALSE(std::filesystem::exists(output));
 }
 
+TEST_F(Dark, IsNotTakenFromFramesOfAnotherKind) {
+    const std::string white = folder / "white.h5";
+    {
+        Hdf5Builder file(white);
+        file.data<zt::u16>("exchange/data_white", {1, 2, 2}, {100, 100, 100, 100});
+        file.data<zt::u16>("exchange/data", {1, 2, 2}, {50, 50, 50, 50});
+    }
+    expectRefusal(calibrate({white, "--dark", white}), 1, "no dark fields (/exchange/data_dark)");
+    expectRefusal(calibrate({scan, "--dark", scan + "::/exchange/data_white"}), 1,
+                  "not brighter than the dark");
+    EXPECT_FALSE(std::filesystem::exists(settings));
+}
+
 TEST_F(Dark, ThatWasDamagedIsRefused) {
     ASSERT_EQ(calibrate({scan}).exitCode, 0);
     const std::string text = fileText(settings);

@@ -242,7 +242,8 @@ std::vector<double> meansOfColumns(std::span<const double> pixels, std::size_t w
 }
 
 // A coefficient is the median of the table divided by its value, and exactly 1 for the median alone.
-CalibrationFacts factsOf(const SettingsTree& settings, const FlatTable& table, bool tdi) {
+CalibrationFacts factsOf(const SettingsTree& settings, const FlatTable& table, bool tdi,
+                         const std::string& path) {
     CalibrationFacts facts;
     facts.flatFields = static_cast<int>(table.count);
     facts.gain = table.gain;
@@ -256,6 +257,10 @@ CalibrationFacts factsOf(const SettingsTree& settings, const FlatTable& table, b
     const auto one = static_cast<std::size_t>(std::ranges::find(coefficients, 1.0) - coefficients.begin());
     if (one < values.size() && values[one] * table.scale > 0)
         facts.level = values[one] * table.scale;
+    else if (table.dark)
+        throw Error(path +
+                    ": the flat fields are not brighter than the dark fields; check which is which, or give "
+                    "--dark none to subtract nothing");
     return facts;
 }
 
@@ -294,15 +299,15 @@ void writeOutputs(const Calibrated& made, const FlatFieldOptions& options) {
             throw Error(path + ": the coefficients can't be written; check the free space on the disk");
         table.commit();
     };
-    writeTable(options.ffcFile, false);
-    writeTable(options.asciiFile, true);
     // The filter's interface cannot switch it on, but its settings can.
     store->setBool("FF", "UseTDI", options.tdi);
     SettingsTree settings = store->contents();
     if (made.flat) {
-        noteFacts(settings, factsOf(settings, *made.flat, options.tdi));
+        noteFacts(settings, factsOf(settings, *made.flat, options.tdi, options.inputs.front()));
         made.inspection.note(settings);
     }
+    writeTable(options.ffcFile, false);
+    writeTable(options.asciiFile, true);
     writeSettingsFile(settings, options.output);
 }
 

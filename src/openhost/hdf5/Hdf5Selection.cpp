@@ -212,7 +212,8 @@ Numbered onlyNumbered(const Hdf5Contents& contents) {
     return groups.size() == 1 ? numberedIn(contents, *groups.begin()) : Numbered();
 }
 
-// The dataset of the Data Exchange layout, if the file has it.
+// The dataset of the Data Exchange layout, if the file has it. Frames of a file that also holds flat fields
+// are those of the sample, and no dark fields.
 std::optional<Hdf5Selection> selectExchange(hid_t file, const std::string& fileName,
                                             const Hdf5Contents& contents, FrameRole role) {
     const std::string data = "/exchange/data";
@@ -221,9 +222,15 @@ std::optional<Hdf5Selection> selectExchange(hid_t file, const std::string& fileN
         paths.insert(paths.begin(), "/exchange/data_white");
     if (role == FrameRole::Dark)
         paths.insert(paths.begin(), "/exchange/data_dark");
-    for (const std::string& path : paths)
-        if (const auto* candidate = candidateAt(file, contents, path))
+    for (const std::string& path : paths) {
+        const auto* const candidate = candidateAt(file, contents, path);
+        if (candidate && role == FrameRole::Dark && path == data &&
+            candidateAt(file, contents, "/exchange/data_white"))
+            throw Error(fileName + ": holds frames of the sample and flat fields, but no dark fields "
+                                   "(/exchange/data_dark)");
+        if (candidate)
             return selection(fileName, *candidate, path);
+    }
     return std::nullopt;
 }
 
