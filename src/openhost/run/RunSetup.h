@@ -12,7 +12,7 @@
 #include "run/BatchRun.h"
 #include "run/FrameLevels.h"
 #include "run/RunDark.h"
-#include "run/SelectionLogs.h"
+#include "run/WorkerChains.h"
 #include "stack/FrameStack.h"
 #include "stack/PixelMask.h"
 
@@ -75,11 +75,6 @@ struct RunOptions {
 class SigmaModel;
 struct RunSetup;
 
-// Settings of a chain do not fit the size of the frames.
-class Misfit : public Error {
-    using Error::Error;
-};
-
 // How the output stores pixels in 16 bits; nothing if it does not. Throws UsageError if type and scale do not
 // go together.
 std::optional<PixelPacking> packingOf(const RunOptions& options);
@@ -93,25 +88,6 @@ std::vector<std::string> settingsFilesOf(const RunOptions& options);
 // The output to resume; nothing if none of its frames is done. Throws Error if it was not written by this
 // program, is being written, or was written by a different run than `record`: the text lists the differences.
 std::optional<OutputState> outputToResume(const std::string& path, const RunRecord& record);
-
-// The chains of a run's workers: each has its own filter instances, loaded separately.
-struct WorkerChains {
-    std::vector<Chain> chains;              // at least one
-    bool remember = false;                  // a filter's result depends on earlier frames
-    std::unique_ptr<SelectionLogs> choices; // null unless an adaptive filter's choices are recorded
-    std::vector<LinkFacts> facts;           // of the links that have settings, in the order of the chain
-};
-
-// The warning that Flat-Field does not find zero pixels in frames of that type; empty if it does.
-std::string unseenZeroPixels(zt::u8 pixelType);
-
-// Warnings about the loaded chain and the pixel type of its frames, one line each.
-std::vector<std::string> warningsOn(RunSetup& setup);
-
-// One chain per job, or only one if a filter carries state from frame to frame, or fewer if memory is short;
-// with a message, if the user gave the number or memory is short. Never more chains than frames. Throws
-// Error.
-WorkerChains makeWorkerChains(Session& session, const RunOptions& options, zt::u64 frames, Console& console);
 
 // Everything a run needs, opened and checked before its first frame; used by all callers that pass a stack
 // through a chain. Messages go to the console.
