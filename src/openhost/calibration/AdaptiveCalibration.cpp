@@ -256,6 +256,19 @@ void checkPaths(const AdaptiveOptions& options, const std::vector<GridRow>& rows
         throw Error(heap + ": is not a calibration and is not replaced; choose another name for -o");
 }
 
+// What a refined grid decides by itself. Interpolation between its points would only add time. A threshold is
+// found in a histogram, whose bins are wide when one tile is far above the others, as with a sample: which
+// tiles are dropped then differs from candidate to candidate by more than neighbours of the grid do.
+void fixForRefinement(SettingsTree& settings, std::set<std::string>& fixed) {
+    constexpr int allTiles = 100;
+    if (adaptiveSetting<int>(settings, "Interpolation") != 0)
+        throw UsageError(
+            "--set Interpolation=1: not with --refine, whose grid has the points between already");
+    fixed.insert("Interpolation");
+    if (fixed.insert("QfTileThreshold").second)
+        settings.set(adaptiveGroup, "QfTileThreshold", allTiles);
+}
+
 } // namespace
 
 void calibrateAdaptive(const AdaptiveOptions& options, Console& console) {
@@ -273,9 +286,8 @@ void calibrateAdaptive(const AdaptiveOptions& options, Console& console) {
     Session session(console, options.plugin, {1, flats.width(), flats.height()});
     SettingsTree settings = defaultAdaptiveSettings(session);
     std::set<std::string> fixed = assignSettings(settings, options.assignments);
-    if (options.refine.isOn() && adaptiveSetting<int>(settings, "Interpolation") != 0)
-        throw UsageError(
-            "--set Interpolation=1: not with --refine, whose grid has the points between already");
+    if (options.refine.isOn())
+        fixForRefinement(settings, fixed);
 
     const Interrupt interrupt;
     const TrialFolder folder(std::filesystem::path(options.output).parent_path());
@@ -298,7 +310,6 @@ void calibrateAdaptive(const AdaptiveOptions& options, Console& console) {
                 "--time-per-frame: nothing to measure the time with; give a grid point two frames or more");
         Progress sampling(console, rows.size(), options.quiet);
         refinement.emplace(heapPlan, options.refine, [&] { sampling.advance(); });
-        fixed.insert("Interpolation"); // between the points of the refined grid, it would only add time
     }
     settings = tune({heaps, heapPaths, settings, fixed, std::min(flats.width(), flats.height())}, session,
                     options, console);

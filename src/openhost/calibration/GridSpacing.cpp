@@ -4,14 +4,19 @@
 #include <cmath>
 #include <functional>
 #include <limits>
+#include <numeric>
+#include <tuple>
+#include <utility>
 
 namespace ombrel {
 
 namespace {
 
-constexpr std::size_t sampleCount = 400;
+constexpr std::size_t sampleCount = 1000; // settings
+constexpr std::size_t fewSamples = 250;
 constexpr std::size_t lineCount = 32; // lines along an axis, to measure its length
 constexpr std::size_t lengthSteps = 64;
+constexpr double clearlyLower = 1e-7; // of the residual, for each candidate; less is rounding
 
 // Coefficients of the polynomial at the sampled pixels, without their means: a common factor of all pixels
 // leaves no structure.
@@ -31,23 +36,27 @@ std::vector<double> structureOf(std::size_t terms, const GridFit& fit, const Sam
     return coefficients;
 }
 
-// The factor of Cholesky. Photon noise may leave a direction without structure: its column is 0.
-std::vector<double> triangleOf(const std::vector<double>& matrix, std::size_t size) {
-    std::vector<double> lower(size * size);
-    for (std::size_t column = 0; column < size; ++column) {
-        double pivot = matrix[column * size + column];
-        for (std::size_t k = 0; k < column; ++k)
-            pivot -= lower[column * size + k] * lower[column * size + k];
-        if (!(pivot > 1e-9))
-            continue;
-        for (std::size_t row = column; row < size; ++row) {
-            double value = matrix[row * size + column];
-            for (std::size_t k = 0; k < column; ++k)
-                value -= lower[row * size + k] * lower[column * size + k];
-            lower[row * size + column] = value / std::sqrt(pivot);
-        }
+// The columns of Cholesky's factor, the greatest pivot first, until the rest is far below the noise of a
+// frame. Where photon noise leaves a direction without structure, it has none.
+std::vector<std::vector<double>> columnsOf(std::vector<double> matrix, std::size_t size) {
+    constexpr double leastPivot = 1e-4;
+    std::vector<std::vector<double>> columns;
+    while (columns.size() < size) {
+        std::size_t pivot = 0;
+        for (std::size_t i = 1; i < size; ++i)
+            pivot = matrix[i * size + i] > matrix[pivot * size + pivot] ? i : pivot;
+        const double greatest = matrix[pivot * size + pivot];
+        if (!(greatest > leastPivot))
+            break;
+        std::vector<double> column(size);
+        for (std::size_t i = 0; i < size; ++i)
+            column[i] = matrix[i * size + pivot] / std::sqrt(greatest);
+        for (std::size_t i = 0; i < size; ++i)
+            for (std::size_t j = 0; j < size; ++j)
+                matrix[i * size + j] -= column[i] * column[j];
+        columns.push_back(std::move(column));
     }
-    return lower;
+    return columns;
 }
 
 double squaredDistance(std::span<const double> one, std::span<const double> other) {
@@ -78,6 +87,10 @@ std::vector<GridPoint> combinations(const std::array<std::vector<float>, 3>& val
     return points;
 }
 
+std::size_t countOf(const GridSpacing::Cells& cells) {
+    return cells[0] * cells[1] * cells[2];
+}
+
 constexpr std::array<float GridPoint::*, 3> axisOf{&GridPoint::v, &GridPoint::t, &GridPoint::e};
 
 } // namespace
@@ -99,15 +112,14 @@ GridMetric::GridMetric(const GridPolynomial& polynomial, const GridFit& fit, con
             matrix[i * size + j] =
                 (sum / static_cast<double>(logs.pixels) - fit.covariance(i, j) * noise) / frameVariance;
         }
-    factor = triangleOf(matrix, size);
+    factor = columnsOf(std::move(matrix), size);
 }
 
 std::vector<double> GridMetric::placeOf(const GridPoint& point) const {
     const auto at = terms.at(point);
-    std::vector<double> place(at.size());
-    for (std::size_t row = 0; row < at.size(); ++row)
-        for (std::size_t column = 0; column <= row; ++column)
-            place[column] += factor[row * at.size() + column] * at[row];
+    std::vector<double> place;
+    for (const auto& column : factor)
+        place.push_back(std::inner_product(at.begin(), at.end(), column.begin(), 0.0));
     return place;
 }
 
@@ -162,7 +174,7 @@ float GridSpacing::valueAt(const Axis& axis, double part) const {
                                           double{lengthSteps});
 }
 
-RefinedGrid GridSpacing::divided(std::array<std::size_t, 3> cells) const {
+RefinedGrid GridSpacing::divided(const Cells& cells) const {
     RefinedGrid grid;
     std::array<std::vector<float>, 3> middles;
     for (std::size_t axis = 0; axis < axes.size(); ++axis) {
@@ -207,36 +219,86 @@ std::optional<RefinedGrid> GridSpacing::forLookAround() const {
     return grid;
 }
 
-RefinedGrid GridSpacing::chosen(double residual, std::size_t mostPoints) const {
-    std::array<std::size_t, 3> cells{1, 1, 1};
-    RefinedGrid best = divided(cells);
+double GridSpacing::spacingResidual(const Cells& cells, std::size_t settings) const {
+    return expected(divided(cells).candidates, std::span(samples).first(settings), 0).mean;
+}
+
+// The cells that lower the residual most for each candidate that they add. One cell more may not help where
+// two do, since all places on the axis shift. Where nothing helps, the longest cells are divided.
+GridSpacing::Cells GridSpacing::nextCells(const Cells& cells) const {
+    const double before = spacingResidual(cells, fewSamples);
     const auto step = [&](std::size_t axis) {
         return axes[axis].lengths.back() / static_cast<double>(cells[axis]);
     };
-    while (expected(best.candidates, 0).mean > residual) {
-        const std::array<std::size_t, 3> numbers{0, 1, 2};
-        const std::size_t widest = *std::ranges::max_element(numbers, {}, step);
-        ++cells[widest];
-        RefinedGrid next = divided(cells);
-        if (next.tried > mostPoints || !(step(widest) > 0))
-            break;
-        best = std::move(next);
+    Cells next = cells;
+    double best = clearlyLower;
+    std::size_t widest = 0;
+    for (std::size_t axis = 0; axis < axes.size(); ++axis) {
+        widest = step(axis) > step(widest) ? axis : widest;
+        for (std::size_t more = 1; more <= 2 && step(axis) > 0; ++more) {
+            Cells tried = cells;
+            tried[axis] += more;
+            const double lower = before - spacingResidual(tried, fewSamples);
+            const double each = lower / static_cast<double>(countOf(tried) - countOf(cells));
+            next = each > best ? tried : next;
+            best = std::max(best, each);
+        }
     }
-    return best;
+    if (next == cells && step(widest) > 0)
+        ++next[widest];
+    return next;
 }
 
-ExpectedResidual GridSpacing::expected(std::span<const GridPoint> points, double surfaceError) const {
+// Of the cells that differ by up to two on each axis, the fewest that leave the residual, or those that leave
+// the least.
+GridSpacing::Cells GridSpacing::fewestNear(const Cells& cells, double residual,
+                                           std::size_t mostPoints) const {
+    const auto rank = [&](const Cells& tried) {
+        const double left = spacingResidual(tried, samples.size());
+        return std::tuple(std::max(left, residual), countOf(tried), left);
+    };
+    Cells fewest = cells;
+    auto least = rank(cells);
+    const std::size_t reach = 2;
+    for (std::size_t i = 0; i < 5 * 5 * 5; ++i) {
+        const Cells shifted{cells[0] + i / 25, cells[1] + i / 5 % 5, cells[2] + i % 5};
+        if (std::ranges::any_of(shifted, [](std::size_t count) { return count <= reach; }))
+            continue;
+        const Cells tried{shifted[0] - reach, shifted[1] - reach, shifted[2] - reach};
+        const bool isNear = countOf(tried) * 5 >= countOf(cells) * 4 && countOf(tried) <= countOf(cells);
+        if (!isNear || tried == cells || divided(tried).tried > mostPoints)
+            continue;
+        const auto triedRank = rank(tried);
+        fewest = triedRank < least ? tried : fewest;
+        least = std::min(least, triedRank);
+    }
+    return fewest;
+}
+
+RefinedGrid GridSpacing::chosen(double residual, std::size_t mostPoints) const {
+    Cells cells{1, 1, 1};
+    while (spacingResidual(cells, samples.size()) > residual) {
+        const Cells next = nextCells(cells);
+        if (next == cells || divided(next).tried > mostPoints)
+            break;
+        cells = next;
+    }
+    return divided(fewestNear(cells, residual, mostPoints));
+}
+
+ExpectedResidual GridSpacing::expected(std::span<const GridPoint> points, std::span<const GridPoint> settings,
+                                       double surfaceError) const {
     std::vector<std::vector<double>> candidates;
     for (const GridPoint& point : points)
         candidates.push_back(places.placeOf(point));
     ExpectedResidual residual;
-    for (const GridPoint& sample : samples) {
-        const auto place = places.placeOf(sample);
+    for (const GridPoint& setting : settings) {
+        const auto place = places.placeOf(setting);
         double least = std::numeric_limits<double>::infinity();
         for (const auto& candidate : candidates)
             least = std::min(least, squaredDistance(place, candidate));
         const double left = std::sqrt(1 + least + surfaceError);
-        residual.mean += left / static_cast<double>(samples.size());
+        residual.mean += left / static_cast<double>(settings.size());
         residual.worst = std::max(residual.worst, left);
     }
     return residual;

@@ -23,7 +23,7 @@ public:
 
 private:
     GridPolynomial terms;
-    std::vector<double> factor; // lower triangle; its product with its transpose gives the distances
+    std::vector<std::vector<double>> factor; // columns; its product with its transpose gives the distances
 };
 
 // A refined grid and the search that it is made for.
@@ -44,6 +44,8 @@ struct ExpectedResidual {
 // Divides the range of each axis into parts, over which the flat field changes by the same.
 class GridSpacing {
 public:
+    using Cells = std::array<std::size_t, 3>; // on each axis
+
     // `measured`: the points that have a flat field; `surfaceError`: variance of the surface's own error, as
     // a multiple of that of a frame's photon noise.
     GridSpacing(const GridMetric& metric, const CalibrationGrid& grid, std::span<const GridPoint> measured,
@@ -51,19 +53,21 @@ public:
 
     // For the linear search: a flat field in the middle of each cell, and the measured ones. At least one
     // cell on each axis; an axis of one value has one.
-    RefinedGrid divided(std::array<std::size_t, 3> cells) const;
+    RefinedGrid divided(const Cells& cells) const;
     // For the look-around search, which the filter runs only on 5 x 5 x 5 stored points, here with their
     // midpoints. It refuses a frame whose coarse winner is the first on the axis of E: that axis begins
     // before the range, so far that the first is never the best. Nothing for a grid with an axis of one
     // value.
     std::optional<RefinedGrid> forLookAround() const;
-    // The grid of the fewest points whose spacing alone leaves `residual` in the mean, or the one of up to
-    // `mostPoints`: the axis whose cells differ most is divided further until then.
+    // A grid of few points whose spacing alone leaves `residual` in the mean, or the best one of up to
+    // `mostPoints`: the axis on which a candidate more helps most is divided further until then.
     RefinedGrid chosen(double residual, std::size_t mostPoints) const;
 
     // Of the measured points alone, and of a refined grid.
-    ExpectedResidual expected() const { return expected(known, 0); }
-    ExpectedResidual expected(const RefinedGrid& grid) const { return expected(grid.candidates, error); }
+    ExpectedResidual expected() const { return expected(known, samples, 0); }
+    ExpectedResidual expected(const RefinedGrid& grid) const {
+        return expected(grid.candidates, samples, error);
+    }
 
 private:
     struct Axis {
@@ -71,7 +75,12 @@ private:
         std::vector<double> lengths; // from the first value, at equal steps of the setting; in distances
     };
 
-    ExpectedResidual expected(std::span<const GridPoint> points, double surfaceError) const;
+    // At the first of the samples.
+    double spacingResidual(const Cells& cells, std::size_t settings) const;
+    Cells nextCells(const Cells& cells) const;
+    Cells fewestNear(const Cells& cells, double residual, std::size_t mostPoints) const;
+    ExpectedResidual expected(std::span<const GridPoint> points, std::span<const GridPoint> settings,
+                              double surfaceError) const;
     // The value at a part of the axis's length; before 0 the first part is extended.
     float valueAt(const Axis& axis, double part) const;
     std::vector<double> lengthsAlong(std::size_t axis) const;

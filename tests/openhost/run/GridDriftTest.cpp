@@ -40,4 +40,27 @@ TEST(GridDrift, FindsTheSidesBeyondWhichTheScoresStillFall) {
     EXPECT_THAT(notes.text(), HasSubstr("4 frames outside the grid of flat fields (V below): 2-4, 9;"));
 }
 
+// Ten cells on each of V and T, hardly further apart than the noise, nine measured points, and a
+// sample that adds to all scores.
+std::vector<QualityValue> refinedScoresAt(double v, double t) {
+    std::vector<QualityValue> scores;
+    const auto add = [&](double atV, double atT) {
+        const double square = 1 + 0.36 * (std::pow(atV - v, 2) + std::pow(atT - t, 2));
+        scores.push_back({std::to_string(atV), std::to_string(atT), "1", 2 + std::sqrt(square)});
+    };
+    for (int i = 0; i < 10; ++i)
+        for (int k = 0; k < 10; ++k)
+            add(i + 0.5, k + 0.5);
+    for (const double atV : {0, 5, 10})
+        for (const double atT : {0, 5, 10})
+            add(atV, atT);
+    return scores;
+}
+
+TEST(GridDrift, JudgesARefinedGridByItsCells) {
+    EXPECT_EQ(sidesText(sidesOutside(refinedScoresAt(0, 0))), "");
+    EXPECT_EQ(sidesText(sidesOutside(refinedScoresAt(10, 3.2))), "");
+    EXPECT_EQ(sidesText(sidesOutside(refinedScoresAt(-4, 3.2))), "V below");
+}
+
 } // namespace
