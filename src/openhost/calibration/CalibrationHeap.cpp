@@ -162,6 +162,7 @@ void CalibrationHeap::checkPixels(std::size_t count, const std::string& what) co
 namespace {
 
 constexpr std::size_t mostTests = 27;
+constexpr std::size_t enoughForGain = 128; // points that the gain is measured at
 
 } // namespace
 
@@ -219,7 +220,7 @@ void AdaptiveHeaps::addPoint(const AdaptiveHeapPlan& plan, std::size_t index, Gr
     greatestLevel = std::max(greatestLevel, level);
     singles += flat.isTestKeptOut() ? 0 : 1;
     ++imageCount;
-    if (flat.isTestKeptOut())
+    if (flat.isTestKeptOut() && index % (pointFacts.size() / enoughForGain + 1) == 0)
         transfer.addSplit(*flat.test, flat.ofOthers, flat.frames);
     pointFacts[index] = {divisorOf(flat.ofAll, plan.normalise), static_cast<double>(flat.frames)};
 
