@@ -4,6 +4,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <atomic>
 #include <csignal>
 #include <cstdlib>
 #include <exception>
@@ -21,16 +22,18 @@ std::filesystem::path programFolder() {
 
 namespace {
 
-volatile std::sig_atomic_t wasRequested = 0;
+// A signal's handler writes it, and all workers read it.
+std::atomic<bool> wasRequested = false;
+static_assert(std::atomic<bool>::is_always_lock_free);
 
 void note(int) {
-    wasRequested = 1;
+    wasRequested.store(true, std::memory_order_relaxed);
 }
 
 } // namespace
 
 Interrupt::Interrupt() {
-    wasRequested = 0;
+    wasRequested = false;
     for (std::size_t i = 0; i < endSignals.size(); ++i) {
         sigaction(endSignals[i], nullptr, &former[i]);
         if (former[i].sa_handler == SIG_IGN)
@@ -49,7 +52,7 @@ Interrupt::~Interrupt() {
 }
 
 bool Interrupt::requested() {
-    return wasRequested != 0;
+    return wasRequested.load(std::memory_order_relaxed);
 }
 
 namespace {
