@@ -21,9 +21,9 @@ constexpr std::size_t mostSampled = 4096; // pixels
 constexpr std::size_t sampledValues = 4'000'000;
 constexpr double farFromLevel = 3; // pixels beyond this factor are not sampled
 constexpr std::size_t mostTerms = 60;
-constexpr double sameError = 1.02;       // a higher degree must predict better by this factor
+constexpr double sameError = 1.02;         // a higher degree must predict better by this factor
 constexpr double spacingResidual = 1.0495; // at which auto stops dividing
-constexpr double clearlyLess = 0.98;     // than the residual of the measured grid
+constexpr double clearlyLess = 0.98;       // than the residual of the measured grid
 // A flat field has counts of many frames, so that its own noise adds little to a frame's.
 constexpr double countsOverFrame = 100;
 
