@@ -65,7 +65,7 @@ private:
     PluginHostPtr host; // first member: the filters end before the host
     std::vector<RunningLink> links;
     std::optional<DarkField> dark; // subtracted from each frame, as in a run
-    std::string darkFailure;       // why there is none; empty without a failure
+    std::string darkFailure;       // why it cannot be chosen; else empty
     SelectionLogs choices;
     zt::u64 choicesRead = 0;
 };
