@@ -3,6 +3,8 @@
 #include "zt/IMpxFrame.h"
 #include "zt/IObject.h"
 
+#include <cstddef>
+
 // The flat-field filter's private interface, returned by its privateInterface(): object ID 1442418610, name
 // "FlatFieldFilterInterface". Paths are UTF-8. Loading and saving return 0 or a negative code. A line in the
 // host's log names the coefficient file that could not be read or written; a frame that the host could not
@@ -70,4 +72,33 @@ public:
     // Pixels of thickness 0 count as bad too.
     virtual void setUseZeroPixelsAsBad(bool on) = 0;
     virtual bool isUseZeroPixelsAsBadEnabled() const = 0;
+};
+
+// What the adaptive filter's last search found, for hosts that record the choice. The filter is one itself: a
+// dynamic_cast from its zt::IDataFilter finds it, since its privateInterface() is null.
+//
+// Candidates are the flat fields that the search tried, in that order. Scores are costs: the less, the
+// flatter the frame. Everything is valid until the filter's next call that takes a frame, settings or a
+// parameter.
+class IGridScores {
+public:
+    struct Point {
+        float v;
+        float t;
+        float e;
+    };
+    static constexpr std::size_t none = static_cast<std::size_t>(-1);
+
+    // 0 before the first search and after a frame that was refused.
+    virtual std::size_t candidateCount() const = 0;
+    virtual Point candidate(std::size_t index) const = 0;
+    // The candidate with the least score and the best of the others, the first of equal ones; or `none`.
+    virtual std::size_t best() const = 0;
+    virtual std::size_t secondBest() const = 0;
+    // NaN if the candidate has none. The search leaves out scores that are surely above those of the two
+    // best; such a score is computed now.
+    virtual float score(std::size_t index) = 0;
+
+protected:
+    ~IGridScores() = default;
 };

@@ -12,6 +12,7 @@ c_AIC::~c_AIC() = default;
 
 int c_AIC::Init(AICCfg configuration, bool loadCalibration) {
     work->ready = false;
+    work->record.clear();
     work->releaseGrid(); // before the new one is loaded: memory may not suffice for both
     CalibrationImages = std::make_unique<c_CalibrationImages>();
     Cfg = std::move(configuration);

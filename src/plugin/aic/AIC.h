@@ -12,6 +12,7 @@
 #include <vector>
 
 struct AICScratch;
+struct SearchRecord;
 
 // The adaptive engine: divides a frame by each image of a calibration grid and keeps the flattest quotient.
 //
@@ -58,6 +59,12 @@ public:
     // files that a search writes.
     int CompensateImage(AICImage frame, ImageContainer* result, float* quality, std::string prefix,
                         bool reportTime);
+
+    // The candidates of the last frame that CompensateImage searched; null before one, and after a frame that
+    // it refused. Valid until the next frame or Init.
+    const SearchRecord* lastSearch() const;
+    // The score of one of them, computed now if the search left it out. NaN if it has none.
+    float scoreOf(std::size_t candidate);
 
     // Multiplies by the mask (null: by the store's compensation mask, if it has one), repairs bad pixels,
     // normalises and clips; without PPEnabled it only divides by the mean. Sets ScaleFactor.

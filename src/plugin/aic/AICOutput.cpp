@@ -32,6 +32,7 @@ std::string dumpName(const std::string& prefix, const char* kind, const ImageCon
 } // namespace
 
 void c_AIC::note(Search& search, Position point, float value) {
+    work->record.candidates.push_back({point, value});
     if (QualityValuesEnabled) {
         bool opened = false;
         QFValuesOutput(point, value, search.prefix, search.appendsQualityValues, &opened);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "aic/OutlierRepair.h"
+#include "aic/SearchRecord.h"
 #include "image/AICImage.h"
 #include "image/BinCounts.h"
 #include "store/OrderedGrid.h"
@@ -41,5 +42,6 @@ struct AICScratch {
     AICImage image;                                    // the pre-processed frame
     std::vector<c_CalibrationImages::Position> points; // of a search, in the order of evaluation
     std::array<std::vector<float>, TilePass::maxCandidates> sums;
+    SearchRecord record;
     std::string line; // of the log of quality values
 };

@@ -14,6 +14,7 @@ using ResultType = c_CalibrationImages::ResultType;
 
 int c_AIC::CompensateImage(AICImage frame, ImageContainer* result, float* quality, std::string prefix,
                            bool reportTime) {
+    work->record.clear();
     if (frame.empty())
         return fail("c_AIC::CompensateImage no image passed");
     if (refuses(frame, work->ready && frameMasksFit(frame), "CompensateImage"))
@@ -34,6 +35,7 @@ int c_AIC::CompensateImage(AICImage frame, ImageContainer* result, float* qualit
     } else {
         status = linearSearch(search, 1);
     }
+    work->record.complete = status == 0;
     storeBest(search, result);
     work->loops.scale(result->Image.pixels().data(), ScaleFactor, result->Image.pixels().size());
     if (reportTime) {
@@ -42,6 +44,15 @@ int c_AIC::CompensateImage(AICImage frame, ImageContainer* result, float* qualit
         std::cout << "CompensateImage: FindOptimalCompensation:  " << std::to_string(time.count()) << ' ';
     }
     return status;
+}
+
+const SearchRecord* c_AIC::lastSearch() const {
+    return work->record.complete ? &work->record : nullptr;
+}
+
+float c_AIC::scoreOf(std::size_t candidate) {
+    std::optional<float>& score = work->record.candidates.at(candidate).score;
+    return score.value_or(0);
 }
 
 int c_AIC::FindOptimalCompensationLinearSearch(AICImage image, ImageContainer* result, int step,

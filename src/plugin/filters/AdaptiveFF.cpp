@@ -1,5 +1,6 @@
 #include "filters/AdaptiveFF.h"
 
+#include "aic/SearchRecord.h"
 #include "filters/AdaptiveFFSettings.h"
 #include "filters/DeviceFilter.h"
 #include "zt/Types.h"
@@ -61,6 +62,27 @@ bool AdaptiveFF::correct(zt::IMpxFrame& frame) {
         return false;
     std::copy_n(corrected.begin(), pixels.size(), pixels.begin());
     return true;
+}
+
+std::size_t AdaptiveFF::candidateCount() const {
+    const SearchRecord* const search = engine->lastSearch();
+    return search != nullptr ? search->candidates.size() : 0;
+}
+
+IGridScores::Point AdaptiveFF::candidate(std::size_t index) const {
+    const ImageContainer& point = *engine->lastSearch()->candidates.at(index).point;
+    return {point.V, point.T, point.E};
+}
+
+std::size_t AdaptiveFF::best() const {
+    const SearchRecord* const search = engine->lastSearch();
+    return search != nullptr ? search->least().value_or(none) : none;
+}
+
+std::size_t AdaptiveFF::secondBest() const {
+    const SearchRecord* const search = engine->lastSearch();
+    const auto least = search != nullptr ? search->least() : std::nullopt;
+    return least ? search->least(least).value_or(none) : none;
 }
 
 void AdaptiveFF::setAicImageData(const double* data, std::size_t cols, std::size_t rows, AICImage* image) {

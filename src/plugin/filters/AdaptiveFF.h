@@ -3,6 +3,7 @@
 #include "aic/AIC.h"
 #include "filters/DeviceFilter.h"
 #include "zt/IMpxFrame.h"
+#include "zt/IPrivateFilters.h"
 
 #include <cstddef>
 #include <memory>
@@ -18,7 +19,7 @@ struct AdaptiveFFSetting;
 // The calibration grid is in a file beside the settings store, with the same name and the suffix ".bin".
 // Until a store with such a file was loaded, frames are refused and the filter has no parameters. Every
 // change of a parameter restarts the engine, which reads the grid again.
-class AdaptiveFF : public DeviceFilter {
+class AdaptiveFF : public DeviceFilter, public IGridScores {
 public:
     AdaptiveFF(zt::IZenteo* zenteo, zt::IDevMpx* device);
     ~AdaptiveFF() override { endParameters(); }
@@ -36,6 +37,12 @@ public:
 
     virtual zt::u32 getObjectID() const { return 0; }
     virtual const char* getObjectName() const { return "AdaptiveFFInterface"; }
+
+    std::size_t candidateCount() const override;
+    Point candidate(std::size_t index) const override;
+    std::size_t best() const override;
+    std::size_t secondBest() const override;
+    float score(std::size_t index) override { return engine->scoreOf(index); }
 
     // Appends the values, each narrowed to float, and reshapes the image, with its previous pixels, to that
     // many rows.
