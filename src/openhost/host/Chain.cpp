@@ -182,9 +182,10 @@ void FilterLink::setParam(const std::string& assignment) {
 
 FrameResult FilterLink::apply(FramePtr frame, ApplyMode mode) {
     frame->zeroRoom();
-    if (mode != ApplyMode::Replace)
-        return correctCopy(*host, *instance, *frame);
-    return correctInPlace(*host, *instance, std::move(frame));
+    FrameResult result = mode == ApplyMode::Replace ? correctInPlace(*host, *instance, std::move(frame))
+                                                    : correctCopy(*host, *instance, *frame);
+    corrected = static_cast<bool>(result);
+    return result;
 }
 
 FilterLink& Chain::add(FilterLink link) {

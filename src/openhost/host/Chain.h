@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace ombrel {
@@ -71,6 +72,8 @@ public:
     // Passes the frame to the filter, with the room after its pixels zeroed. If in-place correction returns 0
     // without having converted the frame to double, the filter has refused it.
     FrameResult apply(FramePtr frame, ApplyMode mode);
+    // Whether the filter has corrected its latest frame, and this is the first call since then.
+    bool takeCorrected() { return std::exchange(corrected, false); }
 
 private:
     Host* host;
@@ -78,6 +81,7 @@ private:
     FilterPtr instance;
     std::vector<std::string> settingsFiles;
     std::string remark;
+    bool corrected = false;
 };
 
 // Filters in the order in which they process a frame.

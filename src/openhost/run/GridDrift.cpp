@@ -1,11 +1,14 @@
+#include "run/GridDrift.h"
+
 #include "base/Numbers.h"
 #include "run/SelectionLogs.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <map>
-#include <utility>
+#include <cstdint>
+#include <optional>
+#include <span>
 
 namespace ombrel {
 
@@ -24,44 +27,41 @@ struct LinePoint {
     double score;
 };
 
-using Label = std::string QualityValue::*;
-
-double labelOf(const QualityValue& candidate, Label axis) {
-    return readNumber<double>(candidate.*axis).value_or(notANumber);
+// The best candidate on a long line, or `none`. In a refined grid the measured points are on lines of their
+// own, whose steps are too long: where a sample adds to all scores, their squares rise evenly.
+std::size_t bestOnLongLine(const GridLines& lines, unsigned axis, IGridScores& scores,
+                           const TwoBest& ranked) {
+    for (const std::size_t candidate : {ranked.best, ranked.next})
+        if (candidate != IGridScores::none && lines.isLong(axis, candidate))
+            return candidate;
+    std::size_t best = IGridScores::none;
+    float least = 0;
+    for (std::size_t i = 0; i < lines.candidateCount(); ++i) {
+        if (!lines.isLong(axis, i))
+            continue;
+        const float score = scores.score(i);
+        if (std::isnan(score) || (best != IGridScores::none && score >= least))
+            continue;
+        best = i;
+        least = score;
+    }
+    return best;
 }
 
-bool areOnOneLine(const QualityValue& one, const QualityValue& other, const std::array<Label, 3>& axes) {
-    return one.*axes[1] == other.*axes[1] && one.*axes[2] == other.*axes[2];
-}
-
-// The best candidate on a line of about as many candidates as any. In a refined grid the measured points are
-// on lines of their own, whose steps are too long: where a sample adds to all scores, their squares rise
-// evenly.
-const QualityValue& bestOnLongLine(std::span<const QualityValue> candidates,
-                                   const std::array<Label, 3>& axes) {
-    std::map<std::pair<std::string, std::string>, std::size_t> lengths;
-    std::size_t longest = 0;
-    const auto lengthOf = [&](const QualityValue& candidate) -> std::size_t& {
-        return lengths[{candidate.*axes[1], candidate.*axes[2]}];
-    };
-    for (const QualityValue& candidate : candidates)
-        longest = std::max(longest, ++lengthOf(candidate));
-    return *std::ranges::min_element(candidates, {}, [&](const QualityValue& candidate) {
-        return std::pair(4 * lengthOf(candidate) < 3 * longest, candidate.value);
-    });
-}
-
-// The candidates that differ from the best on that axis alone, the best first, then away from it.
-std::vector<LinePoint> lineThrough(std::span<const QualityValue> candidates, const QualityValue& best,
-                                   const std::array<Label, 3>& axes) {
-    std::vector<LinePoint> line;
-    for (const QualityValue& candidate : candidates)
-        if (areOnOneLine(candidate, best, axes))
-            line.push_back({labelOf(candidate, axes[0]), candidate.value});
-    std::ranges::sort(line, {}, &LinePoint::at);
-    if (!line.empty() && line.front().at != labelOf(best, axes[0]))
-        std::ranges::reverse(line);
-    return line;
+// The first three points of the line through a candidate, from there; nothing if it is not at an end of it.
+std::optional<std::array<LinePoint, 3>> endOfLine(const GridLines& lines, unsigned axis, IGridScores& scores,
+                                                  std::size_t candidate) {
+    const auto line = lines.line(axis, candidate);
+    const double end = lines.at(axis, candidate);
+    const bool isFirst = lines.at(axis, line.front()) == end;
+    if (line.size() < 3 || (!isFirst && lines.at(axis, line.back()) != end))
+        return std::nullopt;
+    std::array<LinePoint, 3> points;
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        const std::uint32_t each = isFirst ? line[i] : line[line.size() - 1 - i];
+        points[i] = {lines.at(axis, each), loggedNumber(scores.score(each))};
+    }
+    return points;
 }
 
 // The cells of a refined grid are narrow where the flat field changes fast: more than two steps are counted
@@ -79,14 +79,14 @@ bool risesEvenly(std::span<const LinePoint> line) {
 
 enum class Side { Within, Below, Above };
 
-Side sideOn(std::span<const QualityValue> candidates, const std::array<Label, 3>& axes) {
-    const QualityValue& best = bestOnLongLine(candidates, axes);
-    const auto line = lineThrough(candidates, best, axes);
-    if (line.size() < 3 || line[0].at != labelOf(best, axes[0]))
+Side sideOn(unsigned axis, const GridLines& lines, IGridScores& scores, const TwoBest& ranked) {
+    const std::size_t best = bestOnLongLine(lines, axis, scores, ranked);
+    if (best == IGridScores::none)
         return Side::Within;
-    if (!risesEvenly(line))
+    const auto line = endOfLine(lines, axis, scores, best);
+    if (!line || !risesEvenly(*line))
         return Side::Within;
-    return line[0].at < line[1].at ? Side::Below : Side::Above;
+    return (*line)[0].at < (*line)[1].at ? Side::Below : Side::Above;
 }
 
 std::string framesText(std::vector<zt::u64> frames) {
@@ -108,17 +108,12 @@ std::string framesText(std::vector<zt::u64> frames) {
 
 } // namespace
 
-GridSides sidesOutside(std::span<const QualityValue> candidates) {
-    if (candidates.empty())
-        return 0;
-    constexpr Label v = &QualityValue::v, t = &QualityValue::t, e = &QualityValue::e;
+GridSides sidesOutside(const GridLines& lines, IGridScores& scores, const TwoBest& ranked) {
     GridSides sides = 0;
-    for (unsigned axis = 0;
-         const auto& axes : {std::array{v, t, e}, std::array{t, v, e}, std::array{e, v, t}}) {
-        const Side side = sideOn(candidates, axes);
+    for (unsigned axis = 0; axis < GridLines::axisCount; ++axis) {
+        const Side side = sideOn(axis, lines, scores, ranked);
         if (side != Side::Within)
             sides = static_cast<GridSides>(sides | (1u << (2 * axis + (side == Side::Above ? 1u : 0u))));
-        ++axis;
     }
     return sides;
 }

@@ -216,9 +216,11 @@ BatchResult RunSetup::run(const BatchListener& listener) {
                    .begun = begun ? &*begun : nullptr,
                    .remembers = workers.remember,
                    .choice = {}};
-    SelectionLogs* const choices = workers.choices.get();
+    ChoiceRecorder* const choices = workers.choices.get();
     if (choices)
-        plan.choice = [=](std::size_t worker, zt::u64 frame) { return choices->read(worker, frame); };
+        plan.choice = [&, choices](std::size_t worker, zt::u64 frame) {
+            return choices->read(worker, workers.chains[worker].links()[workers.chooser], frame);
+        };
     const BatchResult result = runBatch(plan, listener);
     if (choices)
         choices->copyToUserFile();

@@ -1,12 +1,14 @@
 #include "run/SelectionLogs.h"
 
-#include "base/AtomicFile.h"
 #include "base/Error.h"
 #include "base/Numbers.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
+#include <charconv>
 #include <cmath>
+#include <optional>
 #include <span>
 #include <string_view>
 #include <sys/mman.h>
@@ -37,11 +39,9 @@ std::optional<QualityValue> readLine(std::string_view line) {
     return QualityValue{std::string(v), std::string(t), std::string(e), *value};
 }
 
-ScoredPoint scored(const QualityValue* candidate) {
-    if (!candidate)
-        return {notANumber, notANumber, notANumber, notANumber};
-    const auto number = [](const std::string& text) { return readNumber<double>(text).value_or(notANumber); };
-    return {number(candidate->v), number(candidate->t), number(candidate->e), candidate->value};
+// The parameters of a candidate are floats, so that they fit.
+float floatOf(const std::string& text) {
+    return static_cast<float>(readNumber<double>(text).value_or(notANumber));
 }
 
 } // namespace
@@ -78,74 +78,27 @@ bool isWholeQualityLog(const std::string& text) {
     return text.ends_with("\n\n");
 }
 
-std::optional<SelectedFlatField> choiceOf(const std::vector<QualityValue>& candidates) {
-    const QualityValue* best = nullptr;
-    const QualityValue* next = nullptr;
+double loggedNumber(float value) {
+    constexpr int significantDigits = 6;
+    std::array<char, 32> text;
+    const auto end =
+        std::to_chars(text.begin(), text.end(), value, std::chars_format::general, significantDigits).ptr;
+    return readNumber<double>({text.begin(), end}).value_or(notANumber);
+}
+
+LoggedScores::LoggedScores(std::span<const QualityValue> candidates) {
     for (const QualityValue& candidate : candidates) {
-        if (!best || candidate.value < best->value) {
-            next = best;
-            best = &candidate;
-        } else if (!next || candidate.value < next->value) {
-            next = &candidate;
-        }
+        points.push_back({floatOf(candidate.v), floatOf(candidate.t), floatOf(candidate.e)});
+        scores.push_back(static_cast<float>(candidate.value));
     }
-    if (!best)
-        return std::nullopt;
-    return SelectedFlatField{scored(best), scored(next), next && next->value == best->value};
 }
 
-namespace {
-
-constexpr const char* adaptiveGroup = "Settings";
-constexpr const char* logKey = "LogQualityValuesFile";
-
-} // namespace
-
-void SelectionLogs::redirect(zt::ISettings& settings, std::size_t worker) {
-    if (const std::string named = settings.getString(adaptiveGroup, logKey, ""); !named.empty())
-        userFile = named;
-    settings.setString(adaptiveGroup, logKey, logs[worker].path().c_str());
-}
-
-// Clears the log, so that a frame without a search has no choice.
-std::optional<SelectedFlatField> SelectionLogs::read(std::size_t worker, zt::u64 frame) {
-    const auto found = logs.find(worker);
-    const std::string text = found == logs.end() ? std::string() : found->second.text();
-    if (text.empty())
-        return std::nullopt;
-    found->second.clear();
-    const bool isWhole = isWholeQualityLog(text);
-    const auto candidates = isWhole ? readQualityLog(text) : std::vector<QualityValue>();
-    auto choice = choiceOf(candidates);
-    if (choice)
-        choice->outside = sidesOutside(candidates);
-    const std::lock_guard lock(mutex);
-    if (!isWhole) {
-        firstLost = framesLost == 0 ? frame : std::min(firstLost, frame);
-        ++framesLost;
-        return std::nullopt;
-    }
-    if (!userFile.empty() && frame >= lastFrame) {
-        lastFrame = frame;
-        lastText = text;
-    }
-    if (choice)
-        driftNotes.add(frame, choice->outside);
-    return choice;
-}
-
-std::string SelectionLogs::loss() const {
-    if (framesLost == 0)
-        return {};
-    return "the grid choices of " + std::to_string(framesLost) + (framesLost == 1 ? " frame" : " frames") +
-           " are lost, the first of frame " + std::to_string(firstLost) +
-           ": the filter could not write its log in memory; --no-choice runs without them";
-}
-
-void SelectionLogs::copyToUserFile() const {
-    if (userFile.empty() || lastText.empty())
-        return;
-    replaceFile(userFile, lastText);
+std::size_t LoggedScores::least(std::size_t except) const {
+    std::size_t found = none;
+    for (std::size_t i = 0; i < scores.size(); ++i)
+        if (i != except && (found == none || scores[i] < scores[found]))
+            found = i;
+    return found;
 }
 
 } // namespace ombrel

@@ -1,14 +1,9 @@
 #pragma once
 
 #include "base/FileDescriptor.h"
-#include "frame/FrameRow.h"
-#include "zt/ISettings.h"
-#include "zt/Types.h"
+#include "zt/IPrivateFilters.h"
 
 #include <cstddef>
-#include <map>
-#include <mutex>
-#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -45,53 +40,25 @@ std::vector<QualityValue> readQualityLog(const std::string& text);
 // Whether the filter could write all of the log: a search ends with an empty line.
 bool isWholeQualityLog(const std::string& text);
 
-// The first candidate with the least value, and the second best; nothing without candidates.
-std::optional<SelectedFlatField> choiceOf(const std::vector<QualityValue>& candidates);
+// A number as a line of the log has it: with six significant digits.
+double loggedNumber(float value);
 
-// The sides of the grid beyond which the best flat field of a frame lies, by about two steps or more: the
-// winner is at the end of an axis, and the scores of its line on that axis point further out. An axis of two
-// values shows nothing.
-GridSides sidesOutside(std::span<const QualityValue> candidates);
-
-// Collects the frames outside of the grid for a message at the end of a run.
-class DriftNotes {
+// The scores in a log, for a filter that does not offer them itself.
+class LoggedScores final : public IGridScores {
 public:
-    void add(zt::u64 frame, GridSides sides);
-    // In one line; empty if all frames lie within the grid.
-    std::string text() const;
+    explicit LoggedScores(std::span<const QualityValue> candidates);
+
+    std::size_t candidateCount() const override { return points.size(); }
+    Point candidate(std::size_t index) const override { return points[index]; }
+    std::size_t best() const override { return least(none); }
+    std::size_t secondBest() const override { return least(best()); }
+    float score(std::size_t index) override { return scores[index]; }
 
 private:
-    std::vector<zt::u64> frames;
-    GridSides all = 0;
-};
+    std::size_t least(std::size_t except) const;
 
-// Records the choices of the adaptive filters of a run's workers. Only their logs of quality values contain
-// them, so each worker gets a separate log. A log file named by the user receives the log of the last
-// frame, as it would without recording.
-class SelectionLogs {
-public:
-    // Redirects the worker's log, before its filter loads the settings. Throws Error.
-    void redirect(zt::ISettings& settings, std::size_t worker);
-    void setUserFile(const std::string& path) { userFile = path; }
-
-    // The choice for the worker's last frame; nothing if there was no search.
-    std::optional<SelectedFlatField> read(std::size_t worker, zt::u64 frame);
-    // Why choices are missing, in one line; empty if all were read.
-    std::string loss() const;
-    // The frames outside of the grid, in one line; empty if all are inside.
-    std::string drift() const { return driftNotes.text(); }
-    // Throws Error.
-    void copyToUserFile() const;
-
-private:
-    std::map<std::size_t, QualityLogFile> logs; // by worker
-    std::string userFile;
-    std::mutex mutex;
-    zt::u64 lastFrame = 0;
-    std::string lastText; // of that frame
-    zt::u64 framesLost = 0;
-    zt::u64 firstLost = 0;
-    DriftNotes driftNotes;
+    std::vector<Point> points;
+    std::vector<float> scores;
 };
 
 } // namespace ombrel

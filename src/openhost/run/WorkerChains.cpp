@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <array>
 #include <limits>
+#include <optional>
 #include <string_view>
 
 namespace ombrel {
@@ -32,12 +33,23 @@ bool setsAWrite(const std::string& assignment) {
     return makesAWrite(ParamAssignment(assignment).param);
 }
 
+// The file for the log of quality values that the options name, empty for none; nothing if the settings do.
+std::optional<std::string> wantedLog(const RunOptions& options) {
+    if (options.discardLogs)
+        return std::string();
+    std::optional<std::string> file;
+    for (const std::string& assignment : options.params)
+        if (assignment.starts_with(choiceParam))
+            file = assignment.substr(choiceParam.size());
+    return file;
+}
+
+// `made` is the worker's link, which loads the settings.
 SettingsSource sourceOf(const RunOptions& options, const Device& device, const LinkOptions& link,
-                        WorkerChains& workers) {
+                        const FilterLink& made, WorkerChains& workers) {
     const std::size_t worker = workers.chains.size();
     SettingsSource source{link.settings, link.contents, {}, worker == 0};
-    source.change = [=, &options, &device, &link, &workers](Settings& settings) {
-        SelectionLogs* const choices = workers.choices.get();
+    source.change = [=, &options, &device, &link, &made, &workers](Settings& settings) {
         if (worker == 0)
             workers.facts.push_back({link.settings, factsOf(settings.contents(), link.settings),
                                      filterGroupsOf(settings.contents())});
@@ -46,29 +58,24 @@ SettingsSource sourceOf(const RunOptions& options, const Device& device, const L
             throw Misfit(wrong);
         if (options.discardLogs)
             discardWrites(settings);
-        if (choices && choosesGridPoints(link))
-            choices->redirect(settings, worker);
-        if (choices && options.discardLogs)
-            choices->setUserFile({});
+        if (workers.choices && choosesGridPoints(link))
+            workers.choices->prepare(worker, made, settings, wantedLog(options));
     };
     return source;
 }
 
 // All settings are loaded before the first parameter is set.
 Chain makeChain(Session& session, const RunOptions& options, WorkerChains& workers) {
-    SelectionLogs* const choices = workers.choices.get();
     Chain chain;
     for (const LinkOptions& link : options.links) {
         FilterLink& made = chain.add(session.makeLink(link.name));
         if (!link.settings.empty())
-            made.loadSettings(sourceOf(options, session.device(), link, workers));
+            made.loadSettings(sourceOf(options, session.device(), link, made, workers));
     }
     for (const std::string& assignment : options.params) {
         if (options.discardLogs && setsAWrite(assignment))
             continue;
-        if (choices && assignment.starts_with(choiceParam))
-            choices->setUserFile(assignment.substr(choiceParam.size()));
-        else
+        if (!workers.choices || !assignment.starts_with(choiceParam))
             chain.setParam(assignment);
     }
     return chain;
@@ -172,8 +179,11 @@ std::vector<std::string> warningsOn(RunSetup& setup) {
 
 WorkerChains makeWorkerChains(Session& session, const RunOptions& options, zt::u64 frames, Console& console) {
     WorkerChains workers;
-    if (!options.noChoice && std::ranges::count_if(options.links, choosesGridPoints) == 1)
-        workers.choices = std::make_unique<SelectionLogs>();
+    if (!options.noChoice && std::ranges::count_if(options.links, choosesGridPoints) == 1) {
+        workers.choices = std::make_unique<ChoiceRecorder>();
+        const auto chooser = std::ranges::find_if(options.links, choosesGridPoints);
+        workers.chooser = static_cast<std::size_t>(chooser - options.links.begin());
+    }
     const auto addChain = [&] { workers.chains.push_back(makeChain(session, options, workers)); };
     const zt::u64 before = residentMemory();
     addChain();

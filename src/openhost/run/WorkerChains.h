@@ -3,10 +3,11 @@
 #include "base/Console.h"
 #include "base/Error.h"
 #include "host/Chain.h"
+#include "run/ChoiceRecorder.h"
 #include "run/RunDark.h"
-#include "run/SelectionLogs.h"
 #include "zt/Types.h"
 
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <vector>
@@ -24,10 +25,11 @@ class Misfit : public Error {
 
 // The chains of a run's workers: each has its own filter instances, loaded separately.
 struct WorkerChains {
-    std::vector<Chain> chains;              // at least one
-    bool remember = false;                  // a filter's result depends on earlier frames
-    std::unique_ptr<SelectionLogs> choices; // null unless an adaptive filter's choices are recorded
-    std::vector<LinkFacts> facts;           // of the links that have settings, in the order of the chain
+    std::vector<Chain> chains;               // at least one
+    bool remember = false;                   // a filter's result depends on earlier frames
+    std::unique_ptr<ChoiceRecorder> choices; // null unless an adaptive filter's choices are recorded
+    std::size_t chooser = 0;                 // the link of each chain whose choices these are
+    std::vector<LinkFacts> facts;            // of the links that have settings, in the order of the chain
 };
 
 // The warning that Flat-Field does not find zero pixels in frames of that type; empty if it does.

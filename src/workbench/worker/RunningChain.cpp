@@ -23,8 +23,8 @@ double secondsSince(Clock::time_point start) {
     return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
-// Each link logs its quality values to a separate file, identified by the link's id.
-std::size_t logNumber(const LinkState& state) {
+// The recorder knows each link by its id.
+std::size_t recordedAs(const LinkState& state) {
     return static_cast<std::size_t>(state.id);
 }
 
@@ -97,8 +97,8 @@ void RunningChain::load(RunningLink& running) {
         running.facts = {state.settings, factsOf(settings.contents(), state.settings), {}};
         if (choosesGridPoints(state)) {
             running.ownWrites = discardWrites(settings);
-            running.ownWrites.try_emplace(logKey); // its quality values are redirected below
-            choices.redirect(settings, logNumber(state));
+            running.ownWrites.try_emplace(logKey); // the recorder may set one
+            choices.prepare(recordedAs(state), running.link, settings, "");
         }
     };
     running.link.loadSettings(source);
@@ -193,9 +193,9 @@ std::vector<LoadedLink> RunningChain::loadedLinks() {
 }
 
 std::optional<SelectedFlatField> RunningChain::choice() {
-    for (const RunningLink& running : links)
+    for (RunningLink& running : links)
         if (running.state.enabled && choosesGridPoints(running.state))
-            return choices.read(logNumber(running.state), choicesRead++);
+            return choices.read(recordedAs(running.state), running.link, choicesRead++);
     return std::nullopt;
 }
 

@@ -3,9 +3,9 @@
 #include "frame/FrameRow.h"
 #include "host/Chain.h"
 #include "model/Workspace.h"
+#include "run/ChoiceRecorder.h"
 #include "run/RunDark.h"
 #include "run/RunSigma.h"
-#include "run/SelectionLogs.h"
 #include "worker/PluginHost.h"
 
 #include <map>
@@ -66,7 +66,7 @@ private:
     std::vector<RunningLink> links;
     std::optional<DarkField> dark; // subtracted from each frame, as in a run
     std::string darkFailure;       // why it cannot be chosen; else empty
-    SelectionLogs choices;
+    ChoiceRecorder choices;
     zt::u64 choicesRead = 0;
 };
 
