@@ -7,6 +7,7 @@
 #include "host/Host.h"
 #include "host/PluginLibrary.h"
 #include "zt/IObject.h"
+#include "zt/IPrivateFilters.h"
 #include "zt/String.h"
 #include "zt/Types.h"
 
@@ -61,6 +62,15 @@ TEST(Plugin, IsOneObjectBehindOneEntry) {
     EXPECT_STREQ(first.plugin().name(), "ombrel");
     EXPECT_STREQ(first.plugin().description(), "Plugin that manages filters");
     EXPECT_EQ(first.plugin().privateInterface(), nullptr);
+}
+
+// Without them, a run falls back to the log of all candidates, which is slow.
+TEST(Plugin, OffersTheScoresOfTheAdaptiveFilterToAHost) {
+    LoadedHost loaded({1});
+    auto* const scores = dynamic_cast<IGridScores*>(&loaded.filter("AdaptiveFF"));
+    ASSERT_NE(scores, nullptr);
+    EXPECT_EQ(scores->candidateCount(), 0u);
+    EXPECT_EQ(scores->best(), IGridScores::none);
 }
 
 TEST(Plugin, GivesEachPixelDetectorItsFiltersAndOthersNone) {
