@@ -84,6 +84,16 @@ void c_AIC::prepareKernel() {
     int cols = 0;
     int rows = 0;
     CalibrationImages->GetImagesSize(&cols, &rows);
+    const QualityMasks masks = {CustomMaskEnabled ? &CustomMask : nullptr,
+                                BorderMaskEnabled ? &BorderMask : nullptr};
+    if (Cfg.QfTileSize < 1 && qualityMasksFit(CalibrationImages->Images.front().Image) &&
+        BandScores::serves(cols, rows, work->highPass, masks)) {
+        if (!work->bands) {
+            work->releaseGrid();
+            work->bands.emplace(cols, rows, work->highPass, masks, work->loops);
+        }
+        return;
+    }
     const bool serves = TileSums::serves(cols, rows, Cfg.QfTileSize, work->highPass);
     if (!serves || !qualityMasksFit(CalibrationImages->Images.front().Image)) {
         work->releaseGrid();
@@ -93,8 +103,6 @@ void c_AIC::prepareKernel() {
     if (work->gridSums && work->gridSums->order() == order)
         return;
     work->releaseGrid();
-    const QualityMasks masks = {CustomMaskEnabled ? &CustomMask : nullptr,
-                                BorderMaskEnabled ? &BorderMask : nullptr};
     work->gridSums.emplace(order, work->highPass, masks, work->loops);
     work->grid = OrderedGrid(order, *CalibrationImages, work->loops);
 }

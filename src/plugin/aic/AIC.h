@@ -157,6 +157,8 @@ private:
     int forEachCandidate(const AICImage& frame, std::span<const Position> points, Judge judge);
     void sumByKernel(std::span<const Position> points);
     void sumByImages(const AICImage& frame, Position point);
+    // The score of an image without tiles, for the frame of work->bands if there are any.
+    float wholeScore(const AICImage& frame, Position point);
     void repairImage(Position point);
     AICImage quotient(const AICImage& frame, Position point) const;
 
@@ -165,6 +167,9 @@ private:
     int mosaic(Search& search, int step, ImageContainer* result);
     void assembleMosaic(const AICImage& frame, std::span<const Position> winners, AICImage& image) const;
     int evaluate(Search& search, std::span<const Position> points);
+    // The same, without the scores of candidates that are surely not among the two best. Returns false, with
+    // nothing done, where all scores are wanted or the kernel cannot bound them.
+    bool evaluatePruned(Search& search, std::span<const Position> points, int step);
     void note(Search& search, Position point, float value);
     void storeBest(const Search& search, ImageContainer* result) const;
 

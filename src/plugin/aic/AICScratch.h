@@ -4,6 +4,7 @@
 #include "aic/SearchRecord.h"
 #include "image/AICImage.h"
 #include "image/BinCounts.h"
+#include "search/PrunedSearch.h"
 #include "store/OrderedGrid.h"
 #include "tiles/HighPass.h"
 #include "tiles/Kernels.h"
@@ -32,9 +33,16 @@ struct AICScratch {
     std::optional<TileSums> gridSums;
     OrderedGrid grid;
 
+    // The same without tiles; the search's candidates are every prunedStep-th image.
+    std::optional<BandScores> bands;
+    std::optional<PrunedSearch> pruned;
+    int prunedStep = 0;
+
     void releaseGrid() {
         gridSums.reset();
         grid = {};
+        bands.reset();
+        pruned.reset();
     }
 
     OutlierRepair outliers;

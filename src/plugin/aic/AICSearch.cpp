@@ -51,8 +51,12 @@ const SearchRecord* c_AIC::lastSearch() const {
 }
 
 float c_AIC::scoreOf(std::size_t candidate) {
-    std::optional<float>& score = work->record.candidates.at(candidate).score;
-    return score.value_or(0);
+    ScoredCandidate& asked = work->record.candidates.at(candidate);
+    if (!asked.score) { // left out by a pruned search, which needs bands
+        work->bands->setFrame(work->image.pixels());
+        asked.score = wholeScore(work->image, asked.point);
+    }
+    return *asked.score;
 }
 
 int c_AIC::FindOptimalCompensationLinearSearch(AICImage image, ImageContainer* result, int step,
@@ -84,7 +88,7 @@ int c_AIC::linearSearch(Search& search, int step) {
     }
     QualityLog qualityLog(*this);
     const std::span<const Position> points = walkGrid(step);
-    int status = evaluate(search, points);
+    int status = evaluatePruned(search, points, step) ? 0 : evaluate(search, points);
     if (status != 0 || points.empty())
         status = fail("c_AIC::FindOptimalCompensationLinearSearch calibration image get error");
     qualityLog.end();
@@ -156,6 +160,37 @@ int c_AIC::evaluate(Search& search, std::span<const Position> points) {
         });
 }
 
+bool c_AIC::evaluatePruned(Search& search, std::span<const Position> points, int step) {
+    prepareKernel();
+    const bool isFast = work->bands && Cfg.QfTileSize < 1;
+    if (!isFast || points.empty() || QualityValuesEnabled || Cfg.DumpCompensationImages)
+        return false;
+    const std::size_t pixels = search.frame.pixels().size();
+    if (!work->pruned || work->prunedStep != step) {
+        std::vector<CandidateImage> images;
+        for (const Position point : points) {
+            repairImage(point);
+            images.push_back({point->Image.pixels().data(), {point->V, point->T, point->E}});
+        }
+        work->pruned.emplace(std::move(images), pixels, work->loops);
+        work->prunedStep = step;
+    }
+    work->bands->setFrame(search.frame.pixels());
+    if (!work->bands->staysFinite(work->pruned->darkest()))
+        return false;
+    const auto scores = work->pruned->run(*work->bands, [&](std::size_t candidate) {
+        return highPassMagnitude(quotient(search.frame, points[candidate])).sum();
+    });
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        work->record.candidates.push_back({points[i], scores[i]});
+        if (scores[i] && *search.quality > *scores[i]) {
+            *search.quality = *scores[i];
+            search.best = points[i];
+        }
+    }
+    return true;
+}
+
 void c_AIC::sumByKernel(std::span<const Position> points) {
     std::array<OrderedImage, TilePass::maxCandidates> images;
     std::array<float*, TilePass::maxCandidates> sums;
@@ -169,11 +204,22 @@ void c_AIC::sumByKernel(std::span<const Position> points) {
 }
 
 void c_AIC::sumByImages(const AICImage& frame, Position point) {
-    AICImage image = quotient(frame, point);
     if (Cfg.QfTileSize < 1)
-        work->sums[0].assign(1, highPassMagnitude(std::move(image)).sum());
+        work->sums[0].assign(1, wholeScore(frame, point));
     else
-        tileSums(image);
+        tileSums(quotient(frame, point));
+}
+
+float c_AIC::wholeScore(const AICImage& frame, Position point) {
+    const std::span<const float> pixels = std::as_const(point->Image).pixels();
+    if (work->bands && work->bands->staysFinite(darkestPixel(pixels.data(), pixels.size(), work->loops))) {
+        double sum = 0;
+        for (std::size_t band = 0; band < work->bands->bandCount(); ++band)
+            sum += work->bands->sum(pixels.data(), band);
+        if (const auto score = work->bands->score(sum))
+            return *score;
+    }
+    return highPassMagnitude(quotient(frame, point)).sum();
 }
 
 // Modifies the store permanently, but only when the image becomes a candidate: until then the store has the

@@ -45,6 +45,8 @@ int c_AIC::forEachCandidate(const AICImage& frame, std::span<const Position> poi
     const bool byKernel = work->gridSums.has_value();
     if (byKernel)
         work->gridSums->setFrame(frame.pixels());
+    else if (work->bands)
+        work->bands->setFrame(frame.pixels());
     while (!points.empty()) {
         const std::size_t count =
             byKernel ? std::min<std::size_t>(points.size(), TilePass::maxCandidates) : 1;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "tiles/BandKernel.h"
 #include "tiles/PixelLoops.h"
 #include "tiles/TileKernel.h"
 #include "tiles/TilePass.h"
@@ -17,12 +18,14 @@ inline float repairedPixel(float pixel) {
     return pixel < smallestDivisor ? 1.0f : pixel;
 }
 
-// The engine's inner loops, compiled for one kind of processor; TileKernel.h and PixelLoops.h describe each
-// of them. The results have the same bits for all processors.
+// The engine's inner loops, compiled for one kind of processor; TileKernel.h, BandKernel.h and PixelLoops.h
+// describe each of them. The results have the same bits for all processors.
 struct Kernels {
     const char* processor;
     int lanes; // floats in a vector
     void (*sumTiles)(const TilePass& pass);
+    double (*sumBand)(const BandPass& pass);
+    double (*leastSumOfBand)(const BandPass& pass);
     void (*multiply)(float* pixels, const float* factors, std::size_t count);
     void (*scale)(float* pixels, float factor, std::size_t count);
     void (*divide)(const float* dividends, const float* divisors, float* quotients, PixelBlock block);
@@ -45,8 +48,8 @@ const Kernels& narrowedKernels(const Kernels& kernels, int lanes);
 namespace {
 
 constexpr Kernels kernelTable(const char* processor) {
-    return {processor, laneCount, sumTiles,      multiply,        scale,
-            divide,    clip,      magnitudeBits, stretchIntoBins, markOutliers};
+    return {processor, laneCount, sumTiles, sumBand,       leastSumOfBand,  multiply,
+            scale,     divide,    clip,     magnitudeBits, stretchIntoBins, markOutliers};
 }
 
 } // namespace

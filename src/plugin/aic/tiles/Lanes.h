@@ -46,6 +46,32 @@ inline Floats all(float value) {
     return Floats{} + value;
 }
 
+// Without NaN. The compilers make two instructions of a comparison and a choice.
+inline Floats smaller(Floats a, Floats b) {
+#if defined(OMBREL_LANES) || !defined(__x86_64__)
+    return a < b ? a : b;
+#elif defined(__AVX512F__)
+    return reinterpret_cast<Floats>(
+        _mm512_maskz_min_ps(0xffff, reinterpret_cast<__m512>(a), reinterpret_cast<__m512>(b)));
+#elif defined(__AVX2__)
+    return reinterpret_cast<Floats>(_mm256_min_ps(reinterpret_cast<__m256>(a), reinterpret_cast<__m256>(b)));
+#else
+    return reinterpret_cast<Floats>(_mm_min_ps(reinterpret_cast<__m128>(a), reinterpret_cast<__m128>(b)));
+#endif
+}
+inline Floats greater(Floats a, Floats b) {
+#if defined(OMBREL_LANES) || !defined(__x86_64__)
+    return a > b ? a : b;
+#elif defined(__AVX512F__)
+    return reinterpret_cast<Floats>(
+        _mm512_maskz_max_ps(0xffff, reinterpret_cast<__m512>(a), reinterpret_cast<__m512>(b)));
+#elif defined(__AVX2__)
+    return reinterpret_cast<Floats>(_mm256_max_ps(reinterpret_cast<__m256>(a), reinterpret_cast<__m256>(b)));
+#else
+    return reinterpret_cast<Floats>(_mm_max_ps(reinterpret_cast<__m128>(a), reinterpret_cast<__m128>(b)));
+#endif
+}
+
 // Rounds each double to a float and back. The compilers' generic conversions go through memory.
 inline Doubles roundedToFloat(Doubles values) {
 #if defined(OMBREL_LANES) || !defined(__x86_64__)

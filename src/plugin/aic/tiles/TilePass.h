@@ -35,16 +35,20 @@ struct ConvertedValues {
     static Doubles odd(Floats x) { return everySecond<1>(x); }
 };
 
-// The filtered value, up to its sign. `rows` point to the pixel in each row of the window, and `Step` is the
-// distance to its right neighbour. Each adds in the order of the definition: column by column, starting at
-// the left and the top.
+// The filtered value, up to its sign. `pixel(x, y)` is the neighbour in that distance. Each adds in the order
+// of the definition: column by column, starting at the left and the top.
 struct CrossTaps : ShiftedBits {
     static constexpr int half = 1;
     explicit CrossTaps(const float* taps) : centre(all(taps[0])) {}
+    template <class Pixel>
+    Floats of(Pixel pixel) const {
+        const Floats before = pixel(-1, 0) + pixel(0, -1);
+        return pixel(0, 0) * centre - before - pixel(0, 1) - pixel(1, 0);
+    }
+    // `rows` point to the pixel in each row of the window, and `Step` is the distance to its right neighbour.
     template <int Step>
     Floats at(const float* const* rows, std::ptrdiff_t i) const {
-        const Floats before = load(rows[1] + i - Step) + load(rows[0] + i);
-        return load(rows[1] + i) * centre - before - load(rows[2] + i) - load(rows[1] + i + Step);
+        return of([&](int x, int y) { return load(rows[1 + y] + i + x * Step); });
     }
     Floats centre;
 };
@@ -52,12 +56,14 @@ struct CrossTaps : ShiftedBits {
 struct RingTaps : ShiftedBits {
     static constexpr int half = 1;
     explicit RingTaps(const float* taps) : centre(all(taps[0])) {}
+    template <class Pixel>
+    Floats of(Pixel pixel) const {
+        const Floats before = pixel(-1, -1) + pixel(-1, 0) + pixel(-1, 1) + pixel(0, -1);
+        return pixel(0, 0) * centre - before - pixel(0, 1) - pixel(1, -1) - pixel(1, 0) - pixel(1, 1);
+    }
     template <int Step>
     Floats at(const float* const* rows, std::ptrdiff_t i) const {
-        const Floats before = load(rows[0] + i - Step) + load(rows[1] + i - Step) + load(rows[2] + i - Step) +
-                              load(rows[0] + i);
-        return load(rows[1] + i) * centre - before - load(rows[2] + i) - load(rows[0] + i + Step) -
-               load(rows[1] + i + Step) - load(rows[2] + i + Step);
+        return of([&](int x, int y) { return load(rows[1 + y] + i + x * Step); });
     }
     Floats centre;
 };
