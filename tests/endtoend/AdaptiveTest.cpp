@@ -15,23 +15,27 @@
 
 namespace {
 
+// The arguments of a calibration that has nothing to choose, and so tries nothing.
+std::vector<std::string> withEverySetting(std::vector<std::string> arguments) {
+    for (const char* setting : {"PPEnabled=false", "Kernel=0,1,0", "QfTileSize=0", "QfTileThreshold=80",
+                                "QfBorderMaskSize=0", "Interpolation=0"})
+        arguments.insert(arguments.end(), {"--set", setting});
+    return arguments;
+}
+
 class Adaptive : public ::testing::Test {
 protected:
     ProgramResult calibrate(std::vector<std::string> arguments) const {
         arguments.insert(arguments.begin(), {"calibrate", "adaptive", "-q", "--grid", table});
         return runOmbrel(arguments);
     }
-    // Two flat fields of two pixels in a row, and little to choose. Frames of `level` tell calibrations
-    // apart.
+    // Two flat fields of two pixels in a row. Frames of `level` distinguish calibrations.
     ProgramResult calibrateSmall(zt::u16 level, const std::vector<std::string>& environment = {}) const {
         writeTiff(folder / "a.tif", ImageStack<zt::u16>{2, 2, {1, 2, 3, level, 3, 2, 1, 2}});
         writeFileText(table, "v,t,e,file,page\n1,1,9,a.tif,0\n2,1,9,a.tif,1\n");
         std::vector<std::string> arguments{"calibrate", "adaptive", "-q", "--grid", table, "-o", settings};
         arguments.push_back("--force");
-        for (const char* setting : {"PPEnabled=false", "Kernel=0,1,0", "QfTileSize=0", "QfTileThreshold=80",
-                                    "QfBorderMaskSize=0", "Interpolation=0"})
-            arguments.insert(arguments.end(), {"--set", setting});
-        return runOmbrel(arguments, environment);
+        return runOmbrel(withEverySetting(arguments), environment);
     }
     ProgramResult correct() const {
         return runOmbrel({"run", "-q", "-j", "2", "-f", "AdaptiveFF=" + settings, folder / "a.tif", "-o",
@@ -96,7 +100,7 @@ TEST_F(AdaptiveSet, StoresWhatEachFlatFieldWasDividedBy) {
         std::vector<std::string> arguments{
             "calibrate", "adaptive", "-q", "--grid", *folder / "grid.csv", "-o", *folder / "facts.xml"};
         arguments.insert(arguments.end(), options.begin(), options.end());
-        runWell(arguments);
+        runWell(withEverySetting(arguments));
         return ombrel::factsOf(ombrel::readSettings(*folder / "facts.xml")).points;
     };
     for (const auto& point : divisorsAfter({})) {

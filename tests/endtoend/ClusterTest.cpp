@@ -2,6 +2,7 @@
 
 #include "fixtures/FrameFiles.h"
 #include "fixtures/Program.h"
+#include "frame/FrameOutput.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -182,7 +183,11 @@ TEST_F(Cluster, TakesOverThePartOfAnEarlierJob) {
 TEST_F(Cluster, MeasuresTheRateOfRunningParts) {
     ASSERT_EQ(submit().exitCode, 0);
     const std::string part = parts + "/part-000000.1.h5";
-    for (int call = 1; status()["frames_done"].toInt() != 2; ++call) { // killed after two of four frames
+    const auto framesDone = [&] {
+        const auto state = ombrel::FrameOutput::stateOf(part);
+        return state ? state->framesDone : 0;
+    };
+    for (int call = 1; framesDone() != 2; ++call) { // killed after two of four frames
         ASSERT_LT(call, 200);
         fs::remove(part);
         runOmbrel({"run", "-q", "-j", "1", "-f", "Binning 2x2", input, "--frames", "1:5", "-o", part},
@@ -190,6 +195,7 @@ TEST_F(Cluster, MeasuresTheRateOfRunningParts) {
                    "ASAN_OPTIONS=verify_asan_link_order=0:detect_leaks=0",
                    "OMBREL_DIE_AT_WRITE=" + std::to_string(call), "OMBREL_DIE_BY=9"});
     }
+    EXPECT_EQ(status()["frames_done"].toInt(), 2);
     answer("1|0|RUNNING|0:08\n");
     EXPECT_DOUBLE_EQ(status()["frames_per_second"].toDouble(), 0.25);
     EXPECT_THAT(cluster({"status", output}).output,

@@ -303,18 +303,17 @@ TEST_F(TiffFileRefusal, OfAStackInOneDirectoryThatIsCutOff) {
     EXPECT_THAT(errorOf([&] { FrameFile::open(path); }),
                 HasSubstr("names 3 images, but the file is truncated"));
 
-    OneDirectory<zt::u16> large{
-        .bigEndian = true, .width = 1 << 15, .height = 1 << 14, .storedBytes = 1 << 30};
-    large.description = "ImageJ=1.53t\nimages=5\n";
+    constexpr zt::u64 imageBytes = 1 << 20;
+    OneDirectory<zt::u16> large{.bigEndian = true, .width = 1024, .height = 512, .storedBytes = imageBytes};
+    large.description = "ImageJ=1.53t\nimages=4097\n"; // the last one begins above 4 GB
     large.write(path, {});
-    constexpr zt::u64 imageBytes = 1 << 30;
-    std::filesystem::resize_file(path, large.pixelOffset + 5 * imageBytes); // a hole but for one pixel
+    std::filesystem::resize_file(path, large.pixelOffset + 4097 * imageBytes); // a hole but for one pixel
     std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
-    file.seekp(static_cast<std::streamoff>(large.pixelOffset + 4 * imageBytes + 6));
+    file.seekp(static_cast<std::streamoff>(large.pixelOffset + 4096 * imageBytes + 6));
     file << large.number<zt::u16>(4711) << std::flush;
     const auto stack = FrameFile::open(path);
-    ASSERT_EQ(stack->info().frames, 5U);
-    EXPECT_EQ(stack->readFrame(4)->pixels<zt::u16>()[3], 4711);
+    ASSERT_EQ(stack->info().frames, 4097U);
+    EXPECT_EQ(stack->readFrame(4096)->pixels<zt::u16>()[3], 4711);
 }
 
 TEST_F(TiffFileRefusal, OfSmallFilesThatClaimLargeImages) {
