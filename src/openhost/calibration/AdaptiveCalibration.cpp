@@ -140,24 +140,13 @@ struct RefinePlan {
     std::optional<int> search; // if the user fixes it
 };
 
-// The filter's time for one flat field of the trial heap; without test frames nothing is measured.
-double secondsPerFlat(const RefinePlan& plan, SettingsTree settings, AdaptiveTrial& trial) {
-    if (plan.heaps.tests().empty())
-        return 0;
-    settings.set(adaptiveGroup, "Search", 0); // tries all
-    const double seconds = trial.secondsOf(plan.paths.trial, settings, plan.heaps.tests().front());
-    return seconds / static_cast<double>(plan.heaps.trialGrid().points().size());
-}
-
-// The processor's time for a flat field that a search tries, on the refined heap; 0 without test frames.
-double refinedSeconds(const CalibrationHeap& heap, const RefinePlan& plan, const SettingsTree& settings,
-                      std::size_t tried, AdaptiveTrial& trial) {
-    if (plan.heaps.tests().empty())
-        return 0;
+// The processor's time for a frame, measured on the refined heap.
+double measuredSeconds(const CalibrationHeap& heap, const RefinePlan& plan, const SettingsTree& settings,
+                       AdaptiveTrial& trial, std::span<const FramePtr> frames) {
     const std::string link = plan.folder / "refined.bin";
     std::filesystem::remove(link);
     std::filesystem::create_symlink(std::filesystem::absolute(heap.newPath()), link);
-    return trial.secondsOf(link, settings, plan.heaps.tests().front()) / static_cast<double>(tried);
+    return trial.secondsOf(link, settings, frames);
 }
 
 // Times in seconds.
@@ -177,13 +166,14 @@ void writeRefined(GridRefinement& refinement, const RefinePlan& plan, SettingsTr
                   const AdaptiveOptions& options, Console& console) {
     constexpr int mostAttempts = 3;
     AdaptiveTrial trial(session, [] {});
-    double perFlat = secondsPerFlat(plan, settings, trial);
+    {
+        Progress fitting(console, plan.heaps.images(), options.quiet);
+        refinement.fitAllPixels([&] { fitting.advance(); });
+    }
+    const std::vector<FramePtr> frames = refinement.exampleFrames();
+    SearchCost cost = SearchCost::expected(settings, frames.front()->pixels<double>().size());
     for (int attempt = 1;; ++attempt) {
-        refinement.choose(perFlat, plan.search);
-        if (attempt == 1) {
-            Progress fitting(console, plan.heaps.images(), options.quiet);
-            refinement.fitAllPixels([&] { fitting.advance(); });
-        }
+        refinement.choose(cost, plan.search);
         const RefinedGrid& grid = refinement.chosen();
         settings.set(adaptiveGroup, "Search",
                      grid.isForLookAround ? lookAroundSearch : plan.search.value_or(0));
@@ -193,14 +183,14 @@ void writeRefined(GridRefinement& refinement, const RefinePlan& plan, SettingsTr
         CalibrationFacts facts = factsOf(plan.heaps);
         facts.points = refinement.write(heap, [&] { writing.advance(); });
         heap.sync();
-        perFlat = 1.02 * refinedSeconds(heap, plan, settings, grid.tried, trial);
+        const double taken = measuredSeconds(heap, plan, settings, trial, frames);
         const double most = options.refine.timePerFrame.value_or(HUGE_VAL) / 1000;
-        const double taken = perFlat * static_cast<double>(grid.tried);
+        cost = {settings, taken, grid.tried};
         if (taken > most && attempt < mostAttempts)
             continue;
         if (taken > most)
             console.message(tooSlowText(taken, most));
-        console.result("\n" + refinement.surfaceText() + refinement.gridsText(perFlat));
+        console.result("\n" + refinement.surfaceText() + refinement.gridsText(cost));
         writeCalibration(heap, settings, plan.measured, facts, options.output);
         return;
     }
@@ -256,15 +246,19 @@ void checkPaths(const AdaptiveOptions& options, const std::vector<GridRow>& rows
         throw Error(heap + ": is not a calibration and is not replaced; choose another name for -o");
 }
 
-// What a refined grid decides by itself. Interpolation between its points would only add time. A threshold is
-// found in a histogram, whose bins are wide when one tile is far above the others, as with a sample: which
+// What a refined grid decides by itself. Interpolation between its points would only add time. Without tiles
+// the score is the sum of all pixels, for which the filter needs to compute few scores. A threshold of tiles
+// is found in a histogram, whose bins are wide when one tile is far above the others, as with a sample: which
 // tiles are dropped then differs from candidate to candidate by more than neighbours of the grid do.
 void fixForRefinement(SettingsTree& settings, std::set<std::string>& fixed) {
+    constexpr int noTiles = 0;
     constexpr int allTiles = 100;
     if (adaptiveSetting<int>(settings, "Interpolation") != 0)
         throw UsageError(
             "--set Interpolation=1: not with --refine, whose grid has the points between already");
     fixed.insert("Interpolation");
+    if (!fixed.contains("QfTileThreshold") && fixed.insert("QfTileSize").second)
+        settings.set(adaptiveGroup, "QfTileSize", noTiles);
     if (fixed.insert("QfTileThreshold").second)
         settings.set(adaptiveGroup, "QfTileThreshold", allTiles);
 }
@@ -305,9 +299,6 @@ void calibrateAdaptive(const AdaptiveOptions& options, Console& console) {
     warnAbout(heaps, options.normalise, console);
     std::optional<GridRefinement> refinement;
     if (options.refine.isOn()) {
-        if (options.refine.timePerFrame && heaps.tests().empty())
-            throw Error(
-                "--time-per-frame: nothing to measure the time with; give a grid point two frames or more");
         Progress sampling(console, rows.size(), options.quiet);
         refinement.emplace(heapPlan, options.refine, [&] { sampling.advance(); });
     }

@@ -101,16 +101,18 @@ TrialResult AdaptiveTrial::run(const std::string& heap, const SettingsTree& sett
 }
 
 double AdaptiveTrial::secondsOf(const std::string& heap, const SettingsTree& settings,
-                                const AdaptiveTestFrame& test) {
-    constexpr int repeats = 4;
+                                std::span<const FramePtr> frames) {
+    constexpr int rounds = 3;
     load(heap, settings, {});
-    double least = std::numeric_limits<double>::infinity();
-    for (int i = 0; i < repeats; ++i) {
-        const double start = threadSeconds();
-        link.apply(test.frame(), ApplyMode::Copy);
-        least = std::min(least, threadSeconds() - start);
-    }
-    return least;
+    std::vector<double> least(frames.size(), std::numeric_limits<double>::infinity());
+    for (int round = 0; round < rounds; ++round) // a frame that is repeated at once would help the search
+        for (std::size_t i = 0; i < frames.size(); ++i) {
+            frames[i]->addRef();
+            const double start = threadSeconds();
+            link.apply(FramePtr(frames[i].get()), ApplyMode::Copy);
+            least[i] = std::min(least[i], threadSeconds() - start);
+        }
+    return meanOf(least);
 }
 
 void AdaptiveTrial::load(const std::string& heap, SettingsTree settings, const std::string& logPath) {

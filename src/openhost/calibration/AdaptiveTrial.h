@@ -68,8 +68,8 @@ public:
     TrialResult run(const std::string& heap, const SettingsTree& settings,
                     std::span<const AdaptiveTestFrame> frames);
 
-    // The processor's time for a frame, without a log: the least of a few.
-    double secondsOf(const std::string& heap, const SettingsTree& settings, const AdaptiveTestFrame& frame);
+    // The processor's time for a frame, without a log: the mean of these, each the least of a few.
+    double secondsOf(const std::string& heap, const SettingsTree& settings, std::span<const FramePtr> frames);
 
 private:
     void load(const std::string& heap, SettingsTree settings, const std::string& logPath);

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <random>
 #include <set>
 
 namespace ombrel {
@@ -21,9 +22,9 @@ constexpr std::size_t mostSampled = 4096; // pixels
 constexpr std::size_t sampledValues = 4'000'000;
 constexpr double farFromLevel = 3; // pixels beyond this factor are not sampled
 constexpr std::size_t mostTerms = 60;
-constexpr double sameError = 1.02;         // a higher degree must predict better by this factor
-constexpr double spacingResidual = 1.0495; // at which auto stops dividing
-constexpr double clearlyLess = 0.98;       // than the residual of the measured grid
+constexpr double sameError = 1.02;        // a higher degree must predict better by this factor
+constexpr double spacingResidual = 1.037; // at which auto stops dividing
+constexpr double clearlyLess = 0.98;      // than the residual of the measured grid
 // A flat field has counts of many frames, so that its own noise adds little to a frame's.
 constexpr double countsOverFrame = 100;
 
@@ -43,9 +44,8 @@ std::vector<std::size_t> spreadPixels(std::size_t count, std::size_t wanted) {
     return {spread.begin(), spread.end()};
 }
 
-// As it is stored, and in the order in which the engine searches.
-double bytesOfFlat(const AdaptiveHeapPlan& plan) {
-    return 2.0 * sizeof(float) * plan.flats.width() * plan.flats.height();
+double bytesOfFlat(const AdaptiveHeapPlan& plan, const SearchCost& cost) {
+    return cost.images() * sizeof(float) * plan.flats.width() * plan.flats.height();
 }
 
 void refuseIfInterrupted() {
@@ -123,7 +123,11 @@ void GridRefinement::sample(const std::function<void()>& advanced) {
     }
     meanNoise = meanOf(logs.noise);
     const double meanCounts = meanOf(counts);
-    frameVariance = meanNoise * meanCounts / options.frameCounts.value_or(meanCounts / countsOverFrame);
+    frameVariance = meanNoise * meanCounts / countsOfFrames();
+}
+
+double GridRefinement::countsOfFrames() const {
+    return options.frameCounts.value_or(meanOf(counts) / countsOverFrame);
 }
 
 void GridRefinement::choosePolynomial() {
@@ -168,16 +172,16 @@ void GridRefinement::refuseUnlessBetter() const {
                       measured, finest));
 }
 
-std::size_t GridRefinement::mostPoints(double secondsPerFlat) const {
-    double most = static_cast<double>(availableMemory()) / 2 / bytesOfFlat(plan);
+std::size_t GridRefinement::mostPoints(const SearchCost& cost) const {
+    double most = static_cast<double>(availableMemory()) / 2 / bytesOfFlat(plan, cost);
     if (options.timePerFrame)
-        most = std::min(most, *options.timePerFrame / 1000 / secondsPerFlat);
+        most = std::min(most, cost.mostFlatFields(*options.timePerFrame / 1000));
     return static_cast<std::size_t>(most);
 }
 
-void GridRefinement::choose(double secondsPerFlat, std::optional<int> search) {
+void GridRefinement::choose(const SearchCost& cost, std::optional<int> search) {
     const auto cells = parseCells(options.cells);
-    const std::size_t most = mostPoints(secondsPerFlat);
+    const std::size_t most = mostPoints(cost);
     refined = cells ? spacing->divided(*cells) : spacing->chosen(spacingResidual, most);
     other = cells ? std::nullopt : spacing->forLookAround();
     if (search == lookAroundSearch && !other)
@@ -202,28 +206,26 @@ std::string GridRefinement::surfaceText() const {
         std::sqrt(nearest / meanNoise));
 }
 
-std::string GridRefinement::gridText(const RefinedGrid& grid, double secondsPerFlat) const {
+std::string GridRefinement::gridText(const RefinedGrid& grid, const SearchCost& cost) const {
     const auto& [v, t, e] = grid.values;
-    const double bytes = bytesOfFlat(plan) * static_cast<double>(grid.candidates.size());
+    const double bytes = bytesOfFlat(plan, cost) * static_cast<double>(grid.candidates.size());
     const ExpectedResidual residual = spacing->expected(grid);
     return formatted("%-12s  %2zu x %2zu x %2zu%s  %5zu  %6zu  %9s  %8.1f  %8.2f  %5.2f",
                      grid.isForLookAround ? "look-around" : "linear", v, t, e,
                      grid.isForLookAround ? "           " : " + measured", grid.candidates.size(), grid.tried,
-                     bytesText(bytes).c_str(), 1000 * secondsPerFlat * static_cast<double>(grid.tried),
-                     residual.mean, residual.worst);
+                     bytesText(bytes).c_str(), 1000 * cost.seconds(grid.tried), residual.mean,
+                     residual.worst);
 }
 
-std::string GridRefinement::gridsText(double secondsPerFlat) const {
+std::string GridRefinement::gridsText(const SearchCost& cost) const {
     const ExpectedResidual measured = spacing->expected();
     return formatted(
                "\nRefined grids, and what frames of %.0f counts all over the grid can expect (from the "
                "measured "
                "points alone: residual %.2f, worst %.2f):\n"
                "search        grid                     flats   tried     memory  ms/frame  residual  worst\n",
-               options.frameCounts.value_or(meanOf(counts) / countsOverFrame), measured.mean,
-               measured.worst) +
-           gridText(refined, secondsPerFlat) + "  <- chosen\n" +
-           (other ? gridText(*other, secondsPerFlat) + "\n" : "");
+               countsOfFrames(), measured.mean, measured.worst) +
+           gridText(refined, cost) + "  <- chosen\n" + (other ? gridText(*other, cost) + "\n" : "");
 }
 
 CalibrationGrid GridRefinement::grid() const {
@@ -250,6 +252,20 @@ void GridRefinement::fitAllPixels(const std::function<void()>& advanced) {
         surfaces->add(*fit, point, plan.flats.read(rows[point]).ofAll);
         advanced();
     }
+}
+
+std::vector<FramePtr> GridRefinement::exampleFrames() const {
+    constexpr std::size_t frameCount = 8;
+    std::mt19937 random; // the same frames each time
+    std::vector<FramePtr> frames;
+    for (const GridPoint& setting : spacing->settings().first(frameCount)) {
+        FramePtr frame = Frame::createUnfilled(plan.flats.width(), plan.flats.height(), zt::DT_DOUBLE);
+        std::ranges::transform(surfaces->at(setting, true), frame->pixels<double>().begin(), [&](float flat) {
+            return std::poisson_distribution<zt::u64>(std::max(flat * countsOfFrames(), 1e-9))(random);
+        });
+        frames.push_back(std::move(frame));
+    }
+    return frames;
 }
 
 // A prediction has the noise of the flat fields, weighted as the fit weights them, and the error of the

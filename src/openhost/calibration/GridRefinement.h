@@ -2,6 +2,8 @@
 
 #include "calibration/CalibrationHeap.h"
 #include "calibration/GridSpacing.h"
+#include "calibration/SearchCost.h"
+#include "frame/Frame.h"
 
 #include <array>
 #include <cstddef>
@@ -32,20 +34,22 @@ public:
     GridRefinement(const AdaptiveHeapPlan& plan, const RefineOptions& options,
                    const std::function<void()>& advanced);
 
-    // Chooses the grid, for a search if that is fixed; a search takes `secondsPerFlat` for each flat field
-    // that it tries. Throws Error if no grid that the options ask for fits into memory and time.
-    void choose(double secondsPerFlat, std::optional<int> search);
+    // Chooses the grid, for a search if that is fixed. Throws Error if no grid that the options ask for fits
+    // into memory and time.
+    void choose(const SearchCost& cost, std::optional<int> search);
     const RefinedGrid& chosen() const { return refined; }
-    // For people: how well the surfaces predict flat fields; the grids and what to expect of them, if a
-    // search takes that time for a flat field.
+    // For people: how well the surfaces predict flat fields; the grids and what to expect of them.
     std::string surfaceText() const;
-    std::string gridsText(double secondsPerFlat) const;
+    std::string gridsText(const SearchCost& cost) const;
 
     // The chosen grid, every other point of it a hole.
     CalibrationGrid grid() const;
     // Reads the measured flat fields again, once for all grids that are written. `advanced` is called for
     // each.
     void fitAllPixels(const std::function<void()>& advanced);
+    // Frames without a sample, with the counts of those to correct, at settings spread over the grid; to
+    // measure the time with, after fitAllPixels().
+    std::vector<FramePtr> exampleFrames() const;
     // Writes the flat fields of all points of the chosen grid, after fitAllPixels(). `advanced` is called for
     // each. Returns what is to be stored of all points of grid().
     std::vector<GridPointFacts> write(CalibrationHeap& heap, const std::function<void()>& advanced) const;
@@ -56,10 +60,11 @@ private:
     void refuseUnlessBetter() const;
     // The number of frames whose mean would be as precise as the surface is there.
     double framesAt(const GridPoint& point) const;
-    std::size_t mostPoints(double secondsPerFlat) const;
+    double countsOfFrames() const;
+    std::size_t mostPoints(const SearchCost& cost) const;
     // Writes one flat field.
     GridPointFacts write(CalibrationHeap& heap, const GridPoint& point) const;
-    std::string gridText(const RefinedGrid& grid, double secondsPerFlat) const;
+    std::string gridText(const RefinedGrid& grid, const SearchCost& cost) const;
 
     const AdaptiveHeapPlan& plan;
     RefineOptions options;

@@ -63,6 +63,8 @@ public:
     // `mostPoints`: the axis on which a candidate more helps most is divided further until then.
     RefinedGrid chosen(double residual, std::size_t mostPoints) const;
 
+    // Settings spread over the grid.
+    std::span<const GridPoint> settings() const { return samples; }
     // Of the measured points alone, and of a refined grid.
     ExpectedResidual expected() const { return expected(known, samples, 0); }
     ExpectedResidual expected(const RefinedGrid& grid) const {
