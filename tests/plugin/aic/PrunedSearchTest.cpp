@@ -18,8 +18,8 @@ public:
                                                              {0, -1, 0, -1, 5, -1, 0, -1, 0},
                                                              {-1, -1, -1, -1, 8, -1, -1, -1, -1}});
         settings.preProcess.enabled = random() % 4 == 0;
-        cols = 3 + static_cast<int>(random() % 60);
-        rows = 3 + static_cast<int>(random() % 60);
+        cols = 3 + static_cast<int>(random() % 45);
+        rows = 3 + static_cast<int>(random() % 45);
         for (auto& pattern : patterns)
             pattern = randomImage(cols, rows, random, -0.1f, 0.1f);
         if (random() % 3 == 0)
@@ -63,7 +63,7 @@ private:
     }
 
     void makeGrid() {
-        const auto count = [&] { return 1 + static_cast<int>(random() % 7); };
+        const auto count = [&] { return 1 + static_cast<int>(random() % 6); };
         grid = {count(), count(), count(), {}};
         const auto part = [](int i, int n) {
             return n == 1 ? 0 : static_cast<float>(i) / static_cast<float>(n - 1);
@@ -127,7 +127,7 @@ TEST(PrunedSearch, FindsTheTwoBestOfAllCandidates) {
     for (const Kernels* kernels : allKernels()) {
         std::size_t all = 0;
         std::size_t leftOut = 0;
-        for (unsigned seed = 0; seed < 60; ++seed) {
+        for (unsigned seed = 0; seed < 16; ++seed) {
             SCOPED_TRACE("set " + std::to_string(seed) + ", " + kernels->processor);
             SmoothSet set(seed);
             EngineFiles files;
@@ -135,7 +135,7 @@ TEST(PrunedSearch, FindsTheTwoBestOfAllCandidates) {
             c_AIC engine(*kernels);
             ASSERT_EQ(engine.Init(files.configuration(set.settings, 0), true), 0);
             EXPECT_EQ(engine.lastSearch(), nullptr);
-            for (int i = 0; i < 3; ++i) {
+            for (int i = 0; i < 2; ++i) {
                 const Image frame = set.frame();
                 const auto wanted = allScores(set, frame);
                 ImageContainer result;
