@@ -189,7 +189,8 @@ void GridRefinement::choose(const SearchCost& cost, std::optional<int> search) {
             "--refine " + options.cells +
             ": no grid for the look-around search; it takes auto, and two or more values on each axis");
     const bool fits = other && other->tried <= most;
-    const bool isBetter = fits && spacing->expected(*other).mean < spacing->expected(refined).mean;
+    const bool isBetter =
+        refined.isLimited && fits && spacing->expected(*other).mean < spacing->expected(refined).mean;
     if (search == lookAroundSearch || (isBetter && !search))
         std::swap(refined, *other);
     if (refined.tried > most)
@@ -272,7 +273,7 @@ std::vector<FramePtr> GridRefinement::exampleFrames() const {
 // surface itself.
 double GridRefinement::framesAt(const GridPoint& point) const {
     const auto terms = polynomial->at(point);
-    double variance = meanOf(errors.atPoint);
+    double variance = errors.model;
     for (std::size_t k = 0; k < points.size(); ++k) {
         double weight = 0;
         for (std::size_t term = 0; term < terms.size(); ++term)

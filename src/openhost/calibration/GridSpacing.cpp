@@ -199,7 +199,10 @@ std::optional<RefinedGrid> GridSpacing::forLookAround() const {
     // 1/7 from its second value on.
     constexpr std::array within{0.0, 0.25, 0.5, 0.75, 1.0};
     constexpr std::array fromBefore{-1.0 / 7, 1.0 / 7, 3.0 / 7, 5.0 / 7, 1.0};
-    RefinedGrid grid{true, {9, 9, 9}, {}, {}, 9 * 9 * 9 / 2 + 1 + 6};
+    RefinedGrid grid;
+    grid.isForLookAround = true;
+    grid.values = {9, 9, 9};
+    grid.tried = 9 * 9 * 9 / 2 + 1 + 6;
     std::array<std::vector<float>, 3> stored;
     std::array<std::vector<float>, 3> all;
     for (std::size_t axis = 0; axis < axes.size(); ++axis) {
@@ -277,13 +280,17 @@ GridSpacing::Cells GridSpacing::fewestNear(const Cells& cells, double residual,
 
 RefinedGrid GridSpacing::chosen(double residual, std::size_t mostPoints) const {
     Cells cells{1, 1, 1};
+    bool isLimited = false;
     while (spacingResidual(cells, samples.size()) > residual) {
         const Cells next = nextCells(cells);
-        if (next == cells || divided(next).tried > mostPoints)
+        isLimited = divided(next).tried > mostPoints;
+        if (next == cells || isLimited)
             break;
         cells = next;
     }
-    return divided(fewestNear(cells, residual, mostPoints));
+    RefinedGrid grid = divided(fewestNear(cells, residual, mostPoints));
+    grid.isLimited = isLimited;
+    return grid;
 }
 
 ExpectedResidual GridSpacing::expected(std::span<const GridPoint> points, std::span<const GridPoint> settings,

@@ -33,6 +33,7 @@ struct RefinedGrid {
     std::vector<GridPoint> written;      // the points that get a flat field
     std::vector<GridPoint> candidates;   // these, and the midpoints that the filter computes
     std::size_t tried = 0;               // candidates that a search divides a frame by
+    bool isLimited = false;              // more points were needed for the residual that was asked for
 };
 
 // What frames at settings all over the grid are left with, as a multiple of photon statistics.

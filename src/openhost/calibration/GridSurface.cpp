@@ -162,6 +162,7 @@ SurfaceErrors surfaceErrors(const GridFit& fit, const GridPolynomial& polynomial
         errors.leftOut += squares / (rest * rest) / static_cast<double>(points.size());
         // What photon noise alone leaves is (1 - leverage) of it; more is the model's fault.
         const double fault = std::max(0.0, squares - rest * logs.noise[point]);
+        errors.model += fault / static_cast<double>(points.size());
         errors.atPoint.push_back(fault + fit.leverage(point) * logs.noise[point]);
     }
     return errors;

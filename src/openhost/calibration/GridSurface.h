@@ -94,7 +94,8 @@ struct SampledLogs {
 // How well a polynomial predicts flat fields.
 struct SurfaceErrors {
     double leftOut = 0;          // variance of a prediction from all other points, mean of all points
-    std::vector<double> atPoint; // variance of the fit's own error at each point, without photon noise
+    double model = 0;            // variance by which the polynomial cannot follow the flat fields, mean
+    std::vector<double> atPoint; // variance of the fit at each point: of the model and of the noise in it
 };
 
 // The prediction without a point follows from the fit to all: its error is residual / (1 - leverage).
