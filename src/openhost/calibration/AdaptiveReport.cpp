@@ -159,7 +159,14 @@ std::string interpolationTable(std::span<const TrialResult> results, const RowMa
 }
 
 std::string searchesTable(std::span<const TrialResult> results, const RowMark& mark) {
-    return table(results, mark, {"search        ", searchText});
+    std::string text = table(results, mark, {"search        ", searchText});
+    const auto lacksTiles = [](const TrialResult& result) {
+        return adaptiveSetting<int>(result.settings, "Search") == mosaicSearch &&
+               adaptiveSetting<int>(result.settings, "QfTileSize") < 1;
+    };
+    if (std::ranges::any_of(results, lacksTiles))
+        text += "the mosaic fails since it needs tiles, and QfTileSize is 0\n";
+    return text;
 }
 
 } // namespace ombrel
