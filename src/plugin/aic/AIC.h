@@ -60,6 +60,9 @@ public:
     int CompensateImage(AICImage frame, ImageContainer* result, float* quality, std::string prefix,
                         bool reportTime);
 
+    // Why no candidate of the last frame has a value, for the user who has that frame.
+    const char* whyWithoutWinner() const;
+
     // The candidates of the last frame that CompensateImage searched; null before one, and after a frame that
     // it refused. Valid until the next frame or Init.
     const SearchRecord* lastSearch() const;

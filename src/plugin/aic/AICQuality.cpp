@@ -11,12 +11,8 @@
 
 namespace {
 
-// The reason why a candidate's tile sums do not fit into the bins.
-const char* whyNotScored(std::span<const float> sums, float scaleFactor) {
-    if (std::ranges::all_of(sums, [](float sum) { return std::isfinite(sum); })) {
-        return "no tile of the frame shows any structure to compare flat fields by; leave the frame out, or "
-               "check CustomMaskFile and QfBorderMaskSize, which may mask all of it";
-    }
+// The reason why the sums of candidates are NaN or infinite.
+const char* whyNotFinite(float scaleFactor) {
     if (scaleFactor == 0)
         return "frame is black (the mean of its pixels is 0); leave it out";
     return !std::isfinite(scaleFactor)
@@ -25,7 +21,20 @@ const char* whyNotScored(std::span<const float> sums, float scaleFactor) {
                  "the frame, the flat fields and CustomMaskFile";
 }
 
+// The reason why a candidate's tile sums do not fit into the bins.
+const char* whyNotScored(std::span<const float> sums, float scaleFactor) {
+    if (std::ranges::all_of(sums, [](float sum) { return std::isfinite(sum); })) {
+        return "no tile of the frame shows any structure to compare flat fields by; leave the frame out, or "
+               "check CustomMaskFile and QfBorderMaskSize, which may mask all of it";
+    }
+    return whyNotFinite(scaleFactor);
+}
+
 } // namespace
+
+const char* c_AIC::whyWithoutWinner() const {
+    return whyNotFinite(ScaleFactor);
+}
 
 bool c_AIC::refusesQualityOf(const AICImage& image) {
     if (!work->highPass.complete()) {

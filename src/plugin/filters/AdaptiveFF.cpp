@@ -58,6 +58,8 @@ bool AdaptiveFF::correct(zt::IMpxFrame& frame) {
         return false;
     // If no candidate won the search, the image has no pixels.
     const std::span<const float> corrected = std::as_const(result.Image).pixels();
+    if (corrected.empty())
+        log(engine->whyWithoutWinner());
     if (corrected.empty() || corrected.size() < pixels.size())
         return false;
     std::copy_n(corrected.begin(), pixels.size(), pixels.begin());

@@ -136,6 +136,16 @@ TEST_F(AdaptiveFFTest, FramesOfAnotherSizeFailAndThoseOfOneValueThrow) {
     EXPECT_EQ(ombrel::Frame::aliveCount(), before);
 }
 
+TEST_F(AdaptiveFFTest, SaysWhyNoFlatFieldWon) {
+    writeCalibration();
+    store.setBool("Settings", "PPEnabled", false);
+    store.setInt("Settings", "QfTileSize", 0);
+    EXPECT_EQ(filter->loadFromSettings(&store), 0);
+    const auto black = frameOf(std::vector<float>(side * side, 0), 7);
+    EXPECT_EQ(filter->filter(black.get()), nullptr);
+    EXPECT_THAT(takeLog(), ElementsAre(HasSubstr("frame is black"), notCorrected));
+}
+
 TEST_F(AdaptiveFFTest, AppendsToWhatAnImageHolds) {
     AICImage image;
     const double values[] = {0.1, 2, 3, 4, 5, 6};
