@@ -25,10 +25,9 @@ public:
     // Memory for each flat field, in images: as it is stored, and as it is searched.
     double images() const { return prunes ? 1.25 : 2; }
 
+private:
     // Without tiles the filter needs few of the scores.
     static bool isPruned(const SettingsTree& settings);
-
-private:
     // How many scores take as long as the search.
     double scoresOf(std::size_t flatFields) const;
 

@@ -1,7 +1,6 @@
 #include "search/BandScores.h"
 
 #include <algorithm>
-#include <array>
 #include <bit>
 #include <cmath>
 #include <cstdint>

@@ -26,7 +26,6 @@ public:
         AlignedVector<float> greatestFactors;
     };
 
-    CandidateTree() = default;
     CandidateTree(std::span<const CandidateImage> images, std::size_t pixels);
 
     std::size_t size() const { return groups.size(); }

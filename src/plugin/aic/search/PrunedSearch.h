@@ -18,7 +18,6 @@ public:
     // The score of a candidate by its definition, where BandScores cannot decide.
     using Definition = std::function<float(std::size_t candidate)>;
 
-    PrunedSearch() = default;
     // The images must stay valid.
     PrunedSearch(std::vector<CandidateImage> images, std::size_t pixels, const Kernels& kernels);
 
